@@ -1,0 +1,95 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace corvessa::platform {
+
+/// What an engine operation answers: 0 is success, negative an error, unless the operation says
+/// otherwise. A status is a value; a call that fails as a call throws corvessa::Error instead.
+using EngineStatus = std::int32_t;
+
+/// An ordered vector of strings as the engine's type library offers it.
+class IEngineStringVector {
+ public:
+  virtual ~IEngineStringVector() = default;
+  virtual void Add(std::string_view text) = 0;
+  virtual std::int32_t Size() const = 0;
+  /// Zero-based. Throws Error for an index outside 0 to Size() - 1.
+  virtual std::string Item(std::int16_t index) const = 0;
+};
+using EngineStringVectorPtr = std::shared_ptr<IEngineStringVector>;
+
+/// Names one key pair for an operation. The add-in passes none and lets the engine use what is
+/// unlocked.
+struct EngineAccount {
+  std::string address;
+};
+
+/// The OpenPGP engine: key store, cryptography, key servers. It alone knows OpenPGP.
+/// Paths are the add-in's Windows paths; text is UTF-8. An output is written only on success unless
+/// an operation says otherwise.
+class IEngine {
+ public:
+  virtual ~IEngine() = default;
+
+  /// Options: "lookupKeyservers", "updateKeyservers", "customerID", "pgpMessageHeader",
+  /// "pgpSignatureHeader". Throws Error for an unknown name or a value the option cannot take.
+  virtual void SetOption(std::string_view name, std::string_view value) = 0;
+  /// Locks every key pair.
+  virtual void InitEngine() = 0;
+  /// 0 a usable key is known for exactly this address; -16 none at hand and no server reached;
+  /// -13 there is none.
+  virtual EngineStatus QueryKeyPair(std::string_view address, std::string& text) = 0;
+  /// Unlocks the address's key pair: 0 unlocked, -4 wrong passphrase, -13 no secret key.
+  virtual EngineStatus AuthenticateAccount(std::string_view address,
+                                           std::string_view passphrase) = 0;
+  /// Writes an armoured detached signature into a temporary file, which the caller deletes.
+  virtual EngineStatus SignFile(std::string_view path, std::string& signature_path) = 0;
+  /// Clear-signs with the account, or with the key pair unlocked last.
+  virtual EngineStatus SignText(std::string_view text, const EngineAccount* account,
+                                std::string& signed_text) = 0;
+  /// Encrypts for every address of the vector.
+  virtual EngineStatus EncryptText(const IEngineStringVector& recipients, std::string_view text,
+                                   std::string& armoured) = 0;
+  /// Decrypts the file in place, all or nothing. -9: the file is no encrypted message.
+  virtual EngineStatus DecryptFileEx(std::string_view path, const EngineAccount* account) = 0;
+  virtual EngineStatus DecryptTextEx(std::string_view armoured, const EngineAccount* account,
+                                     std::string& plain) = 0;
+  /// 1 good signature, 0 bad signature, else an error. `signers` receives the signers' addresses,
+  /// `unknown_signers` the IDs of keys that could not be had; `content` exactly what was signed.
+  virtual EngineStatus VerifyText(std::string_view signed_text, IEngineStringVector& signers,
+                                  IEngineStringVector& unknown_signers, std::string& content) = 0;
+  /// The same for a file and its detached signature, armoured or binary.
+  virtual EngineStatus VerifyFile(std::string_view path, std::string_view signature_path,
+                                  IEngineStringVector& signers,
+                                  IEngineStringVector& unknown_signers) = 0;
+  /// One line about the last failure that a user can act on; never holds a passphrase.
+  virtual std::string GetEngineLastError() = 0;
+  /// Encrypts the file for every address; `encrypted_path` is the file to write. It is written
+  /// whole or not at all.
+  virtual EngineStatus EncryptFileToFile(const IEngineStringVector& recipients,
+                                         std::string_view path,
+                                         std::string_view encrypted_path) = 0;
+  /// Hidden recipients from now on, or not.
+  virtual void SetAnonymousMode(bool anonymous) = 0;
+  /// The additional decryption addresses on record for an own address.
+  virtual EngineStatus GetAddressADKs(std::string_view address, IEngineStringVector& addresses) = 0;
+  /// The same for a recipient's domain or address.
+  virtual EngineStatus GetRecipientADKs(std::string_view recipient,
+                                        IEngineStringVector& addresses) = 0;
+};
+using EnginePtr = std::shared_ptr<IEngine>;
+
+/// Makes the engine's objects.
+class EngineFactory {
+ public:
+  virtual ~EngineFactory() = default;
+  /// Throws Error (429) when the engine is not to be had.
+  virtual EnginePtr CreateEngine() = 0;
+  virtual EngineStringVectorPtr CreateStringVector() = 0;
+};
+
+}  // namespace corvessa::platform
