@@ -31,8 +31,12 @@ std::string_view ErrorDescription(long number) {
   }
 }
 
-void Raise(long number) { throw Error{number, std::string(ErrorDescription(number))}; }
+void Raise(long number) {
+  throw Error{number, std::string(ErrorDescription(number))};
+}
 
-void Raise(long number, std::string description) { throw Error{number, std::move(description)}; }
+void Raise(long number, std::string description) {
+  throw Error{number, std::move(description)};
+}
 
 }  // namespace corvessa

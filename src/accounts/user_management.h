@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "accounts/settings.h"
+
+namespace corvessa {
+
+class frmSplashScreen;
+
+/// Why a passphrase is asked for.
+enum class LoginReason : std::int32_t {
+  kFirstRequest = 0,
+  kWrongPassphrase = 1,
+  kCannotDecrypt = 2
+};
+
+/// The list of secured addresses. Addresses are compared exactly; only adding and removing a user
+/// trim and lower-case what they are given, never what is stored. Nothing here throws.
+namespace UserManagement {
+
+/// Null when the address is in the list already.
+NimbraAccountPtr AddNimbraAccountUser(std::string_view address);
+/// Adds the address; whether it was added.
+bool IsAccountAdded(std::string_view address);
+/// False when the address is in the list already; the object is not kept then.
+bool AddNimbraAccount(const NimbraAccountPtr& account);
+bool RemoveNimbraAccountUser(std::string_view address);
+/// Null when there is none.
+NimbraAccountPtr GetNimbraAccountUser(std::string_view address);
+
+/// Makes the address the only signer; one that is not in the list leaves none.
+void SetAsSignerAccount(std::string_view address);
+/// Null when nothing signs.
+NimbraAccountPtr GetSigningAccount();
+bool AreThereUnauthenticatedAccounts();
+/// How many addresses have a key pair; moves the splash screen's caption when one is given.
+std::int32_t GetKeyPairCount(frmSplashScreen* splash);
+bool IsValidEmailAddress(std::string_view address);
+
+/// The account at once when it is authenticated, else what the passphrase dialog gives: the account
+/// with the typed passphrase, null when the user cancelled. Does not check the passphrase.
+NimbraAccountPtr GetLoginAccount(LoginReason reason, std::string_view address, bool list_all);
+void ForgetAllPassphrases();
+
+}  // namespace UserManagement
+}  // namespace corvessa

@@ -1,0 +1,47 @@
+#include "base/guard.h"
+
+#include <exception>
+#include <new>
+#include <string>
+
+#include "addin/debug_info.h"
+
+namespace corvessa {
+namespace {
+
+constexpr long kOutOfMemory = 7;
+constexpr long kInternalError = 51;
+
+Error Caught() {
+  try {
+    throw;
+  } catch (const Error& error) {
+    return error.number == 0 ? Error{kInternalError, error.description} : error;
+  } catch (const std::bad_alloc&) {
+    return {kOutOfMemory, "Out of memory"};
+  } catch (const std::exception& error) {
+    return {kInternalError, error.what()};
+  } catch (...) {
+    return {kInternalError, "Internal error"};
+  }
+}
+
+}  // namespace
+
+Error CaughtError() noexcept {
+  try {
+    return Caught();
+  } catch (...) {
+    return {kOutOfMemory, {}};
+  }
+}
+
+void TraceCaughtError(std::string_view prefix, std::string_view suffix) noexcept {
+  try {
+    Debug_Info::TraceLog(std::string(prefix) + Caught().description + std::string(suffix));
+  } catch (...) {
+    // Out of memory twice: the line is lost, the caller carries on.
+  }
+}
+
+}  // namespace corvessa

@@ -1,0 +1,29 @@
+#include "base/secret_string.h"
+
+namespace corvessa {
+
+void WipeText(std::string& text) noexcept {
+  // The string grows to its capacity first: an earlier, longer content may still stand behind the
+  // end. Growing within the capacity allocates nothing.
+  text.resize(text.capacity());
+  volatile char* bytes = text.data();
+  for (std::size_t i = 0; i < text.size(); ++i) bytes[i] = 0;
+  text.clear();
+}
+
+SecretString& SecretString::operator=(const SecretString& other) {
+  if (this != &other) Assign(other.View());
+  return *this;
+}
+
+void SecretString::Assign(std::string_view text) {
+  std::string fresh(text);
+  text_.swap(fresh);
+  WipeText(fresh);
+}
+
+void SecretString::Clear() noexcept {
+  WipeText(text_);
+}
+
+}  // namespace corvessa

@@ -1,0 +1,187 @@
+#include "base/text.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <limits>
+
+#include "base/lower_case_table.h"
+
+namespace corvessa {
+namespace {
+
+/// Bytes of the character that begins the text, which is not empty; 1 for what is no UTF-8.
+std::size_t CharacterBytes(std::string_view text) {
+  const auto lead = static_cast<unsigned char>(text.front());
+  const std::size_t bytes = lead < 0xC2   ? 1
+                            : lead < 0xE0 ? 2
+                            : lead < 0xF0 ? 3
+                            : lead < 0xF5 ? 4
+                                          : 1;
+  if (bytes > text.size()) return 1;
+  for (std::size_t i = 1; i < bytes; ++i) {
+    if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) return 1;
+  }
+  return bytes;
+}
+
+/// The code point of one whole UTF-8 character.
+char32_t Decode(std::string_view character) {
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(character[i]); };
+  if (character.size() == 1) return byte(0);
+  char32_t code = byte(0) & (0x7FU >> character.size());
+  for (std::size_t i = 1; i < character.size(); ++i) code = code << 6 | (byte(i) & 0x3FU);
+  return code;
+}
+
+void Encode(char32_t code, std::string& text) {
+  if (code < 0x80) {
+    text += static_cast<char>(code);
+  } else if (code < 0x800) {
+    text += static_cast<char>(0xC0 | code >> 6);
+    text += static_cast<char>(0x80 | (code & 0x3F));
+  } else if (code < 0x10000) {
+    text += static_cast<char>(0xE0 | code >> 12);
+    text += static_cast<char>(0x80 | (code >> 6 & 0x3F));
+    text += static_cast<char>(0x80 | (code & 0x3F));
+  } else {
+    text += static_cast<char>(0xF0 | code >> 18);
+    text += static_cast<char>(0x80 | (code >> 12 & 0x3F));
+    text += static_cast<char>(0x80 | (code >> 6 & 0x3F));
+    text += static_cast<char>(0x80 | (code & 0x3F));
+  }
+}
+
+char32_t SimpleLowerCase(char32_t code) {
+  const auto* run = std::lower_bound(
+      std::begin(kLowerCaseRuns), std::end(kLowerCaseRuns), code,
+      [](const LowerCaseRun& candidate, char32_t value) { return candidate.last < value; });
+  if (run == std::end(kLowerCaseRuns) || code < run->first) return code;
+  if ((code - run->first) % run->stride != 0) return code;
+  return static_cast<char32_t>(static_cast<std::int32_t>(code) + run->distance);
+}
+
+bool IsAsciiUpper(char c) {
+  return c >= 'A' && c <= 'Z';
+}
+bool IsDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+bool IsHiddenCharacter(char32_t code) {
+  return code < 0x20 || (code >= 0x7F && code <= 0x9F) || code == 0x061C ||
+         (code >= 0x200B && code <= 0x200F) || (code >= 0x2028 && code <= 0x202E) ||
+         (code >= 0x2060 && code <= 0x2069) || code == 0xFEFF;
+}
+
+}  // namespace
+
+std::string Str(std::int64_t number) {
+  return number < 0 ? std::to_string(number) : " " + std::to_string(number);
+}
+
+std::string Decimal(std::int64_t number) {
+  return std::to_string(number);
+}
+
+std::string_view Trim(std::string_view text) {
+  const auto first = text.find_first_not_of(' ');
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
+std::string LCase(std::string_view text) {
+  std::string lower;
+  lower.reserve(text.size());
+  while (!text.empty()) {
+    const std::size_t bytes = CharacterBytes(text);
+    if (bytes == 1) {
+      lower +=
+          IsAsciiUpper(text.front()) ? static_cast<char>(text.front() + ('a' - 'A')) : text.front();
+    } else {
+      Encode(SimpleLowerCase(Decode(text.substr(0, bytes))), lower);
+    }
+    text.remove_prefix(bytes);
+  }
+  return lower;
+}
+
+std::size_t Length(std::string_view text) {
+  std::size_t characters = 0;
+  for (; !text.empty(); ++characters) text.remove_prefix(CharacterBytes(text));
+  return characters;
+}
+
+std::string_view Left(std::string_view text, std::size_t characters) {
+  std::size_t bytes = 0;
+  for (; characters > 0 && bytes < text.size(); --characters) {
+    bytes += CharacterBytes(text.substr(bytes));
+  }
+  return text.substr(0, bytes);
+}
+
+std::string Replace(std::string_view text, std::string_view from, std::string_view to) {
+  std::string result;
+  if (from.empty()) return std::string(text);
+  for (;;) {
+    const auto found = text.find(from);
+    result += text.substr(0, found);
+    if (found == std::string_view::npos) return result;
+    result += to;
+    text.remove_prefix(found + from.size());
+  }
+}
+
+double LeadingNumber(std::string_view text) {
+  double value = 0;
+  double scale = 1;
+  bool negative = false;
+  bool started = false;
+  bool after_point = false;
+  for (const char c : text) {
+    if (c == ' ' || c == '\t' || c == '\n') continue;
+    if (!started && (c == '-' || c == '+')) {
+      negative = c == '-';
+    } else if (c == '.' && !after_point) {
+      after_point = true;
+    } else if (IsDigit(c)) {
+      value = value * 10 + (c - '0');
+      if (after_point) scale *= 10;
+    } else {
+      break;
+    }
+    started = true;
+  }
+  if (value == 0) return 0;
+  const double number = std::isinf(scale) ? 0 : value / scale;
+  return negative ? -number : number;
+}
+
+double RoundHalfEven(double number) {
+  const double below = std::floor(number);
+  const double rest = number - below;
+  if (rest < 0.5) return below;
+  if (rest > 0.5) return below + 1;
+  return std::fmod(below, 2) == 0 ? below : below + 1;
+}
+
+std::int32_t ClampToInt32(double number) {
+  using Limits = std::numeric_limits<std::int32_t>;
+  if (number >= Limits::max()) return Limits::max();
+  if (number <= Limits::min()) return Limits::min();
+  return std::isnan(number) ? 0 : static_cast<std::int32_t>(number);
+}
+
+std::string ForDisplay(std::string_view text) {
+  std::string shown;
+  while (!text.empty()) {
+    const std::string_view character = text.substr(0, CharacterBytes(text));
+    const bool is_stray_byte =
+        character.size() == 1 && static_cast<unsigned char>(character[0]) > 0x7F;
+    if (!is_stray_byte && !IsHiddenCharacter(Decode(character))) shown += character;
+    text.remove_prefix(character.size());
+  }
+  return shown;
+}
+
+}  // namespace corvessa

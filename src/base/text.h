@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+/// The classic text conversions, and the only ones the logic uses. Text is UTF-8; "character" means
+/// code point; a byte that is no UTF-8 counts as one character and is kept as it is. None of them
+/// asks the locale, none throws.
+namespace corvessa {
+
+inline constexpr std::string_view kCrLf = "\r\n";
+
+/// Decimal text with one blank before a number that is not negative: " 3", "-1".
+std::string Str(std::int64_t number);
+
+/// Decimal text without the blank.
+std::string Decimal(std::int64_t number);
+
+/// Without the blanks (U+0020 only) at both ends. The view lives as long as the text.
+std::string_view Trim(std::string_view text);
+
+/// Unicode simple lower case.
+std::string LCase(std::string_view text);
+
+/// Number of characters.
+std::size_t Length(std::string_view text);
+
+/// The first characters, or all of a shorter text. The view lives as long as the text.
+std::string_view Left(std::string_view text, std::size_t characters);
+
+/// Every occurrence of `from`, found left to right, replaced; comparison is exact.
+std::string Replace(std::string_view text, std::string_view from, std::string_view to);
+
+/// The number that the text begins with: blanks, tabs and line feeds are skipped, also inside the
+/// number; an optional sign, digits, one point; 0 when there is none.
+double LeadingNumber(std::string_view text);
+
+/// To the nearest whole number, halves to the even one: 8.5 gives 8, 9.5 gives 10.
+double RoundHalfEven(double number);
+
+/// The number as a 32-bit one; past either end it stays at that end.
+std::int32_t ClampToInt32(double number);
+
+/// Text from outside as it may be shown: control characters and the marks that turn the direction
+/// of writing are left out, so that a name cannot disguise what stands beside it. Line breaks go
+/// too.
+std::string ForDisplay(std::string_view text);
+
+}  // namespace corvessa

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/picture.h"
+
+namespace corvessa {
+
+class Form;
+
+/// The brand: names, icons, pictures and pages. Nothing is cached; every getter reads afresh.
+namespace Customization {
+
+std::string AppShortName();
+std::string AppLongName();
+std::string EnginePGPMessageHeader();
+std::string EnginePGPSignatureHeader();
+std::string EngineCustomerID();
+std::string EngineLookupServer();
+std::string EngineUpdateServer();
+
+/// The pictures throw Error (53 missing, 481 no picture).
+platform::PicturePtr GetToolbarPicture();
+platform::PicturePtr GetLogoPicture();
+platform::PicturePtr GetSplashPicture();
+/// The window icon, chosen by the long product name.
+platform::PicturePtr GetAppIcon();
+
+/// "<!-- SHORTNAME -->" and "<!-- LONGNAME -->" replaced.
+std::string SubstituteNames(std::string_view text);
+/// Brands a form and its controls; goes on with the next control after an error, which is traced.
+void CustomizeForm(Form& form);
+
+/// Pages opened for an address: its own text is appended as "alias=", as it stands.
+void OpenIMAPInfoPage(std::string_view alias);
+void OpenKeyGenPage(std::string_view alias);
+void OpenPassphrasePage(std::string_view alias);
+void OpenMainPage();
+void OpenHelpPage();
+void OpenHelpAddInstructionsPage();
+void OpenToolsPage();
+/// Opens an http or https address without control characters; anything else is traced and not
+/// opened.
+void OpenURL(std::string_view url);
+
+/// The address with "?" or "&", "alias=" and the alias behind it.
+std::string AddressWithAlias(std::string_view url, std::string_view alias);
+
+}  // namespace Customization
+}  // namespace corvessa

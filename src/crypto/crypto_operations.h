@@ -1,0 +1,97 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "accounts/settings.h"
+#include "message/attachment_node.h"
+#include "platform/engine.h"
+#include "platform/outlook.h"
+
+namespace corvessa {
+
+/// The only class that talks to the encryption engine. The order of the public operations is the
+/// order of its binary interface. Mail operations answer with small status codes and never throw;
+/// the configuration operations, Init, GetLastError, DecryptFileEx and AddToVector let the engine's
+/// errors through.
+class CryptoOperations {
+ public:
+  CryptoOperations();
+  ~CryptoOperations();
+  CryptoOperations(const CryptoOperations&) = delete;
+  CryptoOperations& operator=(const CryptoOperations&) = delete;
+
+  void SetLookupKeyServers(std::string_view servers);
+  void SetUpdateKeyServers(std::string_view servers);
+  void SetCustomerID(std::string_view id);
+  void SetPGPMessageHeader(std::string_view header);
+  void SetPGPSignatureHeader(std::string_view header);
+  void SetAnonymous(bool anonymous);
+  /// Locks every key pair in the engine.
+  void Init();
+  std::string GetLastError();
+  std::int32_t DecryptFileEx(std::string_view path);
+  /// 1 the address has a key pair, 0 it has none, -1 nobody can tell.
+  std::int32_t HasKeypair(std::string_view address);
+  /// Asks for an account and its passphrase and unlocks it: 0 unlocked, 1 cancelled, -1 refused.
+  /// Counts the attempt unless it was cancelled.
+  std::int16_t Authenticate(std::int16_t& attempts, std::int16_t& wrong_account);
+  /// 1 not encrypted, 0 decrypted (body replaced), -1 given up, else an engine status. `body`
+  /// changes on success only.
+  std::int32_t DecryptMailItem(const platform::MailItemPtr& item, std::string& body,
+                               AttachmentNodes& attachments);
+  /// Adds the text unless it is there already (compared exactly) or blank.
+  void AddToVector(platform::IEngineStringVector& addresses, std::string_view text);
+  bool HasEncryptedOrSignedAttachments(const AttachmentNodes& attachments);
+  /// Deletes the files, then their folders when nothing is left in them; a file that cannot be
+  /// deleted goes to the delete queue. Empties the collection. Never fails.
+  void KillAllFiles(AttachmentNodes& attachments);
+  /// 2 not signed, 0 good (body replaced by what was signed), 1 bad, else an engine status.
+  std::int32_t VerifyMailItem(const platform::MailItemPtr& item, std::string& body,
+                              AttachmentNodes& attachments, std::string& signers);
+  /// Adds one own address, so that sent mail stays readable to its sender.
+  void AddKeyAccountsToRecp(platform::IEngineStringVector& recipients);
+  /// 0 when the item is ready to be sent; anything else must stop the send.
+  std::int32_t SignAndEncryptItem(const platform::MailItemPtr& item, AttachmentNodes& attachments,
+                                  bool no_options_bar);
+  /// The file is a detached signature and its data file is at hand.
+  bool IsSignature(std::string_view path, const AttachmentNodes& attachments,
+                   const platform::MailItemPtr& item);
+  /// Saves the item's attachments into a private temporary folder, a node each; false, with the
+  /// user told, when one could not be saved.
+  bool StoreAllAttachments(const platform::MailItemPtr& item, AttachmentNodes& attachments,
+                           bool no_options_bar);
+  /// Removes every attachment of the item.
+  bool ClearAttachments(const platform::MailItemPtr& item);
+  /// Replaces the item's attachments by the nodes' files, or by the originals they were made from.
+  bool ReInsertAttachments(const platform::MailItemPtr& item, const AttachmentNodes& attachments,
+                           bool originals);
+  /// Verifies a file against its detached signature and words the outcome for the user.
+  std::string VerifyAttachment(AttachmentNode& data, const AttachmentNode& signature);
+
+ private:
+  std::int32_t DecryptAllAttachments(const platform::MailItemPtr& item,
+                                     AttachmentNodes& attachments);
+  std::int32_t VerifyAllAttachments(AttachmentNodes& attachments);
+  std::int32_t SignMailItem(const platform::MailItemPtr& item, AttachmentNodes& attachments,
+                            bool sign_only);
+  std::int32_t SignAllAttachments(const platform::MailItemPtr& item, AttachmentNodes& attachments);
+  std::int32_t EncryptMailItem(const platform::MailItemPtr& item, AttachmentNodes& attachments);
+  std::int32_t EncryptAllAttachments(const platform::MailItemPtr& item,
+                                     AttachmentNodes& attachments,
+                                     const platform::IEngineStringVector& recipients);
+  /// 0 all resolved, -1 one could not be.
+  std::int32_t ConcatenateRecpAddrs(const platform::MailItemPtr& item, std::string& addresses);
+  std::string VectorToString(const platform::IEngineStringVector& texts);
+  /// Makes the account the only one whose flag may be set.
+  void SetAccountAuthenticated(const NimbraAccountPtr& account, bool authenticated);
+
+  /// Throws Error 91 when the engine could not be created.
+  platform::IEngine& Engine();
+
+  platform::EnginePtr m_oNimbraCrypto;
+};
+
+}  // namespace corvessa

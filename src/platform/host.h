@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace corvessa::platform {
+
+class Cdo;
+class Clipboard;
+class Clock;
+class EngineFactory;
+class Files;
+class Inet;
+class Redemption;
+class Registry;
+class Shell;
+class Ui;
+
+/// The add-in's own version and the folder of its file, without a trailing backslash.
+struct ProductInfo {
+  std::int32_t major_version = 0;
+  std::int32_t minor_version = 0;
+  std::int32_t revision = 0;
+  std::string folder;
+};
+
+/// The installed back end: references to everything outside the logic. They outlive the add-in.
+struct HostServices {
+  Cdo& cdo;
+  Clipboard& clipboard;
+  Clock& clock;
+  EngineFactory& engine;
+  Files& files;
+  Inet& inet;
+  Redemption& redemption;
+  Registry& registry;
+  Shell& shell;
+  Ui& ui;
+  ProductInfo product;
+};
+
+/// Installs the back end; once, before Connect is created. Installing twice is an error.
+void InstallHost(const HostServices& services);
+
+/// Takes the back end away again, after the add-in has been closed down and reset.
+void RemoveHost() noexcept;
+
+/// Throws Error (91) when no back end is installed.
+const HostServices& Host();
+
+}  // namespace corvessa::platform
