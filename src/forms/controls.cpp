@@ -13,6 +13,7 @@ std::string Quoted(std::string_view text) {
 }  // namespace
 
 void CaptionedControl::SetCaption(std::string_view caption) {
+  if (caption_ == caption) return;
   caption_ = caption;
   RaiseEvent("Change", OnChange);
 }

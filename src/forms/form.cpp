@@ -127,8 +127,15 @@ std::vector<FormPtr> LoadedForms() {
 }
 
 void DropLoadedForms() {
+  Form::DropAll();
+}
+
+void Form::DropAll() {
   const std::vector<FormPtr> dropped = std::exchange(Loaded(), {});
-  static_cast<void>(dropped);
+  for (const FormPtr& form : dropped) {
+    form->loaded_ = false;
+    Ignoring([&] { form->Hide(); });
+  }
 }
 
 }  // namespace corvessa

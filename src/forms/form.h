@@ -81,6 +81,8 @@ class Form : public std::enable_shared_from_this<Form> {
 
  private:
   friend class Control;
+  friend void DropLoadedForms();
+  static void DropAll();
   void AddControl(Control& control) { controls_.push_back(&control); }
   void MakeVisible(bool modal);
 
@@ -100,7 +102,8 @@ using FormPtr = std::shared_ptr<Form>;
 /// The forms that are loaded, in loading order; a copy, because handlers load and unload forms.
 std::vector<FormPtr> LoadedForms();
 
-/// Takes every form off the list without asking or running handlers; for the end of the process.
+/// Hides every loaded form and takes it off the list without asking or running handlers; for the
+/// end of the process.
 void DropLoadedForms();
 
 }  // namespace corvessa

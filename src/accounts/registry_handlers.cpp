@@ -1,0 +1,218 @@
+#include "accounts/registry_handlers.h"
+
+#include <memory>
+#include <tuple>
+#include <unordered_set>
+
+#include "accounts/nimbra_account.h"
+#include "accounts/registry_values.h"
+#include "accounts/settings.h"
+#include "addin/debug_info.h"
+#include "addin/message_box.h"
+#include "base/guard.h"
+#include "base/text.h"
+#include "branding/customization.h"
+#include "platform/host.h"
+#include "platform/registry.h"
+
+namespace corvessa::RegistryHandlers {
+namespace {
+
+using platform::kRegistryMoreData;
+using platform::kRegistryNoMoreItems;
+using platform::kRegistrySuccess;
+using platform::RegistryKey;
+using platform::RegistryKeyPtr;
+using platform::RegistryStatus;
+
+constexpr std::string_view kGlobalKey =
+    "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Global";
+constexpr std::string_view kAccountsKey =
+    "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Accounts";
+constexpr std::string_view kVersionKey =
+    "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Version";
+constexpr std::string_view kOutlookSetupKey = "Software\\Microsoft\\Office\\9.0\\Outlook\\Setup";
+
+/// A longer string value reads as empty: older installers rely on values of at most 254 bytes.
+constexpr std::size_t kStringBufferBytes = 255;
+
+constexpr std::string_view kSeenMajor = "SeenUpdateMsgMaj";
+constexpr std::string_view kSeenMinor = "SeenUpdateMsgMin";
+constexpr std::string_view kSeenRevision = "SeenUpdateMsgRev";
+
+struct FlagValue {
+  std::string_view name;
+  bool* flag;
+};
+
+// In the order in which they are read and written.
+constexpr FlagValue kPreferences[] = {
+    {"DisableKVPEntirely", &g_bDisableKVPEntirely},
+    {"DisableAutoDecryptAndVerify", &g_bDisableAutoDecryptAndVerify},
+    {"DisableOutgoingEncryption", &g_bDisableOutgoingEncryption},
+    {"DisableOutgoingSigning", &g_bDisableOutgoingSigning},
+    {"LogDebuggingInfo", &g_bLogDebuggingInfo},
+};
+constexpr std::string_view kPassphraseMemory = "PassphraseMemory";
+
+constexpr FlagValue kEditionSwitches[] = {
+    {"DisableInternetMode", &g_bDisableInternetMode},
+    {"DisableCorporateOrWorkgroupMode", &g_bDisableCorporateOrWorkgroupMode},
+    {"DisableAutoDecryptAttachments", &g_bDisableAutoDecryptAttachments},
+    {"DisableKeyGen", &g_bDisableKeyGen},
+    {"NoToolbarButtonText", &g_bNoToolbarButtonText},
+    {"ADKEnabled", &g_bADKEnabled},
+};
+
+RegistryKey& CurrentUser() {
+  return platform::Host().registry.CurrentUser();
+}
+RegistryKey& LocalMachine() {
+  return platform::Host().registry.LocalMachine();
+}
+
+/// Null when the key can neither be opened nor made.
+RegistryKeyPtr OpenOrCreate(RegistryKey& root, std::string_view path) {
+  RegistryKeyPtr key;
+  static_cast<void>(root.Create(path, key));
+  return key;
+}
+
+void ReadPreferences() {
+  const RegistryKeyPtr key = OpenOrCreate(CurrentUser(), kGlobalKey);
+  for (const FlagValue& value : kPreferences) *value.flag = key && ReadFlag(*key, value.name);
+  g_lPassphraseMemory = key ? key->ReadNumber(kPassphraseMemory) : 0;
+}
+
+void WritePreferences() {
+  const RegistryKeyPtr key = OpenOrCreate(CurrentUser(), kGlobalKey);
+  if (!key) return;
+  for (const FlagValue& value : kPreferences) WriteFlag(*key, value.name, *value.flag);
+  static_cast<void>(key->WriteNumber(kPassphraseMemory, g_lPassphraseMemory));
+}
+
+void ReadEditionSwitches() {
+  const RegistryKeyPtr key = OpenOrCreate(LocalMachine(), kVersionKey);
+  for (const FlagValue& value : kEditionSwitches) *value.flag = key && ReadFlag(*key, value.name);
+}
+
+/// Disables the add-in in memory and tells the user why.
+void RefuseMailMode(std::string_view reason) {
+  g_bDisableKVPEntirely = true;
+  ShowMessageBox(Customization::AppLongName() + std::string(reason) +
+                     "\r\n\r\nThis can be changed from the Tools menu, \r\n"
+                     "under Options, Mail Services tab, Reconfigure Mail Support",
+                 false, false);
+}
+
+void CheckMailMode() {
+  if (g_bDisableCorporateOrWorkgroupMode && IsCorporateWorkgroupMode()) {
+    RefuseMailMode(" can only be used with Outlook's \"Internet Only\" mode.");
+  }
+  if (g_bDisableInternetMode && IsInternetOnlyMode()) {
+    RefuseMailMode(" can only be used in Corporate/Workgroup mode.");
+  }
+}
+
+bool Succeeded(RegistryStatus status) {
+  return status == kRegistrySuccess || status == kRegistryMoreData;
+}
+
+/// Adds an account for every subkey, names compared exactly, until the enumeration ends; gives the
+/// status that ended it. The names seen are kept aside so that many accounts load in linear time.
+RegistryStatus ReadAccounts(RegistryKey& accounts) {
+  std::unordered_set<std::string> seen;
+  std::string name;
+  for (std::uint32_t index = 0;; ++index) {
+    const RegistryStatus status = accounts.EnumerateKey(index, name);
+    if (!Succeeded(status)) return status;
+    auto account = std::make_shared<NimbraAccount>();
+    if (!account->ReadAccount(accounts, name)) continue;
+    if (seen.insert(account->m_sAlias).second) g_colAccounts.push_back(std::move(account));
+  }
+}
+
+}  // namespace
+
+std::int32_t ReadUserAccountInfo() {
+  RegistryStatus status = kRegistrySuccess;
+  Guarded("RegistryHandlers:ReadUserAccountInfo - ", [&] {
+    ReadPreferences();
+    ReadEditionSwitches();
+    g_colAccounts.clear();
+    CheckMailMode();
+    RegistryKeyPtr accounts;
+    status = CurrentUser().Create(kAccountsKey, accounts);
+    if (status != kRegistrySuccess) return;
+    status = ReadAccounts(*accounts);
+    if (status == kRegistryNoMoreItems) status = kRegistrySuccess;
+  });
+  return status;
+}
+
+std::int32_t WriteUserAccountInfo() {
+  RegistryStatus status = kRegistrySuccess;
+  Guarded("RegistryHandlers:WriteUserAccountInfo - ", [&] {
+    WritePreferences();
+    DeleteRegistryKeyTree(CurrentUser(), kAccountsKey);
+    RegistryKeyPtr accounts;
+    status = CurrentUser().Create(kAccountsKey, accounts);
+    if (status != kRegistrySuccess) return;
+    for (const NimbraAccountPtr& account : g_colAccounts) account->WriteAccount(*accounts);
+  });
+  return status;
+}
+
+std::string GetVersionValue(std::string_view name) {
+  return Guarded("RegistryHandlers:GetVersionValue - ", std::string(), [&] {
+    const RegistryKeyPtr key = OpenOrCreate(LocalMachine(), kVersionKey);
+    return key ? key->ReadString(name, kStringBufferBytes) : std::string();
+  });
+}
+
+bool AlreadySeenProductUpdateMessage(std::int32_t major, std::int32_t minor,
+                                     std::int32_t revision) {
+  bool seen = true;
+  const auto compare_and_record = [&] {
+    const RegistryKeyPtr key = OpenOrCreate(CurrentUser(), kGlobalKey);
+    const auto stored = [&](std::string_view name) { return key ? key->ReadNumber(name) : 0; };
+    seen = std::tuple(major, minor, revision) <=
+           std::tuple(stored(kSeenMajor), stored(kSeenMinor), stored(kSeenRevision));
+    if (key) {
+      static_cast<void>(key->WriteNumber(kSeenMajor, major));
+      static_cast<void>(key->WriteNumber(kSeenMinor, minor));
+      static_cast<void>(key->WriteNumber(kSeenRevision, revision));
+    }
+    return 0;
+  };
+  Guarded("AlreadySeenProductUpdateMessage: ", 0, compare_and_record, " - ");
+  return seen;
+}
+
+bool IsCorporateWorkgroupMode() {
+  return Guarded("RegistryHandlers:IsCorporateWorkgroupMode - ", false, [] {
+    const RegistryKeyPtr key = OpenOrCreate(CurrentUser(), kOutlookSetupKey);
+    return key && key->ReadNumber("MailSupport") == 1;
+  });
+}
+
+bool IsInternetOnlyMode() {
+  return !IsCorporateWorkgroupMode();
+}
+
+bool DeleteRegistryKeyTree(RegistryKey& parent, std::string_view path) {
+  return Guarded("RegistryHandlers:DeleteRegistryKeyTree - ", false, [&] {
+    if (parent.DeleteKey(path) == kRegistrySuccess) return true;
+    RegistryKeyPtr key;
+    if (parent.Open(path, key) != kRegistrySuccess) return false;
+    std::string child;
+    RegistryStatus status = kRegistrySuccess;
+    while (Succeeded(status = key->EnumerateKey(0, child))) {
+      if (!DeleteRegistryKeyTree(*key, child)) return false;
+    }
+    key.reset();
+    return status == kRegistryNoMoreItems && parent.DeleteKey(path) == kRegistrySuccess;
+  });
+}
+
+}  // namespace corvessa::RegistryHandlers

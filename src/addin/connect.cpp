@@ -1,0 +1,39 @@
+#include "addin/connect.h"
+
+#include "accounts/registry_handlers.h"
+#include "addin/message_box.h"
+#include "addin/outlook_support.h"
+#include "addin/outlook_version.h"
+#include "addin/process_state.h"
+#include "base/guard.h"
+#include "branding/customization.h"
+
+namespace corvessa {
+namespace {
+
+void TellIncompatible() {
+  ShowMessageBox(Customization::AppLongName() +
+                     " is not currently compatible with this version of Outlook.\r\n"
+                     "For more information, visit the following URL:\r\n\r\n\t" +
+                     RegistryHandlers::GetVersionValue("URLMain"),
+                 false, false);
+}
+
+}  // namespace
+
+void Connect::AddinInstance_OnConnection(const platform::ApplicationPtr& application) {
+  Guarded("Connect::AddinInstance_OnConnection - ", [&] {
+    if (!IsCompatibleOutlookVersion(*application)) return TellIncompatible();
+    g_oOutlookSupport = std::make_shared<OutlookSupport>();
+    g_oOutlookSupport->Initialise(application);
+  });
+}
+
+void Connect::AddinInstance_OnDisconnection() {
+  Ignoring([] {
+    if (g_oOutlookSupport) g_oOutlookSupport->Closedown();
+  });
+  ResetProcessState();
+}
+
+}  // namespace corvessa

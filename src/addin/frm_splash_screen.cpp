@@ -1,0 +1,39 @@
+#include "addin/frm_splash_screen.h"
+
+#include "base/text.h"
+#include "branding/customization.h"
+#include "platform/host.h"
+#include "platform/ui.h"
+
+namespace corvessa {
+namespace {
+
+/// Paints what has changed while start-up blocks the thread.
+void PaintNow() {
+  platform::Host().ui.DoEvents();
+}
+
+}  // namespace
+
+frmSplashScreen::frmSplashScreen()
+    : Form("frmSplashScreen", "", 400, 116),
+      imgSplashImage(*this, "imgSplashImage", {0, 0, 400, 59}),
+      lblAppInfo(*this, "lblAppInfo", {7, 66, 386, 17}),
+      lblCaption(*this, "lblCaption", {7, 90, 386, 17}) {
+  lblAppInfo.OnChange = PaintNow;
+  lblCaption.OnChange = PaintNow;
+}
+
+void frmSplashScreen::SetCaption(std::string_view text) {
+  lblCaption.SetCaption(text);
+}
+
+void frmSplashScreen::Form_Load() {
+  Customization::CustomizeForm(*this);
+  const platform::ProductInfo& product = platform::Host().product;
+  lblAppInfo.SetCaption(Customization::AppLongName() + " Version " +
+                        Decimal(product.major_version) + "." + Decimal(product.minor_version) +
+                        "." + Decimal(product.revision));
+}
+
+}  // namespace corvessa

@@ -1,0 +1,20 @@
+#include "addin/message_box.h"
+
+#include "base/guard.h"
+#include "branding/customization.h"
+#include "platform/host.h"
+#include "platform/ui.h"
+
+namespace corvessa {
+
+std::int32_t ShowMessageBox(std::string_view text, bool ask, bool error) {
+  return Guarded(":ShowMessageBox - ", kBoxAnswerCancel, [&] {
+    const std::int32_t buttons = ask ? platform::kBoxOkCancel : platform::kBoxOk;
+    const std::int32_t icon = error ? platform::kBoxError : platform::kBoxInformation;
+    const std::int32_t answer =
+        platform::Host().ui.MessageBox(text, Customization::AppLongName(), icon | buttons);
+    return answer == platform::kAnswerOk ? kBoxAnswerOk : kBoxAnswerCancel;
+  });
+}
+
+}  // namespace corvessa

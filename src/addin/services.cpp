@@ -1,0 +1,57 @@
+#include "addin/services.h"
+
+#include "accounts/settings.h"
+#include "addin/frm_timer.h"
+#include "branding/customization.h"
+#include "crypto/crypto_operations.h"
+
+namespace corvessa {
+
+std::shared_ptr<CryptoOperations> g_oCrypto;
+
+namespace {
+
+std::shared_ptr<frmTimer> LoadedTimer() {
+  for (const FormPtr& form : LoadedForms()) {
+    if (auto timer = std::dynamic_pointer_cast<frmTimer>(form)) return timer;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+std::shared_ptr<CryptoOperations> CreateCrypto() {
+  auto crypto = std::make_shared<CryptoOperations>();
+  crypto->SetPGPMessageHeader(Customization::EnginePGPMessageHeader());
+  crypto->SetPGPSignatureHeader(Customization::EnginePGPSignatureHeader());
+  crypto->SetCustomerID(Customization::EngineCustomerID());
+  crypto->SetLookupKeyServers(Customization::EngineLookupServer());
+  crypto->SetUpdateKeyServers(Customization::EngineUpdateServer());
+  crypto->Init();
+  g_oCrypto = crypto;
+  return crypto;
+}
+
+std::shared_ptr<CryptoOperations> Crypto() {
+  return g_oCrypto ? g_oCrypto : CreateCrypto();
+}
+
+std::shared_ptr<frmTimer> Housekeeping() {
+  if (auto timer = LoadedTimer()) return timer;
+  auto timer = std::make_shared<frmTimer>();
+  timer->Load();
+  return timer;
+}
+
+void StopHousekeeping() {
+  const auto timer = LoadedTimer();
+  if (!timer) return;
+  timer->tmrTimer.Enabled = false;
+  timer->Unload();
+}
+
+void ForgetAfterUse() {
+  if (g_lPassphraseMemory == kForgetAfterEachUse) Housekeeping()->ResetCryptoAndAccounts();
+}
+
+}  // namespace corvessa

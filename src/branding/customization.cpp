@@ -1,0 +1,163 @@
+#include "branding/customization.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "accounts/registry_handlers.h"
+#include "addin/debug_info.h"
+#include "base/guard.h"
+#include "base/text.h"
+#include "forms/controls.h"
+#include "forms/form.h"
+#include "platform/host.h"
+#include "platform/shell.h"
+#include "platform/ui.h"
+
+namespace corvessa::Customization {
+namespace {
+
+using RegistryHandlers::GetVersionValue;
+
+/// From the folder "Customization" beside the add-in's own file.
+platform::PicturePtr LoadBrandPicture(std::string_view relative_path) {
+  return platform::Host().ui.LoadPicture(platform::Host().product.folder +
+                                         std::string(relative_path));
+}
+
+/// The name of the hidden form whose icon the brand shows.
+std::string_view IconForm(std::string_view long_name) {
+  if (long_name == "Quillon Private for Outlook") return "frmDummyIconQuillonPrivate";
+  if (long_name == "Marrow-Guard for Outlook") return "frmDummyIconMarrowGuard";
+  return "frmDummyIconCorvessa";
+}
+
+void CustomizeControl(Control& control) {
+  if (auto* image = dynamic_cast<Image*>(&control)) {
+    if (image->Name() == "imgLogoImage") image->Picture = GetLogoPicture();
+    if (image->Name() == "imgSplashImage") image->Picture = GetSplashPicture();
+    return;
+  }
+  const std::string_view type = control.TypeName();
+  if (type != "Label" && type != "CheckBox" && type != "CommandButton") return;
+  auto& captioned = static_cast<CaptionedControl&>(control);
+  captioned.SetCaption(SubstituteNames(captioned.Caption()));
+}
+
+void TraceCustomizeError(const Form& form, std::string_view control, const Error& error) {
+  if (error.number == 0) return;
+  Debug_Info::TraceLog("Customize: Error customizing form \"" + form.Name() + "\", control \"" +
+                       std::string(control) + "\", " + Decimal(error.number) + " " +
+                       error.description);
+}
+
+bool IsWebAddress(std::string_view url) {
+  const std::string lower = LCase(url.substr(0, 8));
+  return lower.starts_with("http://") || lower.starts_with("https://");
+}
+
+bool HoldsControlCharacter(std::string_view text) {
+  return std::any_of(text.begin(), text.end(), [](char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte < 0x20 || byte == 0x7F;
+  });
+}
+
+void OpenAliasPage(std::string_view value_name, std::string_view alias) {
+  OpenURL(AddressWithAlias(GetVersionValue(value_name), alias));
+}
+
+}  // namespace
+
+std::string AppShortName() {
+  return GetVersionValue("AppShortName");
+}
+std::string AppLongName() {
+  return GetVersionValue("AppLongName");
+}
+std::string EnginePGPMessageHeader() {
+  return GetVersionValue("EnginePGPMessageHeader");
+}
+std::string EnginePGPSignatureHeader() {
+  return GetVersionValue("EnginePGPSignatureHeader");
+}
+std::string EngineCustomerID() {
+  return GetVersionValue("EngineCustomerID");
+}
+std::string EngineLookupServer() {
+  return GetVersionValue("EngineLookupServer");
+}
+std::string EngineUpdateServer() {
+  return GetVersionValue("EngineUpdateServer");
+}
+
+platform::PicturePtr GetToolbarPicture() {
+  return LoadBrandPicture("\\Customization\\16x16Icon.bmp");
+}
+
+platform::PicturePtr GetLogoPicture() {
+  return LoadBrandPicture("\\Customization\\48hLogo.gif");
+}
+
+platform::PicturePtr GetSplashPicture() {
+  return LoadBrandPicture("\\Customization\\59hSplashImage.jpg");
+}
+
+platform::PicturePtr GetAppIcon() {
+  auto icon = std::make_shared<platform::Picture>();
+  icon->type = platform::PictureType::kIcon;
+  icon->source = IconForm(AppLongName());
+  return icon;
+}
+
+std::string SubstituteNames(std::string_view text) {
+  const std::string with_short = Replace(text, "<!-- SHORTNAME -->", AppShortName());
+  return Replace(with_short, "<!-- LONGNAME -->", AppLongName());
+}
+
+void CustomizeForm(Form& form) {
+  TraceCustomizeError(form, "", Attempt([&] {
+                        form.Caption = SubstituteNames(form.Caption);
+                        form.Icon = GetAppIcon();
+                      }));
+  for (Control* control : form.Controls()) {
+    TraceCustomizeError(form, control->Name(), Attempt([&] { CustomizeControl(*control); }));
+  }
+}
+
+void OpenIMAPInfoPage(std::string_view alias) {
+  OpenAliasPage("URLIMAPInfo", alias);
+}
+void OpenKeyGenPage(std::string_view alias) {
+  OpenAliasPage("URLKeyGen", alias);
+}
+void OpenPassphrasePage(std::string_view alias) {
+  OpenAliasPage("URLPassphrase", alias);
+}
+void OpenMainPage() {
+  OpenURL(GetVersionValue("URLMain"));
+}
+void OpenHelpPage() {
+  OpenURL(GetVersionValue("URLHelp"));
+}
+void OpenHelpAddInstructionsPage() {
+  OpenURL(GetVersionValue("URLHelpAddInstructions"));
+}
+void OpenToolsPage() {
+  OpenURL(GetVersionValue("URLTools"));
+}
+
+void OpenURL(std::string_view url) {
+  Guarded("Customization:OpenURL - ", [&] {
+    if (!IsWebAddress(url) || HoldsControlCharacter(url)) {
+      Raise(kInvalidArgument, "Not a web address: " + ForDisplay(url));
+    }
+    platform::Host().shell.OpenPage(url);
+  });
+}
+
+std::string AddressWithAlias(std::string_view url, std::string_view alias) {
+  const std::string_view separator = url.find('?') == std::string_view::npos ? "?" : "&";
+  return std::string(url).append(separator).append("alias=").append(alias);
+}
+
+}  // namespace corvessa::Customization

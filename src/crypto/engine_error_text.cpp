@@ -1,0 +1,30 @@
+#include "crypto/engine_error_text.h"
+
+#include <array>
+#include <cstddef>
+
+namespace corvessa {
+
+std::string_view EngineErrorText(std::int32_t code) {
+  // By the code without its sign, 0 to -13.
+  static constexpr std::array<std::string_view, 14> kTexts = {
+      "Failed to verify.",
+      "Failed to initialise Key Management Services. Please check your connection.",
+      "Failed to get cetificate.",
+      "Error encountered in content.",
+      "Failure while retrieving PGP Key.",
+      "No such algorithm supported.",
+      "Invalid key returned.",
+      "Error encountered with key store.",
+      "IO Exception encountered.",
+      "Bad data format encountered.",
+      "Unexpected error with signature.",
+      "Unexpected error encountered.",
+      "No aliases available to perform operation.",
+      "No matching key pair avaliable.",
+  };
+  if (code > 0 || code < kStatusNoKey) return "Unknown error encountered.";
+  return kTexts[static_cast<std::size_t>(-code)];
+}
+
+}  // namespace corvessa

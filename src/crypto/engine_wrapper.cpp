@@ -1,0 +1,115 @@
+#include "accounts/nimbra_account.h"
+#include "accounts/user_management.h"
+#include "base/checked.h"
+#include "base/guard.h"
+#include "base/text.h"
+#include "crypto/crypto_operations.h"
+#include "crypto/engine_error_text.h"
+#include "platform/host.h"
+
+namespace corvessa {
+
+CryptoOperations::CryptoOperations() {
+  Guarded("CryptoOperations::Class_Initialize: ", [&] {
+    m_oNimbraCrypto = platform::Host().engine.CreateEngine();
+    Engine().InitEngine();
+  });
+}
+
+CryptoOperations::~CryptoOperations() = default;
+
+platform::IEngine& CryptoOperations::Engine() {
+  if (!m_oNimbraCrypto) Raise(kObjectNotSet);
+  return *m_oNimbraCrypto;
+}
+
+void CryptoOperations::SetLookupKeyServers(std::string_view servers) {
+  Engine().SetOption("lookupKeyservers", servers);
+}
+
+void CryptoOperations::SetUpdateKeyServers(std::string_view servers) {
+  Engine().SetOption("updateKeyservers", servers);
+}
+
+void CryptoOperations::SetCustomerID(std::string_view id) {
+  Engine().SetOption("customerID", id);
+}
+
+void CryptoOperations::SetPGPMessageHeader(std::string_view header) {
+  Engine().SetOption("pgpMessageHeader", header);
+}
+
+void CryptoOperations::SetPGPSignatureHeader(std::string_view header) {
+  Engine().SetOption("pgpSignatureHeader", header);
+}
+
+void CryptoOperations::SetAnonymous(bool anonymous) {
+  Engine().SetAnonymousMode(anonymous);
+}
+
+void CryptoOperations::Init() {
+  Engine().InitEngine();
+}
+
+std::string CryptoOperations::GetLastError() {
+  return Engine().GetEngineLastError();
+}
+
+std::int32_t CryptoOperations::DecryptFileEx(std::string_view path) {
+  return Engine().DecryptFileEx(path, nullptr);
+}
+
+std::int32_t CryptoOperations::HasKeypair(std::string_view address) {
+  return Guarded("haskeypair: ", std::int32_t{-1}, [&]() -> std::int32_t {
+    std::string discarded;
+    switch (Engine().QueryKeyPair(address, discarded)) {
+      case 0:
+        return 1;
+      case kStatusCannotTell:
+        return -1;
+      default:
+        return 0;
+    }
+  });
+}
+
+std::int16_t CryptoOperations::Authenticate(std::int16_t& attempts, std::int16_t& wrong_account) {
+  return Guarded("CryptoOperations::Authenticate - ", std::int16_t{-1}, [&]() -> std::int16_t {
+    LoginReason reason = attempts == 0 ? LoginReason::kFirstRequest : LoginReason::kWrongPassphrase;
+    if (wrong_account != 0) reason = LoginReason::kCannotDecrypt;
+    const NimbraAccountPtr account = UserManagement::GetLoginAccount(reason, "", true);
+    if (!account) return 1;
+    const platform::EngineStatus status =
+        Engine().AuthenticateAccount(account->m_sAlias, account->m_sPassword.View());
+    attempts = CheckedAdd<std::int16_t>(attempts, 1);
+    if (status != 0) return -1;
+    account->SetAuthenticated(true);
+    return 0;
+  });
+}
+
+void CryptoOperations::AddToVector(platform::IEngineStringVector& addresses,
+                                   std::string_view text) {
+  if (Trim(text).empty()) return;
+  for (std::int32_t i = 0; i < addresses.Size(); ++i) {
+    if (addresses.Item(CheckedNarrow<std::int16_t>(i)) == text) return;
+  }
+  addresses.Add(text);
+}
+
+std::string CryptoOperations::VectorToString(const platform::IEngineStringVector& texts) {
+  std::string joined;
+  for (std::int32_t i = 0; i < texts.Size(); ++i) {
+    if (i > 0) joined += ", ";
+    joined += texts.Item(CheckedNarrow<std::int16_t>(i));
+  }
+  return joined;
+}
+
+void CryptoOperations::SetAccountAuthenticated(const NimbraAccountPtr& account,
+                                               bool authenticated) {
+  for (const NimbraAccountPtr& other : g_colAccounts) other->SetAuthenticated(false);
+  account->SetAuthenticated(authenticated);
+}
+
+}  // namespace corvessa

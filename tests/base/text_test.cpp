@@ -1,0 +1,77 @@
+#include "base/text.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace corvessa {
+namespace {
+
+TEST(Text, StrPutsOneBlankBeforeANumberThatIsNotNegative) {
+  EXPECT_EQ(Str(3), " 3");
+  EXPECT_EQ(Str(0), " 0");
+  EXPECT_EQ(Str(-1), "-1");
+}
+
+TEST(Text, TrimTakesBlanksOnly) {
+  EXPECT_EQ(Trim("  a b  "), "a b");
+  EXPECT_EQ(Trim("   "), "");
+  EXPECT_EQ(Trim("\t a\r\n"), "\t a\r\n");
+}
+
+TEST(Text, LCaseFollowsUnicodeAndKeepsWhatIsNoUtf8) {
+  EXPECT_EQ(LCase("ANNE@Example.ORG"), "anne@example.org");
+  EXPECT_EQ(LCase("ÄÖÜ ÉŁĀŸ ΑΩ ЖЯ Ⅻ Ⓐ Ａ 𐐀 ẞ"), "äöü éłāÿ αω жя ⅻ ⓐ ａ 𐐨 ß");
+  EXPECT_EQ(LCase("ß ǅ straße"), "ß ǆ straße");
+  EXPECT_EQ(LCase("A\xFF\xC3"), "a\xFF\xC3");
+}
+
+TEST(Text, CharactersAreCodePoints) {
+  EXPECT_EQ(Length("aé€𐐀"), 4U);
+  EXPECT_EQ(Left("aé€𐐀", 3), "aé€");
+  EXPECT_EQ(Left("ab", 9), "ab");
+  EXPECT_EQ(Length("\xE2\x82"), 2U);
+}
+
+TEST(Text, ReplaceFindsEveryOccurrenceOnceFromTheLeft) {
+  EXPECT_EQ(Replace("aaa", "aa", "b"), "ba");
+  EXPECT_EQ(Replace("abab", "ab", "abab"), "abababab");
+  EXPECT_EQ(Replace("abc", "", "x"), "abc");
+}
+
+TEST(Text, LeadingNumberStopsAtWhatCannotContinueIt) {
+  const struct {
+    std::string_view text;
+    double number;
+  } cases[] = {{"9.0.0.2711", 9},   {"15 minutes", 15}, {"minutes", 0}, {"", 0},
+               {"  1 2 3", 123},    {"-2.5x", -2.5},    {"+4", 4},      {"2,5", 2},
+               {".5", 0.5},         {"-", 0},           {"1-2", 1},     {"10.0.2627", 10},
+               {"1\t2\n3\r4", 123}, {"--3", 0},         {".", 0}};
+  for (const auto& c : cases) EXPECT_EQ(LeadingNumber(c.text), c.number) << c.text;
+  EXPECT_EQ(ClampToInt32(LeadingNumber(std::string(400, '9'))), 2147483647);
+}
+
+TEST(Text, RoundingGoesToTheNearestAndHalvesToTheEvenNumber) {
+  const struct {
+    double from;
+    double to;
+  } cases[] = {{8.5, 8},  {9.5, 10},  {10.5, 10}, {11.5, 12},
+               {-0.5, 0}, {-1.5, -2}, {2.4, 2},   {2.6, 3}};
+  for (const auto& c : cases) EXPECT_EQ(RoundHalfEven(c.from), c.to) << c.from;
+}
+
+TEST(Text, ClampKeepsANumberWithinThirtyTwoBits) {
+  EXPECT_EQ(ClampToInt32(2.9), 2);
+  EXPECT_EQ(ClampToInt32(1e12), 2147483647);
+  EXPECT_EQ(ClampToInt32(-1e12), std::numeric_limits<std::int32_t>::min());
+  EXPECT_EQ(ClampToInt32(std::nan("")), 0);
+}
+
+TEST(Text, ForDisplayDropsWhatWouldDisguiseATextButKeepsTheRest) {
+  EXPECT_EQ(ForDisplay("Bob\r\n\x1b[31m <b@x.org>\x7f"), "Bob[31m <b@x.org>");
+  EXPECT_EQ(ForDisplay("a\u202Egpj.exe\u2069\u200F"), "agpj.exe");
+  EXPECT_EQ(ForDisplay("é\x80\u0085 日本"), "é 日本");
+}
+
+}  // namespace
+}  // namespace corvessa
