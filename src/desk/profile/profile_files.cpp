@@ -1,0 +1,237 @@
+#include "desk/profile/profile_files.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
+#include <optional>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+#include "base/error.h"
+#include "base/text.h"
+#include "desk/profile/posix_file.h"
+
+namespace corvessa::desk {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view kTemporaryFolder = "c:\\Temp\\";
+constexpr mode_t kPrivateFile = 0600;
+constexpr mode_t kPrivateFolder = 0700;
+
+std::optional<struct stat> Look(const fs::path& path) {
+  struct stat found {};
+  if (lstat(path.c_str(), &found) != 0) return std::nullopt;
+  return found;
+}
+
+/// What `missing` means is the caller's: a file that is not there, or a folder.
+[[noreturn]] void RaiseErrno(int number, const fs::path& path, long missing) {
+  switch (number) {
+    case ENOENT: {
+      const auto folder = Look(path.parent_path());
+      Raise(folder && S_ISDIR(folder->st_mode) ? missing : kPathNotFound);
+    }
+    case ENOTDIR:
+      Raise(kPathNotFound);
+    case EACCES:
+    case EPERM:
+    case EROFS:
+      Raise(kPermissionDenied);
+    default:
+      Raise(kPathFileAccess);
+  }
+}
+
+/// Runs a body that reports by std::system_error.
+template <class Body>
+auto Translating(const fs::path& path, Body&& body) {
+  try {
+    return std::forward<Body>(body)();
+  } catch (const std::system_error& error) {
+    RaiseErrno(error.code().value(), path, kFileNotFound);
+  }
+}
+
+/// Opens an ordinary file only: no link, no folder, and nothing that could make the call wait.
+FileDescriptor OpenOrdinary(const fs::path& path, int flags) {
+  FileDescriptor file(
+      open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, kPrivateFile));
+  if (!file) RaiseErrno(errno, path, kFileNotFound);
+  struct stat opened {};
+  if (fstat(file.Get(), &opened) != 0 || !S_ISREG(opened.st_mode)) Raise(kPathFileAccess);
+  return file;
+}
+
+struct stat LookOrRaise(const fs::path& path) {
+  const auto found = Look(path);
+  if (!found) RaiseErrno(errno, path, kFileNotFound);
+  return *found;
+}
+
+void EnsureFolder(const fs::path& path) {
+  if (mkdir(path.c_str(), kPrivateFolder) == 0 || errno == EEXIST) return;
+  RaiseErrno(errno, path, kPathNotFound);
+}
+
+void CopyContent(const FileDescriptor& from, const FileDescriptor& to) {
+  std::array<char, 1 << 16> block;
+  for (;;) {
+    const ssize_t got = read(from.Get(), block.data(), block.size());
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) throw std::system_error(errno, std::generic_category());
+    if (got == 0) return;
+    WriteAll(to.Get(), {block.data(), static_cast<std::size_t>(got)});
+  }
+}
+
+bool IsSeparator(char c) {
+  return c == '\\' || c == '/';
+}
+
+}  // namespace
+
+ProfileFiles::ProfileFiles(fs::path drive_c) : drive_c_(std::move(drive_c)) {
+  EnsureFolder(drive_c_);
+  EnsureFolder(LocalPath(kTemporaryFolder));
+}
+
+fs::path ProfileFiles::LocalPath(std::string_view windows_path) const {
+  const bool on_drive_c = windows_path.size() >= 3 && LCase(windows_path.substr(0, 2)) == "c:" &&
+                          IsSeparator(windows_path[2]);
+  if (!on_drive_c || windows_path.find('\0') != std::string_view::npos) Raise(kPathNotFound);
+  windows_path.remove_prefix(3);
+  fs::path local = drive_c_;
+  while (!windows_path.empty()) {
+    const auto end = std::find_if(windows_path.begin(), windows_path.end(), IsSeparator);
+    const auto length = static_cast<std::size_t>(end - windows_path.begin());
+    const std::string_view name = windows_path.substr(0, length);
+    windows_path.remove_prefix(std::min(length + 1, windows_path.size()));
+    if (name == "..") Raise(kPathNotFound);
+    if (!name.empty() && name != ".") local /= name;
+  }
+  return local;
+}
+
+std::string ProfileFiles::FreshTemporaryPath(std::string_view suffix) {
+  auto number = std::chrono::system_clock::now().time_since_epoch().count();
+  for (;; ++number) {
+    std::string path = TemporaryFolder() + "~" + Decimal(number) + std::string(suffix);
+    if (!Look(LocalPath(path))) return path;
+  }
+}
+
+void ProfileFiles::AppendText(std::string_view path, std::string_view text) {
+  const fs::path local = LocalPath(path);
+  const FileDescriptor file = OpenOrdinary(local, O_WRONLY | O_APPEND | O_CREAT);
+  Translating(local, [&] {
+    // A file that was there before may have been open to others.
+    if (fchmod(file.Get(), kPrivateFile) != 0) {
+      throw std::system_error(errno, std::generic_category());
+    }
+    WriteAll(file.Get(), text);
+  });
+}
+
+std::string ProfileFiles::Read(std::string_view path) {
+  const fs::path local = LocalPath(path);
+  const FileDescriptor file = OpenOrdinary(local, O_RDONLY);
+  return Translating(local, [&] { return ReadAll(file.Get()); });
+}
+
+void ProfileFiles::Write(std::string_view path, std::string_view content) {
+  const fs::path local = LocalPath(path);
+  const auto present = Look(local);
+  if (present && S_ISREG(present->st_mode) && (present->st_mode & S_IWUSR) == 0) {
+    Raise(kPathFileAccess);
+  }
+  Translating(local, [&] { ReplaceFile(local, content, Durability::kProcess); });
+}
+
+void ProfileFiles::Copy(std::string_view from, std::string_view to) {
+  const fs::path source = LocalPath(from);
+  const fs::path target = LocalPath(to);
+  const FileDescriptor read_from = OpenOrdinary(source, O_RDONLY);
+  const FileDescriptor write_to = OpenOrdinary(target, O_WRONLY | O_CREAT | O_EXCL);
+  try {
+    Translating(target, [&] { CopyContent(read_from, write_to); });
+  } catch (...) {
+    unlink(target.c_str());
+    throw;
+  }
+}
+
+void ProfileFiles::Delete(std::string_view path) {
+  const fs::path local = LocalPath(path);
+  if (S_ISDIR(LookOrRaise(local).st_mode)) Raise(kFileNotFound);
+  if (unlink(local.c_str()) != 0) RaiseErrno(errno, local, kFileNotFound);
+}
+
+bool ProfileFiles::FileExists(std::string_view path) {
+  const auto found = Look(LocalPath(path));
+  return found && !S_ISDIR(found->st_mode);
+}
+
+bool ProfileFiles::FolderExists(std::string_view path) {
+  const auto found = Look(LocalPath(path));
+  return found && S_ISDIR(found->st_mode);
+}
+
+void ProfileFiles::CreateFolder(std::string_view path) {
+  const fs::path local = LocalPath(path);
+  if (mkdir(local.c_str(), kPrivateFolder) != 0) RaiseErrno(errno, local, kPathNotFound);
+}
+
+void ProfileFiles::RemoveEmptyFolder(std::string_view path) {
+  const fs::path local = LocalPath(path);
+  if (rmdir(local.c_str()) != 0) RaiseErrno(errno, local, kPathNotFound);
+}
+
+std::vector<std::string> ProfileFiles::List(std::string_view folder) {
+  const fs::path local = LocalPath(folder);
+  FileDescriptor opened(
+      open(local.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  if (!opened) RaiseErrno(errno, local, kPathNotFound);
+  const std::unique_ptr<DIR, int (*)(DIR*)> entries(fdopendir(opened.Get()), closedir);
+  if (!entries) RaiseErrno(errno, local, kPathNotFound);
+  opened.Release();
+  std::vector<std::string> names;
+  while (const dirent* entry = readdir(entries.get())) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") names.emplace_back(name);
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+std::uint32_t ProfileFiles::Attributes(std::string_view path) {
+  const fs::path local = LocalPath(path);
+  const struct stat found = LookOrRaise(local);
+  std::uint32_t attributes = 0;
+  if (S_ISDIR(found.st_mode)) attributes |= platform::kAttributeDirectory;
+  if (S_ISREG(found.st_mode)) attributes |= platform::kAttributeArchive;
+  if (!S_ISLNK(found.st_mode) && (found.st_mode & S_IWUSR) == 0) {
+    attributes |= platform::kAttributeReadOnly;
+  }
+  if (local.filename().native().starts_with('.')) attributes |= platform::kAttributeHidden;
+  return attributes;
+}
+
+std::int64_t ProfileFiles::Length(std::string_view path) {
+  const struct stat found = LookOrRaise(LocalPath(path));
+  if (!S_ISREG(found.st_mode)) Raise(kPathFileAccess);
+  return found.st_size;
+}
+
+std::string ProfileFiles::TemporaryFolder() {
+  return std::string(kTemporaryFolder);
+}
+
+}  // namespace corvessa::desk
