@@ -34,6 +34,9 @@ class Label final : public CaptionedControl {
   Label(Form& form, std::string name, Rect bounds, std::string caption = {})
       : CaptionedControl(form, std::move(name), bounds, std::move(caption)) {}
   std::string_view TypeName() const override { return "Label"; }
+
+  /// Off for a label that shows text from outside, in which "&" stands for itself.
+  bool UseMnemonic = true;
 };
 
 class Frame final : public CaptionedControl {

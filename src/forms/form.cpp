@@ -105,6 +105,7 @@ std::string Form::Dump() const {
   std::string text = name_ + " \"" + Caption + "\" " + Decimal(Width) + "x" + Decimal(Height);
   if (topmost_) text += " topmost";
   if (in_taskbar_) text += " taskbar";
+  if (OffScreen) text += " offscreen";
   text += "\n";
   for (const Control* control : controls_) {
     text += "  " + std::string(control->TypeName()) + " " + control->Name();

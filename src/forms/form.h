@@ -66,6 +66,8 @@ class Form : public std::enable_shared_from_this<Form> {
   /// In pixels of the window; 0 for no limit.
   int MinimumWidth = 0;
   int MinimumHeight = 0;
+  /// Placed outside the screen: nothing of it is seen but its entry in the task bar.
+  bool OffScreen = false;
 
  protected:
   /// Name, caption and design size of the client area in pixels.

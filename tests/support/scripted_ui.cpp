@@ -74,6 +74,8 @@ std::int32_t ScriptedUi::MessageBox(std::string_view text, std::string_view titl
 
 void ScriptedUi::ShowForm(Form& form) {
   Announce("Ui::ShowForm");
+  // Nothing for a user to see or to answer.
+  if (form.OffScreen) return;
   if (!on_screen_.insert(&form).second) {
     shown_.push_back(form.Name() + " forward");
     return;

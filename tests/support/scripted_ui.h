@@ -17,7 +17,7 @@
 namespace corvessa::testing {
 
 /// A Ui without a screen: each form and message box that the test expects is answered by the test,
-/// any other fails it and is closed as with the close box.
+/// any other fails it and is closed as with the close box. Off-screen forms are left alone.
 class ScriptedUi final : public platform::Ui {
  public:
   using FormAnswer = std::function<void(Form&)>;

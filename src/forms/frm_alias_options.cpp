@@ -1,0 +1,39 @@
+#include "forms/frm_alias_options.h"
+
+#include <utility>
+
+#include "accounts/nimbra_account.h"
+#include "accounts/registry_handlers.h"
+#include "branding/customization.h"
+
+namespace corvessa {
+
+frmAliasOptions::frmAliasOptions()
+    : Form("frmAliasOptions", "Secure Email Address Options", 350, 207) {
+  lblEmailAddress.UseMnemonic = false;
+  chkSign.PutInto(fraOptions);
+  cmdPassphrase.PutInto(fraOptions);
+  cmdOK.Default = true;
+  cmdCancel.Cancel = true;
+  cmdPassphrase.OnClick = [this] { Customization::OpenPassphrasePage(account_->m_sAlias); };
+  cmdOK.OnClick = [this] { Accept(); };
+  cmdCancel.OnClick = [this] { Unload(); };
+}
+
+void frmAliasOptions::SetAccount(NimbraAccountPtr account) {
+  account_ = std::move(account);
+}
+
+void frmAliasOptions::Form_Load() {
+  Customization::CustomizeForm(*this);
+  cmdPassphrase.Visible = !RegistryHandlers::GetVersionValue("URLPassphrase").empty();
+  lblEmailAddress.SetCaption(account_->m_sAlias);
+  chkSign.SetChecked(account_->m_bSigning);
+}
+
+void frmAliasOptions::Accept() {
+  account_->m_bSigning = chkSign.Checked();
+  Unload();
+}
+
+}  // namespace corvessa

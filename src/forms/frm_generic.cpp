@@ -1,0 +1,61 @@
+#include "forms/frm_generic.h"
+
+#include <memory>
+
+#include "branding/customization.h"
+#include "forms/dialog_results.h"
+#include "forms/frm_modal_show_in_taskbar.h"
+#include "forms/text_layout.h"
+
+namespace corvessa {
+
+frmGeneric::frmGeneric()
+    : Form("frmGeneric", "<!-- LONGNAME -->", 400, 112), result_(kResultClosed) {
+  lblMessage.UseMnemonic = false;
+  cmdOK.Default = true;
+  cmdCancel.Cancel = true;
+  cmdOK.OnClick = [this] { Choose(type_ == kYesNo ? kResultYes : kResultOk); };
+  cmdCancel.OnClick = [this] { Choose(type_ == kYesNo ? kResultNo : kResultCancel); };
+}
+
+void frmGeneric::setMessage(std::string_view message) {
+  lblMessage.SetCaption(message);
+  const int height = WrappedLineCount(message, lblMessage.Bounds.width) * kTextLineHeight;
+  const int growth = height - lblMessage.Bounds.height;
+  lblMessage.Bounds.height = height;
+  cmdOK.Bounds.top += growth;
+  cmdCancel.Bounds.top += growth;
+  Height += growth;
+}
+
+void frmGeneric::setType(std::int32_t type) {
+  type_ = type;
+  if (type == kYesNo) {
+    cmdOK.SetCaption("Yes");
+    cmdCancel.SetCaption("No");
+  } else if (type == kOkOnly) {
+    cmdCancel.Visible = false;
+    cmdOK.Cancel = true;
+    cmdOK.Bounds.left = (Width - cmdOK.Bounds.width) / 2;
+  }
+}
+
+void frmGeneric::Form_Load() {
+  Customization::CustomizeForm(*this);
+}
+
+void frmGeneric::Choose(std::int32_t result) {
+  result_ = result;
+  Hide();
+}
+
+std::int32_t ShowGeneric(std::string_view message, std::int32_t type) {
+  const auto form = std::make_shared<frmGeneric>();
+  form->setMessage(message);
+  form->setType(type);
+  ShowModalForm(*form);
+  form->Unload();
+  return form->Result();
+}
+
+}  // namespace corvessa

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "forms/controls.h"
+#include "forms/form.h"
+
+namespace corvessa {
+
+/// The branded message box, for the questions that the system's own box is not used for.
+class frmGeneric final : public Form {
+ public:
+  static constexpr std::int32_t kOkOnly = 0;
+  static constexpr std::int32_t kYesNo = 4;
+
+  frmGeneric();
+
+  /// The form grows with its message.
+  void setMessage(std::string_view message);
+  /// kOkOnly, kYesNo, anything else OK and Cancel.
+  void setType(std::int32_t type);
+  /// 1 OK, 2 Cancel, 6 Yes, 7 No, 3 closed without a choice.
+  std::int32_t Result() const { return result_; }
+
+  Label lblMessage{*this, "lblMessage", {7, 62, 386, 13}};
+  CommandButton cmdOK{*this, "cmdOK", {236, 82, 75, 23}, "&Ok"};
+  CommandButton cmdCancel{*this, "cmdCancel", {318, 82, 75, 23}, "&Cancel"};
+  Image imgLogoImage{*this, "imgLogoImage", {7, 7, 386, 48}};
+
+ private:
+  void Form_Load() override;
+  void Choose(std::int32_t result);
+
+  std::int32_t type_ = 1;
+  std::int32_t result_;
+};
+
+/// Shows a message of that type modally and gives the result.
+std::int32_t ShowGeneric(std::string_view message, std::int32_t type);
+
+}  // namespace corvessa

@@ -1,0 +1,41 @@
+#include "forms/frm_modal_show_in_taskbar.h"
+
+#include <memory>
+
+namespace corvessa {
+namespace {
+
+/// Unloads the form at the end, also when showing the dialog failed.
+class UnloadAtEnd {
+ public:
+  explicit UnloadAtEnd(Form& form) : form_(form) {}
+  ~UnloadAtEnd() { form_.Unload(); }
+  UnloadAtEnd(const UnloadAtEnd&) = delete;
+  UnloadAtEnd& operator=(const UnloadAtEnd&) = delete;
+
+ private:
+  Form& form_;
+};
+
+}  // namespace
+
+frmModalShowInTaskbar::frmModalShowInTaskbar() : Form("frmModalShowInTaskbar", "", 0, 0) {
+  OffScreen = true;
+  SetShowsInTaskbar(true);
+}
+
+void frmModalShowInTaskbar::ShowModalForm(Form& dialog) {
+  const FormPtr held = dialog.shared_from_this();
+  const UnloadAtEnd unload(*this);
+  // Loading brands the caption, which the entry in the task bar is to show from the start.
+  dialog.Load();
+  Caption = dialog.Caption;
+  Show();
+  dialog.ShowModal(this);
+}
+
+void ShowModalForm(Form& dialog) {
+  std::make_shared<frmModalShowInTaskbar>()->ShowModalForm(dialog);
+}
+
+}  // namespace corvessa

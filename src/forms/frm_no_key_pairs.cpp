@@ -1,0 +1,23 @@
+#include "forms/frm_no_key_pairs.h"
+
+#include "branding/customization.h"
+
+namespace corvessa {
+
+frmNoKeyPairs::frmNoKeyPairs() : Form("frmNoKeyPairs", "Create Your Encryption Keys", 400, 266) {
+  cmdOK.Default = true;
+  cmdOK.Enabled = false;
+  cmdCancel.Cancel = true;
+  lstEmailAddr.OnClick = [this] { cmdOK.Enabled = lstEmailAddr.Selected() >= 0; };
+  cmdOK.OnClick = [this] {
+    Customization::OpenKeyGenPage(lstEmailAddr.SelectedText());
+    Unload();
+  };
+  cmdCancel.OnClick = [this] { Unload(); };
+}
+
+void frmNoKeyPairs::Form_Load() {
+  Customization::CustomizeForm(*this);
+}
+
+}  // namespace corvessa
