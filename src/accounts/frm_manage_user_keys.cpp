@@ -1,0 +1,246 @@
+#include "accounts/frm_manage_user_keys.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <initializer_list>
+#include <limits>
+
+#include "accounts/nimbra_account.h"
+#include "accounts/product_updates.h"
+#include "accounts/registry_handlers.h"
+#include "accounts/settings.h"
+#include "accounts/user_management.h"
+#include "addin/debug_info.h"
+#include "addin/message_box.h"
+#include "addin/services.h"
+#include "base/guard.h"
+#include "base/text.h"
+#include "branding/customization.h"
+#include "forms/frm_about.h"
+#include "forms/frm_modal_show_in_taskbar.h"
+#include "forms/frm_no_key_pairs.h"
+
+namespace corvessa {
+namespace {
+
+constexpr int kAddressesTab = 1;
+constexpr int kOptionsTab = 2;
+
+void PutAllInto(const Frame& frame, std::initializer_list<Control*> controls) {
+  for (Control* control : controls) control->PutInto(frame);
+}
+
+/// The number that a text begins with, as text again; kept within 32 bits, where it will be stored.
+std::string MinutesText(std::string_view text) {
+  using Limits = std::numeric_limits<std::int32_t>;
+  const double minutes = std::clamp<double>(LeadingNumber(text), Limits::min(), Limits::max());
+  char digits[512];
+  const auto end =
+      std::to_chars(std::begin(digits), std::end(digits), minutes, std::chars_format::fixed);
+  return {digits, end.ptr};
+}
+
+}  // namespace
+
+frmManageUserKeys::frmManageUserKeys() : Form("frmManageUserKeys", "<!-- LONGNAME -->", 440, 361) {
+  PutAllInto(fraSecureEmail, {&lstvwAliases, &cmdAdd, &cmdRemove, &cmdProperties});
+  PutAllInto(fraPassphraseOptions, {&optRemember[0], &optRemember[1], &optForgetWhen[0],
+                                    &optForgetWhen[1], &txtForgetWhen});
+  cmdOK.Default = true;
+  optRemember[0].Select();
+  optForgetWhen[0].Select();
+  txtForgetWhen.SetText("5");
+  ShowControlsOfTab();
+  WireHandlers();
+}
+
+void frmManageUserKeys::WireHandlers() {
+  tbsTabs.OnClick = [this] { ShowControlsOfTab(); };
+  cmdAdd.OnClick = [this] { Add(); };
+  cmdRemove.OnClick = [this] { Remove(); };
+  cmdProperties.OnClick = [this] { ShowProperties(); };
+  chkDisableKVP.OnClick = [this] {
+    if (finished_loading_) EnableAll(!chkDisableKVP.Checked());
+  };
+  for (OptionButton& button : optRemember) {
+    button.OnClick = [this] { ApplyPassphraseRule(); };
+  }
+  txtForgetWhen.OnLostFocus = [this] { txtForgetWhen.SetText(MinutesText(txtForgetWhen.Text())); };
+  cmdProductUpdates.OnClick = [this] {
+    cmdProductUpdates.Enabled = false;
+    CheckForProductUpdates(true);
+    cmdProductUpdates.Enabled = true;
+  };
+  cmdOK.OnClick = [this] { Accept(); };
+  cmdHelp.OnClick = [] { Customization::OpenHelpPage(); };
+  cmdAbout.OnClick = [] { ShowModalForm(*std::make_shared<frmAbout>()); };
+  cmdTools.OnClick = [] { Customization::OpenToolsPage(); };
+}
+
+void frmManageUserKeys::AskAddAddress() {
+  Guarded("frmManageUserKeys::AskAddAddress - ", [&] {
+    const std::int32_t answer = ShowMessageBox(
+        "You have not configured any of your email accounts\r\n"
+        "to send or receive secure email.\r\n\r\n"
+        "Would you like to do this now?",
+        true, false);
+    if (answer == kBoxAnswerOk) Add();
+  });
+}
+
+void frmManageUserKeys::AskRegisterKeys(const std::shared_ptr<frmNoKeyPairs>& prompt) {
+  Guarded("frmManageUserKeys::AskRegisterKeys - ", [&] { ShowModalForm(*prompt); });
+}
+
+void frmManageUserKeys::ShowTab(int tab) {
+  Guarded("frmManageUserKeys::ShowTab - ", [&] { tbsTabs.Select(tab); });
+}
+
+void frmManageUserKeys::CheckForProductUpdates(bool asked_by_user) {
+  corvessa::CheckForProductUpdates(asked_by_user);
+}
+
+void frmManageUserKeys::Form_Load() {
+  Customization::CustomizeForm(*this);
+  has_update_page_ = !RegistryHandlers::GetVersionValue("URLUpdate").empty();
+  tbsTabs.Select(kAddressesTab);
+  ShowControlsOfTab();
+  ShowPreferences();
+  ShowAccounts();
+  RefreshSignerIcons();
+  ApplySigningRule();
+  ShowPassphraseMemory();
+  if (g_bDisableKVPEntirely) EnableAll(false);
+  UpdateButtons();
+  finished_loading_ = true;
+}
+
+void frmManageUserKeys::Form_Activate() {
+  // Whoever brings the dialog forward has reloaded the settings before.
+  ReplayUnsavedChanges();
+}
+
+void frmManageUserKeys::Form_Unload() {
+  SaveSettings();
+}
+
+void frmManageUserKeys::ShowControlsOfTab() {
+  const bool addresses = tbsTabs.Selected() == kAddressesTab;
+  for (Control* control : std::initializer_list<Control*>{
+           &fraSecureEmail, &chkDecryptAndVerifyIncoming, &chkSignOutgoing, &chkEncryptOutgoing}) {
+    control->Visible = addresses;
+  }
+  const bool options = tbsTabs.Selected() == kOptionsTab;
+  for (Control* control : std::initializer_list<Control*>{&chkDisableKVP, &chkLogDebuggingInfo,
+                                                          &fraPassphraseOptions}) {
+    control->Visible = options;
+  }
+  cmdProductUpdates.Visible = options && has_update_page_;
+}
+
+void frmManageUserKeys::ShowPreferences() {
+  chkEncryptOutgoing.SetChecked(!g_bDisableOutgoingEncryption);
+  chkSignOutgoing.SetChecked(!g_bDisableOutgoingSigning);
+  chkDecryptAndVerifyIncoming.SetChecked(!g_bDisableAutoDecryptAndVerify);
+  chkDisableKVP.SetChecked(g_bDisableKVPEntirely);
+  chkLogDebuggingInfo.SetChecked(g_bLogDebuggingInfo);
+}
+
+void frmManageUserKeys::ShowAccounts() {
+  lstvwAliases.ColumnHeader = "Secure Email Addresses";
+  for (const NimbraAccountPtr& account : g_colAccounts) lstvwAliases.AddRow(account->m_sAlias);
+  if (lstvwAliases.RowCount() > 0) lstvwAliases.Select(0);
+}
+
+void frmManageUserKeys::ShowPassphraseMemory() {
+  if (g_lPassphraseMemory == kForgetAfterEachUse) {
+    optRemember[1].Select();
+    optForgetWhen[0].Select();
+  } else if (g_lPassphraseMemory != 0) {
+    optRemember[1].Select();
+    optForgetWhen[1].Select();
+    txtForgetWhen.SetText(Decimal(g_lPassphraseMemory));
+  }
+  ApplyPassphraseRule();
+}
+
+void frmManageUserKeys::UpdateButtons() {
+  cmdProperties.Enabled = lstvwAliases.RowCount() > 0;
+  cmdRemove.Enabled = lstvwAliases.RowCount() > 0;
+}
+
+void frmManageUserKeys::ApplyPassphraseRule() {
+  const bool forget = optRemember[1].Selected();
+  for (OptionButton& button : optForgetWhen) button.Enabled = forget;
+  txtForgetWhen.Enabled = forget;
+}
+
+void frmManageUserKeys::ApplySigningRule() {
+  if (g_bDisableKVPEntirely) {
+    chkSignOutgoing.Enabled = false;
+  } else if (!UserManagement::GetSigningAccount()) {
+    g_bDisableOutgoingSigning = true;
+    chkSignOutgoing.Enabled = false;
+  } else {
+    chkSignOutgoing.Enabled = true;
+  }
+  SaveSettings();
+  chkSignOutgoing.SetChecked(!g_bDisableOutgoingSigning);
+}
+
+void frmManageUserKeys::EnableAll(bool enabled) {
+  for (Control* control : std::initializer_list<Control*>{
+           &cmdAdd, &cmdProperties, &cmdRemove, &chkDecryptAndVerifyIncoming, &chkEncryptOutgoing,
+           &chkSignOutgoing, &chkLogDebuggingInfo, &optForgetWhen[0], &optForgetWhen[1],
+           &optRemember[0], &optRemember[1], &fraPassphraseOptions, &fraSecureEmail}) {
+    control->Enabled = enabled;
+  }
+  if (!enabled) return;
+  chkSignOutgoing.Enabled = UserManagement::GetSigningAccount() != nullptr;
+  UpdateButtons();
+  ApplyPassphraseRule();
+}
+
+void frmManageUserKeys::Accept() {
+  const bool was_disabled = g_bDisableKVPEntirely;
+  StorePreferences();
+  Unload();
+  // An add-in that was disabled when Outlook started has no timer yet.
+  if (was_disabled && !g_bDisableKVPEntirely) static_cast<void>(Housekeeping());
+}
+
+void frmManageUserKeys::StorePreferences() {
+  g_bDisableOutgoingEncryption = !chkEncryptOutgoing.Checked();
+  g_bDisableOutgoingSigning = !chkSignOutgoing.Checked();
+  g_bDisableAutoDecryptAndVerify = !chkDecryptAndVerifyIncoming.Checked();
+  g_bDisableKVPEntirely = chkDisableKVP.Checked();
+  g_bLogDebuggingInfo = chkLogDebuggingInfo.Checked();
+  if (optRemember[0].Selected()) {
+    g_lPassphraseMemory = 0;
+  } else if (optForgetWhen[0].Selected()) {
+    g_lPassphraseMemory = kForgetAfterEachUse;
+  } else {
+    g_lPassphraseMemory = ClampToInt32(std::floor(LeadingNumber(txtForgetWhen.Text())));
+  }
+}
+
+void frmManageUserKeys::SaveSettings() {
+  ReplayUnsavedChanges();
+  static_cast<void>(RegistryHandlers::WriteUserAccountInfo());
+  unsaved_changes_.clear();
+}
+
+void frmManageUserKeys::ReplayUnsavedChanges() {
+  // A reload while the dialog is open takes the accounts back to what was saved, and saving that
+  // would lose the addresses that the dialog still lists.
+  for (const UnsavedChange& change : unsaved_changes_) {
+    if (change.added) {
+      static_cast<void>(UserManagement::AddNimbraAccountUser(change.address));
+    } else {
+      static_cast<void>(UserManagement::RemoveNimbraAccountUser(change.address));
+    }
+  }
+}
+
+}  // namespace corvessa

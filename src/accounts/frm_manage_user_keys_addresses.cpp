@@ -1,0 +1,137 @@
+#include "accounts/frm_manage_user_keys.h"
+#include "accounts/nimbra_account.h"
+#include "accounts/registry_handlers.h"
+#include "accounts/settings.h"
+#include "accounts/user_management.h"
+#include "addin/message_box.h"
+#include "addin/services.h"
+#include "base/guard.h"
+#include "base/text.h"
+#include "branding/customization.h"
+#include "crypto/crypto_operations.h"
+#include "forms/dialog_results.h"
+#include "forms/frm_alias_options.h"
+#include "forms/frm_e_mail.h"
+#include "forms/frm_generic.h"
+#include "forms/frm_modal_show_in_taskbar.h"
+
+namespace corvessa {
+namespace {
+
+// What CryptoOperations::HasKeypair answers.
+constexpr std::int32_t kNoKeyPair = 0;
+constexpr std::int32_t kHasKeyPair = 1;
+constexpr std::int32_t kCannotTell = -1;
+
+std::string AskForAddress() {
+  const auto form = std::make_shared<frmEMail>();
+  const std::string address = form->GetUserDlg();
+  form->Unload();
+  return address;
+}
+
+}  // namespace
+
+void frmManageUserKeys::Add() {
+  const std::string address = AskForAddress();
+  if (address.empty()) return;
+  if (!g_bDisableKeyGen) AddAccount(address);
+  UpdateButtons();
+  const std::int32_t answer = Guarded("frmManageUserKeys::cmdAdd_Click - ", kCannotTell,
+                                      [&] { return Crypto()->HasKeypair(address); });
+  if (answer == kNoKeyPair) {
+    ReportMissingKeyPair(address);
+  } else if (answer != kHasKeyPair) {
+    ShowMessageBox("Unable to connect to key server", false, false);
+  } else {
+    if (g_bDisableKeyGen) AddAccount(address);
+    OfferImapAccess(address);
+  }
+  UpdateButtons();
+}
+
+void frmManageUserKeys::AddAccount(std::string_view address) {
+  if (!UserManagement::IsAccountAdded(address)) return;
+  unsaved_changes_.push_back({true, std::string(address)});
+  lstvwAliases.AddRow(std::string(address));
+}
+
+void frmManageUserKeys::ReportMissingKeyPair(std::string_view address) {
+  const std::string message = "The email address " + std::string(address) +
+                              " is not secured on the key server network.\r\n";
+  if (g_bDisableKeyGen) {
+    ShowMessageBox(message + "To create a new email address which is compatible with " +
+                       Customization::AppShortName() + " please visit:\r\n\r\n\t" +
+                       RegistryHandlers::GetVersionValue("URLMain"),
+                   false, false);
+  } else if (ShowMessageBox(message + "Secure this email address now?", true, false) ==
+             kBoxAnswerOk) {
+    Customization::OpenKeyGenPage(address);
+  }
+}
+
+void frmManageUserKeys::OfferImapAccess(std::string_view address) {
+  const std::string check_page = RegistryHandlers::GetVersionValue("URLIMAPCheck");
+  if (check_page.empty() || RegistryHandlers::GetVersionValue("URLIMAPInfo").empty()) return;
+  const std::string answer = Guarded("frmManageUserKeys::cmdAdd_Click - ", std::string(), [&] {
+    return Inet1.OpenURL(Customization::AddressWithAlias(check_page, address));
+  });
+  if (LeadingNumber(answer) == 0) return;
+  const std::string long_name = Customization::AppLongName();
+  const std::string message =
+      long_name + " was created for " + Customization::AppShortName() +
+      " users who have\r\nalready enabled IMAP access to their email.\r\n\r\n"
+      "To find out more about enabling IMAP access, click OK\r\n"
+      "To continue using " +
+      long_name + ", click Cancel";
+  if (ShowMessageBox(message, true, false) == kBoxAnswerOk) {
+    Customization::OpenIMAPInfoPage(address);
+  }
+}
+
+void frmManageUserKeys::Remove() {
+  if (lstvwAliases.Selected() < 0) return;
+  const std::string address = lstvwAliases.SelectedText();
+  const std::int32_t answer =
+      ShowGeneric("Are you sure you want to remove the secure email address '" + address + "' ?",
+                  frmGeneric::kYesNo);
+  if (answer != kResultYes) return;
+  static_cast<void>(UserManagement::RemoveNimbraAccountUser(address));
+  unsaved_changes_.push_back({false, address});
+  for (int row = lstvwAliases.RowCount() - 1; row >= 0; --row) {
+    if (lstvwAliases.Row(row) == address) lstvwAliases.RemoveRow(row);
+  }
+  UpdateButtons();
+}
+
+void frmManageUserKeys::ShowProperties() {
+  if (g_colAccounts.empty() || lstvwAliases.Selected() < 0) return;
+  const std::string address = lstvwAliases.SelectedText();
+  const NimbraAccountPtr account = UserManagement::GetNimbraAccountUser(address);
+  if (!account) {
+    ShowGeneric("Error encountered getting account details", frmGeneric::kOkOnly);
+    return;
+  }
+  const bool awaits_signer = !chkSignOutgoing.Checked() && !UserManagement::GetSigningAccount();
+  const auto options = std::make_shared<frmAliasOptions>();
+  options->SetAccount(account);
+  ShowModalForm(*options);
+  options->Unload();
+  if (awaits_signer && UserManagement::GetSigningAccount()) {
+    g_bDisableOutgoingSigning = false;
+    chkSignOutgoing.SetChecked(true);
+  }
+  if (account->m_bSigning) UserManagement::SetAsSignerAccount(address);
+  RefreshSignerIcons();
+  ApplySigningRule();
+}
+
+void frmManageUserKeys::RefreshSignerIcons() {
+  for (int row = 0; row < lstvwAliases.RowCount(); ++row) {
+    const NimbraAccountPtr account = UserManagement::GetNimbraAccountUser(lstvwAliases.Row(row));
+    lstvwAliases.SetSmallIcon(row,
+                              account && account->m_bSigning ? imglstAliases.Keys.front() : "");
+  }
+}
+
+}  // namespace corvessa
