@@ -1,0 +1,42 @@
+#include "engine/addresses.h"
+
+#include <algorithm>
+
+namespace corvessa::engine {
+namespace {
+
+bool IsBlankOrControl(char c) {
+  return static_cast<unsigned char>(c) <= ' ' || c == '\x7f';
+}
+
+bool IsAddress(std::string_view text) {
+  const auto at = text.find('@');
+  return at != std::string_view::npos && at > 0 && at + 1 < text.size() &&
+         text.find('@', at + 1) == std::string_view::npos &&
+         text.find_first_of("<>,;\"") == std::string_view::npos &&
+         std::ranges::none_of(text, IsBlankOrControl);
+}
+
+}  // namespace
+
+std::string NormalAddress(std::string_view address) {
+  while (!address.empty() && address.front() == ' ') address.remove_prefix(1);
+  while (!address.empty() && address.back() == ' ') address.remove_suffix(1);
+  std::string normal(address);
+  for (char& c : normal) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return normal;
+}
+
+std::string AddressOf(std::string_view user_id) {
+  std::string address = NormalAddress(user_id);
+  if (address.ends_with('>')) {
+    const auto open = address.rfind('<');
+    if (open == std::string::npos) return {};
+    address = address.substr(open + 1, address.size() - open - 2);
+  }
+  return IsAddress(address) ? address : std::string();
+}
+
+}  // namespace corvessa::engine

@@ -1,0 +1,116 @@
+#include "engine/decryption.h"
+
+#include <algorithm>
+#include <map>
+#include <vector>
+
+#include "engine/key_facts.h"
+#include "engine/packets.h"
+#include "engine/status.h"
+
+namespace corvessa::engine {
+namespace {
+
+enum class Outcome { kDone, kWrongKey };
+
+constexpr int kRsa = 1;
+constexpr int kElGamal = 16;
+constexpr int kEcdh = 18;
+
+/// The algorithm number of a key that can decrypt; 0 for others.
+int EncryptionAlgorithm(rnp_key_handle_t key) {
+  static const std::map<std::string, int> kNumbers = {
+      {"RSA", kRsa}, {"ELGAMAL", kElGamal}, {"ECDH", kEcdh}};
+  const auto found = kNumbers.find(Text(rnp_key_get_alg, key));
+  return found == kNumbers.end() ? 0 : found->second;
+}
+
+struct UnlockedKey {
+  std::string key_id;
+  int algorithm = 0;
+};
+
+std::vector<UnlockedKey> UnlockedKeys(const KeyStore& keys, std::string_view address) {
+  std::vector<UnlockedKey> unlocked;
+  for (const auto& fingerprint : keys.Unlocked(address)) {
+    const auto primary = FindKey(keys.ffi(), fingerprint);
+    for (const auto& key : WithSubkeys(keys.ffi(), primary.get())) {
+      UnlockedKey entry{Text(rnp_key_get_keyid, key.get()), EncryptionAlgorithm(key.get())};
+      if (entry.algorithm != 0 && keys.IsUnlocked(entry.key_id)) unlocked.push_back(entry);
+    }
+  }
+  return unlocked;
+}
+
+[[noreturn]] void FailDamaged() {
+  Fail(kBadContent, "The encrypted message is damaged.");
+}
+
+void RequireProtection(rnp_op_verify_t op) {
+  bool valid = false;
+  Check(rnp_op_verify_get_protection_info(op, nullptr, nullptr, &valid));
+  if (!valid) {
+    Fail(kBadContent, "The encrypted message carries no valid integrity protection.");
+  }
+}
+
+Outcome TryKeys(KeyStore& keys, const EncryptedMessage& message, std::string_view start,
+                const PlainOutput& output) {
+  output.restart();
+  const auto source = message.open(start);
+  const Stream stream(*source, output.sink);
+  const auto op =
+      Create<VerifyOp>(rnp_op_verify_create, keys.ffi(), stream.input(), stream.output());
+  // Signatures inside are not this operation's business; the plain text is.
+  Check(rnp_op_verify_set_flags(op.get(), RNP_VERIFY_IGNORE_SIGS_ON_DECRYPT));
+  const auto result = rnp_op_verify_execute(op.get());
+  stream.Rethrow();
+  if (result == RNP_ERROR_NO_SUITABLE_KEY || result == RNP_ERROR_DECRYPT_FAILED) {
+    return Outcome::kWrongKey;
+  }
+  if (result != RNP_SUCCESS) FailDamaged();
+  RequireProtection(op.get());
+  stream.Finish(result);
+  return Outcome::kDone;
+}
+
+bool NamesUnlocked(const EncryptedMessage& message, const EncryptedMessageStart& start,
+                   const std::vector<UnlockedKey>& unlocked) {
+  return std::ranges::any_of(start.session_keys, [&](const SessionKeyPacket& packet) {
+    const std::string key_id = KeyIdOf(message.start, packet);
+    return std::ranges::any_of(unlocked, [&](const auto& key) { return key.key_id == key_id; });
+  });
+}
+
+[[noreturn]] void FailForKey(KeyStore& keys, const EncryptedMessage& message,
+                             const EncryptedMessageStart& start) {
+  for (const auto& packet : start.session_keys) {
+    for (const auto* entry : keys.rings().FindByKeyId(KeyIdOf(message.start, packet))) {
+      if (!entry->secret || entry->facts.addresses.empty()) continue;
+      Fail(kNoKey, "The message is encrypted for " + entry->facts.addresses.front() +
+                       ", whose key is locked.");
+    }
+  }
+  Fail(kNoKey, "The message is not encrypted for any of the unlocked keys.");
+}
+
+}  // namespace
+
+void Decrypt(KeyStore& keys, std::string_view address, const EncryptedMessage& message,
+             const PlainOutput& output) {
+  const auto start = ReadEncryptedMessageStart(message.start);
+  if (!start) Fail(kBadFormat, "This is no encrypted OpenPGP message.");
+  const auto unlocked = UnlockedKeys(keys, address);
+  const std::string original(message.start.substr(0, start->length));
+  const bool named = NamesUnlocked(message, *start, unlocked);
+  if (named && TryKeys(keys, message, original, output) == Outcome::kDone) return;
+  for (const auto& key : unlocked) {
+    std::string revealed = original;
+    if (!RevealRecipients(revealed, *start, key.algorithm, key.key_id)) continue;
+    if (TryKeys(keys, message, revealed, output) == Outcome::kDone) return;
+  }
+  if (named) FailDamaged();
+  FailForKey(keys, message, *start);
+}
+
+}  // namespace corvessa::engine

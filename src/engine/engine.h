@@ -1,0 +1,37 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "engine/key_upkeep.h"
+#include "platform/engine.h"
+
+namespace corvessa::engine {
+
+/// What a host tells the engine about itself.
+struct EngineConfig {
+  /// Where the key rings are kept; made when it is missing.
+  std::filesystem::path rings_folder;
+  /// Maps addresses and domains to additional decryption addresses; need not exist.
+  std::filesystem::path adk_file;
+  /// The local file that a path of the add-in means.
+  std::function<std::filesystem::path(std::string_view)> local_path;
+  /// A fresh temporary file's path in the add-in's terms.
+  std::function<std::string()> new_temporary_path;
+};
+
+/// The engine as the add-in sees it, with the upkeep of its keys beside it. One thread uses it.
+class OpenPgpEngine : public platform::IEngine, public KeyUpkeep {};
+
+/// Throws Error (429) when the key rings cannot be opened.
+std::shared_ptr<OpenPgpEngine> CreateOpenPgpEngine(EngineConfig config);
+
+/// Makes engines of this configuration for the add-in.
+std::unique_ptr<platform::EngineFactory> CreateEngineFactory(EngineConfig config);
+
+platform::EngineStringVectorPtr CreateStringVector();
+
+}  // namespace corvessa::engine

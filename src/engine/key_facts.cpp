@@ -1,0 +1,198 @@
+#include "engine/key_facts.h"
+
+#include <algorithm>
+#include <ctime>
+#include <functional>
+
+#include "engine/addresses.h"
+#include "engine/armour.h"
+#include "engine/packets.h"
+#include "engine/rnp_streams.h"
+
+namespace corvessa::engine {
+namespace {
+
+/// Calls `visit(user ID text, is valid)` for every textual user ID of the key.
+template <typename Visit>
+void ForEachUserId(rnp_key_handle_t primary, Visit visit) {
+  const auto count = Get<std::size_t>(rnp_key_get_uid_count, primary);
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto uid = Make<UserId>(rnp_key_get_uid_handle_at, primary, i);
+    if (Get<std::uint32_t>(rnp_uid_get_type, uid.get()) != RNP_USER_ID) continue;
+    visit(Text(rnp_key_get_uid_at, primary, i), Get<bool>(rnp_uid_is_valid, uid.get()));
+  }
+}
+
+std::vector<Key> Subkeys(rnp_key_handle_t primary) {
+  std::vector<Key> subkeys;
+  const auto count = Get<std::size_t>(rnp_key_get_subkey_count, primary);
+  for (std::size_t i = 0; i < count; ++i) {
+    subkeys.push_back(Make<Key>(rnp_key_get_subkey_at, primary, i));
+  }
+  return subkeys;
+}
+
+std::string Export(rnp_key_handle_t primary, std::uint32_t flags) {
+  TextSource nothing{{}};
+  TextSink sink;
+  const Stream stream(nothing, sink);
+  stream.Finish(rnp_key_export(primary, stream.output(), flags | RNP_KEY_EXPORT_SUBKEYS));
+  return std::move(sink.text);
+}
+
+bool IsBinary(std::string_view data) {
+  return !data.empty() && (static_cast<unsigned char>(data.front()) & 0x80) != 0;
+}
+
+/// Binary as it is; of armour all public and secret key blocks, one after the other.
+std::string BinaryKeys(std::string_view data) {
+  if (IsBinary(data)) return std::string(data);
+  std::string keys;
+  for (const auto* kind : {"PUBLIC KEY BLOCK", "PRIVATE KEY BLOCK"}) {
+    auto rest = data;
+    while (const auto found = FindArmour(rest, kind)) {
+      keys += Dearmour(found->block);
+      rest = found->after;
+    }
+  }
+  return keys;
+}
+
+// The library names what it imported in JSON, the primary key first.
+std::string FirstFingerprint(std::string_view results) {
+  static constexpr std::string_view kLabel = "\"fingerprint\":\"";
+  const auto label = results.find(kLabel);
+  if (label == std::string_view::npos) return {};
+  const auto begin = label + kLabel.size();
+  return std::string(results.substr(begin, results.find('"', begin) - begin));
+}
+
+/// Imports one transferable key; empty when the library refuses it.
+Key ImportKey(rnp_ffi_t ffi, std::string_view data) {
+  TextSource source(data);
+  TextSink nothing;
+  const Stream stream(source, nothing);
+  char* results = nullptr;
+  const auto imported = rnp_import_keys(
+      ffi, stream.input(),
+      RNP_LOAD_SAVE_PUBLIC_KEYS | RNP_LOAD_SAVE_SECRET_KEYS | RNP_LOAD_SAVE_PERMISSIVE, &results);
+  const std::string fingerprint =
+      imported == RNP_SUCCESS && results ? FirstFingerprint(results) : std::string();
+  rnp_buffer_destroy(results);
+  if (fingerprint.empty()) return {};
+  auto key = FindKey(ffi, fingerprint);
+  return key && Get<bool>(rnp_key_is_primary, key.get()) ? std::move(key) : Key();
+}
+
+bool IsPast(std::uint64_t time) {
+  return time <= static_cast<std::uint64_t>(std::time(nullptr));
+}
+
+/// The subkeys, newest first.
+std::vector<Key> NewestSubkeys(rnp_key_handle_t primary) {
+  auto subkeys = Subkeys(primary);
+  std::ranges::stable_sort(subkeys, std::greater(), [](const Key& key) {
+    return Get<std::uint32_t>(rnp_key_get_creation, key.get());
+  });
+  return subkeys;
+}
+
+bool MayDo(rnp_key_handle_t key, const char* usage) {
+  return Get<bool>(rnp_key_allows_usage, key, usage) && IsUsable(key);
+}
+
+}  // namespace
+
+std::vector<Key> PrimaryKeys(rnp_ffi_t ffi) {
+  rnp_identifier_iterator_t iterator = nullptr;
+  Check(rnp_identifier_iterator_create(ffi, &iterator, "fingerprint"));
+  std::vector<Key> keys;
+  const char* fingerprint = nullptr;
+  while (rnp_identifier_iterator_next(iterator, &fingerprint) == RNP_SUCCESS && fingerprint) {
+    auto key = Make<Key>(rnp_locate_key, ffi, "fingerprint", fingerprint);
+    if (key && Get<bool>(rnp_key_is_primary, key.get())) keys.push_back(std::move(key));
+  }
+  rnp_identifier_iterator_destroy(iterator);
+  return keys;
+}
+
+Key FindKey(rnp_ffi_t ffi, const std::string& fingerprint) {
+  return Make<Key>(rnp_locate_key, ffi, "fingerprint", fingerprint.c_str());
+}
+
+std::vector<Key> WithSubkeys(rnp_ffi_t ffi, rnp_key_handle_t primary) {
+  std::vector<Key> keys = Subkeys(primary);
+  keys.push_back(
+      Make<Key>(rnp_locate_key, ffi, "fingerprint", Text(rnp_key_get_fprint, primary).c_str()));
+  return keys;
+}
+
+KeyFacts FactsOf(rnp_key_handle_t primary) {
+  KeyFacts facts;
+  facts.fingerprint = Text(rnp_key_get_fprint, primary);
+  facts.key_ids.push_back(Text(rnp_key_get_keyid, primary));
+  for (const auto& subkey : Subkeys(primary)) {
+    facts.key_ids.push_back(Text(rnp_key_get_keyid, subkey.get()));
+  }
+  ForEachUserId(primary, [&](const std::string& user_id, bool) {
+    const std::string address = AddressOf(user_id);
+    if (!address.empty() && !std::ranges::count(facts.addresses, address)) {
+      facts.addresses.push_back(address);
+    }
+  });
+  return facts;
+}
+
+std::vector<std::string> LoadKeys(rnp_ffi_t ffi, std::string_view data) {
+  std::vector<std::string> fingerprints;
+  bool damaged = false;
+  const std::string ring = BinaryKeys(data);
+  // One at a time, so that a key which the library refuses does not cost the others.
+  for (const auto& piece : SplitKeyRing(ring, damaged)) {
+    const auto key = ImportKey(ffi, std::string_view(ring).substr(piece.offset, piece.length));
+    if (key) fingerprints.push_back(Text(rnp_key_get_fprint, key.get()));
+  }
+  return fingerprints;
+}
+
+std::string ExportPublic(rnp_key_handle_t primary) {
+  return Export(primary, RNP_KEY_EXPORT_PUBLIC);
+}
+
+std::string ExportSecret(rnp_key_handle_t primary) {
+  return Export(primary, RNP_KEY_EXPORT_SECRET);
+}
+
+bool CarriesAddress(rnp_key_handle_t primary, std::string_view address) {
+  bool carries = false;
+  ForEachUserId(primary, [&](const std::string& user_id, bool valid) {
+    carries = carries || (valid && AddressOf(user_id) == address);
+  });
+  return carries;
+}
+
+bool IsUsable(rnp_key_handle_t key) {
+  // The library settles validity when it loads a key; its end may have come since.
+  return Get<bool>(rnp_key_is_valid, key) && !Get<bool>(rnp_key_is_revoked, key) &&
+         !Get<bool>(rnp_key_is_expired, key) &&
+         !IsPast(Get<std::uint64_t>(rnp_key_valid_till64, key));
+}
+
+Key UsableFor(rnp_ffi_t ffi, rnp_key_handle_t primary, const char* usage) {
+  if (!IsUsable(primary)) return {};
+  for (auto& subkey : NewestSubkeys(primary)) {
+    if (MayDo(subkey.get(), usage)) return std::move(subkey);
+  }
+  return MayDo(primary, usage) ? FindKey(ffi, Text(rnp_key_get_fprint, primary)) : Key();
+}
+
+std::string MainAddress(rnp_key_handle_t primary) {
+  const std::string main_id = Text(rnp_key_get_primary_uid, primary);
+  std::string address = AddressOf(main_id);
+  ForEachUserId(primary, [&](const std::string& user_id, bool valid) {
+    if (address.empty() && valid) address = AddressOf(user_id);
+  });
+  return address.empty() ? main_id : address;
+}
+
+}  // namespace corvessa::engine

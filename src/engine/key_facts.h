@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "engine/rnp_handles.h"
+
+namespace corvessa::engine {
+
+/// By what a key of a ring is found.
+struct KeyFacts {
+  std::string fingerprint;             ///< of the primary key, capital hexadecimal
+  std::vector<std::string> key_ids;    ///< of the primary key and its subkeys
+  std::vector<std::string> addresses;  ///< as AddressOf gives them, without repetitions
+  bool operator==(const KeyFacts&) const = default;
+};
+
+/// The primary keys of a library key store, in the order they were loaded.
+std::vector<Key> PrimaryKeys(rnp_ffi_t ffi);
+
+/// A primary key by its fingerprint; empty when it is not loaded.
+Key FindKey(rnp_ffi_t ffi, const std::string& fingerprint);
+
+/// The primary key and its subkeys.
+std::vector<Key> WithSubkeys(rnp_ffi_t ffi, rnp_key_handle_t primary);
+
+KeyFacts FactsOf(rnp_key_handle_t primary);
+
+/// Loads keys, armoured or binary, passing over what the library cannot read. Returns the
+/// fingerprints of the primary keys that the data held.
+std::vector<std::string> LoadKeys(rnp_ffi_t ffi, std::string_view data);
+
+/// The key in binary form.
+std::string ExportPublic(rnp_key_handle_t primary);
+std::string ExportSecret(rnp_key_handle_t primary);
+
+/// The user ID carries the address and its self-signature holds.
+bool CarriesAddress(rnp_key_handle_t primary, std::string_view address);
+
+/// Valid, neither revoked nor expired.
+bool IsUsable(rnp_key_handle_t key);
+
+/// The newest usable subkey (else the primary key) that may do "encrypt" or "sign"; empty when the
+/// primary key is not usable or there is none.
+Key UsableFor(rnp_ffi_t ffi, rnp_key_handle_t primary, const char* usage);
+
+/// The key's address: that of its primary user ID, else of the first valid one that carries any,
+/// else the text of its primary user ID.
+std::string MainAddress(rnp_key_handle_t primary);
+
+}  // namespace corvessa::engine

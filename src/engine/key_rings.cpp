@@ -1,0 +1,192 @@
+#include "engine/key_rings.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <limits>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <utility>
+
+#include "engine/packets.h"
+#include "engine/status.h"
+
+namespace corvessa::engine {
+namespace {
+
+constexpr std::size_t kMaxIndexSize = std::size_t{256} << 20;
+
+RingStamp StampOf(const LocalFile& file) {
+  struct stat status = {};
+  if (!file.IsOpen() || fstat(file.descriptor(), &status) != 0) return {};
+  return {static_cast<std::uint64_t>(status.st_size),
+          std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec,
+          static_cast<std::uint64_t>(status.st_ino)};
+}
+
+bool IsStillAt(const std::filesystem::path& path, const RingStamp& stamp) {
+  struct stat status = {};
+  if (stat(path.c_str(), &status) != 0) return stamp == RingStamp();
+  return stamp ==
+         RingStamp{static_cast<std::uint64_t>(status.st_size),
+                   std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec,
+                   static_cast<std::uint64_t>(status.st_ino)};
+}
+
+std::vector<const RingEntry*> Found(
+    const std::unordered_map<std::string, std::vector<std::size_t>>& map, std::string_view what,
+    const std::vector<RingEntry>& entries) {
+  std::vector<const RingEntry*> found;
+  if (const auto at = map.find(std::string(what)); at != map.end()) {
+    for (const auto i : at->second) found.push_back(&entries[i]);
+  }
+  return found;
+}
+
+}  // namespace
+
+KeyRings::Lock::Lock(const std::filesystem::path& folder)
+    : file_(open((folder / "keys.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
+  if (!file_.IsOpen() || flock(file_.descriptor(), LOCK_EX) != 0) {
+    Fail(kKeyStoreTrouble, "Cannot lock the key rings in " + folder.string() + ".");
+  }
+}
+
+KeyRings::KeyRings(std::filesystem::path folder) : folder_(std::move(folder)) {
+  std::error_code ignored;
+  std::filesystem::create_directories(folder_, ignored);
+}
+
+std::filesystem::path KeyRings::RingPath(bool secret) const {
+  return folder_ / (secret ? "secret.ring" : "public.ring");
+}
+
+bool KeyRings::Reopen(bool secret) {
+  Ring& ring = RingOf(secret);
+  if (IsStillAt(RingPath(secret), ring.stamp)) return false;
+  ring.file = LocalFile::OpenIfThere(RingPath(secret));
+  ring.stamp = StampOf(ring.file);
+  return true;
+}
+
+bool KeyRings::Refresh() {
+  const bool public_changed = Reopen(false);
+  const bool secret_changed = Reopen(true);
+  if (!public_changed && !secret_changed) return false;
+  if (!LoadIndex()) RebuildIndex();
+  Remember();
+  return true;
+}
+
+bool KeyRings::LoadIndex() {
+  const auto file = LocalFile::OpenIfThere(IndexPath());
+  if (!file.IsOpen() || file.Size() > kMaxIndexSize) return false;
+  auto index = ParseKeyIndex(file.ReadAt(0, static_cast<std::size_t>(file.Size())));
+  if (!index || index->public_ring != public_.stamp || index->secret_ring != secret_.stamp) {
+    return false;
+  }
+  index_ = std::move(*index);
+  return true;
+}
+
+void KeyRings::RebuildIndex() {
+  index_ = {public_.stamp, secret_.stamp, {}};
+  IndexRing(false);
+  IndexRing(true);
+  WriteIndex();
+}
+
+void KeyRings::IndexRing(bool secret) {
+  const Ring& ring = RingOf(secret);
+  if (!ring.file.IsOpen()) return;
+  const std::string data = ring.file.ReadAt(0, static_cast<std::size_t>(ring.stamp.size));
+  bool damaged = false;
+  const auto pieces = SplitKeyRing(data, damaged);
+  for (const auto& piece : pieces) {
+    const Ffi scratch = MakeFfi();
+    const auto loaded =
+        LoadKeys(scratch.get(), std::string_view(data).substr(piece.offset, piece.length));
+    if (loaded.empty()) {
+      damaged = true;
+      continue;
+    }
+    const auto key = FindKey(scratch.get(), loaded.front());
+    index_.entries.push_back({secret, piece.offset, piece.length, FactsOf(key.get())});
+  }
+  // What cannot be read would be lost with the next write.
+  if (damaged) {
+    AtomicFile copy(RingPath(secret).string() + ".damaged");
+    copy.Write(data);
+    copy.CommitDurably();
+  }
+}
+
+void KeyRings::Remember() {
+  by_address_.clear();
+  by_key_id_.clear();
+  for (std::size_t i = 0; i < index_.entries.size(); ++i) {
+    for (const auto& address : index_.entries[i].facts.addresses) by_address_[address].push_back(i);
+    for (const auto& id : index_.entries[i].facts.key_ids) by_key_id_[id].push_back(i);
+  }
+}
+
+std::vector<const RingEntry*> KeyRings::FindByAddress(std::string_view address) const {
+  return Found(by_address_, address, index_.entries);
+}
+
+std::vector<const RingEntry*> KeyRings::FindByKeyId(std::string_view key_id) const {
+  return Found(by_key_id_, key_id, index_.entries);
+}
+
+std::string KeyRings::Read(const RingEntry& entry) const {
+  const Ring& ring = entry.secret ? secret_ : public_;
+  std::string data = ring.file.ReadAt(entry.offset, static_cast<std::size_t>(entry.length));
+  if (data.size() != entry.length) {
+    Fail(kKeyStoreTrouble, "The key ring " + RingPath(entry.secret).string() + " is damaged.");
+  }
+  return data;
+}
+
+void KeyRings::Store(const Lock&, const std::vector<NewKey>& keys) {
+  Refresh();
+  // The secret ring first: whoever holds a secret key can make the public one from it.
+  WriteRing(true, keys);
+  WriteRing(false, keys);
+  index_.public_ring = public_.stamp;
+  index_.secret_ring = secret_.stamp;
+  WriteIndex();
+}
+
+void KeyRings::WriteRing(bool secret, const std::vector<NewKey>& keys) {
+  const auto belongs = [&](const auto& key) { return key.secret == secret; };
+  if (std::ranges::none_of(keys, belongs)) return;
+  AtomicFile file(RingPath(secret));
+  std::vector<RingEntry> entries;
+  std::uint64_t offset = 0;
+  const auto append = [&](const KeyFacts& facts, const std::string& data) {
+    file.Write(data);
+    entries.push_back({secret, offset, data.size(), facts});
+    offset += data.size();
+  };
+  for (const auto& entry : index_.entries) {
+    const bool replaced = std::ranges::any_of(keys, [&](const NewKey& key) {
+      return belongs(key) && key.facts.fingerprint == entry.facts.fingerprint;
+    });
+    if (entry.secret == secret && !replaced) append(entry.facts, Read(entry));
+  }
+  for (const auto& key : keys) {
+    if (belongs(key)) append(key.facts, key.data);
+  }
+  file.CommitDurably();
+  std::erase_if(index_.entries, belongs);
+  index_.entries.insert(index_.entries.end(), entries.begin(), entries.end());
+  Reopen(secret);
+  Remember();
+}
+
+void KeyRings::WriteIndex() {
+  AtomicFile file(IndexPath());
+  file.Write(FormatKeyIndex(index_));
+  file.Commit();
+}
+
+}  // namespace corvessa::engine

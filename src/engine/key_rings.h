@@ -1,0 +1,79 @@
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "engine/key_index.h"
+#include "engine/local_files.h"
+
+namespace corvessa::engine {
+
+/// The two key rings of a profile, "public.ring" and "secret.ring", binary OpenPGP as other
+/// programs read it, and the index "keys.index" beside them, which spares parsing keys that are not
+/// needed.
+///
+/// A ring is only ever replaced as a whole, durably, and the index after it: killed at any moment
+/// the rings are the old or the new ones, and an index that does not fit them is made again.
+class KeyRings {
+ public:
+  explicit KeyRings(std::filesystem::path folder);
+
+  /// Looks whether another process changed the rings; true when there is something new.
+  bool Refresh();
+
+  const std::vector<RingEntry>& Entries() const { return index_.entries; }
+  /// The entries whose key carries the address (in lower case), in ring order.
+  std::vector<const RingEntry*> FindByAddress(std::string_view address) const;
+  /// The entries that hold the key ID (16 capital hexadecimal digits), be it a subkey's.
+  std::vector<const RingEntry*> FindByKeyId(std::string_view key_id) const;
+
+  /// The key's bytes. Failure (-7) when the ring does not hold them any more.
+  std::string Read(const RingEntry& entry) const;
+
+  /// A key as it is to stand in a ring.
+  struct NewKey {
+    bool secret = false;
+    KeyFacts facts;
+    std::string data;
+  };
+  /// Shuts other processes out while it lives, so that what is read is still so when it is stored.
+  class Lock {
+   public:
+    explicit Lock(const std::filesystem::path& folder);
+
+   private:
+    LocalFile file_;
+  };
+  /// Adds the keys, each in place of an entry with its fingerprint in its ring if there is one.
+  void Store(const Lock& lock, const std::vector<NewKey>& keys);
+  const std::filesystem::path& Folder() const { return folder_; }
+
+ private:
+  struct Ring {
+    LocalFile file;
+    RingStamp stamp;
+  };
+  Ring& RingOf(bool secret) { return secret ? secret_ : public_; }
+  std::filesystem::path RingPath(bool secret) const;
+  std::filesystem::path IndexPath() const { return folder_ / "keys.index"; }
+  bool Reopen(bool secret);
+  bool LoadIndex();
+  void RebuildIndex();
+  void IndexRing(bool secret);
+  void Remember();
+  void WriteRing(bool secret, const std::vector<NewKey>& keys);
+  void WriteIndex();
+
+  std::filesystem::path folder_;
+  Ring public_;
+  Ring secret_;
+  KeyIndex index_;
+  std::unordered_map<std::string, std::vector<std::size_t>> by_address_;
+  std::unordered_map<std::string, std::vector<std::size_t>> by_key_id_;
+};
+
+}  // namespace corvessa::engine

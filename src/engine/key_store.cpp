@@ -1,0 +1,177 @@
+#include "engine/key_store.h"
+
+#include <algorithm>
+#include <tuple>
+
+#include "engine/key_facts.h"
+#include "engine/status.h"
+
+namespace corvessa::engine {
+namespace {
+
+/// Unlocks the packets of a key that the passphrase fits; true when there was one. A primary key
+/// may be absent with only its subkeys here, so one is enough; a key without protection takes any.
+bool UnlockPackets(rnp_ffi_t ffi, const std::string& fingerprint, const SecretString& passphrase) {
+  const auto primary = FindKey(ffi, fingerprint);
+  if (!primary) return false;
+  bool is_protected = false;
+  bool fits = false;
+  for (const auto& key : WithSubkeys(ffi, primary.get())) {
+    const bool opened = rnp_key_unlock(key.get(), passphrase.View().data()) == RNP_SUCCESS;
+    if (!opened || Get<bool>(rnp_key_is_protected, key.get())) {
+      is_protected = true;
+      fits = fits || opened;
+    }
+  }
+  return fits || !is_protected;
+}
+
+bool Fits(const std::string& data, const std::string& fingerprint, const SecretString& passphrase) {
+  const Ffi scratch = MakeFfi();
+  LoadKeys(scratch.get(), data);
+  return UnlockPackets(scratch.get(), fingerprint, passphrase);
+}
+
+}  // namespace
+
+KeyStore::KeyStore(const std::filesystem::path& folder) : rings_(folder), ffi_(MakeFfi()) {}
+
+void KeyStore::Refresh() {
+  if (rings_.Refresh()) loaded_.clear();
+}
+
+void KeyStore::Store(const KeyRings::Lock& lock, const std::vector<KeyRings::NewKey>& keys) {
+  rings_.Store(lock, keys);
+  loaded_.clear();
+}
+
+bool KeyStore::IsOwn(const std::string& fingerprint) const {
+  return std::ranges::any_of(rings_.Entries(), [&](const RingEntry& entry) {
+    return entry.secret && entry.facts.fingerprint == fingerprint;
+  });
+}
+
+bool KeyStore::HasSecret(std::string_view address) const {
+  return std::ranges::any_of(rings_.FindByAddress(address),
+                             [](const RingEntry* entry) { return entry->secret; });
+}
+
+// Of an entry of the secret ring only the public half is loaded here.
+Key KeyStore::Load(const RingEntry& entry) {
+  const std::string& fingerprint = entry.facts.fingerprint;
+  if (loaded_.insert(fingerprint).second) {
+    std::string data = rings_.Read(entry);
+    if (entry.secret) {
+      const Ffi scratch = MakeFfi();
+      LoadKeys(scratch.get(), data);
+      const auto key = FindKey(scratch.get(), fingerprint);
+      data = key ? ExportPublic(key.get()) : std::string();
+    }
+    LoadKeys(ffi_.get(), data);
+  }
+  auto key = FindKey(ffi_.get(), fingerprint);
+  if (!key) Fail(kKeyStoreTrouble, "The key " + fingerprint + " cannot be read from its ring.");
+  return key;
+}
+
+std::vector<Key> KeyStore::PublicKeys(std::string_view address) {
+  std::vector<Key> keys;
+  for (const auto* entry : rings_.FindByAddress(address)) keys.push_back(Load(*entry));
+  for (const auto& fingerprint : looked_up_) {
+    if (auto key = FindKey(ffi_.get(), fingerprint)) keys.push_back(std::move(key));
+  }
+  std::erase_if(keys, [&](const Key& key) { return !CarriesAddress(key.get(), address); });
+  return keys;
+}
+
+Key KeyStore::FindUsable(std::string_view address, const char* usage) {
+  Key best;
+  std::tuple<bool, bool, std::uint32_t> best_rank;
+  for (const auto& primary : PublicKeys(address)) {
+    auto usable = UsableFor(ffi_.get(), primary.get(), usage);
+    const std::string fingerprint = Text(rnp_key_get_fprint, primary.get());
+    const std::tuple rank(IsOwn(fingerprint), !IsOnlyLookedUp(fingerprint),
+                          Get<std::uint32_t>(rnp_key_get_creation, primary.get()));
+    if (!usable || (best && rank <= best_rank)) continue;
+    best = std::move(usable);
+    best_rank = rank;
+  }
+  return best;
+}
+
+bool KeyStore::LoadByKeyId(std::string_view key_id) {
+  const auto entries = rings_.FindByKeyId(key_id);
+  for (const auto* entry : entries) Load(*entry);
+  return !entries.empty();
+}
+
+Key KeyStore::FindPrimary(std::string_view key_id) const {
+  auto key = Make<Key>(rnp_locate_key, ffi_.get(), "keyid", std::string(key_id).c_str());
+  if (!key || Get<bool>(rnp_key_is_primary, key.get())) return key;
+  return FindKey(ffi_.get(), Text(rnp_key_get_primary_fprint, key.get()));
+}
+
+void KeyStore::AddLookedUp(std::string_view data) {
+  for (const auto& fingerprint : LoadKeys(ffi_.get(), data)) looked_up_.insert(fingerprint);
+}
+
+bool KeyStore::IsOnlyLookedUp(const std::string& fingerprint) const {
+  return looked_up_.contains(fingerprint) &&
+         std::ranges::none_of(rings_.Entries(), [&](const RingEntry& entry) {
+           return entry.facts.fingerprint == fingerprint;
+         });
+}
+
+void KeyStore::Unlock(std::string_view address, const SecretString& passphrase) {
+  bool has_secret = false;
+  bool fits = false;
+  for (const auto* entry : rings_.FindByAddress(address)) {
+    if (!entry->secret) continue;
+    has_secret = true;
+    const std::string& fingerprint = entry->facts.fingerprint;
+    const std::string data = rings_.Read(*entry);
+    const auto known = std::ranges::find(unlocked_, fingerprint);
+    if (known != unlocked_.end()) {
+      // Tried on a copy: the library takes any passphrase for a key that is unlocked already.
+      if (!Fits(data, fingerprint, passphrase)) continue;
+      unlocked_.erase(known);
+    } else {
+      LoadKeys(ffi_.get(), data);
+      if (!UnlockPackets(ffi_.get(), fingerprint, passphrase)) continue;
+    }
+    unlocked_.push_back(fingerprint);
+    fits = true;
+  }
+  if (!has_secret) Fail(kNoKey, "There is no secret key for " + std::string(address) + ".");
+  if (!fits) Fail(kWrongPassphrase, "The passphrase for " + std::string(address) + " is wrong.");
+}
+
+void KeyStore::LockAll() {
+  for (const auto& fingerprint : unlocked_) {
+    const auto primary = FindKey(ffi_.get(), fingerprint);
+    for (const auto& key : WithSubkeys(ffi_.get(), primary.get())) rnp_key_lock(key.get());
+  }
+  unlocked_.clear();
+  Check(rnp_unload_keys(ffi_.get(), RNP_KEY_UNLOAD_SECRET));
+}
+
+std::vector<std::string> KeyStore::Unlocked(std::string_view address) const {
+  if (address.empty()) return unlocked_;
+  std::vector<std::string> fingerprints;
+  for (const auto& fingerprint : unlocked_) {
+    if (std::ranges::any_of(rings_.FindByAddress(address), [&](const RingEntry* entry) {
+          return entry->facts.fingerprint == fingerprint;
+        })) {
+      fingerprints.push_back(fingerprint);
+    }
+  }
+  return fingerprints;
+}
+
+bool KeyStore::IsUnlocked(std::string_view key_id) const {
+  const auto key = Make<Key>(rnp_locate_key, ffi_.get(), "keyid", std::string(key_id).c_str());
+  return key && Get<bool>(rnp_key_have_secret, key.get()) &&
+         !Get<bool>(rnp_key_is_locked, key.get());
+}
+
+}  // namespace corvessa::engine

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <filesystem>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/secret_string.h"
+#include "engine/key_rings.h"
+#include "engine/rnp_handles.h"
+
+namespace corvessa::engine {
+
+/// The keys at hand: those of the rings, loaded into the library when they are first needed, those
+/// that key servers gave for this session, and the secret keys that are unlocked.
+///
+/// Secret keys are loaded when somebody tries to unlock them and go again when all are locked.
+class KeyStore {
+ public:
+  explicit KeyStore(const std::filesystem::path& folder);
+
+  rnp_ffi_t ffi() const { return ffi_.get(); }
+  KeyRings& rings() { return rings_; }
+
+  /// To be called at the start of an operation: notices rings that another process changed.
+  void Refresh();
+
+  /// Puts keys into the rings, as KeyRings::Store does.
+  void Store(const KeyRings::Lock& lock, const std::vector<KeyRings::NewKey>& keys);
+
+  /// The best usable key for the address that may do "encrypt" or "sign": own keys first, then the
+  /// rings' others, then looked-up ones; the newest of each. Empty when there is none.
+  Key FindUsable(std::string_view address, const char* usage);
+  /// Some key in the rings carries the address, usable or not.
+  bool IsInRings(std::string_view address) const { return !rings_.FindByAddress(address).empty(); }
+  bool HasSecret(std::string_view address) const;
+
+  /// Loads the rings' public keys that hold the key ID; false when there is none.
+  bool LoadByKeyId(std::string_view key_id);
+  /// The primary key that a key ID at hand belongs to; empty when none is loaded.
+  Key FindPrimary(std::string_view key_id) const;
+
+  /// Takes a key from a key server into this session. It is never put into a ring.
+  void AddLookedUp(std::string_view data);
+  /// The key came from a key server and is in no ring.
+  bool IsOnlyLookedUp(const std::string& fingerprint) const;
+
+  /// Unlocks what the passphrase unlocks of the address's secret keys. Failure -13: there are none;
+  /// -4: it unlocks none; what was unlocked before stays so.
+  void Unlock(std::string_view address, const SecretString& passphrase);
+  void LockAll();
+  /// Fingerprints of the unlocked primary keys, the one unlocked last at the end; of one address
+  /// only unless it is empty.
+  std::vector<std::string> Unlocked(std::string_view address = {}) const;
+  /// The secret key or subkey with that ID is unlocked.
+  bool IsUnlocked(std::string_view key_id) const;
+
+ private:
+  Key Load(const RingEntry& entry);
+  std::vector<Key> PublicKeys(std::string_view address);
+  bool IsOwn(const std::string& fingerprint) const;
+
+  KeyRings rings_;
+  Ffi ffi_;
+  std::set<std::string> loaded_;
+  std::set<std::string> looked_up_;
+  std::vector<std::string> unlocked_;
+};
+
+}  // namespace corvessa::engine

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/engine.h"
+
+namespace corvessa::engine {
+
+/// A key of the rings as the user is shown it.
+struct KeyInfo {
+  std::string fingerprint;  ///< capital hexadecimal
+  std::vector<std::string> user_ids;
+  std::vector<std::string> addresses;
+  std::string algorithm;      ///< of the primary key, as "EDDSA" or "RSA 3072"
+  std::uint32_t created = 0;  ///< seconds since 1970
+  std::uint32_t expires = 0;  ///< seconds since 1970; 0 never
+  bool secret = false;        ///< the secret key is here
+  bool revoked = false;
+  bool expired = false;
+};
+
+/// The upkeep of the key rings. Statuses are the engine's: 0 done; the engine's last error says why
+/// not.
+class KeyUpkeep {
+ public:
+  virtual ~KeyUpkeep() = default;
+  /// Makes an ed25519 key with a cv25519 subkey for "name <address>" (the address alone without a
+  /// name), protected by the passphrase, and puts it into the rings. -6: the address is none.
+  virtual platform::EngineStatus GenerateKey(std::string_view name, std::string_view address,
+                                             std::string_view passphrase, KeyInfo& made) = 0;
+  /// Adds public and secret keys, armoured or binary; keys that are there gain what is new. -9: the
+  /// data holds no key.
+  virtual platform::EngineStatus ImportKeys(std::string_view data,
+                                            std::vector<KeyInfo>& imported) = 0;
+  /// Every public key of the address (or of the fingerprint), armoured. -13: there is none.
+  virtual platform::EngineStatus ExportPublicKeys(std::string_view who, std::string& armoured) = 0;
+  /// The same for secret keys, still protected by their passphrases.
+  virtual platform::EngineStatus ExportSecretKeys(std::string_view who, std::string& armoured) = 0;
+  virtual platform::EngineStatus ListKeys(std::vector<KeyInfo>& keys) = 0;
+  /// Sends the address's public keys to every update server. -8: a server did not take them.
+  virtual platform::EngineStatus PublishKeys(std::string_view address) = 0;
+};
+
+}  // namespace corvessa::engine

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <exception>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "engine/engine.h"
+#include "engine/key_store.h"
+#include "engine/status.h"
+
+namespace corvessa::engine {
+
+/// The engine over librnp. Every operation runs inside Attempt, the one place where a Failure, or
+/// anything else that is thrown, becomes a status and the last error.
+class LibrnpEngine final : public OpenPgpEngine {
+ public:
+  explicit LibrnpEngine(EngineConfig config);
+
+  void SetOption(std::string_view name, std::string_view value) override;
+  void InitEngine() override;
+  EngineStatus QueryKeyPair(std::string_view address, std::string& text) override;
+  EngineStatus AuthenticateAccount(std::string_view address, std::string_view passphrase) override;
+  EngineStatus SignFile(std::string_view path, std::string& signature_path) override;
+  EngineStatus SignText(std::string_view text, const platform::EngineAccount* account,
+                        std::string& signed_text) override;
+  EngineStatus EncryptText(const platform::IEngineStringVector& recipients, std::string_view text,
+                           std::string& armoured) override;
+  EngineStatus DecryptFileEx(std::string_view path,
+                             const platform::EngineAccount* account) override;
+  EngineStatus DecryptTextEx(std::string_view armoured, const platform::EngineAccount* account,
+                             std::string& plain) override;
+  EngineStatus VerifyText(std::string_view signed_text, platform::IEngineStringVector& signers,
+                          platform::IEngineStringVector& unknown_signers,
+                          std::string& content) override;
+  EngineStatus VerifyFile(std::string_view path, std::string_view signature_path,
+                          platform::IEngineStringVector& signers,
+                          platform::IEngineStringVector& unknown_signers) override;
+  std::string GetEngineLastError() override { return last_error_; }
+  EngineStatus EncryptFileToFile(const platform::IEngineStringVector& recipients,
+                                 std::string_view path, std::string_view encrypted_path) override;
+  void SetAnonymousMode(bool anonymous) override { anonymous_ = anonymous; }
+  EngineStatus GetAddressADKs(std::string_view address,
+                              platform::IEngineStringVector& addresses) override;
+  EngineStatus GetRecipientADKs(std::string_view recipient,
+                                platform::IEngineStringVector& addresses) override;
+
+  EngineStatus GenerateKey(std::string_view name, std::string_view address,
+                           std::string_view passphrase, KeyInfo& made) override;
+  EngineStatus ImportKeys(std::string_view data, std::vector<KeyInfo>& imported) override;
+  EngineStatus ExportPublicKeys(std::string_view who, std::string& armoured) override;
+  EngineStatus ExportSecretKeys(std::string_view who, std::string& armoured) override;
+  EngineStatus ListKeys(std::vector<KeyInfo>& keys) override;
+  EngineStatus PublishKeys(std::string_view address) override;
+
+ private:
+  template <typename Operation>
+  EngineStatus Attempt(Operation operation);
+  std::vector<Key> RecipientKeys(const platform::IEngineStringVector& recipients);
+
+  EngineConfig config_;
+  KeyStore keys_;
+  std::string message_version_;
+  std::string signature_version_;
+  bool anonymous_ = false;
+  std::string last_error_;
+};
+
+template <typename Operation>
+EngineStatus LibrnpEngine::Attempt(Operation operation) {
+  const QuietLibrary quiet;
+  try {
+    keys_.Refresh();
+    return operation();
+  } catch (const Failure& failure) {
+    last_error_ = failure.message;
+    return failure.status;
+  } catch (const std::exception& error) {
+    last_error_ = std::string("Unexpected error: ") + error.what();
+    return kUnexpected;
+  }
+}
+
+}  // namespace corvessa::engine

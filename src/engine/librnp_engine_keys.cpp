@@ -1,0 +1,166 @@
+#include <algorithm>
+
+#include "engine/addresses.h"
+#include "engine/armour.h"
+#include "engine/key_facts.h"
+#include "engine/key_generation.h"
+#include "engine/librnp_engine.h"
+
+namespace corvessa::engine {
+namespace {
+
+std::string UserIdFor(std::string_view name, std::string_view address) {
+  std::string normal = NormalAddress(address);
+  if (normal.empty() || AddressOf(normal) != normal) {
+    Fail(kInvalidKey, "\"" + std::string(address) + "\" is no e-mail address.");
+  }
+  const bool plain_name = std::ranges::none_of(
+      name, [](char c) { return c == '<' || c == '>' || static_cast<unsigned char>(c) < ' '; });
+  if (!plain_name) Fail(kInvalidKey, "A name for a key holds neither < nor > nor line breaks.");
+  return name.empty() ? normal : std::string(name) + " <" + normal + ">";
+}
+
+std::string AlgorithmOf(rnp_key_handle_t primary) {
+  const std::string algorithm = Text(rnp_key_get_alg, primary);
+  if (algorithm != "RSA" && algorithm != "DSA") return algorithm;
+  return algorithm + " " + std::to_string(Get<std::uint32_t>(rnp_key_get_bits, primary));
+}
+
+std::vector<std::string> UserIdsOf(rnp_key_handle_t primary) {
+  std::vector<std::string> user_ids;
+  const auto count = Get<std::size_t>(rnp_key_get_uid_count, primary);
+  for (std::size_t i = 0; i < count; ++i) user_ids.push_back(Text(rnp_key_get_uid_at, primary, i));
+  return user_ids;
+}
+
+bool HasSecretPart(rnp_ffi_t ffi, rnp_key_handle_t primary) {
+  return std::ranges::any_of(WithSubkeys(ffi, primary), [](const Key& key) {
+    return Get<bool>(rnp_key_have_secret, key.get());
+  });
+}
+
+KeyInfo InfoOf(rnp_ffi_t ffi, rnp_key_handle_t primary) {
+  const auto facts = FactsOf(primary);
+  const auto created = Get<std::uint32_t>(rnp_key_get_creation, primary);
+  const auto lifetime = Get<std::uint32_t>(rnp_key_get_expiration, primary);
+  return {facts.fingerprint,
+          UserIdsOf(primary),
+          facts.addresses,
+          AlgorithmOf(primary),
+          created,
+          lifetime == 0 ? 0 : created + lifetime,
+          HasSecretPart(ffi, primary),
+          Get<bool>(rnp_key_is_revoked, primary),
+          Get<bool>(rnp_key_is_expired, primary)};
+}
+
+/// What the rings are to hold of a key of the scratch store.
+void AddForRings(rnp_ffi_t ffi, rnp_key_handle_t primary, std::vector<KeyRings::NewKey>& keys) {
+  const auto facts = FactsOf(primary);
+  keys.push_back({false, facts, ExportPublic(primary)});
+  if (HasSecretPart(ffi, primary)) keys.push_back({true, facts, ExportSecret(primary)});
+}
+
+std::vector<const RingEntry*> EntriesOf(const KeyRings& rings, const std::string& fingerprint) {
+  std::vector<const RingEntry*> entries;
+  for (const auto& entry : rings.Entries()) {
+    if (entry.facts.fingerprint == fingerprint) entries.push_back(&entry);
+  }
+  return entries;
+}
+
+/// The keys that an address or a fingerprint means, in the order of the rings.
+std::vector<const RingEntry*> Meant(const KeyRings& rings, std::string_view who, bool secret) {
+  auto entries = rings.FindByAddress(NormalAddress(who));
+  if (entries.empty()) entries = EntriesOf(rings, std::string(who));
+  std::erase_if(entries, [&](const RingEntry* entry) { return entry->secret != secret; });
+  return entries;
+}
+
+std::string Exported(const KeyRings& rings, std::string_view who, bool secret) {
+  std::string data;
+  for (const auto* entry : Meant(rings, who, secret)) data += rings.Read(*entry);
+  if (data.empty()) {
+    Fail(kNoKey, std::string(secret ? "There is no secret key for " : "There is no key for ") +
+                     std::string(who) + ".");
+  }
+  return Armour(data, secret ? "secret key" : "public key", {});
+}
+
+}  // namespace
+
+EngineStatus LibrnpEngine::GenerateKey(std::string_view name, std::string_view address,
+                                       std::string_view passphrase, KeyInfo& made) {
+  return Attempt([&] {
+    const std::string user_id = UserIdFor(name, address);
+    if (passphrase.empty()) Fail(kWrongPassphrase, "A secret key needs a passphrase.");
+    const Ffi scratch = MakeFfi();
+    const auto key = GenerateKeyPair(scratch.get(), user_id, SecretString(passphrase));
+    std::vector<KeyRings::NewKey> keys;
+    AddForRings(scratch.get(), key.get(), keys);
+    keys_.Store(KeyRings::Lock(keys_.rings().Folder()), keys);
+    made = InfoOf(scratch.get(), key.get());
+    return kDone;
+  });
+}
+
+EngineStatus LibrnpEngine::ImportKeys(std::string_view data, std::vector<KeyInfo>& imported) {
+  return Attempt([&] {
+    const KeyRings::Lock lock(keys_.rings().Folder());
+    keys_.Refresh();
+    const Ffi found = MakeFfi();
+    const auto fingerprints = LoadKeys(found.get(), data);
+    if (fingerprints.empty()) Fail(kBadFormat, "There is no OpenPGP key in this.");
+    const Ffi merged = MakeFfi();
+    // What the rings hold comes first: of two secret keys the library keeps the one it has, and
+    // foreign data must not take the place of a key that works.
+    for (const auto& fingerprint : fingerprints) {
+      for (const auto* entry : EntriesOf(keys_.rings(), fingerprint)) {
+        LoadKeys(merged.get(), keys_.rings().Read(*entry));
+      }
+    }
+    LoadKeys(merged.get(), data);
+    std::vector<KeyRings::NewKey> keys;
+    std::vector<KeyInfo> infos;
+    for (const auto& key : PrimaryKeys(merged.get())) {
+      AddForRings(merged.get(), key.get(), keys);
+      infos.push_back(InfoOf(merged.get(), key.get()));
+    }
+    keys_.Store(lock, keys);
+    imported = std::move(infos);
+    return kDone;
+  });
+}
+
+EngineStatus LibrnpEngine::ExportPublicKeys(std::string_view who, std::string& armoured) {
+  return Attempt([&] {
+    armoured = Exported(keys_.rings(), who, false);
+    return kDone;
+  });
+}
+
+EngineStatus LibrnpEngine::ExportSecretKeys(std::string_view who, std::string& armoured) {
+  return Attempt([&] {
+    armoured = Exported(keys_.rings(), who, true);
+    return kDone;
+  });
+}
+
+EngineStatus LibrnpEngine::ListKeys(std::vector<KeyInfo>& keys) {
+  return Attempt([&] {
+    const Ffi all = MakeFfi();
+    for (const auto& entry : keys_.rings().Entries()) {
+      LoadKeys(all.get(), keys_.rings().Read(entry));
+    }
+    std::vector<KeyInfo> infos;
+    for (const auto& key : PrimaryKeys(all.get())) infos.push_back(InfoOf(all.get(), key.get()));
+    keys = std::move(infos);
+    return kDone;
+  });
+}
+
+EngineStatus LibrnpEngine::PublishKeys(std::string_view) {
+  return kUnexpected;
+}
+
+}  // namespace corvessa::engine

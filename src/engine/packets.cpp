@@ -1,0 +1,176 @@
+#include "engine/packets.h"
+
+#include <algorithm>
+
+namespace corvessa::engine {
+namespace {
+
+constexpr std::size_t kKeyIdPosition = 1;      // after the version
+constexpr std::size_t kAlgorithmPosition = 9;  // after the version and the key ID
+constexpr int kElGamalForSigningToo = 20;
+
+std::uint8_t ByteAt(std::string_view bytes, std::size_t position) {
+  return static_cast<std::uint8_t>(bytes[position]);
+}
+
+std::size_t BigEndian(std::string_view bytes) {
+  std::size_t value = 0;
+  for (const char byte : bytes) value = value << 8 | static_cast<std::uint8_t>(byte);
+  return value;
+}
+
+std::optional<PacketHeader> ReadOldHeader(std::string_view bytes) {
+  const std::uint8_t first = ByteAt(bytes, 0);
+  PacketHeader header{first >> 2 & 15, 1, std::nullopt};
+  const int length_type = first & 3;
+  if (length_type == 3) return header;
+  const std::size_t length_bytes = std::size_t{1} << length_type;
+  if (bytes.size() < 1 + length_bytes) return std::nullopt;
+  header.length += length_bytes;
+  header.body_length = BigEndian(bytes.substr(1, length_bytes));
+  return header;
+}
+
+std::optional<PacketHeader> ReadNewHeader(std::string_view bytes) {
+  if (bytes.size() < 2) return std::nullopt;
+  PacketHeader header{ByteAt(bytes, 0) & 63, 2, std::nullopt};
+  const std::size_t first = ByteAt(bytes, 1);
+  if (first < 192) {
+    header.body_length = first;
+  } else if (first < 224) {
+    if (bytes.size() < 3) return std::nullopt;
+    header.length = 3;
+    header.body_length = ((first - 192) << 8) + ByteAt(bytes, 2) + 192;
+  } else if (first == 255) {
+    if (bytes.size() < 6) return std::nullopt;
+    header.length = 6;
+    header.body_length = BigEndian(bytes.substr(2, 4));
+  }
+  return header;
+}
+
+// RSA, RSA for encryption only, ElGamal (two numbers of it) and ECDH.
+bool IsEncryptionAlgorithm(int algorithm) {
+  return algorithm == 1 || algorithm == 2 || algorithm == 16 || algorithm == 18 ||
+         algorithm == kElGamalForSigningToo;
+}
+
+bool IsPublicKeySession(std::string_view body) {
+  return body.size() > kAlgorithmPosition + 2 && body[0] == 3 &&
+         IsEncryptionAlgorithm(ByteAt(body, kAlgorithmPosition));
+}
+
+// Version 4, a cipher and a kind of passphrase hashing that exist.
+bool IsPassphraseSession(std::string_view body) {
+  return body.size() >= 4 && body[0] == 4 && ByteAt(body, 1) >= 1 && ByteAt(body, 1) <= 13 &&
+         ByteAt(body, 2) <= 3;
+}
+
+bool IsMarker(std::string_view body) {
+  return body == "PGP";
+}
+
+bool IsDataPacket(int tag) {
+  return tag == kProtectedDataPacket || tag == kUnprotectedDataPacket;
+}
+
+bool IsKeyStart(int tag) {
+  return tag == kPublicKeyPacket || tag == kSecretKeyPacket;
+}
+
+int HexDigit(char digit) {
+  if (digit >= '0' && digit <= '9') return digit - '0';
+  if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
+  return digit >= 'a' && digit <= 'f' ? digit - 'a' + 10 : 0;
+}
+
+}  // namespace
+
+std::optional<PacketHeader> ReadPacketHeader(std::string_view bytes) {
+  if (bytes.empty() || (ByteAt(bytes, 0) & 0x80) == 0) return std::nullopt;
+  return ByteAt(bytes, 0) & 0x40 ? ReadNewHeader(bytes) : ReadOldHeader(bytes);
+}
+
+std::optional<EncryptedMessageStart> ReadEncryptedMessageStart(std::string_view bytes) {
+  EncryptedMessageStart start;
+  bool has_session_key = false;
+  for (;;) {
+    const std::string_view rest = bytes.substr(start.length);
+    const auto header = ReadPacketHeader(rest);
+    if (!header) return std::nullopt;
+    if (IsDataPacket(header->tag)) return has_session_key ? std::optional(start) : std::nullopt;
+    if (!header->body_length || *header->body_length > rest.size() - header->length) {
+      return std::nullopt;
+    }
+    const std::string_view body = rest.substr(header->length, *header->body_length);
+    if (header->tag == kPublicKeySessionPacket && IsPublicKeySession(body)) {
+      start.session_keys.push_back(
+          {start.length + header->length + kKeyIdPosition, ByteAt(body, kAlgorithmPosition)});
+      has_session_key = true;
+    } else if (header->tag == kPassphraseSessionPacket && IsPassphraseSession(body)) {
+      has_session_key = true;
+    } else if (header->tag != kMarkerPacket || !IsMarker(body)) {
+      return std::nullopt;
+    }
+    start.length += header->length + body.size();
+  }
+}
+
+std::string KeyIdOf(std::string_view message, const SessionKeyPacket& packet) {
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string id;
+  for (const char byte : message.substr(packet.key_id_offset, kKeyIdLength)) {
+    id += kDigits[static_cast<std::uint8_t>(byte) >> 4];
+    id += kDigits[static_cast<std::uint8_t>(byte) & 15];
+  }
+  return id;
+}
+
+bool IsHidden(std::string_view message, const SessionKeyPacket& packet) {
+  return std::ranges::all_of(message.substr(packet.key_id_offset, kKeyIdLength),
+                             [](char byte) { return byte == 0; });
+}
+
+void HideRecipients(std::string& message) {
+  const auto start = ReadEncryptedMessageStart(message);
+  if (!start) return;
+  for (const auto& packet : start->session_keys) {
+    message.replace(packet.key_id_offset, kKeyIdLength, kKeyIdLength, '\0');
+  }
+}
+
+bool RevealRecipients(std::string& message_start, const EncryptedMessageStart& start, int algorithm,
+                      std::string_view key_id) {
+  std::string id;
+  for (std::size_t i = 0; i + 1 < key_id.size(); i += 2) {
+    id += static_cast<char>(HexDigit(key_id[i]) << 4 | HexDigit(key_id[i + 1]));
+  }
+  bool revealed = false;
+  for (const auto& packet : start.session_keys) {
+    if (packet.algorithm != algorithm || !IsHidden(message_start, packet)) continue;
+    message_start.replace(packet.key_id_offset, kKeyIdLength, id);
+    revealed = true;
+  }
+  return revealed;
+}
+
+std::vector<RingPiece> SplitKeyRing(std::string_view ring, bool& damaged) {
+  std::vector<RingPiece> keys;
+  std::size_t position = 0;
+  damaged = false;
+  while (position < ring.size()) {
+    const auto header = ReadPacketHeader(ring.substr(position));
+    if (!header || !header->body_length ||
+        *header->body_length > ring.size() - position - header->length ||
+        (keys.empty() && !IsKeyStart(header->tag))) {
+      damaged = true;
+      break;
+    }
+    if (IsKeyStart(header->tag)) keys.push_back({position, 0});
+    position += header->length + *header->body_length;
+    keys.back().length = position - keys.back().offset;
+  }
+  return keys;
+}
+
+}  // namespace corvessa::engine

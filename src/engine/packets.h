@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace corvessa::engine {
+
+// The little that the engine reads of OpenPGP packets itself: what the library cannot tell (does a
+// file hold an encrypted message at all, where does a key of a ring end) and cannot do (hidden
+// recipients). Everything here takes arbitrary bytes.
+
+inline constexpr int kPublicKeySessionPacket = 1;
+inline constexpr int kSignaturePacket = 2;
+inline constexpr int kPassphraseSessionPacket = 3;
+inline constexpr int kSecretKeyPacket = 5;
+inline constexpr int kPublicKeyPacket = 6;
+inline constexpr int kUnprotectedDataPacket = 9;
+inline constexpr int kMarkerPacket = 10;
+inline constexpr int kProtectedDataPacket = 18;
+
+struct PacketHeader {
+  int tag = 0;
+  std::size_t length = 0;  ///< of the header itself
+  /// Of the body; nothing when it comes in chunks or runs to the end.
+  std::optional<std::size_t> body_length;
+};
+
+/// The header at the start of the bytes; nothing when there is none.
+std::optional<PacketHeader> ReadPacketHeader(std::string_view bytes);
+
+/// One session key encrypted to a public key, as it stands at the start of a message.
+struct SessionKeyPacket {
+  std::size_t key_id_offset = 0;  ///< of its eight key ID bytes, from the start of the message
+  int algorithm = 0;
+};
+
+/// The start of an encrypted message, up to the header of its data packet.
+struct EncryptedMessageStart {
+  std::vector<SessionKeyPacket> session_keys;
+  std::size_t length = 0;
+};
+
+/// Longest start that is looked at; enough for 1,900 RSA recipients of 4096 bits.
+inline constexpr std::size_t kMaxMessageStart = std::size_t{1} << 20;
+
+/// Reads the start of a binary message. Nothing unless it consists of at least one well-formed
+/// session key packet followed by a data packet: ordinary files do not look like that by chance.
+std::optional<EncryptedMessageStart> ReadEncryptedMessageStart(std::string_view bytes);
+
+inline constexpr std::size_t kKeyIdLength = 8;
+
+/// The key ID of a session key packet, in capital hexadecimal; "0000000000000000" when it is
+/// hidden.
+std::string KeyIdOf(std::string_view message, const SessionKeyPacket& packet);
+bool IsHidden(std::string_view message, const SessionKeyPacket& packet);
+
+/// Makes every recipient of the message hidden.
+void HideRecipients(std::string& message);
+
+/// Names `key_id` (hexadecimal) as the recipient of the hidden packets of that algorithm within the
+/// first `start.length` bytes, so that the library tries that key on them. False: there are none.
+bool RevealRecipients(std::string& message_start, const EncryptedMessageStart& start, int algorithm,
+                      std::string_view key_id);
+
+/// One transferable key of a key ring: its primary key packet and all that belongs to it.
+struct RingPiece {
+  std::size_t offset = 0;
+  std::size_t length = 0;
+};
+
+/// Cuts a binary key ring into its keys. `damaged` is set when bytes were left over that form no
+/// key; the keys before them are returned.
+std::vector<RingPiece> SplitKeyRing(std::string_view ring, bool& damaged);
+
+}  // namespace corvessa::engine

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstddef>
+#include <exception>
+#include <string>
+#include <string_view>
+
+#include "engine/rnp_handles.h"
+
+namespace corvessa::engine {
+
+/// What the library reads from. Unlike the library's own memory input it may be empty.
+class Source {
+ public:
+  virtual ~Source() = default;
+  /// Fills up to `size` bytes; 0 at the end. Throws Failure when reading fails.
+  virtual std::size_t Read(char* buffer, std::size_t size) = 0;
+};
+
+/// What the library writes to.
+class Sink {
+ public:
+  virtual ~Sink() = default;
+  /// Throws Failure when the bytes cannot be taken.
+  virtual void Write(std::string_view bytes) = 0;
+};
+
+/// Reads two pieces of memory one after the other; both must outlive it.
+class TextSource final : public Source {
+ public:
+  explicit TextSource(std::string_view first, std::string_view second = {})
+      : first_(first), second_(second) {}
+  std::size_t Read(char* buffer, std::size_t size) override;
+
+ private:
+  std::string_view first_;
+  std::string_view second_;
+};
+
+/// Collects text; past `limit` bytes it fails with -3.
+class TextSink final : public Sink {
+ public:
+  explicit TextSink(std::size_t limit = std::string().max_size()) : limit_(limit) {}
+  void Write(std::string_view bytes) override;
+
+  std::string text;
+
+ private:
+  std::size_t limit_;
+};
+
+/// Runs one library operation between a source and a sink. A Failure thrown by either reaches the
+/// caller of `Rethrow` instead of the library, which only sees a failed read or write.
+class Stream {
+ public:
+  Stream(Source& source, Sink& sink);
+  Stream(const Stream&) = delete;
+  Stream& operator=(const Stream&) = delete;
+
+  rnp_input_t input() const { return input_.get(); }
+  rnp_output_t output() const { return output_.get(); }
+  /// To be called after the operation with its result: throws what the source or the sink threw, or
+  /// Failure for a result that is no success; then flushes the sink.
+  void Finish(rnp_result_t result) const;
+  /// Throws what the source or the sink threw so far, if anything.
+  void Rethrow() const;
+
+ private:
+  static bool Read(void* self, void* buffer, std::size_t size, std::size_t* read);
+  static bool Write(void* self, const void* buffer, std::size_t size);
+
+  Source& source_;
+  Sink& sink_;
+  std::exception_ptr thrown_;
+  Input input_;
+  Output output_;
+};
+
+}  // namespace corvessa::engine

@@ -1,0 +1,55 @@
+#include "engine/signing.h"
+
+#include <ranges>
+
+#include "engine/armour.h"
+#include "engine/clear_signed.h"
+#include "engine/key_facts.h"
+#include "engine/status.h"
+
+namespace corvessa::engine {
+namespace {
+
+Key SigningKey(const KeyStore& keys, std::string_view address) {
+  const auto unlocked = keys.Unlocked(address);
+  for (const auto& fingerprint : unlocked | std::views::reverse) {
+    const auto primary = FindKey(keys.ffi(), fingerprint);
+    auto key = UsableFor(keys.ffi(), primary.get(), "sign");
+    if (key && keys.IsUnlocked(Text(rnp_key_get_keyid, key.get()))) return key;
+  }
+  Fail(kNoKey, address.empty()
+                   ? std::string("No key is unlocked to sign with.")
+                   : "No key of " + std::string(address) + " is unlocked to sign with.");
+}
+
+template <typename CreateFunction>
+void Sign(CreateFunction create, const KeyStore& keys, rnp_key_handle_t key, const char* hash,
+          Source& source, Sink& sink) {
+  const Stream stream(source, sink);
+  const auto op = Create<SignOp>(create, keys.ffi(), stream.input(), stream.output());
+  Check(rnp_op_sign_add_signature(op.get(), key, nullptr));
+  Check(rnp_op_sign_set_hash(op.get(), hash));
+  stream.Finish(rnp_op_sign_execute(op.get()));
+}
+
+}  // namespace
+
+std::string ClearSign(KeyStore& keys, std::string_view address, std::string_view text,
+                      std::string_view version) {
+  const auto key = SigningKey(keys, address);
+  const std::string normal = WithCrLf(text);
+  TextSource source(normal);
+  TextSink sink;
+  Sign(rnp_op_sign_cleartext_create, keys, key.get(), "SHA512", source, sink);
+  InsertVersion(sink.text, version, sink.text.rfind("-----BEGIN PGP SIGNATURE-----"));
+  return std::move(sink.text);
+}
+
+std::string SignDetached(KeyStore& keys, Source& source, std::string_view version) {
+  const auto key = SigningKey(keys, {});
+  TextSink sink;
+  Sign(rnp_op_sign_detached_create, keys, key.get(), "SHA512", source, sink);
+  return Armour(sink.text, "signature", version);
+}
+
+}  // namespace corvessa::engine

@@ -1,0 +1,168 @@
+#include "engine/verification.h"
+
+#include <algorithm>
+#include <exception>
+
+#include "engine/key_facts.h"
+#include "engine/status.h"
+
+namespace corvessa::engine {
+namespace {
+
+/// Gives the library the signers' keys when it asks for them, which it does after reading
+/// everything: so the content is read once whether the key is at hand or not.
+class KeyProvider {
+ public:
+  KeyProvider(KeyStore& keys, const FindSigner& find_signer)
+      : keys_(keys), find_signer_(find_signer) {
+    Check(rnp_ffi_set_key_provider(keys.ffi(), &KeyProvider::Provide, this));
+  }
+  ~KeyProvider() { rnp_ffi_set_key_provider(keys_.ffi(), nullptr, nullptr); }
+  KeyProvider(const KeyProvider&) = delete;
+  KeyProvider& operator=(const KeyProvider&) = delete;
+
+  void Rethrow() const {
+    if (thrown_) std::rethrow_exception(thrown_);
+  }
+
+ private:
+  static void Provide(rnp_ffi_t, void* self, const char* kind, const char* identifier,
+                      bool secret) {
+    auto& provider = *static_cast<KeyProvider*>(self);
+    if (secret || provider.thrown_) return;
+    try {
+      std::string id(identifier);
+      std::ranges::transform(id, id.begin(), [](char c) {
+        return c >= 'a' && c <= 'f' ? static_cast<char>(c - 'a' + 'A') : c;
+      });
+      if (std::string_view(kind) == "fingerprint" && id.size() > 16) id = id.substr(id.size() - 16);
+      provider.Find(id);
+    } catch (...) {
+      provider.thrown_ = std::current_exception();
+    }
+  }
+  void Find(const std::string& key_id) {
+    if (!keys_.LoadByKeyId(key_id)) find_signer_(key_id);
+  }
+
+  KeyStore& keys_;
+  const FindSigner& find_signer_;
+  std::exception_ptr thrown_;
+};
+
+enum class Kind { kGood, kBad, kUnknown, kInvalidKey, kOther };
+
+struct Finding {
+  Kind kind = Kind::kOther;
+  std::string signer;  ///< address, or key ID when the key is unknown
+  std::string message;
+};
+
+bool IsForDocuments(rnp_signature_handle_t signature, bool text_only) {
+  const std::string type = Text(rnp_signature_get_type, signature);
+  return type == "text" || (!text_only && type == "binary");
+}
+
+// A key server must not be able to speak for an address whose key the user has.
+bool IsImpostor(const KeyStore& keys, rnp_key_handle_t primary, const std::string& address) {
+  return keys.IsOnlyLookedUp(Text(rnp_key_get_fprint, primary)) && keys.IsInRings(address);
+}
+
+Finding JudgeGood(const KeyStore& keys, rnp_op_verify_signature_t signature,
+                  rnp_key_handle_t primary, const std::string& address) {
+  const auto key = Make<Key>(rnp_op_verify_signature_get_key, signature);
+  if (!IsUsable(primary) || !IsUsable(key.get())) {
+    return {Kind::kInvalidKey, address, "The key of " + address + " is expired or revoked."};
+  }
+  if (IsImpostor(keys, primary, address)) {
+    return {Kind::kInvalidKey, address,
+            "The key that signed is not the key in your rings for " + address + "."};
+  }
+  return {Kind::kGood, address, {}};
+}
+
+Finding Judge(const KeyStore& keys, rnp_op_verify_signature_t signature, bool text_only) {
+  const auto handle = Make<Signature>(rnp_op_verify_signature_get_handle, signature);
+  const std::string key_id = Text(rnp_signature_get_keyid, handle.get());
+  const auto primary = keys.FindPrimary(key_id);
+  const auto status = rnp_op_verify_signature_get_status(signature);
+  if (status == RNP_ERROR_KEY_NOT_FOUND || !primary) {
+    return {Kind::kUnknown, key_id, "The signer's key " + key_id + " is not to be had."};
+  }
+  const std::string address = MainAddress(primary.get());
+  if (status == RNP_ERROR_SIGNATURE_INVALID) {
+    return {Kind::kBad, address, "The signature of " + address + " does not fit the content."};
+  }
+  if (status == RNP_ERROR_SIGNATURE_EXPIRED) {
+    return {Kind::kOther, address, "The signature of " + address + " has expired."};
+  }
+  if (status != RNP_SUCCESS || !IsForDocuments(handle.get(), text_only)) {
+    return {Kind::kOther, address, "The signature of " + address + " is of an unknown kind."};
+  }
+  return JudgeGood(keys, signature, primary.get(), address);
+}
+
+std::vector<Finding> FindingsOf(const KeyStore& keys, rnp_op_verify_t op, bool text_only) {
+  std::vector<Finding> findings;
+  const auto count = Get<std::size_t>(rnp_op_verify_get_signature_count, op);
+  for (std::size_t i = 0; i < count; ++i) {
+    findings.push_back(Judge(
+        keys, Get<rnp_op_verify_signature_t>(rnp_op_verify_get_signature_at, op, i), text_only));
+  }
+  return findings;
+}
+
+const Finding* FirstOf(const std::vector<Finding>& findings, Kind kind) {
+  const auto found = std::ranges::find(findings, kind, &Finding::kind);
+  return found == findings.end() ? nullptr : &*found;
+}
+
+std::vector<std::string> SignersOf(const std::vector<Finding>& findings, Kind kind) {
+  std::vector<std::string> signers;
+  for (const auto& finding : findings) {
+    if (finding.kind == kind && !std::ranges::count(signers, finding.signer)) {
+      signers.push_back(finding.signer);
+    }
+  }
+  return signers;
+}
+
+Verdict VerdictOf(const std::vector<Finding>& findings) {
+  Verdict verdict{kSignatureTrouble, "There is no signature that can be checked.", {}, {}};
+  verdict.unknown_signers = SignersOf(findings, Kind::kUnknown);
+  // In this order: one bad signature spoils the good ones; one good one outweighs what is unclear.
+  static constexpr std::pair<Kind, EngineStatus> kOrder[] = {{Kind::kBad, kBadSignature},
+                                                             {Kind::kGood, kGoodSignature},
+                                                             {Kind::kInvalidKey, kInvalidKey},
+                                                             {Kind::kUnknown, kNoKey},
+                                                             {Kind::kOther, kSignatureTrouble}};
+  for (const auto& [kind, status] : kOrder) {
+    const auto* const finding = FirstOf(findings, kind);
+    if (!finding) continue;
+    verdict.status = status;
+    verdict.message = finding->message;
+    if (kind == Kind::kBad || kind == Kind::kGood) verdict.signers = SignersOf(findings, kind);
+    break;
+  }
+  return verdict;
+}
+
+}  // namespace
+
+Verdict Verify(KeyStore& keys, const FindSigner& find_signer, Source& content,
+               std::string_view signature, bool text_only) {
+  TextSource signature_source(signature);
+  TextSink nothing;
+  const Stream content_stream(content, nothing);
+  const Stream signature_stream(signature_source, nothing);
+  const KeyProvider provider(keys, find_signer);
+  const auto op = Create<VerifyOp>(rnp_op_verify_detached_create, keys.ffi(),
+                                   content_stream.input(), signature_stream.input());
+  // The library's own verdict counts an expired signature as good; each one is looked at below.
+  rnp_op_verify_execute(op.get());
+  content_stream.Rethrow();
+  provider.Rethrow();
+  return VerdictOf(FindingsOf(keys, op.get(), text_only));
+}
+
+}  // namespace corvessa::engine
