@@ -12,5 +12,32 @@ extern std::vector<std::string> g_colTempFiles;
 
 /// Adds a path unless it is queued already.
 void QueueForDeletion(std::string_view path);
+bool IsQueuedForDeletion(std::string_view path);
+
+/// Deletes a file now, and the private folder it was in when nothing is left there; a file that
+/// cannot be deleted is queued. An empty path is none.
+void DeleteOrQueue(std::string_view path) noexcept;
+
+/// Removes a temporary file's folder when it holds nothing any more. The folder for all temporary
+/// files itself stays.
+void RemoveFolderIfEmpty(std::string_view folder) noexcept;
+
+/// The folder part of a path, with its trailing backslash.
+std::string_view FolderOf(std::string_view path);
+
+/// Keeps the queued files on disk while it lives. An operation may queue a file that it still needs
+/// should it fail, and dialogs let the housekeeping timer tick meanwhile.
+class KeepQueuedFiles {
+ public:
+  KeepQueuedFiles() { ++holders_; }
+  ~KeepQueuedFiles() { --holders_; }
+  KeepQueuedFiles(const KeepQueuedFiles&) = delete;
+  KeepQueuedFiles& operator=(const KeepQueuedFiles&) = delete;
+
+  static bool InForce() { return holders_ > 0; }
+
+ private:
+  static int holders_;
+};
 
 }  // namespace corvessa

@@ -1,0 +1,46 @@
+#include "addin/temp_files.h"
+
+#include <algorithm>
+
+#include "base/guard.h"
+#include "base/text.h"
+#include "platform/files.h"
+#include "platform/host.h"
+
+namespace corvessa {
+
+std::vector<std::string> g_colTempFiles;
+
+int KeepQueuedFiles::holders_ = 0;
+
+bool IsQueuedForDeletion(std::string_view path) {
+  return std::find(g_colTempFiles.begin(), g_colTempFiles.end(), path) != g_colTempFiles.end();
+}
+
+void QueueForDeletion(std::string_view path) {
+  if (!path.empty() && !IsQueuedForDeletion(path)) g_colTempFiles.emplace_back(path);
+}
+
+void DeleteOrQueue(std::string_view path) noexcept {
+  if (path.empty()) return;
+  const Error error = Attempt([&] { platform::Host().files.Delete(path); });
+  if (error.number == 0) {
+    RemoveFolderIfEmpty(FolderOf(path));
+  } else if (error.number != kFileNotFound && error.number != kPathNotFound) {
+    Ignoring([&] { QueueForDeletion(path); });
+  }
+}
+
+void RemoveFolderIfEmpty(std::string_view folder) noexcept {
+  Ignoring([&] {
+    platform::Files& files = platform::Host().files;
+    if (LCase(folder) == LCase(files.TemporaryFolder())) return;
+    if (files.List(folder).empty()) files.RemoveEmptyFolder(folder);
+  });
+}
+
+std::string_view FolderOf(std::string_view path) {
+  return path.substr(0, path.rfind('\\') + 1);
+}
+
+}  // namespace corvessa

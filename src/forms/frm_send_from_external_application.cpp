@@ -1,0 +1,51 @@
+#include "forms/frm_send_from_external_application.h"
+
+#include "accounts/settings.h"
+#include "accounts/user_management.h"
+#include "addin/topmost.h"
+#include "base/guard.h"
+#include "branding/customization.h"
+#include "message/header_fields.h"
+
+namespace corvessa {
+
+frmSendFromExternalApplication::frmSendFromExternalApplication()
+    : Form("frmSendFromExternalApplication", "<!-- LONGNAME -->", 300, 166) {
+  chkSign.PutInto(Frame1);
+  chkEncrypt.PutInto(Frame1);
+  cmdContinue.Default = true;
+  cmdContinue.Cancel = true;
+  chkSign.OnClick = [this] { StoreChoices(); };
+  chkEncrypt.OnClick = [this] { StoreChoices(); };
+  cmdContinue.OnClick = [this] { Unload(); };
+}
+
+void frmSendFromExternalApplication::Form_Load() {
+  Customization::CustomizeForm(*this);
+}
+
+void frmSendFromExternalApplication::Form_Activate() {
+  corvessa::SetTopmost(*this, true);
+}
+
+void frmSendFromExternalApplication::Init(const platform::MailItemPtr& item) {
+  Guarded("frmSendFromExternalApplication::Init - ", [&] {
+    const bool can_sign = UserManagement::GetSigningAccount() != nullptr;
+    chkSign.Enabled = can_sign;
+    chkSign.SetChecked(can_sign && !g_bDisableOutgoingSigning);
+    chkEncrypt.SetChecked(!g_bDisableOutgoingEncryption);
+    // Only now, so that setting the boxes up does not store half of the choices.
+    m_oMailItem = item;
+    StoreChoices();
+  });
+}
+
+void frmSendFromExternalApplication::StoreChoices() {
+  if (!m_oMailItem) return;
+  stored_ = false;
+  WriteHeaderFlag(m_oMailItem, kNoEncrypt, !chkEncrypt.Checked());
+  WriteHeaderFlag(m_oMailItem, kNoSign, !chkSign.Checked());
+  stored_ = true;
+}
+
+}  // namespace corvessa

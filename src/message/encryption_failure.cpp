@@ -1,0 +1,95 @@
+#include "message/encryption_failure.h"
+
+#include <functional>
+#include <string>
+
+#include "addin/services.h"
+#include "base/guard.h"
+#include "base/text.h"
+#include "branding/customization.h"
+#include "crypto/crypto_operations.h"
+#include "crypto/engine_error_text.h"
+#include "forms/frm_generic.h"
+#include "forms/frm_no_keys_found.h"
+#include "forms/unload_at_end.h"
+#include "message/cdo_addresses.h"
+#include "message/message_operations.h"
+#include "platform/redemption.h"
+
+namespace corvessa {
+namespace {
+
+constexpr std::int32_t kNothingToReport = 1;
+/// Asks for OK and Cancel rather than Yes and No.
+constexpr std::int32_t kOkCancelPrompt = 1;
+
+/// What the form lists of a recipient; empty when that one is in order.
+using Complaint = std::function<std::string(platform::Recipient&)>;
+
+std::string NameOfUnresolved(platform::Recipient& recipient) {
+  return CDO_Addresses::GetRealAddress(recipient).empty() ? recipient.Name() : std::string{};
+}
+
+std::string AddressWithoutKey(platform::Recipient& recipient) {
+  const std::string address = CDO_Addresses::GetRealAddress(recipient);
+  return Crypto()->HasKeypair(address) == 1 ? std::string{} : address;
+}
+
+void ListRecipients(frmNoKeysFound& form, const platform::MailItemPtr& item,
+                    const Complaint& complaint) {
+  const auto recipients = GetSafeRecipients(item);
+  if (!recipients) Raise(kObjectNotSet);
+  const std::int32_t count = recipients->Count();
+  for (std::int32_t i = 1; i <= count; ++i) {
+    const std::string row = complaint(*recipients->Item(i));
+    if (!row.empty()) form.lstEmailAddr.AddRow(ForDisplay(row));
+  }
+}
+
+std::int32_t AskAboutRecipients(const platform::MailItemPtr& item, std::string_view heading,
+                                const Complaint& complaint) {
+  const auto form = std::make_shared<frmNoKeysFound>();
+  const UnloadAtEnd unload(*form);
+  ListRecipients(*form, item, complaint);
+  if (!heading.empty()) form->SetHeading(heading);
+  return form->SendUnencrypted();
+}
+
+std::int32_t AskToSendInClear(std::string_view text) {
+  const std::int32_t answer = ShowGeneric(text, kOkCancelPrompt);
+  if (answer == 1) return kSendInClear;
+  if (answer == 2) return kDoNotSend;
+  return answer;
+}
+
+std::int32_t Report(std::int32_t code, const platform::MailItemPtr& item) {
+  switch (code) {
+    case kUnresolvedRecipients:
+      return AskAboutRecipients(item,
+                                Customization::AppLongName() +
+                                    " was unable to resolve the following recipients to valid "
+                                    "email addresses:",
+                                NameOfUnresolved);
+    case kStatusNoKey:
+      return AskAboutRecipients(item, {}, AddressWithoutKey);
+    case kStatusIOError:
+      return AskToSendInClear(
+          "An I/O error occurred while connecting to the key server.\r\n\r\n"
+          "Continue sending this email without encryption?");
+    case 0:
+    case kEncryptionCancelled:
+      return kNothingToReport;
+    default:
+      return AskToSendInClear("An unexpected error occurred during encryption:\r\n\r\n" +
+                              std::string(EngineErrorText(code)) + " (" + Str(code) +
+                              ")\r\n\r\nWould you like to send the message unencrypted?");
+  }
+}
+
+}  // namespace
+
+std::int32_t ReportEncryptionFailure(std::int32_t code, const platform::MailItemPtr& item) {
+  return Guarded(":ReportEncryptionFailure - ", kDoNotSend, [&] { return Report(code, item); });
+}
+
+}  // namespace corvessa
