@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace corvessa::desk {
+
+/// The text of an HTML body, as the plain body beside it shows it: white space runs become one
+/// blank (kept inside <pre>), <br> and the borders of blocks become CR LF, a paragraph leaves an
+/// empty line, head, style, script and comments go, character references are resolved (unknown ones
+/// stand as they are). Links and pictures leave their text only. Linear in its length.
+std::string HtmlToText(std::string_view html);
+
+/// Text as the content of an HTML body: marks escaped, line ends as <BR>.
+std::string TextToHtml(std::string_view text);
+
+}  // namespace corvessa::desk

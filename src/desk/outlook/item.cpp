@@ -1,0 +1,178 @@
+#include "desk/outlook/item.h"
+
+#include <utility>
+
+#include "base/error.h"
+#include "desk/outlook/html_text.h"
+#include "desk/outlook/windows.h"
+
+namespace corvessa::desk {
+namespace {
+
+platform::SharedText Share(std::string_view text) {
+  return text.empty() ? EmptyText() : std::make_shared<const std::string>(text);
+}
+
+}  // namespace
+
+Item::Item(WorldPtr world, ItemData data) : world_(std::move(world)), live_(std::move(data)) {
+  if (!live_.html->empty() && live_.body->empty()) live_.body = Share(HtmlToText(*live_.html));
+}
+
+void Item::Changed(std::string_view property) {
+  const auto held = shared_from_this();
+  sinks_.Raise([&](auto& sink) { sink.PropertyChange(property); });
+}
+
+void Item::EditBody(std::string_view text) {
+  // The same text written back is common and can be long.
+  if (text != *live_.body) live_.body = Share(text);
+  live_.html = EmptyText();
+  Changed("Body");
+}
+
+void Item::EditHTMLBody(std::string_view html) {
+  live_.html = Share(html);
+  live_.body = Share(HtmlToText(*live_.html));
+  Changed("HTMLBody");
+}
+
+void Item::EditSubject(std::string_view subject) {
+  live_.subject = subject;
+  Changed("Subject");
+}
+
+void Item::EditRecipients(std::vector<RecipientData> recipients) {
+  live_.recipients = std::move(recipients);
+  Changed("To");
+}
+
+void Item::AddAttachment(AttachmentData attachment) {
+  live_.attachments.push_back(std::make_shared<const AttachmentData>(std::move(attachment)));
+}
+
+void Item::RemoveAttachment(std::size_t position) {
+  live_.attachments.erase(live_.attachments.begin() + static_cast<std::ptrdiff_t>(position));
+}
+
+void Item::SetProperty(std::string_view guid, std::string_view name, std::string_view value) {
+  live_.properties[{std::string(guid), std::string(name)}] = value;
+}
+
+void Item::MoveTo(std::string_view folder) {
+  live_.folder = folder;
+  if (stored_) stored_->folder = folder;
+}
+
+void Item::Save() {
+  if (live_.entry_id.empty()) live_.entry_id = world_->NextEntryId();
+  stored_ = live_;
+}
+
+void Item::SaveByAddIn() {
+  ++saves_by_add_in_;
+  Save();
+}
+
+void Item::Revert() {
+  if (stored_) live_ = *stored_;
+}
+
+void Item::BecomeSent(const Person& sender, std::string_view sent_time) {
+  live_.sender = sender;
+  live_.received_time = sent_time;
+  live_.folder = kSentItems;
+  Save();
+}
+
+std::shared_ptr<InspectorWindow> Item::WindowOrNew() {
+  auto window = Window();
+  if (!window) {
+    window = std::make_shared<InspectorWindow>(world_, shared_from_this());
+    window_ = window;
+  }
+  return window;
+}
+
+void Item::CheckIsMail() const {
+  if (live_.item_class != platform::kMailItemClass) RaiseNotSupported();
+}
+
+std::string Item::TypeName() {
+  world_->Called("MailItem.TypeName");
+  return TypeNameOf(live_.item_class);
+}
+
+std::int32_t Item::Class() {
+  world_->Called("MailItem.Class");
+  return live_.item_class;
+}
+
+platform::SharedText Item::Body() {
+  world_->Called("MailItem.Body");
+  return live_.body;
+}
+
+void Item::SetBody(std::string_view text) {
+  world_->Called("MailItem.SetBody");
+  EditBody(text);
+}
+
+platform::SharedText Item::HTMLBody() {
+  world_->Called("MailItem.HTMLBody");
+  CheckIsMail();
+  return live_.html;
+}
+
+void Item::SetHTMLBody(std::string_view html) {
+  world_->Called("MailItem.SetHTMLBody");
+  CheckIsMail();
+  EditHTMLBody(html);
+}
+
+void Item::SetBodyFormat(std::int32_t format) {
+  world_->Called("MailItem.SetBodyFormat");
+  CheckIsMail();
+  if (world_->MajorVersion() < 10) RaiseNotSupported();
+  if (format != platform::kBodyFormatPlain) Raise(kInvalidArgument);
+  live_.html = EmptyText();
+  Changed("BodyFormat");
+}
+
+std::string Item::Subject() {
+  world_->Called("MailItem.Subject");
+  return live_.subject;
+}
+
+std::string Item::EntryID() {
+  world_->Called("MailItem.EntryID");
+  return live_.entry_id;
+}
+
+std::string Item::ReceivedTime() {
+  world_->Called("MailItem.ReceivedTime");
+  CheckIsMail();
+  return live_.received_time;
+}
+
+std::string Item::ParentName() {
+  world_->Called("MailItem.ParentName");
+  return live_.folder;
+}
+
+platform::InspectorPtr Item::GetInspector() {
+  world_->Called("MailItem.GetInspector");
+  return WindowOrNew();
+}
+
+platform::AttachmentsPtr Item::Attachments() {
+  world_->Called("MailItem.Attachments");
+  return MakeAttachments(shared_from_this());
+}
+
+platform::Subscription Item::Subscribe(platform::MailItemEvents& sink) {
+  world_->Called("MailItem.Subscribe");
+  return sinks_.Add(sink);
+}
+
+}  // namespace corvessa::desk

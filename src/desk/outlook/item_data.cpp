@@ -1,0 +1,57 @@
+#include "desk/outlook/item_data.h"
+
+namespace corvessa::desk {
+
+platform::SharedText EmptyText() {
+  static const auto empty = std::make_shared<const std::string>();
+  return empty;
+}
+
+std::string TypeNameOf(std::int32_t item_class) {
+  switch (item_class) {
+    case platform::kMailItemClass:
+      return "MailItem";
+    case kAppointmentClass:
+      return "AppointmentItem";
+    case kContactClass:
+      return "ContactItem";
+    case 42:
+      return "JournalItem";
+    case kNoteClass:
+      return "NoteItem";
+    case 45:
+      return "PostItem";
+    case 46:
+      return "ReportItem";
+    case kTaskClass:
+      return "TaskItem";
+    case 49:
+      return "TaskRequestItem";
+    case kMeetingRequestClass:
+      return "MeetingItem";
+    case 69:
+      return "DistListItem";
+    default:
+      return "Item";
+  }
+}
+
+std::vector<std::pair<std::string, std::string>> HeaderLines(const ItemData& data) {
+  std::vector<std::pair<std::string, std::string>> lines;
+  for (const auto& [key, value] : data.properties) {
+    if (key.first == kInternetHeaders) lines.emplace_back(key.second, value);
+  }
+  return lines;
+}
+
+std::string NamesOf(const ItemData& data, RecipientKind kind) {
+  std::string names;
+  for (const auto& recipient : data.recipients) {
+    if (recipient.kind != kind) continue;
+    if (!names.empty()) names += "; ";
+    names += recipient.name.empty() ? recipient.address : recipient.name;
+  }
+  return names;
+}
+
+}  // namespace corvessa::desk

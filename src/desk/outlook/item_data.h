@@ -1,0 +1,102 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "desk/outlook/content.h"
+#include "platform/outlook.h"
+
+namespace corvessa::desk {
+
+struct Person {
+  std::string name;
+  std::string address;
+  bool operator==(const Person&) const = default;
+};
+
+enum class RecipientKind { kTo = 1, kCc = 2, kBcc = 3 };
+
+struct RecipientData {
+  RecipientKind kind = RecipientKind::kTo;
+  std::string name;
+  /// An Internet address, an Exchange directory name ("/o=…") or empty.
+  std::string address;
+  /// Of its directory entry, for MAPIUtils.
+  std::string entry_id;
+  /// The address of its address entry where that is another one. Without it and without an address
+  /// the recipient has no address entry.
+  std::optional<std::string> entry_address;
+
+  bool operator==(const RecipientData&) const = default;
+};
+
+/// An attachment, unchanged once it is there. Without content it is an embedded item.
+struct AttachmentData {
+  std::string file_name;
+  std::string display_name;
+  ContentPtr content;
+  /// Only kept for the host: the MIME type and the content ID of an inline picture.
+  std::string content_type;
+  std::string content_id;
+};
+using AttachmentDataPtr = std::shared_ptr<const AttachmentData>;
+
+/// The property set of Internet header fields: such a named property travels as a header line.
+inline constexpr std::string_view kInternetHeaders = "{00020386-0000-0000-C000-000000000046}";
+
+// Class numbers of items.
+inline constexpr std::int32_t kAppointmentClass = 26;
+inline constexpr std::int32_t kContactClass = 40;
+inline constexpr std::int32_t kNoteClass = 44;
+inline constexpr std::int32_t kTaskClass = 48;
+inline constexpr std::int32_t kMeetingRequestClass = 53;
+
+inline constexpr std::string_view kInbox = "Inbox";
+inline constexpr std::string_view kDrafts = "Drafts";
+inline constexpr std::string_view kOutbox = "Outbox";
+inline constexpr std::string_view kSentItems = "Sent Items";
+
+/// Never null; shared by all empty bodies.
+platform::SharedText EmptyText();
+
+/// All that an item holds. Copies are cheap: texts and attachments are shared.
+struct ItemData {
+  std::int32_t item_class = platform::kMailItemClass;
+  /// Empty for an item being composed.
+  Person sender;
+  std::vector<Person> reply_to;
+  std::vector<RecipientData> recipients;
+  std::string subject;
+  platform::SharedText body = EmptyText();
+  /// Empty for a plain-text item.
+  platform::SharedText html = EmptyText();
+  /// As text; empty for an unsent item.
+  std::string received_time;
+  /// Empty until it is saved for the first time.
+  std::string entry_id;
+  std::string folder;
+  std::vector<AttachmentDataPtr> attachments;
+  /// Named properties by their GUID and name.
+  std::map<std::pair<std::string, std::string>, std::string> properties;
+  /// Message identifiers with their angle brackets, kept for the host.
+  std::string message_id;
+  std::string in_reply_to;
+  std::string references;
+};
+
+/// "MailItem" for 43 and so on; "Item" for a class that the model does not know.
+std::string TypeNameOf(std::int32_t item_class);
+
+/// The values of the named properties that travel as header lines, by name.
+std::vector<std::pair<std::string, std::string>> HeaderLines(const ItemData& data);
+
+/// The names of the recipients of one kind, joined by "; ".
+std::string NamesOf(const ItemData& data, RecipientKind kind);
+
+}  // namespace corvessa::desk

@@ -1,0 +1,123 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "desk/outlook/bars.h"
+#include "desk/outlook/item.h"
+#include "desk/outlook/sink_list.h"
+#include "desk/outlook/world.h"
+#include "platform/outlook.h"
+
+namespace corvessa::desk {
+
+/// A folder window. Once it is closed every call on it fails.
+class ExplorerWindow final : public platform::Explorer {
+ public:
+  explicit ExplorerWindow(WorldPtr world);
+
+  desk::Bars& Bars() const { return *bars_; }
+  const SinkList<platform::ExplorerEvents>& Events() const { return sinks_; }
+  void Remove();
+
+  platform::CommandBarsPtr CommandBars() override;
+  platform::Subscription Subscribe(platform::ExplorerEvents& sink) override;
+
+ private:
+  void Called(std::string_view call) const;
+
+  WorldPtr world_;
+  bool there_ = true;
+  BarsPtr bars_;
+  SinkList<platform::ExplorerEvents> sinks_;
+};
+using ExplorerWindowPtr = std::shared_ptr<ExplorerWindow>;
+
+/// The window of one item. Once it is closed every call on it fails.
+class InspectorWindow final : public platform::Inspector {
+ public:
+  /// Made by an add-in's call only; opening, that is raising its first events; shown; raising the
+  /// item's Close; gone.
+  enum class State { kMade, kOpening, kShown, kClosing, kClosed };
+
+  InspectorWindow(WorldPtr world, ItemPtr item);
+
+  desk::Bars& Bars() const { return *bars_; }
+  const ItemPtr& ShownItem() const { return item_; }
+  const SinkList<platform::InspectorEvents>& Events() const { return sinks_; }
+  State CurrentState() const { return state_; }
+  void SetState(State state) { state_ = state; }
+  void Remove();
+
+  platform::MailItemPtr CurrentItem() override;
+  platform::CommandBarsPtr CommandBars() override;
+  bool IsWordMail() override;
+  platform::Subscription Subscribe(platform::InspectorEvents& sink) override;
+
+ private:
+  void Called(std::string_view call) const;
+
+  WorldPtr world_;
+  ItemPtr item_;
+  bool word_mail_;
+  State state_ = State::kMade;
+  BarsPtr bars_;
+  SinkList<platform::InspectorEvents> sinks_;
+};
+using InspectorWindowPtr = std::shared_ptr<InspectorWindow>;
+
+class ExplorerCollection final : public platform::Explorers {
+ public:
+  explicit ExplorerCollection(WorldPtr world) : world_(std::move(world)) {}
+  platform::Subscription Subscribe(platform::ExplorersEvents& sink) override;
+  const SinkList<platform::ExplorersEvents>& Events() const { return sinks_; }
+
+ private:
+  WorldPtr world_;
+  SinkList<platform::ExplorersEvents> sinks_;
+};
+
+class InspectorCollection final : public platform::Inspectors {
+ public:
+  explicit InspectorCollection(WorldPtr world) : world_(std::move(world)) {}
+  platform::Subscription Subscribe(platform::InspectorsEvents& sink) override;
+  const SinkList<platform::InspectorsEvents>& Events() const { return sinks_; }
+
+ private:
+  WorldPtr world_;
+  SinkList<platform::InspectorsEvents> sinks_;
+};
+
+/// The application and its open windows, the active one last.
+class OutlookApplication final : public platform::Application {
+ public:
+  explicit OutlookApplication(WorldPtr world);
+
+  std::vector<ExplorerWindowPtr> explorer_windows;
+  std::vector<InspectorWindowPtr> inspector_windows;
+  const SinkList<platform::ApplicationEvents>& Events() const { return sinks_; }
+  const SinkList<platform::ExplorersEvents>& ExplorersEvents() const {
+    return explorers_->Events();
+  }
+  const SinkList<platform::InspectorsEvents>& InspectorsEvents() const {
+    return inspectors_->Events();
+  }
+  /// Shown and not closed; null when there is none.
+  InspectorWindowPtr ActiveWindow() const;
+
+  std::string Version() override;
+  platform::ExplorersPtr Explorers() override;
+  platform::InspectorsPtr Inspectors() override;
+  platform::ExplorerPtr ActiveExplorer() override;
+  platform::InspectorPtr ActiveInspector() override;
+  platform::Subscription Subscribe(platform::ApplicationEvents& sink) override;
+
+ private:
+  WorldPtr world_;
+  std::shared_ptr<ExplorerCollection> explorers_;
+  std::shared_ptr<InspectorCollection> inspectors_;
+  SinkList<platform::ApplicationEvents> sinks_;
+};
+
+}  // namespace corvessa::desk
