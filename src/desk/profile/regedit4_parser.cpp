@@ -1,0 +1,203 @@
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "base/error.h"
+#include "base/text.h"
+#include "desk/profile/regedit4.h"
+
+namespace corvessa::desk {
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+std::optional<std::uint32_t> HexNumber(std::string_view digits, std::size_t maximum_digits) {
+  if (digits.empty() || digits.size() > maximum_digits) return std::nullopt;
+  std::uint32_t number = 0;
+  for (const char c : digits) {
+    number <<= 4;
+    if (c >= '0' && c <= '9') {
+      number |= static_cast<std::uint32_t>(c - '0');
+    } else if (c >= 'a' && c <= 'f') {
+      number |= static_cast<std::uint32_t>(c - 'a' + 10);
+    } else if (c >= 'A' && c <= 'F') {
+      number |= static_cast<std::uint32_t>(c - 'A' + 10);
+    } else {
+      return std::nullopt;
+    }
+  }
+  return number;
+}
+
+std::string_view TrimmedBlanks(std::string_view text) {
+  const std::size_t first = text.find_first_not_of(" \t");
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
+bool TakePrefix(std::string_view& text, std::string_view prefix) {
+  if (!text.starts_with(prefix)) return false;
+  text.remove_prefix(prefix.size());
+  return true;
+}
+
+class Parser {
+ public:
+  explicit Parser(std::string_view text) : rest_(text) {}
+
+  RegistryNodePtr Parse() {
+    TakePrefix(rest_, kByteOrderMark);
+    if (!NextLine() || line_ != "REGEDIT4") Refuse("this is no registry file, REGEDIT4 is missing");
+    while (NextLine()) {
+      if (line_.empty() || line_.starts_with(';')) continue;
+      if (line_.starts_with('[')) {
+        ReadKey();
+      } else {
+        ReadValue();
+      }
+    }
+    return roots_;
+  }
+
+ private:
+  [[noreturn]] void Refuse(std::string_view reason) const {
+    Raise(kPathFileAccess, "line " + Decimal(line_number_) + ": " + std::string(reason));
+  }
+
+  /// The next line into `line_`, without the blanks around it; false at the end.
+  bool NextLine() {
+    if (rest_.empty()) return false;
+    ++line_number_;
+    const std::size_t end = rest_.find_first_of("\r\n");
+    line_ = TrimmedBlanks(rest_.substr(0, end));
+    rest_.remove_prefix(end == std::string_view::npos ? rest_.size() : end);
+    if (!TakePrefix(rest_, "\r\n")) rest_.remove_prefix(rest_.empty() ? 0 : 1);
+    for (const char c : line_) {
+      if (static_cast<unsigned char>(c) < ' ' && c != '\t') Refuse("a control character");
+    }
+    return true;
+  }
+
+  void ReadKey() {
+    if (!line_.ends_with(']')) Refuse("the key is not closed with a bracket");
+    std::string_view path = line_.substr(1, line_.size() - 2);
+    const bool is_deletion = TakePrefix(path, "-");
+    if (!path.starts_with("HKEY_") || path.ends_with('\\')) Refuse("the key has no valid path");
+    if (!IsRegistryPath(path)) Refuse("no key can have this path");
+    key_.reset();
+    if (is_deletion) {
+      RemoveKey(roots_, path);
+    } else {
+      bool added = false;
+      key_ = FindOrAddKey(roots_, path, added);
+    }
+  }
+
+  void ReadValue() {
+    std::string name;
+    if (line_.starts_with('"')) {
+      name = TakeQuoted();
+      if (!IsRegistryName(name)) Refuse("no value can have this name");
+      if (name.empty()) Refuse("the value has no name");
+    } else if (!TakePrefix(line_, "@")) {
+      Refuse("neither a key nor a value");
+    }
+    if (!TakePrefix(line_ = TrimmedBlanks(line_), "=")) Refuse("\"=\" is missing");
+    line_ = TrimmedBlanks(line_);
+    if (!key_) Refuse("the value stands in no key");
+    if (line_ == "-") {
+      key_->values.Remove(name);
+      return;
+    }
+    RegistryValue& value = key_->values.FindOrAdd(name, RegistryValue{name, kRegistryBinary, {}});
+    ReadData(value);
+  }
+
+  void ReadData(RegistryValue& value) {
+    if (line_.starts_with('"')) {
+      value.type = kRegistryString;
+      value.data = TakeQuoted() + '\0';
+      if (!line_.empty()) Refuse("something stands behind the text");
+    } else if (TakePrefix(line_, "dword:")) {
+      const auto number = HexNumber(line_, 8);
+      if (!number) Refuse("dword: needs up to eight hexadecimal digits");
+      value.type = kRegistryNumber;
+      value.data.clear();
+      for (int shift = 0; shift < 32; shift += 8) {
+        value.data.push_back(static_cast<char>(*number >> shift & 0xFF));
+      }
+    } else if (TakePrefix(line_, "hex")) {
+      value.type = TakeHexType();
+      ReadBytes(value.data);
+    } else {
+      Refuse("neither a text nor dword: nor hex:");
+    }
+  }
+
+  std::uint32_t TakeHexType() {
+    if (TakePrefix(line_, ":")) return kRegistryBinary;
+    const std::size_t end = line_.find("):");
+    if (!TakePrefix(line_, "(") || end == std::string_view::npos) Refuse("\"hex\" without \":\"");
+    const auto type = HexNumber(line_.substr(0, end - 1), 8);
+    if (!type) Refuse("the type in hex(…): is no hexadecimal number");
+    line_.remove_prefix(end + 1);
+    return *type;
+  }
+
+  /// Bytes parted by commas, on as many lines as end with a backslash.
+  void ReadBytes(std::string& data) {
+    data.clear();
+    for (;;) {
+      const bool continues = line_.ends_with('\\');
+      if (continues) line_ = TrimmedBlanks(line_.substr(0, line_.size() - 1));
+      if (continues && !line_.empty() && !line_.ends_with(',')) Refuse("a comma is missing");
+      AppendBytes(data, continues);
+      if (!continues) return;
+      if (!NextLine()) Refuse("the value breaks off");
+    }
+  }
+
+  void AppendBytes(std::string& data, bool ends_with_comma) {
+    while (!line_.empty()) {
+      const std::size_t comma = line_.find(',');
+      const auto byte = HexNumber(TrimmedBlanks(line_.substr(0, comma)), 2);
+      if (!byte) Refuse("bytes of two hexadecimal digits are needed");
+      data.push_back(static_cast<char>(*byte));
+      if (comma == std::string_view::npos) return;
+      line_.remove_prefix(comma + 1);
+      if (line_.empty() && !ends_with_comma) Refuse("a byte is missing");
+    }
+  }
+
+  std::string TakeQuoted() {
+    std::string text;
+    for (std::size_t i = 1; i < line_.size(); ++i) {
+      if (line_[i] == '"') {
+        line_.remove_prefix(i + 1);
+        return text;
+      }
+      if (line_[i] == '\\') {
+        if (i + 1 == line_.size()) break;
+        ++i;
+        if (line_[i] != '\\' && line_[i] != '"') Refuse("an unknown escape in a text");
+      }
+      text.push_back(line_[i]);
+    }
+    Refuse("the text is not closed");
+  }
+
+  std::string_view rest_;
+  std::string_view line_;
+  int line_number_ = 0;
+  RegistryNodePtr roots_ = std::make_shared<RegistryNode>();
+  /// Null before the first key and below a deleted one.
+  RegistryNodePtr key_;
+};
+
+}  // namespace
+
+RegistryNodePtr ParseRegedit4(std::string_view text) {
+  return Parser(text).Parse();
+}
+
+}  // namespace corvessa::desk
