@@ -1,0 +1,222 @@
+#include "support/addin_fixture.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <utility>
+
+#include "addin/debug_info.h"
+#include "addin/process_state.h"
+#include "base/text.h"
+#include "desk/profile/brand_pictures.h"
+#include "platform/host.h"
+
+namespace corvessa::testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view kTraceFile = "c:\\Nimbra_trace.txt";
+constexpr std::string_view kProductFolder = "c:\\Corvessa";
+constexpr std::string_view kPluginKey =
+    "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\";
+
+std::string PluginKey(std::string_view name) {
+  return std::string(kPluginKey) + std::string(name);
+}
+
+platform::RegistryKeyPtr Opened(platform::RegistryKey& root, std::string_view name) {
+  platform::RegistryKeyPtr key;
+  EXPECT_EQ(root.Create(PluginKey(name), key), platform::kRegistrySuccess) << name;
+  return key;
+}
+
+/// A line that the error boundary wrote, or one of the places that word their own.
+bool IsErrorLine(const std::string& entry) {
+  static const std::regex pattern(
+      R"(^(\w*::? ?\w+ - |AlreadySeenProductUpdateMessage: |Customize: Error |DeleteTemporaryFiles: Error )");
+  return std::regex_search(entry, pattern);
+}
+
+std::string ContentOf(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// The ordinary files below a folder that satisfy a condition, relative to it, sorted.
+template <class Condition>
+std::vector<std::string> FilesBelow(const fs::path& folder, Condition condition) {
+  std::vector<std::string> found;
+  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+    if (!entry.is_regular_file() || !condition(entry.path())) continue;
+    found.push_back(fs::relative(entry.path(), folder).string());
+  }
+  std::sort(found.begin(), found.end());
+  return found;
+}
+
+desk::OutlookOptions OutlookSetup(const FixtureOptions& options, desk::ProfileFiles& files,
+                                  platform::Clipboard& clipboard) {
+  desk::OutlookOptions setup;
+  setup.version = options.outlook_version;
+  setup.map_path = [&files](std::string_view path) { return files.LocalPath(path); };
+  setup.clipboard = &clipboard;
+  setup.owner = options.owner;
+  return setup;
+}
+
+}  // namespace
+
+AddInFixture::AddInFixture(FixtureOptions options)
+    : outlook(OutlookSetup(options, files, clipboard)) {
+  SetEdition("AppShortName", "Corvessa");
+  SetEdition("AppLongName", "Corvessa Professional for Outlook");
+  SetPreference("LogDebuggingInfo", 1);
+  files.CreateFolder(kProductFolder);
+  desk::WriteBrandPictures(files, kProductFolder);
+  for (const char* form : {"frmSplashScreen", "frmProgress"}) ui.AllowForm(form);
+  InstallServices(options.engine);
+  ui.before_call = [this](std::string_view call) { faults(call); };
+  outlook.OnCall([this](std::string_view call) { faults(call); });
+  faults.FailAt(0);
+  g_bLogDebuggingInfo = true;
+}
+
+AddInFixture::~AddInFixture() {
+  platform::RemoveHost();
+}
+
+void AddInFixture::InstallServices(EngineChoice engine) {
+  if (engine == EngineChoice::kReal) real_engine_ = engine::CreateEngineFactory(EngineSetup());
+  platform::EngineFactory& factory =
+      real_engine_ ? *real_engine_ : static_cast<platform::EngineFactory&>(scripted_engine);
+  faulty_engine_ = std::make_unique<FaultyEngineFactory>(factory, faults);
+  platform::InstallHost({outlook.Cdo(),
+                         clipboard,
+                         clock,
+                         *faulty_engine_,
+                         faulty_files_,
+                         inet,
+                         outlook.Redemption(),
+                         faulty_registry_,
+                         shell,
+                         ui,
+                         {1, 0, 0, std::string(kProductFolder)}});
+}
+
+engine::EngineConfig AddInFixture::EngineSetup() {
+  return {profile / "keys", profile / "adk.txt",
+          [this](std::string_view path) { return files.LocalPath(path); },
+          [this] { return files.FreshTemporaryPath(".tmp"); }};
+}
+
+engine::OpenPgpEngine& AddInFixture::Keys() {
+  if (!keys_) keys_ = engine::CreateOpenPgpEngine(EngineSetup());
+  return *keys_;
+}
+
+void AddInFixture::TearDown() {
+  faults.FailAt(0);
+  DisconnectAddIn();
+  for (const std::string& entry : UnexpectedErrors()) ADD_FAILURE() << "in the trace: " << entry;
+  ui.FailOnMissing();
+  ResetProcessState();
+}
+
+void AddInFixture::ConnectAddIn() {
+  g_bLogDebuggingInfo = false;
+  connect_ = std::make_unique<Connect>();
+  connect_->AddinInstance_OnConnection(outlook.Application());
+}
+
+void AddInFixture::DisconnectAddIn() {
+  if (const auto connected = std::exchange(connect_, nullptr)) {
+    connected->AddinInstance_OnDisconnection();
+  }
+}
+
+void AddInFixture::SetEdition(std::string_view name, std::string_view text) {
+  registry.WriteString("HKEY_LOCAL_MACHINE\\" + PluginKey("Version"), name, text);
+}
+
+void AddInFixture::SetEditionSwitch(std::string_view name, std::int32_t number) {
+  Opened(registry.LocalMachine(), "Version")->WriteNumber(name, number);
+}
+
+void AddInFixture::SetPreference(std::string_view name, std::int32_t number) {
+  Opened(registry.CurrentUser(), "Global")->WriteNumber(name, number);
+}
+
+std::int32_t AddInFixture::Preference(std::string_view name) {
+  return Opened(registry.CurrentUser(), "Global")->ReadNumber(name);
+}
+
+void AddInFixture::StoreAccount(std::string_view address, bool signs) {
+  const auto key = Opened(registry.CurrentUser(), "Accounts\\" + std::string(address));
+  key->WriteNumber("Sign", signs ? -1 : 0);
+}
+
+std::vector<std::string> AddInFixture::StoredAccounts() {
+  const auto accounts = Opened(registry.CurrentUser(), "Accounts");
+  std::vector<std::string> stored;
+  std::string name;
+  for (std::uint32_t i = 0; accounts->EnumerateKey(i, name) == platform::kRegistrySuccess; ++i) {
+    platform::RegistryKeyPtr account;
+    accounts->Open(name, account);
+    stored.push_back(name + (account->ReadNumber("Sign") != 0 ? " (signs)" : ""));
+  }
+  return stored;
+}
+
+std::vector<std::string> AddInFixture::Trace() {
+  std::vector<std::string> entries;
+  if (!files.FileExists(kTraceFile)) return entries;
+  const std::string text = files.Read(kTraceFile);
+  const std::string stamp = clock.text + ": ";
+  std::size_t at = 0;
+  while (at < text.size()) {
+    const std::size_t end = std::min(text.find("\r\n", at), text.size());
+    const std::string line = text.substr(at, end - at);
+    at = end + kCrLf.size();
+    if (line.starts_with(stamp) || entries.empty()) {
+      entries.push_back(line.substr(std::min(stamp.size(), line.size())));
+    } else {
+      // The rest of a message that holds a line break itself.
+      entries.back().append(kCrLf).append(line);
+    }
+  }
+  return entries;
+}
+
+void AddInFixture::ClearTrace() {
+  for (const std::string& entry : UnexpectedErrors()) ADD_FAILURE() << "in the trace: " << entry;
+  if (files.FileExists(kTraceFile)) files.Delete(kTraceFile);
+}
+
+void AddInFixture::AllowError(std::string beginning) {
+  allowed_errors_.push_back(std::move(beginning));
+}
+
+std::vector<std::string> AddInFixture::UnexpectedErrors() {
+  std::vector<std::string> errors = Trace();
+  std::erase_if(errors, [&](const std::string& entry) {
+    return !IsErrorLine(entry) ||
+           std::any_of(allowed_errors_.begin(), allowed_errors_.end(),
+                       [&](const std::string& allowed) { return entry.starts_with(allowed); });
+  });
+  return errors;
+}
+
+std::vector<std::string> AddInFixture::FilesHolding(std::string_view text) const {
+  return FilesBelow(profile.Path(), [&](const fs::path& path) {
+    return ContentOf(path).find(text) != std::string::npos;
+  });
+}
+
+std::vector<std::string> AddInFixture::TemporaryFiles() const {
+  return FilesBelow(files.LocalPath("c:\\Temp"), [](const fs::path&) { return true; });
+}
+
+}  // namespace corvessa::testing

@@ -1,0 +1,100 @@
+#pragma once
+
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "addin/connect.h"
+#include "desk/outlook/outlook_model.h"
+#include "desk/profile/memory_clipboard.h"
+#include "desk/profile/profile_files.h"
+#include "desk/profile/registry_file.h"
+#include "engine/engine.h"
+#include "support/fault_injector.h"
+#include "support/scripted_engine.h"
+#include "support/scripted_ui.h"
+#include "support/temp_folder.h"
+#include "support/test_services.h"
+
+namespace corvessa::testing {
+
+enum class EngineChoice { kScripted, kReal };
+
+struct FixtureOptions {
+  EngineChoice engine = EngineChoice::kScripted;
+  std::string outlook_version = "9.0.0.2711";
+  /// The owner of the mailbox.
+  desk::Person owner{"Ann Example", "ann@example.org"};
+};
+
+/// The add-in on a host of its own: a fresh profile, Outlook's model, the real or the scripted
+/// engine, a scripted Ui. At the end the test fails for every error line in the trace that it did
+/// not allow and for every form or box that was expected in vain.
+///
+/// Start-up's splash screen and the progress window may be shown without being expected.
+class AddInFixture : public ::testing::Test {
+ protected:
+  explicit AddInFixture(FixtureOptions options = {});
+  ~AddInFixture() override;
+  /// Disconnects, checks and resets the process. Overriding ones call it.
+  void TearDown() override;
+
+  /// What Outlook does at its start and end. The trace switch is then as it is stored: on, unless
+  /// the test stored another.
+  void ConnectAddIn();
+  void DisconnectAddIn();
+
+  /// Fixed values and switches of the edition, the user's preferences, a secured address.
+  void SetEdition(std::string_view name, std::string_view text);
+  void SetEditionSwitch(std::string_view name, std::int32_t number);
+  void SetPreference(std::string_view name, std::int32_t number);
+  void StoreAccount(std::string_view address, bool signs = false);
+  /// The stored addresses, each with " (signs)" behind it where that is stored; as the file has it.
+  std::vector<std::string> StoredAccounts();
+  /// A number among the user's stored preferences; 0 when missing.
+  std::int32_t Preference(std::string_view name);
+
+  /// The trace's entries without their time stamps.
+  std::vector<std::string> Trace();
+  void ClearTrace();
+  /// Error lines that begin so are expected.
+  void AllowError(std::string beginning);
+
+  /// The files below the profile that hold the text, relative to it.
+  std::vector<std::string> FilesHolding(std::string_view text) const;
+  /// What is in the folder for temporary files, folders left out, relative to it.
+  std::vector<std::string> TemporaryFiles() const;
+
+  /// The real engine's keys: generate, import, list. Before the add-in makes its engine.
+  engine::OpenPgpEngine& Keys();
+
+  TempFolder profile;
+  desk::ProfileFiles files{profile / "drive_c"};
+  desk::RegistryFile registry{profile / "registry.reg"};
+  desk::MemoryClipboard clipboard;
+  TestClock clock;
+  TestShell shell;
+  ScriptedInet inet;
+  ScriptedEngineFactory scripted_engine;
+  FaultInjector faults;
+  ScriptedUi ui{files};
+  desk::OutlookModel outlook;
+
+ private:
+  engine::EngineConfig EngineSetup();
+  void InstallServices(EngineChoice engine);
+  std::vector<std::string> UnexpectedErrors();
+
+  std::unique_ptr<platform::EngineFactory> real_engine_;
+  std::shared_ptr<engine::OpenPgpEngine> keys_;
+  FaultyFiles faulty_files_{files, faults};
+  FaultyRegistry faulty_registry_{registry, faults};
+  std::unique_ptr<FaultyEngineFactory> faulty_engine_;
+  std::unique_ptr<Connect> connect_;
+  std::vector<std::string> allowed_errors_;
+};
+
+}  // namespace corvessa::testing
