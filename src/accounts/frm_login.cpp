@@ -1,0 +1,102 @@
+#include "accounts/frm_login.h"
+
+#include <string>
+
+#include "accounts/nimbra_account.h"
+#include "addin/debug_info.h"
+#include "addin/topmost.h"
+#include "base/guard.h"
+#include "branding/customization.h"
+#include "forms/frm_modal_show_in_taskbar.h"
+#include "forms/unload_at_end.h"
+#include "platform/host.h"
+#include "platform/ui.h"
+
+namespace corvessa {
+namespace {
+
+std::string PromptFor(LoginReason reason) {
+  if (reason == LoginReason::kWrongPassphrase) {
+    return "You entered an incorrect passphrase.  Please try again.";
+  }
+  if (reason == LoginReason::kCannotDecrypt) {
+    return "Unable to decrypt email.  Please select a different email address.";
+  }
+  return "Please enter your " + Customization::AppShortName() + " passphrase.";
+}
+
+/// Empties the passphrase box, which wipes what was typed, however the request ends.
+class WipeAtEnd {
+ public:
+  explicit WipeAtEnd(TextBox& box) : box_(box) {}
+  ~WipeAtEnd() {
+    Ignoring([&] { box_.SetText(""); });
+  }
+  WipeAtEnd(const WipeAtEnd&) = delete;
+  WipeAtEnd& operator=(const WipeAtEnd&) = delete;
+
+ private:
+  TextBox& box_;
+};
+
+}  // namespace
+
+frmLogin::frmLogin() : Form("frmLogin", "Sign In To Your Secure Email", 400, 181) {
+  cmdOK.Default = true;
+  cmdCancel.Cancel = true;
+  txtPassword.OnChange = [this] { cmdOK.Enabled = !txtPassword.Text().empty(); };
+  cmdOK.OnClick = [this] { Accept(); };
+  cmdCancel.OnClick = [this] { CancelLogin(); };
+}
+
+NimbraAccountPtr frmLogin::DoLogin(LoginReason reason, std::string_view address, bool list_all) {
+  const UnloadAtEnd unload(*this);
+  const WipeAtEnd wipe(txtPassword);
+  Load();
+  txtPrompt1.SetCaption(PromptFor(reason));
+  OfferAddresses(address, list_all);
+  cmbUsers.Select(0);
+  ShowModalForm(*this);
+  if (!accepted_) return nullptr;
+  const auto account = UserManagement::GetNimbraAccountUser(cmbUsers.SelectedText());
+  if (account) account->m_sPassword.Assign(txtPassword.Text());
+  return account;
+}
+
+void frmLogin::OfferAddresses(std::string_view address, bool list_all) {
+  if (!address.empty()) cmbUsers.AddRow(std::string(address));
+  if (!list_all) return;
+  for (const NimbraAccountPtr& account : g_colAccounts) {
+    Debug_Info::TraceLog([&] { return "Checking account " + account->m_sAlias; });
+    if (account->m_sAlias == address || account->GetAuthenticated()) continue;
+    Debug_Info::TraceLog([&] { return "Adding item " + account->m_sAlias; });
+    cmbUsers.AddRow(account->m_sAlias);
+    Debug_Info::TraceLog([&] { return "Added item " + account->m_sAlias; });
+  }
+}
+
+void frmLogin::Form_Load() {
+  Customization::CustomizeForm(*this);
+  accepted_ = false;
+  corvessa::SetTopmost(*this, true);
+}
+
+void frmLogin::Form_Activate() {
+  cmdOK.Enabled = false;
+  SetFocus(txtPassword);
+}
+
+void frmLogin::Accept() {
+  if (!txtPassword.Text().empty()) {
+    accepted_ = true;
+    Hide();
+  }
+  platform::Host().ui.DoEvents();
+}
+
+void frmLogin::CancelLogin() {
+  Hide();
+  platform::Host().ui.DoEvents();
+}
+
+}  // namespace corvessa

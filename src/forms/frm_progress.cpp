@@ -1,0 +1,84 @@
+#include "forms/frm_progress.h"
+
+#include <string>
+
+#include "accounts/settings.h"
+#include "base/checked.h"
+#include "base/guard.h"
+#include "base/text.h"
+#include "branding/customization.h"
+#include "platform/clock.h"
+#include "platform/host.h"
+#include "platform/ui.h"
+
+namespace corvessa {
+namespace {
+
+/// Steps for a message, and again for each of its attachments.
+constexpr std::int32_t kStepsEach = 4;
+
+std::int32_t StepsFor(platform::MailItem& item) {
+  if (g_bDisableAutoDecryptAttachments) return kStepsEach;
+  return CheckedAdd(CheckedMultiply(kStepsEach, item.Attachments()->Count()), kStepsEach);
+}
+
+}  // namespace
+
+frmProgress::frmProgress() : Form("frmProgress", "<!-- SHORTNAME -->", 400, 249) {}
+
+void frmProgress::Form_Load() {
+  Customization::CustomizeForm(*this);
+}
+
+void frmProgress::Init(const platform::MailItemPtr& item, std::int32_t steps) {
+  Guarded("frmProgress::Init - ", [&] {
+    Load();
+    pgbProgress.Min = 0;
+    pgbProgress.Value = 0;
+    pgbProgress.Max = steps >= 1 ? steps : StepsFor(*item);
+    active_ = true;
+    finished_ = false;
+    Show();
+    platform::Host().ui.DoEvents();
+  });
+}
+
+void frmProgress::SetCaption(std::string_view text, std::int32_t extra_steps) {
+  if (!active_) return;
+  const FormPtr held = shared_from_this();
+  Guarded("frmProgress::SetCaption - ", [&] {
+    std::string log(Text1.Text());
+    const std::size_t start = log.size();
+    log.append("(").append(platform::Host().clock.DateTimeText()).append(") ");
+    Text1.SetText(log.append(text).append(kCrLf));
+    Text1.SelStart = start;
+    lblDescription.SetCaption(text);
+    if (pgbProgress.Max > pgbProgress.Value) {
+      pgbProgress.Value = CheckedAdd(pgbProgress.Value, CheckedAdd(1, extra_steps));
+    }
+    platform::Host().ui.DoEvents();
+  });
+}
+
+void frmProgress::Finish() {
+  const FormPtr held = shared_from_this();
+  SetCaption("Finished");
+  finished_ = true;
+  Unload();
+}
+
+std::shared_ptr<frmProgress> ProgressWindow() {
+  for (const FormPtr& form : LoadedForms()) {
+    if (auto window = std::dynamic_pointer_cast<frmProgress>(form)) return window;
+  }
+  return std::make_shared<frmProgress>();
+}
+
+void ShowCountedStep(std::string_view step, std::int64_t counter, std::size_t count) {
+  const auto window = ProgressWindow();
+  if (!window->IsLoaded()) return;
+  window->SetCaption(std::string(step) + " (" + Decimal(counter) + " of " +
+                     Decimal(static_cast<std::int64_t>(count)) + ")");
+}
+
+}  // namespace corvessa
