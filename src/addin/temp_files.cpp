@@ -25,6 +25,7 @@ void DeleteOrQueue(std::string_view path) noexcept {
   if (path.empty()) return;
   const Error error = Attempt([&] { platform::Host().files.Delete(path); });
   if (error.number == 0) {
+    std::erase(g_colTempFiles, path);
     RemoveFolderIfEmpty(FolderOf(path));
   } else if (error.number != kFileNotFound && error.number != kPathNotFound) {
     Ignoring([&] { QueueForDeletion(path); });

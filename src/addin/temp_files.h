@@ -14,8 +14,8 @@ extern std::vector<std::string> g_colTempFiles;
 void QueueForDeletion(std::string_view path);
 bool IsQueuedForDeletion(std::string_view path);
 
-/// Deletes a file now, and the private folder it was in when nothing is left there; a file that
-/// cannot be deleted is queued. An empty path is none.
+/// Deletes a file now, and the private folder it was in when nothing is left there; it leaves the
+/// queue then. A file that cannot be deleted is queued. An empty path is none.
 void DeleteOrQueue(std::string_view path) noexcept;
 
 /// Removes a temporary file's folder when it holds nothing any more. The folder for all temporary

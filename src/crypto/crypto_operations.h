@@ -68,10 +68,17 @@ class CryptoOperations {
   /// Replaces the item's attachments by the nodes' files, or by the originals they were made from.
   bool ReInsertAttachments(const platform::MailItemPtr& item, const AttachmentNodes& attachments,
                            bool originals);
-  /// Verifies a file against its detached signature and words the outcome for the user.
-  std::string VerifyAttachment(AttachmentNode& data, const AttachmentNode& signature);
+  /// Verifies a file against its detached signature, sets the statuses and signers of both nodes
+  /// and words the outcome for the user. Lets the engine's errors through.
+  std::string VerifyAttachment(AttachmentNode& data, AttachmentNode& signature);
 
  private:
+  /// Asks for accounts, three attempts at most, until one unlocks the key that decrypts the text;
+  /// null when given up.
+  NimbraAccountPtr LoginAndDecrypt(std::string_view armoured, std::string& plain);
+  /// Decrypts a node's file, keeping the original; the status with "not encrypted" for a file that
+  /// is none.
+  std::int32_t DecryptAttachment(AttachmentNode& node);
   std::int32_t DecryptAllAttachments(const platform::MailItemPtr& item,
                                      AttachmentNodes& attachments);
   std::int32_t VerifyAllAttachments(AttachmentNodes& attachments);

@@ -27,9 +27,12 @@ struct AttachmentNode {
   std::int32_t lSignStatus = kNotSigned;
   bool bDetachedSig = false;
 
-  /// The file as it was stored from the item, before anything was done to it. It is kept until the
-  /// node goes, because the originals go back into the item on close and on every failure.
+  /// The file as it was stored from the item, before anything was done to it; the same as sFilename
+  /// as long as nothing was, empty for a file that is not from the item. It is kept until the node
+  /// goes, because the originals go back into the item on close and on every failure.
   std::string original_filename;
+  /// The private folder of the whole message, with a trailing backslash; sDir is it or lies in it.
+  std::string message_folder;
 };
 
 using AttachmentNodePtr = std::shared_ptr<AttachmentNode>;

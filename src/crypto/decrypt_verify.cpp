@@ -1,0 +1,109 @@
+#include <cstdint>
+#include <string>
+#include <utility>
+
+#include "accounts/nimbra_account.h"
+#include "accounts/settings.h"
+#include "accounts/user_management.h"
+#include "addin/debug_info.h"
+#include "addin/message_box.h"
+#include "base/checked.h"
+#include "base/guard.h"
+#include "crypto/crypto_operations.h"
+#include "crypto/engine_error_text.h"
+#include "crypto/verify_status.h"
+#include "forms/frm_progress.h"
+#include "message/armour.h"
+#include "platform/host.h"
+
+namespace corvessa {
+namespace {
+
+constexpr std::int32_t kGivenUp = -1;
+constexpr int kMaximumAttempts = 3;
+
+}  // namespace
+
+std::int32_t CryptoOperations::DecryptMailItem(const platform::MailItemPtr& item, std::string& body,
+                                               AttachmentNodes& attachments) {
+  return Guarded("CryptoOperations::DecryptMailItem - ", kGivenUp, [&] {
+    ProgressWindow()->SetCaption("Decrypting email");
+    if (!IsPGPMessage(body)) {
+      Debug_Info::TraceLog("EXIT Not encrypted");
+      return kNotEncrypted;
+    }
+    const std::string_view armoured = StripLeadingBlankLines(body);
+    std::string plain;
+    if (Engine().DecryptTextEx(armoured, nullptr, plain) == 0) {
+      Debug_Info::TraceLog("DecryptTextEx successful");
+    } else if (const auto account = LoginAndDecrypt(armoured, plain)) {
+      Debug_Info::TraceLog("V2 Decrypt success");
+      account->SetAuthenticated(true);
+    } else {
+      return kGivenUp;
+    }
+    body = std::move(plain);
+    const std::int32_t status =
+        g_bDisableAutoDecryptAttachments ? kDecrypted : DecryptAllAttachments(item, attachments);
+    if (status != kDecrypted) {
+      ShowMessageBox("Failed to decrypt message:\r\n\r\n" + std::string(EngineErrorText(status)),
+                     false, false);
+    }
+    return status;
+  });
+}
+
+NimbraAccountPtr CryptoOperations::LoginAndDecrypt(std::string_view armoured, std::string& plain) {
+  Debug_Info::TraceLog("No luck with cached keys - will let user choose login");
+  LoginReason reason = LoginReason::kFirstRequest;
+  std::int32_t status = 1;
+  for (int attempts = 0;; ++attempts) {
+    Debug_Info::TraceLog("Loop once trying to authenticate");
+    if (attempts >= kMaximumAttempts) {
+      Debug_Info::TraceLog("DecryptMailItem - wrong passphrase or account 3 times");
+      return nullptr;
+    }
+    if (status != 1 && status != kStatusWrongPassphrase) reason = LoginReason::kCannotDecrypt;
+    auto account = UserManagement::GetLoginAccount(reason, "", true);
+    if (!account) return nullptr;
+    status = Engine().AuthenticateAccount(account->m_sAlias, account->m_sPassword.View());
+    if (status == 0) {
+      Debug_Info::TraceLog("V2 Auth success");
+      status = Engine().DecryptTextEx(armoured, nullptr, plain);
+      if (status == 0) return account;
+      Debug_Info::TraceLog("V2 Decrypt fail");
+      Debug_Info::TraceLog(Engine().GetEngineLastError());
+      reason = LoginReason::kCannotDecrypt;
+    } else {
+      Debug_Info::TraceLog("V2 Auth fail");
+      reason = LoginReason::kWrongPassphrase;
+    }
+    // Only the passphrase of an account that counts as unlocked is kept.
+    account->m_sPassword.Clear();
+  }
+}
+
+std::int32_t CryptoOperations::VerifyMailItem(const platform::MailItemPtr& /*item*/,
+                                              std::string& body, AttachmentNodes& attachments,
+                                              std::string& signers) {
+  std::int32_t result = kGivenUp;
+  Guarded("CryptoOperations::VerifyMailItem - ", [&] {
+    ProgressWindow()->SetCaption("Verifying email");
+    if (!IsPGPSignedMessage(body)) {
+      result = kNotSigned;
+      return;
+    }
+    const auto known = platform::Host().engine.CreateStringVector();
+    const auto unknown = platform::Host().engine.CreateStringVector();
+    std::string content;
+    const auto status = CheckedNarrow<std::int16_t>(
+        Engine().VerifyText(StripLeadingBlankLines(body), *known, *unknown, content));
+    if (status == kEngineGoodSignature) body = std::move(content);
+    result = SignStatusOf(status);
+    signers = VectorToString(*known);
+    if (!g_bDisableAutoDecryptAttachments) VerifyAllAttachments(attachments);
+  });
+  return result;
+}
+
+}  // namespace corvessa

@@ -1,0 +1,171 @@
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "addin/debug_info.h"
+#include "addin/message_box.h"
+#include "base/guard.h"
+#include "base/text.h"
+#include "crypto/crypto_operations.h"
+#include "crypto/signature_name.h"
+#include "crypto/stored_files.h"
+#include "crypto/stored_name.h"
+#include "forms/frm_progress.h"
+#include "platform/files.h"
+#include "platform/host.h"
+
+namespace corvessa {
+namespace {
+
+/// What Outlook says of an embedded item, which has no file.
+constexpr std::string_view kNoDataSource =
+    "Cannot save the attachment. Cannot add the "
+    "attachment; no data source was provided.";
+
+platform::Files& Files() {
+  return platform::Host().files;
+}
+
+void TraceStage(std::string_view stage, std::string_view detail = {}) {
+  Debug_Info::TraceLog(
+      [&] { return std::string(":StoreAllAttachments/").append(stage).append(detail); });
+}
+
+std::vector<std::string> FileNames(platform::Attachments& attachments) {
+  std::vector<std::string> names;
+  const std::int32_t count = attachments.Count();
+  for (std::int32_t i = 1; i <= count; ++i) {
+    names.push_back(attachments.Item(i)->FileName());
+    if (names.back().empty()) Raise(kPathFileAccess, std::string(kNoDataSource));
+  }
+  return names;
+}
+
+AttachmentNodePtr MakeNode(const std::string& message_folder, const StoredPlace& place,
+                           const std::string& display_name) {
+  // The name has been made safe; this stands guard over whoever changes how.
+  if (place.name.find_first_of("\\/:") != std::string::npos || place.name == "..") {
+    Raise(kPathFileAccess);
+  }
+  auto node = std::make_shared<AttachmentNode>();
+  node->sDisplayName = display_name;
+  node->message_folder = message_folder;
+  node->sDir = message_folder;
+  if (place.subfolder > 0) node->sDir += Decimal(place.subfolder) + "\\";
+  node->sFilename = node->sDir + place.name;
+  node->original_filename = node->sFilename;
+  return node;
+}
+
+void StoreAttachment(platform::Attachment& attachment, const AttachmentNodePtr& node) {
+  if (node->sDir != node->message_folder && !Files().FolderExists(node->sDir)) {
+    Files().CreateFolder(node->sDir);
+  }
+  attachment.SaveAsFile(node->sFilename);
+}
+
+void StoreAll(platform::Attachments& list, AttachmentNodes& nodes) {
+  const std::vector<std::string> names = FileNames(list);
+  if (names.empty()) return;
+  const std::vector<StoredPlace> places = StoredPlaces(names);
+  const std::string folder = CreatePrivateFolder();
+  TraceStage("2");
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const auto counter = static_cast<std::int32_t>(i + 1);
+    ShowCountedStep("Storing attachments", counter, names.size());
+    const auto attachment = list.Item(counter);
+    TraceStage("3/", Decimal(counter));
+    if (places[i].name != names[i]) TraceStage("3a/", Decimal(counter));
+    if (places[i].subfolder > 0) TraceStage("3b/", Decimal(counter));
+    // On the list before there is a file, so that whatever gets written is known to it.
+    nodes.push_back(MakeNode(folder, places[i], attachment->DisplayName()));
+    const AttachmentNodePtr node = nodes.back();
+    StoreAttachment(*attachment, node);
+    TraceStage("4/", Decimal(counter));
+  }
+}
+
+std::string FailureText(const Error& error) {
+  constexpr std::string_view kStart = "Cannot save the attachment. ";
+  if (error.description.starts_with(kStart)) return error.description;
+  return std::string(kStart) + error.description;
+}
+
+}  // namespace
+
+void CryptoOperations::KillAllFiles(AttachmentNodes& attachments) {
+  DeleteStoredFiles(attachments);
+}
+
+bool CryptoOperations::StoreAllAttachments(const platform::MailItemPtr& item,
+                                           AttachmentNodes& attachments, bool /*no_options_bar*/) {
+  TraceStage("1");
+  const Error error = Attempt([&] {
+    StoreAll(*item->Attachments(), attachments);
+    for (const AttachmentNodePtr& node : attachments) {
+      node->bDetachedSig = IsSignature(node->sFilename, attachments, item);
+    }
+  });
+  if (error.number == 0) {
+    TraceStage("5");
+    return true;
+  }
+  TraceStage("4a/", error.description);
+  KillAllFiles(attachments);
+  ShowMessageBox(FailureText(error), false, true);
+  return false;
+}
+
+bool CryptoOperations::ClearAttachments(const platform::MailItemPtr& item) {
+  return Guarded("CryptoOperations:ClearAttachments - ", false, [&] {
+    const auto list = item->Attachments();
+    for (std::int32_t i = list->Count(); i >= 1; --i) list->Remove(i);
+    return true;
+  });
+}
+
+bool CryptoOperations::ReInsertAttachments(const platform::MailItemPtr& item,
+                                           const AttachmentNodes& attachments, bool originals) {
+  // A copy: the list may be emptied while the progress window lets events run.
+  const AttachmentNodes nodes = attachments;
+  if (!ClearAttachments(item)) return false;
+  bool all_inserted = true;
+  for (std::size_t i = 0; i < nodes.size(); ++i) {
+    ShowCountedStep("Loading attachments", static_cast<std::int64_t>(i + 1), nodes.size());
+    const std::string& path = originals ? nodes[i]->original_filename : nodes[i]->sFilename;
+    if (path.empty()) continue;
+    // One that fails must not cost the rest.
+    const bool inserted = Guarded("CryptoOperations:ReInsertAttachments - ", false, [&] {
+      item->Attachments()->Add(path, nodes[i]->sDisplayName);
+      return true;
+    });
+    all_inserted = all_inserted && inserted;
+  }
+  return all_inserted;
+}
+
+bool CryptoOperations::IsSignature(std::string_view path, const AttachmentNodes& attachments,
+                                   const platform::MailItemPtr& item) {
+  if (!HasSignatureName(path)) return false;
+  return Guarded("CryptoOperations:IsSignature - ", false, [&] {
+    const std::string data_name = LCase(SignedName(FileNameOf(path)));
+    for (const AttachmentNodePtr& node : attachments) {
+      if (LCase(FileNameOf(node->sFilename)) == data_name) return true;
+    }
+    const auto list = item->Attachments();
+    const std::int32_t count = list->Count();
+    for (std::int32_t i = 1; i <= count; ++i) {
+      if (LCase(list->Item(i)->DisplayName()) == data_name) return true;
+    }
+    return false;
+  });
+}
+
+bool CryptoOperations::HasEncryptedOrSignedAttachments(const AttachmentNodes& attachments) {
+  for (const AttachmentNodePtr& node : attachments) {
+    if (node->lDecryptStatus != kNotEncrypted || node->lSignStatus != kNotSigned) return true;
+  }
+  return false;
+}
+
+}  // namespace corvessa

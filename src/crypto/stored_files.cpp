@@ -1,0 +1,51 @@
+#include "crypto/stored_files.h"
+
+#include <cmath>
+#include <cstdint>
+
+#include "addin/temp_files.h"
+#include "base/text.h"
+#include "platform/clock.h"
+#include "platform/files.h"
+#include "platform/host.h"
+
+namespace corvessa {
+namespace {
+
+platform::Files& Files() {
+  return platform::Host().files;
+}
+
+}  // namespace
+
+std::string_view FileNameOf(std::string_view path) {
+  const std::size_t backslash = path.rfind('\\');
+  return backslash == std::string_view::npos ? path : path.substr(backslash + 1);
+}
+
+std::string CreatePrivateFolder() {
+  constexpr double kNames = 1'000'000'000;
+  platform::Clock& clock = platform::Host().clock;
+  clock.Randomize();
+  auto number = static_cast<std::int64_t>(std::floor(clock.Random() * kNames));
+  std::string folder;
+  do {
+    folder = Files().TemporaryFolder() + "mail" + Decimal(number++);
+  } while (Files().FolderExists(folder) || Files().FileExists(folder));
+  // Something that has come between fails here: what is there already is never used.
+  Files().CreateFolder(folder);
+  return folder + "\\";
+}
+
+void DeleteStoredFiles(AttachmentNodes& attachments) noexcept {
+  while (!attachments.empty()) {
+    const AttachmentNodePtr node = attachments.front();
+    attachments.erase(attachments.begin());
+    DeleteOrQueue(node->sFilename);
+    if (node->original_filename != node->sFilename) DeleteOrQueue(node->original_filename);
+    RemoveFolderIfEmpty(node->sDir);
+    RemoveFolderIfEmpty(node->message_folder);
+  }
+}
+
+}  // namespace corvessa

@@ -1,0 +1,121 @@
+#include "crypto/stored_name.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "base/text.h"
+#include "crypto/signature_name.h"
+
+namespace corvessa {
+namespace {
+
+/// Well below what file systems take for a name (255 bytes), because a path has a limit as well and
+/// ".sig" comes on top.
+constexpr std::size_t kMaximumBytes = 160;
+constexpr std::size_t kMaximumExtension = 16;
+
+constexpr std::string_view kDeviceNames[] = {
+    "con",  "prn",  "aux",  "nul",  "com0", "com1", "com2",   "com3",   "com4",
+    "com5", "com6", "com7", "com8", "com9", "lpt0", "lpt1",   "lpt2",   "lpt3",
+    "lpt4", "lpt5", "lpt6", "lpt7", "lpt8", "lpt9", "conin$", "conout$"};
+
+bool IsForbidden(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < 0x20 || byte == 0x7F ||
+         std::string_view("<>:\"/\\|?*").find(c) != std::string_view::npos;
+}
+
+bool IsDeviceName(std::string_view name) {
+  const std::string stem = LCase(Trim(name.substr(0, name.find('.'))));
+  return std::find(std::begin(kDeviceNames), std::end(kDeviceNames), stem) !=
+         std::end(kDeviceNames);
+}
+
+/// As many whole characters as fit into the bytes.
+std::string_view LeftBytes(std::string_view text, std::size_t bytes) {
+  std::size_t characters = std::min(Length(text), bytes);
+  while (Left(text, characters).size() > bytes) --characters;
+  return Left(text, characters);
+}
+
+std::string Shortened(const std::string& name) {
+  if (name.size() <= kMaximumBytes) return name;
+  const std::size_t dot = name.rfind('.');
+  const bool has_extension = dot != std::string::npos && name.size() - dot <= kMaximumExtension;
+  const std::string extension = has_extension ? name.substr(dot) : "";
+  return std::string(LeftBytes(name, kMaximumBytes - extension.size())) + extension;
+}
+
+std::string CleanName(std::string_view last_component) {
+  std::string name = ForDisplay(last_component);
+  if (name.empty()) name = "attachment";
+  std::replace_if(name.begin(), name.end(), IsForbidden, '_');
+  for (auto c = name.rbegin(); c != name.rend() && (*c == '.' || *c == ' '); ++c) *c = '_';
+  if (IsDeviceName(name)) name.insert(0, "_");
+  return Shortened(name);
+}
+
+/// The folders taken by each stored name, and which data files stand where.
+class Places {
+ public:
+  StoredPlace Take(std::string name, std::int32_t from) {
+    std::int32_t folder = from;
+    while (!taken_.insert(Key(name, folder)).second) ++folder;
+    return {std::move(name), folder};
+  }
+  bool IsFree(std::string_view name, std::int32_t folder) const {
+    return taken_.count(Key(name, folder)) == 0;
+  }
+
+ private:
+  static std::string Key(std::string_view name, std::int32_t folder) {
+    return LCase(name) + "\\" + Decimal(folder);
+  }
+
+  std::unordered_set<std::string> taken_;
+};
+
+}  // namespace
+
+std::string StoredFileName(std::string_view attachment_name) {
+  const std::size_t separator = attachment_name.find_last_of("\\/");
+  if (separator != std::string_view::npos) attachment_name.remove_prefix(separator + 1);
+  // A signature is shortened as its data file is, so that the two still belong together.
+  if (HasSignatureName(attachment_name)) {
+    return CleanName(SignedName(attachment_name)) +
+           std::string(attachment_name.substr(SignedName(attachment_name).size()));
+  }
+  return CleanName(attachment_name);
+}
+
+std::vector<StoredPlace> StoredPlaces(const std::vector<std::string>& attachment_names) {
+  std::vector<StoredPlace> places(attachment_names.size());
+  std::unordered_multimap<std::string, std::int32_t> data_folders;
+  Places taken;
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    const std::string& name = attachment_names[i];
+    if (HasSignatureName(name)) continue;
+    places[i] = taken.Take(StoredFileName(name), 0);
+    data_folders.emplace(LCase(name), places[i].subfolder);
+  }
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    const std::string& name = attachment_names[i];
+    if (!HasSignatureName(name)) continue;
+    const std::string stored = StoredFileName(name);
+    const auto [first, last] = data_folders.equal_range(LCase(SignedName(name)));
+    std::int32_t folder = 0;
+    bool stands_beside = false;
+    for (auto data = first; data != last; ++data) {
+      if (!taken.IsFree(stored, data->second) || (stands_beside && data->second > folder)) continue;
+      folder = data->second;
+      stands_beside = true;
+    }
+    places[i] = taken.Take(stored, folder);
+  }
+  return places;
+}
+
+}  // namespace corvessa

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+
+#include "message/attachment_node.h"
+
+namespace corvessa {
+
+/// The engine counts the other way round than the statuses of messages and attachments.
+inline constexpr std::int32_t kEngineGoodSignature = 1;
+inline constexpr std::int32_t kEngineBadSignature = 0;
+
+/// The sign status for a status of the engine's verification.
+constexpr std::int32_t SignStatusOf(std::int32_t engine_status) {
+  if (engine_status == kEngineGoodSignature) return kGoodSignature;
+  if (engine_status == kEngineBadSignature) return kBadSignature;
+  return engine_status;
+}
+
+}  // namespace corvessa
