@@ -1,0 +1,56 @@
+#include "message/header_fields.h"
+
+#include <cstdint>
+
+#include "base/guard.h"
+#include "base/text.h"
+#include "platform/host.h"
+#include "platform/redemption.h"
+
+namespace corvessa {
+namespace {
+
+/// The property set of Internet header fields (PS_INTERNET_HEADERS).
+constexpr std::string_view kInternetHeaders = "{00020386-0000-0000-C000-000000000046}";
+/// PT_STRING8, the type half of a property tag.
+constexpr std::int32_t kString8 = 30;
+
+struct Field {
+  platform::SafeMailItemPtr item;
+  std::int32_t tag;
+};
+
+Field OpenField(const platform::MailItemPtr& item, std::string_view name) {
+  const auto safe_item = platform::Host().redemption.CreateSafeMailItem();
+  safe_item->SetItem(item);
+  return {safe_item, safe_item->GetIDsFromNames(kInternetHeaders, name) | kString8};
+}
+
+std::string FieldName(std::string_view key) {
+  return "X-Nimbra-" + Replace(key, " ", "-");
+}
+
+}  // namespace
+
+void SetItemField(const platform::MailItemPtr& item, std::string_view name,
+                  std::string_view value) {
+  const Field field = OpenField(item, name);
+  field.item->SetFields(field.tag, value);
+}
+
+std::string GetItemField(const platform::MailItemPtr& item, std::string_view name) {
+  return Guarded(":GetItemField - ", std::string(), [&] {
+    const Field field = OpenField(item, name);
+    return field.item->Fields(field.tag);
+  });
+}
+
+void WriteHeaderFlag(const platform::MailItemPtr& item, std::string_view key, bool flag) {
+  SetItemField(item, FieldName(key), flag ? "True" : "False");
+}
+
+bool ReadHeaderFlag(const platform::MailItemPtr& item, std::string_view key) {
+  return LCase(Trim(GetItemField(item, FieldName(key)))) == "true";
+}
+
+}  // namespace corvessa

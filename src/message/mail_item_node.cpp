@@ -1,0 +1,216 @@
+#include "message/mail_item_node.h"
+
+#include <cmath>
+#include <utility>
+
+#include "accounts/settings.h"
+#include "addin/captions.h"
+#include "addin/debug_info.h"
+#include "addin/services.h"
+#include "base/guard.h"
+#include "base/text.h"
+#include "branding/customization.h"
+#include "crypto/crypto_operations.h"
+#include "crypto/stored_files.h"
+#include "forms/frm_generic.h"
+#include "forms/frm_message_status.h"
+#include "forms/frm_save_attachments.h"
+#include "message/header_fields.h"
+#include "message/message_operations.h"
+#include "message/status_text.h"
+#include "platform/clock.h"
+#include "platform/host.h"
+
+namespace corvessa {
+namespace {
+
+constexpr std::string_view kMailItemType = "MailItem";
+
+std::string_view BooleanText(bool value) {
+  return value ? "True" : "False";
+}
+
+}  // namespace
+
+MailItemNode::MailItemNode() {
+  Guarded("MailItemNode::Class_Initialize - ", [&] {
+    platform::Clock& clock = platform::Host().clock;
+    clock.Randomize();
+    m_sRandomTag = Decimal(static_cast<std::int64_t>(std::floor(clock.Random() * 100)));
+  });
+}
+
+MailItemNode::~MailItemNode() {
+  CleanUp();
+}
+
+void MailItemNode::InitialiseNode(const platform::MailItemPtr& item, std::int32_t node_id,
+                                  const std::shared_ptr<InspectorNode>& parent) {
+  Guarded("MailItemNode::InitialiseNode - ", [&] {
+    m_oMailItem = item;
+    item_events_ = item->Subscribe(*this);
+    if (IsReceived()) {
+      m_sOriginalBody = item->Body();
+      if (m_sOriginalBody->empty()) m_sOriginalBody = item->HTMLBody();
+    }
+    m_oParent = parent;
+    m_lNodeID = node_id;
+  });
+}
+
+void MailItemNode::ClearNodeID() {
+  m_lNodeID = 0;
+  ++closings_;
+}
+
+bool MailItemNode::IsReceived() const {
+  return !GetSenderName(m_oMailItem).empty();
+}
+
+bool MailItemNode::IsGoodlyProtected() const {
+  return m_lDecryptStatus == kDecrypted || m_lSignStatus == kGoodSignature;
+}
+
+void MailItemNode::m_oMailItem_Open(bool& /*cancel*/) {
+  const auto held = shared_from_this();
+  Guarded("MailItemNode::m_oMailItem_Open - ", [&] { OpenItem(); });
+}
+
+void MailItemNode::m_oMailItem_Read() {
+  const auto held = shared_from_this();
+  Guarded("MailItemNode::m_oMailItem_Read - ", [&] { OpenItem(); });
+}
+
+void MailItemNode::OpenItem() {
+  // Outlook raises both Read and Open for one opening: what the first of them built has to stay.
+  if (g_bDisableKVPEntirely || !m_bProcessed) {
+    RemoveDecryptNowBar();
+    RemoveDecryptAttachmentsBar();
+    RemoveStatusBar();
+    RemoveOptionsBar();
+  }
+  if (g_bDisableKVPEntirely || m_bProcessed) {
+    Debug_Info::TraceLog([&] {
+      return std::string("MailItem_Open Exit (")
+          .append(BooleanText(g_bDisableKVPEntirely))
+          .append(", ")
+          .append(BooleanText(m_bProcessed))
+          .append(")");
+    });
+    return;
+  }
+  m_lDecryptStatus = -1;
+  m_lSignStatus = -1;
+  if (!IsReceived()) {
+    m_bEncryptedReply = ReadHeaderFlag(m_oMailItem, g_sEncryptedReplyCaption);
+    AddOptionsBar();
+    return;
+  }
+  if (g_bDisableAutoDecryptAndVerify) {
+    AddDecryptNowBar();
+    return;
+  }
+  m_bProcessed = true;
+  DecryptVerifyMail(m_oMailItem, m_oTempAttachments, true);
+}
+
+void MailItemNode::m_oMailItem_AttachmentRead(const platform::AttachmentPtr& attachment) {
+  const auto held = shared_from_this();
+  Guarded("MailItemNode::m_oMailItem_AttachmentRead - ", [&] {
+    if (g_bDisableKVPEntirely || m_bAttachmentNoticeShown || !IsGoodlyProtected()) return;
+    if (attachment->ParentTypeName() != kMailItemType) return;
+    m_bAttachmentNoticeShown = true;
+    if (!g_bDisableAutoDecryptAttachments) return;
+    ShowGeneric(
+        "This message appears to contain encrypted and/or signed attachments.\r\n\r\n"
+        "To decrypt and verify attachments using " +
+            Customization::AppLongName() +
+            ", \r\nuse the 'Decrypt/verify attachment(s)' toolbar button.",
+        frmGeneric::kOkOnly);
+  });
+}
+
+void MailItemNode::m_oMailItem_PropertyChange(std::string_view name) {
+  Debug_Info::TraceLog([&] { return std::string("MailItem PropertyChange ").append(name); });
+}
+
+void MailItemNode::m_oMailItem_Close(bool& /*cancel*/) {
+  const auto held = shared_from_this();
+  Guarded("MailItemNode::m_oMailItem_Close - ", [&] {
+    ++closings_;
+    m_bProcessed = false;
+    if (g_bDisableKVPEntirely || m_oMailItem->TypeName() != kMailItemType) return;
+    // A message whose attachment failed, or that was only signed, holds a changed body too.
+    if (m_lDecryptStatus != kDecrypted && !body_replaced_ && !attachments_replaced_) return;
+    const Error error = Attempt([&] { RestoreOriginal(); });
+    CleanUp();
+    if (error.number != 0) throw error;
+  });
+}
+
+void MailItemNode::RestoreOriginal() {
+  const bool is_received = body_replaced_ || IsReceived();
+  if (is_received && m_sOriginalBody && *m_oMailItem->Body() != *m_sOriginalBody) {
+    m_oMailItem->SetBody(*m_sOriginalBody);
+  }
+  body_replaced_ = false;
+  if (std::exchange(attachments_replaced_, false)) {
+    Crypto()->ReInsertAttachments(m_oMailItem, m_oTempAttachments, true);
+  }
+}
+
+void MailItemNode::m_oMailItem_Reply(const platform::MailItemPtr& response, bool& /*cancel*/) {
+  const auto held = shared_from_this();
+  Guarded("MailItemNode::m_oMailItem_Reply - ", [&] { WriteEncryptedReply(response); });
+}
+
+void MailItemNode::m_oMailItem_ReplyAll(const platform::MailItemPtr& response, bool& /*cancel*/) {
+  const auto held = shared_from_this();
+  Guarded("MailItemNode::m_oMailItem_ReplyAll - ", [&] { WriteEncryptedReply(response); });
+}
+
+void MailItemNode::WriteEncryptedReply(const platform::MailItemPtr& response) {
+  if (g_bDisableKVPEntirely) return;
+  WriteHeaderFlag(response, g_sEncryptedReplyCaption, m_lDecryptStatus == kDecrypted);
+}
+
+void MailItemNode::m_oMailItem_Forward(const platform::MailItemPtr& forward, bool& /*cancel*/) {
+  const auto held = shared_from_this();
+  Guarded("MailItemNode::m_oMailItem_Forward - ", [&] {
+    if (g_bDisableKVPEntirely || m_lDecryptStatus != kDecrypted) return;
+    if (forward->TypeName() != kMailItemType) return;
+    const auto attachments = forward->Attachments();
+    for (std::int32_t i = attachments->Count(); i >= 1; --i) attachments->Remove(i);
+  });
+}
+
+void MailItemNode::CleanUp() {
+  Guarded("MailItemNode::CleanUp - ", [&] {
+    // Not through the engine wrapper, which may be gone already when the last node ends.
+    DeleteStoredFiles(m_oTempAttachments);
+    if (const auto window = std::exchange(m_frmStatus, nullptr)) window->Unload();
+    if (m_oMailItem) UnloadSaveAttachments(m_oMailItem->EntryID());
+  });
+}
+
+void MailItemNode::ShowStatus(StatusTab tab) {
+  if (!m_frmStatus || !m_frmStatus->IsLoaded()) m_frmStatus = std::make_shared<frmMessageStatus>();
+  const auto window = m_frmStatus;
+  window->Load();
+  window->ClearAttachments();
+  for (const AttachmentNodePtr& node : m_oTempAttachments) {
+    const std::string name = ForDisplay(node->sDisplayName) + " ";
+    window->AddAttachment(name + DecryptStatusText(node->lDecryptStatus),
+                          name + SignStatusTextWithSigners(node->lSignStatus, node->sSigners));
+  }
+  window->SetEncryptionMessage("This message " + DecryptStatusText(m_lDecryptStatus));
+  window->SetSignedMessage("This message " + SignStatusTextWithSigners(m_lSignStatus, m_sSigners));
+  if (m_sOriginalBody) window->SetOriginalMessageBody(*m_sOriginalBody);
+  window->SetFrom(ForDisplay(GetSenderName(m_oMailItem)));
+  window->SetSubject(ForDisplay(m_oMailItem->Subject()));
+  window->SetDate(m_oMailItem->ReceivedTime());
+  window->ShowTab(tab);
+  window->Show();
+}
+
+}  // namespace corvessa

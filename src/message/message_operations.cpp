@@ -1,0 +1,77 @@
+#include "message/message_operations.h"
+
+#include <cstdint>
+#include <unordered_set>
+
+#include "addin/captions.h"
+#include "addin/debug_info.h"
+#include "base/guard.h"
+#include "base/text.h"
+#include "platform/command_bars.h"
+#include "platform/host.h"
+#include "platform/redemption.h"
+
+namespace corvessa {
+namespace {
+
+platform::SafeMailItemPtr OpenSafely(const platform::MailItemPtr& item) {
+  auto safe_item = platform::Host().redemption.CreateSafeMailItem();
+  safe_item->SetItem(item);
+  return safe_item;
+}
+
+bool ShowsOptionsBar(platform::MailItem& item) {
+  const auto bars = item.GetInspector()->CommandBars();
+  const std::int32_t count = bars->Count();
+  for (std::int32_t i = 1; i <= count; ++i) {
+    if (bars->Item(i)->Name() == g_sOptionsCaption) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+std::string GetSenderName(const platform::MailItemPtr& item) {
+  return Guarded(":GetSenderName - ", std::string(),
+                 [&] { return OpenSafely(item)->SenderName(); });
+}
+
+bool SaveAndCheckBCC(const platform::MailItemPtr& item) {
+  return Guarded(":SaveAndCheckBCC - ", false, [&] {
+    const auto safe_item = OpenSafely(item);
+    safe_item->Save();
+    return !safe_item->BCC().empty();
+  });
+}
+
+std::shared_ptr<platform::Recipients> GetSafeRecipients(const platform::MailItemPtr& item) {
+  return Guarded(":GetSafeRecipients - ", platform::RecipientsPtr(), [&] {
+    const auto safe_item = OpenSafely(item);
+    safe_item->Save();
+    return safe_item->Recipients();
+  });
+}
+
+bool HasDuplicateFilenames(const platform::MailItemPtr& item) {
+  return Guarded(":HasDuplicateFilenames - ", false, [&] {
+    const auto attachments = item->Attachments();
+    const std::int32_t count = attachments->Count();
+    std::unordered_set<std::string> names;
+    for (std::int32_t i = 1; i <= count; ++i) {
+      if (!names.insert(LCase(attachments->Item(i)->FileName())).second) return true;
+    }
+    return false;
+  });
+}
+
+bool IsOptionsBarPresent(const platform::MailItemPtr& item) {
+  Debug_Info::TraceLog("Checking for encryption and signing options bar");
+  bool present = false;
+  const Error error = Attempt([&] { present = ShowsOptionsBar(*item); });
+  Debug_Info::TraceLog(error.number != 0 ? "Does not exist (2)"
+                       : present         ? "Exists"
+                                         : "Does not exist (1)");
+  return present;
+}
+
+}  // namespace corvessa
