@@ -2,8 +2,10 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "accounts/settings.h"
 #include "message/attachment_node.h"
@@ -91,6 +93,22 @@ class CryptoOperations {
                                      const platform::IEngineStringVector& recipients);
   /// 0 all resolved, -1 one could not be.
   std::int32_t ConcatenateRecpAddrs(const platform::MailItemPtr& item, std::string& addresses);
+
+  /// Asks for the signing account's passphrase until the engine takes it: its status, nothing when
+  /// the user gave up.
+  std::optional<std::int32_t> UnlockSigner(const NimbraAccountPtr& signer);
+  /// -13 when a recipient is known to have no key.
+  std::int32_t CheckForKeys(const platform::IEngineStringVector& recipients);
+  void AddOwnAddress(platform::IEngineStringVector& recipients);
+  /// Adds what the recipients' domains ask for, with the user's consent; 1000 without it.
+  std::int32_t AddAdditionalDecryptionKeys(const std::vector<std::string>& addresses,
+                                           platform::IEngineStringVector& recipients);
+  std::int32_t EncryptAttachment(AttachmentNode& node,
+                                 const platform::IEngineStringVector& recipients);
+  /// The last step of sending: the processed files take the place of the item's attachments.
+  std::int32_t PutProcessedAttachments(const platform::MailItemPtr& item,
+                                       const AttachmentNodes& attachments);
+
   std::string VectorToString(const platform::IEngineStringVector& texts);
   /// Makes the account the only one whose flag may be set.
   void SetAccountAuthenticated(const NimbraAccountPtr& account, bool authenticated);

@@ -1,0 +1,207 @@
+#include <algorithm>
+
+#include "addin/debug_info.h"
+#include "addin/temp_files.h"
+#include "base/guard.h"
+#include "base/text.h"
+#include "crypto/crypto_operations.h"
+#include "platform/clock.h"
+#include "platform/files.h"
+#include "platform/host.h"
+#include "platform/ui.h"
+
+namespace corvessa {
+namespace {
+
+using Debug_Info::TraceLog;
+
+constexpr int kFolderNames = 100;
+
+platform::Files& Files() {
+  return platform::Host().files;
+}
+
+std::string_view FileNameOf(std::string_view path) {
+  return path.substr(FolderOf(path).size());
+}
+
+bool Exists(std::string_view path) {
+  return Files().FolderExists(path) || Files().FileExists(path);
+}
+
+std::string FolderName(const std::string& parent, int number) {
+  return parent + "tmp" + Decimal(number);
+}
+
+/// A name that is not taken yet: drawn by lot, and by trying them all when the lot has no luck.
+std::string FreeFolder(const std::string& parent) {
+  for (int draw = 0; draw < kFolderNames; ++draw) {
+    const auto number = static_cast<int>(platform::Host().clock.Random() * kFolderNames);
+    if (std::string folder = FolderName(parent, number); !Exists(folder)) return folder;
+  }
+  for (int number = 0; number < kFolderNames; ++number) {
+    if (std::string folder = FolderName(parent, number); !Exists(folder)) return folder;
+  }
+  Raise(kPathFileAccess);
+}
+
+/// Makes a new folder in a folder; with its trailing backslash.
+std::string MakeFolderIn(const std::string& parent) {
+  const std::string folder = FreeFolder(parent);
+  Files().CreateFolder(folder);
+  return folder + "\\";
+}
+
+void TraceFile(const AttachmentNode& node) {
+  const std::string& path = node.sFilename;
+  TraceLog([&] {
+    return "EncryptAllAttachments - Encrypting \"" + path + " (" + node.sDisplayName + ")";
+  });
+  TraceLog([&] { return "EncryptAllAttachments - Full path to temporary file: " + path; });
+  TraceLog([&] {
+    return "EncryptAllAttachments - Full filename to temporary file: " +
+           std::string(FileNameOf(path));
+  });
+  TraceLog([&] {
+    return "EncryptAllAttachments - File Attributes: " + Decimal(Files().Attributes(path));
+  });
+  Debug_Info::TraceFileAttributes(path);
+  TraceLog([&] { return "EncryptAllAttachments - File Size: " + Decimal(Files().Length(path)); });
+}
+
+/// Armour in the form that a text file has on the systems that will read it.
+std::string WithCrLf(std::string_view text) {
+  return Replace(Replace(text, kCrLf, "\n"), "\n", kCrLf);
+}
+
+AttachmentNodePtr FindByPath(const AttachmentNodes& nodes, std::string_view path) {
+  const std::string wanted = LCase(path);
+  const auto found = std::find_if(nodes.begin(), nodes.end(), [&](const AttachmentNodePtr& node) {
+    return LCase(node->sFilename) == wanted;
+  });
+  return found == nodes.end() ? nullptr : *found;
+}
+
+/// A signature that the user attached makes way for the new one, but goes back into the item should
+/// the message not be sent.
+void KeepOriginal(AttachmentNode& node) {
+  if (node.original_filename != node.sFilename) return;
+  const std::string folder = MakeFolderIn(node.sDir);
+  const std::string kept = folder + std::string(FileNameOf(node.sFilename));
+  Files().Copy(node.sFilename, kept);
+  node.original_filename = kept;
+}
+
+/// Writes the signature beside its data file and makes it an attachment of its own.
+void StoreSignature(const AttachmentNode& data, std::string_view signature,
+                    AttachmentNodes& nodes) {
+  AttachmentNodePtr node = FindByPath(nodes, data.sFilename + ".sig");
+  if (node) {
+    KeepOriginal(*node);
+  } else {
+    node = std::make_shared<AttachmentNode>();
+    node->sDisplayName = data.sDisplayName + ".sig";
+    node->sFilename = data.sFilename + ".sig";
+    node->sDir = data.sDir;
+    node->bDetachedSig = true;
+    nodes.push_back(node);
+  }
+  Files().Write(node->sFilename, signature);
+}
+
+/// Deletes the engine's signature files when signing is over, however it ended.
+class EngineFiles {
+ public:
+  EngineFiles() = default;
+  ~EngineFiles() {
+    for (const std::string& path : paths_) DeleteOrQueue(path);
+  }
+  EngineFiles(const EngineFiles&) = delete;
+  EngineFiles& operator=(const EngineFiles&) = delete;
+  void Add(std::string path) { paths_.push_back(std::move(path)); }
+
+ private:
+  std::vector<std::string> paths_;
+};
+
+}  // namespace
+
+std::int32_t CryptoOperations::SignAllAttachments(const platform::MailItemPtr& item,
+                                                  AttachmentNodes& attachments) {
+  return Guarded(":SignAllAttachments - ", std::int32_t{-1}, [&]() -> std::int32_t {
+    EngineFiles engine_files;
+    const AttachmentNodes present = attachments;
+    for (const AttachmentNodePtr& node : present) {
+      TraceLog("SignAllAttachments - Found attachment");
+      if (IsSignature(node->sFilename, present, item)) continue;
+      TraceLog("SignAllAttachments - Signing attachment (not a sig)");
+      std::string signature_path;
+      const std::int32_t status = Engine().SignFile(node->sFilename, signature_path);
+      engine_files.Add(signature_path);
+      if (status != 0) return status;
+      StoreSignature(*node, WithCrLf(Files().Read(signature_path)), attachments);
+    }
+    return 0;
+  });
+}
+
+std::int32_t CryptoOperations::EncryptAttachment(AttachmentNode& node,
+                                                 const platform::IEngineStringVector& recipients) {
+  TraceFile(node);
+  const std::string folder = MakeFolderIn(node.sDir);
+  const std::string plain = node.sFilename;
+  const std::string encrypted = folder + std::string(FileNameOf(plain));
+  TraceLog([&] { return "EncryptAllAttachments - EF2F: Temp encrypted file: " + encrypted; });
+  std::int32_t status = -1;
+  const Error error = Attempt([&] {
+    platform::Host().ui.DoEvents();
+    status = Engine().EncryptFileToFile(recipients, plain, encrypted);
+    platform::Host().ui.DoEvents();
+  });
+  if (error.number != 0 || status != 0) {
+    Ignoring([&] {
+      if (Exists(encrypted)) DeleteOrQueue(encrypted);
+    });
+    RemoveFolderIfEmpty(folder);
+  }
+  if (error.number != 0) throw error;
+  TraceLog(
+      [&] { return "EncryptAllAttachments - EF2F: Encrypted error code: " + Decimal(status); });
+  if (status == 0) {
+    TraceLog("EncryptAllAttachments - EF2F: Adding original to delete queue");
+    QueueForDeletion(plain);
+    TraceLog("EncryptAllAttachments - EF2F: File encrypted, updating path in attachment node");
+    node.sDir = folder;
+    node.sFilename = encrypted;
+  }
+  TraceLog([&] { return "EncryptAllAttachments - Encrypted \"" + node.sFilename; });
+  return status;
+}
+
+std::int32_t CryptoOperations::EncryptAllAttachments(
+    const platform::MailItemPtr& item, AttachmentNodes& attachments,
+    const platform::IEngineStringVector& recipients) {
+  std::int32_t status = 0;
+  std::int16_t stage = 0;
+  const auto trace = [&](std::string_view text) {
+    TraceLog([&] {
+      return "EncryptAllAttachments - " + std::string(text) + " (" + Decimal(status) + ", " +
+             Decimal(stage) + ")";
+    });
+  };
+  return Guarded(":EncryptAllAttachments - ", std::int32_t{-1}, [&] {
+    stage = 1;
+    trace("Encrypting nodes");
+    const AttachmentNodes present = attachments;
+    for (const AttachmentNodePtr& node : present) {
+      if (IsSignature(node->sFilename, present, item)) continue;
+      const std::int32_t outcome = EncryptAttachment(*node, recipients);
+      if (outcome != 0) status = outcome;
+    }
+    stage = 2;
+    trace("Finished");
+    return status;
+  });
+}
+
+}  // namespace corvessa

@@ -1,0 +1,135 @@
+#include "accounts/nimbra_account.h"
+#include "addin/debug_info.h"
+#include "addin/message_box.h"
+#include "base/checked.h"
+#include "base/guard.h"
+#include "base/text.h"
+#include "crypto/crypto_operations.h"
+#include "crypto/engine_error_text.h"
+#include "crypto/recipient_list.h"
+#include "message/armour.h"
+#include "message/encryption_failure.h"
+#include "platform/host.h"
+
+namespace corvessa {
+namespace {
+
+using Debug_Info::TraceLog;
+
+std::string Entry(const platform::IEngineStringVector& texts, std::int32_t index) {
+  return texts.Item(CheckedNarrow<std::int16_t>(index));
+}
+
+/// Outlook may have added or changed line ends; nothing else may differ.
+std::string WithoutLineEnds(std::string_view text) {
+  return Replace(Replace(text, "\r", ""), "\n", "");
+}
+
+/// The item is what was to leave: armour, the whole armour and nothing but the armour.
+bool HoldsOnly(const platform::MailItemPtr& item, std::string_view armoured) {
+  const platform::SharedText body = item->Body();
+  return item->HTMLBody()->empty() && IsPGPMessage(*body) &&
+         (*body == armoured || WithoutLineEnds(*body) == WithoutLineEnds(armoured));
+}
+
+/// The body becomes the armour, and the HTML form of the clear text goes.
+void ReplaceBody(const platform::MailItemPtr& item, std::string_view armoured) {
+  if (!item->HTMLBody()->empty()) item->SetHTMLBody("");
+  item->SetBody(armoured);
+}
+
+}  // namespace
+
+std::int32_t CryptoOperations::CheckForKeys(const platform::IEngineStringVector& recipients) {
+  std::int32_t status = 0;
+  for (std::int32_t i = 0; i < recipients.Size(); ++i) {
+    const std::string address = Entry(recipients, i);
+    TraceLog([&] { return "EncryptMailItem - Checking for keys \"" + address; });
+    // An address that nobody can tell about is left to the encryption itself.
+    if (HasKeypair(address) == 0) status = kStatusNoKey;
+  }
+  return status;
+}
+
+void CryptoOperations::AddOwnAddress(platform::IEngineStringVector& recipients) {
+  const std::int32_t before = recipients.Size();
+  AddKeyAccountsToRecp(recipients);
+  if (recipients.Size() == before) return;
+  TraceLog([&] { return "EncryptMailItem - Encrypting for alias " + Entry(recipients, before); });
+}
+
+std::int32_t CryptoOperations::EncryptMailItem(const platform::MailItemPtr& item,
+                                               AttachmentNodes& attachments) {
+  std::int32_t status = -1;
+  std::int16_t stage = 0;
+  const auto trace = [&](std::string_view text) {
+    TraceLog([&] {
+      return "EncryptMailItem - " + std::string(text) + " (" + Decimal(status) + ", " +
+             Decimal(stage) + ")";
+    });
+  };
+  return Guarded("EncryptMailItem - Error \"", std::int32_t{-1}, [&]() -> std::int32_t {
+    stage = 1;
+    trace("Finding message body");
+    const platform::SharedText body = item->Body();
+
+    stage = 2;
+    trace("Determining recipients");
+    std::string list;
+    if (ConcatenateRecpAddrs(item, list) != 0) return kUnresolvedRecipients;
+
+    stage = 3;
+    trace("Adding recipients");
+    TraceLog([&] { return "EncryptMailItem - Found recipients \"" + list; });
+
+    stage = 4;
+    trace("Encrypting");
+    const auto recipients = platform::Host().engine.CreateStringVector();
+    const std::vector<std::string> addresses = SplitRecipients(list);
+    for (const std::string& address : addresses) {
+      const bool final = &address == &addresses.back();
+      TraceLog([&] {
+        return std::string("EncryptMailItem - Adding ") + (final ? "final \"" : "\"") + address;
+      });
+      AddToVector(*recipients, address);
+    }
+
+    stage = 5;
+    status = CheckForKeys(*recipients);
+    if (status != 0) return status;
+
+    stage = 6;
+    trace("About to encrypt text");
+    AddOwnAddress(*recipients);
+
+    stage = 7;
+    if (g_bADKEnabled) {
+      TraceLog("EncryptMailItem - Begin ADK Code");
+      status = AddAdditionalDecryptionKeys(addresses, *recipients);
+      if (status != 0) return status;
+      TraceLog("EncryptMailItem - Finished ADK Code");
+    }
+
+    stage = 8;
+    std::string armoured;
+    status = Engine().EncryptText(*recipients, *body, armoured);
+    trace("Finished encrypting text (?)");
+    if (status != 0) {
+      trace("Failed");
+      return status;
+    }
+
+    stage = 9;
+    trace("Remove HTML body");
+    ReplaceBody(item, armoured);
+    if (!HoldsOnly(item, armoured)) return -1;
+
+    stage = 10;
+    trace("Encrypting attachments");
+    status = EncryptAllAttachments(item, attachments, *recipients);
+    trace("Finished encrypting attachments");
+    return status;
+  });
+}
+
+}  // namespace corvessa

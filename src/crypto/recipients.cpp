@@ -1,0 +1,156 @@
+#include <algorithm>
+
+#include "accounts/nimbra_account.h"
+#include "accounts/user_management.h"
+#include "addin/debug_info.h"
+#include "addin/message_box.h"
+#include "base/checked.h"
+#include "base/guard.h"
+#include "base/text.h"
+#include "crypto/crypto_operations.h"
+#include "crypto/recipient_list.h"
+#include "message/cdo_addresses.h"
+#include "message/encryption_failure.h"
+#include "message/message_operations.h"
+#include "platform/host.h"
+#include "platform/redemption.h"
+
+namespace corvessa {
+namespace {
+
+using Debug_Info::TraceLog;
+
+constexpr char kSeparator = ';';
+
+/// The recipient's address; empty when it has none that can stand in the list. Address books are
+/// other people's: an entry must not smuggle a second address in.
+std::string ListableAddress(platform::Recipient& recipient) {
+  std::string address = CDO_Addresses::GetRealAddress(recipient);
+  if (address.find(kSeparator) != std::string::npos) address.clear();
+  return address;
+}
+
+void TraceRecipients(const std::shared_ptr<platform::Recipients>& recipients) {
+  TraceLog([&] {
+    return "ConcatenateRecpAddrs - Recipients: " +
+           (recipients ? recipients->TypeName() : std::string("Nothing"));
+  });
+  TraceLog(
+      [&] { return std::string("ConcatenateRecpAddrs - ") + (recipients ? "False" : "True"); });
+}
+
+/// Appends the recipient's address; false when it has none.
+bool AppendRecipient(platform::Recipient& recipient, std::int32_t index, std::string& list) {
+  TraceLog([&] { return "ConcatenateRecpAddrs - Item: " + Decimal(index); });
+  TraceLog([&] { return "ConcatenateRecpAddrs - Item Type: " + recipient.TypeName(); });
+  const std::string address = ListableAddress(recipient);
+  TraceLog([&] { return "ConcatenateRecpAddrs - Item: " + address; });
+  if (address.empty()) {
+    TraceLog([&] { return "ConcatenateRecpAddrs - failed on " + recipient.Name(); });
+    return false;
+  }
+  if (index > 1) list += kSeparator;
+  list += address;
+  return true;
+}
+
+bool Contains(const std::vector<std::string>& texts, std::string_view text) {
+  return std::find(texts.begin(), texts.end(), text) != texts.end();
+}
+
+void AppendTo(std::vector<std::string>& texts, const platform::IEngineStringVector& more) {
+  for (std::int32_t i = 0; i < more.Size(); ++i) {
+    texts.push_back(more.Item(CheckedNarrow<std::int16_t>(i)));
+  }
+}
+
+std::vector<std::string> OwnAddresses() {
+  std::vector<std::string> addresses;
+  for (const NimbraAccountPtr& account : g_colAccounts) addresses.push_back(account->m_sAlias);
+  return addresses;
+}
+
+bool AskAboutDomain(std::string_view domain, std::string_view extra_addresses) {
+  return ShowMessageBox("Encrypted emails sent to '" + std::string(domain) +
+                            "' email addresses will also be encrypted for:\r\n\r\n" +
+                            std::string(extra_addresses),
+                        true, false) == kBoxAnswerOk;
+}
+
+}  // namespace
+
+std::vector<std::string> SplitRecipients(std::string_view list) {
+  std::vector<std::string> addresses;
+  while (!list.empty()) {
+    const std::size_t end = std::min(list.find(kSeparator), list.size());
+    addresses.emplace_back(list.substr(0, end));
+    list.remove_prefix(std::min(end + 1, list.size()));
+  }
+  return addresses;
+}
+
+std::vector<std::string> RecipientDomains(const std::vector<std::string>& addresses) {
+  std::vector<std::string> domains;
+  for (const std::string& address : addresses) {
+    std::string domain = address.substr(address.rfind('@') + 1);
+    if (!Contains(domains, domain)) domains.push_back(std::move(domain));
+  }
+  return domains;
+}
+
+std::int32_t CryptoOperations::ConcatenateRecpAddrs(const platform::MailItemPtr& item,
+                                                    std::string& addresses) {
+  return Guarded(":ConcatenateRecpAddrs - ", std::int32_t{-1}, [&]() -> std::int32_t {
+    const auto recipients = GetSafeRecipients(item);
+    TraceRecipients(recipients);
+    if (!recipients) Raise(kObjectNotSet);
+    const std::int32_t count = recipients->Count();
+    TraceLog([&] { return "ConcatenateRecpAddrs - Count: " + Decimal(count); });
+    std::string list;
+    for (std::int32_t i = 1; i <= count; ++i) {
+      if (!AppendRecipient(*recipients->Item(i), i, list)) {
+        TraceLog("ConcatenateRecpAddrs - returning -1");
+        return -1;
+      }
+    }
+    TraceLog("ConcatenateRecpAddrs - returning 0");
+    TraceLog([&] { return "ConcatenateRecpAddrs - sResult=" + list; });
+    addresses = std::move(list);
+    return 0;
+  });
+}
+
+void CryptoOperations::AddKeyAccountsToRecp(platform::IEngineStringVector& recipients) {
+  NimbraAccounts candidates = g_colAccounts;
+  if (auto signer = UserManagement::GetSigningAccount())
+    candidates.insert(candidates.begin(), signer);
+  for (const NimbraAccountPtr& account : candidates) {
+    if (HasKeypair(account->m_sAlias) == 1) return AddToVector(recipients, account->m_sAlias);
+  }
+}
+
+std::int32_t CryptoOperations::AddAdditionalDecryptionKeys(
+    const std::vector<std::string>& addresses, platform::IEngineStringVector& recipients) {
+  std::vector<std::string> covered;
+  for (const std::string& own : OwnAddresses()) {
+    const auto on_record = platform::Host().engine.CreateStringVector();
+    const std::int32_t status = Engine().GetAddressADKs(own, *on_record);
+    if (status != 0) return status;
+    AppendTo(covered, *on_record);
+  }
+  for (const std::string& domain : RecipientDomains(addresses)) {
+    const auto extra = platform::Host().engine.CreateStringVector();
+    const std::int32_t status = Engine().GetRecipientADKs(domain, *extra);
+    if (status != 0) return status;
+    if (extra->Size() == 0) continue;
+    if (!Contains(covered, domain) && !AskAboutDomain(domain, VectorToString(*extra))) {
+      return kEncryptionCancelled;
+    }
+    for (std::int32_t i = 0; i < extra->Size(); ++i) {
+      AddToVector(recipients, extra->Item(CheckedNarrow<std::int16_t>(i)));
+    }
+  }
+  return 0;
+}
+
+}  // namespace corvessa

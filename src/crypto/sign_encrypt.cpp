@@ -1,0 +1,102 @@
+#include <algorithm>
+
+#include "addin/message_box.h"
+#include "addin/temp_files.h"
+#include "base/guard.h"
+#include "crypto/crypto_operations.h"
+#include "message/encryption_failure.h"
+#include "message/header_fields.h"
+#include "message/message_body.h"
+
+namespace corvessa {
+namespace {
+
+/// A message between two steps, to which it returns when the user goes on without the next one:
+/// half a signature or half an encryption must not travel.
+class Checkpoint {
+ public:
+  Checkpoint(const platform::MailItemPtr& item, const AttachmentNodes& nodes)
+      : body_(item), nodes_(nodes) {
+    for (const AttachmentNodePtr& node : nodes) states_.push_back(*node);
+  }
+
+  void PutBack(const platform::MailItemPtr& item, AttachmentNodes& nodes) const {
+    body_.PutBack(item);
+    for (std::size_t i = 0; i < nodes_.size(); ++i) PutBack(*nodes_[i], states_[i]);
+    for (const AttachmentNodePtr& node : nodes) {
+      if (std::find(nodes_.begin(), nodes_.end(), node) == nodes_.end()) {
+        DeleteOrQueue(node->sFilename);
+      }
+    }
+    nodes = nodes_;
+  }
+
+ private:
+  static void PutBack(AttachmentNode& node, const AttachmentNode& state) {
+    if (node.sFilename != state.sFilename) DeleteOrQueue(node.sFilename);
+    const std::string original = node.original_filename;
+    node = state;
+    if (original == state.original_filename) return;
+    // Its file was overwritten and the original kept elsewhere, under the same name.
+    DeleteOrQueue(state.sFilename);
+    node.sFilename = node.original_filename = original;
+    node.sDir = FolderOf(original);
+  }
+
+  MessageBody body_;
+  AttachmentNodes nodes_;
+  std::vector<AttachmentNode> states_;
+};
+
+bool AskToSendUnsigned() {
+  return ShowMessageBox("Failed to sign email.  Send without signature?", true, false) ==
+         kBoxAnswerOk;
+}
+
+}  // namespace
+
+std::int32_t CryptoOperations::PutProcessedAttachments(const platform::MailItemPtr& item,
+                                                       const AttachmentNodes& attachments) {
+  // One failure is not taken for an answer: Outlook may hold an attachment for a moment.
+  if (!ClearAttachments(item) && !ClearAttachments(item)) {
+    // What was not removed would leave as it is.
+    if (!ReInsertAttachments(item, attachments, true)) ReInsertAttachments(item, attachments, true);
+    return -1;
+  }
+  // A file that cannot be put back does not stop the message, which goes without it.
+  if (!ReInsertAttachments(item, attachments, false)) ReInsertAttachments(item, attachments, false);
+  return 0;
+}
+
+std::int32_t CryptoOperations::SignAndEncryptItem(const platform::MailItemPtr& item,
+                                                  AttachmentNodes& attachments,
+                                                  bool no_options_bar) {
+  // The plain files are queued as they get encrypted, but are needed again when a later one fails.
+  const KeepQueuedFiles keep;
+  return Guarded(":SignAndEncryptItem - ", std::int32_t{-1}, [&]() -> std::int32_t {
+    KillAllFiles(attachments);
+    if (!StoreAllAttachments(item, attachments, no_options_bar)) return -1;
+
+    const bool no_encrypt = ReadHeaderFlag(item, kNoEncrypt);
+    const bool sign_only = no_encrypt && !ReadHeaderFlag(item, kNoSign);
+    const Checkpoint unsigned_message(item, attachments);
+    std::int32_t status = SignMailItem(item, attachments, sign_only);
+    if (status != 0) {
+      // The item still has its own attachments: they are replaced at the very end only.
+      if (!AskToSendUnsigned()) return status;
+      unsigned_message.PutBack(item, attachments);
+    }
+
+    if (!no_encrypt) {
+      const Checkpoint clear_message(item, attachments);
+      status = EncryptMailItem(item, attachments);
+      if (status != 0) {
+        if (ReportEncryptionFailure(status, item) != kSendInClear) return status;
+        clear_message.PutBack(item, attachments);
+      }
+    }
+    return PutProcessedAttachments(item, attachments);
+  });
+}
+
+}  // namespace corvessa

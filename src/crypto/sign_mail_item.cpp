@@ -1,0 +1,73 @@
+#include "accounts/nimbra_account.h"
+#include "accounts/user_management.h"
+#include "addin/debug_info.h"
+#include "addin/message_box.h"
+#include "base/guard.h"
+#include "base/text.h"
+#include "crypto/crypto_operations.h"
+#include "crypto/engine_error_text.h"
+#include "crypto/text_wrapping.h"
+#include "message/header_fields.h"
+
+namespace corvessa {
+namespace {
+
+constexpr std::int32_t kGivenUp = -1;
+constexpr int kMostAttempts = 3;
+/// The engine's other way to say that a passphrase is wrong, and where the loop begins.
+constexpr std::int32_t kNotAuthenticated = 1;
+
+/// The plain body. Signed mail that is not encrypted is read as it travels, so its lines are made
+/// short enough that nothing on the way breaks them, which would break the signature.
+platform::SharedText TextToSign(const platform::MailItemPtr& item, bool sign_only) {
+  platform::SharedText text = item->Body();
+  Debug_Info::TraceLog("About to wrap text");
+  if (!sign_only) return text;
+  Debug_Info::TraceLog("Wrapping text");
+  return std::make_shared<const std::string>(WrapText(*text));
+}
+
+}  // namespace
+
+std::optional<std::int32_t> CryptoOperations::UnlockSigner(const NimbraAccountPtr& signer) {
+  std::int32_t status = kNotAuthenticated;
+  for (int attempts = 0; status == kNotAuthenticated || status == kStatusWrongPassphrase;
+       ++attempts) {
+    if (attempts >= kMostAttempts) return std::nullopt;
+    const LoginReason reason = status == kStatusWrongPassphrase ? LoginReason::kWrongPassphrase
+                                                                : LoginReason::kFirstRequest;
+    const NimbraAccountPtr account =
+        UserManagement::GetLoginAccount(reason, signer->m_sAlias, false);
+    if (!account) return std::nullopt;
+    status = Engine().AuthenticateAccount(account->m_sAlias, account->m_sPassword.View());
+    // An account that is refused is locked again, or it would never be asked for once more.
+    account->SetAuthenticated(status == 0);
+  }
+  return status;
+}
+
+std::int32_t CryptoOperations::SignMailItem(const platform::MailItemPtr& item,
+                                            AttachmentNodes& attachments, bool sign_only) {
+  return Guarded(":SignMailItem - ", kGivenUp, [&]() -> std::int32_t {
+    const NimbraAccountPtr signer = UserManagement::GetSigningAccount();
+    if (ReadHeaderFlag(item, kNoSign) || !signer) return 0;
+    const platform::SharedText text = TextToSign(item, sign_only);
+
+    const std::optional<std::int32_t> unlocked = UnlockSigner(signer);
+    if (!unlocked) return kGivenUp;
+    std::int32_t status = *unlocked;
+    if (status == 0) {
+      std::string signed_text;
+      status = Engine().SignText(*text, nullptr, signed_text);
+      if (status == 0) item->SetBody(signed_text);
+    }
+    if (status == 0) status = SignAllAttachments(item, attachments);
+    if (status != 0) {
+      ShowMessageBox("Failed to sign message:\r\n\r\n" + std::string(EngineErrorText(status)),
+                     false, false);
+    }
+    return status;
+  });
+}
+
+}  // namespace corvessa
