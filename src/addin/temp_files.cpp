@@ -35,8 +35,13 @@ void DeleteOrQueue(std::string_view path) noexcept {
 void RemoveFolderIfEmpty(std::string_view folder) noexcept {
   Ignoring([&] {
     platform::Files& files = platform::Host().files;
-    if (LCase(folder) == LCase(files.TemporaryFolder())) return;
-    if (files.List(folder).empty()) files.RemoveEmptyFolder(folder);
+    const std::string shared = LCase(files.TemporaryFolder());
+    std::string emptied(folder);
+    while (LCase(emptied) != shared && files.List(emptied).empty()) {
+      files.RemoveEmptyFolder(emptied);
+      emptied.resize(FolderOf(std::string_view(emptied).substr(0, emptied.size() - 1)).size());
+      if (!LCase(emptied).starts_with(shared)) return;
+    }
   });
 }
 

@@ -18,8 +18,8 @@ bool IsQueuedForDeletion(std::string_view path);
 /// queue then. A file that cannot be deleted is queued. An empty path is none.
 void DeleteOrQueue(std::string_view path) noexcept;
 
-/// Removes a temporary file's folder when it holds nothing any more. The folder for all temporary
-/// files itself stays.
+/// Removes a temporary file's folder when it holds nothing any more, then the one around it, up to
+/// the user's folder for temporary files, which stays.
 void RemoveFolderIfEmpty(std::string_view folder) noexcept;
 
 /// The folder part of a path, with its trailing backslash.
