@@ -5,6 +5,7 @@
 #include "base/guard.h"
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
+#include "crypto/stored_files.h"
 #include "platform/clock.h"
 #include "platform/files.h"
 #include "platform/host.h"
@@ -19,10 +20,6 @@ constexpr int kFolderNames = 100;
 
 platform::Files& Files() {
   return platform::Host().files;
-}
-
-std::string_view FileNameOf(std::string_view path) {
-  return path.substr(FolderOf(path).size());
 }
 
 bool Exists(std::string_view path) {

@@ -1,0 +1,161 @@
+#include <string>
+
+#include "accounts/settings.h"
+#include "addin/debug_info.h"
+#include "addin/message_box.h"
+#include "addin/outlook_support.h"
+#include "addin/outlook_version.h"
+#include "addin/services.h"
+#include "base/guard.h"
+#include "branding/customization.h"
+#include "crypto/crypto_operations.h"
+#include "forms/frm_send_from_external_application.h"
+#include "forms/unload_at_end.h"
+#include "message/header_fields.h"
+#include "message/message_body.h"
+#include "message/message_operations.h"
+#include "platform/host.h"
+#include "platform/ui.h"
+#include "tracking/active_explorers.h"
+#include "tracking/active_inspectors.h"
+
+namespace corvessa {
+namespace {
+
+using Debug_Info::TraceLog;
+
+constexpr std::string_view kItemSendPrefix = "m_oApplication_ItemSend: ";
+
+bool IsMailItem(const platform::MailItemPtr& item) {
+  return item->TypeName() == "MailItem" && item->Class() == platform::kMailItemClass;
+}
+
+bool NeedsSendProcessing(const platform::MailItemPtr& item) {
+  return IsMailItem(item) && !g_bDisableKVPEntirely &&
+         (!ReadHeaderFlag(item, kNoEncrypt) || !ReadHeaderFlag(item, kNoSign));
+}
+
+/// Asks for the choices that the missing options bar would have held. False when they could not be
+/// kept in the item, which must then stay.
+bool AskForChoices(const platform::MailItemPtr& item) {
+  TraceLog("Loading external send form");
+  const auto form = std::make_shared<frmSendFromExternalApplication>();
+  const UnloadAtEnd unload(*form);
+  form->Load();
+  form->Init(item);
+  form->SetShowsInTaskbar(true);
+  form->ShowModal();
+  platform::Host().ui.DoEvents();
+  return form->ChoicesStored();
+}
+
+bool ConfirmDuplicateFilenames(const platform::MailItemPtr& item) {
+  if (!HasDuplicateFilenames(item)) return true;
+  return ShowMessageBox(
+             "The email you are sending contains multiple attachments with the  same "
+             "filename.\r\n" +
+                 Customization::AppLongName() +
+                 " may encounter errors when decrypting these files.\r\n\r\n"
+                 "Continue sending this email?",
+             true, false) == kBoxAnswerOk;
+}
+
+/// Outlook has a way of its own with each version to make a message plain text.
+void ConvertToPlainText(const platform::MailItemPtr& item, platform::Application& application) {
+  TraceLog("ItemSend - converting body from HTML");
+  if (IsOutlook2000(application)) {
+    const platform::SharedText body = item->Body();
+    item->SetBody(*body);
+  } else if (IsOutlook2002(application) || IsOutlook2003(application)) {
+    item->SetBodyFormat(platform::kBodyFormatPlain);
+  }
+}
+
+/// The engine wrapper, told whether recipients are to be hidden; null when that could not be done,
+/// because a message must not name its blind-copy recipients to the others.
+std::shared_ptr<CryptoOperations> PrepareCrypto(const platform::MailItemPtr& item) {
+  return Guarded(kItemSendPrefix, std::shared_ptr<CryptoOperations>{}, [&] {
+    auto crypto = Crypto();
+    crypto->SetAnonymous(SaveAndCheckBCC(item));
+    return crypto;
+  });
+}
+
+/// A message cannot be had again when its text is lost, so one failure is not taken for an answer.
+void PutBack(const MessageBody& original, const platform::MailItemPtr& item) {
+  if (Attempt([&] { original.PutBack(item); }).number != 0) original.PutBack(item);
+}
+
+/// Turns the item into what is to be sent, or cancels the send and puts the body back. The files
+/// that this stores are in `files` afterwards, also after an error.
+void SignAndEncrypt(const platform::MailItemPtr& item, platform::Application& application,
+                    const MessageBody& original, AttachmentNodes& files, bool& cancel) {
+  const bool no_encrypt = ReadHeaderFlag(item, kNoEncrypt);
+  const bool no_sign = ReadHeaderFlag(item, kNoSign);
+  if (original.HasHTML() && !no_encrypt && !no_sign) ConvertToPlainText(item, application);
+
+  const auto crypto = PrepareCrypto(item);
+  if (!crypto) cancel = true;
+  if (!cancel) {
+    TraceLog("m_oApplication_ItemSend: Sending original");
+    const bool no_options_bar = !IsOptionsBarPresent(item);
+    if (crypto->SignAndEncryptItem(item, files, no_options_bar) != 0) cancel = true;
+  }
+  if (cancel) PutBack(original, item);
+}
+
+}  // namespace
+
+void OutlookSupport::m_oExplorers_NewExplorer(const platform::ExplorerPtr& explorer) {
+  Guarded("OutlookSupport::m_oExplorers_NewExplorer - ",
+          [&] { m_oActiveExplorers->AddExplorer(explorer, false); });
+}
+
+void OutlookSupport::m_oInspectors_NewInspector(const platform::InspectorPtr& inspector) {
+  Guarded("OutlookSupport::m_oInspectors_NewInspector - ", [&] {
+    const auto item = inspector->CurrentItem();
+    if (item && item->Class() == platform::kMailItemClass) {
+      m_oActiveInspectors->AddInspector(inspector);
+    }
+  });
+}
+
+void OutlookSupport::m_oApplication_ItemSend(const platform::MailItemPtr& item, bool& cancel) {
+  const auto held = shared_from_this();
+  const auto application = m_oApplication;
+  AttachmentNodes files;
+  bool begun = false;
+  Guarded(kItemSendPrefix, [&] {
+    const bool unasked = IsMailItem(item) && !g_bDisableKVPEntirely && !IsOptionsBarPresent(item);
+    if (unasked && !AskForChoices(item)) {
+      cancel = true;
+      return;
+    }
+    if (!NeedsSendProcessing(item)) return;
+    const MessageBody original(item);
+    if (!ConfirmDuplicateFilenames(item)) {
+      cancel = true;
+      return;
+    }
+    begun = true;
+    SignAndEncrypt(item, *application, original, files, cancel);
+  });
+  if (!begun) return;
+  // After an error too: neither plain files nor passphrases stay behind because of one.
+  if (g_oCrypto) g_oCrypto->KillAllFiles(files);
+  Guarded(kItemSendPrefix, [] { ForgetAfterUse(); });
+}
+
+void OutlookSupport::NewExplorer(const platform::ExplorerPtr& explorer) {
+  m_oExplorers_NewExplorer(explorer);
+}
+
+void OutlookSupport::NewInspector(const platform::InspectorPtr& inspector) {
+  m_oInspectors_NewInspector(inspector);
+}
+
+void OutlookSupport::ItemSend(const platform::MailItemPtr& item, bool& cancel) {
+  m_oApplication_ItemSend(item, cancel);
+}
+
+}  // namespace corvessa
