@@ -1,0 +1,142 @@
+#include "accounts/user_management.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "accounts/frm_login.h"
+#include "accounts/nimbra_account.h"
+#include "addin/frm_splash_screen.h"
+#include "addin/services.h"
+#include "base/checked.h"
+#include "base/guard.h"
+#include "base/text.h"
+#include "crypto/crypto_operations.h"
+
+namespace corvessa::UserManagement {
+namespace {
+
+/// Whether every character may stand in the domain of an address that was lower-cased before.
+bool IsDomainText(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) {
+    return c == '-' || c == '.' || (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z');
+  });
+}
+
+}  // namespace
+
+NimbraAccountPtr AddNimbraAccountUser(std::string_view address) {
+  return Guarded("UserManagement:AddNimbraAccountUser - ", NimbraAccountPtr(),
+                 [&]() -> NimbraAccountPtr {
+                   const std::string alias = LCase(Trim(address));
+                   if (GetNimbraAccountUser(alias)) return nullptr;
+                   auto account = std::make_shared<NimbraAccount>();
+                   account->m_sAlias = alias;
+                   g_colAccounts.push_back(account);
+                   return account;
+                 });
+}
+
+bool IsAccountAdded(std::string_view address) {
+  return AddNimbraAccountUser(address) != nullptr;
+}
+
+bool AddNimbraAccount(const NimbraAccountPtr& account) {
+  return Guarded("UserManagement:AddNimbraAccount - ", false, [&] {
+    if (!account) Raise(kObjectNotSet);
+    if (GetNimbraAccountUser(account->m_sAlias)) return false;
+    g_colAccounts.push_back(account);
+    return true;
+  });
+}
+
+bool RemoveNimbraAccountUser(std::string_view address) {
+  return Guarded("UserManagement:RemoveNimbraAccountUser - ", false, [&] {
+    const std::string alias = LCase(Trim(address));
+    const auto found =
+        std::find_if(g_colAccounts.begin(), g_colAccounts.end(),
+                     [&](const auto& account) { return account->m_sAlias == alias; });
+    if (found == g_colAccounts.end()) return false;
+    g_colAccounts.erase(found);
+    return true;
+  });
+}
+
+NimbraAccountPtr GetNimbraAccountUser(std::string_view address) {
+  return Guarded("UserManagement:GetNimbraAccountUser - ", NimbraAccountPtr(),
+                 [&]() -> NimbraAccountPtr {
+                   for (const NimbraAccountPtr& account : g_colAccounts) {
+                     if (account->m_sAlias == address) return account;
+                   }
+                   return nullptr;
+                 });
+}
+
+void SetAsSignerAccount(std::string_view address) {
+  Guarded(":SetAsSignerAccount - ", [&] {
+    for (const NimbraAccountPtr& account : g_colAccounts) {
+      account->m_bSigning = account->m_sAlias == address;
+    }
+  });
+}
+
+NimbraAccountPtr GetSigningAccount() {
+  return Guarded(":GetSigningAccount - ", NimbraAccountPtr(), []() -> NimbraAccountPtr {
+    for (const NimbraAccountPtr& account : g_colAccounts) {
+      if (account->m_bSigning) return account;
+    }
+    return nullptr;
+  });
+}
+
+bool AreThereUnauthenticatedAccounts() {
+  return Guarded(":AreThereUnauthenticatedAccounts - ", false, [] {
+    return std::any_of(g_colAccounts.begin(), g_colAccounts.end(),
+                       [](const auto& account) { return !account->GetAuthenticated(); });
+  });
+}
+
+std::int32_t GetKeyPairCount(frmSplashScreen* splash) {
+  return Guarded(": GetKeyPairCount - ", std::int32_t{0}, [&] {
+    std::int32_t count = 0;
+    // A copy: painting the caption lets events in, and one of them may reload the accounts.
+    const NimbraAccounts accounts = g_colAccounts;
+    for (const NimbraAccountPtr& account : accounts) {
+      if (splash != nullptr) {
+        splash->SetCaption("Searching for encryption keys for " + account->m_sAlias + "...");
+      }
+      if (Crypto()->HasKeypair(account->m_sAlias) == 1) count = CheckedAdd(count, 1);
+    }
+    return count;
+  });
+}
+
+bool IsValidEmailAddress(std::string_view address) {
+  if (Length(address) < 5) return false;
+  const auto at = address.find('@');
+  if (at == std::string_view::npos) return false;
+  const std::string_view domain = address.substr(at + 1);
+  if (domain.find('@') != std::string_view::npos) return false;
+  if (domain.find('.') == std::string_view::npos) return false;
+  return IsDomainText(domain);
+}
+
+NimbraAccountPtr GetLoginAccount(LoginReason reason, std::string_view address, bool list_all) {
+  return Guarded(":DoLogin - ", NimbraAccountPtr(), [&]() -> NimbraAccountPtr {
+    if (!address.empty()) {
+      const NimbraAccountPtr account = GetNimbraAccountUser(address);
+      if (!account) Raise(kObjectNotSet);
+      if (account->GetAuthenticated()) return account;
+    }
+    if (!AreThereUnauthenticatedAccounts()) return nullptr;
+    return std::make_shared<frmLogin>()->DoLogin(reason, address, list_all);
+  });
+}
+
+void ForgetAllPassphrases() {
+  for (const NimbraAccountPtr& account : g_colAccounts) {
+    account->SetAuthenticated(false);
+    account->m_sPassword.Clear();
+  }
+}
+
+}  // namespace corvessa::UserManagement

@@ -1,0 +1,157 @@
+#include "addin/outlook_support.h"
+
+#include "accounts/frm_manage_user_keys.h"
+#include "accounts/nimbra_account.h"
+#include "accounts/product_updates.h"
+#include "accounts/registry_handlers.h"
+#include "accounts/user_management.h"
+#include "addin/captions.h"
+#include "addin/debug_info.h"
+#include "addin/frm_splash_screen.h"
+#include "addin/frm_timer.h"
+#include "addin/services.h"
+#include "addin/temp_files.h"
+#include "addin/topmost.h"
+#include "base/guard.h"
+#include "crypto/crypto_operations.h"
+#include "forms/frm_no_key_pairs.h"
+#include "message/cdo_addresses.h"
+#include "platform/clock.h"
+#include "platform/host.h"
+#include "platform/ui.h"
+#include "tracking/active_explorers.h"
+#include "tracking/active_inspectors.h"
+
+namespace corvessa {
+
+using Debug_Info::TraceLog;
+
+std::shared_ptr<OutlookSupport> g_oOutlookSupport;
+
+namespace {
+
+std::shared_ptr<frmSplashScreen> ShowSplashScreen() {
+  TraceLog("Launching splash screen...");
+  auto splash = std::make_shared<frmSplashScreen>();
+  splash->Show();
+  SetTopmost(*splash, true);
+  platform::Host().ui.DoEvents();
+  return splash;
+}
+
+void CheckForUpdates(frmSplashScreen& splash) {
+  if (RegistryHandlers::GetVersionValue("URLUpdate").empty()) return;
+  TraceLog("Checking for product updates...");
+  splash.SetCaption("Checking for product updates...");
+  CheckForProductUpdates(false);
+}
+
+void StartEngine(frmSplashScreen& splash) {
+  TraceLog("Initializing key server...");
+  splash.SetCaption("Initializing key server...");
+  CreateCrypto();
+}
+
+void OfferToRegisterKeys() {
+  auto no_key_pairs = std::make_shared<frmNoKeyPairs>();
+  for (const NimbraAccountPtr& account : g_colAccounts) {
+    no_key_pairs->lstEmailAddr.AddRow(account->m_sAlias);
+  }
+  auto manager = std::make_shared<frmManageUserKeys>();
+  manager->Show();
+  manager->AskRegisterKeys(no_key_pairs);
+}
+
+void OfferFirstAddress() {
+  auto manager = std::make_shared<frmManageUserKeys>();
+  manager->Show();
+  manager->AskAddAddress();
+}
+
+void OfferKeysOrFirstAddress(frmSplashScreen& splash) {
+  splash.SetCaption("Initializing secure email addresses...");
+  if (g_colAccounts.empty()) {
+    splash.Unload();
+    return OfferFirstAddress();
+  }
+  splash.SetCaption("Searching for encryption keys...");
+  const std::int32_t key_pairs = UserManagement::GetKeyPairCount(&splash);
+  if (key_pairs == 0 && !g_bDisableKeyGen) {
+    splash.Unload();
+    OfferToRegisterKeys();
+  }
+}
+
+/// The last attempt at files that Outlook held until now. What still cannot go stays behind.
+void DeleteQueuedFiles() {
+  const std::vector<std::string> queued = g_colTempFiles;
+  for (const std::string& path : queued) DeleteOrQueue(path);
+}
+
+}  // namespace
+
+OutlookSupport::OutlookSupport() = default;
+OutlookSupport::~OutlookSupport() = default;
+
+void OutlookSupport::Initialise(const platform::ApplicationPtr& application) {
+  const auto held = shared_from_this();
+  Guarded("OutlookSupport::Initialise - ", [&] {
+    TraceLog("Initializing plugin...");
+    platform::Host().clock.Randomize();
+    CDO_Addresses::g_bWarnAboutCDO = true;
+    if (!m_vInitialised) TrackOpenWindows(application);
+    if (g_bDisableKVPEntirely) return;
+    const auto splash = ShowSplashScreen();
+    CheckForUpdates(*splash);
+    StartEngine(*splash);
+    OfferKeysOrFirstAddress(*splash);
+    Housekeeping();
+    splash->Unload();
+  });
+}
+
+void OutlookSupport::TrackOpenWindows(const platform::ApplicationPtr& application) {
+  TraceLog("Initializing inspectors...");
+  m_oApplication = application;
+  application_events_ = m_oApplication->Subscribe(*this);
+  m_oExplorers = m_oApplication->Explorers();
+  explorers_events_ = m_oExplorers->Subscribe(*this);
+  m_oActiveExplorers = std::make_shared<ActiveExplorers>();
+  m_oActiveExplorers->AddExplorer(m_oApplication->ActiveExplorer(), true);
+  m_oInspectors = m_oApplication->Inspectors();
+  inspectors_events_ = m_oInspectors->Subscribe(*this);
+  m_oActiveInspectors = std::make_shared<ActiveInspectors>();
+  m_oActiveInspectors->AddInspector(m_oApplication->ActiveInspector());
+  m_vInitialised = true;
+  if (!g_bSettingsLoaded) {
+    RegistryHandlers::ReadUserAccountInfo();
+    g_bSettingsLoaded = true;
+  }
+  BuildCaptions();
+  TraceLog("Inspectors initialized...");
+}
+
+void OutlookSupport::Closedown() {
+  const auto held = shared_from_this();
+  Ignoring([] { TraceLog("Closedown"); });
+  Ignoring([&] {
+    if (m_oActiveExplorers) m_oActiveExplorers->ReleaseAll();
+    m_oActiveExplorers.reset();
+  });
+  Ignoring([&] {
+    if (m_oActiveInspectors) m_oActiveInspectors->ReleaseAll();
+    m_oActiveInspectors.reset();
+  });
+  application_events_.reset();
+  m_oApplication.reset();
+  g_oCrypto.reset();
+  Ignoring([] { StopHousekeeping(); });
+  explorers_events_.reset();
+  m_oExplorers.reset();
+  inspectors_events_.reset();
+  m_oInspectors.reset();
+  m_vInitialised = false;
+  DeleteQueuedFiles();
+}
+
+}  // namespace corvessa
