@@ -1,0 +1,50 @@
+#include "desk/mail/atomic_file.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <stdlib.h>
+#include <string>
+#include <unistd.h>
+#include <utility>
+
+#include "desk/mail/io_error.h"
+
+namespace corvessa::desk {
+
+AtomicFile::AtomicFile(std::filesystem::path path) : path_(std::move(path)) {
+  // Not the file's own name: with an addition it could be too long for the file system.
+  std::string name = (path_.parent_path() / ".corvessa-XXXXXX").string();
+  descriptor_ = mkostemp(name.data(), O_CLOEXEC);
+  if (descriptor_ < 0) RaiseWriteError(errno);
+  temporary_ = name;
+}
+
+AtomicFile::~AtomicFile() {
+  if (descriptor_ >= 0) close(descriptor_);
+  if (!temporary_.empty()) unlink(temporary_.c_str());
+}
+
+void AtomicFile::Commit(Safety safety) {
+  const bool durable = safety == Safety::kSurvivesPowerLoss;
+  if (durable && fsync(descriptor_) != 0) RaiseWriteError(errno);
+  if (close(std::exchange(descriptor_, -1)) != 0) RaiseWriteError(errno);
+  if (rename(temporary_.c_str(), path_.c_str()) != 0) RaiseWriteError(errno);
+  temporary_.clear();
+  if (durable) SyncFolder();
+}
+
+void AtomicFile::RaiseWriteError(int error_code) const {
+  RaiseIoError(path_, "cannot be written", error_code);
+}
+
+// The file is in its place already; a folder that cannot be synced (some network file systems) is
+// no reason to report a failure.
+void AtomicFile::SyncFolder() const {
+  const auto folder = path_.has_parent_path() ? path_.parent_path() : std::filesystem::path(".");
+  const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor < 0) return;
+  fsync(descriptor);
+  close(descriptor);
+}
+
+}  // namespace corvessa::desk

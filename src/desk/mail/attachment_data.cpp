@@ -1,0 +1,56 @@
+#include "desk/mail/attachment_data.h"
+
+#include <cerrno>
+#include <utility>
+
+#include "desk/mail/atomic_file.h"
+#include "desk/mail/attachment_source.h"
+#include "desk/mail/gmime_handle.h"
+#include "desk/mail/io_error.h"
+#include "desk/mail/mail_file.h"
+
+namespace corvessa::desk {
+
+AttachmentData::AttachmentData(std::shared_ptr<const AttachmentSource> source)
+    : source_(std::move(source)) {}
+
+AttachmentData AttachmentData::FromBytes(const std::string& bytes) {
+  ParserOptions();
+  const Handle<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(bytes.data(), bytes.size()));
+  return AttachmentData(RangeSource(stream.get(), GMIME_CONTENT_ENCODING_BINARY, nullptr));
+}
+
+AttachmentData AttachmentData::FromFile(const std::filesystem::path& path) {
+  const auto file = MailFile::Open(path);
+  const auto copy = ScratchStream(file->Size());
+  errno = 0;
+  if (g_mime_stream_write_to_stream(file->Stream(), copy.get()) < 0)
+    RaiseIoError(path, "cannot be copied", errno);
+  return AttachmentData(RangeSource(copy.get(), GMIME_CONTENT_ENCODING_BINARY, nullptr));
+}
+
+std::string AttachmentData::Bytes() const {
+  return source_ ? ReadAll(*source_->Open()) : "";
+}
+
+std::uintmax_t AttachmentData::Size() const {
+  if (!source_) return 0;
+  const Handle<GMimeStream> counter(g_mime_stream_null_new());
+  const auto size = g_mime_stream_write_to_stream(source_->Open().get(), counter.get());
+  if (size < 0) RaiseIoError("A part of the mail", "cannot be read", errno);
+  return static_cast<std::uintmax_t>(size);
+}
+
+void AttachmentData::SaveTo(const std::filesystem::path& path) const {
+  AtomicFile file(path);
+  if (source_) {
+    const Handle<GMimeStream> out(g_mime_stream_fs_new(file.Descriptor()));
+    g_mime_stream_fs_set_owner(GMIME_STREAM_FS(out.get()), FALSE);
+    errno = 0;
+    if (g_mime_stream_write_to_stream(source_->Open().get(), out.get()) < 0)
+      file.RaiseWriteError(errno);
+  }
+  file.Commit(AtomicFile::Safety::kFast);
+}
+
+}  // namespace corvessa::desk

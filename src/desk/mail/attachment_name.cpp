@@ -1,0 +1,68 @@
+#include "desk/mail/attachment_name.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "desk/mail/header_decoding.h"
+
+namespace corvessa::desk {
+
+namespace {
+
+// File systems end at 255 bytes; the rest is for the suffixes that decrypting and saving add.
+constexpr std::size_t kLongestName = 200;
+constexpr std::size_t kLongestExtension = 16;
+
+constexpr std::array<std::pair<std::string_view, std::string_view>, 13> kExtensions{{
+    {"text/plain", ".txt"},
+    {"text/html", ".htm"},
+    {"text/calendar", ".ics"},
+    {"text/csv", ".csv"},
+    {"image/jpeg", ".jpg"},
+    {"image/png", ".png"},
+    {"image/gif", ".gif"},
+    {"application/pdf", ".pdf"},
+    {"application/zip", ".zip"},
+    {"application/pgp-signature", ".asc"},
+    {"application/pgp-keys", ".asc"},
+    {"message/rfc822", ".eml"},
+    {"message/delivery-status", ".txt"},
+}};
+
+/// The longest start of at most so many bytes that cuts no character.
+std::string_view Start(std::string_view text, std::size_t most) {
+  if (text.size() <= most) return text;
+  while (most > 0 && (text[most] & 0xC0) == 0x80) --most;
+  return text.substr(0, most);
+}
+
+std::string Shortened(std::string_view name) {
+  if (name.size() <= kLongestName) return std::string(name);
+  const auto dot = name.rfind('.');
+  const bool has_extension =
+      dot != std::string_view::npos && name.size() - dot <= kLongestExtension;
+  const auto extension = has_extension ? name.substr(dot) : std::string_view();
+  return std::string(Start(name, kLongestName - extension.size())).append(extension);
+}
+
+}  // namespace
+
+std::string SafeFileName(std::string_view name) {
+  const auto separator = name.find_last_of("/\\");
+  if (separator != std::string_view::npos) name.remove_prefix(separator + 1);
+  const auto safe = Shortened(OneLine(name));
+  const bool only_dots = safe.find_first_not_of(". ") == std::string::npos;
+  return only_dots ? "" : safe;
+}
+
+std::string GenericFileName(std::size_t place, std::string_view content_type) {
+  auto digits = std::to_string(place);
+  if (digits.size() < 5) digits.insert(0, 5 - digits.size(), '0');
+  const auto* const known =
+      std::find_if(kExtensions.begin(), kExtensions.end(),
+                   [&](const auto& entry) { return entry.first == content_type; });
+  return "ATT" + digits + std::string(known == kExtensions.end() ? ".dat" : known->second);
+}
+
+}  // namespace corvessa::desk

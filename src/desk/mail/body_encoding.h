@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "desk/mail/gmime_handle.h"
+
+namespace corvessa::desk {
+
+/// A text part: as it stands when every system passes it on unchanged (short lines of printable
+/// ASCII that no mailbox format, transport or trimming of blanks touches; OpenPGP armour is such
+/// text), else quoted-printable, which gives back exactly the same bytes.
+Handle<GMimeObject> TextPart(std::string_view text, const char* subtype);
+
+/// Whether lines with LF ends pass as 7bit; see TextPart.
+bool IsSafeAs7Bit(std::string_view text);
+
+}  // namespace corvessa::desk

@@ -1,0 +1,141 @@
+#include "desk/mail/header_decoding.h"
+
+#include <algorithm>
+
+#include "desk/mail/charset.h"
+#include "desk/mail/gmime_handle.h"
+#include "desk/mail/mail.h"
+
+namespace corvessa::desk {
+
+namespace {
+
+struct Base64Word {
+  std::string_view charset;
+  std::string_view payload;
+  std::size_t length;
+};
+
+std::optional<Base64Word> FindBase64Word(std::string_view text) {
+  if (!text.starts_with("=?")) return std::nullopt;
+  const auto charset_end = text.find('?', 2);
+  if (charset_end == std::string_view::npos || charset_end + 2 >= text.size()) return std::nullopt;
+  if (g_ascii_toupper(text[charset_end + 1]) != 'B' || text[charset_end + 2] != '?')
+    return std::nullopt;
+  const auto payload = charset_end + 3;
+  const auto payload_end = text.find("?=", payload);
+  if (payload_end == std::string_view::npos) return std::nullopt;
+  return Base64Word{text.substr(2, charset_end - 2), text.substr(payload, payload_end - payload),
+                    payload_end + 2};
+}
+
+std::string DecodeBase64(std::string_view payload) {
+  gsize size = 0;
+  const GText bytes(reinterpret_cast<char*>(g_base64_decode(std::string(payload).c_str(), &size)));
+  return {bytes.get(), size};
+}
+
+std::string EncodeBase64(const std::string& bytes) {
+  return GText(g_base64_encode(reinterpret_cast<const guchar*>(bytes.data()), bytes.size())).get();
+}
+
+bool SameCharset(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && g_ascii_strncasecmp(a.data(), b.data(), a.size()) == 0;
+}
+
+/// The word at the start of the text and those that continue it; moves the text behind them.
+std::string TakeJoinedWord(std::string_view& text, const Base64Word& first) {
+  const auto alone = text.substr(0, first.length);
+  text.remove_prefix(first.length);
+  std::string bytes;
+  for (;;) {
+    const auto next_at = text.find_first_not_of(" \t");
+    if (next_at == 0 || next_at == std::string_view::npos) break;
+    const auto next = FindBase64Word(text.substr(next_at));
+    if (!next || !SameCharset(next->charset, first.charset)) break;
+    if (bytes.empty()) bytes = DecodeBase64(first.payload);
+    bytes += DecodeBase64(next->payload);
+    text.remove_prefix(next_at + next->length);
+  }
+  if (bytes.empty()) return std::string(alone);
+  return "=?" + std::string(first.charset) + "?B?" + EncodeBase64(bytes) + "?=";
+}
+
+void AppendMailboxes(InternetAddressList* list, std::vector<Mailbox>& mailboxes) {
+  for (int i = 0; i < internet_address_list_length(list); ++i) {
+    auto* const address = internet_address_list_get_address(list, i);
+    if (INTERNET_ADDRESS_IS_GROUP(address)) {
+      AppendMailboxes(internet_address_group_get_members(INTERNET_ADDRESS_GROUP(address)),
+                      mailboxes);
+      continue;
+    }
+    const char* const name = internet_address_get_name(address);
+    const char* const mailbox =
+        internet_address_mailbox_get_addr(INTERNET_ADDRESS_MAILBOX(address));
+    mailboxes.push_back({OneLine(name ? name : ""), OneLine(mailbox ? mailbox : "")});
+  }
+}
+
+}  // namespace
+
+std::string JoinEncodedWords(std::string_view raw) {
+  auto line = BodyToUtf8(raw, "");
+  std::erase(line, '\n');
+  std::erase(line, '\r');
+  std::string joined;
+  std::string_view text = line;
+  for (;;) {
+    const auto word_at = text.find("=?");
+    joined += text.substr(0, word_at);
+    if (word_at == std::string_view::npos) return joined;
+    text.remove_prefix(word_at);
+    if (const auto word = FindBase64Word(text)) {
+      joined += TakeJoinedWord(text, *word);
+    } else {
+      joined += text.substr(0, 2);
+      text.remove_prefix(2);
+    }
+  }
+}
+
+std::string OneLine(std::string_view text) {
+  auto line = ValidUtf8(text);
+  std::replace_if(
+      line.begin(), line.end(), [](char c) { return g_ascii_iscntrl(c); }, ' ');
+  const auto start = line.find_first_not_of(' ');
+  if (start == std::string::npos) return "";
+  return line.substr(start, line.find_last_not_of(' ') + 1 - start);
+}
+
+std::string DecodeText(std::string_view raw) {
+  const auto joined = JoinEncodedWords(raw);
+  return OneLine(GText(g_mime_utils_header_decode_text(ParserOptions(), joined.c_str())).get());
+}
+
+std::vector<Mailbox> DecodeMailboxes(std::string_view raw) {
+  std::vector<Mailbox> mailboxes;
+  const Handle<InternetAddressList> list(
+      internet_address_list_parse(ParserOptions(), JoinEncodedWords(raw).c_str()));
+  if (list) AppendMailboxes(list.get(), mailboxes);
+  return mailboxes;
+}
+
+std::vector<std::string> DecodeIdentifiers(std::string_view raw) {
+  const std::unique_ptr<GMimeReferences, decltype(&g_mime_references_free)> parsed(
+      g_mime_references_parse(ParserOptions(), JoinEncodedWords(raw).c_str()),
+      g_mime_references_free);
+  std::vector<std::string> identifiers;
+  for (int i = 0; parsed && i < g_mime_references_length(parsed.get()); ++i)
+    identifiers.push_back(OneLine(g_mime_references_get_message_id(parsed.get(), i)));
+  return identifiers;
+}
+
+std::optional<std::time_t> DecodeDate(const std::string& raw) {
+  auto* const date = g_mime_utils_header_decode_date(raw.c_str());
+  if (date == nullptr) return std::nullopt;
+  const auto seconds = g_date_time_to_unix(date);
+  g_date_time_unref(date);
+  return seconds;
+}
+
+}  // namespace corvessa::desk

@@ -1,0 +1,48 @@
+#include "desk/mail/header_fields.h"
+
+#include <algorithm>
+#include <array>
+#include <glib.h>
+#include <utility>
+
+namespace corvessa::desk {
+
+namespace {
+
+constexpr std::array<std::pair<std::string_view, FieldKind>, 11> kKinds{{
+    {"From", FieldKind::kFrom},
+    {"To", FieldKind::kTo},
+    {"Cc", FieldKind::kCc},
+    {"Bcc", FieldKind::kBcc},
+    {"Reply-To", FieldKind::kReplyTo},
+    {"Subject", FieldKind::kSubject},
+    {"Date", FieldKind::kDate},
+    {"Message-ID", FieldKind::kMessageId},
+    {"In-Reply-To", FieldKind::kInReplyTo},
+    {"References", FieldKind::kReferences},
+    {"MIME-Version", FieldKind::kMime},
+}};
+
+bool SameName(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && g_ascii_strncasecmp(a.data(), b.data(), a.size()) == 0;
+}
+
+}  // namespace
+
+FieldKind FieldKindOf(std::string_view name) {
+  for (const auto& [known, kind] : kKinds)
+    if (SameName(name, known)) return kind;
+  constexpr std::string_view kContent = "Content-";
+  return SameName(name.substr(0, kContent.size()), kContent) ? FieldKind::kMime : FieldKind::kOther;
+}
+
+bool NamesBlindCopies(std::string_view name) {
+  return SameName(name, "Resent-Bcc");
+}
+
+bool IsFieldName(std::string_view name) {
+  return !name.empty() && std::all_of(name.begin(), name.end(),
+                                      [](char c) { return c > 32 && c < 127 && c != ':'; });
+}
+
+}  // namespace corvessa::desk

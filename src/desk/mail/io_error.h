@@ -1,0 +1,13 @@
+#pragma once
+
+#include <filesystem>
+#include <string_view>
+
+namespace corvessa::desk {
+
+/// Raises the Error of a failed system call: "FILE cannot be read: Permission denied." A full disk
+/// is called just that.
+[[noreturn]] void RaiseIoError(const std::filesystem::path& file, std::string_view problem,
+                               int error_code);
+
+}  // namespace corvessa::desk

@@ -1,0 +1,129 @@
+#include <string>
+
+#include "base/error.h"
+#include "desk/mail/gmime_handle.h"
+#include "desk/mail/header_decoding.h"
+#include "desk/mail/header_fields.h"
+#include "desk/mail/mail.h"
+#include "desk/mail/mail_file.h"
+#include "desk/mail/mail_io.h"
+#include "desk/mail/part_reader.h"
+
+namespace corvessa::desk {
+
+namespace {
+
+void NoteWarning(gint64 /*offset*/, GMimeParserWarning warning, const gchar* /*item*/,
+                 gpointer incomplete) {
+  if (warning == GMIME_WARN_TRUNCATED_MESSAGE || warning == GMIME_CRIT_NESTING_OVERFLOW)
+    *static_cast<bool*>(incomplete) = true;
+}
+
+/// Null when not even a header begins the stream.
+Handle<GMimeMessage> ParseStream(GMimeStream* stream, bool& incomplete) {
+  const std::unique_ptr<GMimeParserOptions, decltype(&g_mime_parser_options_free)> options(
+      g_mime_parser_options_clone(ParserOptions()), g_mime_parser_options_free);
+  g_mime_parser_options_set_warning_callback(options.get(), NoteWarning, &incomplete);
+  const Handle<GMimeParser> parser(g_mime_parser_new_with_stream(stream));
+  return Handle<GMimeMessage>(g_mime_parser_construct_message(parser.get(), options.get()));
+}
+
+void Append(std::vector<Mailbox>& list, std::vector<Mailbox> more) {
+  list.insert(list.end(), more.begin(), more.end());
+}
+
+void SetFirst(std::string& member, const std::vector<std::string>& values) {
+  if (member.empty() && !values.empty()) member = values.front();
+}
+
+void ReadFrom(const std::string& raw, Mail& mail) {
+  const auto authors = DecodeMailboxes(raw);
+  if (mail.from == Mailbox{} && !authors.empty()) mail.from = authors.front();
+}
+
+void ReadField(const std::string& name, const std::string& raw, Mail& mail) {
+  switch (FieldKindOf(name)) {
+    case FieldKind::kFrom:
+      return ReadFrom(raw, mail);
+    case FieldKind::kTo:
+      return Append(mail.to, DecodeMailboxes(raw));
+    case FieldKind::kCc:
+      return Append(mail.cc, DecodeMailboxes(raw));
+    case FieldKind::kBcc:
+      return Append(mail.bcc, DecodeMailboxes(raw));
+    case FieldKind::kReplyTo:
+      return Append(mail.reply_to, DecodeMailboxes(raw));
+    case FieldKind::kSubject:
+      if (mail.subject.empty()) mail.subject = DecodeText(raw);
+      return;
+    case FieldKind::kDate:
+      if (!mail.date) mail.date = DecodeDate(raw);
+      return;
+    case FieldKind::kMessageId:
+      return SetFirst(mail.message_id, DecodeIdentifiers(raw));
+    case FieldKind::kInReplyTo:
+      return SetFirst(mail.in_reply_to, DecodeIdentifiers(raw));
+    case FieldKind::kReferences:
+      mail.references = DecodeIdentifiers(raw);
+      return;
+    case FieldKind::kMime:
+      return;
+    case FieldKind::kOther:
+      if (IsFieldName(name)) mail.fields.push_back({name, DecodeText(raw)});
+  }
+}
+
+/// False when no field of the header belongs to a mail.
+bool ReadHeader(GMimeMessage* message, Mail& mail) {
+  auto* const headers = g_mime_object_get_header_list(GMIME_OBJECT(message));
+  bool is_mail = false;
+  for (int i = 0; i < g_mime_header_list_get_count(headers); ++i) {
+    auto* const header = g_mime_header_list_get_header_at(headers, i);
+    const std::string name = g_mime_header_get_name(header);
+    const auto* const raw = g_mime_header_get_raw_value(header);
+    is_mail = is_mail || FieldKindOf(name) != FieldKind::kOther;
+    ReadField(name, raw ? raw : "", mail);
+  }
+  return is_mail;
+}
+
+/// GMime refuses a header that ends within a field's name; with line ends behind it, it is read.
+Handle<GMimeMessage> ParseCutHeader(GMimeStream* stream) {
+  const Handle<GMimeStream> whole(g_mime_stream_cat_new());
+  const Handle<GMimeStream> line_ends(g_mime_stream_mem_new_with_buffer("\n\n", 2));
+  g_mime_stream_reset(stream);
+  g_mime_stream_cat_add_source(GMIME_STREAM_CAT(whole.get()), stream);
+  g_mime_stream_cat_add_source(GMIME_STREAM_CAT(whole.get()), line_ends.get());
+  bool ignored = false;
+  return ParseStream(whole.get(), ignored);
+}
+
+Mail ReadMail(GMimeStream* stream, const std::shared_ptr<const MailFile>& file,
+              const std::string& title) {
+  Mail mail;
+  auto message = ParseStream(stream, mail.incomplete);
+  if (!message) {
+    message = ParseCutHeader(stream);
+    mail.incomplete = true;
+  }
+  if (!message || !ReadHeader(message.get(), mail))
+    Raise(kInvalidArgument, title + " is not a mail message.");
+  if (auto* const root = g_mime_message_get_mime_part(message.get())) ReadParts(root, file, mail);
+  return mail;
+}
+
+}  // namespace
+
+Mail LoadMail(const std::filesystem::path& path) {
+  const auto file = MailFile::Open(path);
+  if (file->Size() == 0) Raise(kInvalidArgument, path.string() + " is empty, not a mail message.");
+  return ReadMail(file->Stream(), file, path.string());
+}
+
+Mail ParseMail(const std::string& bytes) {
+  ParserOptions();
+  const Handle<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(bytes.data(), bytes.size()));
+  return ReadMail(stream.get(), nullptr, "The text");
+}
+
+}  // namespace corvessa::desk

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <ctime>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "desk/mail/attachment_data.h"
+
+namespace corvessa::desk {
+
+/// One address of a header; both texts are UTF-8. A mailbox may lack either of them.
+struct Mailbox {
+  std::string name;
+  std::string address;
+
+  bool operator==(const Mailbox&) const = default;
+};
+
+/// A header field (or a content type's parameter) with its decoded value on one line.
+struct HeaderField {
+  std::string name;
+  std::string value;
+
+  bool operator==(const HeaderField&) const = default;
+};
+
+struct Attachment {
+  /// The name as the sender wrote it; only for showing.
+  std::string display_name;
+  /// The name that travels. After loading it is never empty and never leads out of a folder: no
+  /// separators, no control characters, at most 200 bytes. A part without one is called after its
+  /// subject (an embedded mail) or ATT00001.txt, ATT00002.dat… by its place among the attachments.
+  std::string file_name;
+  /// "type/subtype" in lower case.
+  std::string content_type = "application/octet-stream";
+  /// The content type's parameters other than its name, such as charset or method.
+  std::vector<HeaderField> parameters;
+  /// Without angle brackets; empty for none.
+  std::string content_id;
+  /// Belongs to the HTML body (a picture in it) rather than beside it.
+  bool is_inline = false;
+  AttachmentData data;
+};
+
+/// A mail as a plain value. Copies share the attachments' bytes.
+struct Mail {
+  /// The first author. No address while a draft has no sender yet.
+  Mailbox from;
+  std::vector<Mailbox> to;
+  std::vector<Mailbox> cc;
+  std::vector<Mailbox> bcc;
+  std::vector<Mailbox> reply_to;
+  std::string subject;
+  std::optional<std::time_t> date;
+  /// Message identifiers without angle brackets.
+  std::string message_id;
+  std::string in_reply_to;
+  std::vector<std::string> references;
+  /// Every other field, in the order of the header, except MIME's own.
+  std::vector<HeaderField> fields;
+
+  /// UTF-8 with CRLF line ends, exactly as long as what was sent: a missing last line end stays
+  /// missing. Each is empty when the mail has no such body; neither is derived from the other.
+  std::string body_text;
+  std::string body_html;
+
+  std::vector<Attachment> attachments;
+
+  /// The file ended early (a cut header or a multipart without its end) or nested too deeply to be
+  /// read whole. What is here is what could be read.
+  bool incomplete = false;
+};
+
+}  // namespace corvessa::desk

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace corvessa::desk {
+
+struct Mail;
+
+enum class MailPurpose {
+  /// Kept by the user: Bcc is written, a missing Date or Message-ID stays missing.
+  kDraft,
+  /// Travels to others: Bcc is left out, Date and Message-ID are there.
+  kTravel,
+};
+
+/// Reads a mail file; the attachments stay in it and are read on demand, so it is kept open.
+///
+/// Raises Error with one line that names the file: kFileNotFound, kPermissionDenied,
+/// kPathFileAccess (a folder, a device, a failing disk), kInvalidArgument when it is empty or not a
+/// mail message, that is when no header with at least one of the fields that every mail has some of
+/// (From, To, Subject, Date…) begins it. Everything else loads as far as it goes: unknown or wrong
+/// charsets, undecodable bytes (U+FFFD), broken encodings, missing ends (Mail::incomplete), any
+/// number of attachments, any length of header.
+Mail LoadMail(const std::filesystem::path& path);
+
+/// The same for a mail in memory, which is copied.
+Mail ParseMail(const std::string& bytes);
+
+/// Gives a mail its Date (now) and Message-ID (random, in the sender's domain) where they are
+/// missing.
+void StampMail(Mail& mail);
+
+/// Writes a mail file that only its owner can read: whole, safe on the disk, or not at all, and
+/// then what was there before is untouched.
+///
+/// Lines end with CRLF and are 7-bit. A body of short pure ASCII lines, such as armour, stands as
+/// it is; any other body is quoted-printable; attachments are base64. Values cannot break out of
+/// their field: control characters in them become blanks. Fields that Mail has members for, MIME's
+/// own and Resent-Bcc are skipped among Mail::fields.
+///
+/// Raises Error: kInvalidArgument for an address or a field name that no header can hold, else what
+/// the disk said.
+void WriteMail(const Mail& mail, const std::filesystem::path& path, MailPurpose purpose);
+
+/// The same to an open file descriptor, which stays open.
+void WriteMail(const Mail& mail, int descriptor, MailPurpose purpose);
+
+/// The same in memory.
+std::string FormatMail(const Mail& mail, MailPurpose purpose);
+
+}  // namespace corvessa::desk

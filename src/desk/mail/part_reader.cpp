@@ -1,0 +1,233 @@
+#include "desk/mail/part_reader.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include "desk/mail/attachment_name.h"
+#include "desk/mail/attachment_source.h"
+#include "desk/mail/charset.h"
+#include "desk/mail/header_decoding.h"
+#include "desk/mail/mail.h"
+
+namespace corvessa::desk {
+
+namespace {
+
+using ContentType = Handle<GMimeContentType>;
+
+std::string TextOrEmpty(const char* text) {
+  return text ? text : "";
+}
+
+std::string LowerCase(const std::string& text) {
+  return GText(g_ascii_strdown(text.c_str(), -1)).get();
+}
+
+/// A part's own field on one line; empty when it has none.
+std::string PartField(GMimeObject* part, const char* name) {
+  auto* const header = g_mime_header_list_get_header(g_mime_object_get_header_list(part), name);
+  return header ? JoinEncodedWords(TextOrEmpty(g_mime_header_get_raw_value(header))) : "";
+}
+
+std::string TypeName(GMimeObject* part) {
+  return LowerCase(
+      GText(g_mime_content_type_get_mime_type(g_mime_object_get_content_type(part))).get());
+}
+
+bool IsMultipart(GMimeObject* part, const char* subtype) {
+  return g_mime_content_type_is_type(g_mime_object_get_content_type(part), "multipart", subtype);
+}
+
+class PartReader {
+ public:
+  PartReader(std::shared_ptr<const MailFile> file, Mail& mail)
+      : file_(std::move(file)), mail_(mail) {}
+
+  /// How a part stands in the one around it.
+  enum class Place { kAlone, kBesideOthers, kRelated };
+
+  void Read(GMimeObject* part, Place place) {
+    if (GMIME_IS_MULTIPART(part))
+      ReadMultipart(GMIME_MULTIPART(part), place);
+    else if (GMIME_IS_MESSAGE_PART(part))
+      AttachMessage(GMIME_MESSAGE_PART(part));
+    else if (GMIME_IS_PART(part))
+      ReadLeaf(GMIME_PART(part), place);
+  }
+
+ private:
+  void ReadMultipart(GMimeMultipart* multipart, Place place) {
+    auto* const part = GMIME_OBJECT(multipart);
+    if (g_mime_multipart_get_count(multipart) == 0)
+      ReadUndivided(multipart);
+    else if (place != Place::kRelated && IsMultipart(part, "alternative"))
+      ReadAlternative(multipart);
+    else if (place != Place::kRelated && IsMultipart(part, "related"))
+      ReadRelated(multipart, place);
+    else
+      ReadEach(multipart, place == Place::kRelated ? place : Place::kBesideOthers);
+  }
+
+  void ReadEach(GMimeMultipart* multipart, Place place) {
+    for (int i = 0; i < g_mime_multipart_get_count(multipart); ++i)
+      Read(g_mime_multipart_get_part(multipart, i), place);
+  }
+
+  void ReadAlternative(GMimeMultipart* multipart) {
+    const bool around = std::exchange(in_body_alternative_, in_body_alternative_ || !HasBody());
+    ReadEach(multipart, Place::kBesideOthers);
+    in_body_alternative_ = around;
+  }
+
+  void ReadRelated(GMimeMultipart* multipart, Place place) {
+    const auto start = RootIndex(multipart);
+    Read(g_mime_multipart_get_part(multipart, start),
+         place == Place::kAlone ? Place::kBesideOthers : place);
+    for (int i = 0; i < g_mime_multipart_get_count(multipart); ++i)
+      if (i != start) Read(g_mime_multipart_get_part(multipart, i), Place::kRelated);
+  }
+
+  static int RootIndex(GMimeMultipart* multipart) {
+    const auto start =
+        TextOrEmpty(g_mime_object_get_content_type_parameter(GMIME_OBJECT(multipart), "start"));
+    if (start.size() < 3) return 0;
+    const auto root_id = start.substr(1, start.size() - 2);
+    auto* const root = g_mime_multipart_get_subpart_from_content_id(multipart, root_id.c_str());
+    return root ? std::max(0, g_mime_multipart_index_of(multipart, root)) : 0;
+  }
+
+  /// A multipart without any boundary: all of it is one text.
+  void ReadUndivided(GMimeMultipart* multipart) {
+    const auto text = TextOrEmpty(g_mime_multipart_get_prologue(multipart));
+    if (!HasBody() && !text.empty()) SetBody(mail_.body_text, has_text_, text, "");
+  }
+
+  void ReadLeaf(GMimePart* part, Place place) {
+    const auto type = TypeName(GMIME_OBJECT(part));
+    const bool is_html = type == "text/html";
+    if ((is_html || type == "text/plain") && IsBody(part, is_html, place))
+      ReadBody(part, is_html);
+    else
+      Attach(part, type, place);
+  }
+
+  bool IsBody(GMimePart* part, bool is_html, Place place) const {
+    if (place == Place::kRelated || g_mime_part_is_attachment(part)) return false;
+    // A mail that is one text with a name is still that text; beside others it is a file.
+    if (place != Place::kAlone && !FileName(GMIME_OBJECT(part)).empty()) return false;
+    return in_body_alternative_ ? !(is_html ? has_html_ : has_text_) : !HasBody();
+  }
+
+  bool HasBody() const { return has_text_ || has_html_; }
+
+  void ReadBody(GMimePart* part, bool is_html) {
+    const auto label =
+        TextOrEmpty(g_mime_object_get_content_type_parameter(GMIME_OBJECT(part), "charset"));
+    const auto source = ContentSource(part);
+    const auto bytes = source ? ReadAll(*source->Open()) : "";
+    SetBody(is_html ? mail_.body_html : mail_.body_text, is_html ? has_html_ : has_text_, bytes,
+            label);
+  }
+
+  static void SetBody(std::string& body, bool& is_set, const std::string& bytes,
+                      const std::string& label) {
+    body = WithLineEnds(BodyToUtf8(bytes, label), "\r\n");
+    is_set = true;
+  }
+
+  std::shared_ptr<const AttachmentSource> ContentSource(GMimePart* part) const {
+    auto* const content = g_mime_part_get_content(part);
+    if (content == nullptr || g_mime_data_wrapper_get_stream(content) == nullptr) return nullptr;
+    return RangeSource(g_mime_data_wrapper_get_stream(content),
+                       g_mime_data_wrapper_get_encoding(content), file_);
+  }
+
+  void Attach(GMimePart* part, const std::string& type, Place place) {
+    auto& attachment = mail_.attachments.emplace_back();
+    Describe(GMIME_OBJECT(part), type, attachment);
+    attachment.is_inline =
+        !attachment.content_id.empty() &&
+        (place == Place::kRelated || HasDisposition(GMIME_OBJECT(part), "inline"));
+    attachment.data = AttachmentData(ContentSource(part));
+  }
+
+  void AttachMessage(GMimeMessagePart* part) {
+    auto* const message = g_mime_message_part_get_message(part);
+    auto& attachment = mail_.attachments.emplace_back();
+    const auto subject = message ? PartField(GMIME_OBJECT(message), "Subject") : "";
+    Describe(GMIME_OBJECT(part), TypeName(GMIME_OBJECT(part)), attachment, DecodeText(subject));
+    if (message) attachment.data = AttachmentData(MessageSource(message, file_));
+  }
+
+  void Describe(GMimeObject* part, const std::string& type, Attachment& attachment,
+                const std::string& subject = "") const {
+    attachment.content_type = type;
+    attachment.content_id = OneLine(TextOrEmpty(g_mime_object_get_content_id(part)));
+    attachment.parameters = Parameters(part);
+    attachment.display_name = FileName(part);
+    attachment.file_name = SafeFileName(attachment.display_name);
+    if (attachment.file_name.empty()) attachment.file_name = SubjectFileName(subject);
+    if (attachment.file_name.empty())
+      attachment.file_name = GenericFileName(mail_.attachments.size(), type);
+    if (attachment.display_name.empty()) attachment.display_name = attachment.file_name;
+  }
+
+  static std::string SubjectFileName(std::string subject) {
+    std::replace(subject.begin(), subject.end(), '/', '-');
+    std::replace(subject.begin(), subject.end(), '\\', '-');
+    return subject.empty() ? "" : SafeFileName(subject + ".eml");
+  }
+
+  static bool HasDisposition(GMimeObject* part, const char* value) {
+    auto* const disposition = g_mime_object_get_content_disposition(part);
+    return disposition &&
+           g_ascii_strcasecmp(g_mime_content_disposition_get_disposition(disposition), value) == 0;
+  }
+
+  // From the joined raw fields: GMime read them with the encoded words still apart.
+  static std::string FileName(GMimeObject* part) {
+    const auto disposition = PartField(part, "Content-Disposition");
+    if (!disposition.empty()) {
+      const Handle<GMimeContentDisposition> parsed(
+          g_mime_content_disposition_parse(ParserOptions(), disposition.c_str()));
+      const auto name =
+          OneLine(TextOrEmpty(g_mime_content_disposition_get_parameter(parsed.get(), "filename")));
+      if (!name.empty()) return name;
+    }
+    const auto type = ParsedType(part);
+    return OneLine(TextOrEmpty(g_mime_content_type_get_parameter(type.get(), "name")));
+  }
+
+  static ContentType ParsedType(GMimeObject* part) {
+    return ContentType(
+        g_mime_content_type_parse(ParserOptions(), PartField(part, "Content-Type").c_str()));
+  }
+
+  static std::vector<HeaderField> Parameters(GMimeObject* part) {
+    const auto type = ParsedType(part);
+    std::vector<HeaderField> parameters;
+    auto* const list = g_mime_content_type_get_parameters(type.get());
+    for (int i = 0; i < g_mime_param_list_length(list); ++i) {
+      auto* const parameter = g_mime_param_list_get_parameter_at(list, i);
+      const auto name = LowerCase(g_mime_param_get_name(parameter));
+      if (name != "name")
+        parameters.push_back({name, OneLine(TextOrEmpty(g_mime_param_get_value(parameter)))});
+    }
+    return parameters;
+  }
+
+  std::shared_ptr<const MailFile> file_;
+  Mail& mail_;
+  bool has_text_ = false;
+  bool has_html_ = false;
+  bool in_body_alternative_ = false;
+};
+
+}  // namespace
+
+void ReadParts(GMimeObject* root, const std::shared_ptr<const MailFile>& file, Mail& mail) {
+  PartReader(file, mail).Read(root, PartReader::Place::kAlone);
+}
+
+}  // namespace corvessa::desk

@@ -1,0 +1,164 @@
+#include <cerrno>
+#include <ctime>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#include "base/error.h"
+#include "desk/mail/atomic_file.h"
+#include "desk/mail/attachment_source.h"
+#include "desk/mail/gmime_handle.h"
+#include "desk/mail/header_decoding.h"
+#include "desk/mail/header_encoding.h"
+#include "desk/mail/header_fields.h"
+#include "desk/mail/io_error.h"
+#include "desk/mail/mail.h"
+#include "desk/mail/mail_io.h"
+#include "desk/mail/part_writer.h"
+
+namespace corvessa::desk {
+
+namespace {
+
+/// The fields of a header in the making; a field without a value is left out.
+class Header {
+ public:
+  void Add(std::string_view name, std::string_view value) {
+    if (!value.empty()) text_ += FoldedField(name, value);
+  }
+
+  void Add(std::string_view name, const std::vector<Mailbox>& mailboxes) {
+    std::string list;
+    for (const auto& mailbox : mailboxes) {
+      if (mailbox == Mailbox{}) continue;
+      if (!list.empty()) list += ", ";
+      list += EncodeMailbox(mailbox);
+    }
+    Add(name, list);
+  }
+
+  const std::string& Text() const { return text_; }
+
+ private:
+  std::string text_;
+};
+
+std::string EncodeDate(std::time_t date) {
+  auto* const local = g_date_time_new_from_unix_local(date);
+  if (local == nullptr) return "";
+  const GText text(g_mime_utils_header_format_date(local));
+  g_date_time_unref(local);
+  return text.get();
+}
+
+std::string EncodeIdentifiers(const std::vector<std::string>& identifiers) {
+  std::string list;
+  for (const auto& identifier : identifiers) {
+    const auto encoded = EncodeIdentifier(identifier);
+    if (!list.empty() && !encoded.empty()) list += ' ';
+    list += encoded;
+  }
+  return list;
+}
+
+void AddOtherFields(const Mail& mail, MailPurpose purpose, Header& header) {
+  for (const auto& [name, value] : mail.fields) {
+    if (!IsFieldName(name))
+      Raise(kInvalidArgument, "\"" + OneLine(name) + "\" is not a field name.");
+    if (FieldKindOf(name) != FieldKind::kOther) continue;
+    if (purpose == MailPurpose::kTravel && NamesBlindCopies(name)) continue;
+    header.Add(name, EncodeText(value));
+  }
+}
+
+std::string HeaderText(const Mail& mail, MailPurpose purpose) {
+  Header header;
+  header.Add("From", std::vector{mail.from});
+  header.Add("To", mail.to);
+  header.Add("Cc", mail.cc);
+  if (purpose == MailPurpose::kDraft) header.Add("Bcc", mail.bcc);
+  header.Add("Reply-To", mail.reply_to);
+  header.Add("Subject", EncodeText(mail.subject));
+  if (mail.date) header.Add("Date", EncodeDate(*mail.date));
+  header.Add("Message-ID", EncodeIdentifier(mail.message_id));
+  header.Add("In-Reply-To", EncodeIdentifier(mail.in_reply_to));
+  header.Add("References", EncodeIdentifiers(mail.references));
+  AddOtherFields(mail, purpose, header);
+  header.Add("MIME-Version", "1.0");
+  return header.Text();
+}
+
+/// A mail made ready completely before the first byte goes out: what can be wrong with it shows
+/// here.
+struct Prepared {
+  std::string header;
+  Handle<GMimeObject> parts;
+};
+
+Prepared Prepare(const Mail& mail, MailPurpose purpose) {
+  ParserOptions();
+  if (purpose == MailPurpose::kDraft) return {HeaderText(mail, purpose), BuildParts(mail)};
+  auto stamped = mail;
+  StampMail(stamped);
+  return {HeaderText(stamped, purpose), BuildParts(stamped)};
+}
+
+/// 0 or the code of the error that stopped it.
+int Write(const Prepared& mail, GMimeStream* stream) {
+  const std::unique_ptr<GMimeFormatOptions, decltype(&g_mime_format_options_free)> options(
+      g_mime_format_options_new(), g_mime_format_options_free);
+  g_mime_format_options_set_newline_format(options.get(), GMIME_NEWLINE_FORMAT_DOS);
+  errno = 0;
+  const bool is_written =
+      g_mime_stream_write(stream, mail.header.data(), mail.header.size()) >= 0 &&
+      g_mime_object_write_to_stream(mail.parts.get(), options.get(), stream) >= 0 &&
+      g_mime_stream_flush(stream) >= 0;
+  if (is_written) return 0;
+  return errno != 0 ? errno : EIO;
+}
+
+int WriteToDescriptor(const Prepared& mail, int descriptor) {
+  const Handle<GMimeStream> file(g_mime_stream_fs_new(descriptor));
+  g_mime_stream_fs_set_owner(GMIME_STREAM_FS(file.get()), FALSE);
+  const Handle<GMimeStream> buffered(
+      g_mime_stream_buffer_new(file.get(), GMIME_STREAM_BUFFER_BLOCK_WRITE));
+  return Write(mail, buffered.get());
+}
+
+std::string Domain(const std::string& address) {
+  const auto at = address.rfind('@');
+  return at == std::string::npos || at + 1 == address.size() ? "localhost" : address.substr(at + 1);
+}
+
+}  // namespace
+
+void StampMail(Mail& mail) {
+  if (!mail.date) mail.date = std::time(nullptr);
+  if (!mail.message_id.empty()) return;
+  const GText random(g_uuid_string_random());
+  const GText domain(g_hostname_to_ascii(Domain(mail.from.address).c_str()));
+  mail.message_id = std::string(random.get()) + "@" + (domain ? domain.get() : "localhost");
+}
+
+void WriteMail(const Mail& mail, const std::filesystem::path& path, MailPurpose purpose) {
+  const auto prepared = Prepare(mail, purpose);
+  AtomicFile file(path);
+  if (const int error_code = WriteToDescriptor(prepared, file.Descriptor()))
+    file.RaiseWriteError(error_code);
+  file.Commit(AtomicFile::Safety::kSurvivesPowerLoss);
+}
+
+void WriteMail(const Mail& mail, int descriptor, MailPurpose purpose) {
+  if (const int error_code = WriteToDescriptor(Prepare(mail, purpose), descriptor))
+    RaiseIoError("The mail", "cannot be written", error_code);
+}
+
+std::string FormatMail(const Mail& mail, MailPurpose purpose) {
+  const auto prepared = Prepare(mail, purpose);
+  const Handle<GMimeStream> stream(g_mime_stream_mem_new());
+  Write(prepared, stream.get());
+  g_mime_stream_reset(stream.get());
+  return ReadAll(*stream);
+}
+
+}  // namespace corvessa::desk
