@@ -1,6 +1,7 @@
 #include "desk/mail/header_decoding.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "desk/mail/charset.h"
 #include "desk/mail/gmime_handle.h"
@@ -71,9 +72,54 @@ void AppendMailboxes(InternetAddressList* list, std::vector<Mailbox>& mailboxes)
     }
     const char* const name = internet_address_get_name(address);
     const char* const mailbox =
-        internet_address_mailbox_get_addr(INTERNET_ADDRESS_MAILBOX(address));
+        internet_address_mailbox_get_idn_addr(INTERNET_ADDRESS_MAILBOX(address));
     mailboxes.push_back({OneLine(name ? name : ""), OneLine(mailbox ? mailbox : "")});
   }
+}
+
+void NoteAddressWarning(gint64 /*offset*/, GMimeParserWarning warning, const gchar* /*item*/,
+                        gpointer understood) {
+  if (warning == GMIME_WARN_INVALID_ADDRESS_LIST) *static_cast<bool*>(understood) = false;
+}
+
+/// Adds the mailboxes of a well-formed list; false, with nothing added, for any other.
+bool ParseMailboxes(const std::string& text, std::vector<Mailbox>& mailboxes) {
+  bool understood = true;
+  const std::unique_ptr<GMimeParserOptions, decltype(&g_mime_parser_options_free)> options(
+      g_mime_parser_options_clone(ParserOptions()), g_mime_parser_options_free);
+  g_mime_parser_options_set_warning_callback(options.get(), NoteAddressWarning, &understood);
+  const Handle<InternetAddressList> list(internet_address_list_parse(options.get(), text.c_str()));
+  if (list && understood) AppendMailboxes(list.get(), mailboxes);
+  return list && understood;
+}
+
+/// The text cut at commas and semicolons outside quotes, blank pieces left out.
+std::vector<std::string> ListPieces(const std::string& text) {
+  std::vector<std::string> pieces(1);
+  bool is_quoted = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '"') is_quoted = !is_quoted;
+    if (!is_quoted && (text[i] == ',' || text[i] == ';')) {
+      pieces.emplace_back();
+      continue;
+    }
+    pieces.back() += text[i];
+    if (is_quoted && text[i] == '\\' && i + 1 < text.size()) pieces.back() += text[++i];
+  }
+  std::erase_if(pieces, [](const std::string& piece) { return OneLine(piece).empty(); });
+  return pieces;
+}
+
+/// No recipient may vanish because nobody understands it: what looks like an address is one,
+/// anything else is a mailbox with a name alone.
+Mailbox UnparsedMailbox(const std::string& piece) {
+  auto text = DecodeText(piece);
+  std::string_view address = text;
+  if (address.starts_with('<') && address.ends_with('>'))
+    address = address.substr(1, address.size() - 2);
+  const bool is_address = address.find('@') != std::string_view::npos &&
+                          address.find_first_of(" <>()\":") == std::string_view::npos;
+  return is_address ? Mailbox{"", std::string(address)} : Mailbox{std::move(text), ""};
 }
 
 }  // namespace
@@ -113,10 +159,12 @@ std::string DecodeText(std::string_view raw) {
 }
 
 std::vector<Mailbox> DecodeMailboxes(std::string_view raw) {
+  const auto joined = JoinEncodedWords(raw);
   std::vector<Mailbox> mailboxes;
-  const Handle<InternetAddressList> list(
-      internet_address_list_parse(ParserOptions(), JoinEncodedWords(raw).c_str()));
-  if (list) AppendMailboxes(list.get(), mailboxes);
+  if (ParseMailboxes(joined, mailboxes)) return mailboxes;
+  mailboxes.clear();
+  for (const auto& piece : ListPieces(joined))
+    if (!ParseMailboxes(piece, mailboxes)) mailboxes.push_back(UnparsedMailbox(piece));
   return mailboxes;
 }
 

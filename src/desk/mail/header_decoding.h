@@ -15,7 +15,7 @@ struct Mailbox;
 // own.
 
 std::string DecodeText(std::string_view raw);
-/// All mailboxes, those of groups too.
+/// All mailboxes, those of groups too; what is none becomes one without an address.
 std::vector<Mailbox> DecodeMailboxes(std::string_view raw);
 /// Without angle brackets; what is no identifier is left out.
 std::vector<std::string> DecodeIdentifiers(std::string_view raw);

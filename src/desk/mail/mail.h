@@ -9,7 +9,8 @@
 
 namespace corvessa::desk {
 
-/// One address of a header; both texts are UTF-8. A mailbox may lack either of them.
+/// One address of a header; both texts are UTF-8. A mailbox may lack either of them. After loading
+/// an international domain is in its ASCII form.
 struct Mailbox {
   std::string name;
   std::string address;

@@ -52,6 +52,22 @@ TEST(LoadMail, HeaderTextInEveryFormThatTravels) {
   EXPECT_FALSE(mail.date);
 }
 
+TEST(LoadMail, NoRecipientVanishes) {
+  const auto mail = ParseMail(
+      "To: a@b.org; Bob Smith,\n =?utf-8?B?w6k=?= <c@d.org>\nCc: odd.@docomo.example\n"
+      "Bcc: x@b\xC3\xBC"
+      "cher.example, Half <h@x.org\n\n");
+  EXPECT_THAT(mail.to, ElementsAre(Mailbox{"", "a@b.org"}, Mailbox{"Bob Smith", ""},
+                                   Mailbox{"é", "c@d.org"}));
+  EXPECT_THAT(mail.cc, ElementsAre(Mailbox{"", "odd.@docomo.example"}));
+  EXPECT_THAT(mail.bcc,
+              ElementsAre(Mailbox{"", "x@xn--bcher-kva.example"}, Mailbox{"Half", "h@x.org"}));
+  const auto written = FormatMail(mail, MailPurpose::kDraft);
+  EXPECT_THAT(written,
+              ::testing::StartsWith("To: a@b.org, \"Bob Smith\", =?utf-8?B?w6k=?= <c@d.org>\r\n"
+                                    "Cc: odd.@docomo.example\r\n"));
+}
+
 TEST(LoadMail, BodyTextWhateverItsLabelSays) {
   const std::vector<std::pair<std::string, std::string>> bodies = {
       {"charset=utf-8\n\ncaf\xE9 \x80", "café €"},
