@@ -24,8 +24,9 @@ std::optional<Base64Word> FindBase64Word(std::string_view text) {
   if (g_ascii_toupper(text[charset_end + 1]) != 'B' || text[charset_end + 2] != '?')
     return std::nullopt;
   const auto payload = charset_end + 3;
-  const auto payload_end = text.find("?=", payload);
-  if (payload_end == std::string_view::npos) return std::nullopt;
+  const auto payload_end = text.find_first_of("? \t", payload);
+  if (payload_end == std::string_view::npos || !text.substr(payload_end).starts_with("?="))
+    return std::nullopt;
   return Base64Word{text.substr(2, charset_end - 2), text.substr(payload, payload_end - payload),
                     payload_end + 2};
 }
