@@ -36,7 +36,7 @@ platform::RegistryKeyPtr Opened(platform::RegistryKey& root, std::string_view na
 /// A line that the error boundary wrote, or one of the places that word their own.
 bool IsErrorLine(const std::string& entry) {
   static const std::regex pattern(
-      R"(^(\w*::? ?\w+ - |AlreadySeenProductUpdateMessage: |Customize: Error |DeleteTemporaryFiles: Error )");
+      R"re(^(\w*::? ?\w+ - |AlreadySeenProductUpdateMessage: |Customize: Error |DeleteTemporaryFiles: Error ))re");
   return std::regex_search(entry, pattern);
 }
 
