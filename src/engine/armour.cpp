@@ -1,5 +1,8 @@
 #include "engine/armour.h"
 
+#include <array>
+#include <cstdint>
+
 #include "engine/rnp_streams.h"
 #include "engine/status.h"
 
@@ -17,6 +20,42 @@ std::size_t FindLine(std::string_view text, std::string_view line, std::size_t f
     if (starts_line && ends_line) return at;
   }
   return std::string_view::npos;
+}
+
+constexpr std::uint32_t kCrcStart = 0xb704ce;
+constexpr std::uint32_t kCrcPolynomial = 0x864cfb;
+
+constexpr std::array<std::uint32_t, 256> MakeCrcTable() {
+  std::array<std::uint32_t, 256> table{};
+  for (std::uint32_t byte = 0; byte < table.size(); ++byte) {
+    std::uint32_t crc = byte << 16;
+    for (int bit = 0; bit < 8; ++bit) crc = crc << 1 ^ (crc & 0x800000 ? kCrcPolynomial : 0);
+    table[byte] = crc & 0xffffff;
+  }
+  return table;
+}
+
+std::uint32_t Crc24(std::string_view bytes) {
+  static constexpr auto kTable = MakeCrcTable();
+  std::uint32_t crc = kCrcStart;
+  for (const char byte : bytes) {
+    crc = (crc << 8 ^ kTable[(crc >> 16 ^ static_cast<std::uint8_t>(byte)) & 0xff]) & 0xffffff;
+  }
+  return crc;
+}
+
+std::string Base64(std::uint32_t three_bytes) {
+  static constexpr std::string_view kDigits =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string text;
+  for (int shift = 18; shift >= 0; shift -= 6) text += kDigits[three_bytes >> shift & 63];
+  return text;
+}
+
+/// The block's checksum line, if it has one, is that of the bytes. The library does not look at it.
+bool ChecksumFits(std::string_view block, std::string_view bytes) {
+  const auto line = block.rfind("\n=");
+  return line == std::string_view::npos || block.substr(line + 2, 4) == Base64(Crc24(bytes));
 }
 
 }  // namespace
@@ -39,6 +78,9 @@ std::string Dearmour(std::string_view block) {
   stream.Rethrow();
   if (result != RNP_SUCCESS) Fail(kBadContent, "The OpenPGP armour is damaged.");
   stream.Finish(result);
+  if (!ChecksumFits(block, sink.text)) {
+    Fail(kBadContent, "The checksum of the OpenPGP armour is wrong.");
+  }
   return std::move(sink.text);
 }
 

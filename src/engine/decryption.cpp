@@ -99,7 +99,7 @@ bool NamesUnlocked(const EncryptedMessage& message, const EncryptedMessageStart&
 void Decrypt(KeyStore& keys, std::string_view address, const EncryptedMessage& message,
              const PlainOutput& output) {
   const auto start = ReadEncryptedMessageStart(message.start);
-  if (!start) Fail(kBadFormat, "This is no encrypted OpenPGP message.");
+  if (!start) Fail(kBadContent, "The OpenPGP message is damaged or not encrypted.");
   const auto unlocked = UnlockedKeys(keys, address);
   const std::string original(message.start.substr(0, start->length));
   const bool named = NamesUnlocked(message, *start, unlocked);

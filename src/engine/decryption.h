@@ -25,8 +25,8 @@ struct PlainOutput {
 };
 
 /// Decrypts with the unlocked keys, of one address only unless it is empty. What it wrote counts
-/// only when it returns. Failure -13: no unlocked key fits; -3: the message is damaged or carries
-/// no integrity protection; -9: it is no encrypted message.
+/// only when it returns. Failure -13: no unlocked key fits; -3: the message is damaged, not
+/// encrypted or without integrity protection.
 void Decrypt(KeyStore& keys, std::string_view address, const EncryptedMessage& message,
              const PlainOutput& output);
 

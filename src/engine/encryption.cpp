@@ -36,7 +36,7 @@ void Encrypt(rnp_ffi_t ffi, const std::vector<Key>& keys, bool compress, Source&
   const auto op = Create<EncryptOp>(rnp_op_encrypt_create, ffi, stream.input(), stream.output());
   for (const auto& key : keys) Check(rnp_op_encrypt_add_recipient(op.get(), key.get()));
   Check(rnp_op_encrypt_set_cipher(op.get(), "AES256"));
-  Check(rnp_op_encrypt_set_compression(op.get(), compress ? "ZIP" : "Uncompressed", 1));
+  Check(rnp_op_encrypt_set_compression(op.get(), "ZIP", compress ? 1 : 0));
   stream.Finish(rnp_op_encrypt_execute(op.get()));
 }
 

@@ -111,8 +111,15 @@ Key KeyStore::FindPrimary(std::string_view key_id) const {
   return FindKey(ffi_.get(), Text(rnp_key_get_primary_fprint, key.get()));
 }
 
-void KeyStore::AddLookedUp(std::string_view data) {
-  for (const auto& fingerprint : LoadKeys(ffi_.get(), data)) looked_up_.insert(fingerprint);
+void KeyStore::AddLookedUp(std::string_view data,
+                           const std::function<bool(rnp_key_handle_t)>& wanted) {
+  const Ffi scratch = MakeFfi();
+  for (const auto& fingerprint : LoadKeys(scratch.get(), data)) {
+    const auto key = FindKey(scratch.get(), fingerprint);
+    if (!wanted(key.get())) continue;
+    LoadKeys(ffi_.get(), ExportPublic(key.get()));
+    looked_up_.insert(fingerprint);
+  }
 }
 
 bool KeyStore::IsOnlyLookedUp(const std::string& fingerprint) const {

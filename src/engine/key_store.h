@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -41,8 +42,9 @@ class KeyStore {
   /// The primary key that a key ID at hand belongs to; empty when none is loaded.
   Key FindPrimary(std::string_view key_id) const;
 
-  /// Takes a key from a key server into this session. It is never put into a ring.
-  void AddLookedUp(std::string_view data);
+  /// Takes the public half of a key from a key server into this session if it is what was wanted.
+  /// It is never put into a ring.
+  void AddLookedUp(std::string_view data, const std::function<bool(rnp_key_handle_t)>& wanted);
   /// The key came from a key server and is in no ring.
   bool IsOnlyLookedUp(const std::string& fingerprint) const;
 

@@ -1,5 +1,6 @@
 #include "engine/librnp_engine.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "base/error.h"
@@ -11,7 +12,6 @@
 #include "engine/key_facts.h"
 #include "engine/packets.h"
 #include "engine/signing.h"
-#include "engine/verification.h"
 
 namespace corvessa::engine {
 namespace {
@@ -34,6 +34,14 @@ void Fill(platform::IEngineStringVector& vector, const std::vector<std::string>&
 
 }  // namespace
 
+EngineStatus LibrnpEngine::Report(const Verdict& verdict, platform::IEngineStringVector& signers,
+                                  platform::IEngineStringVector& unknown_signers) {
+  Fill(signers, verdict.signers);
+  Fill(unknown_signers, verdict.unknown_signers);
+  if (verdict.status != kGoodSignature) Fail(verdict.status, verdict.message);
+  return verdict.status;
+}
+
 std::shared_ptr<OpenPgpEngine> CreateOpenPgpEngine(EngineConfig config) {
   try {
     return std::make_shared<LibrnpEngine>(std::move(config));
@@ -51,6 +59,12 @@ void LibrnpEngine::SetOption(std::string_view name, std::string_view value) {
     message_version_ = value;
   } else if (name == "pgpSignatureHeader") {
     signature_version_ = value;
+  } else if (name == "lookupKeyservers") {
+    servers_.SetLookup(value);
+  } else if (name == "updateKeyservers") {
+    servers_.SetUpdate(value);
+  } else if (name == "customerID") {
+    servers_.SetCustomer(value);
   } else {
     Raise(kInvalidArgument, "The engine has no option " + std::string(name) + ".");
   }
@@ -62,8 +76,13 @@ void LibrnpEngine::InitEngine() {
 
 EngineStatus LibrnpEngine::QueryKeyPair(std::string_view address, std::string& text) {
   return Attempt([&] {
-    const auto key = keys_.FindUsable(NormalAddress(address), "encrypt");
-    if (!key) Fail(kNoKey, "There is no usable key for " + std::string(address) + ".");
+    const std::string normal = NormalAddress(address);
+    auto key = keys_.FindUsable(normal, "encrypt");
+    if (!key && !LookUpAddresses({normal}).front()) {
+      Fail(kCannotTell, "No key server could be reached to ask for " + normal + ".");
+    }
+    if (!key) key = keys_.FindUsable(normal, "encrypt");
+    if (!key) Fail(kNoKey, "There is no usable key for " + normal + ".");
     text = Text(rnp_key_get_fprint, key.get());
     return kDone;
   });
@@ -85,15 +104,44 @@ EngineStatus LibrnpEngine::SignText(std::string_view text, const platform::Engin
   });
 }
 
-std::vector<Key> LibrnpEngine::RecipientKeys(const platform::IEngineStringVector& recipients) {
-  std::vector<Key> keys;
-  for (std::int32_t i = 0; i < recipients.Size(); ++i) {
-    const std::string address = NormalAddress(recipients.Item(static_cast<std::int16_t>(i)));
-    auto key = keys_.FindUsable(address, "encrypt");
-    if (!key) Fail(kNoKey, "There is no usable key for " + address + ".");
-    keys.push_back(std::move(key));
+std::vector<bool> LibrnpEngine::LookUpAddresses(const std::vector<std::string>& addresses) {
+  std::vector<bool> could_tell;
+  const auto answers = servers_.LookUp(addresses);
+  for (std::size_t i = 0; i < addresses.size(); ++i) {
+    // Key servers match words, so a key that came need not be one that was asked for.
+    const auto carries = [&](rnp_key_handle_t key) { return CarriesAddress(key, addresses[i]); };
+    for (const auto& data : answers[i].keys) keys_.AddLookedUp(data, carries);
+    could_tell.push_back(answers[i].reached);
   }
-  if (keys.empty()) Fail(kNoKey, "There is nobody to encrypt for.");
+  return could_tell;
+}
+
+FindSigner LibrnpEngine::SignerFinder() {
+  return [this](const std::string& key_id) {
+    const auto has_id = [&](rnp_key_handle_t key) {
+      return std::ranges::count(FactsOf(key).key_ids, key_id) > 0;
+    };
+    const auto answers = servers_.LookUp({"0x" + key_id});
+    for (const auto& data : answers.front().keys) keys_.AddLookedUp(data, has_id);
+  };
+}
+
+std::vector<Key> LibrnpEngine::RecipientKeys(const platform::IEngineStringVector& recipients) {
+  std::vector<std::string> addresses;
+  std::vector<std::string> missing;
+  for (std::int32_t i = 0; i < recipients.Size(); ++i) {
+    addresses.push_back(NormalAddress(recipients.Item(static_cast<std::int16_t>(i))));
+    if (!keys_.FindUsable(addresses.back(), "encrypt")) missing.push_back(addresses.back());
+  }
+  if (addresses.empty()) Fail(kNoKey, "There is nobody to encrypt for.");
+  const auto could_tell = LookUpAddresses(missing);
+  for (std::size_t i = 0; i < missing.size(); ++i) {
+    if (keys_.FindUsable(missing[i], "encrypt")) continue;
+    if (could_tell[i]) Fail(kNoKey, "There is no usable key for " + missing[i] + ".");
+    Fail(kIoTrouble, "No key server could be reached to ask for " + missing[i] + ".");
+  }
+  std::vector<Key> keys;
+  for (const auto& address : addresses) keys.push_back(keys_.FindUsable(address, "encrypt"));
   return keys;
 }
 
@@ -135,14 +183,12 @@ EngineStatus LibrnpEngine::VerifyText(std::string_view signed_text,
   return Attempt([&] {
     auto parts = ReadClearSigned(signed_text);
     const std::string signature = Dearmour(parts.signature);
+    if (!IsSignature(signature)) Fail(kBadContent, "The signature is damaged.");
     TextSource source(parts.content);
-    const auto verdict = Verify(
-        keys_, [](const std::string&) {}, source, signature, true);
-    Fill(signers, verdict.signers);
-    Fill(unknown_signers, verdict.unknown_signers);
-    if (verdict.status != kGoodSignature) Fail(verdict.status, verdict.message);
+    const auto verdict = Verify(keys_, SignerFinder(), source, signature, true);
+    const auto status = Report(verdict, signers, unknown_signers);
     content = std::move(parts.content);
-    return verdict.status;
+    return status;
   });
 }
 

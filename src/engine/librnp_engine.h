@@ -6,8 +6,10 @@
 #include <vector>
 
 #include "engine/engine.h"
+#include "engine/key_servers.h"
 #include "engine/key_store.h"
 #include "engine/status.h"
+#include "engine/verification.h"
 
 namespace corvessa::engine {
 
@@ -57,9 +59,16 @@ class LibrnpEngine final : public OpenPgpEngine {
   template <typename Operation>
   EngineStatus Attempt(Operation operation);
   std::vector<Key> RecipientKeys(const platform::IEngineStringVector& recipients);
+  /// Gets the addresses' keys from the key servers into the session, as far as they have any. The
+  /// answers are in the addresses' order: could it be told?
+  std::vector<bool> LookUpAddresses(const std::vector<std::string>& addresses);
+  FindSigner SignerFinder();
+  static EngineStatus Report(const Verdict& verdict, platform::IEngineStringVector& signers,
+                             platform::IEngineStringVector& unknown_signers);
 
   EngineConfig config_;
   KeyStore keys_;
+  KeyServers servers_;
   std::string message_version_;
   std::string signature_version_;
   bool anonymous_ = false;

@@ -1,29 +1,161 @@
+#include <algorithm>
+#include <sys/stat.h>
+
+#include "engine/addresses.h"
+#include "engine/adks.h"
+#include "engine/armour.h"
+#include "engine/decryption.h"
+#include "engine/encryption.h"
+#include "engine/file_source.h"
 #include "engine/librnp_engine.h"
+#include "engine/packets.h"
+#include "engine/signing.h"
 
 namespace corvessa::engine {
+namespace {
+
+// Larger than any armoured signature of a few hundred signers.
+constexpr std::size_t kMaxSignatureFile = std::size_t{1} << 20;
+constexpr std::string_view kArmourStart = "-----BEGIN PGP MESSAGE-----";
+
+/// Pieces of the start, the middle and the end.
+std::string Samples(const LocalFile& file) {
+  constexpr std::uint64_t kPiece = 16384;
+  const std::uint64_t size = file.Size();
+  std::string samples;
+  for (const std::uint64_t offset : {std::uint64_t{0}, size / 2, size - std::min(size, kPiece)}) {
+    samples += file.ReadAt(offset, kPiece);
+  }
+  return samples;
+}
+
+bool StartsWithArmour(std::string_view start) {
+  const auto first = start.find_first_not_of(" \t\r\n");
+  return first != std::string_view::npos && start.substr(first).starts_with(kArmourStart);
+}
+
+void HideRecipientsOf(AtomicFile& file) {
+  const LocalFile written = file.Reopened();
+  std::string start = written.ReadAt(0, kMaxMessageStart);
+  HideRecipients(start);
+  file.WriteAt(0, start);
+}
+
+[[noreturn]] void FailNoMessage(std::string_view path) {
+  Fail(kBadFormat, std::string(path) + " is no encrypted file.");
+}
+
+/// The file's bytes out of their armour, in a nameless file.
+LocalFile Dearmoured(const LocalFile& armoured, const std::filesystem::path& folder,
+                     std::string_view path) {
+  AtomicFile binary(folder / "dearmoured");
+  FileSource source(armoured);
+  const Stream stream(source, binary);
+  const auto result = rnp_dearmor(stream.input(), stream.output());
+  stream.Rethrow();
+  rnp_output_finish(stream.output());
+  LocalFile reopened = binary.Reopened();
+  // A text that only looks like armour at its start is an ordinary file.
+  if (!ReadEncryptedMessageStart(reopened.ReadAt(0, kMaxMessageStart))) FailNoMessage(path);
+  if (result != RNP_SUCCESS)
+    Fail(kBadContent, "The armour of " + std::string(path) + " is damaged.");
+  return reopened;
+}
+
+void KeepMode(const LocalFile& from, const AtomicFile& to) {
+  struct stat status = {};
+  if (fstat(from.descriptor(), &status) == 0) fchmod(to.descriptor(), status.st_mode & 07777);
+}
+
+/// The binary signature in a signature file. Failure -9: it holds none.
+std::string SignatureIn(std::string_view path, const std::filesystem::path& file) {
+  std::string bytes = ReadWholeFile(file, kMaxSignatureFile);
+  if (const auto found = FindArmour(bytes, "SIGNATURE")) bytes = Dearmour(found->block);
+  if (!IsSignature(bytes)) Fail(kBadFormat, std::string(path) + " holds no signature.");
+  return bytes;
+}
+
+}  // namespace
 
 EngineStatus LibrnpEngine::SignFile(std::string_view path, std::string& signature_path) {
-  (void)path;
-  (void)signature_path;
-  return kUnexpected;
+  return Attempt([&] {
+    const auto file = LocalFile::OpenForReading(config_.local_path(path));
+    FileSource source(file);
+    const std::string signature = SignDetached(keys_, source, signature_version_);
+    const std::string temporary = config_.new_temporary_path();
+    AtomicFile output(config_.local_path(temporary));
+    output.Write(signature);
+    output.Commit();
+    signature_path = temporary;
+    return kDone;
+  });
 }
-EngineStatus LibrnpEngine::DecryptFileEx(std::string_view, const platform::EngineAccount*) {
-  return kUnexpected;
+
+EngineStatus LibrnpEngine::EncryptFileToFile(const platform::IEngineStringVector& recipients,
+                                             std::string_view path,
+                                             std::string_view encrypted_path) {
+  return Attempt([&] {
+    const auto file = LocalFile::OpenForReading(config_.local_path(path));
+    const auto keys = RecipientKeys(recipients);
+    FileSource source(file);
+    AtomicFile output(config_.local_path(encrypted_path));
+    Encrypt(keys_.ffi(), keys, IsWorthCompressing(Samples(file)), source, output);
+    if (anonymous_) HideRecipientsOf(output);
+    output.Commit();
+    return kDone;
+  });
 }
-EngineStatus LibrnpEngine::VerifyFile(std::string_view, std::string_view,
-                                      platform::IEngineStringVector&,
-                                      platform::IEngineStringVector&) {
-  return kUnexpected;
+
+EngineStatus LibrnpEngine::DecryptFileEx(std::string_view path,
+                                         const platform::EngineAccount* account) {
+  return Attempt([&] {
+    const auto local = config_.local_path(path);
+    const auto original = LocalFile::OpenForReading(local);
+    LocalFile dearmoured;
+    std::string start = original.ReadAt(0, kMaxMessageStart);
+    if (StartsWithArmour(start)) {
+      dearmoured = Dearmoured(original, local.parent_path(), path);
+      start = dearmoured.ReadAt(0, kMaxMessageStart);
+    } else if (!ReadEncryptedMessageStart(start)) {
+      FailNoMessage(path);
+    }
+    const LocalFile& binary = dearmoured.IsOpen() ? dearmoured : original;
+    AtomicFile output(local);
+    const EncryptedMessage message{start, [&](std::string_view replacement) {
+                                     return std::make_unique<FileSource>(binary, replacement);
+                                   }};
+    const std::string address = account ? NormalAddress(account->address) : std::string();
+    Decrypt(keys_, address, message, {output, [&] { output.Clear(); }});
+    KeepMode(original, output);
+    // The encrypted file may be the only copy of its content.
+    output.CommitDurably();
+    return kDone;
+  });
 }
-EngineStatus LibrnpEngine::EncryptFileToFile(const platform::IEngineStringVector&, std::string_view,
-                                             std::string_view) {
-  return kUnexpected;
+
+EngineStatus LibrnpEngine::VerifyFile(std::string_view path, std::string_view signature_path,
+                                      platform::IEngineStringVector& signers,
+                                      platform::IEngineStringVector& unknown_signers) {
+  return Attempt([&] {
+    const auto file = LocalFile::OpenForReading(config_.local_path(path));
+    const std::string signature = SignatureIn(signature_path, config_.local_path(signature_path));
+    FileSource source(file);
+    return Report(Verify(keys_, SignerFinder(), source, signature, false), signers,
+                  unknown_signers);
+  });
 }
-EngineStatus LibrnpEngine::GetAddressADKs(std::string_view, platform::IEngineStringVector&) {
-  return kDone;
+
+EngineStatus LibrnpEngine::GetAddressADKs(std::string_view address,
+                                          platform::IEngineStringVector& addresses) {
+  return Attempt([&] {
+    for (const auto& found : FindAdks(config_.adk_file, address)) addresses.Add(found);
+    return kDone;
+  });
 }
-EngineStatus LibrnpEngine::GetRecipientADKs(std::string_view, platform::IEngineStringVector&) {
-  return kDone;
+
+EngineStatus LibrnpEngine::GetRecipientADKs(std::string_view recipient,
+                                            platform::IEngineStringVector& addresses) {
+  return GetAddressADKs(recipient, addresses);
 }
 
 }  // namespace corvessa::engine

@@ -159,8 +159,14 @@ EngineStatus LibrnpEngine::ListKeys(std::vector<KeyInfo>& keys) {
   });
 }
 
-EngineStatus LibrnpEngine::PublishKeys(std::string_view) {
-  return kUnexpected;
+EngineStatus LibrnpEngine::PublishKeys(std::string_view address) {
+  return Attempt([&] {
+    std::string trouble;
+    if (!servers_.Publish(Exported(keys_.rings(), address, false), trouble)) {
+      Fail(kIoTrouble, trouble);
+    }
+    return kDone;
+  });
 }
 
 }  // namespace corvessa::engine

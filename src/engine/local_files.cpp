@@ -1,5 +1,6 @@
 #include "engine/local_files.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -56,18 +57,25 @@ std::uint64_t LocalFile::Size() const {
 }
 
 std::string LocalFile::ReadAt(std::uint64_t offset, std::size_t size) const {
-  std::string bytes(size, '\0');
+  const std::uint64_t whole = Size();
+  std::string bytes(
+      static_cast<std::size_t>(std::min<std::uint64_t>(size, whole - std::min(offset, whole))),
+      '\0');
+  bytes.resize(ReadAt(offset, bytes.data(), bytes.size()));
+  return bytes;
+}
+
+std::size_t LocalFile::ReadAt(std::uint64_t offset, char* buffer, std::size_t size) const {
   std::size_t done = 0;
   while (done < size) {
     const auto count =
-        pread(descriptor_, bytes.data() + done, size - done, static_cast<off_t>(offset + done));
+        pread(descriptor_, buffer + done, size - done, static_cast<off_t>(offset + done));
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) FailOn("the file", "read");
     if (count == 0) break;
     done += static_cast<std::size_t>(count);
   }
-  bytes.resize(done);
-  return bytes;
+  return done;
 }
 
 AtomicFile::AtomicFile(std::filesystem::path path) : path_(std::move(path)) {

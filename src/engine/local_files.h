@@ -27,6 +27,7 @@ class LocalFile final {
   std::uint64_t Size() const;
   /// Up to `size` bytes from `offset` on; fewer at the end of the file.
   std::string ReadAt(std::uint64_t offset, std::size_t size) const;
+  std::size_t ReadAt(std::uint64_t offset, char* buffer, std::size_t size) const;
 
  private:
   int descriptor_ = -1;
@@ -50,6 +51,8 @@ class AtomicFile final : public Sink {
   void CommitDurably();
   /// For a file that can be made again.
   void Commit();
+  /// What was written so far, to be read; it stays readable when the file is removed.
+  LocalFile Reopened() const { return LocalFile::OpenForReading(temporary_); }
   int descriptor() const { return file_.descriptor(); }
 
  private:

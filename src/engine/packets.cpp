@@ -154,6 +154,11 @@ bool RevealRecipients(std::string& message_start, const EncryptedMessageStart& s
   return revealed;
 }
 
+bool IsSignature(std::string_view bytes) {
+  const auto header = ReadPacketHeader(bytes);
+  return header && header->tag == kSignaturePacket;
+}
+
 std::vector<RingPiece> SplitKeyRing(std::string_view ring, bool& damaged) {
   std::vector<RingPiece> keys;
   std::size_t position = 0;

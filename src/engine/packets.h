@@ -66,6 +66,9 @@ void HideRecipients(std::string& message);
 bool RevealRecipients(std::string& message_start, const EncryptedMessageStart& start, int algorithm,
                       std::string_view key_id);
 
+/// The bytes start like a signature.
+bool IsSignature(std::string_view bytes);
+
 /// One transferable key of a key ring: its primary key packet and all that belongs to it.
 struct RingPiece {
   std::size_t offset = 0;

@@ -1,0 +1,138 @@
+#include "engine/http_requests.h"
+
+#include <algorithm>
+#include <curl/curl.h>
+#include <memory>
+#include <utility>
+
+#include "engine/status.h"
+
+namespace corvessa::engine {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct CurlDeleter {
+  void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
+  void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+  void operator()(char* text) const { curl_free(text); }
+};
+struct MultiDeleter {
+  void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
+};
+using Easy = std::unique_ptr<CURL, CurlDeleter>;
+using Headers = std::unique_ptr<curl_slist, CurlDeleter>;
+using Multi = std::unique_ptr<CURLM, MultiDeleter>;
+
+void InitialiseOnce() {
+  static const CURLcode result = curl_global_init(CURL_GLOBAL_DEFAULT);
+  if (result != CURLE_OK) Fail(kIoTrouble, curl_easy_strerror(result));
+}
+
+/// One request on its way. It stays where it is: the transfer points to it.
+class Transfer {
+ public:
+  Transfer(const HttpRequest& request, std::size_t max_size) : max_size_(max_size) {
+    CURL* const easy = easy_.get();
+    curl_easy_setopt(easy, CURLOPT_URL, request.url.c_str());
+    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
+    curl_easy_setopt(easy, CURLOPT_MAXREDIRS, 3L);
+    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(easy, CURLOPT_PRIVATE, this);
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Transfer::Take);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+    if (!request.customer.empty()) {
+      headers_.reset(
+          curl_slist_append(nullptr, ("X-Nimbra-CustomerID: " + request.customer).c_str()));
+      curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers_.get());
+    }
+    if (!request.form.empty()) {
+      curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE,
+                       static_cast<curl_off_t>(request.form.size()));
+      curl_easy_setopt(easy, CURLOPT_COPYPOSTFIELDS, request.form.c_str());
+    }
+  }
+  Transfer(const Transfer&) = delete;
+  Transfer& operator=(const Transfer&) = delete;
+
+  CURL* easy() const { return easy_.get(); }
+
+  void Finish(CURLcode result) {
+    if (result != CURLE_OK) {
+      answer_ = {0, {}, curl_easy_strerror(result)};
+      return;
+    }
+    curl_easy_getinfo(easy(), CURLINFO_RESPONSE_CODE, &answer_.status);
+    answer_.trouble = "it answered " + std::to_string(answer_.status);
+  }
+  HttpAnswer TakeAnswer() { return std::move(answer_); }
+
+ private:
+  static std::size_t Take(char* bytes, std::size_t, std::size_t size, void* self) {
+    auto& transfer = *static_cast<Transfer*>(self);
+    std::string& body = transfer.answer_.body;
+    if (size > transfer.max_size_ - body.size()) return 0;
+    body.append(bytes, size);
+    return size;
+  }
+
+  std::size_t max_size_;
+  Easy easy_{curl_easy_init()};
+  Headers headers_;
+  HttpAnswer answer_{0, {}, "it did not answer in time"};
+};
+
+void FinishDone(CURLM* multi) {
+  int left = 0;
+  while (const CURLMsg* const message = curl_multi_info_read(multi, &left)) {
+    if (message->msg != CURLMSG_DONE) continue;
+    char* transfer = nullptr;
+    curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &transfer);
+    reinterpret_cast<Transfer*>(transfer)->Finish(message->data.result);
+  }
+}
+
+void RunUntil(CURLM* multi, Clock::time_point deadline) {
+  int running = 1;
+  while (running > 0 && Clock::now() < deadline) {
+    if (curl_multi_perform(multi, &running) != CURLM_OK) return;
+    FinishDone(multi);
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+    if (running > 0 && left.count() > 0) {
+      curl_multi_poll(multi, nullptr, 0, static_cast<int>(left.count()), nullptr);
+    }
+  }
+}
+
+}  // namespace
+
+std::vector<HttpAnswer> Perform(const std::vector<HttpRequest>& requests, std::size_t max_size,
+                                std::chrono::milliseconds total_time) {
+  if (requests.empty()) return {};
+  InitialiseOnce();
+  const Multi multi(curl_multi_init());
+  curl_multi_setopt(multi.get(), CURLMOPT_MAX_HOST_CONNECTIONS, 8L);
+  std::vector<std::unique_ptr<Transfer>> transfers;
+  for (const auto& request : requests) {
+    transfers.push_back(std::make_unique<Transfer>(request, max_size));
+    curl_multi_add_handle(multi.get(), transfers.back()->easy());
+  }
+  RunUntil(multi.get(), Clock::now() + total_time);
+  std::vector<HttpAnswer> answers;
+  for (const auto& transfer : transfers) {
+    curl_multi_remove_handle(multi.get(), transfer->easy());
+    answers.push_back(transfer->TakeAnswer());
+  }
+  return answers;
+}
+
+std::string UrlEncoded(std::string_view text) {
+  const std::unique_ptr<char, CurlDeleter> encoded(
+      curl_easy_escape(nullptr, text.data(), static_cast<int>(text.size())));
+  return encoded ? encoded.get() : std::string();
+}
+
+}  // namespace corvessa::engine

@@ -1,0 +1,115 @@
+#include "engine/key_servers.h"
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+
+#include "base/error.h"
+#include "engine/armour.h"
+#include "engine/http_requests.h"
+#include "engine/packets.h"
+#include "engine/status.h"
+
+namespace corvessa::engine {
+namespace {
+
+constexpr auto kTotalTime = std::chrono::seconds(10);
+constexpr std::size_t kMaxKeySize = std::size_t{1} << 20;
+constexpr std::size_t kMaxKeys = 32;
+// Armour takes four characters for three bytes, and line ends.
+constexpr std::size_t kMaxAnswer = kMaxKeySize * kMaxKeys / 2 * 3;
+constexpr std::string_view kBlock = "PUBLIC KEY BLOCK";
+
+std::vector<std::string> Servers(std::string_view list) {
+  std::vector<std::string> servers;
+  while (true) {
+    const auto begin = list.find_first_not_of(" ,\t");
+    if (begin == std::string_view::npos) return servers;
+    const auto end = std::min(list.find_first_of(" ,\t", begin), list.size());
+    std::string server(list.substr(begin, end - begin));
+    list.remove_prefix(end);
+    if (!server.starts_with("http://") && !server.starts_with("https://")) {
+      Raise(kInvalidArgument, "\"" + server + "\" is no http or https address of a key server.");
+    }
+    while (server.ends_with('/')) server.pop_back();
+    servers.push_back(std::move(server));
+  }
+}
+
+bool TakeAnswer(const HttpAnswer& answer, KeyServers::Answer& into) {
+  if (answer.status == 404) return true;
+  return answer.status == 200 && ReadKeyServerAnswer(answer.body, into.keys);
+}
+
+}  // namespace
+
+bool ReadKeyServerAnswer(std::string_view answer, std::vector<std::string>& keys) {
+  auto block = FindArmour(answer, kBlock);
+  if (!block) return false;
+  for (; block; block = FindArmour(block->after, kBlock)) {
+    std::string ring;
+    try {
+      ring = Dearmour(block->block);
+    } catch (const Failure&) {
+      return false;
+    }
+    bool damaged = false;
+    for (const auto& piece : SplitKeyRing(ring, damaged)) {
+      if (keys.size() >= kMaxKeys) return true;
+      if (piece.length <= kMaxKeySize) keys.push_back(ring.substr(piece.offset, piece.length));
+    }
+    if (damaged) return false;
+  }
+  return true;
+}
+
+void KeyServers::SetLookup(std::string_view servers) {
+  lookup_ = Servers(servers);
+}
+
+void KeyServers::SetUpdate(std::string_view servers) {
+  update_ = Servers(servers);
+}
+
+std::vector<KeyServers::Answer> KeyServers::LookUp(const std::vector<std::string>& searches) const {
+  std::vector<HttpRequest> requests;
+  for (const auto& search : searches) {
+    for (const auto& server : lookup_) {
+      requests.push_back(
+          {server + "/pks/lookup?op=get&options=mr&exact=on&search=" + UrlEncoded(search),
+           customer_,
+           {}});
+    }
+  }
+  const auto responses = Perform(requests, kMaxAnswer, kTotalTime);
+  std::vector<Answer> answers(searches.size());
+  for (std::size_t i = 0; i < searches.size(); ++i) {
+    answers[i].reached = lookup_.empty();
+    for (std::size_t j = 0; j < lookup_.size(); ++j) {
+      const bool believed = TakeAnswer(responses[i * lookup_.size() + j], answers[i]);
+      answers[i].reached = answers[i].reached || believed;
+    }
+  }
+  return answers;
+}
+
+bool KeyServers::Publish(const std::string& armoured, std::string& trouble) const {
+  if (update_.empty()) {
+    trouble = "There is no key server to publish to.";
+    return false;
+  }
+  std::vector<HttpRequest> requests;
+  for (const auto& server : update_) {
+    requests.push_back({server + "/pks/add", customer_, "keytext=" + UrlEncoded(armoured)});
+  }
+  const auto responses = Perform(requests, kMaxAnswer, kTotalTime);
+  for (std::size_t i = 0; i < update_.size(); ++i) {
+    if (responses[i].status == 200) continue;
+    trouble =
+        "The key server " + update_[i] + " did not take the key: " + responses[i].trouble + ".";
+    return false;
+  }
+  return true;
+}
+
+}  // namespace corvessa::engine

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace corvessa::engine {
+
+/// The HKP key servers. Whatever they answer is only bytes: the caller judges the keys.
+class KeyServers {
+ public:
+  /// Blank- or comma-separated http(s) addresses. Throws Error for another kind of address.
+  void SetLookup(std::string_view servers);
+  void SetUpdate(std::string_view servers);
+  /// Sent with every request as a header line; none when empty.
+  void SetCustomer(std::string_view customer) { customer_ = customer; }
+
+  /// What the look-up servers said about one search.
+  struct Answer {
+    std::vector<std::string> keys;  ///< single binary keys, of all servers in their order
+    bool reached =
+        true;  ///< at least one server gave an answer that can be believed, or there is none
+  };
+  /// Searches for several texts (addresses, or key IDs as "0x…") at once, on all servers, within
+  /// ten seconds in all.
+  std::vector<Answer> LookUp(const std::vector<std::string>& searches) const;
+
+  /// Sends an armoured key to every update server. False: there is none, or one did not take it;
+  /// `trouble` then says which and why.
+  bool Publish(const std::string& armoured, std::string& trouble) const;
+
+ private:
+  std::vector<std::string> lookup_;
+  std::vector<std::string> update_;
+  std::string customer_;
+};
+
+/// The keys of a key server's answer: those of its armoured blocks, each at most 1 MiB, at most 32.
+/// False when the answer is not what a key server says (no armour, or damaged).
+bool ReadKeyServerAnswer(std::string_view answer, std::vector<std::string>& keys);
+
+}  // namespace corvessa::engine
