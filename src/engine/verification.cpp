@@ -68,12 +68,20 @@ bool IsImpostor(const KeyStore& keys, rnp_key_handle_t primary, const std::strin
   return keys.IsOnlyLookedUp(Text(rnp_key_get_fprint, primary)) && keys.IsInRings(address);
 }
 
+Finding NoUsableKey(const std::string& address) {
+  return {Kind::kInvalidKey, address, "The key of " + address + " is expired or revoked."};
+}
+
+// The library calls every signature of a revoked key invalid, whether it fits the content or not.
+bool IsRevoked(const KeyStore& keys, const std::string& key_id, rnp_key_handle_t primary) {
+  const auto key = Make<Key>(rnp_locate_key, keys.ffi(), "keyid", key_id.c_str());
+  return Get<bool>(rnp_key_is_revoked, primary) || Get<bool>(rnp_key_is_revoked, key.get());
+}
+
 Finding JudgeGood(const KeyStore& keys, rnp_op_verify_signature_t signature,
                   rnp_key_handle_t primary, const std::string& address) {
   const auto key = Make<Key>(rnp_op_verify_signature_get_key, signature);
-  if (!IsUsable(primary) || !IsUsable(key.get())) {
-    return {Kind::kInvalidKey, address, "The key of " + address + " is expired or revoked."};
-  }
+  if (!IsUsable(primary) || !IsUsable(key.get())) return NoUsableKey(address);
   if (IsImpostor(keys, primary, address)) {
     return {Kind::kInvalidKey, address,
             "The key that signed is not the key in your rings for " + address + "."};
@@ -90,12 +98,13 @@ Finding Judge(const KeyStore& keys, rnp_op_verify_signature_t signature, bool te
     return {Kind::kUnknown, key_id, "The signer's key " + key_id + " is not to be had."};
   }
   const std::string address = MainAddress(primary.get());
-  if (status == RNP_ERROR_SIGNATURE_INVALID) {
+  if (status == RNP_ERROR_SIGNATURE_INVALID && !IsRevoked(keys, key_id, primary.get())) {
     return {Kind::kBad, address, "The signature of " + address + " does not fit the content."};
   }
   if (status == RNP_ERROR_SIGNATURE_EXPIRED) {
     return {Kind::kOther, address, "The signature of " + address + " has expired."};
   }
+  if (status == RNP_ERROR_SIGNATURE_INVALID) return NoUsableKey(address);
   if (status != RNP_SUCCESS || !IsForDocuments(handle.get(), text_only)) {
     return {Kind::kOther, address, "The signature of " + address + " is of an unknown kind."};
   }
