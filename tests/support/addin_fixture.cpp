@@ -71,6 +71,8 @@ desk::OutlookOptions OutlookSetup(const FixtureOptions& options, desk::ProfileFi
 
 AddInFixture::AddInFixture(FixtureOptions options)
     : outlook(OutlookSetup(options, files, clipboard)) {
+  // While a key is open nothing is saved; no test needs this on disk.
+  const auto open_meanwhile = Opened(registry.LocalMachine(), "Version");
   SetEdition("AppShortName", "Corvessa");
   SetEdition("AppLongName", "Corvessa Professional for Outlook");
   SetPreference("LogDebuggingInfo", 1);

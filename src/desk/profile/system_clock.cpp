@@ -1,0 +1,48 @@
+#include "desk/profile/system_clock.h"
+
+#include <array>
+#include <chrono>
+#include <locale.h>
+#include <memory>
+#include <time.h>
+#include <type_traits>
+#include <unistd.h>
+
+namespace corvessa::desk {
+namespace {
+
+/// The user's date and time form alone; the process keeps its own locale, which the logic relies on
+/// to be nobody's in particular.
+locale_t DateLocale() {
+  static const std::unique_ptr<std::remove_pointer_t<locale_t>, void (*)(locale_t)> users(
+      newlocale(LC_TIME_MASK | LC_CTYPE_MASK, "", nullptr), freelocale);
+  static const std::unique_ptr<std::remove_pointer_t<locale_t>, void (*)(locale_t)> classic(
+      newlocale(LC_ALL_MASK, "C", nullptr), freelocale);
+  return users ? users.get() : classic.get();
+}
+
+}  // namespace
+
+std::string SystemClock::DateTimeText() {
+  const time_t now = time(nullptr);
+  struct tm local {};
+  localtime_r(&now, &local);
+  std::array<char, 200> text;
+  const std::size_t length = strftime_l(text.data(), text.size(), "%x %X", &local, DateLocale());
+  return {text.data(), length};
+}
+
+void SystemClock::Randomize() {
+  const auto now = std::chrono::system_clock::now().time_since_epoch().count();
+  std::seed_seq seed{static_cast<std::uint32_t>(now), static_cast<std::uint32_t>(now >> 32),
+                     static_cast<std::uint32_t>(getpid())};
+  generator_.seed(seed);
+}
+
+double SystemClock::Random() {
+  // 53 bits are what a double takes exactly, so that 1 is never reached by rounding.
+  constexpr double kScale = 1.0 / 9007199254740992.0;
+  return static_cast<double>(generator_() >> 11) * kScale;
+}
+
+}  // namespace corvessa::desk

@@ -1,0 +1,78 @@
+#include "desk/profile/system_shell.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+#include "base/error.h"
+#include "base/text.h"
+#include "desk/profile/posix_file.h"
+
+namespace corvessa::desk {
+namespace {
+
+bool IsWebPage(std::string_view url) {
+  const std::string lower = LCase(url);
+  const auto is_control = [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7F'; };
+  return (lower.starts_with("http://") || lower.starts_with("https://")) &&
+         std::none_of(url.begin(), url.end(), is_control);
+}
+
+/// In the new process, so system calls only. Reports into the pipe when the program does not start;
+/// a started one closes it unwritten.
+[[noreturn]] void Become(char* const* arguments, int report) {
+  const int nowhere = open("/dev/null", O_RDWR);
+  for (int stream = 0; stream <= 2; ++stream) dup2(nowhere, stream);
+  execvp(arguments[0], arguments);
+  const int failure = errno;
+  const ssize_t ignored = write(report, &failure, sizeof failure);
+  static_cast<void>(ignored);
+  _exit(127);
+}
+
+/// Starts a program that outlives this one and leaves nothing to wait for: it is the child of a
+/// child that ends at once. Gives the errno of a failure, or 0.
+int StartDetached(char* const* arguments) {
+  std::array<int, 2> ends{};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) return errno;
+  const FileDescriptor report(ends[0]);
+  FileDescriptor child_report(ends[1]);
+  const pid_t child = fork();
+  if (child < 0) return errno;
+  if (child == 0) {
+    setsid();
+    const pid_t detached = fork();
+    if (detached == 0) Become(arguments, child_report.Get());
+    _exit(detached < 0 ? 1 : 0);
+  }
+  child_report = FileDescriptor();
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  if (status != 0) return EAGAIN;
+  int failure = 0;
+  ssize_t got = 0;
+  do {
+    got = read(report.Get(), &failure, sizeof failure);
+  } while (got < 0 && errno == EINTR);
+  return got == sizeof failure ? failure : 0;
+}
+
+}  // namespace
+
+void SystemShell::OpenPage(std::string_view url) {
+  if (!IsWebPage(url)) Raise(kInvalidArgument, "Only http and https pages are opened");
+  std::string page(url);
+  std::array<char*, 3> arguments{opener_.data(), page.data(), nullptr};
+  if (const int failure = StartDetached(arguments.data()); failure != 0) {
+    Raise(kFileNotFound, opener_ + " cannot be started to open " + page + ": " +
+                             std::generic_category().message(failure));
+  }
+}
+
+}  // namespace corvessa::desk
