@@ -91,19 +91,48 @@ std::string SolidBlocks(int blocks, int mean) {
   return bits.Finish();
 }
 
+/// Codes of three bits, the low bit first. The table is cleared before each pair of pixels, so that
+/// it never grows to longer codes.
+std::string SolidCodes(std::size_t pixels) {
+  constexpr unsigned kClear = 4;
+  constexpr unsigned kEnd = 5;
+  std::string out;
+  unsigned pending = 0;
+  int filled = 0;
+  const auto put = [&](unsigned code) {
+    pending |= code << filled;
+    for (filled += 3; filled >= 8; filled -= 8, pending >>= 8) Append(out, {pending});
+  };
+  for (std::size_t i = 0; i < pixels; ++i) {
+    if (i % 2 == 0) put(kClear);
+    put(0);
+  }
+  put(kEnd);
+  Append(out, {pending});
+  return out;
+}
+
 }  // namespace
 
 std::string SolidGif(int width, int height, unsigned colour) {
   std::string out = "GIF89a";
   AppendLittle16(out, width);
   AppendLittle16(out, height);
-  // A palette of two colours, of which the first is the background that fills the screen.
+  // A palette of two colours, of which the first is used.
   Append(out, {0x80, 0, 0});
   Append(out, {colour >> 16, colour >> 8, colour, 0, 0, 0});
-  // One pixel in the corner: the smallest picture that a GIF can hold.
   out.push_back(',');
-  for (const int number : {0, 0, 1, 1}) AppendLittle16(out, number);
-  Append(out, {0, 2, 2, 0x44, 0x01, 0, ';'});
+  for (const int number : {0, 0, width, height}) AppendLittle16(out, number);
+  Append(out, {0, 2});
+  const std::string codes =
+      SolidCodes(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+  for (std::size_t at = 0; at < codes.size(); at += 255) {
+    const std::string block = codes.substr(at, 255);
+    Append(out, {static_cast<unsigned>(block.size())});
+    out += block;
+  }
+  Append(out, {0});
+  out.push_back(';');
   return out;
 }
 
