@@ -36,7 +36,8 @@ platform::RegistryKeyPtr Opened(platform::RegistryKey& root, std::string_view na
 /// A line that the error boundary wrote, or one of the places that word their own.
 bool IsErrorLine(const std::string& entry) {
   static const std::regex pattern(
-      R"re(^(\w*::? ?\w+ - |AlreadySeenProductUpdateMessage: |Customize: Error |DeleteTemporaryFiles: Error ))re");
+      R"re(^(\w*::? ?\w+ - |AlreadySeenProductUpdateMessage: |Customize: Error )re"
+      R"re(|DeleteTemporaryFiles: Error code: [^0]|m_oApplication_ItemSend: (?!Sending original)))re");
   return std::regex_search(entry, pattern);
 }
 

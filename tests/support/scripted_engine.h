@@ -45,14 +45,14 @@ class ScriptedEngine final : public platform::IEngine {
     platform::EngineStatus status = 0;
     /// The operation's output text: out text, signature path, armour, plain text, signed content,
     /// last error.
-    std::string text;
+    std::string text{};
     /// What goes into the first output vector (signers, ADKs) and the second one.
-    std::vector<std::string> items;
-    std::vector<std::string> unknown_items;
+    std::vector<std::string> items{};
+    std::vector<std::string> unknown_items{};
     /// Set: the call fails as a call, after `effect`.
-    std::optional<Error> thrown;
+    std::optional<Error> thrown{};
     /// Runs with the call's arguments before it answers: to write a file, to pump an event.
-    std::function<void(const std::vector<std::string>&)> effect;
+    std::function<void(const std::vector<std::string>&)> effect{};
   };
 
   /// What every call of the operation answers when nothing is queued for it.

@@ -1,0 +1,113 @@
+#include "addin/frm_timer.h"
+
+#include "accounts/nimbra_account.h"
+#include "accounts/settings.h"
+#include "addin/services.h"
+#include "addin/temp_files.h"
+#include "crypto/crypto_operations.h"
+#include "platform/host.h"
+#include "support/addin_fixture.h"
+
+namespace corvessa::testing {
+namespace {
+
+class FrmTimer : public AddInFixture {
+ protected:
+  FrmTimer() {
+    AllowError("DeleteTemporaryFiles: Error code: 53");
+    timer->Load();
+  }
+  void Tick(int seconds) {
+    for (int i = 0; i < seconds; ++i) timer->tmrTimer.Tick();
+  }
+  std::string MakeFile(const std::string& path) {
+    files.Write(path, "plain");
+    return path;
+  }
+
+  std::shared_ptr<frmTimer> timer = std::make_shared<frmTimer>();
+};
+
+TEST_F(FrmTimer, DeletesQueuedFilesFromTheLastOnWholeMinutes) {
+  const std::string temporary = platform::Host().files.TemporaryFolder();
+  files.CreateFolder(temporary + "mail1");
+  const std::string first = MakeFile(temporary + "mail1\\a.txt");
+  const std::string gone = temporary + "gone.txt";
+  const std::string third = MakeFile(temporary + "c.txt");
+  for (const std::string& path : {first, gone, third, first}) QueueForDeletion(path);
+  Tick(59);
+  EXPECT_EQ(Trace(), std::vector<std::string>{});
+  {
+    const KeepQueuedFiles operation_under_way;
+    Tick(1);
+  }
+  EXPECT_EQ(g_colTempFiles, (std::vector{first, gone, third}));
+  Tick(60);
+  EXPECT_EQ(Trace(), (std::vector<std::string>{
+                         "DeleteTemporaryFiles: Kill: " + third,
+                         "DeleteTemporaryFiles: Error code: 0 ()",
+                         "DeleteTemporaryFiles: Kill: " + gone,
+                         "DeleteTemporaryFiles: Error code: 53 (File not found)",
+                         "DeleteTemporaryFiles: Kill: " + first,
+                         "DeleteTemporaryFiles: Error code: 0 ()",
+                     }));
+  EXPECT_EQ(g_colTempFiles, std::vector{gone});
+  EXPECT_FALSE(files.FolderExists(temporary + "mail1"));
+  EXPECT_TRUE(files.FolderExists(temporary));
+}
+
+TEST_F(FrmTimer, ForgetsPassphrasesAfterTheMinutesSinceTheLastReset) {
+  const auto account = std::make_shared<NimbraAccount>();
+  g_colAccounts.push_back(account);
+  g_oCrypto = Crypto();
+  const struct {
+    std::int32_t minutes;
+    int forgotten_after;
+  } cases[] = {{1, 60}, {2, 120}, {0, -1}, {-1, -1}, {-7, -1}};
+  for (const auto& c : cases) {
+    g_lPassphraseMemory = c.minutes;
+    timer->m_lTicks = 0;
+    account->m_sPassword.Assign("secret");
+    account->SetAuthenticated(true);
+    scripted_engine.engine->ClearCalls();
+    int forgotten = -1;
+    for (int second = 1; second <= 130 && forgotten < 0; ++second) {
+      Tick(1);
+      if (!account->GetAuthenticated()) forgotten = second;
+    }
+    EXPECT_EQ(forgotten, c.forgotten_after) << c.minutes;
+    const bool reset = c.forgotten_after > 0;
+    EXPECT_EQ(account->m_sPassword.IsEmpty(), reset) << c.minutes;
+    EXPECT_EQ(timer->m_lTicks, reset ? 0 : 130) << c.minutes;
+    EXPECT_EQ(scripted_engine.engine->Operations(),
+              reset ? std::vector<std::string>{"InitEngine"} : std::vector<std::string>{});
+  }
+}
+
+TEST_F(FrmTimer, ForgetsPassphrasesAlsoWhenTheEngineFails) {
+  AllowError("frmTimer::ResetCryptoAndAccounts - gone");
+  AllowError("frmTimer::CheckResetCryptoAndAccounts - Overflow");
+  AllowError("frmTimer::tmrTimer_Timer - Overflow");
+  const auto account = std::make_shared<NimbraAccount>();
+  account->m_sPassword.Assign("secret");
+  g_colAccounts.push_back(account);
+  g_oCrypto = Crypto();
+  scripted_engine.engine->Once("InitEngine", {.thrown = Error{1, "gone"}});
+  timer->m_lTicks = 7;
+  timer->ResetCryptoAndAccounts();
+  EXPECT_TRUE(account->m_sPassword.IsEmpty());
+  EXPECT_EQ(timer->m_lTicks, 0);
+
+  g_lPassphraseMemory = 35791395;
+  Tick(60);
+  timer->m_lTicks = 2147483647;
+  Tick(1);
+  EXPECT_EQ(Trace(), (std::vector<std::string>{
+                         "frmTimer::ResetCryptoAndAccounts - gone",
+                         "frmTimer::CheckResetCryptoAndAccounts - Overflow",
+                         "frmTimer::tmrTimer_Timer - Overflow",
+                     }));
+}
+
+}  // namespace
+}  // namespace corvessa::testing

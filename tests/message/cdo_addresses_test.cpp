@@ -1,0 +1,128 @@
+#include "message/cdo_addresses.h"
+
+#include "forms/frm_generic.h"
+#include "message/message_operations.h"
+#include "platform/redemption.h"
+#include "support/addin_fixture.h"
+
+namespace corvessa::testing {
+namespace {
+
+constexpr const char* kMissingCDO =
+    "The Microsoft Collaboration Data Objects are required\r\n"
+    "to take advantage of the full functionality of Corvessa Professional for Outlook.\r\n"
+    "\r\n"
+    "1) Select 'Settings' -> 'Control Panel' in your Start Menu\r\n"
+    "2) Double click on 'Add/Remove Programs'\r\n"
+    "3) Select 'Microsoft Office'\r\n"
+    "4) Click 'Change'\r\n"
+    "5) Click 'Add or Remove Features'\r\n"
+    "6) Expand the 'Microsoft Outlook for Windows' option\r\n"
+    "7) Pull down the tab by 'Collaboration Data Objects' to select 'Run from my Computer'\r\n"
+    "8) Click 'Update Now'\r\n";
+
+class Addresses : public AddInFixture {
+ protected:
+  Addresses() {
+    outlook.AddressLists().AddList({
+        {"broken", "broken@example.org", "1", "", Error{-5, "no such entry"}},
+        {"Bob Example", "/o=Ex/cn=Bob", "2", "no address", {}},
+        {"bob", "", "3", "", {}},
+    });
+    outlook.AddressLists().AddList({
+        {"bob", " Bob@Example.org ", "4", "", {}},
+        {"Cy", "/O=Ex/cn=Cy", "5", "Cy@Example.org", {}},
+        {"Bob Example", "other@example.org", "6", "", {}},
+    });
+  }
+  std::string Resolve(desk::RecipientData recipient) {
+    const auto item = outlook.NewMail();
+    item->EditRecipients({std::move(recipient)});
+    return CDO_Addresses::GetRealAddress(*GetSafeRecipients(item)->Item(1));
+  }
+};
+
+TEST_F(Addresses, ResolveByEachWayThereIs) {
+  using desk::RecipientKind;
+  EXPECT_EQ(Resolve({RecipientKind::kTo, "Bob", "Bob@Example.ORG", "", {}}), "bob@example.org");
+  EXPECT_EQ(outlook.Cdo().SessionsCreated(), 0);
+  const struct {
+    desk::RecipientData recipient;
+    std::string address;
+  } cases[] = {
+      {{RecipientKind::kTo, "x", "bob", "", {}}, "bob@example.org"},
+      {{RecipientKind::kCc, "x", "/o=Ex/cn=Cy", "5", {}}, "cy@example.org"},
+      {{RecipientKind::kTo, "x", "", "", "/O=EX/CN=CY"}, "cy@example.org"},
+      {{RecipientKind::kTo, "x", "/o=ex/cn=unlisted", "5", {}}, "cy@example.org"},
+      {{RecipientKind::kBcc, "x", "/o=Ex/cn=Bob", "2", {}}, ""},
+      {{RecipientKind::kTo, "x", "", "", "Bob Example"}, "other@example.org"},
+      {{RecipientKind::kTo, "x", "", "", "bob example"}, ""},
+      {{RecipientKind::kTo, "x", "", "", {}}, ""},
+      {{RecipientKind::kTo, "x", "nobody", "", {}}, ""},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(Resolve(c.recipient), c.address)
+        << c.recipient.address << "|" << c.recipient.entry_address.value_or("");
+  }
+  EXPECT_EQ(outlook.Cdo().Logons(),
+            (std::vector<desk::CdoModel::LogonCall>{{"", "", false, false, 0}}));
+}
+
+TEST_F(Addresses, TraceEveryStepOfTheSearch) {
+  EXPECT_EQ(Resolve({desk::RecipientKind::kTo, "x", "", "", "/O=ex/cn=cy"}), "cy@example.org");
+  EXPECT_EQ(Trace(), (std::vector<std::string>{
+                         "GetRealAddress: Start",
+                         "GetRealAddress: Address is ",
+                         "GetRealAddress: Address entry is /O=ex/cn=cy",
+                         "GetRealAddressString: start, looking for /O=ex/cn=cy",
+                         "START SearchAddressBooks",
+                         "GetMAPISession (2) - Start",
+                         "GetMAPISession (2) - No session yet",
+                         "GetMAPISession (2) - Session created",
+                         "GetMAPISession (2) - Logged in",
+                         "GetMAPISession - Done retrieving session",
+                         "2 AddressLists",
+                         "Ignored error -5 no such entry",
+                         "oAddressEntry.Name=Bob Example",
+                         "oAddressEntry.Address=/o=Ex/cn=Bob",
+                         "oAddressEntry.Name=bob",
+                         "oAddressEntry.Address=",
+                         "oAddressEntry.Name=bob",
+                         "oAddressEntry.Address= Bob@Example.org ",
+                         "oAddressEntry.Name=Cy",
+                         "oAddressEntry.Address=/O=Ex/cn=Cy",
+                         "/O=ex/cn=cy match Cy OR /O=Ex/cn=Cy to ",
+                         "  look up /O=Ex/cn=Cy",
+                         "EXIT with Cy@Example.org",
+                         "GetRealAddress: Exit with cy@example.org",
+                         "GetRealAddress: Real address is cy@example.org",
+                         "GetRealAddress: returning cy@example.org",
+                     }));
+}
+
+TEST_F(Addresses, TellOnceThatCDOIsMissing) {
+  outlook.Cdo().installed = false;
+  CDO_Addresses::g_bWarnAboutCDO = true;
+  std::string told;
+  ui.Expect<frmGeneric>("frmGeneric", [&](frmGeneric& form) {
+    told = form.lblMessage.Caption();
+    form.PressCloseBox();
+  });
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(Resolve({desk::RecipientKind::kTo, "x", "/o=Ex/cn=Cy", "5", {}}), "");
+  }
+  EXPECT_EQ(told, kMissingCDO);
+  const auto trace = Trace();
+  EXPECT_EQ(std::count(trace.begin(), trace.end(),
+                       "GetMAPISession - Error encountered: 429 ActiveX component can't create "
+                       "object"),
+            4);
+  EXPECT_EQ(trace.back(), "GetRealAddress: Exit failed to get MAPI");
+
+  outlook.Cdo().installed = true;
+  EXPECT_NE(CDO_Addresses::GetMAPISession(), nullptr);
+  EXPECT_TRUE(CDO_Addresses::g_bWarnAboutCDO);
+}
+
+}  // namespace
+}  // namespace corvessa::testing
