@@ -126,17 +126,19 @@ bool CryptoOperations::ClearAttachments(const platform::MailItemPtr& item) {
 
 bool CryptoOperations::ReInsertAttachments(const platform::MailItemPtr& item,
                                            const AttachmentNodes& attachments, bool originals) {
-  // A copy: the list may be emptied while the progress window lets events run.
-  const AttachmentNodes nodes = attachments;
   if (!ClearAttachments(item)) return false;
   bool all_inserted = true;
-  for (std::size_t i = 0; i < nodes.size(); ++i) {
-    ShowCountedStep("Loading attachments", static_cast<std::int64_t>(i + 1), nodes.size());
-    const std::string& path = originals ? nodes[i]->original_filename : nodes[i]->sFilename;
+  const std::size_t count = attachments.size();
+  // By place, not by iterator: the list may be emptied, and its files be gone, while events run.
+  for (std::size_t i = 0; i < count; ++i) {
+    ShowCountedStep("Loading attachments", static_cast<std::int64_t>(i + 1), count);
+    if (i >= attachments.size()) return false;
+    const AttachmentNodePtr node = attachments[i];
+    const std::string& path = originals ? node->original_filename : node->sFilename;
     if (path.empty()) continue;
     // One that fails must not cost the rest.
     const bool inserted = Guarded("CryptoOperations:ReInsertAttachments - ", false, [&] {
-      item->Attachments()->Add(path, nodes[i]->sDisplayName);
+      item->Attachments()->Add(path, node->sDisplayName);
       return true;
     });
     all_inserted = all_inserted && inserted;

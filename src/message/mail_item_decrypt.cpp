@@ -57,46 +57,49 @@ void MailItemNode::DecryptVerifyMail(const platform::MailItemPtr& item,
 
 void MailItemNode::DecryptVerifyProtected(const platform::MailItemPtr& item,
                                           AttachmentNodes& attachments, bool headers) {
-  const std::int32_t closings = closings_;
+  pass_closings_ = closings_;
   std::string text;
-  {
+  m_sSigners.clear();
+  const Error error = Attempt([&] {
     const ProgressSession progress(item, "Decrypting and verifying email");
+    if (!IsStillOpen()) return;
     // Makes an HTML message plain text, so that what is compared below is what Outlook shows.
     item->SetBody(*item->Body());
     text = *item->Body();
-    m_sSigners.clear();
     if (g_bDisableAutoDecryptAttachments) {
       DecryptVerifyBody(item, text, attachments);
     } else {
       DecryptVerifyAll(item, text, attachments);
     }
-  }
-  if (closings_ != closings) {
+  });
+  if (!IsStillOpen()) {
     CleanUp();
-    return;
+  } else if (headers && IsReceived()) {
+    if (error.number == 0) ShowText(*item, text);
+    // After an error too, so that the user sees that the message was not read.
+    AddStatusBar();
+    AddDecryptAttachmentsBar();
   }
-  if (!headers || !IsReceived()) return;
-  if (*item->Body() != text) {
-    body_replaced_ = true;
-    item->SetBody(text);
-  }
-  AddStatusBar();
-  AddDecryptAttachmentsBar();
+  if (error.number != 0) throw error;
+}
+
+void MailItemNode::ShowText(platform::MailItem& item, const std::string& text) {
+  if (*item.Body() == text) return;
+  body_replaced_ = true;
+  item.SetBody(text);
 }
 
 void MailItemNode::DecryptVerifyBody(const platform::MailItemPtr& item, std::string& text,
                                      AttachmentNodes& attachments) {
-  const std::int32_t closings = closings_;
   const auto crypto = Crypto();
   m_lDecryptStatus = crypto->DecryptMailItem(item, text, attachments);
   // Behind the passphrase dialog the message may have been closed.
-  if (closings_ != closings) return;
+  if (!IsStillOpen()) return;
   m_lSignStatus = crypto->VerifyMailItem(item, text, attachments, m_sSigners);
 }
 
 void MailItemNode::DecryptVerifyAll(const platform::MailItemPtr& item, std::string& text,
                                     AttachmentNodes& attachments) {
-  const std::int32_t closings = closings_;
   const auto crypto = Crypto();
   crypto->KillAllFiles(attachments);
   if (!crypto->StoreAllAttachments(item, attachments, false)) {
@@ -104,9 +107,9 @@ void MailItemNode::DecryptVerifyAll(const platform::MailItemPtr& item, std::stri
     m_lSignStatus = -1;
     return;
   }
-  if (closings_ != closings) return;
+  if (!IsStillOpen()) return;
   DecryptVerifyBody(item, text, attachments);
-  if (closings_ != closings || !crypto->HasEncryptedOrSignedAttachments(attachments)) return;
+  if (!IsStillOpen() || !crypto->HasEncryptedOrSignedAttachments(attachments)) return;
   attachments_replaced_ = true;
   crypto->ClearAttachments(item);
   crypto->ReInsertAttachments(item, attachments, false);

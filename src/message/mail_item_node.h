@@ -83,8 +83,11 @@ class MailItemNode final : public platform::MailItemEvents,
   void RestoreOriginal();
   void CleanUp();
 
+  /// The message has not been closed since the pass that runs began.
+  bool IsStillOpen() const { return closings_ == pass_closings_; }
   void DecryptVerifyProtected(const platform::MailItemPtr& item, AttachmentNodes& attachments,
                               bool headers);
+  void ShowText(platform::MailItem& item, const std::string& text);
   void DecryptVerifyBody(const platform::MailItemPtr& item, std::string& text,
                          AttachmentNodes& attachments);
   void DecryptVerifyAll(const platform::MailItemPtr& item, std::string& text,
@@ -135,6 +138,7 @@ class MailItemNode final : public platform::MailItemEvents,
   /// Counts the item's Close events and the inspector's letting go, so that a pass that let events
   /// run can tell whether its message is still open.
   std::int32_t closings_ = 0;
+  std::int32_t pass_closings_ = 0;
   bool in_pass_ = false;
   /// The open item holds decrypted or verified text in place of the original.
   bool body_replaced_ = false;
