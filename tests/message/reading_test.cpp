@@ -1,0 +1,387 @@
+#include <gmock/gmock.h>
+
+#include "accounts/frm_login.h"
+#include "addin/services.h"
+#include "addin/temp_files.h"
+#include "base/text.h"
+#include "forms/frm_generic.h"
+#include "forms/frm_message_status.h"
+#include "support/reading_fixture.h"
+
+namespace corvessa::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+
+constexpr std::string_view kText = "The plans are in the safe.\r\n";
+constexpr std::string_view kReport = "canary: the report";
+
+class ReadingMail : public ReadingFixture {
+ protected:
+  void SetUp() override {
+    ReadingFixture::SetUp();
+    ui.AllowForm("frmMessageStatus");
+  }
+
+  /// Nothing that was read may have stayed, and nothing have been saved.
+  void ExpectNoTraces(const desk::Item& item) {
+    EXPECT_THAT(TemporaryFiles(), IsEmpty());
+    EXPECT_THAT(g_colTempFiles, IsEmpty());
+    EXPECT_EQ(item.SavesByAddIn(), 0);
+  }
+
+  /// Caption and face of the add-in's buttons in the window.
+  static std::vector<std::pair<std::string, int>> ButtonsOf(const desk::InspectorWindow& window) {
+    std::vector<std::pair<std::string, int>> buttons;
+    for (const auto& bar : window.Bars().All()) {
+      if (!bar->IsTemporary()) continue;
+      for (const auto& button : bar->Buttons()) {
+        buttons.emplace_back(button->Look().caption, button->Look().face_id);
+      }
+    }
+    return buttons;
+  }
+};
+
+TEST_F(ReadingMail, OpensClosesAndReopensAnEncryptedAndSignedMessageWithItsAttachments) {
+  const std::string cipher = EncryptedFile(kReport);
+  const std::string signature = SignatureOf(kReport);
+  const std::string armour = Encrypted(Signed(kText));
+  const auto item = Received(
+      armour, {{"report.pdf", cipher}, {"report.pdf.SIG", signature}, {"notes.txt", "plain"}});
+  ConnectAddIn();
+  ClearTrace();
+
+  ExpectLogin(kAnnsPassphrase);
+  auto window = outlook.Open(item);
+  EXPECT_THAT(
+      Trace(),
+      ElementsAre("DecryptVerifyMailItem (Encrypted or signed)", "MailItem PropertyChange Body",
+                  ":StoreAllAttachments/1", ":StoreAllAttachments/2", ":StoreAllAttachments/3/1",
+                  ":StoreAllAttachments/4/1", ":StoreAllAttachments/3/2",
+                  ":StoreAllAttachments/4/2", ":StoreAllAttachments/3/3",
+                  ":StoreAllAttachments/4/3", ":StoreAllAttachments/5",
+                  "No luck with cached keys - will let user choose login",
+                  "Loop once trying to authenticate", "Checking account ann@example.org",
+                  "Adding item ann@example.org", "Added item ann@example.org", "V2 Auth success",
+                  "V2 Decrypt success", "DecryptAllAttachments returned 0",
+                  "MailItem PropertyChange Body", "MailItem_Open Exit (False, True)"));
+  EXPECT_EQ(*item->Data().body, kText);
+  EXPECT_THAT(AttachmentsOf(*item),
+              ElementsAre(Pair("report.pdf", kReport), Pair("report.pdf.SIG", signature),
+                          Pair("notes.txt", "plain")));
+  const std::string action = R"( action="!<CorvessaPro_OL.Connect>")";
+  EXPECT_EQ(desk::Describe(window->Bars()),
+            "Corvessa Status position=1\n"
+            "  \"Message is encrypted\" tip=\"Message is encrypted\" style=3 face=1087 group" +
+                action +
+                "\n  \"Message is digitally signed\" tip=\"Message is digitally signed by "
+                "bob@example.com\" style=3 face=1087" +
+                action +
+                "\n  \"Show original message\" tip=\"Show original message\" style=3 face=37" +
+                action + "\n");
+
+  EXPECT_TRUE(outlook.Click(window->Bars(), "Message is digitally signed"));
+  const auto status = std::dynamic_pointer_cast<frmMessageStatus>(LoadedForms().back());
+  ASSERT_NE(status, nullptr);
+  EXPECT_EQ(status->lblFrom.Caption(), "Bob && Co");
+  EXPECT_EQ(status->lblSigned.Caption(), "This message is digitally signed by bob@example.com");
+  EXPECT_EQ(status->txtOriginalMessage.Text(), armour);
+  EXPECT_EQ(status->tbsTabs.Selected(), 2);
+  EXPECT_EQ(status->lvwEncryption.Describe(),
+            R"("" {"report.pdf is encrypted", "report.pdf.SIG is not encrypted", )"
+            R"("notes.txt is not encrypted"})");
+  EXPECT_EQ(status->lvwSigning.Describe(),
+            R"("" {"report.pdf is digitally signed by bob@example.com", )"
+            R"("report.pdf.SIG is digitally signed by bob@example.com", )"
+            R"("notes.txt is not digitally signed"})");
+  // Closed by the user, the window is made anew for the next click.
+  status->cmdClose.Press();
+  EXPECT_TRUE(outlook.Click(window->Bars(), "Show original message"));
+  const auto again = std::dynamic_pointer_cast<frmMessageStatus>(LoadedForms().back());
+  EXPECT_TRUE(again && again != status && again->tbsTabs.Selected() == 3);
+
+  ClearTrace();
+  // Outlook asks whether to save what the add-in changed, and the user says yes.
+  outlook.Close(window, desk::OutlookModel::Closing::kSave);
+  EXPECT_THAT(Trace(), ElementsAre("MailItem PropertyChange Body"));
+  EXPECT_FALSE(again->IsLoaded());
+  EXPECT_EQ(*item->Stored()->body, armour);
+  EXPECT_THAT(AttachmentsOf(*item),
+              ElementsAre(Pair("report.pdf", cipher), Pair("report.pdf.SIG", signature),
+                          Pair("notes.txt", "plain")));
+  EXPECT_THAT(FilesHolding("canary"), IsEmpty());
+  ExpectNoTraces(*item);
+
+  ClearTrace();
+  window = outlook.Open(item);
+  EXPECT_THAT(Trace(), ::testing::Contains("DecryptTextEx successful"));
+  EXPECT_EQ(*item->Data().body, kText);
+  outlook.Close(window);
+  ExpectNoTraces(*item);
+}
+
+TEST_F(ReadingMail, TellsSignedEncryptedForgedAndPlainMessagesApart) {
+  const std::string forged =
+      Replace(Signed(kText), "The plans are in the safe.", "The plans are on the desk.");
+  struct Case {
+    std::string body;
+    std::string shown;
+    std::vector<std::pair<std::string, int>> buttons;
+  };
+  const std::pair<std::string, int> original{"Show original message", 37};
+  const Case cases[] = {
+      {"  \r\n\r\n" + Signed(kText),
+       std::string(kText),
+       {{"Message is not encrypted", 1088}, {"Message is digitally signed", 1087}, original}},
+      {Encrypted(kText),
+       std::string(kText),
+       {{"Message is encrypted", 1087}, {"Message is not digitally signed", 1088}, original}},
+      {forged,
+       forged,
+       {{"Message is not encrypted", 1088},
+        {"Message has an invalid digital signature", 1088},
+        original}},
+      {"> -----BEGIN PGP MESSAGE-----\r\n",
+       "> -----BEGIN PGP MESSAGE-----\r\n",
+       {{"Message is not encrypted", 1088}, {"Message is not digitally signed", 1088}}},
+  };
+  ConnectAddIn();
+  ExpectLogin(kAnnsPassphrase);
+  for (const Case& one : cases) {
+    SCOPED_TRACE(one.body);
+    const auto item = Received(one.body);
+    ui.ClearShown();
+    const auto window = outlook.Open(item);
+    EXPECT_EQ(*item->Data().body, one.shown);
+    EXPECT_EQ(ButtonsOf(*window), one.buttons);
+    const bool is_plain = one.buttons.size() == 2;
+    EXPECT_EQ(ui.Shown().empty(), is_plain) << "progress is shown for protected messages only";
+    outlook.Close(window, desk::OutlookModel::Closing::kSave);
+    EXPECT_EQ(*item->Stored()->body, one.body);
+    ExpectNoTraces(*item);
+  }
+}
+
+TEST_F(ReadingMail, WaitsForTheButtonWhenAutomaticDecryptionIsOff) {
+  SetPreference("DisableAutoDecryptAndVerify", 1);
+  ConnectAddIn();
+  const std::string armour = Encrypted(kText);
+  const auto item = Received(armour);
+  const auto window = outlook.Open(item);
+  EXPECT_EQ(*item->Data().body, armour);
+  EXPECT_THAT(ButtonsOf(*window), ElementsAre(Pair("&Decrypt/verify", 39)));
+
+  ExpectLogin(kAnnsPassphrase);
+  EXPECT_TRUE(outlook.Click(window->Bars(), "Decrypt/verify"));
+  EXPECT_EQ(*item->Data().body, kText);
+  EXPECT_THAT(ButtonsOf(*window), ElementsAre(Pair("Message is encrypted", 1087),
+                                              Pair("Message is not digitally signed", 1088),
+                                              Pair("Show original message", 37)));
+  outlook.Close(window);
+
+  // The HTML body counts for the button, though not for the automatic pass.
+  const auto html = Received("");
+  html->EditHTMLBody("-----BEGIN PGP MESSAGE-----");
+  html->EditBody("");
+  html->EditHTMLBody("   \r\n-----BEGIN PGP MESSAGE-----<BR>");
+  html->Save();
+  const auto html_window = outlook.Open(html);
+  EXPECT_THAT(ButtonsOf(*html_window), ElementsAre(Pair("&Decrypt/verify", 39)));
+}
+
+TEST_F(ReadingMail, LeavesAttachmentsAloneWhereTheEditionSaysSo) {
+  SetEditionSwitch("DisableAutoDecryptAttachments", 1);
+  ConnectAddIn();
+  const auto item = Received(Encrypted(kText), {{"report.pdf", EncryptedFile(kReport)}});
+  ExpectLogin(kAnnsPassphrase);
+  const auto window = outlook.Open(item);
+  EXPECT_THAT(
+      ButtonsOf(*window),
+      ElementsAre(Pair("Message is encrypted", 1087), Pair("Message is not digitally signed", 1088),
+                  Pair("Show original message", 37), Pair("&Decrypt/verify attachment(s)", 39)));
+  ui.Expect<frmGeneric>("frmGeneric", [](frmGeneric& form) {
+    EXPECT_EQ(form.lblMessage.Caption(),
+              "This message appears to contain encrypted and/or signed attachments.\r\n\r\n"
+              "To decrypt and verify attachments using Corvessa Professional for Outlook, \r\n"
+              "use the 'Decrypt/verify attachment(s)' toolbar button.");
+    form.cmdOK.Press();
+  });
+  outlook.ReadAttachment(item, 1);
+  // Once a message.
+  outlook.ReadAttachment(item, 1);
+  outlook.Close(window);
+  ExpectNoTraces(*item);
+}
+
+TEST_F(ReadingMail, MarksRepliesAndStripsForwardsOfDecryptedMessages) {
+  ConnectAddIn();
+  const std::string field = "X-Nimbra-Corvessa-Encrypted-Reply";
+  const auto marked = [&](const desk::ItemPtr& response) {
+    return response->Data().properties.at({std::string(desk::kInternetHeaders), field});
+  };
+  const auto secret = Received(Encrypted(kText), {{"a.txt", "1"}, {"b.txt", "2"}});
+  ExpectLogin(kAnnsPassphrase);
+  outlook.Open(secret);
+  const auto reply = outlook.Reply(secret);
+  EXPECT_EQ(marked(reply), "True");
+  EXPECT_EQ(marked(outlook.ReplyAll(secret)), "True");
+  const auto forward = outlook.Forward(secret);
+  EXPECT_THAT(forward->Data().attachments, IsEmpty());
+  EXPECT_TRUE(forward->Data().properties.empty());
+
+  const auto plain = Received("hello", {{"a.txt", "1"}});
+  outlook.Open(plain);
+  EXPECT_EQ(marked(outlook.Reply(plain)), "False");
+  EXPECT_EQ(outlook.Forward(plain)->Data().attachments.size(), 1U);
+}
+
+TEST_F(ReadingMail, GivesUpAfterThreeWrongPassphrasesOrACancelledDialog) {
+  ConnectAddIn();
+  const std::string armour = Encrypted(kText);
+  const auto item = Received(armour);
+  std::vector<std::string> prompts;
+  for (int i = 0; i < 3; ++i) {
+    ui.Expect<frmLogin>("frmLogin", [&](frmLogin& form) {
+      prompts.push_back(form.txtPrompt1.Caption());
+      form.txtPassword.Type("canary wrong");
+      form.cmdOK.Press();
+    });
+  }
+  ClearTrace();
+  auto window = outlook.Open(item);
+  const std::string wrong = "You entered an incorrect passphrase.  Please try again.";
+  EXPECT_THAT(prompts, ElementsAre("Please enter your Corvessa passphrase.", wrong, wrong));
+  EXPECT_EQ(Trace()[Trace().size() - 2], "DecryptMailItem - wrong passphrase or account 3 times");
+  EXPECT_THAT(FilesHolding("canary"), IsEmpty());
+  EXPECT_THAT(ui.Boxes(), IsEmpty());
+  EXPECT_EQ(*item->Data().body, armour);
+  EXPECT_THAT(ButtonsOf(*window), ElementsAre(Pair("Message failed decryption (-1)", 1088),
+                                              Pair("Message is not digitally signed", 1088),
+                                              Pair("Show original message", 37)));
+  EXPECT_EQ(outlook.Reply(item)->Data().properties.begin()->second, "False");
+  outlook.Close(window);
+
+  ExpectLogin("");
+  window = outlook.Open(item);
+  EXPECT_THAT(ButtonsOf(*window)[0], Pair("Message failed decryption (-1)", 1088));
+  ExpectNoTraces(*item);
+}
+
+TEST_F(ReadingMail, ForgetsThePassphraseAfterEachUseWhenAskedTo) {
+  SetPreference("PassphraseMemory", -1);
+  ConnectAddIn();
+  for (int i = 0; i < 2; ++i) {
+    ExpectLogin(kAnnsPassphrase);
+    const auto item = Received(Encrypted(kText));
+    outlook.Open(item);
+    EXPECT_EQ(*item->Data().body, kText);
+  }
+}
+
+TEST_F(ReadingMail, EndsQuietlyWhenTheWindowClosesBehindAPassphraseDialogOrAStep) {
+  ConnectAddIn();
+  const std::string armour = Encrypted(kText);
+  const std::string cipher = EncryptedFile(kReport);
+  const auto item = Received(armour, {{"report.pdf", cipher}});
+  ui.Expect<frmLogin>("frmLogin", [&](frmLogin& form) {
+    outlook.Close(outlook.Inspectors().front());
+    form.txtPassword.Type(kAnnsPassphrase);
+    form.cmdOK.Press();
+  });
+  EXPECT_EQ(outlook.Open(item), nullptr);
+  EXPECT_EQ(*item->Data().body, armour);
+  ExpectNoTraces(*item);
+
+  // The same at each moment at which events may come in; the key is unlocked now.
+  int pumps = 0;
+  ui.on_do_events = [&](int) { ++pumps; };
+  outlook.Close(outlook.Open(item));
+  ASSERT_GT(pumps, 5);
+  for (int at = 1; at <= pumps; ++at) {
+    SCOPED_TRACE(at);
+    int seen = 0;
+    ui.on_do_events = [&](int) {
+      if (++seen == at && !outlook.Inspectors().empty()) {
+        outlook.Close(outlook.Inspectors().front(), desk::OutlookModel::Closing::kSave);
+      }
+    };
+    if (const auto window = outlook.Open(item)) outlook.Close(window);
+    EXPECT_EQ(*item->Stored()->body, armour);
+    EXPECT_THAT(AttachmentsOf(*item), ElementsAre(Pair("report.pdf", cipher)));
+    EXPECT_THAT(FilesHolding("canary"), IsEmpty());
+    ExpectNoTraces(*item);
+  }
+}
+
+TEST_F(ReadingMail, ADamagedAttachmentCostsNoOther) {
+  ConnectAddIn();
+  const std::string armour = Encrypted(kText);
+  std::string damaged = EncryptedFile(std::string(2000, 'x'));
+  damaged[damaged.size() - 30] = static_cast<char>(damaged[damaged.size() - 30] ^ 1);
+  const auto item = Received(
+      armour, {{"good.bin", EncryptedFile(kReport)}, {"bad.bin", damaged}, {"z.bin", "plain"}});
+  ExpectLogin(kAnnsPassphrase);
+  ui.ExpectBox("Failed to decrypt message:\r\n\r\nError encountered in content.");
+  const auto window = outlook.Open(item);
+  EXPECT_EQ(*item->Data().body, kText);
+  EXPECT_THAT(AttachmentsOf(*item), ElementsAre(Pair("good.bin", kReport), Pair("bad.bin", damaged),
+                                                Pair("z.bin", "plain")));
+  EXPECT_THAT(ButtonsOf(*window)[0], Pair("Message failed decryption (-3)", 1088));
+  outlook.Close(window, desk::OutlookModel::Closing::kSave);
+  EXPECT_EQ(*item->Stored()->body, armour);
+  EXPECT_THAT(FilesHolding("canary"), IsEmpty());
+  ExpectNoTraces(*item);
+}
+
+TEST_F(ReadingMail, StoresAttachmentsWithHostileNamesInsideItsFolderAndKeepsTheirNames) {
+  ConnectAddIn();
+  const std::string long_name = std::string(300, 'n') + ".pdf";
+  const std::vector<std::string> names = {"..\\..\\x", "con", "a:b", long_name, "same", "same"};
+  std::vector<std::pair<std::string, std::string>> attachments;
+  std::vector<std::pair<std::string, std::string>> expected;
+  for (const std::string& name : names) {
+    const std::string content = "content " + Decimal(static_cast<int>(expected.size()));
+    attachments.emplace_back(name, EncryptedFile(content));
+    expected.emplace_back(name, content);
+  }
+  const auto item = Received(Encrypted(kText), attachments);
+  std::vector<std::string> stored;
+  ui.on_do_events = [&](int) {
+    stored =
+        std::max(stored, TemporaryFiles(), [](auto& a, auto& b) { return a.size() < b.size(); });
+  };
+  ExpectLogin(kAnnsPassphrase);
+  const auto window = outlook.Open(item);
+  EXPECT_EQ(AttachmentsOf(*item), expected);
+  for (const std::string& path : stored) {
+    EXPECT_TRUE(path.starts_with("mail")) << path;
+  }
+  EXPECT_GE(stored.size(), names.size());
+  outlook.Close(window);
+  EXPECT_EQ(AttachmentsOf(*item), attachments);
+  ExpectNoTraces(*item);
+}
+
+TEST_F(ReadingMail, AnEmbeddedItemWithoutAFileStopsThePass) {
+  ConnectAddIn();
+  const std::string armour = Encrypted(kText);
+  const auto item = Received(armour, {{"report.pdf", EncryptedFile(kReport)}});
+  item->AddAttachment({"note.msg", "note", nullptr, "", ""});
+  item->Save();
+  ui.ExpectBox(
+      "Cannot save the attachment. Cannot add the attachment; no data source was provided.");
+  const auto window = outlook.Open(item);
+  EXPECT_EQ(*item->Data().body, armour);
+  EXPECT_EQ(item->Data().attachments.size(), 2U);
+  EXPECT_THAT(ButtonsOf(*window),
+              ElementsAre(Pair("Message failed decryption (-1)", 1088),
+                          Pair("Message failed digital signature verification (-1)", 1088),
+                          Pair("Show original message", 37)));
+  ExpectNoTraces(*item);
+}
+
+}  // namespace
+}  // namespace corvessa::testing
