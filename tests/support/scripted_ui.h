@@ -42,6 +42,9 @@ class ScriptedUi final : public platform::Ui {
   }
   /// Forms of that name may be shown any number of times, or never.
   void AllowForm(std::string name, FormAnswer answer = {});
+  /// From now on what is not expected is closed as with its close box without failing the test: for
+  /// fault sweeps, which end in boxes of every kind.
+  void AllowEverything() { everything_allowed_ = true; }
   /// The next message box with exactly this text gets that answer.
   void ExpectBox(std::string text, std::int32_t answer = platform::kAnswerOk);
 
@@ -72,6 +75,7 @@ class ScriptedUi final : public platform::Ui {
  private:
   void Announce(std::string_view call) const;
   bool Answer(Form& form);
+  void CloseUnanswered(Form& form, std::string_view what) const;
 
   platform::Files& files_;
   std::map<std::string, std::deque<FormAnswer>> expected_;
@@ -81,6 +85,7 @@ class ScriptedUi final : public platform::Ui {
   std::vector<Box> boxes_;
   std::set<const Form*> on_screen_;
   int do_events_calls_ = 0;
+  bool everything_allowed_ = false;
 };
 
 }  // namespace corvessa::testing
