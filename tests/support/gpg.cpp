@@ -23,6 +23,8 @@ std::string Content(const std::string& path) {
 
 Gpg::Gpg() {
   Write("passphrase", "");
+  // Without it the agent measures for seconds how slow it can make itself.
+  Write("gpg-agent.conf", "s2k-count 65536\n");
 }
 
 Gpg::~Gpg() {
