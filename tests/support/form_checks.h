@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "forms/form.h"
+
+namespace corvessa::testing {
+
+/// Compares a text with tests/golden/<name>.txt. With CORVESSA_WRITE_GOLDEN in the environment the
+/// file is written instead, to be read over before it is committed.
+void ExpectGolden(std::string_view name, const std::string& text);
+
+/// Compares a form's dump, and fails the test for each control that a careful designer would not
+/// have left so: outside its form or frame, across another control, too small for its caption.
+void ExpectGoldenForm(std::string_view name, const Form& form);
+
+}  // namespace corvessa::testing

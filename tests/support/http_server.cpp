@@ -1,0 +1,108 @@
+#include "support/http_server.h"
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace corvessa::testing {
+namespace {
+
+int Checked(int result) {
+  if (result < 0) throw std::system_error(errno, std::generic_category());
+  return result;
+}
+
+/// Waits a few seconds at most, so that a silent client cannot hold up a test for ever.
+std::string ReadHead(int connection) {
+  std::string head;
+  char buffer[4096];
+  while (head.find("\r\n\r\n") == std::string::npos) {
+    pollfd readable{connection, POLLIN, 0};
+    if (poll(&readable, 1, 5000) <= 0) break;
+    const ssize_t got = recv(connection, buffer, sizeof buffer, 0);
+    if (got <= 0) break;
+    head.append(buffer, static_cast<std::size_t>(got));
+  }
+  return head;
+}
+
+/// Stops early when the client has had enough.
+void SendAll(int connection, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t sent = send(connection, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    if (sent <= 0) return;
+    bytes.remove_prefix(static_cast<std::size_t>(sent));
+  }
+}
+
+}  // namespace
+
+HttpServer::HttpServer() {
+  listener_ = Checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  auto* const generic = reinterpret_cast<sockaddr*>(&address);
+  socklen_t size = sizeof address;
+  Checked(bind(listener_, generic, size));
+  Checked(listen(listener_, 16));
+  Checked(getsockname(listener_, generic, &size));
+  port_ = ntohs(address.sin_port);
+  Checked(pipe(stop_pipe_));
+  thread_ = std::thread([this] { Run(); });
+}
+
+HttpServer::~HttpServer() {
+  static_cast<void>(!write(stop_pipe_[1], "", 1));
+  thread_.join();
+  for (const int descriptor : {listener_, stop_pipe_[0], stop_pipe_[1]}) close(descriptor);
+}
+
+std::string HttpServer::Url(std::string_view path) const {
+  return "http://127.0.0.1:" + std::to_string(port_) + std::string(path);
+}
+
+void HttpServer::Serve(std::string path, std::string body, int status, std::string headers) {
+  const std::lock_guard lock(mutex_);
+  replies_[std::move(path)] = {std::move(body), status, std::move(headers)};
+}
+
+std::vector<std::string> HttpServer::Requests() const {
+  const std::lock_guard lock(mutex_);
+  return requests_;
+}
+
+void HttpServer::Run() {
+  for (;;) {
+    pollfd ready[2] = {{listener_, POLLIN, 0}, {stop_pipe_[0], POLLIN, 0}};
+    if (poll(ready, 2, -1) < 0 && errno != EINTR) return;
+    if (ready[1].revents != 0) return;
+    if ((ready[0].revents & POLLIN) == 0) continue;
+    const int connection = accept(listener_, nullptr, nullptr);
+    if (connection < 0) continue;
+    Answer(connection);
+    close(connection);
+  }
+}
+
+void HttpServer::Answer(int connection) {
+  const std::string head = ReadHead(connection);
+  const std::size_t start = head.find(' ') + 1;
+  const std::string path = head.substr(start, head.find(' ', start) - start);
+  Reply reply{"not found", 404, {}};
+  {
+    const std::lock_guard lock(mutex_);
+    requests_.push_back(path);
+    if (const auto found = replies_.find(path); found != replies_.end()) reply = found->second;
+  }
+  SendAll(connection, "HTTP/1.0 " + std::to_string(reply.status) + " -\r\nContent-Length: " +
+                          std::to_string(reply.body.size()) + "\r\n" + reply.headers + "\r\n");
+  SendAll(connection, reply.body);
+}
+
+}  // namespace corvessa::testing
