@@ -117,6 +117,10 @@ void frmManageUserKeys::ShowProperties() {
   options->SetAccount(account);
   ShowModalForm(*options);
   options->Unload();
+  // The settings may have been reloaded meanwhile, which makes the accounts anew.
+  if (const NimbraAccountPtr current = UserManagement::GetNimbraAccountUser(address)) {
+    current->m_bSigning = account->m_bSigning;
+  }
   if (awaits_signer && UserManagement::GetSigningAccount()) {
     g_bDisableOutgoingSigning = false;
     chkSignOutgoing.SetChecked(true);

@@ -1,0 +1,382 @@
+#include "accounts/frm_manage_user_keys.h"
+
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "accounts/nimbra_account.h"
+#include "accounts/registry_handlers.h"
+#include "accounts/settings.h"
+#include "accounts/user_management.h"
+#include "base/text.h"
+#include "desk/profile/curl_inet.h"
+#include "forms/frm_alias_options.h"
+#include "forms/frm_e_mail.h"
+#include "forms/frm_generic.h"
+#include "forms/frm_no_key_pairs.h"
+#include "support/addin_fixture.h"
+#include "support/form_checks.h"
+#include "support/http_server.h"
+
+namespace corvessa::testing {
+namespace {
+
+using ::testing::ElementsAre;
+
+class SettingsDialogTest : public AddInFixture {
+ protected:
+  SettingsDialogTest() { ui.AllowForm("frmManageUserKeys"); }
+
+  /// A user with these addresses, the first of which signs when `signs`.
+  void HaveAccounts(const std::vector<std::string>& addresses, bool signs) {
+    for (const std::string& address : addresses) {
+      StoreAccount(address, signs && address == addresses.front());
+    }
+    RegistryHandlers::ReadUserAccountInfo();
+  }
+
+  /// To the question whether an address has a key pair.
+  void EngineAnswers(platform::EngineStatus status) {
+    ScriptedEngine::Answer answer;
+    answer.status = status;
+    scripted_engine.engine->Always("QueryKeyPair", answer);
+  }
+
+  /// The user's own settings as the registry file has them, the keys named from the product's.
+  std::string StoredSettings() {
+    const std::string root =
+        "[HKEY_CURRENT_USER\\Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\";
+    std::ifstream file(profile / "registry.reg");
+    std::string settings;
+    bool is_ours = false;
+    for (std::string line; std::getline(file, line);) {
+      if (line.ends_with('\r')) line.pop_back();
+      if (line.starts_with('[')) is_ours = line.starts_with(root);
+      if (is_ours && !line.empty()) settings += "\n" + Replace(line, root, "[");
+    }
+    return settings;
+  }
+
+  static std::shared_ptr<frmManageUserKeys> Open() {
+    const auto dialog = std::make_shared<frmManageUserKeys>();
+    dialog->Show();
+    return dialog;
+  }
+
+  /// Presses Add and enters the address.
+  void Add(frmManageUserKeys& dialog, const std::string& address) {
+    ui.Expect<frmEMail>("frmEMail", [address](frmEMail& form) {
+      form.edEmail.Type(address);
+      form.cmdOK.Press();
+    });
+    dialog.cmdAdd.Press();
+  }
+
+  /// Opens the properties of the selected address and sets its signing mark.
+  void SetSigning(frmManageUserKeys& dialog, bool signs, bool ok = true) {
+    ui.Expect<frmAliasOptions>("frmAliasOptions", [=](frmAliasOptions& form) {
+      form.chkSign.SetChecked(signs);
+      (ok ? form.cmdOK : form.cmdCancel).Press();
+    });
+    dialog.cmdProperties.Press();
+  }
+
+  void AnswerYes(const std::string& expected_message, bool yes) {
+    ui.Expect<frmGeneric>("frmGeneric", [=](frmGeneric& form) {
+      EXPECT_EQ(form.lblMessage.Caption(), expected_message);
+      (yes ? form.cmdOK : form.cmdCancel).Press();
+    });
+  }
+
+  static std::vector<std::string> Rows(const frmManageUserKeys& dialog) {
+    std::vector<std::string> rows;
+    for (int i = 0; i < dialog.lstvwAliases.RowCount(); ++i) {
+      rows.push_back(dialog.lstvwAliases.Row(i));
+    }
+    return rows;
+  }
+};
+
+constexpr char kNotSecured[] =
+    "The email address new@example.com is not secured on the key server network.\r\n";
+constexpr char kSecureNow[] =
+    "The email address new@example.com is not secured on the key server network.\r\n"
+    "Secure this email address now?";
+constexpr char kRemoveFirst[] =
+    "Are you sure you want to remove the secure email address 'a@example.com' ?";
+
+TEST_F(SettingsDialogTest, LooksAsDesigned) {
+  SetEdition("URLUpdate", "http://example.com/update");
+  HaveAccounts({"a@example.com", "b@example.com"}, true);
+  const auto dialog = Open();
+  ExpectGoldenForm("frmManageUserKeys", *dialog);
+  dialog->tbsTabs.ClickTab(2);
+  ExpectGoldenForm("frmManageUserKeys_options", *dialog);
+  dialog->chkDisableKVP.Toggle();
+  ExpectGoldenForm("frmManageUserKeys_disabling", *dialog);
+  dialog->chkDisableKVP.Toggle();
+  ExpectGoldenForm("frmManageUserKeys_options", *dialog);
+  dialog->ShowTab(1);
+  ExpectGoldenForm("frmManageUserKeys", *dialog);
+}
+
+TEST_F(SettingsDialogTest, OpensBlockedWhileTheAddInIsDisabled) {
+  HaveAccounts({"a@example.com"}, false);
+  g_bDisableKVPEntirely = true;
+  const auto dialog = Open();
+  for (CommandButton* button : {&dialog->cmdAdd, &dialog->cmdRemove, &dialog->cmdProperties}) {
+    button->Press();
+  }
+  ExpectGoldenForm("frmManageUserKeys_disabled", *dialog);
+  dialog->ShowTab(2);
+  dialog->chkDisableKVP.Toggle();
+  dialog->ShowTab(1);
+  ExpectGoldenForm("frmManageUserKeys_enabled_without_signer", *dialog);
+  dialog->cmdOK.Press();
+  EXPECT_EQ(Preference("DisableKVPEntirely"), 0);
+  const std::vector<FormPtr> forms = LoadedForms();
+  ASSERT_EQ(forms.size(), 1U);
+  EXPECT_EQ(forms.front()->Name(), "frmTimer");
+}
+
+TEST_F(SettingsDialogTest, SignsByDefaultOnlyWithASigner) {
+  HaveAccounts({"a@example.com", "b@example.com"}, false);
+  const auto dialog = Open();
+  EXPECT_FALSE(dialog->chkSignOutgoing.Enabled);
+  EXPECT_FALSE(dialog->chkSignOutgoing.Checked());
+  EXPECT_EQ(Preference("DisableOutgoingSigning"), -1);
+
+  SetSigning(*dialog, true, false);
+  EXPECT_THAT(StoredAccounts(), ElementsAre("a@example.com", "b@example.com"));
+
+  // The first signer switches signing on; a later one takes its place.
+  SetSigning(*dialog, true);
+  EXPECT_TRUE(dialog->chkSignOutgoing.Enabled);
+  EXPECT_TRUE(dialog->chkSignOutgoing.Checked());
+  EXPECT_EQ(Preference("DisableOutgoingSigning"), 0);
+  EXPECT_THAT(StoredAccounts(), ElementsAre("a@example.com (signs)", "b@example.com"));
+  dialog->lstvwAliases.ClickRow(1);
+  SetSigning(*dialog, true);
+  EXPECT_THAT(StoredAccounts(), ElementsAre("a@example.com", "b@example.com (signs)"));
+  EXPECT_EQ(dialog->lstvwAliases.SmallIcon(0), "");
+  EXPECT_EQ(dialog->lstvwAliases.SmallIcon(1), "Nimbra Signer");
+
+  // Removing the signer shows at the next run of the rule.
+  AnswerYes("Are you sure you want to remove the secure email address 'b@example.com' ?", true);
+  dialog->cmdRemove.Press();
+  EXPECT_THAT(StoredAccounts(), ElementsAre("a@example.com", "b@example.com (signs)"));
+  EXPECT_TRUE(dialog->chkSignOutgoing.Enabled);
+  SetSigning(*dialog, false);
+  EXPECT_FALSE(dialog->chkSignOutgoing.Enabled);
+  EXPECT_FALSE(dialog->chkSignOutgoing.Checked());
+  EXPECT_EQ(Preference("DisableOutgoingSigning"), -1);
+  EXPECT_THAT(StoredAccounts(), ElementsAre("a@example.com"));
+}
+
+TEST_F(SettingsDialogTest, AddKeepsAnAddressByEditionAndEngineAnswer) {
+  SetEdition("URLMain", "http://example.com/");
+  SetEdition("URLKeyGen", "http://example.com/keys");
+  struct Case {
+    bool key_gen;
+    std::int32_t engine;
+    std::string box;
+    std::int32_t box_answer;
+    bool kept;
+    std::vector<std::string> pages;
+  };
+  const std::string visit = std::string(kNotSecured) +
+                            "To create a new email address which is compatible with Corvessa "
+                            "please visit:\r\n\r\n\thttp://example.com/";
+  const std::string page = "http://example.com/keys?alias=new@example.com";
+  for (const Case& c :
+       std::vector<Case>{{true, 0, "", 0, true, {}},
+                         {true, -13, kSecureNow, 2, true, {}},
+                         {true, -13, kSecureNow, 1, true, {page}},
+                         {true, -16, "Unable to connect to key server", 1, true, {}},
+                         {false, 0, "", 0, true, {}},
+                         {false, -13, visit, 1, false, {}},
+                         {false, -16, "Unable to connect to key server", 1, false, {}}}) {
+    SCOPED_TRACE(::testing::Message() << c.key_gen << " " << c.engine << " " << c.box_answer);
+    shell.pages.clear();
+    g_colAccounts.clear();
+    g_bDisableKeyGen = !c.key_gen;
+    EngineAnswers(c.engine);
+    const auto dialog = Open();
+    if (!c.box.empty()) ui.ExpectBox(c.box, c.box_answer);
+    Add(*dialog, " New@Example.com ");
+    EXPECT_EQ(dialog->cmdRemove.Enabled, c.kept);
+    EXPECT_THAT(StoredAccounts(), ElementsAre());
+    dialog->PressCloseBox();
+    EXPECT_EQ(StoredAccounts(),
+              c.kept ? std::vector<std::string>{"new@example.com"} : std::vector<std::string>{});
+    EXPECT_EQ(shell.pages, c.pages);
+  }
+}
+
+TEST_F(SettingsDialogTest, AddingTwiceAsksTheKeyServerAndAddsNoSecondRow) {
+  HaveAccounts({"new@example.com"}, false);
+  EngineAnswers(-13);
+  const auto dialog = Open();
+  ui.ExpectBox(kSecureNow, 2);
+  Add(*dialog, "NEW@example.com");
+  EXPECT_THAT(Rows(*dialog), ElementsAre("new@example.com"));
+}
+
+TEST_F(SettingsDialogTest, AddReportsAnEngineThatCannotBeHad) {
+  scripted_engine.refusal = Error{kCannotCreateComponent, "no engine"};
+  AllowError("frmManageUserKeys::cmdAdd_Click - Object variable or With block variable not set");
+  const auto dialog = Open();
+  ui.ExpectBox("Unable to connect to key server");
+  Add(*dialog, "new@example.com");
+  EXPECT_THAT(Rows(*dialog), ElementsAre("new@example.com"));
+}
+
+TEST_F(SettingsDialogTest, RemoveAsksFirst) {
+  HaveAccounts({"a@example.com", "b@example.com"}, true);
+  const auto dialog = Open();
+  AnswerYes(kRemoveFirst, false);
+  dialog->cmdRemove.Press();
+  EXPECT_THAT(Rows(*dialog), ElementsAre("a@example.com", "b@example.com"));
+  AnswerYes(kRemoveFirst, true);
+  dialog->cmdRemove.Press();
+  EXPECT_EQ(dialog->lstvwAliases.SelectedText(), "b@example.com");
+  EXPECT_THAT(StoredAccounts(), ElementsAre("a@example.com (signs)", "b@example.com"));
+  dialog->cmdOK.Press();
+  EXPECT_THAT(StoredAccounts(), ElementsAre("b@example.com"));
+}
+
+TEST_F(SettingsDialogTest, UnsavedAddressesOutliveAReloadOfTheSettings) {
+  HaveAccounts({"a@example.com", "b@example.com"}, false);
+  const auto dialog = Open();
+  Add(*dialog, "new@example.com");
+  AnswerYes(kRemoveFirst, true);
+  dialog->cmdRemove.Press();
+  RegistryHandlers::ReadUserAccountInfo();
+  dialog->Show();
+  dialog->lstvwAliases.ClickRow(1);
+  SetSigning(*dialog, true);
+  EXPECT_THAT(StoredAccounts(), ElementsAre("b@example.com", "new@example.com (signs)"));
+}
+
+TEST_F(SettingsDialogTest, PropertiesOfAnAddressThatIsGoneAreRefused) {
+  HaveAccounts({"a@example.com", "b@example.com"}, false);
+  const auto dialog = Open();
+  UserManagement::RemoveNimbraAccountUser("a@example.com");
+  AnswerYes("Error encountered getting account details", true);
+  dialog->cmdProperties.Press();
+}
+
+TEST_F(SettingsDialogTest, OkStoresThePreferencesAndTheCloseBoxNone) {
+  HaveAccounts({"a@example.com"}, true);
+  const auto dialog = Open();
+  dialog->chkEncryptOutgoing.Toggle();
+  dialog->chkSignOutgoing.Toggle();
+  dialog->chkDecryptAndVerifyIncoming.Toggle();
+  dialog->ShowTab(2);
+  dialog->chkLogDebuggingInfo.Toggle();
+  dialog->chkDisableKVP.Toggle();
+  const auto other = Open();
+  other->chkEncryptOutgoing.Toggle();
+  other->PressCloseBox();
+  ExpectGolden("settings_before_ok", StoredSettings());
+  dialog->cmdOK.Press();
+  EXPECT_FALSE(dialog->IsLoaded());
+  ExpectGolden("settings_after_ok", StoredSettings());
+}
+
+TEST_F(SettingsDialogTest, PassphraseMemoryGoesFromItsControlsAndBack) {
+  struct Case {
+    int remember;
+    int forget_when;
+    std::string typed;
+    std::string after_leaving;
+    std::int32_t stored;
+    int shown_remember;
+    int shown_forget_when;
+    std::string shown_minutes;
+  };
+  for (const Case& c : std::vector<Case>{
+           {0, 1, "15", "15", 0, 0, 0, "5"},
+           {1, 0, "15", "15", -1, 1, 0, "5"},
+           {1, 1, "5", "5", 5, 1, 1, "5"},
+           {1, 1, "15 minutes", "15", 15, 1, 1, "15"},
+           {1, 1, "2.90", "2.9", 2, 1, 1, "2"},
+           {1, 1, "-1", "-1", -1, 1, 0, "5"},
+           {1, 1, "-1.5", "-1.5", -2, 1, 1, "-2"},
+           {1, 1, "soon", "0", 0, 0, 0, "5"},
+           {1, 1, std::string(400, '9'), "2147483647", 2147483647, 1, 1, "2147483647"}}) {
+    SCOPED_TRACE(c.typed);
+    for (const bool leaves : {true, false}) {
+      g_lPassphraseMemory = 0;
+      const auto dialog = Open();
+      dialog->ShowTab(2);
+      dialog->optRemember[1].Press();
+      dialog->optForgetWhen[c.forget_when].Press();
+      dialog->txtForgetWhen.Type(c.typed);
+      if (leaves) dialog->txtForgetWhen.Leave();
+      EXPECT_EQ(dialog->txtForgetWhen.Text(), leaves ? c.after_leaving : c.typed);
+      dialog->optRemember[c.remember].Press();
+      dialog->cmdOK.Press();
+      EXPECT_EQ(Preference("PassphraseMemory"), c.stored);
+      const auto again = Open();
+      EXPECT_TRUE(again->optRemember[c.shown_remember].Selected());
+      EXPECT_TRUE(again->optForgetWhen[c.shown_forget_when].Selected());
+      EXPECT_EQ(again->txtForgetWhen.Text(), c.shown_minutes);
+      EXPECT_EQ(again->txtForgetWhen.Enabled, c.shown_remember == 1);
+      again->PressCloseBox();
+    }
+  }
+}
+
+TEST_F(SettingsDialogTest, OffersImapAccessWhereTheServerSaysSo) {
+  HttpServer server;
+  desk::CurlInet web;
+  inet.real = &web;
+  SetEdition("URLIMAPInfo", "http://example.com/imap?x=1");
+  SetEdition("URLIMAPCheck", server.Url("/check"));
+  AllowError("frmManageUserKeys::cmdAdd_Click - ");
+  const std::string question =
+      "Corvessa Professional for Outlook was created for Corvessa users who have\r\n"
+      "already enabled IMAP access to their email.\r\n\r\n"
+      "To find out more about enabling IMAP access, click OK\r\n"
+      "To continue using Corvessa Professional for Outlook, click Cancel";
+  const auto dialog = Open();
+  for (const auto& [answer, asks] : std::vector<std::pair<std::string, bool>>{
+           {"", false}, {"no number", false}, {" 0", false}, {"-1 or so", true}, {"2", true}}) {
+    server.Serve("/check?alias=new@example.com", answer);
+    if (asks) ui.ExpectBox(question, answer == "2" ? 1 : 2);
+    Add(*dialog, "new@example.com");
+  }
+  EXPECT_THAT(shell.pages, ElementsAre("http://example.com/imap?x=1&alias=new@example.com"));
+  // Not asked: a server that fails, either page missing.
+  server.Serve("/check?alias=new@example.com", "1", 500);
+  Add(*dialog, "new@example.com");
+  EXPECT_EQ(server.Requests().size(), 6U);
+  SetEdition("URLIMAPInfo", "");
+  Add(*dialog, "new@example.com");
+  EXPECT_EQ(server.Requests().size(), 6U);
+}
+
+TEST_F(SettingsDialogTest, AsksAUserWithoutAddresses) {
+  const auto dialog = Open();
+  const std::string question =
+      "You have not configured any of your email accounts\r\nto send or receive secure "
+      "email.\r\n\r\nWould you like to do this now?";
+  ui.ExpectBox(question, 2);
+  dialog->AskAddAddress();
+  ui.ExpectBox(question, 1);
+  ui.Expect<frmEMail>("frmEMail", [](frmEMail& form) { form.cmdCancel.Press(); });
+  dialog->AskAddAddress();
+
+  const auto prompt = std::make_shared<frmNoKeyPairs>();
+  ui.Expect<frmNoKeyPairs>("frmNoKeyPairs", [](frmNoKeyPairs& form) { form.cmdCancel.Press(); });
+  dialog->AskRegisterKeys(prompt);
+  EXPECT_FALSE(prompt->IsLoaded());
+}
+
+}  // namespace
+}  // namespace corvessa::testing

@@ -1,0 +1,136 @@
+#include "tracking/configuration_buttons.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <memory>
+
+#include "accounts/settings.h"
+#include "support/addin_fixture.h"
+
+namespace corvessa::testing {
+namespace {
+
+using ::testing::ElementsAre;
+
+class ConfigurationButtonTest : public AddInFixture {
+ protected:
+  ConfigurationButtonTest() {
+    SetEdition("URLMain", "http://example.com/");
+    ui.AllowForm("frmManageUserKeys");
+  }
+
+  bool Init() {
+    bool done = false;
+    buttons.InitButtons(explorer, done);
+    return done;
+  }
+
+  /// The add-in's button; null when there is none.
+  desk::ButtonPtr Button() {
+    for (const desk::ButtonPtr& button : explorer->Bars().Find("Standard")->Buttons()) {
+      if (button->Look().on_action == "!<CorvessaPro_OL.Connect>") return button;
+    }
+    return nullptr;
+  }
+
+  std::vector<FormPtr> Dialogs() {
+    std::vector<FormPtr> dialogs;
+    for (const FormPtr& form : LoadedForms()) {
+      if (form->Name() == "frmManageUserKeys") dialogs.push_back(form);
+    }
+    return dialogs;
+  }
+
+  desk::ExplorerWindowPtr explorer = outlook.AddExplorer();
+  ConfigurationButtons buttons;
+};
+
+TEST_F(ConfigurationButtonTest, StandsOnTheStandardBarWithItsPicture) {
+  ASSERT_TRUE(Init());
+  EXPECT_EQ(desk::Describe(explorer->Bars(), "Standard"), R"(Standard position=1
+  "&Print..." tip="Print..." style=0 face=4 permanent
+  "Corvessa" tip="Secure Email From Corvessa" style=3 face=pasted group action="!<CorvessaPro_OL.Connect>"
+)");
+  const desk::ButtonPtr button = Button();
+  EXPECT_TRUE(button->Look().temporary);
+  // 48 bytes of header and palette, 16 rows of 4 bytes, 2 to spare; 24-bit pixels in the face.
+  EXPECT_EQ(button->Look().pasted_mask->size(), 114U);
+  EXPECT_EQ(button->Look().pasted_face->size(), 40U + 16 * 48);
+  buttons.CloseButtons();
+  EXPECT_EQ(Button(), nullptr);
+  buttons.CloseButtons();
+}
+
+TEST_F(ConfigurationButtonTest, ShowsOnlyItsPictureWhereTheEditionWantsNoText) {
+  g_bNoToolbarButtonText = true;
+  ASSERT_TRUE(Init());
+  EXPECT_EQ(Button()->Look().caption, "");
+  EXPECT_EQ(Button()->Look().style, platform::kButtonIconAndCaption);
+  EXPECT_EQ(Button()->Look().tooltip, "Secure Email From Corvessa");
+}
+
+TEST_F(ConfigurationButtonTest, DoesWithoutAPictureThatIsMissingOrNone) {
+  AllowError("ConfigurationButtons::GetButton - ");
+  const std::string picture = "c:\\Corvessa\\Customization\\16x16Icon.bmp";
+  files.Write(picture, "GIF89a");
+  for (int round = 0; round < 2; ++round) {
+    ASSERT_TRUE(Init());
+    EXPECT_EQ(Button()->Look().style, platform::kButtonCaption);
+    EXPECT_FALSE(Button()->Look().pasted_face);
+    buttons.CloseButtons();
+    if (files.FileExists(picture)) files.Delete(picture);
+  }
+}
+
+TEST_F(ConfigurationButtonTest, LeavesNoHalfMadeButton) {
+  AllowError("ConfigurationButtons::");
+  const auto count = [&] { return explorer->Bars().Find("Standard")->Buttons().size(); };
+  const std::size_t without = count();
+  for (std::size_t call = 1;; ++call) {
+    faults.FailAt(call);
+    const bool done = Init();
+    const bool failed = !faults.Failed().empty();
+    faults.FailAt(0);
+    EXPECT_EQ(count(), done ? without + 1 : without) << call;
+    buttons.CloseButtons();
+    ASSERT_EQ(count(), without) << call;
+    if (!failed) break;
+  }
+}
+
+TEST_F(ConfigurationButtonTest, OpensOneDialogAndBringsItForward) {
+  ASSERT_TRUE(Init());
+  EXPECT_TRUE(Button()->Click());
+  EXPECT_TRUE(Button()->Click());
+  EXPECT_THAT(ui.Shown(), ElementsAre("frmManageUserKeys", "frmManageUserKeys forward"));
+  ASSERT_EQ(Dialogs().size(), 1U);
+  // A hidden one does not count.
+  Dialogs().front()->Hide();
+  EXPECT_TRUE(Button()->Click());
+  EXPECT_EQ(Dialogs().size(), 2U);
+  buttons.CloseButtons();
+}
+
+TEST_F(ConfigurationButtonTest, OpensNothingInAMailModeThatTheEditionRefuses) {
+  ASSERT_TRUE(Init());
+  SetEditionSwitch("DisableInternetMode", 1);
+  ui.ExpectBox(
+      "Corvessa Professional for Outlook can only be used in Corporate/Workgroup mode.\r\n\r\n"
+      "This can be changed from the Tools menu, \r\n"
+      "under Options, Mail Services tab, Reconfigure Mail Support");
+  EXPECT_TRUE(Button()->Click());
+  EXPECT_TRUE(g_bDisableKVPEntirely);
+  EXPECT_EQ(Dialogs().size(), 0U);
+}
+
+TEST_F(ConfigurationButtonTest, OutlivesItsExplorerClosingUnderTheClick) {
+  bool done = false;
+  auto leaving = std::make_unique<ConfigurationButtons>();
+  leaving->InitButtons(explorer, done);
+  ui.AllowForm("frmManageUserKeys", [&](Form&) { leaving.reset(); });
+  EXPECT_TRUE(Button()->Click());
+  EXPECT_EQ(Dialogs().size(), 1U);
+}
+
+}  // namespace
+}  // namespace corvessa::testing
