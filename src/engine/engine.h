@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -21,6 +22,8 @@ struct EngineConfig {
   std::function<std::filesystem::path(std::string_view)> local_path;
   /// A fresh temporary file's path in the add-in's terms.
   std::function<std::string()> new_temporary_path;
+  /// How long key servers may take to answer one operation, all of them together.
+  std::chrono::milliseconds key_server_time = std::chrono::seconds(10);
 };
 
 /// The engine as the add-in sees it, with the upkeep of its keys beside it. One thread uses it.

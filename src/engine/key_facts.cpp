@@ -187,12 +187,15 @@ Key UsableFor(rnp_ffi_t ffi, rnp_key_handle_t primary, const char* usage) {
 }
 
 std::string MainAddress(rnp_key_handle_t primary) {
-  const std::string main_id = Text(rnp_key_get_primary_uid, primary);
+  char* main_id = nullptr;  // a key without a valid user ID has none, which is no error here
+  if (rnp_key_get_primary_uid(primary, &main_id) != RNP_SUCCESS) return {};
   std::string address = AddressOf(main_id);
   ForEachUserId(primary, [&](const std::string& user_id, bool valid) {
     if (address.empty() && valid) address = AddressOf(user_id);
   });
-  return address.empty() ? main_id : address;
+  if (address.empty()) address = main_id;
+  rnp_buffer_destroy(main_id);
+  return address;
 }
 
 }  // namespace corvessa::engine

@@ -47,7 +47,7 @@ bool IsUsable(rnp_key_handle_t key);
 Key UsableFor(rnp_ffi_t ffi, rnp_key_handle_t primary, const char* usage);
 
 /// The key's address: that of its primary user ID, else of the first valid one that carries any,
-/// else the text of its primary user ID.
+/// else the text of its primary user ID; "" when no user ID is valid.
 std::string MainAddress(rnp_key_handle_t primary);
 
 }  // namespace corvessa::engine

@@ -1,8 +1,6 @@
 #include "engine/key_servers.h"
 
 #include <algorithm>
-#include <chrono>
-#include <memory>
 
 #include "base/error.h"
 #include "engine/armour.h"
@@ -13,7 +11,6 @@
 namespace corvessa::engine {
 namespace {
 
-constexpr auto kTotalTime = std::chrono::seconds(10);
 constexpr std::size_t kMaxKeySize = std::size_t{1} << 20;
 constexpr std::size_t kMaxKeys = 32;
 // Armour takes four characters for three bytes, and line ends.
@@ -81,7 +78,7 @@ std::vector<KeyServers::Answer> KeyServers::LookUp(const std::vector<std::string
            {}});
     }
   }
-  const auto responses = Perform(requests, kMaxAnswer, kTotalTime);
+  const auto responses = Perform(requests, kMaxAnswer, total_time_);
   std::vector<Answer> answers(searches.size());
   for (std::size_t i = 0; i < searches.size(); ++i) {
     answers[i].reached = lookup_.empty();
@@ -102,7 +99,7 @@ bool KeyServers::Publish(const std::string& armoured, std::string& trouble) cons
   for (const auto& server : update_) {
     requests.push_back({server + "/pks/add", customer_, "keytext=" + UrlEncoded(armoured)});
   }
-  const auto responses = Perform(requests, kMaxAnswer, kTotalTime);
+  const auto responses = Perform(requests, kMaxAnswer, total_time_);
   for (std::size_t i = 0; i < update_.size(); ++i) {
     if (responses[i].status == 200) continue;
     trouble =

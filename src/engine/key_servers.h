@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,6 +10,9 @@ namespace corvessa::engine {
 /// The HKP key servers. Whatever they answer is only bytes: the caller judges the keys.
 class KeyServers {
  public:
+  /// One call takes at most `total_time`.
+  explicit KeyServers(std::chrono::milliseconds total_time) : total_time_(total_time) {}
+
   /// Blank- or comma-separated http(s) addresses. Throws Error for another kind of address.
   void SetLookup(std::string_view servers);
   void SetUpdate(std::string_view servers);
@@ -21,8 +25,7 @@ class KeyServers {
     bool reached =
         true;  ///< at least one server gave an answer that can be believed, or there is none
   };
-  /// Searches for several texts (addresses, or key IDs as "0x…") at once, on all servers, within
-  /// ten seconds in all.
+  /// Searches for several texts (addresses, or key IDs as "0x…") at once, on all servers.
   std::vector<Answer> LookUp(const std::vector<std::string>& searches) const;
 
   /// Sends an armoured key to every update server. False: there is none, or one did not take it;
@@ -30,6 +33,7 @@ class KeyServers {
   bool Publish(const std::string& armoured, std::string& trouble) const;
 
  private:
+  std::chrono::milliseconds total_time_;
   std::vector<std::string> lookup_;
   std::vector<std::string> update_;
   std::string customer_;

@@ -40,7 +40,8 @@ class KeyUpkeep {
   /// The same for secret keys, still protected by their passphrases.
   virtual platform::EngineStatus ExportSecretKeys(std::string_view who, std::string& armoured) = 0;
   virtual platform::EngineStatus ListKeys(std::vector<KeyInfo>& keys) = 0;
-  /// Sends the address's public keys to every update server. -8: a server did not take them.
+  /// Sends the public keys of an own address to every update server. -13: it has no secret key; -8:
+  /// a server did not take them.
   virtual platform::EngineStatus PublishKeys(std::string_view address) = 0;
 };
 

@@ -51,7 +51,7 @@ std::shared_ptr<OpenPgpEngine> CreateOpenPgpEngine(EngineConfig config) {
 }
 
 LibrnpEngine::LibrnpEngine(EngineConfig config)
-    : config_(std::move(config)), keys_(config_.rings_folder) {}
+    : config_(std::move(config)), keys_(config_.rings_folder), servers_(config_.key_server_time) {}
 
 void LibrnpEngine::SetOption(std::string_view name, std::string_view value) {
   RequireOneLine(name, value);

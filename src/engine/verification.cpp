@@ -69,7 +69,9 @@ bool IsImpostor(const KeyStore& keys, rnp_key_handle_t primary, const std::strin
 }
 
 Finding NoUsableKey(const std::string& address) {
-  return {Kind::kInvalidKey, address, "The key of " + address + " is expired or revoked."};
+  return {
+      Kind::kInvalidKey, address,
+      "The key of " + address + " is not usable: it is expired, revoked or without a valid name."};
 }
 
 // The library calls every signature of a revoked key invalid, whether it fits the content or not.
@@ -81,7 +83,8 @@ bool IsRevoked(const KeyStore& keys, const std::string& key_id, rnp_key_handle_t
 Finding JudgeGood(const KeyStore& keys, rnp_op_verify_signature_t signature,
                   rnp_key_handle_t primary, const std::string& address) {
   const auto key = Make<Key>(rnp_op_verify_signature_get_key, signature);
-  if (!IsUsable(primary) || !IsUsable(key.get())) return NoUsableKey(address);
+  if (MainAddress(primary).empty() || !IsUsable(primary) || !IsUsable(key.get()))
+    return NoUsableKey(address);
   if (IsImpostor(keys, primary, address)) {
     return {Kind::kInvalidKey, address,
             "The key that signed is not the key in your rings for " + address + "."};
@@ -97,7 +100,8 @@ Finding Judge(const KeyStore& keys, rnp_op_verify_signature_t signature, bool te
   if (status == RNP_ERROR_KEY_NOT_FOUND || !primary) {
     return {Kind::kUnknown, key_id, "The signer's key " + key_id + " is not to be had."};
   }
-  const std::string address = MainAddress(primary.get());
+  std::string address = MainAddress(primary.get());
+  if (address.empty()) address = key_id;
   if (status == RNP_ERROR_SIGNATURE_INVALID && !IsRevoked(keys, key_id, primary.get())) {
     return {Kind::kBad, address, "The signature of " + address + " does not fit the content."};
   }

@@ -14,6 +14,7 @@ EngineConfig Profile::Config() const {
   EngineConfig config;
   config.rings_folder = folder / "keys";
   config.adk_file = folder / "adks.txt";
+  config.key_server_time = std::chrono::milliseconds(1500);
   config.local_path = [](std::string_view path) { return std::filesystem::path(path); };
   config.new_temporary_path = [base = folder / "temporary", count = 0]() mutable {
     return base.string() + std::to_string(++count) + ".sig";
