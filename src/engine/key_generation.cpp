@@ -11,6 +11,7 @@ constexpr std::uint32_t kPassphraseWork = 16U << 20;
 
 void Protect(rnp_op_generate_t op, const SecretString& passphrase) {
   Check(rnp_op_generate_set_hash(op, "SHA512"));
+  Check(rnp_op_generate_set_expiration(op, 0));  // the library's keys would end after two years
   Check(rnp_op_generate_set_protection_password(op, passphrase.View().data()));
   Check(rnp_op_generate_set_protection_cipher(op, "AES256"));
   Check(rnp_op_generate_set_protection_hash(op, "SHA512"));

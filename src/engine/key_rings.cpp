@@ -178,7 +178,8 @@ void KeyRings::WriteRing(bool secret, const std::vector<NewKey>& keys) {
   }
   file.CommitDurably();
   std::erase_if(index_.entries, belongs);
-  index_.entries.insert(index_.entries.end(), entries.begin(), entries.end());
+  const auto place = secret ? index_.entries.end() : index_.entries.begin();
+  index_.entries.insert(place, entries.begin(), entries.end());
   Reopen(secret);
   Remember();
 }

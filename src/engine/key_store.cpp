@@ -56,18 +56,19 @@ bool KeyStore::HasSecret(std::string_view address) const {
                              [](const RingEntry* entry) { return entry->secret; });
 }
 
-// Of an entry of the secret ring only the public half is loaded here.
+std::string KeyStore::ReadPublic(const RingEntry& entry) const {
+  std::string data = rings_.Read(entry);
+  if (!entry.secret) return data;
+  const Ffi scratch = MakeFfi();
+  LoadKeys(scratch.get(), data);
+  const auto key = FindKey(scratch.get(), entry.facts.fingerprint);
+  return key ? ExportPublic(key.get()) : std::string();
+}
+
 Key KeyStore::Load(const RingEntry& entry) {
   const std::string& fingerprint = entry.facts.fingerprint;
   if (loaded_.insert(fingerprint).second) {
-    std::string data = rings_.Read(entry);
-    if (entry.secret) {
-      const Ffi scratch = MakeFfi();
-      LoadKeys(scratch.get(), data);
-      const auto key = FindKey(scratch.get(), fingerprint);
-      data = key ? ExportPublic(key.get()) : std::string();
-    }
-    LoadKeys(ffi_.get(), data);
+    LoadKeys(ffi_.get(), ReadPublic(entry));
   }
   auto key = FindKey(ffi_.get(), fingerprint);
   if (!key) Fail(kKeyStoreTrouble, "The key " + fingerprint + " cannot be read from its ring.");

@@ -27,6 +27,9 @@ class KeyStore {
   /// To be called at the start of an operation: notices rings that another process changed.
   void Refresh();
 
+  /// The public key of a ring entry, also of one that only the secret ring holds, as it may be
+  /// after a kill between the writing of the two.
+  std::string ReadPublic(const RingEntry& entry) const;
   /// Puts keys into the rings, as KeyRings::Store does.
   void Store(const KeyRings::Lock& lock, const std::vector<KeyRings::NewKey>& keys);
 

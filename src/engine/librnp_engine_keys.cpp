@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <set>
 
 #include "engine/addresses.h"
 #include "engine/armour.h"
@@ -69,22 +70,29 @@ std::vector<const RingEntry*> EntriesOf(const KeyRings& rings, const std::string
   return entries;
 }
 
-/// The keys that an address or a fingerprint means, in the order of the rings.
-std::vector<const RingEntry*> Meant(const KeyRings& rings, std::string_view who, bool secret) {
+/// The entries that an address or a fingerprint means, in the order of the rings.
+std::vector<const RingEntry*> Meant(const KeyRings& rings, std::string_view who) {
   auto entries = rings.FindByAddress(NormalAddress(who));
-  if (entries.empty()) entries = EntriesOf(rings, std::string(who));
-  std::erase_if(entries, [&](const RingEntry* entry) { return entry->secret != secret; });
-  return entries;
+  return entries.empty() ? EntriesOf(rings, std::string(who)) : entries;
 }
 
-std::string Exported(const KeyRings& rings, std::string_view who, bool secret) {
+std::string PublicKeysOf(KeyStore& keys, std::string_view who) {
   std::string data;
-  for (const auto* entry : Meant(rings, who, secret)) data += rings.Read(*entry);
-  if (data.empty()) {
-    Fail(kNoKey, std::string(secret ? "There is no secret key for " : "There is no key for ") +
-                     std::string(who) + ".");
+  std::set<std::string> seen;  // public entries come first
+  for (const auto* entry : Meant(keys.rings(), who)) {
+    if (seen.insert(entry->facts.fingerprint).second) data += keys.ReadPublic(*entry);
   }
-  return Armour(data, secret ? "secret key" : "public key", {});
+  if (data.empty()) Fail(kNoKey, "There is no key for " + std::string(who) + ".");
+  return Armour(data, "public key", {});
+}
+
+std::string SecretKeysOf(KeyStore& keys, std::string_view who) {
+  std::string data;
+  for (const auto* entry : Meant(keys.rings(), who)) {
+    if (entry->secret) data += keys.rings().Read(*entry);
+  }
+  if (data.empty()) Fail(kNoKey, "There is no secret key for " + std::string(who) + ".");
+  return Armour(data, "secret key", {});
 }
 
 }  // namespace
@@ -134,14 +142,14 @@ EngineStatus LibrnpEngine::ImportKeys(std::string_view data, std::vector<KeyInfo
 
 EngineStatus LibrnpEngine::ExportPublicKeys(std::string_view who, std::string& armoured) {
   return Attempt([&] {
-    armoured = Exported(keys_.rings(), who, false);
+    armoured = PublicKeysOf(keys_, who);
     return kDone;
   });
 }
 
 EngineStatus LibrnpEngine::ExportSecretKeys(std::string_view who, std::string& armoured) {
   return Attempt([&] {
-    armoured = Exported(keys_.rings(), who, true);
+    armoured = SecretKeysOf(keys_, who);
     return kDone;
   });
 }
@@ -166,7 +174,7 @@ EngineStatus LibrnpEngine::PublishKeys(std::string_view address) {
     if (!keys_.HasSecret(NormalAddress(address))) {
       Fail(kNoKey, "There is no secret key for " + std::string(address) + ".");
     }
-    if (!servers_.Publish(Exported(keys_.rings(), address, false), trouble)) {
+    if (!servers_.Publish(PublicKeysOf(keys_, address), trouble)) {
       Fail(kIoTrouble, trouble);
     }
     return kDone;

@@ -2,8 +2,10 @@
 
 #include "base/error.h"
 #include "engine/armour.h"
+#include "engine/key_facts.h"
 #include "engine/packets.h"
 #include "engine/profile.h"
+#include "engine/rnp_streams.h"
 #include "engine/status.h"
 
 namespace corvessa::engine {
@@ -243,6 +245,68 @@ TEST_F(TextTest, AnUnknownSignerIsNamedByKeyId) {
   Profile carol;
   EXPECT_EQ(VerifyText(*carol.engine, Signed("x")),
             (Verified{-13, {}, {alice_key.substr(24)}, ""}));
+}
+
+TEST_F(TextTest, AFlippedByteNeverGivesAnotherText) {
+  const std::string text = "The launch code is 0000.";
+  const std::string binary = Dearmour(Encrypted(text));
+  for (std::size_t i = 0; i < binary.size(); ++i) {
+    std::string flipped = binary;
+    flipped[i] = static_cast<char>(flipped[i] ^ 0x55);
+    std::string plain = "untouched";
+    const auto status = bob->engine->DecryptTextEx(Armour(flipped, "message", {}), nullptr, plain);
+    // A packet length can be wrong without harm to the protected text.
+    if (status == 0) {
+      EXPECT_EQ(plain, text) << "byte " << i;
+      continue;
+    }
+    EXPECT_TRUE(status == -3 || status == -13) << "byte " << i << " gave " << status;
+    EXPECT_EQ(plain, "untouched") << "byte " << i;
+  }
+}
+
+/// Packets, encrypted for Bob as they are.
+std::string EncryptedPackets(const std::string& bobs_keys, std::string_view packets) {
+  const Ffi ffi = MakeFfi();
+  const auto key = FindKey(ffi.get(), LoadKeys(ffi.get(), bobs_keys).front());
+  TextSource source(packets);
+  TextSink sink;
+  const Stream stream(source, sink);
+  const auto op =
+      Create<EncryptOp>(rnp_op_encrypt_create, ffi.get(), stream.input(), stream.output());
+  Check(rnp_op_encrypt_add_recipient(op.get(), key.get()));
+  Check(rnp_op_encrypt_set_flags(op.get(), RNP_ENCRYPT_NOWRAP));
+  stream.Finish(rnp_op_encrypt_execute(op.get()));
+  return Armour(sink.text, "message", {});
+}
+
+TEST_F(TextTest, DeepNestingAndBombsAreRefused) {
+  const auto nested = [&](int depth) {
+    std::string packets(
+        "\xcb\x07"
+        "b\x00\x00\x00\x00\x00x",
+        9);
+    for (int i = 0; i < depth; ++i) {
+      const std::string body =
+          std::string(1, '\0') + packets;  // compressed by method 0: not at all
+      packets = "\xc8\xff" + std::string(2, '\0') + static_cast<char>(body.size() >> 8) +
+                static_cast<char>(body.size()) + body;
+    }
+    std::string plain = "untouched";
+    const auto status = bob->engine->DecryptTextEx(
+        EncryptedPackets(alice->PublicKeys("bob@example.org"), packets), nullptr, plain);
+    return std::pair(status, plain);
+  };
+  EXPECT_EQ(nested(5), std::pair(0, std::string("x")));
+  EXPECT_EQ(nested(40), std::pair(-3, std::string("untouched")));
+  EXPECT_EQ(nested(2000), std::pair(-3, std::string("untouched")));
+
+  const std::string bomb = Encrypted(std::string((256U << 20) + 1, '\0'));
+  EXPECT_LT(bomb.size(), 4U << 20);
+  std::string plain = "untouched";
+  EXPECT_EQ(bob->engine->DecryptTextEx(bomb, nullptr, plain), -3);
+  EXPECT_EQ(plain, "untouched");
+  EXPECT_EQ(bob->engine->GetEngineLastError(), "The text is too large: more than 268435456 bytes.");
 }
 
 }  // namespace

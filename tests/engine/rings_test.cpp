@@ -1,0 +1,197 @@
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "engine/armour.h"
+#include "engine/key_index.h"
+#include "engine/profile.h"
+
+namespace corvessa::engine {
+namespace {
+
+using ::testing::Contains;
+using ::testing::UnorderedElementsAre;
+
+/// Keys made once, for other profiles to import.
+class RingsTest : public ::testing::Test {
+ protected:
+  static constexpr int kKeys = 5;
+  static void SetUpTestSuite() {
+    donor = new Profile;
+    for (int i = 0; i < kKeys; ++i) donor->Generate(Address(i));
+  }
+  static void TearDownTestSuite() { delete donor; }
+  static std::string Address(int i) { return "user" + std::to_string(i) + "@example.org"; }
+
+  /// The addresses of the rings as a fresh session sees them, in ring order.
+  static std::vector<std::string> Listed(const Profile& profile) {
+    std::vector<KeyInfo> keys;
+    EXPECT_EQ(profile.Reopened()->ListKeys(keys), 0);
+    std::vector<std::string> addresses;
+    for (const auto& key : keys) addresses.push_back(key.addresses.front());
+    return addresses;
+  }
+  /// A child process of this test that does something with its own engine of the profile.
+  template <typename Work>
+  static pid_t InChild(const Profile& profile, Work work) {
+    const pid_t child = fork();
+    if (child != 0) return child;
+    const auto engine = profile.Reopened();
+    work(*engine);
+    _exit(0);
+  }
+
+  static inline Profile* donor = nullptr;
+};
+
+TEST_F(RingsTest, TheIndexIsMadeAgainWhenItIsMissingDamagedOrOld) {
+  Profile profile;
+  profile.Import(donor->SecretKeys(Address(0)));
+  const auto index = profile.folder / "keys/keys.index";
+  const auto old = ReadFile(index);
+  profile.Import(donor->PublicKeys(Address(1)));
+  const auto good = ReadFile(index);
+  std::string damaged = good;
+  damaged[good.size() / 2] = '?';
+  for (const auto& content : {std::string(), old, damaged, good.substr(0, good.size() / 2),
+                              good + "public\t0\t1\t\t\t\n"}) {
+    profile.Write("keys/keys.index", content);
+    std::string text;
+    EXPECT_EQ(profile.Reopened()->QueryKeyPair(Address(1), text), 0) << content;
+    EXPECT_EQ(ReadFile(index), good);
+    EXPECT_EQ(profile.Reopened()->AuthenticateAccount(Address(0), "secret"), 0);
+  }
+  std::filesystem::remove(index);
+  EXPECT_EQ(Listed(profile), (std::vector{Address(0), Address(1)}));
+  EXPECT_EQ(ReadFile(index), good);
+}
+
+TEST_F(RingsTest, ADamagedRingGivesWhatIsGoodAndLosesNothing) {
+  Profile profile;
+  for (int i = 0; i < 3; ++i) profile.Import(donor->PublicKeys(Address(i)));
+  const auto ring = ReadFile(profile.folder / "keys/public.ring");
+  const auto cut = ring.substr(0, ring.size() - 390);
+  profile.Write("keys/public.ring", cut);
+  EXPECT_EQ(Listed(profile), (std::vector{Address(0), Address(1)}));
+  profile.Import(donor->PublicKeys(Address(3)));
+  EXPECT_EQ(Listed(profile), (std::vector{Address(0), Address(1), Address(3)}));
+  EXPECT_EQ(ReadFile(profile.folder / "keys/public.ring.damaged"), cut);
+}
+
+TEST_F(RingsTest, SurvivesBeingKilledAtAnyMoment) {
+  for (int round = 0; round < 16; ++round) {
+    Profile profile;
+    int acknowledged[2];
+    ASSERT_EQ(pipe(acknowledged), 0);
+    const pid_t child = InChild(profile, [&](OpenPgpEngine& engine) {
+      std::vector<KeyInfo> imported;
+      for (int i = 0; i < kKeys; ++i) {
+        engine.ImportKeys(donor->SecretKeys(Address(i)), imported);
+        if (write(acknowledged[1], "x", 1) != 1) _exit(1);
+      }
+    });
+    close(acknowledged[1]);
+    usleep(static_cast<useconds_t>(round * 2000));
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    char done[kKeys];
+    std::size_t count = 0;
+    while (count < kKeys && read(acknowledged[0], done, 1) == 1) ++count;
+    close(acknowledged[0]);
+
+    const auto listed = Listed(profile);
+    ASSERT_GE(listed.size(), count) << "a stored key is lost";
+    for (std::size_t i = 0; i < listed.size(); ++i) {
+      EXPECT_EQ(listed[i], Address(static_cast<int>(i)));
+    }
+    if (count > 0) {
+      EXPECT_EQ(
+          profile.Reopened()->AuthenticateAccount(Address(static_cast<int>(count) - 1), "secret"),
+          0);
+    }
+    profile.Import(donor->SecretKeys(Address(kKeys - 1)));
+    EXPECT_THAT(Listed(profile), Contains(Address(kKeys - 1)));
+    for (const auto& address : listed) EXPECT_NE(profile.PublicKeys(address), "");
+  }
+}
+
+TEST_F(RingsTest, TwoProcessesLoseNoKeyAndSeeEachOthers) {
+  Profile profile;
+  const pid_t first = InChild(profile, [](OpenPgpEngine& engine) {
+    std::vector<KeyInfo> imported;
+    for (int i = 1; i < kKeys; i += 2) engine.ImportKeys(donor->PublicKeys(Address(i)), imported);
+  });
+  for (int i = 0; i < kKeys; i += 2) profile.Import(donor->PublicKeys(Address(i)));
+  waitpid(first, nullptr, 0);
+  for (int i = 0; i < kKeys; ++i) {
+    std::string text;
+    EXPECT_EQ(profile.engine->QueryKeyPair(Address(i), text), 0) << i;
+  }
+  EXPECT_EQ(Listed(profile).size(), static_cast<std::size_t>(kKeys));
+}
+
+TEST_F(RingsTest, GeneratesListsExportsAndMerges) {
+  Profile profile;
+  KeyInfo made;
+  ASSERT_EQ(profile.engine->GenerateKey("M\xc3\xbcller", "Mueller@Example.org", "pw", made), 0);
+  EXPECT_EQ(made.user_ids, std::vector<std::string>{"M\xc3\xbcller <mueller@example.org>"});
+  EXPECT_EQ(made.addresses, std::vector<std::string>{"mueller@example.org"});
+  EXPECT_EQ(made.algorithm, "EDDSA");
+  EXPECT_EQ(std::tuple(made.secret, made.revoked, made.expired, made.expires),
+            std::tuple(true, false, false, 0U));
+  std::string query;
+  EXPECT_EQ(profile.engine->QueryKeyPair("mueller@example.org", query), 0);
+  EXPECT_EQ(profile.PublicKeys(made.fingerprint), profile.PublicKeys("mueller@example.org"));
+  for (const auto* address : {"", "no address", "a@b@c", "a b@c.org", "<a@b.org>"}) {
+    EXPECT_EQ(profile.engine->GenerateKey("", address, "pw", made), -6) << address;
+  }
+  EXPECT_EQ(profile.engine->GenerateKey("Eve <", "eve@example.org", "pw", made), -6);
+  EXPECT_EQ(profile.engine->GenerateKey("", "eve@example.org", "", made), -4);
+
+  // A public key first and its secret key later, twice, are one key.
+  Profile other;
+  other.Import(profile.PublicKeys("mueller@example.org"));
+  EXPECT_EQ(other.engine->AuthenticateAccount("mueller@example.org", "pw"), -13);
+  const auto both = profile.SecretKeys("mueller@example.org") + donor->PublicKeys(Address(0));
+  other.Import(both);
+  other.Import(Dearmour(profile.SecretKeys("mueller@example.org")));
+  EXPECT_EQ(other.engine->AuthenticateAccount("mueller@example.org", "pw"), 0);
+  EXPECT_THAT(Listed(other), UnorderedElementsAre("mueller@example.org", Address(0)));
+  std::vector<KeyInfo> imported;
+  for (const auto* data : {"", "Hello", "\x99\x01", "-----BEGIN PGP PUBLIC KEY BLOCK-----\n\nx"}) {
+    EXPECT_LT(other.engine->ImportKeys(data, imported), 0) << data;
+  }
+  EXPECT_EQ(Listed(other).size(), 2U);
+}
+
+TEST_F(RingsTest, NoPassphraseAndNoPlainSecretKeyIsOnDisk) {
+  Profile profile;
+  profile.Generate("alice@example.org", "correct horse battery");
+  profile.engine->AuthenticateAccount("alice@example.org", "correct horse battery");
+  EXPECT_EQ(profile.engine->AuthenticateAccount("alice@example.org", "wrong horse"), -4);
+  EXPECT_EQ(profile.engine->GetEngineLastError(), "The passphrase for alice@example.org is wrong.");
+  for (const auto& name : Names(profile.folder / "keys")) {
+    EXPECT_EQ(ReadFile(profile.folder / "keys" / name).find("horse"), std::string::npos) << name;
+    if (name == "keys.lock") continue;
+    EXPECT_EQ(std::filesystem::status(profile.folder / "keys" / name).permissions(),
+              std::filesystem::perms(0600))
+        << name;
+  }
+}
+
+TEST_F(RingsTest, TheIndexReadsBackWhatItWrote) {
+  const KeyIndex index{
+      {10, -5, 7},
+      {20, 6, 8},
+      {{false, 0, 10, {"AB", {"CD", "EF"}, {"a@b.c", "d@e.f"}}}, {true, 4, 16, {"AB", {}, {}}}}};
+  EXPECT_EQ(ParseKeyIndex(FormatKeyIndex(index)), index);
+  auto outside = index;
+  outside.entries[1].length = 17;
+  EXPECT_EQ(ParseKeyIndex(FormatKeyIndex(outside)), std::nullopt);
+}
+
+}  // namespace
+}  // namespace corvessa::engine
