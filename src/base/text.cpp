@@ -184,4 +184,24 @@ std::string ForDisplay(std::string_view text) {
   return shown;
 }
 
+std::string ForDisplayLines(std::string_view text) {
+  constexpr std::size_t kTabWidth = 8;
+  std::string shown;
+  std::size_t line_begin = 0;
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find_first_of("\t\r\n"), text.size());
+    shown += ForDisplay(text.substr(0, end));
+    text.remove_prefix(end);
+    if (text.starts_with('\t')) {
+      const std::size_t column = Length(std::string_view(shown).substr(line_begin));
+      shown.append(kTabWidth - column % kTabWidth, ' ');
+    } else if (!text.empty()) {
+      shown += '\n';
+      line_begin = shown.size();
+    }
+    if (!text.empty()) text.remove_prefix(text.starts_with(kCrLf) ? kCrLf.size() : 1);
+  }
+  return shown;
+}
+
 }  // namespace corvessa

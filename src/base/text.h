@@ -48,4 +48,8 @@ std::int32_t ClampToInt32(double number);
 /// too.
 std::string ForDisplay(std::string_view text);
 
+/// The same for a text of several lines: a line break of any kind (CR LF, CR, LF) becomes one LF,
+/// a tab the blanks up to the next multiple of eight characters.
+std::string ForDisplayLines(std::string_view text);
+
 }  // namespace corvessa

@@ -73,5 +73,11 @@ TEST(Text, ForDisplayDropsWhatWouldDisguiseATextButKeepsTheRest) {
   EXPECT_EQ(ForDisplay("é\x80\u0085 日本"), "é 日本");
 }
 
+TEST(Text, ForDisplayLinesKeepsLinesAndWidensTabs) {
+  EXPECT_EQ(ForDisplayLines("a\r\nb\rc\n\n\x1b[2Jd\r\n"), "a\nb\nc\n\n[2Jd\n");
+  EXPECT_EQ(ForDisplayLines("\té\tx\n1234567\t8\t"), "        é       x\n1234567 8       ");
+  EXPECT_EQ(ForDisplayLines(""), "");
+}
+
 }  // namespace
 }  // namespace corvessa
