@@ -1,0 +1,129 @@
+#include "desk/terminal/line_reader.h"
+
+#include <cstdio>
+#include <cwchar>
+#include <fcntl.h>
+#include <histedit.h>
+
+#include "base/text.h"
+#include "desk/terminal/terminal.h"
+#include "desk/terminal/utf8_locale.h"
+
+namespace corvessa::desk {
+namespace {
+
+constexpr int kHistoryLines = 500;
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+/// A stream of its own over the descriptor, which stays open when the stream is closed.
+File OpenAgain(int descriptor, const char* mode) {
+  return File(fdopen(fcntl(descriptor, F_DUPFD_CLOEXEC, 0), mode));
+}
+
+}  // namespace
+
+class LineReader::Editor {
+ public:
+  Editor(Terminal& terminal, const std::string& program);
+  ~Editor();
+  Editor(const Editor&) = delete;
+  Editor& operator=(const Editor&) = delete;
+
+  bool IsUsable() const { return editor_ != nullptr && history_ != nullptr; }
+  std::optional<std::string> Read(const std::string& prompt);
+
+ private:
+  static Editor& Of(EditLine* editor);
+  static const char* Prompt(EditLine* editor) { return Of(editor).prompt_.c_str(); }
+  static int ReadCharacter(EditLine* editor, wchar_t* character);
+  void Remember(const std::string& line);
+
+  Terminal& terminal_;
+  std::string prompt_;
+  File input_;
+  File output_;
+  EditLine* editor_ = nullptr;
+  History* history_ = nullptr;
+};
+
+LineReader::Editor::Editor(Terminal& terminal, const std::string& program)
+    : terminal_(terminal),
+      input_(OpenAgain(terminal.Input(), "r")),
+      output_(OpenAgain(terminal.Output(), "w")) {
+  if (!input_ || !output_) return;
+  const Utf8Locale utf8;
+  editor_ = el_init(program.c_str(), input_.get(), output_.get(), output_.get());
+  history_ = history_init();
+  if (!IsUsable()) return;
+  HistEvent event;
+  history(history_, &event, H_SETSIZE, kHistoryLines);
+  history(history_, &event, H_SETUNIQUE, 1);
+  el_set(editor_, EL_CLIENTDATA, this);
+  el_set(editor_, EL_PROMPT, &Editor::Prompt);
+  el_set(editor_, EL_EDITOR, "emacs");
+  el_set(editor_, EL_SIGNAL, 1);
+  el_set(editor_, EL_GETCFN, &Editor::ReadCharacter);
+  el_set(editor_, EL_HIST, &history, history_);
+}
+
+LineReader::Editor::~Editor() {
+  if (editor_ != nullptr) el_end(editor_);
+  if (history_ != nullptr) history_end(history_);
+}
+
+LineReader::Editor& LineReader::Editor::Of(EditLine* editor) {
+  void* self = nullptr;
+  el_get(editor, EL_CLIENTDATA, &self);
+  return *static_cast<Editor*>(self);
+}
+
+int LineReader::Editor::ReadCharacter(EditLine* editor, wchar_t* character) {
+  std::mbstate_t state{};
+  for (;;) {
+    const int read = Of(editor).terminal_.ReadByte();
+    if (read < 0) return 0;
+    const char byte = static_cast<char>(read);
+    const std::size_t result = std::mbrtowc(character, &byte, 1, &state);
+    if (result == static_cast<std::size_t>(-2)) continue;
+    if (result != static_cast<std::size_t>(-1)) return 1;
+    // What is no UTF-8 was not typed by a person: left out.
+    state = {};
+  }
+}
+
+std::optional<std::string> LineReader::Editor::Read(const std::string& prompt) {
+  const Utf8Locale utf8;
+  prompt_ = prompt;
+  terminal_.ClearStatus();
+  int length = 0;
+  const char* typed = el_gets(editor_, &length);
+  if (typed == nullptr || length <= 0) return std::nullopt;
+  std::string line(typed, static_cast<std::size_t>(length));
+  Remember(line);
+  if (line.ends_with('\n')) line.pop_back();
+  return line;
+}
+
+void LineReader::Editor::Remember(const std::string& line) {
+  if (line.find_first_not_of(" \t\r\n") == std::string::npos) return;
+  HistEvent event;
+  history(history_, &event, H_ENTER, line.c_str());
+}
+
+LineReader::LineReader(Terminal& terminal, const std::string& program) : terminal_(terminal) {
+  if (!terminal_.IsThere()) return;
+  editor_ = std::make_unique<Editor>(terminal_, program);
+  if (!editor_->IsUsable()) editor_.reset();
+}
+
+LineReader::~LineReader() = default;
+
+std::optional<std::string> LineReader::Read(const std::string& prompt) {
+  return editor_ ? editor_->Read(prompt) : terminal_.ReadLine(prompt);
+}
+
+}  // namespace corvessa::desk

@@ -1,0 +1,126 @@
+#include "desk/terminal/terminal.h"
+
+#include <cerrno>
+#include <cstddef>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include "desk/terminal/columns.h"
+#include "desk/terminal/echo_off.h"
+#include "desk/terminal/secret_line.h"
+
+namespace corvessa::desk {
+namespace {
+
+constexpr int kUsualColumns = 80;
+constexpr int kFewestColumns = 20;
+
+timespec ToTimespec(std::chrono::milliseconds time) {
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+  return {seconds.count(), std::chrono::nanoseconds(time - seconds).count()};
+}
+
+}  // namespace
+
+Terminal::Terminal(int input, int output, bool is_there)
+    : input_(input), output_(output), is_there_(is_there) {}
+
+Terminal Terminal::Standard() {
+  return {STDIN_FILENO, STDERR_FILENO, isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0};
+}
+
+int Terminal::Columns() const {
+  winsize size{};
+  if (ioctl(output_, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsualColumns;
+  return size.ws_col < kFewestColumns ? kFewestColumns : size.ws_col;
+}
+
+void Terminal::WriteRaw(std::string_view text) const {
+  while (!text.empty()) {
+    const ssize_t written = write(output_, text.data(), text.size());
+    if (written < 0 && errno == EINTR) continue;
+    // A window that is gone cannot be told anything any more.
+    if (written <= 0) return;
+    text.remove_prefix(static_cast<std::size_t>(written));
+  }
+}
+
+void Terminal::Write(std::string_view text) {
+  if (!is_there_) return;
+  ClearStatus();
+  WriteRaw(text);
+}
+
+void Terminal::ShowStatus(std::string_view text) {
+  if (!is_there_) return;
+  // One column is left free: a cursor behind the last one would go to the next line.
+  const std::string line = CutToColumns(text, Columns() - 1);
+  if (line == status_) return;
+  WriteRaw("\r" + PadToColumns(line, ColumnsOf(status_)));
+  status_ = line;
+}
+
+void Terminal::ClearStatus() {
+  if (status_.empty()) return;
+  WriteRaw("\r" + PadToColumns("", ColumnsOf(status_)) + "\r");
+  status_.clear();
+}
+
+int Terminal::ReadByte(const sigset_t* wait_mask) {
+  for (;;) {
+    timespec wait{};
+    if (idle) wait = ToTimespec(idle());
+    pollfd input{input_, POLLIN, 0};
+    const int ready = ppoll(&input, 1, idle ? &wait : nullptr, wait_mask);
+    if (wait_mask != nullptr && EchoOff::Caught() != 0) return -1;
+    if (ready == 0 || (ready < 0 && errno == EINTR)) continue;
+    unsigned char byte = 0;
+    const ssize_t count = read(input_, &byte, 1);
+    if (count < 0 && errno == EINTR) continue;
+    return count == 1 ? byte : -1;
+  }
+}
+
+std::optional<std::string> Terminal::ReadLine(std::string_view prompt) {
+  Write(prompt);
+  std::string line;
+  for (;;) {
+    const int byte = ReadByte();
+    if (byte < 0 && line.empty()) return std::nullopt;
+    if (byte < 0 || byte == '\n') break;
+    line += static_cast<char>(byte);
+  }
+  if (line.ends_with('\r')) line.pop_back();
+  return line;
+}
+
+Terminal::SecretResult Terminal::ReadSecretLine(const sigset_t* wait_mask, SecretString& secret) {
+  SecretLine line;
+  for (int byte = ReadByte(wait_mask); byte != '\n'; byte = ReadByte(wait_mask)) {
+    if (byte < 0) return SecretResult::kAborted;
+    line.Add(static_cast<char>(byte));
+  }
+  if (line.IsTooLong()) return SecretResult::kTooLong;
+  secret.Assign(line.View());
+  return SecretResult::kRead;
+}
+
+Terminal::SecretResult Terminal::ReadSecret(std::string_view prompt, SecretString& secret) {
+  for (;;) {
+    secret.Clear();
+    SecretResult result;
+    int caught;
+    {
+      const EchoOff mute(input_);
+      Write(prompt);
+      result = ReadSecretLine(mute.WaitMask(), secret);
+      caught = EchoOff::Caught();
+    }
+    Write("\n");
+    if (caught != 0) std::raise(caught);
+    if (caught != SIGTSTP) return result;
+  }
+}
+
+}  // namespace corvessa::desk

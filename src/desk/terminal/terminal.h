@@ -1,0 +1,62 @@
+#pragma once
+
+#include <chrono>
+#include <csignal>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "base/secret_string.h"
+
+namespace corvessa::desk {
+
+/// Where a person sits: lines and passphrases come in, boxes and one redrawn status line go out.
+/// Without a person (`is_there` false) nothing is drawn; lines are still read. Reads byte by byte,
+/// so that nothing is lost between it and others who read the same input.
+class Terminal {
+ public:
+  enum class SecretResult { kRead, kTooLong, kAborted };
+
+  /// The descriptors stay the caller's.
+  Terminal(int input, int output, bool is_there);
+  /// Standard input and standard error, so that standard output stays free for results; there when
+  /// both are terminals.
+  static Terminal Standard();
+
+  bool IsThere() const { return is_there_; }
+  int Input() const { return input_; }
+  int Output() const { return output_; }
+  /// The width of the window; 80 when it is not known.
+  int Columns() const;
+
+  /// Takes the status line away first. Writes nothing when nobody is there.
+  void Write(std::string_view text);
+  /// Draws the one line that is redrawn in place, cut to the width.
+  void ShowStatus(std::string_view text);
+  void ClearStatus();
+
+  /// Without the line break; nothing at the end of the input.
+  std::optional<std::string> ReadLine(std::string_view prompt);
+  /// A line typed without echo, at most 4,000 bytes. A signal that comes in meanwhile takes its
+  /// course once the terminal has its echo back; if the process outlives it, that counts as
+  /// aborted, as does the end of the input. After having been stopped it asks again.
+  SecretResult ReadSecret(std::string_view prompt, SecretString& secret);
+  /// Waits; -1 at the end of the input.
+  int ReadByte() { return ReadByte(nullptr); }
+
+  /// Runs while input is waited for and says how long it may be left alone.
+  std::function<std::chrono::milliseconds()> idle;
+
+ private:
+  int ReadByte(const sigset_t* wait_mask);
+  SecretResult ReadSecretLine(const sigset_t* wait_mask, SecretString& secret);
+  void WriteRaw(std::string_view text) const;
+
+  int input_;
+  int output_;
+  bool is_there_;
+  std::string status_;
+};
+
+}  // namespace corvessa::desk

@@ -1,0 +1,156 @@
+#include <csignal>
+#include <cstdlib>
+#include <functional>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
+#include <string>
+#include <string_view>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include "desk/terminal/line_reader.h"
+#include "desk/terminal/terminal.h"
+
+namespace corvessa::testing {
+namespace {
+
+/// A process of its own on a pseudo-terminal, and the person before it.
+class Process {
+ public:
+  explicit Process(const std::function<void(desk::Terminal&)>& body) {
+    pid_ = forkpty(&master_, nullptr, nullptr, nullptr);
+    if (pid_ != 0) return;
+    setenv("TERM", "xterm", 1);
+    desk::Terminal terminal(STDIN_FILENO, STDOUT_FILENO, true);
+    body(terminal);
+    _exit(0);
+  }
+  ~Process() {
+    kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
+    close(master_);
+  }
+  Process(const Process&) = delete;
+  Process& operator=(const Process&) = delete;
+
+  void Type(std::string_view text) {
+    EXPECT_EQ(write(master_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  }
+  /// Everything shown up to the text and with it, since the last call; all that came when it never
+  /// came.
+  std::string ShownUpTo(std::string_view text) {
+    std::string shown;
+    while (!shown.ends_with(text)) {
+      pollfd ready{master_, POLLIN, 0};
+      char byte = 0;
+      if (poll(&ready, 1, 20'000) <= 0 || read(master_, &byte, 1) != 1) break;
+      shown += byte;
+    }
+    return shown;
+  }
+  bool Echoes() const {
+    termios modes{};
+    tcgetattr(master_, &modes);
+    return (modes.c_lflag & ECHO) != 0;
+  }
+  /// The signal that ended or, with `stopped`, stopped it; 0 when it ended by itself.
+  int WaitForSignal(bool stopped = false) {
+    int status = 0;
+    waitpid(pid_, &status, stopped ? WUNTRACED : 0);
+    if (WIFSTOPPED(status)) return WSTOPSIG(status);
+    return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+  }
+  void Signal(int signal) { kill(pid_, signal); }
+
+ private:
+  int master_ = -1;
+  pid_t pid_ = -1;
+};
+
+/// Asks, and says how many bytes it got and the result.
+void AskSecret(desk::Terminal& terminal) {
+  SecretString secret;
+  const auto result = terminal.ReadSecret("Passphrase: ", secret);
+  terminal.Write(std::to_string(secret.View().size()) + " bytes, result " +
+                 std::to_string(static_cast<int>(result)) + ".\n");
+}
+
+TEST(Pty, APassphraseIsReadWithoutEchoAndTheEchoComesBack) {
+  Process process([](desk::Terminal& terminal) {
+    AskSecret(terminal);
+    terminal.ReadLine("Line: ");
+  });
+  EXPECT_EQ(process.ShownUpTo(": "), "Passphrase: ");
+  EXPECT_FALSE(process.Echoes());
+  process.Type("x\x7Fsesame\n");
+  EXPECT_EQ(process.ShownUpTo("Line: "), "\r\n6 bytes, result 0.\r\nLine: ");
+  EXPECT_TRUE(process.Echoes());
+  process.Type("seen\n");
+  EXPECT_EQ(process.ShownUpTo("\n"), "seen\r\n");
+}
+
+TEST(Pty, TheEndOfInputAbortsThePassphrase) {
+  Process process(AskSecret);
+  process.ShownUpTo(": ");
+  process.Type("\x04");
+  EXPECT_EQ(process.ShownUpTo(".\r\n"), "\r\n0 bytes, result 2.\r\n");
+}
+
+TEST(Pty, ASignalGivesTheEchoBackBeforeItEndsTheProcess) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    Process process(AskSecret);
+    process.ShownUpTo(": ");
+    process.Type("ses");
+    process.Signal(signal);
+    EXPECT_EQ(process.WaitForSignal(), signal);
+    EXPECT_TRUE(process.Echoes()) << signal;
+  }
+}
+
+TEST(Pty, AfterHavingBeenStoppedItAsksAgain) {
+  Process process([](desk::Terminal& terminal) {
+    // A session leader of an orphaned group is never stopped by the keyboard's signal.
+    std::signal(SIGTSTP, [](int) { std::raise(SIGSTOP); });
+    AskSecret(terminal);
+  });
+  process.ShownUpTo(": ");
+  process.Type("half");
+  process.Signal(SIGTSTP);
+  EXPECT_EQ(process.WaitForSignal(true), SIGSTOP);
+  EXPECT_TRUE(process.Echoes());
+  process.Signal(SIGCONT);
+  EXPECT_EQ(process.ShownUpTo(": "), "\r\nPassphrase: ");
+  EXPECT_FALSE(process.Echoes());
+  process.Type("sesame\n");
+  EXPECT_EQ(process.ShownUpTo(".\r\n"), "\r\n6 bytes, result 0.\r\n");
+}
+
+TEST(Pty, LinesAreEditedAndRecalled) {
+  Process process([](desk::Terminal& terminal) {
+    int idle = 0;
+    terminal.idle = [&] {
+      ++idle;
+      return std::chrono::hours(1);
+    };
+    desk::LineReader reader(terminal, "test");
+    while (const auto line = reader.Read("> ")) terminal.Write("[" + *line + "]\n");
+    terminal.Write(idle > 0 ? "timers ran.\n" : "timers stood still.\n");
+  });
+  const auto line_of = [&](std::string_view keys) {
+    process.Type(keys);
+    const std::string shown = process.ShownUpTo("]\r\n");
+    return shown.substr(std::min(shown.size(), shown.rfind('[')));
+  };
+  process.ShownUpTo("> ");
+  EXPECT_EQ(line_of("oen\x1B[D\x1B[Dp\n"), "[open]\r\n");
+  EXPECT_EQ(line_of("  \n"), "[  ]\r\n");
+  EXPECT_EQ(line_of("größer 日本\n"), "[größer 日本]\r\n");
+  EXPECT_EQ(line_of("\x1B[A\x1B[A a.eml\n"), "[open a.eml]\r\n");
+  process.Type("\x04");
+  EXPECT_TRUE(process.ShownUpTo(".\r\n").ends_with("timers ran.\r\n"));
+}
+
+}  // namespace
+}  // namespace corvessa::testing
