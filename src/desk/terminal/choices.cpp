@@ -1,0 +1,149 @@
+#include "desk/terminal/choices.h"
+
+#include <algorithm>
+
+#include "base/text.h"
+#include "forms/controls.h"
+#include "forms/list_controls.h"
+
+namespace corvessa::desk {
+namespace {
+
+/// The character behind the first single "&", in lower case; empty when there is none. Digits are
+/// for numbers, and a blank cannot be told from nothing typed.
+std::string AccessKey(std::string_view caption) {
+  for (std::size_t at = caption.find('&'); at != std::string_view::npos && at + 1 < caption.size();
+       at = caption.find('&', at + 2)) {
+    if (caption[at + 1] == '&') continue;
+    const std::string key = LCase(Left(caption.substr(at + 1), 1));
+    return key == " " || (key >= "0" && key <= "9") ? "" : key;
+  }
+  return {};
+}
+
+bool CanBeChosen(const Control& control) {
+  if (!control.TakesFocus() || !control.IsShown() || !control.IsUsable()) return false;
+  const auto* box = dynamic_cast<const TextBox*>(&control);
+  return box == nullptr || !box->IsMultiLine();
+}
+
+template <class Predicate>
+CommandButton* FindButton(const Form& form, Predicate matches) {
+  for (Control* control : form.Controls()) {
+    auto* button = dynamic_cast<CommandButton*>(control);
+    if (button != nullptr && matches(*button) && CanBeChosen(*button)) return button;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+Choices::Choices(const Form& form) {
+  std::vector<Control*> without_key;
+  for (Control* control : form.Controls()) {
+    if (!CanBeChosen(*control)) continue;
+    const auto* captioned = dynamic_cast<const CaptionedControl*>(control);
+    const std::string key = captioned != nullptr ? AccessKey(ForDisplay(captioned->Caption())) : "";
+    if (key.empty() || by_key_.contains(key)) {
+      without_key.push_back(control);
+    } else {
+      Add(*control, -1, key);
+    }
+  }
+  for (Control* control : without_key) AddNumbered(*control);
+}
+
+void Choices::AddNumbered(Control& control) {
+  int first = -1;
+  int count = 0;
+  if (const auto* rows = dynamic_cast<const RowsControl*>(&control)) {
+    first = 0;
+    count = rows->RowCount();
+  } else if (const auto* tabs = dynamic_cast<const TabStrip*>(&control)) {
+    first = 1;
+    count = static_cast<int>(tabs->Captions().size());
+  } else {
+    count = 1;
+  }
+  for (int place = first; place < first + count; ++place) {
+    Add(control, place, Decimal(++last_number_));
+  }
+}
+
+void Choices::Add(Control& control, int place, std::string key) {
+  by_key_[key] = choices_.size();
+  by_control_[{&control, place}] = choices_.size();
+  choices_.push_back({std::move(key), &control, place});
+}
+
+const Choice* Choices::Find(std::string_view key) const {
+  const auto found = by_key_.find(LCase(key));
+  return found == by_key_.end() ? nullptr : &choices_[found->second];
+}
+
+std::string Choices::KeyOf(const Control& control, int place) const {
+  const auto found = by_control_.find({&control, place});
+  return found == by_control_.end() ? "" : choices_[found->second].key;
+}
+
+std::string DrawnCaption(std::string_view caption, bool has_mnemonic) {
+  std::string shown = ForDisplayLines(caption);
+  if (!has_mnemonic) return shown;
+  for (std::size_t at = shown.find('&'); at != std::string::npos; at = shown.find('&', at)) {
+    shown.erase(at, 1);
+    // Of "&&" the second one stays.
+    if (at < shown.size() && shown[at] == '&') ++at;
+  }
+  return shown;
+}
+
+CommandButton* DefaultButton(const Form& form) {
+  return FindButton(form, [](const CommandButton& button) { return button.Default; });
+}
+
+CommandButton* CancelButton(const Form& form) {
+  return FindButton(form, [](const CommandButton& button) { return button.Cancel; });
+}
+
+TextBox* FocusedTextBox(const Form& form) {
+  auto* box = dynamic_cast<TextBox*>(form.Focus());
+  return box != nullptr && CanBeChosen(*box) ? box : nullptr;
+}
+
+std::string PromptOf(const TextBox& box) {
+  std::string prompt;
+  for (const Control* control : box.Parent().Controls()) {
+    if (control == &box) break;
+    const auto* captioned = dynamic_cast<const CaptionedControl*>(control);
+    const bool names_it =
+        captioned != nullptr && captioned->IsShown() && captioned->TypeName() != "CommandButton";
+    if (names_it && !captioned->Caption().empty()) prompt = DrawnCaption(captioned->Caption());
+  }
+  if (prompt.ends_with(':')) prompt.pop_back();
+  return prompt.empty() ? "Text" : prompt;
+}
+
+std::string AnswerName(const Control& control) {
+  if (control.Index() < 0) return control.Name();
+  return control.Name() + "(" + Decimal(control.Index()) + ")";
+}
+
+void Click(Control& control, int place) {
+  if (auto* button = dynamic_cast<CommandButton*>(&control)) {
+    button->Press();
+  } else if (auto* check = dynamic_cast<CheckBox*>(&control)) {
+    check->Toggle();
+  } else if (auto* option = dynamic_cast<OptionButton*>(&control)) {
+    option->Press();
+  } else if (auto* tabs = dynamic_cast<TabStrip*>(&control)) {
+    tabs->ClickTab(place);
+  } else if (auto* rows = dynamic_cast<RowsControl*>(&control)) {
+    auto* list = dynamic_cast<ListBox*>(rows);
+    if (list != nullptr && list->HasCheckBoxes() && place >= 0 && place < list->RowCount()) {
+      list->SetRowChecked(place, !list->RowChecked(place));
+    }
+    rows->ClickRow(place);
+  }
+}
+
+}  // namespace corvessa::desk

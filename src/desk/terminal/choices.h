@@ -1,0 +1,67 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "forms/form.h"
+
+namespace corvessa {
+class CommandButton;
+class TextBox;
+}  // namespace corvessa
+
+namespace corvessa::desk {
+
+/// One thing that the user can do with a form now.
+struct Choice {
+  std::string key;
+  Control* control = nullptr;
+  /// The row of a list, from 0; the tab of a tab strip, from 1; -1 for the control itself.
+  int place = -1;
+};
+
+/// Everything that can be done with a form in its present state, in tab order. A control's access
+/// key is its key, unless an earlier control has taken it; all else is numbered.
+class Choices {
+ public:
+  explicit Choices(const Form& form);
+
+  /// Ignores case; null for a key that is none.
+  const Choice* Find(std::string_view key) const;
+  /// Empty for what cannot be chosen.
+  std::string KeyOf(const Control& control, int place = -1) const;
+
+ private:
+  void Add(Control& control, int place, std::string key);
+  void AddNumbered(Control& control);
+
+  std::vector<Choice> choices_;
+  std::map<std::string, std::size_t> by_key_;
+  std::map<std::pair<const Control*, int>, std::size_t> by_control_;
+  int last_number_ = 0;
+};
+
+/// A caption as it is drawn: no access mark, safe for a terminal.
+std::string DrawnCaption(std::string_view caption, bool has_mnemonic = true);
+
+/// The button that Enter or Escape presses; null when the form has none that can be pressed.
+CommandButton* DefaultButton(const Form& form);
+CommandButton* CancelButton(const Form& form);
+
+/// The text box with the focus, when it can be typed into; null otherwise.
+TextBox* FocusedTextBox(const Form& form);
+
+/// What names a text box to the user: the caption of the label before it.
+std::string PromptOf(const TextBox& box);
+
+/// The name that --answer knows the control by: "cmdOK", "optRemember(1)".
+std::string AnswerName(const Control& control);
+
+/// What a click on the control or its row does; nothing for a text box. The focus stays where the
+/// form has put it: that is where it wants the next text.
+void Click(Control& control, int place);
+
+}  // namespace corvessa::desk
