@@ -99,7 +99,7 @@ ItemData MakeReply(const ItemData& original, const Person& owner, bool to_all) {
   auto senders = original.reply_to;
   if (senders.empty()) senders.push_back(original.sender);
   for (const auto& [name, address] : senders) {
-    AddRecipient(reply, {RecipientKind::kTo, name.empty() ? address : name, address});
+    AddRecipient(reply, {RecipientKind::kTo, name.empty() ? address : name, address, {}, {}});
   }
   if (!to_all) return reply;
   for (const auto kind : {RecipientKind::kTo, RecipientKind::kCc}) {

@@ -1,0 +1,118 @@
+#include "desk/terminal/answers.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "base/error.h"
+#include "base/text.h"
+#include "desk/terminal/secret_line.h"
+
+namespace corvessa::desk {
+namespace {
+
+std::string Key(std::string_view address) {
+  return LCase(Trim(address));
+}
+
+/// What was given is not shown when it is wrong: it may be a passphrase in the wrong place.
+std::pair<std::string_view, std::string_view> Halves(std::string_view argument,
+                                                     std::string_view usage) {
+  const auto equals = argument.find('=');
+  if (equals == 0 || equals == std::string_view::npos || equals + 1 == argument.size()) {
+    Raise(kInvalidArgument, std::string(usage));
+  }
+  return {argument.substr(0, equals), argument.substr(equals + 1)};
+}
+
+[[noreturn]] void RaiseUnreadable(const std::string& path, int error) {
+  const long number = error == ENOENT   ? kFileNotFound
+                      : error == EACCES ? kPermissionDenied
+                                        : kPathFileAccess;
+  Raise(number,
+        "the passphrase file " + ForDisplay(path) + " cannot be read: " + std::strerror(error));
+}
+
+void ReadFirstLine(const std::string& path, SecretLine& line) {
+  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (file < 0) RaiseUnreadable(path, errno);
+  char byte = 0;
+  ssize_t count = 0;
+  while ((count = read(file, &byte, 1)) == 1 && byte != '\n' && !line.IsTooLong()) line.Add(byte);
+  const int error = errno;
+  close(file);
+  if (count < 0) RaiseUnreadable(path, error);
+  if (line.View().empty() || line.IsTooLong()) {
+    Raise(kInvalidArgument, "the first line of the passphrase file " + ForDisplay(path) + " is " +
+                                (line.IsTooLong() ? "too long" : "empty"));
+  }
+}
+
+}  // namespace
+
+void Answers::AddPassphrase(std::string_view argument) {
+  const auto [address, path] = Halves(argument, "--passphrase takes ADDRESS=FILE");
+  SecretLine line;
+  ReadFirstLine(std::string(path), line);
+  SetPassphrase(address, line.View());
+}
+
+void Answers::SetPassphrase(std::string_view address, std::string_view passphrase) {
+  passphrases_[Key(address)].Assign(passphrase);
+}
+
+void Answers::AddAnswer(std::string_view argument) {
+  const auto [form, control] = Halves(argument, "--answer takes FORM=CONTROL");
+  sequences_[std::string(form)].controls.emplace_back(control);
+}
+
+bool Answers::HasAnswers(std::string_view form) const {
+  return sequences_.find(form) != sequences_.end();
+}
+
+std::string Answers::NextAnswer(std::string_view form) {
+  const auto found = sequences_.find(form);
+  if (found == sequences_.end()) return {};
+  Sequence& sequence = found->second;
+  const std::size_t place = std::min(sequence.next, sequence.controls.size() - 1);
+  ++sequence.next;
+  return sequence.controls[place];
+}
+
+bool Answers::IsUsedUp(std::string_view form) const {
+  const auto found = sequences_.find(form);
+  return found == sequences_.end() || found->second.next >= found->second.controls.size();
+}
+
+void Answers::BeginRound() {
+  tried_.clear();
+}
+
+std::optional<std::string> Answers::ChooseAddress(const std::vector<std::string>& offered,
+                                                  std::string_view prompt) const {
+  const auto tried_before = [&](const std::string& address) {
+    const auto first = tried_.lower_bound({Key(address), ""});
+    return first != tried_.end() && first->first == Key(address);
+  };
+  const auto tried_here = [&](const std::string& address) {
+    return tried_.contains({Key(address), std::string(prompt)});
+  };
+  const auto first_that = [&](const auto& was_tried) {
+    return std::find_if(offered.begin(), offered.end(), [&](const std::string& address) {
+      return passphrases_.contains(Key(address)) && !was_tried(address);
+    });
+  };
+  auto found = first_that(tried_before);
+  if (found == offered.end()) found = first_that(tried_here);
+  if (found == offered.end()) return std::nullopt;
+  return *found;
+}
+
+const SecretString& Answers::UsePassphrase(std::string_view address, std::string_view prompt) {
+  tried_.emplace(Key(address), prompt);
+  return passphrases_[Key(address)];
+}
+
+}  // namespace corvessa::desk

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "base/secret_string.h"
+
+namespace corvessa::desk {
+
+/// What the user has answered beforehand: passphrases by address and the controls to press by form.
+class Answers {
+ public:
+  /// "ADDRESS=FILE": the file's first line is the address's passphrase. It is read here and now,
+  /// once, so that a pipe will do. Throws Error: 5 for what is no such text or a file without a
+  /// passphrase, the file's own error when it cannot be read; the description is for the user.
+  void AddPassphrase(std::string_view argument);
+  /// Addresses are compared trimmed and in lower case.
+  void SetPassphrase(std::string_view address, std::string_view passphrase);
+  /// "FORM=CONTROL". Several for one form are used in the order given, the last one again and
+  /// again. Throws Error 5 for what is no such text.
+  void AddAnswer(std::string_view argument);
+
+  /// Whether any answer was given for the form.
+  bool HasAnswers(std::string_view form) const;
+  /// The next answer for the form; empty when none was given.
+  std::string NextAnswer(std::string_view form);
+  /// Whether NextAnswer would only repeat what it gave last.
+  bool IsUsedUp(std::string_view form) const;
+
+  /// A new operation begins, in which every passphrase may be tried afresh.
+  void BeginRound();
+  /// The address whose passphrase to try now, of those offered: the first that has not been tried
+  /// in this round, else the first that has not been tried at this prompt. So a wrong passphrase
+  /// comes to an end. Nothing when there is none left.
+  std::optional<std::string> ChooseAddress(const std::vector<std::string>& offered,
+                                           std::string_view prompt) const;
+  /// The passphrase of an address that ChooseAddress gave; from then on it counts as tried.
+  const SecretString& UsePassphrase(std::string_view address, std::string_view prompt);
+
+ private:
+  struct Sequence {
+    std::vector<std::string> controls;
+    std::size_t next = 0;
+  };
+
+  std::map<std::string, SecretString> passphrases_;
+  std::map<std::string, Sequence, std::less<>> sequences_;
+  std::set<std::pair<std::string, std::string>> tried_;
+};
+
+}  // namespace corvessa::desk

@@ -1,0 +1,163 @@
+#include "desk/terminal/conversation.h"
+
+#include <optional>
+
+#include "base/secret_string.h"
+#include "base/text.h"
+#include "desk/terminal/choices.h"
+#include "desk/terminal/form_drawing.h"
+#include "desk/terminal/terminal.h"
+#include "forms/controls.h"
+
+namespace corvessa::desk {
+namespace {
+
+/// What the Escape key leaves in a line.
+constexpr std::string_view kEscape = "\x1B";
+
+/// A short word of the prompt is the user's to give only where no control has taken it as its key.
+bool IsWord(std::string_view line, std::string_view word, std::string_view letter,
+            const Choices& choices) {
+  const std::string lower = LCase(line);
+  return lower == word || (lower == letter && choices.Find(letter) == nullptr);
+}
+
+}  // namespace
+
+Conversation::Conversation(Terminal& terminal, Form& form, Leaving leaving)
+    : terminal_(terminal),
+      form_(form.shared_from_this()),
+      may_leave_(leaving == Leaving::kAllowed) {}
+
+void Conversation::Run() {
+  while (form_->IsVisible() && !has_left_) {
+    Turn();
+    if (!input_has_ended_ || !form_->IsVisible()) continue;
+    PressCloseBox();
+    form_->Hide();
+  }
+}
+
+void Conversation::Turn() {
+  const Choices choices(*form_);
+  terminal_.Write(DrawForm(*form_, &choices, terminal_.Columns()));
+  if (TextBox* box = FocusedTextBox(*form_)) {
+    AskForFocusedText(*box);
+  } else {
+    AskForChoice(choices);
+  }
+}
+
+void Conversation::AskForFocusedText(TextBox& box) {
+  if (TypeInto(box, PromptOf(box) + " (Enter alone for the other choices): ")) {
+    CommandButton* button = DefaultButton(*form_);
+    if (button != nullptr && form_->IsVisible()) Press(*button);
+  } else if (!input_has_ended_ && form_->IsVisible()) {
+    AskForChoice(Choices(*form_));
+  }
+}
+
+bool Conversation::TypeInto(TextBox& box, std::string_view prompt) {
+  if (box.IsPassword()) {
+    SecretString secret;
+    const Terminal::SecretResult result = terminal_.ReadSecret(prompt, secret);
+    input_has_ended_ = result == Terminal::SecretResult::kAborted;
+    if (result == Terminal::SecretResult::kTooLong) terminal_.Write("That is too long.\n");
+    if (secret.IsEmpty() || secret.View() == kEscape) return false;
+    box.Type(secret.View());
+    return true;
+  }
+  const std::optional<std::string> line = terminal_.ReadLine(prompt);
+  input_has_ended_ = !line;
+  if (!line || line->empty() || *line == kEscape) return false;
+  box.Type(*line);
+  return true;
+}
+
+std::string Conversation::ChoicePrompt(const Choices& choices) const {
+  std::string prompt = "Choice (";
+  if (const CommandButton* button = DefaultButton(*form_)) {
+    prompt += "Enter = " + DrawnCaption(button->Caption()) + ", ";
+  }
+  if (const CommandButton* button = CancelButton(*form_)) {
+    prompt += "esc = " + DrawnCaption(button->Caption()) + ", ";
+  }
+  if (may_leave_) prompt += "leave = leave it open, ";
+  return prompt + (choices.Find("q") == nullptr ? "q" : "close") + " = close): ";
+}
+
+void Conversation::AskForChoice(const Choices& choices) {
+  for (;;) {
+    const std::optional<std::string> line = terminal_.ReadLine(ChoicePrompt(choices));
+    input_has_ended_ = !line;
+    // What runs while one thinks may have taken the form away.
+    if (!line || !form_->IsVisible() || Obey(Trim(*line), choices)) return;
+    terminal_.Write("There is no choice \"" + ForDisplay(*line) + "\" here.\n");
+  }
+}
+
+bool Conversation::Obey(std::string_view line, const Choices& choices) {
+  if (line.empty()) {
+    CommandButton* button = DefaultButton(*form_);
+    if (button != nullptr) Press(*button);
+    return button != nullptr;
+  }
+  if (line == kEscape || LCase(line) == "esc") {
+    CommandButton* button = CancelButton(*form_);
+    button != nullptr ? Press(*button) : PressCloseBox();
+    return true;
+  }
+  if (IsWord(line, "close", "q", choices)) {
+    PressCloseBox();
+    if (form_->IsVisible()) terminal_.Write("This cannot be closed now.\n");
+    return true;
+  }
+  if (may_leave_ && LCase(line) == "leave") {
+    has_left_ = true;
+    return true;
+  }
+  return Choose(line, choices);
+}
+
+bool Conversation::Choose(std::string_view line, const Choices& choices) {
+  const std::size_t blank = line.find(' ');
+  const Choice* choice = choices.Find(line.substr(0, blank));
+  if (choice == nullptr) return false;
+  auto* box = dynamic_cast<TextBox*>(choice->control);
+  if (box != nullptr) {
+    FillTextBox(*box, blank == std::string_view::npos ? "" : Trim(line.substr(blank)));
+    return true;
+  }
+  if (blank != std::string_view::npos) return false;
+  if (dynamic_cast<CommandButton*>(choice->control) != nullptr) {
+    Press(*choice->control);
+  } else {
+    Click(*choice->control, choice->place);
+  }
+  return true;
+}
+
+void Conversation::FillTextBox(TextBox& box, std::string_view text) {
+  if (text.empty()) {
+    if (!TypeInto(box, PromptOf(box) + ": ")) return;
+  } else if (box.IsPassword()) {
+    terminal_.Write("A passphrase is not typed where it can be seen; choose the box alone.\n");
+    return;
+  } else {
+    box.Type(text);
+  }
+  box.Leave();
+}
+
+void Conversation::Press(Control& control) {
+  answer_ = AnswerName(control);
+  Click(control, -1);
+}
+
+void Conversation::PressCloseBox() {
+  const std::string earlier = answer_;
+  answer_ = kClosedAnswer;
+  if (!form_->PressCloseBox()) answer_ = earlier;
+}
+
+}  // namespace corvessa::desk

@@ -1,0 +1,122 @@
+#include "desk/terminal/given_answers.h"
+
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "base/text.h"
+#include "desk/terminal/answers.h"
+#include "desk/terminal/choices.h"
+#include "forms/controls.h"
+#include "forms/form.h"
+#include "forms/list_controls.h"
+
+namespace corvessa::desk {
+namespace {
+
+constexpr std::string_view kLogin = "frmLogin";
+
+/// Gives the name of the button pressed; empty when no passphrase fits.
+std::string GivePassphrase(Form& form, Answers& answers) {
+  auto* users = dynamic_cast<ComboBox*>(form.Find("cmbUsers"));
+  auto* password = dynamic_cast<TextBox*>(form.Find("txtPassword"));
+  auto* ok = dynamic_cast<CommandButton*>(form.Find("cmdOK"));
+  auto* prompt = dynamic_cast<Label*>(form.Find("txtPrompt1"));
+  if (users == nullptr || password == nullptr || ok == nullptr || prompt == nullptr) return {};
+  std::vector<std::string> offered;
+  for (int row = 0; row < users->RowCount(); ++row) offered.push_back(users->Row(row));
+  const auto address = answers.ChooseAddress(offered, prompt->Caption());
+  if (!address) return {};
+  for (int row = 0; row < users->RowCount(); ++row) {
+    if (users->Row(row) == *address) users->ClickRow(row);
+  }
+  password->Type(answers.UsePassphrase(*address, prompt->Caption()).View());
+  ok->Press();
+  return AnswerName(*ok);
+}
+
+Control* FindByAnswerName(const Form& form, std::string_view name) {
+  for (Control* control : form.Controls()) {
+    if (AnswerName(*control) == name) return control;
+  }
+  return nullptr;
+}
+
+/// Chooses or types the text; false when the control does not take it.
+bool GiveText(Control& control, std::string_view text) {
+  if (auto* box = dynamic_cast<TextBox*>(&control)) {
+    if (box->IsPassword() || box->IsMultiLine()) return false;
+    box->Type(text);
+    box->Leave();
+    return true;
+  }
+  if (auto* rows = dynamic_cast<RowsControl*>(&control)) {
+    for (int row = 0; row < rows->RowCount(); ++row) {
+      if (rows->Row(row) != text) continue;
+      Click(*rows, row);
+      return true;
+    }
+  }
+  if (auto* tabs = dynamic_cast<TabStrip*>(&control)) {
+    for (int tab = 1; tab <= static_cast<int>(tabs->Captions().size()); ++tab) {
+      if (DrawnCaption(tabs->Captions()[static_cast<std::size_t>(tab - 1)]) != text) continue;
+      tabs->ClickTab(tab);
+      return true;
+    }
+  }
+  return false;
+}
+
+bool IsPressed(const Control& control) {
+  return dynamic_cast<const CommandButton*>(&control) != nullptr ||
+         dynamic_cast<const CheckBox*>(&control) != nullptr ||
+         dynamic_cast<const OptionButton*>(&control) != nullptr;
+}
+
+/// Gives what is wrong with the answer; empty when it was carried out.
+std::string GiveAnswer(Form& form, std::string_view given) {
+  const std::size_t colon = given.find(':');
+  Control* control = FindByAnswerName(form, given.substr(0, colon));
+  if (control == nullptr) return "has no such control";
+  if (!control->IsShown() || !control->IsUsable()) return "does not allow that now";
+  if (colon != std::string_view::npos) {
+    return GiveText(*control, given.substr(colon + 1)) ? "" : "does not take that text there";
+  }
+  if (!IsPressed(*control)) return "cannot have that pressed";
+  Click(*control, -1);
+  return {};
+}
+
+}  // namespace
+
+GivenResult GiveAnswers(Form& form, Answers& answers) {
+  const FormPtr held = form.shared_from_this();
+  GivenResult result;
+  if (form.Name() == kLogin) result.answer = GivePassphrase(form, answers);
+  while (form.IsVisible() && answers.HasAnswers(form.Name())) {
+    const std::string given = answers.NextAnswer(form.Name());
+    // What stands behind the colon is shown nowhere: it may be meant as a passphrase.
+    const std::string control = given.substr(0, given.find(':'));
+    const std::string problem = GiveAnswer(form, given);
+    if (!problem.empty()) {
+      result.problem =
+          "--answer " + form.Name() + "=" + ForDisplay(control) + ": the form " + problem;
+      break;
+    }
+    result.answer = control;
+    if (answers.IsUsedUp(form.Name())) break;
+  }
+  return result;
+}
+
+std::string ArgumentFor(const Form& form) {
+  if (form.Name() == kLogin) return "--passphrase ADDRESS=FILE";
+  std::string buttons;
+  for (const Control* control : form.Controls()) {
+    if (dynamic_cast<const CommandButton*>(control) == nullptr || !control->IsShown()) continue;
+    buttons += (buttons.empty() ? "" : "|") + AnswerName(*control);
+  }
+  return "--answer " + form.Name() + "=" + buttons;
+}
+
+}  // namespace corvessa::desk

@@ -1,0 +1,215 @@
+#include "desk/terminal/terminal_ui.h"
+
+#include <algorithm>
+#include <optional>
+#include <ostream>
+#include <thread>
+#include <utility>
+
+#include "base/error.h"
+#include "base/text.h"
+#include "desk/terminal/answers.h"
+#include "desk/terminal/columns.h"
+#include "desk/terminal/form_drawing.h"
+#include "desk/terminal/given_answers.h"
+#include "desk/terminal/terminal.h"
+#include "forms/controls.h"
+
+namespace corvessa::desk {
+namespace {
+
+constexpr int kPixelsPerColumn = 6;
+constexpr std::chrono::milliseconds kLongPause = std::chrono::hours(1);
+
+constexpr std::string_view kMessageBox = "MessageBox";
+constexpr std::string_view kOk = "OK";
+constexpr std::string_view kCancel = "Cancel";
+
+/// Whether the form only tells how far things are and waits for nobody.
+bool IsStatusOnly(const Form& form) {
+  if (form.Name() == "frmSplashScreen") return true;
+  return std::any_of(form.Controls().begin(), form.Controls().end(), [](const Control* control) {
+    return dynamic_cast<const ProgressBar*>(control) != nullptr;
+  });
+}
+
+bool CanBeCancelled(std::int32_t flags) {
+  return (flags & platform::kBoxOkCancel) != 0;
+}
+
+/// In one line, for a complaint.
+std::string InOneLine(std::string_view text) {
+  return Replace(ForDisplayLines(text), "\n", " ");
+}
+
+}  // namespace
+
+TerminalUi::TerminalUi(Terminal& terminal, Answers& answers, TerminalUiOptions options)
+    : terminal_(terminal), answers_(answers), options_(std::move(options)) {
+  terminal_.idle = [this] {
+    DoEvents();
+    return UntilNextTick();
+  };
+}
+
+TerminalUi::~TerminalUi() {
+  terminal_.idle = nullptr;
+}
+
+void TerminalUi::Report(std::string_view line) {
+  terminal_.ClearStatus();
+  options_.messages << options_.program << ": " << line << "\n" << std::flush;
+}
+
+std::int32_t TerminalUi::MessageBox(std::string_view text, std::string_view title,
+                                    std::int32_t flags) {
+  const std::size_t place = boxes_.size();
+  boxes_.push_back(
+      {std::string(kMessageBox), ForDisplay(title), ForDisplayLines(text), std::string()});
+  const std::string answer = AskBox(text, title, flags);
+  boxes_[place].answer = answer;
+  return answer == kOk ? platform::kAnswerOk : platform::kAnswerCancel;
+}
+
+std::string TerminalUi::AskBox(std::string_view text, std::string_view title, std::int32_t flags) {
+  const bool can_cancel = CanBeCancelled(flags);
+  if (can_cancel) {
+    const std::string given = BoxAnsweredBeforehand();
+    if (!given.empty()) return given;
+  }
+  if (!terminal_.IsThere()) {
+    if (!can_cancel) {
+      Report(InOneLine(text));
+      return std::string(kOk);
+    }
+    Report("closed MessageBox \"" + InOneLine(text) +
+           "\" unanswered; answer it with --answer MessageBox=OK|Cancel");
+    return std::string(kCancel);
+  }
+  const bool is_error = (flags & platform::kBoxError) != 0;
+  terminal_.Write(DrawMessage(text, title, is_error ? "(!)" : "(i)", terminal_.Columns()));
+  for (;;) {
+    const std::optional<std::string> line =
+        terminal_.ReadLine(can_cancel ? "Enter = OK, c = Cancel: " : "Enter = OK: ");
+    if (!line || !can_cancel) return std::string(line || !can_cancel ? kOk : kCancel);
+    const std::string word = LCase(Trim(*line));
+    if (word.empty() || word == "o" || word == "ok") return std::string(kOk);
+    if (word == "c" || word == "cancel" || word == "esc" || word == "\x1B" || word == "q") {
+      return std::string(kCancel);
+    }
+  }
+}
+
+std::string TerminalUi::BoxAnsweredBeforehand() {
+  if (!answers_.HasAnswers(kMessageBox)) return {};
+  const std::string given = answers_.NextAnswer(kMessageBox);
+  for (const std::string_view button : {kOk, kCancel}) {
+    if (LCase(given) == LCase(button)) return std::string(button);
+  }
+  Report("--answer MessageBox=" + ForDisplay(given) + ": a message box has OK|Cancel only");
+  return {};
+}
+
+std::size_t TerminalUi::Record(Form& form) {
+  const auto [entry, is_new] = on_screen_.try_emplace(&form, boxes_.size());
+  if (is_new) boxes_.push_back({form.Name(), ForDisplay(form.Caption), TextOf(form), ""});
+  return entry->second;
+}
+
+void TerminalUi::ShowForm(Form& form) {
+  // Nothing of it is for anybody to see.
+  if (form.OffScreen) return;
+  Record(form);
+  if (IsStatusOnly(form)) {
+    RefreshStatus();
+  } else {
+    terminal_.Write(DrawForm(form, nullptr, terminal_.Columns()));
+  }
+}
+
+void TerminalUi::RunModal(Form& form, Form* /*owner*/) {
+  Answer(form, Conversation::Leaving::kForbidden);
+}
+
+void TerminalUi::RunForm(Form& form) {
+  if (form.IsVisible()) Answer(form, Conversation::Leaving::kAllowed);
+}
+
+void TerminalUi::Answer(Form& form, Conversation::Leaving leaving) {
+  const FormPtr held = form.shared_from_this();
+  const std::size_t place = Record(form);
+  std::string answer = AnswerBeforehand(form);
+  if (form.IsVisible() && terminal_.IsThere()) {
+    Conversation conversation(terminal_, form, leaving);
+    conversation.Run();
+    answer = conversation.Answer();
+  } else if (form.IsVisible()) {
+    CloseUnanswered(form);
+    answer = kClosedAnswer;
+  }
+  boxes_[place].answer = answer;
+}
+
+std::string TerminalUi::AnswerBeforehand(Form& form) {
+  const GivenResult given = GiveAnswers(form, answers_);
+  if (!given.problem.empty()) Report(given.problem);
+  return given.answer;
+}
+
+void TerminalUi::CloseUnanswered(Form& form) {
+  Report("closed " + form.Name() + " unanswered; answer it with " + ArgumentFor(form));
+  form.PressCloseBox();
+  // One that refuses would hold up the program for ever.
+  form.Hide();
+}
+
+void TerminalUi::FormGone(Form& form) {
+  on_screen_.erase(&form);
+  RefreshStatus();
+}
+
+int TerminalUi::TextWidth(std::string_view text) {
+  return kPixelsPerColumn * ColumnsOf(text);
+}
+
+void TerminalUi::DoEvents() {
+  timers_.Run(options_.now());
+  RefreshStatus();
+}
+
+void TerminalUi::RefreshStatus() {
+  const Form* newest = nullptr;
+  const std::vector<FormPtr> forms = LoadedForms();
+  for (const FormPtr& form : forms) {
+    if (form->IsVisible() && IsStatusOnly(*form)) newest = form.get();
+  }
+  if (newest == nullptr) {
+    terminal_.ClearStatus();
+  } else {
+    terminal_.ShowStatus(StatusOf(*newest));
+  }
+}
+
+std::chrono::milliseconds TerminalUi::UntilNextTick() const {
+  const auto due = timers_.NextDue();
+  if (!due) return kLongPause;
+  const auto pause = std::chrono::ceil<std::chrono::milliseconds>(*due - options_.now());
+  return std::max(pause, std::chrono::milliseconds(0));
+}
+
+void TerminalUi::Wait(std::chrono::milliseconds time) {
+  const TimerDriver::Time end = options_.now() + time;
+  for (;;) {
+    DoEvents();
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - options_.now());
+    if (left.count() <= 0) return;
+    std::this_thread::sleep_for(std::min(left, UntilNextTick()));
+  }
+}
+
+platform::PicturePtr TerminalUi::LoadPicture(std::string_view path) {
+  if (!options_.load_picture) Raise(kFileNotFound);
+  return options_.load_picture(path);
+}
+
+}  // namespace corvessa::desk

@@ -1,0 +1,75 @@
+#include "desk/terminal/timer_driver.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "forms/controls.h"
+
+namespace corvessa::desk {
+namespace {
+
+constexpr int kMostTicks = 100;
+
+std::chrono::milliseconds Interval(const Timer& timer) {
+  return std::chrono::milliseconds(timer.Interval);
+}
+
+bool IsAtWork(const Timer& timer) {
+  return timer.Parent().IsLoaded() && timer.Enabled && timer.Interval > 0;
+}
+
+std::vector<std::pair<FormPtr, Timer*>> TimersAtWork() {
+  std::vector<std::pair<FormPtr, Timer*>> timers;
+  for (const FormPtr& form : LoadedForms()) {
+    for (Control* control : form->Controls()) {
+      auto* timer = dynamic_cast<Timer*>(control);
+      if (timer != nullptr && IsAtWork(*timer)) timers.emplace_back(form, timer);
+    }
+  }
+  return timers;
+}
+
+}  // namespace
+
+TimerDriver::Entry* TimerDriver::Find(const Timer& timer) {
+  const auto found = entries_.find(&timer);
+  return found == entries_.end() ? nullptr : &found->second;
+}
+
+void TimerDriver::Run(Time now) {
+  const auto timers = TimersAtWork();
+  std::erase_if(entries_, [&](const auto& entry) {
+    return entry.second.form.expired() ||
+           std::none_of(timers.begin(), timers.end(),
+                        [&](const auto& timer) { return timer.second == entry.first; });
+  });
+  for (const auto& [form, timer] : timers) {
+    entries_.try_emplace(timer, Entry{form, now + Interval(*timer)});
+  }
+  for (const auto& [form, timer] : timers) TickOverdue(*timer, now);
+}
+
+void TimerDriver::TickOverdue(Timer& timer, Time now) {
+  for (int ticks = 0; ticks < kMostTicks && IsAtWork(timer); ++ticks) {
+    Entry* entry = Find(timer);
+    if (entry == nullptr || entry->ticks || entry->due > now) return;
+    entry->due += Interval(timer);
+    entry->ticks = true;
+    timer.Tick();
+    // The tick may have run this again and so have changed the table.
+    entry = Find(timer);
+    if (entry != nullptr) entry->ticks = false;
+  }
+}
+
+std::optional<TimerDriver::Time> TimerDriver::NextDue() const {
+  std::optional<Time> next;
+  for (const auto& [timer, entry] : entries_) {
+    const bool is_waiting = !entry.form.expired() && IsAtWork(*timer) && !entry.ticks;
+    if (is_waiting && (!next || entry.due < *next)) next = entry.due;
+  }
+  return next;
+}
+
+}  // namespace corvessa::desk
