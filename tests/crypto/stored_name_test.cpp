@@ -1,0 +1,58 @@
+#include "crypto/stored_name.h"
+
+#include <gtest/gtest.h>
+
+#include "base/text.h"
+
+namespace corvessa {
+namespace {
+
+TEST(StoredName, CannotLeaveItsFolderOrMeanADevice) {
+  const std::string many(300, 'n');
+  const std::pair<std::string, std::string> cases[] = {
+      {"report.pdf", "report.pdf"},
+      {"..\\..\\x", "x"},
+      {"../../etc/passwd", "passwd"},
+      {"c:\\windows\\win.ini", "win.ini"},
+      {"a:b", "a_b"},
+      {"..", "__"},
+      {"", "attachment"},
+      {"x\\", "attachment"},
+      {"con", "_con"},
+      {"Lpt1.tar.gz", "_Lpt1.tar.gz"},
+      {"nul .txt", "_nul .txt"},
+      {"console.txt", "console.txt"},
+      {"name. . ", "name____"},
+      {"a\tb\x01\"<>|?*", "ab______"},
+      {"invoice\xE2\x80\xAE"
+       "fdp.exe",
+       "invoicefdp.exe"},
+      {"\xC3\xBC.txt", "\xC3\xBC.txt"},
+      {many + ".pdf", many.substr(0, 156) + ".pdf"},
+      {"con.sig", "_con.sig"},
+      {many + ".pdf.SIG", many.substr(0, 156) + ".pdf.SIG"},
+  };
+  for (const auto& [given, stored] : cases) EXPECT_EQ(StoredFileName(given), stored) << given;
+  std::string umlauts;
+  for (int i = 0; i < 100; ++i) umlauts += "\xC3\xBC";
+  EXPECT_EQ(StoredFileName("x" + umlauts).size(), 159U) << "no character is cut in two";
+}
+
+TEST(StoredName, PutsEachFileAPlaceOfItsOwnAndSignaturesBesideTheirData) {
+  const auto places = [](const std::vector<std::string>& names) {
+    std::string text;
+    for (const StoredPlace& place : StoredPlaces(names)) {
+      text += Decimal(place.subfolder) + ":" + place.name + " ";
+    }
+    return text;
+  };
+  EXPECT_EQ(places({}), "");
+  EXPECT_EQ(places({"a", "A", "b", "a"}), "0:a 1:A 0:b 2:a ");
+  EXPECT_EQ(places({"a.sig", "a", "a", "a.SIG"}), "0:a.sig 0:a 1:a 1:a.SIG ");
+  // Two names that become one: each signature still finds the file it was made for.
+  EXPECT_EQ(places({"a:b", "a_b", "a_b.sig", "a:b.sig"}), "0:a_b 1:a_b 1:a_b.sig 0:a_b.sig ");
+  EXPECT_EQ(places({"x.sig", "x.sig"}), "0:x.sig 1:x.sig ");
+}
+
+}  // namespace
+}  // namespace corvessa
