@@ -1,0 +1,172 @@
+#include <gmock/gmock.h>
+
+#include "accounts/frm_login.h"
+#include "accounts/nimbra_account.h"
+#include "addin/services.h"
+#include "base/text.h"
+#include "crypto/crypto_operations.h"
+#include "support/addin_fixture.h"
+
+namespace corvessa::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr std::string_view kArmour = "\r\n -----BEGIN PGP MESSAGE-----\r\nx";
+
+/// Statuses that the real engine will not give on demand.
+class DecryptVerify : public AddInFixture {
+ protected:
+  void SetUp() override {
+    for (const char* address : {"ann@example.org", "bob@example.org"}) {
+      auto account = std::make_shared<NimbraAccount>();
+      account->m_sAlias = address;
+      g_colAccounts.push_back(account);
+    }
+    Crypto();
+    scripted_engine.engine->ClearCalls();
+  }
+
+  ScriptedEngine& Engine() { return *scripted_engine.engine; }
+  std::int32_t Decrypt(std::string& body) {
+    return Crypto()->DecryptMailItem(outlook.NewMail(), body, nodes_);
+  }
+  std::int32_t Verify(std::string& body) {
+    return Crypto()->VerifyMailItem(outlook.NewMail(), body, nodes_, signers_);
+  }
+  /// Answers each passphrase dialog with the row, and records prompt and rows offered.
+  void ExpectLogins(const std::vector<int>& rows) {
+    for (const int row : rows) {
+      ui.Expect<frmLogin>("frmLogin", [this, row](frmLogin& form) {
+        prompts_.push_back(form.txtPrompt1.Caption() + " " + form.cmbUsers.Describe());
+        form.cmbUsers.ClickRow(row);
+        form.txtPassword.Type("typed");
+        form.cmdOK.Press();
+      });
+    }
+  }
+
+  AttachmentNodes nodes_;
+  std::string signers_ = "untouched";
+  std::vector<std::string> prompts_;
+};
+
+TEST_F(DecryptVerify, AsksOnUntilAnAccountDecryptsOrThreeHaveNot) {
+  const std::string both = R"({>"ann@example.org", "bob@example.org"})";
+  Engine().Always("DecryptTextEx", {.status = -13});
+  Engine().Once("AuthenticateAccount", {.status = -4});
+  Engine().Once("AuthenticateAccount", {.status = -13});
+  Engine().Always("GetEngineLastError", {.text = "locked"});
+  ExpectLogins({0, 1, 0});
+  std::string body(kArmour);
+  EXPECT_EQ(Decrypt(body), -1);
+  EXPECT_EQ(body, kArmour);
+  EXPECT_THAT(
+      prompts_,
+      ElementsAre("Please enter your Corvessa passphrase. " + both,
+                  "You entered an incorrect passphrase.  Please try again. " + both,
+                  "Unable to decrypt email.  Please select a different email address. " + both));
+  EXPECT_THAT(Engine().Operations(),
+              ElementsAre("DecryptTextEx", "AuthenticateAccount", "AuthenticateAccount",
+                          "AuthenticateAccount", "DecryptTextEx", "GetEngineLastError"));
+  EXPECT_EQ(Engine().Calls()[0].arguments[0], "-----BEGIN PGP MESSAGE-----\r\nx");
+  const std::vector<std::string> trace = Trace();
+  const std::vector<std::string> end(trace.end() - 5, trace.end());
+  EXPECT_THAT(end, ElementsAre("V2 Auth success", "V2 Decrypt fail", "locked",
+                               "Loop once trying to authenticate",
+                               "DecryptMailItem - wrong passphrase or account 3 times"));
+  for (const NimbraAccountPtr& account : g_colAccounts) {
+    EXPECT_TRUE(account->m_sPassword.IsEmpty());
+    EXPECT_FALSE(account->GetAuthenticated());
+  }
+}
+
+TEST_F(DecryptVerify, KeepsTheAccountThatDecrypted) {
+  Engine().Once("DecryptTextEx", {.status = -13});
+  Engine().Once("DecryptTextEx", {.status = 0, .text = "plain"});
+  ExpectLogins({1});
+  std::string body(kArmour);
+  EXPECT_EQ(Decrypt(body), 0);
+  EXPECT_EQ(body, "plain");
+  EXPECT_FALSE(g_colAccounts[0]->GetAuthenticated());
+  EXPECT_TRUE(g_colAccounts[1]->GetAuthenticated());
+  EXPECT_EQ(g_colAccounts[1]->m_sPassword.View(), "typed");
+}
+
+TEST_F(DecryptVerify, MapsTheEnginesStatusesAndNeverWrapsOne) {
+  struct Case {
+    std::int32_t status;
+    std::int32_t result;
+    std::string body;
+    std::string signers;
+  };
+  const std::string signed_text = "-----BEGIN PGP SIGNED MESSAGE-----\r\nx";
+  const Case cases[] = {{1, 0, "content", "a@b, c@d"},
+                        {0, 1, signed_text, "a@b, c@d"},
+                        {-13, -13, signed_text, "a@b, c@d"},
+                        {65537, -1, signed_text, "untouched"}};
+  for (const Case& one : cases) {
+    signers_ = "untouched";
+    Engine().Always("VerifyText",
+                    {.status = one.status, .text = "content", .items = {"a@b", "c@d"}});
+    std::string body = signed_text;
+    EXPECT_EQ(Verify(body), one.result) << one.status;
+    EXPECT_EQ(body, one.body);
+    EXPECT_EQ(signers_, one.signers);
+  }
+  EXPECT_EQ(Trace().back(), "CryptoOperations::VerifyMailItem - Overflow");
+  AllowError("CryptoOperations::VerifyMailItem - ");
+  std::string plain = "plain";
+  EXPECT_EQ(Verify(plain), 2);
+  EXPECT_EQ(Decrypt(plain), 1);
+  EXPECT_EQ(Trace().back(), "EXIT Not encrypted");
+}
+
+TEST_F(DecryptVerify, WordsWhatBecameOfAnAttachment) {
+  AttachmentNode data;
+  data.sDisplayName = "a.txt";
+  AttachmentNode signature;
+  const auto worded = [&](std::int32_t status, std::vector<std::string> unknown = {}) {
+    Engine().Always("VerifyFile",
+                    {.status = status, .items = {"x@y"}, .unknown_items = std::move(unknown)});
+    const std::string text = Crypto()->VerifyAttachment(data, signature);
+    return text + " " + Decimal(data.lSignStatus) + Decimal(signature.lSignStatus);
+  };
+  EXPECT_EQ(worded(1), "Attachment: a.txt\r\nVerified signatures by: x@y 00");
+  EXPECT_EQ(worded(0), "Attachment: a.txt\r\nFailed signatures by: x@y 11");
+  EXPECT_EQ(worded(-13, {"id"}),
+            "Attachment: a.txt\r\nSignatures by unknown signers were found -13-13");
+  EXPECT_EQ(worded(-9),
+            "Attachment: a.txt\r\nAn error occurred while verifying: Bad data format encountered. "
+            "-9-9");
+  // What could not be decrypted must not pass for forged.
+  Engine().ClearCalls();
+  data.lDecryptStatus = -3;
+  EXPECT_EQ(worded(0),
+            "Attachment: a.txt\r\nAn error occurred while verifying: Error encountered in content. "
+            "-3-3");
+  EXPECT_THAT(Engine().Calls(), IsEmpty());
+}
+
+TEST_F(DecryptVerify, TellsSignaturesFromOtherFiles) {
+  const auto item = outlook.NewMail();
+  item->AddAttachment({"x", "Shown.txt", outlook.Keep("x"), "", ""});
+  nodes_ = {std::make_shared<AttachmentNode>()};
+  nodes_[0]->sFilename = "c:\\t\\A.TXT";
+  const auto is_signature = [&](std::string_view path) {
+    return Crypto()->IsSignature(path, nodes_, item);
+  };
+  EXPECT_TRUE(is_signature("c:\\t\\a.txt.SIG"));
+  EXPECT_TRUE(is_signature("c:\\other\\shown.TXT.sig"));
+  EXPECT_FALSE(is_signature("c:\\t\\b.sig"));
+  EXPECT_FALSE(is_signature("c:\\t\\a.txt"));
+  EXPECT_FALSE(is_signature(".sig"));
+  EXPECT_FALSE(Crypto()->HasEncryptedOrSignedAttachments({}));
+  EXPECT_FALSE(Crypto()->HasEncryptedOrSignedAttachments(nodes_));
+  nodes_[0]->lSignStatus = -1;
+  EXPECT_TRUE(Crypto()->HasEncryptedOrSignedAttachments(nodes_));
+}
+
+}  // namespace
+}  // namespace corvessa::testing

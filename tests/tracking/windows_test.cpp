@@ -1,0 +1,130 @@
+#include <algorithm>
+#include <gmock/gmock.h>
+
+#include "accounts/settings.h"
+#include "support/addin_fixture.h"
+#include "tracking/active_explorers.h"
+#include "tracking/active_inspectors.h"
+#include "tracking/explorer_node.h"
+#include "tracking/inspector_node.h"
+
+namespace corvessa::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class Windows : public AddInFixture {
+ protected:
+  /// Takes the node out; nothing is traced when there was one.
+  bool Took(ActiveInspectors& inspectors, std::int32_t node_id) {
+    ClearTrace();
+    inspectors.Release(node_id);
+    return Trace().empty();
+  }
+  /// Whether anybody hears of the item's changes.
+  bool IsWatched(const desk::ItemPtr& item) {
+    ClearTrace();
+    item->SetBody("x");
+    return !Trace().empty();
+  }
+};
+
+TEST_F(Windows, ExplorersAreKeptUntilTheyClose) {
+  AllowError("ActiveExplorers::Release - ");
+  g_bSettingsLoaded = true;
+  const auto explorers = std::make_shared<ActiveExplorers>();
+  explorers->AddExplorer(nullptr, true);
+  std::vector<desk::ExplorerWindowPtr> windows;
+  for (int i = 0; i < 3; ++i) {
+    windows.push_back(outlook.AddExplorer());
+    explorers->AddExplorer(windows.back(), false);
+  }
+  for (const std::size_t closing : {1U, 0U, 2U}) outlook.CloseExplorer(windows[closing]);
+  EXPECT_THAT(Trace(), IsEmpty());
+  EXPECT_EQ(explorers.use_count(), 1);
+
+  // Released all at once, their windows close later without anybody noticing; the registry goes.
+  const auto late = outlook.AddExplorer();
+  explorers->AddExplorer(late, false);
+  explorers->ReleaseAll();
+  explorers->ReleaseAll();
+  ClearTrace();
+  outlook.CloseExplorer(late);
+  EXPECT_THAT(Trace(), IsEmpty());
+  EXPECT_EQ(explorers.use_count(), 1);
+}
+
+TEST_F(Windows, OnlyTheFirstExplorerLoadsTheSettingsAndGetsTheButton) {
+  AllowError("ActiveExplorers::Release - ");
+  StoreAccount("ann@example.org");
+  const auto explorers = std::make_shared<ActiveExplorers>();
+  explorers->AddExplorer(outlook.AddExplorer(), false);
+  EXPECT_FALSE(g_bSettingsLoaded);
+  const auto first = outlook.AddExplorer();
+  const auto second = outlook.AddExplorer();
+  explorers->AddExplorer(first, true);
+  explorers->AddExplorer(second, true);
+  EXPECT_TRUE(g_bSettingsLoaded);
+  EXPECT_EQ(g_colAccounts.size(), 1U);
+  const auto buttons = [](const desk::ExplorerWindowPtr& window) {
+    return std::ranges::count_if(window->Bars().Find("Standard")->Buttons(), [](auto& button) {
+      return button->Look().on_action == "!<CorvessaPro_OL.Connect>";
+    });
+  };
+  EXPECT_EQ(buttons(first), 1);
+  EXPECT_EQ(buttons(second), 0);
+  explorers->ReleaseAll();
+  EXPECT_EQ(buttons(first), 0);
+}
+
+TEST_F(Windows, InspectorsServeTheirMailAndLetGoWhenTheyClose) {
+  const auto inspectors = std::make_shared<ActiveInspectors>();
+  inspectors->AddInspector(nullptr);
+  const auto mail = outlook.Open(outlook.NewMail());
+  desk::ItemData contact;
+  contact.item_class = desk::kContactClass;
+  const auto other = outlook.Open(outlook.AddItem(contact));
+  inspectors->AddInspector(mail);
+  inspectors->AddInspector(other);
+  EXPECT_EQ(inspectors.use_count(), 3);
+  const auto item = mail->ShownItem();
+  EXPECT_TRUE(IsWatched(item));
+  outlook.Close(other);
+  EXPECT_EQ(inspectors.use_count(), 2);
+  outlook.Close(mail);
+  EXPECT_FALSE(IsWatched(item));
+  EXPECT_EQ(inspectors.use_count(), 1);
+
+  // Closed windows' IDs are not used again.
+  AllowError("ActiveInspectors::Release - ");
+  for (const int id : {1, 2, 3}) EXPECT_FALSE(Took(*inspectors, id)) << id;
+  EXPECT_THAT(Trace(),
+              ElementsAre("ActiveInspectors::Release - Invalid procedure call or argument"));
+  inspectors->AddInspector(outlook.Open(outlook.NewMail()));
+  EXPECT_TRUE(Took(*inspectors, 3));
+
+  const auto open = outlook.Open(outlook.NewMail());
+  inspectors->AddInspector(open);
+  inspectors->ReleaseAll();
+  inspectors->ReleaseAll();
+  EXPECT_FALSE(IsWatched(open->ShownItem()));
+  EXPECT_EQ(inspectors.use_count(), 1);
+}
+
+TEST_F(Windows, AnUnreadableInspectorIsTracedAndHarmsNothing) {
+  AllowError("InspectorNode::Initialise - ");
+  const auto inspectors = std::make_shared<ActiveInspectors>();
+  const auto window = outlook.Open(outlook.NewMail());
+  outlook.OnCall([](std::string_view call) {
+    if (call == "Inspector.CurrentItem") throw Error{5, "gone"};
+  });
+  inspectors->AddInspector(window);
+  outlook.OnCall({});
+  EXPECT_THAT(Trace(), ElementsAre("InspectorNode::Initialise - gone"));
+  outlook.Close(window);
+  EXPECT_EQ(inspectors.use_count(), 1);
+}
+
+}  // namespace
+}  // namespace corvessa::testing
