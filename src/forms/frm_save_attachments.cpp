@@ -95,13 +95,17 @@ void frmSaveAttachments::Save() {
     SaveChosen(folder, nodes);
   });
   cmdSave.Enabled = true;
-  if (error.number != 0) throw error;
+  if (error.number == 0) return;
+  Report("Not saved: " + error.description);
+  throw error;
 }
 
 void frmSaveAttachments::SaveChosen(const std::string& folder, AttachmentNodes& nodes) {
   if (!Crypto()->StoreAllAttachments(m_oMailItem, nodes, false)) return;
-  const auto rows = static_cast<std::size_t>(lstAttachments.RowCount());
-  for (std::size_t i = 0; i < nodes.size() && i < rows; ++i) {
+  if (nodes.size() != static_cast<std::size_t>(lstAttachments.RowCount())) {
+    Raise(kInvalidArgument, "The attachments of this message have changed.");
+  }
+  for (std::size_t i = 0; i < nodes.size(); ++i) {
     // The message, and this dialog with it, may have been closed behind a dialog.
     if (!IsLoaded()) return;
     if (!lstAttachments.RowChecked(static_cast<int>(i))) continue;
@@ -154,7 +158,7 @@ bool frmSaveAttachments::CopyTo(const std::string& path, const AttachmentNode& n
     files.Copy(node.sFilename, path);
     return true;
   }
-  const std::string question = "The file " + path + " already exists." + "\r\n\r\nReplace it?";
+  const std::string question = "The file " + path + " already exists.\r\n\r\nReplace it?";
   if (ShowMessageBox(question, true, false) != kBoxAnswerOk) return false;
   files.Write(path, files.Read(node.sFilename));
   return true;
