@@ -210,9 +210,10 @@ void AddInFixture::AllowError(std::string beginning) {
 std::vector<std::string> AddInFixture::UnexpectedErrors() {
   std::vector<std::string> errors = Trace();
   std::erase_if(errors, [&](const std::string& entry) {
-    return !IsErrorLine(entry) ||
-           std::any_of(allowed_errors_.begin(), allowed_errors_.end(),
-                       [&](const std::string& allowed) { return entry.starts_with(allowed); });
+    const bool allowed =
+        std::any_of(allowed_errors_.begin(), allowed_errors_.end(),
+                    [&](const std::string& beginning) { return entry.starts_with(beginning); });
+    return allowed || !IsErrorLine(entry);
   });
   return errors;
 }

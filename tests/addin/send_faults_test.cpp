@@ -1,0 +1,128 @@
+#include <algorithm>
+#include <functional>
+
+#include "accounts/nimbra_account.h"
+#include "accounts/settings.h"
+#include "addin/frm_timer.h"
+#include "addin/services.h"
+#include "addin/temp_files.h"
+#include "base/text.h"
+#include "forms/frm_no_keys_found.h"
+#include "sending.h"
+
+namespace corvessa::testing {
+namespace {
+
+constexpr std::string_view kHTML = "<html><p>canary-5e11</p></html>";
+
+/// Lets each platform and engine call of a send fail once, from the first to the last.
+class SendFaults : public Sending {
+ protected:
+  SendFaults() {
+    AllowError("");
+    ui.AllowEverything();
+    g_lPassphraseMemory = kForgetAfterEachUse;
+  }
+
+  /// `check` sees what was sent, or nothing, and whether signing and encrypting had begun.
+  using Check = std::function<void(const std::optional<desk::ItemData>&, bool begun)>;
+  void Sweep(const std::function<void(const desk::ItemPtr&)>& prepare, const Check& check) {
+    std::string failed = "none yet";
+    for (std::size_t n = 1; !failed.empty() && !HasFailure(); ++n) {
+      const auto item = Draft();
+      item->EditHTMLBody(kHTML);
+      Attach(item, "report.txt", "canary-5e11 report");
+      Attach(item, "report.txt.sig", "an old signature");
+      prepare(item);
+      ClearTrace();
+      const desk::ItemData before = item->Data();
+      faults.FailAt(n);
+      const auto sent = outlook.Send(item);
+      failed = faults.Failed();
+      SCOPED_TRACE(std::to_string(n) + " " + failed);
+      faults.FailAt(0);
+      const auto trace = Trace();
+      check(sent, std::find(trace.begin(), trace.end(),
+                            "m_oApplication_ItemSend: Sending original") != trace.end());
+      if (!sent) ExpectUnchanged(item->Data(), before);
+      ExpectNothingLeft();
+      if (item->Window()) outlook.Close(item->Window());
+    }
+  }
+
+  void ExpectUnchanged(const desk::ItemData& now, const desk::ItemData& before) {
+    EXPECT_EQ(*now.body, *before.body);
+    EXPECT_EQ(*now.html, *before.html);
+    EXPECT_EQ(now.recipients, before.recipients);
+    EXPECT_EQ(Attachments(now), Attachments(before));
+  }
+
+  void ExpectNothingLeft() {
+    for (const std::string& file : TemporaryFiles()) {
+      EXPECT_TRUE(IsQueuedForDeletion("c:\\Temp\\" + Replace(file, "/", "\\"))) << file;
+    }
+    Housekeeping()->DeleteTemporaryFiles();
+    EXPECT_EQ(TemporaryFiles(), std::vector<std::string>{});
+    EXPECT_EQ(FilesHolding(kCanary), std::vector<std::string>{});
+    g_colTempFiles.clear();
+    for (const NimbraAccountPtr& account : g_colAccounts) {
+      EXPECT_TRUE(account->m_sPassword.IsEmpty());
+    }
+  }
+};
+
+bool HoldsCanary(const desk::ItemData& data) {
+  const auto attachments = Attachments(data);
+  return data.html->find(kCanary) != std::string::npos ||
+         data.body->find(kCanary) != std::string::npos ||
+         std::any_of(attachments.begin(), attachments.end(), [](const std::string& attachment) {
+           return attachment.find(kCanary) != std::string::npos;
+         });
+}
+
+TEST_F(SendFaults, WhatIsToBeEncryptedLeavesWholeOrNotAtAll) {
+  LogInWith("secret");
+  int sent_early = 0;
+  Sweep([](const desk::ItemPtr&) {},
+        [&](const std::optional<desk::ItemData>& sent, bool begun) {
+          if (!sent) return;
+          // An error before signing and encrypting lets Outlook send what it has.
+          if (!begun) {
+            ++sent_early;
+            return;
+          }
+          EXPECT_FALSE(HoldsCanary(*sent));
+          EXPECT_TRUE(sent->body->starts_with("-----BEGIN PGP MESSAGE-----"));
+          std::vector<std::string> names;
+          for (const auto& attachment : sent->attachments) names.push_back(attachment->file_name);
+          EXPECT_EQ(names, (std::vector<std::string>{"report.txt", "report.txt.sig"}));
+        });
+  EXPECT_GT(sent_early, 0);
+}
+
+TEST_F(SendFaults, WhatIsNotToBeSentStaysAsItWas) {
+  Sweep([](const desk::ItemPtr&) {}, [](const std::optional<desk::ItemData>& sent,
+                                        bool begun) { EXPECT_TRUE(!sent || !begun); });
+}
+
+TEST_F(SendFaults, WhatIsSentInClearByConsentIsWhole) {
+  ui.AllowForm("frmNoKeysFound",
+               [](Form& form) { dynamic_cast<frmNoKeysFound&>(form).cmdYes.Press(); });
+  std::string text;
+  Sweep(
+      [&](const desk::ItemPtr& item) {
+        text = *item->Data().body;
+        item->EditRecipients({{desk::RecipientKind::kTo, "Dan", "dan@example.org", "", {}}});
+        Choose(item, true, false);
+      },
+      [&](const std::optional<desk::ItemData>& sent, bool begun) {
+        if (!sent || !begun) return;
+        EXPECT_EQ(*sent->body, text);
+        EXPECT_EQ(Attachments(*sent),
+                  (std::vector<std::string>{"report.txt: canary-5e11 report",
+                                            "report.txt.sig: an old signature"}));
+      });
+}
+
+}  // namespace
+}  // namespace corvessa::testing
