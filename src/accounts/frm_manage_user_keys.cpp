@@ -231,6 +231,12 @@ void frmManageUserKeys::SaveSettings() {
   unsaved_changes_.clear();
 }
 
+void frmManageUserKeys::RememberChange(bool added, const std::string& address) {
+  std::erase_if(unsaved_changes_,
+                [&](const UnsavedChange& change) { return change.address == address; });
+  unsaved_changes_.push_back({added, address});
+}
+
 void frmManageUserKeys::ReplayUnsavedChanges() {
   // A reload while the dialog is open takes the accounts back to what was saved, and saving that
   // would lose the addresses that the dialog still lists.

@@ -88,6 +88,7 @@ class frmManageUserKeys final : public Form {
   void Accept();
   void StorePreferences();
   void SaveSettings();
+  void RememberChange(bool added, const std::string& address);
   void ReplayUnsavedChanges();
 
   // The address list, in frm_manage_user_keys_addresses.cpp.
@@ -99,7 +100,8 @@ class frmManageUserKeys final : public Form {
   void ShowProperties();
   void RefreshSignerIcons();
 
-  /// An address that was added or removed since the settings were saved last.
+  /// An address that was added or removed since the settings were saved last; the latest change of
+  /// each address only.
   struct UnsavedChange {
     bool added;
     std::string address;

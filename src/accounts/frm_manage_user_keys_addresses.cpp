@@ -52,7 +52,7 @@ void frmManageUserKeys::Add() {
 
 void frmManageUserKeys::AddAccount(std::string_view address) {
   if (!UserManagement::IsAccountAdded(address)) return;
-  unsaved_changes_.push_back({true, std::string(address)});
+  RememberChange(true, std::string(address));
   lstvwAliases.AddRow(std::string(address));
 }
 
@@ -97,7 +97,7 @@ void frmManageUserKeys::Remove() {
                   frmGeneric::kYesNo);
   if (answer != kResultYes) return;
   static_cast<void>(UserManagement::RemoveNimbraAccountUser(address));
-  unsaved_changes_.push_back({false, address});
+  RememberChange(false, address);
   for (int row = lstvwAliases.RowCount() - 1; row >= 0; --row) {
     if (lstvwAliases.Row(row) == address) lstvwAliases.RemoveRow(row);
   }
@@ -113,8 +113,7 @@ void frmManageUserKeys::ShowProperties() {
     return;
   }
   const bool awaits_signer = !chkSignOutgoing.Checked() && !UserManagement::GetSigningAccount();
-  const auto options = std::make_shared<frmAliasOptions>();
-  options->SetAccount(account);
+  const auto options = std::make_shared<frmAliasOptions>(account);
   ShowModalForm(*options);
   options->Unload();
   // The settings may have been reloaded meanwhile, which makes the accounts anew.

@@ -8,8 +8,9 @@
 
 namespace corvessa {
 
-frmAliasOptions::frmAliasOptions()
-    : Form("frmAliasOptions", "Secure Email Address Options", 350, 207) {
+frmAliasOptions::frmAliasOptions(NimbraAccountPtr account)
+    : Form("frmAliasOptions", "Secure Email Address Options", 350, 207),
+      account_(std::move(account)) {
   lblEmailAddress.UseMnemonic = false;
   chkSign.PutInto(fraOptions);
   cmdPassphrase.PutInto(fraOptions);
@@ -18,10 +19,6 @@ frmAliasOptions::frmAliasOptions()
   cmdPassphrase.OnClick = [this] { Customization::OpenPassphrasePage(account_->m_sAlias); };
   cmdOK.OnClick = [this] { Accept(); };
   cmdCancel.OnClick = [this] { Unload(); };
-}
-
-void frmAliasOptions::SetAccount(NimbraAccountPtr account) {
-  account_ = std::move(account);
 }
 
 void frmAliasOptions::Form_Load() {

@@ -10,10 +10,8 @@ namespace corvessa {
 /// it the only signer is for the caller.
 class frmAliasOptions final : public Form {
  public:
-  frmAliasOptions();
-
-  /// To be called before the form is loaded.
-  void SetAccount(NimbraAccountPtr account);
+  /// The account is never null.
+  explicit frmAliasOptions(NimbraAccountPtr account);
 
   Label Label1{*this, "Label1", {7, 62, 90, 13}, "Email address:"};
   Label lblEmailAddress{*this, "lblEmailAddress", {104, 62, 239, 26}};

@@ -2,6 +2,8 @@
 
 #include <memory>
 
+#include "branding/customization.h"
+
 namespace corvessa {
 namespace {
 
@@ -22,6 +24,10 @@ class UnloadAtEnd {
 frmModalShowInTaskbar::frmModalShowInTaskbar() : Form("frmModalShowInTaskbar", "", 0, 0) {
   OffScreen = true;
   SetShowsInTaskbar(true);
+}
+
+void frmModalShowInTaskbar::Form_Load() {
+  Customization::CustomizeForm(*this);
 }
 
 void frmModalShowInTaskbar::ShowModalForm(Form& dialog) {

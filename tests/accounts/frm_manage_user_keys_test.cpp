@@ -14,6 +14,7 @@
 #include "accounts/user_management.h"
 #include "base/text.h"
 #include "desk/profile/curl_inet.h"
+#include "forms/frm_about.h"
 #include "forms/frm_alias_options.h"
 #include "forms/frm_e_mail.h"
 #include "forms/frm_generic.h"
@@ -91,14 +92,6 @@ class SettingsDialogTest : public AddInFixture {
       (yes ? form.cmdOK : form.cmdCancel).Press();
     });
   }
-
-  static std::vector<std::string> Rows(const frmManageUserKeys& dialog) {
-    std::vector<std::string> rows;
-    for (int i = 0; i < dialog.lstvwAliases.RowCount(); ++i) {
-      rows.push_back(dialog.lstvwAliases.Row(i));
-    }
-    return rows;
-  }
 };
 
 constexpr char kNotSecured[] =
@@ -162,8 +155,8 @@ TEST_F(SettingsDialogTest, SignsByDefaultOnlyWithASigner) {
   dialog->lstvwAliases.ClickRow(1);
   SetSigning(*dialog, true);
   EXPECT_THAT(StoredAccounts(), ElementsAre("a@example.com", "b@example.com (signs)"));
-  EXPECT_EQ(dialog->lstvwAliases.SmallIcon(0), "");
-  EXPECT_EQ(dialog->lstvwAliases.SmallIcon(1), "Nimbra Signer");
+  EXPECT_EQ(dialog->lstvwAliases.Describe(),
+            R"("Secure Email Addresses" {"a@example.com", >"b@example.com" <Nimbra Signer>})");
 
   // Removing the signer shows at the next run of the rule.
   AnswerYes("Are you sure you want to remove the secure email address 'b@example.com' ?", true);
@@ -214,16 +207,20 @@ TEST_F(SettingsDialogTest, AddKeepsAnAddressByEditionAndEngineAnswer) {
     EXPECT_EQ(StoredAccounts(),
               c.kept ? std::vector<std::string>{"new@example.com"} : std::vector<std::string>{});
     EXPECT_EQ(shell.pages, c.pages);
+    if (c.box.empty()) continue;
+    const bool asks = c.box == kSecureNow;
+    EXPECT_EQ(ui.Boxes().back().flags,
+              platform::kBoxInformation | (asks ? platform::kBoxOkCancel : platform::kBoxOk));
   }
 }
 
-TEST_F(SettingsDialogTest, AddingTwiceAsksTheKeyServerAndAddsNoSecondRow) {
+TEST_F(SettingsDialogTest, AddAsksTheKeyServerAlsoForAnAddressThatIsThere) {
   HaveAccounts({"new@example.com"}, false);
   EngineAnswers(-13);
   const auto dialog = Open();
   ui.ExpectBox(kSecureNow, 2);
   Add(*dialog, "NEW@example.com");
-  EXPECT_THAT(Rows(*dialog), ElementsAre("new@example.com"));
+  EXPECT_EQ(dialog->lstvwAliases.Describe(), R"("Secure Email Addresses" {>"new@example.com"})");
 }
 
 TEST_F(SettingsDialogTest, AddReportsAnEngineThatCannotBeHad) {
@@ -232,7 +229,7 @@ TEST_F(SettingsDialogTest, AddReportsAnEngineThatCannotBeHad) {
   const auto dialog = Open();
   ui.ExpectBox("Unable to connect to key server");
   Add(*dialog, "new@example.com");
-  EXPECT_THAT(Rows(*dialog), ElementsAre("new@example.com"));
+  EXPECT_EQ(dialog->lstvwAliases.Describe(), R"("Secure Email Addresses" {"new@example.com"})");
 }
 
 TEST_F(SettingsDialogTest, RemoveAsksFirst) {
@@ -240,10 +237,9 @@ TEST_F(SettingsDialogTest, RemoveAsksFirst) {
   const auto dialog = Open();
   AnswerYes(kRemoveFirst, false);
   dialog->cmdRemove.Press();
-  EXPECT_THAT(Rows(*dialog), ElementsAre("a@example.com", "b@example.com"));
   AnswerYes(kRemoveFirst, true);
   dialog->cmdRemove.Press();
-  EXPECT_EQ(dialog->lstvwAliases.SelectedText(), "b@example.com");
+  EXPECT_EQ(dialog->lstvwAliases.Describe(), R"("Secure Email Addresses" {>"b@example.com"})");
   EXPECT_THAT(StoredAccounts(), ElementsAre("a@example.com (signs)", "b@example.com"));
   dialog->cmdOK.Press();
   EXPECT_THAT(StoredAccounts(), ElementsAre("b@example.com"));
@@ -257,6 +253,14 @@ TEST_F(SettingsDialogTest, UnsavedAddressesOutliveAReloadOfTheSettings) {
   dialog->cmdRemove.Press();
   RegistryHandlers::ReadUserAccountInfo();
   dialog->Show();
+  dialog->lstvwAliases.ClickRow(1);
+  SetSigning(*dialog, true);
+  EXPECT_THAT(StoredAccounts(), ElementsAre("b@example.com", "new@example.com (signs)"));
+
+  // One that is removed and added again keeps what it is given then.
+  AnswerYes("Are you sure you want to remove the secure email address 'new@example.com' ?", true);
+  dialog->cmdRemove.Press();
+  Add(*dialog, "new@example.com");
   dialog->lstvwAliases.ClickRow(1);
   SetSigning(*dialog, true);
   EXPECT_THAT(StoredAccounts(), ElementsAre("b@example.com", "new@example.com (signs)"));
@@ -359,6 +363,28 @@ TEST_F(SettingsDialogTest, OffersImapAccessWhereTheServerSaysSo) {
   SetEdition("URLIMAPInfo", "");
   Add(*dialog, "new@example.com");
   EXPECT_EQ(server.Requests().size(), 6U);
+}
+
+TEST_F(SettingsDialogTest, EachButtonOpensItsPage) {
+  for (const std::string name : {"URLMain", "URLHelp", "URLHelpAddInstructions", "URLTools"}) {
+    SetEdition(name, "http://example.com/" + name);
+  }
+  ui.Expect<frmAbout>("frmAbout", [](frmAbout& form) {
+    form.cmdNimbraSite.Press();
+    form.cmdOK.Press();
+  });
+  ui.Expect<frmEMail>("frmEMail", [](frmEMail& form) {
+    form.cmdAddInstructions.Press();
+    form.cmdCancel.Press();
+  });
+  const auto dialog = Open();
+  for (CommandButton* button :
+       {&dialog->cmdHelp, &dialog->cmdTools, &dialog->cmdAbout, &dialog->cmdAdd}) {
+    button->Press();
+  }
+  EXPECT_THAT(shell.pages, ElementsAre("http://example.com/URLHelp", "http://example.com/URLTools",
+                                       "http://example.com/URLMain",
+                                       "http://example.com/URLHelpAddInstructions"));
 }
 
 TEST_F(SettingsDialogTest, AsksAUserWithoutAddresses) {

@@ -87,8 +87,7 @@ TEST_F(SmallDialogsTest, AddressOptionsChangeTheSigningFlagOnOkOnly) {
   account->m_sAlias = "r&d@example.com";
   for (const bool has_page : {true, false}) {
     SetEdition("URLPassphrase", has_page ? "http://example.com/change?lang=en" : "");
-    const auto form = std::make_shared<frmAliasOptions>();
-    form->SetAccount(account);
+    const auto form = std::make_shared<frmAliasOptions>(account);
     form->Show();
     ExpectGoldenForm(has_page ? "frmAliasOptions" : "frmAliasOptions_signer_no_page", *form);
     form->cmdPassphrase.Press();
@@ -179,7 +178,8 @@ TEST_F(SmallDialogsTest, ModalFormsHaveATaskBarEntryOfTheirOwn) {
   const auto helpers = [] {
     std::string dumps;
     for (const FormPtr& form : LoadedForms()) {
-      if (form->Name() == "frmModalShowInTaskbar" && form->IsVisible()) dumps += form->Dump();
+      if (form->Name() != "frmModalShowInTaskbar" || !form->IsVisible()) continue;
+      dumps += form->Dump() + form->Icon->source;
     }
     return dumps;
   };
@@ -187,7 +187,7 @@ TEST_F(SmallDialogsTest, ModalFormsHaveATaskBarEntryOfTheirOwn) {
     ExpectGoldenForm("frmAbout", form);
     EXPECT_EQ(helpers(),
               "frmModalShowInTaskbar \"About Corvessa Professional for Outlook\" 0x0 taskbar "
-              "offscreen\n");
+              "offscreen\nfrmDummyIconCorvessa");
     form.cmdOK.Press();
   });
   ShowModalForm(*about);
