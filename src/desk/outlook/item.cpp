@@ -78,9 +78,8 @@ void Item::Revert() {
   if (stored_) live_ = *stored_;
 }
 
-void Item::BecomeSent(const Person& sender, std::string_view sent_time) {
+void Item::BecomeSent(const Person& sender) {
   live_.sender = sender;
-  live_.received_time = sent_time;
   live_.folder = kSentItems;
   Save();
 }

@@ -44,7 +44,7 @@ class Item final : public platform::MailItem, public std::enable_shared_from_thi
   void SaveByAddIn();
   /// What is not saved is lost; an item never saved keeps what it has.
   void Revert();
-  void BecomeSent(const Person& sender, std::string_view sent_time);
+  void BecomeSent(const Person& sender);
 
   const SinkList<platform::MailItemEvents>& Events() const { return sinks_; }
   const WorldPtr& Outlook() const { return world_; }

@@ -44,12 +44,16 @@ std::vector<std::pair<std::string, std::string>> HeaderLines(const ItemData& dat
   return lines;
 }
 
+std::string ShownName(std::string_view name, std::string_view address) {
+  return std::string(name.empty() ? address : name);
+}
+
 std::string NamesOf(const ItemData& data, RecipientKind kind) {
   std::string names;
   for (const auto& recipient : data.recipients) {
     if (recipient.kind != kind) continue;
     if (!names.empty()) names += "; ";
-    names += recipient.name.empty() ? recipient.address : recipient.name;
+    names += ShownName(recipient.name, recipient.address);
   }
   return names;
 }

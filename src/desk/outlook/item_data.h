@@ -96,7 +96,10 @@ std::string TypeNameOf(std::int32_t item_class);
 /// The values of the named properties that travel as header lines, by name.
 std::vector<std::pair<std::string, std::string>> HeaderLines(const ItemData& data);
 
-/// The names of the recipients of one kind, joined by "; ".
+/// What is shown of a person: the name, or the address of one without.
+std::string ShownName(std::string_view name, std::string_view address);
+
+/// The shown names of the recipients of one kind, joined by "; ".
 std::string NamesOf(const ItemData& data, RecipientKind kind);
 
 }  // namespace corvessa::desk

@@ -184,7 +184,7 @@ std::optional<ItemData> OutlookModel::Send(const ItemPtr& item) {
   }
   if (deliver_) deliver_(travelling);
   sent_.push_back(travelling);
-  held->BecomeSent(owner_, travelling.received_time);
+  held->BecomeSent(owner_);
   return travelling;
 }
 

@@ -124,7 +124,7 @@ class ItemRecipient final : public platform::Recipient {
 
   std::string TypeName() override { return Read("Recipient.TypeName", "SafeRecipient"); }
   std::string Name() override {
-    return Read("Recipient.Name", data_.name.empty() ? data_.address : data_.name);
+    return Read("Recipient.Name", ShownName(data_.name, data_.address));
   }
   std::string Address() override { return Read("Recipient.Address", data_.address); }
   std::string EntryID() override { return Read("Recipient.EntryID", data_.entry_id); }
@@ -138,7 +138,7 @@ class ItemRecipient final : public platform::Recipient {
   }
 
  private:
-  const std::string& Read(std::string_view call, const std::string& value) const {
+  std::string Read(std::string_view call, std::string value) const {
     world_->Called(call);
     return value;
   }
@@ -202,8 +202,7 @@ class SafeItem final : public platform::SafeMailItem {
   }
   std::string SenderName() override {
     Called("SafeMailItem.SenderName");
-    const Person& sender = item_->Data().sender;
-    return sender.name.empty() ? sender.address : sender.name;
+    return ShownName(item_->Data().sender.name, item_->Data().sender.address);
   }
   std::string BCC() override {
     Called("SafeMailItem.BCC");

@@ -81,10 +81,11 @@ ItemData Respond(const ItemData& original, std::string_view prefix) {
   return response;
 }
 
-/// Once each, compared without regard to case; never the owner's own address.
+/// Once each: one address is one recipient, whatever its name.
 void AddRecipient(ItemData& response, RecipientData recipient) {
   const auto same = [&](const RecipientData& known) {
-    return LCase(known.address) == LCase(recipient.address) && known.name == recipient.name;
+    if (recipient.address.empty()) return known.address.empty() && known.name == recipient.name;
+    return LCase(known.address) == LCase(recipient.address);
   };
   const auto& known = response.recipients;
   if (std::none_of(known.begin(), known.end(), same)) {
@@ -99,7 +100,7 @@ ItemData MakeReply(const ItemData& original, const Person& owner, bool to_all) {
   auto senders = original.reply_to;
   if (senders.empty()) senders.push_back(original.sender);
   for (const auto& [name, address] : senders) {
-    AddRecipient(reply, {RecipientKind::kTo, name.empty() ? address : name, address, {}, {}});
+    AddRecipient(reply, {RecipientKind::kTo, ShownName(name, address), address});
   }
   if (!to_all) return reply;
   for (const auto kind : {RecipientKind::kTo, RecipientKind::kCc}) {
