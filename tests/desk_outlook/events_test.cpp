@@ -251,7 +251,7 @@ TEST_F(EventsTest, ResponsesAreOfferedBeforeTheyAreShown) {
   cancelled = "reply all RE: a";
   EXPECT_EQ(model.ReplyAll(item), nullptr);
   EXPECT_NE(model.Forward(item), nullptr);
-  item->AddAttachment({"x.txt", "x", nullptr, {}, {}});
+  item->AddAttachment({"x.txt", "x", nullptr});
   model.ReadAttachment(item, 1);
   EXPECT_THAT(Take(), ElementsAre("reply RE: a", "reply all RE: a", "forward FW: a",
                                   "attachment x.txt of MailItem"));

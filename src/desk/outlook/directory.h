@@ -14,14 +14,14 @@ namespace corvessa::desk {
 
 /// An entry of an address list.
 struct DirectoryEntry {
-  std::string name;
+  std::string name = {};
   /// An Internet address or an Exchange directory name ("/o=…").
-  std::string address;
-  std::string id;
+  std::string address = {};
+  std::string id = {};
   /// The SMTP-address property; empty when the entry has none.
-  std::string smtp;
+  std::string smtp = {};
   /// Set: reading the entry's name, address or ID fails with it.
-  std::optional<Error> failure;
+  std::optional<Error> failure = {};
 };
 
 /// The address lists, made for 100,000 entries and more.

@@ -15,8 +15,8 @@
 namespace corvessa::desk {
 
 struct Person {
-  std::string name;
-  std::string address;
+  std::string name = {};
+  std::string address = {};
   bool operator==(const Person&) const = default;
 };
 
@@ -24,26 +24,26 @@ enum class RecipientKind { kTo = 1, kCc = 2, kBcc = 3 };
 
 struct RecipientData {
   RecipientKind kind = RecipientKind::kTo;
-  std::string name;
+  std::string name = {};
   /// An Internet address, an Exchange directory name ("/o=…") or empty.
-  std::string address;
+  std::string address = {};
   /// Of its directory entry, for MAPIUtils.
-  std::string entry_id;
+  std::string entry_id = {};
   /// The address of its address entry where that is another one. Without it and without an address
   /// the recipient has no address entry.
-  std::optional<std::string> entry_address;
+  std::optional<std::string> entry_address = {};
 
   bool operator==(const RecipientData&) const = default;
 };
 
 /// An attachment, unchanged once it is there. Without content it is an embedded item.
 struct AttachmentData {
-  std::string file_name;
-  std::string display_name;
-  ContentPtr content;
+  std::string file_name = {};
+  std::string display_name = {};
+  ContentPtr content = {};
   /// Only kept for the host: the MIME type and the content ID of an inline picture.
-  std::string content_type;
-  std::string content_id;
+  std::string content_type = {};
+  std::string content_id = {};
 };
 using AttachmentDataPtr = std::shared_ptr<const AttachmentData>;
 

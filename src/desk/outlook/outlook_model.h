@@ -19,11 +19,11 @@ namespace corvessa::desk {
 struct OutlookOptions {
   std::string version = "9.0.0.2711";
   /// Needed as soon as an add-in adds or saves attachments.
-  PathMapper map_path;
+  PathMapper map_path = {};
   /// Needed for pasted button faces; outlives the model's objects.
   platform::Clipboard* clipboard = nullptr;
   /// The mailbox's owner: the sender of sent items, left out of Reply All.
-  Person owner;
+  Person owner = {};
 };
 
 /// Outlook in this process, as far as an add-in can tell: its objects behind the platform

@@ -134,7 +134,7 @@ class ItemRecipient final : public platform::Recipient {
     if (address.empty() && !data_.entry_address) return nullptr;
     return std::make_shared<DirectoryAddressEntry>(
         world_, std::make_shared<const DirectoryEntry>(
-                    DirectoryEntry{data_.name, address, data_.entry_id, {}, {}}));
+                    DirectoryEntry{data_.name, address, data_.entry_id}));
   }
 
  private:

@@ -45,7 +45,10 @@ class World {
   World(std::string version, PathMapper map_path, platform::Clipboard* clipboard);
 
   void Called(std::string_view call) const {
-    if (on_call) on_call(call);
+    if (!on_call) return;
+    // The hook may replace itself.
+    const CallHook hook = on_call;
+    hook(call);
   }
   const std::string& Version() const { return version_; }
   /// 9 for "9.0.0.2711".
