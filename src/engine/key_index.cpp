@@ -1,6 +1,7 @@
 #include "engine/key_index.h"
 
 #include <charconv>
+#include <utility>
 
 namespace corvessa::engine {
 namespace {
@@ -76,13 +77,19 @@ bool ReadEntry(std::string_view line, const KeyIndex& index, RingEntry& entry) {
 
 }  // namespace
 
+std::string WithChecksum(std::string text) {
+  const auto sum = Checksum(text);
+  text += "checksum\t" + std::to_string(sum) + '\n';
+  return text;
+}
+
 std::string FormatKeyIndex(const KeyIndex& index) {
   std::string text(kTitle);
   text += '\n';
   text += FormatStamp("public ring", index.public_ring);
   text += FormatStamp("secret ring", index.secret_ring);
   for (const auto& entry : index.entries) text += FormatEntry(entry);
-  return text + "checksum\t" + std::to_string(Checksum(text)) + '\n';
+  return WithChecksum(std::move(text));
 }
 
 std::optional<KeyIndex> ParseKeyIndex(std::string_view text) {

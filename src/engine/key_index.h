@@ -36,6 +36,9 @@ struct KeyIndex {
   bool operator==(const KeyIndex&) const = default;
 };
 
+/// Closes an index's text with its checksum line.
+std::string WithChecksum(std::string text);
+
 std::string FormatKeyIndex(const KeyIndex& index);
 
 /// Nothing when the text is no index, is cut off or damaged, or an entry lies outside its ring.

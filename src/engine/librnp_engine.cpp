@@ -127,21 +127,24 @@ FindSigner LibrnpEngine::SignerFinder() {
 }
 
 std::vector<Key> LibrnpEngine::RecipientKeys(const platform::IEngineStringVector& recipients) {
-  std::vector<std::string> addresses;
+  std::vector<Key> keys;
   std::vector<std::string> missing;
   for (std::int32_t i = 0; i < recipients.Size(); ++i) {
-    addresses.push_back(NormalAddress(recipients.Item(static_cast<std::int16_t>(i))));
-    if (!keys_.FindUsable(addresses.back(), "encrypt")) missing.push_back(addresses.back());
+    const std::string address = NormalAddress(recipients.Item(static_cast<std::int16_t>(i)));
+    if (auto key = keys_.FindUsable(address, "encrypt")) {
+      keys.push_back(std::move(key));
+    } else {
+      missing.push_back(address);
+    }
   }
-  if (addresses.empty()) Fail(kNoKey, "There is nobody to encrypt for.");
   const auto could_tell = LookUpAddresses(missing);
   for (std::size_t i = 0; i < missing.size(); ++i) {
-    if (keys_.FindUsable(missing[i], "encrypt")) continue;
+    keys.push_back(keys_.FindUsable(missing[i], "encrypt"));
+    if (keys.back()) continue;
     if (could_tell[i]) Fail(kNoKey, "There is no usable key for " + missing[i] + ".");
     Fail(kIoTrouble, "No key server could be reached to ask for " + missing[i] + ".");
   }
-  std::vector<Key> keys;
-  for (const auto& address : addresses) keys.push_back(keys_.FindUsable(address, "encrypt"));
+  if (keys.empty()) Fail(kNoKey, "There is nobody to encrypt for.");
   return keys;
 }
 

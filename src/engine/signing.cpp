@@ -48,7 +48,8 @@ std::string ClearSign(KeyStore& keys, std::string_view address, std::string_view
 std::string SignDetached(KeyStore& keys, Source& source, std::string_view version) {
   const auto key = SigningKey(keys, {});
   TextSink sink;
-  Sign(rnp_op_sign_detached_create, keys, key.get(), "SHA512", source, sink);
+  // Files are large, and processors have instructions for SHA-256: half the time of SHA-512.
+  Sign(rnp_op_sign_detached_create, keys, key.get(), "SHA256", source, sink);
   return Armour(sink.text, "signature", version);
 }
 

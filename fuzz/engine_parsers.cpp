@@ -1,0 +1,98 @@
+// What the engine reads itself before or beside the library: packets, the key index, key servers'
+// answers, clear-signed texts. The first byte chooses.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "engine/clear_signed.h"
+#include "engine/key_index.h"
+#include "engine/key_servers.h"
+#include "engine/packets.h"
+#include "engine/rnp_handles.h"
+#include "engine/status.h"
+
+namespace {
+
+using namespace corvessa::engine;
+
+void Require(bool condition) {
+  if (!condition) std::abort();
+}
+
+void ReadMessage(std::string message) {
+  const auto start = ReadEncryptedMessageStart(message);
+  HideRecipients(message);
+  if (!start) return;
+  Require(start->length < message.size());
+  for (const auto& packet : start->session_keys) {
+    Require(packet.key_id_offset + kKeyIdLength <= start->length);
+    Require(IsHidden(message, packet));
+  }
+  const int algorithm = start->session_keys.empty() ? 1 : start->session_keys[0].algorithm;
+  const bool revealed = RevealRecipients(message, *start, algorithm, "0123456789ABCDEF");
+  Require(revealed == !start->session_keys.empty());
+  if (revealed) Require(KeyIdOf(message, start->session_keys[0]) == "0123456789ABCDEF");
+}
+
+void ReadRing(std::string_view ring) {
+  bool damaged = false;
+  std::size_t end = 0;
+  for (const auto& piece : SplitKeyRing(ring, damaged)) {
+    Require(piece.offset == end && piece.length > 0);
+    end += piece.length;
+  }
+  Require(end <= ring.size() && (damaged || end == ring.size()));
+}
+
+void ReadIndex(const std::string& text) {
+  for (const auto& candidate : {text, WithChecksum(text)}) {
+    const auto index = ParseKeyIndex(candidate);
+    if (index) Require(ParseKeyIndex(FormatKeyIndex(*index)) == index);
+  }
+}
+
+void ReadAnswer(std::string_view answer) {
+  std::vector<std::string> keys;
+  ReadKeyServerAnswer(answer, keys);
+  Require(keys.size() <= 32);
+  for (const auto& key : keys) Require(key.size() <= (1U << 20));
+}
+
+void ReadSigned(std::string_view text) {
+  try {
+    const auto parts = ReadClearSigned(text);
+    Require(text.find(parts.signature) != std::string_view::npos);
+    Require(parts.content.size() <= 2 * text.size());
+  } catch (const Failure& failure) {
+    Require(failure.status == kBadContent || failure.status == kBadFormat);
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  const QuietLibrary quiet;
+  const std::string input(reinterpret_cast<const char*>(data) + 1, size - 1);
+  switch (data[0] % 5) {
+    case 0:
+      ReadMessage(input);
+      break;
+    case 1:
+      ReadRing(input);
+      break;
+    case 2:
+      ReadIndex(input);
+      break;
+    case 3:
+      ReadAnswer(input);
+      break;
+    default:
+      ReadSigned(input);
+  }
+  return 0;
+}
