@@ -1,0 +1,67 @@
+#include "desk/profile/curl_inet.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "base/error.h"
+#include "base/guard.h"
+#include "support/http_server.h"
+#include "support/temp_folder.h"
+
+namespace corvessa::desk {
+namespace {
+
+class CurlInetTest : public ::testing::Test {
+ protected:
+  // A proxy of the machine's environment knows nothing of this loopback port.
+  CurlInetTest() { setenv("no_proxy", "127.0.0.1", 1); }
+
+  testing::HttpServer server_;
+  CurlInet inet_;
+};
+
+TEST_F(CurlInetTest, FetchesAPageAsItStands) {
+  const std::string page("<major>2</major>\r\n\0\xFF", 20);
+  server_.Serve("/update?v=1&alias=a%20b", page);
+  server_.Serve("/empty", "");
+  server_.Serve("/moved", "", 302, "Location: /empty\r\n");
+  EXPECT_EQ(inet_.OpenURL(server_.Url("/update?v=1&alias=a%20b")), page);
+  EXPECT_EQ(inet_.OpenURL(server_.Url("/moved")), "");
+  EXPECT_EQ(server_.Requests(),
+            (std::vector<std::string>{"/update?v=1&alias=a%20b", "/moved", "/empty"}));
+}
+
+TEST_F(CurlInetTest, CutsALongAnswerAfterOneMebibyte) {
+  constexpr std::size_t kMebibyte = 1048576;
+  std::string whole(kMebibyte, 'w');
+  server_.Serve("/whole", whole);
+  server_.Serve("/long", whole + std::string(9 * kMebibyte, 'x'));
+  EXPECT_EQ(inet_.OpenURL(server_.Url("/whole")), whole);
+  EXPECT_EQ(inet_.OpenURL(server_.Url("/long")), whole);
+}
+
+TEST_F(CurlInetTest, RefusesOtherSchemesEvenBehindARedirection) {
+  const testing::TempFolder folder;
+  std::ofstream(folder / "secret") << "CANARY";
+  const std::string file = "file://" + (folder / "secret").string();
+  server_.Serve("/to-file", "", 302, "Location: " + file + "\r\n");
+  server_.Serve("/to-ftp", "", 302, "Location: ftp://127.0.0.1/x\r\n");
+  server_.Serve("/round", "", 302, "Location: /round\r\n");
+  server_.Serve("/broken", "<major>9</major>", 500);
+  for (const std::string& url :
+       {file, server_.Url("/to-file"), server_.Url("/to-ftp"), server_.Url("/round"),
+        server_.Url("/broken"), server_.Url("/missing"), std::string("ftp://127.0.0.1/x"),
+        std::string("http://127.0.0.1:1/"), std::string(), std::string("http://a\r\nb/"),
+        server_.Url("/") + std::string("\0x", 2)}) {
+    const Error error = Attempt([&] { inet_.OpenURL(url); });
+    EXPECT_EQ(error.number, kPathFileAccess) << url;
+    EXPECT_TRUE(error.description.starts_with("The page " + url + " cannot be fetched: "))
+        << error.description;
+  }
+}
+
+}  // namespace
+}  // namespace corvessa::desk
