@@ -56,7 +56,7 @@ void SaveAccounts(benchmark::State& state) {
   }
   state.SetComplexityN(state.range(0));
 }
-BENCHMARK(SaveAccounts)->RangeMultiplier(2)->Range(1000, 8000)->Complexity(benchmark::oN);
+BENCHMARK(SaveAccounts)->Arg(1000)->Arg(2000)->Arg(4000)->Arg(8000)->Complexity(benchmark::oN);
 
 void LoadAccounts(benchmark::State& state) {
   const BenchHost host;
@@ -70,7 +70,7 @@ void LoadAccounts(benchmark::State& state) {
   }
   state.SetComplexityN(state.range(0));
 }
-BENCHMARK(LoadAccounts)->RangeMultiplier(2)->Range(1000, 8000)->Complexity(benchmark::oN);
+BENCHMARK(LoadAccounts)->Arg(1000)->Arg(2000)->Arg(4000)->Arg(8000)->Complexity(benchmark::oN);
 
 /// From the text of the file, as at the start of a program.
 void OpenRegistryFile(benchmark::State& state) {
@@ -92,7 +92,7 @@ void OpenRegistryFile(benchmark::State& state) {
   }
   state.SetComplexityN(state.range(0));
 }
-BENCHMARK(OpenRegistryFile)->RangeMultiplier(2)->Range(1000, 8000)->Complexity(benchmark::oN);
+BENCHMARK(OpenRegistryFile)->Arg(1000)->Arg(2000)->Arg(4000)->Arg(8000)->Complexity(benchmark::oN);
 
 void TraceWithTheSwitchOff(benchmark::State& state) {
   g_bLogDebuggingInfo = false;
