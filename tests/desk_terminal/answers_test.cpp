@@ -2,7 +2,6 @@
 
 #include <fstream>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include "base/error.h"
 #include "base/guard.h"
@@ -18,20 +17,15 @@ std::string PassphraseError(const std::string& argument) {
 
 TEST(Answers, APassphraseIsTheFirstLineOfItsFile) {
   const TempFolder folder;
-  const struct {
-    std::string content;
-    std::string_view passphrase;
-  } cases[] = {{"sesame", "sesame"},
-               {"sesame\r\nnot this\n", "sesame"},
-               {" blank \n", " blank "},
-               {std::string(4000, 'x') + "\n", "4000"}};
-  for (const auto& c : cases) {
-    const std::string path = folder / "pass=phrase";
-    std::ofstream(path) << c.content;
-    desk::Answers answers;
-    answers.AddPassphrase("Ann@Example.org=" + path);
-    const std::string_view used = answers.UsePassphrase("ann@example.org", "").View();
-    EXPECT_EQ(used.size() == 4000 ? "4000" : used, c.passphrase);
+  const std::string path = folder / "pass=phrase";
+  for (const std::string& line :
+       {std::string("sesame"), std::string(" blank "), std::string(4000, 'x')}) {
+    for (const std::string_view rest : {"", "\r\nnot this\n"}) {
+      std::ofstream(path) << line << rest;
+      desk::Answers answers;
+      answers.AddPassphrase("Ann@Example.org=" + path);
+      EXPECT_EQ(answers.UsePassphrase("ann@example.org", "").View(), line);
+    }
   }
 }
 

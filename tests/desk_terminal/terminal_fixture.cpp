@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "accounts/frm_login.h"
+#include "accounts/nimbra_account.h"
 #include "addin/process_state.h"
 #include "forms/form.h"
 #include "platform/host.h"
@@ -67,6 +69,18 @@ std::vector<std::string> TerminalTest::Boxes() const {
     boxes.push_back(box.name + "|" + box.caption + "|" + box.text + "|" + box.answer);
   }
   return boxes;
+}
+
+void TerminalTest::SecureAddresses(const std::vector<std::string>& addresses) {
+  for (const std::string& address : addresses) {
+    g_colAccounts.push_back(std::make_shared<NimbraAccount>());
+    g_colAccounts.back()->m_sAlias = address;
+  }
+}
+
+std::string TerminalTest::Login(LoginReason reason) {
+  const NimbraAccountPtr account = std::make_shared<frmLogin>()->DoLogin(reason, "", true);
+  return account ? account->m_sAlias + " " + std::string(account->m_sPassword.View()) : "none";
 }
 
 }  // namespace corvessa::testing

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "accounts/user_management.h"
 #include "desk/outlook/outlook_model.h"
 #include "desk/profile/memory_clipboard.h"
 #include "desk/profile/profile_files.h"
@@ -35,6 +36,9 @@ class TerminalTest : public ::testing::Test {
   /// Every box as "name|caption|text|answer".
   std::vector<std::string> Boxes() const;
   desk::TerminalUi& Ui() { return *ui_; }
+  static void SecureAddresses(const std::vector<std::string>& addresses);
+  /// What the passphrase prompt gives, as "address passphrase"; "none" when it was closed.
+  static std::string Login(LoginReason reason = LoginReason::kFirstRequest);
 
   TempFolder profile;
   std::ostringstream messages;

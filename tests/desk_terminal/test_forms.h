@@ -49,18 +49,6 @@ class frmAll final : public Form {
   int left = 0;
 };
 
-/// Refuses to be closed while it works.
-class frmProgressLike final : public Form {
- public:
-  frmProgressLike() : Form("frmProgressLike", "Corvessa", 300, 100) {}
-  Label lblDescription{*this, "lblDescription", {7, 7, 200, 13}, "Step 0/0"};
-  ProgressBar pgbProgress{*this, "pgbProgress", {7, 30, 200, 20}};
-  bool finished = false;
-
- private:
-  void Form_QueryUnload(bool& cancel) override { cancel = !finished; }
-};
-
 /// Ticks every hundred milliseconds.
 class frmTicking final : public Form {
  public:
