@@ -8,6 +8,7 @@
 #include <fstream>
 #include <functional>
 #include <memory>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -62,6 +63,8 @@ class Reading final : public ReadingFixture {
     const auto large = Received(std::string(1024 * 1024, 'x'));
     const double bare = Microseconds(200, [&] { OpenAndClose(large); });
     ConnectAddIn();
+    Require(outlook.Open(large)->Bars().Find("Corvessa Status") != nullptr, "watching");
+    OpenAndClose(large);
     const double with_small = Microseconds(200, [&] { OpenAndClose(small); });
     const double with_large = Microseconds(200, [&] { OpenAndClose(large); });
     std::printf(
@@ -71,10 +74,13 @@ class Reading final : public ReadingFixture {
   }
 
   void ProtectedMessage() {
-    const std::string armour = Encrypted(Signed(std::string(1500, 'x') + "\r\n"));
+    const std::string text = HardToCompress(1500) + "\r\n";
+    const std::string armour = Encrypted(Signed(text));
     const auto item = Received(armour);
     ExpectLogin(kAnnsPassphrase);
-    OpenAndClose(item);
+    const auto window = outlook.Open(item);
+    Require(*item->Data().body == text, "reading");
+    outlook.Close(window);
     Require(Keys().AuthenticateAccount(kAnn, kAnnsPassphrase) == 0, "unlocking");
     const double engine = Microseconds(20, [&] { DecryptAndVerify(armour); });
     const double add_in = Microseconds(20, [&] { OpenAndClose(item); });
@@ -104,6 +110,13 @@ class Reading final : public ReadingFixture {
 
  private:
   void OpenAndClose(const desk::ItemPtr& item) { outlook.Close(outlook.Open(item)); }
+
+  static std::string HardToCompress(std::size_t size) {
+    std::mt19937 random(1);
+    std::string text(size, ' ');
+    for (char& c : text) c = static_cast<char>('a' + random() % 26);
+    return text;
+  }
 
   void DecryptAndVerify(const std::string& armour) {
     std::string text;

@@ -3,35 +3,38 @@
 
 #include "addin/debug_info.h"
 #include "addin/temp_files.h"
-#include "base/checked.h"
 #include "base/guard.h"
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
+#include "crypto/each_attachment.h"
 #include "crypto/engine_error_text.h"
 #include "crypto/signature_name.h"
 #include "crypto/stored_files.h"
 #include "crypto/verify_status.h"
-#include "forms/frm_progress.h"
 #include "platform/files.h"
 #include "platform/host.h"
 
 namespace corvessa {
 namespace {
 
-/// Sets a copy of the stored file aside, because the engine decrypts a file where it stands.
-void KeepOriginal(AttachmentNode& node) {
-  const std::string folder = node.sDir + "original";
-  if (!platform::Host().files.FolderExists(folder)) platform::Host().files.CreateFolder(folder);
-  // Known to the node before it is there, so that it is deleted with the node in any case.
-  node.original_filename = folder + "\\" + std::string(FileNameOf(node.sFilename));
-  platform::Host().files.Copy(node.sFilename, node.original_filename);
-}
-
 /// The file is unchanged, so that it is the original itself.
 void DropCopy(AttachmentNode& node) {
   if (node.original_filename == node.sFilename) return;
   DeleteOrQueue(node.original_filename);
   node.original_filename = node.sFilename;
+}
+
+/// Sets a copy of the stored file aside, because the engine decrypts a file where it stands.
+void KeepOriginal(AttachmentNode& node) {
+  platform::Files& files = platform::Host().files;
+  const std::string folder = node.sDir + "original";
+  if (!files.FolderExists(folder)) files.CreateFolder(folder);
+  // Known to the node before it is there, so that it is deleted with the node in any case.
+  node.original_filename = folder + "\\" + std::string(FileNameOf(node.sFilename));
+  const Error error = Attempt([&] { files.Copy(node.sFilename, node.original_filename); });
+  if (error.number == 0) return;
+  DropCopy(node);
+  throw error;
 }
 
 AttachmentNodePtr FindData(const AttachmentNodes& attachments, const AttachmentNode& signature) {
@@ -53,55 +56,45 @@ std::string OutcomeText(std::int32_t engine_status, const std::string& signers,
 }  // namespace
 
 std::int32_t CryptoOperations::DecryptAttachment(AttachmentNode& node) {
-  // The neutral result is the engine's code for what nobody expected.
-  const std::int32_t status =
-      Guarded("CryptoOperations:DecryptAllAttachments - ", kStatusUnexpected, [&] {
-        KeepOriginal(node);
-        return Engine().DecryptFileEx(node.sFilename, nullptr);
-      });
-  if (status != kDecrypted) DropCopy(node);
-  return status == kStatusBadFormat ? kNotEncrypted : status;
+  // The neutral result is the engine's code for what nobody expected. Nobody knows what a call that
+  // failed as a call has done to the file; the copy stays then.
+  return Guarded("CryptoOperations:DecryptAllAttachments - ", kStatusUnexpected, [&] {
+    KeepOriginal(node);
+    const std::int32_t status = Engine().DecryptFileEx(node.sFilename, nullptr);
+    if (status != kDecrypted) DropCopy(node);
+    return status == kStatusBadFormat ? kNotEncrypted : status;
+  });
 }
 
 std::int32_t CryptoOperations::DecryptAllAttachments(const platform::MailItemPtr& item,
                                                      AttachmentNodes& attachments) {
   std::int32_t result = kDecrypted;
   Guarded("CryptoOperations:DecryptAllAttachments - ", [&] {
-    std::int16_t counter = 1;
-    // By place, not by iterator: the list may be emptied while events run.
-    for (std::size_t i = 0; i < attachments.size(); ++i) {
-      ShowCountedStep("Decrypting attachments", counter, attachments.size());
-      counter = CheckedAdd<std::int16_t>(counter, 1);
-      if (i >= attachments.size()) break;
-      const AttachmentNodePtr node = attachments[i];
-      if (IsSignature(node->sFilename, attachments, item)) continue;
+    ForEachAttachment(attachments, "Decrypting attachments", [&](const AttachmentNodePtr& node) {
+      if (IsSignature(node->sFilename, attachments, item)) return;
       node->lDecryptStatus = DecryptAttachment(*node);
       const bool failed =
           node->lDecryptStatus != kDecrypted && node->lDecryptStatus != kNotEncrypted;
       if (failed) result = node->lDecryptStatus;
-    }
+    });
     Debug_Info::TraceLog("DecryptAllAttachments returned " + Decimal(result));
   });
   return result;
 }
 
 std::int32_t CryptoOperations::VerifyAllAttachments(AttachmentNodes& attachments) {
+  constexpr std::string_view kStep = "Verifying attachment digital signatures";
   std::int32_t result = kGoodSignature;
   Guarded("CryptoOperations:VerifyAllAttachments - ", [&] {
-    std::int16_t counter = 1;
-    for (std::size_t i = 0; i < attachments.size(); ++i) {
-      ShowCountedStep("Verifying attachment digital signatures", counter, attachments.size());
-      counter = CheckedAdd<std::int16_t>(counter, 1);
-      if (i >= attachments.size()) break;
-      const AttachmentNodePtr signature = attachments[i];
-      if (!HasSignatureName(FileNameOf(signature->sFilename))) continue;
+    ForEachAttachment(attachments, kStep, [&](const AttachmentNodePtr& signature) {
+      if (!HasSignatureName(FileNameOf(signature->sFilename))) return;
       const AttachmentNodePtr data = FindData(attachments, *signature);
-      if (!data) continue;
+      if (!data) return;
       data->lSignStatus = signature->lSignStatus = kStatusUnexpected;
       Guarded("CryptoOperations:VerifyAllAttachments - ",
               [&] { VerifyAttachment(*data, *signature); });
       if (data->lSignStatus != kGoodSignature) result = data->lSignStatus;
-    }
+    });
   });
   return result;
 }

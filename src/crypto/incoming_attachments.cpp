@@ -7,6 +7,7 @@
 #include "base/guard.h"
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
+#include "crypto/each_attachment.h"
 #include "crypto/signature_name.h"
 #include "crypto/stored_files.h"
 #include "crypto/stored_name.h"
@@ -85,6 +86,19 @@ void StoreAll(platform::Attachments& list, AttachmentNodes& nodes) {
   }
 }
 
+/// Empty for a file that did not come from the item when the originals are asked for.
+const std::string& PathToInsert(const AttachmentNode& node, bool originals) {
+  return originals ? node.original_filename : node.sFilename;
+}
+
+/// Before an item gives its attachments away for files, all of these have to be there.
+void RequireFiles(const AttachmentNodes& attachments, bool originals) {
+  for (const AttachmentNodePtr& node : attachments) {
+    const std::string& path = PathToInsert(*node, originals);
+    if (!path.empty() && !Files().FileExists(path)) Raise(kFileNotFound);
+  }
+}
+
 std::string FailureText(const Error& error) {
   constexpr std::string_view kStart = "Cannot save the attachment. ";
   if (error.description.starts_with(kStart)) return error.description;
@@ -126,24 +140,23 @@ bool CryptoOperations::ClearAttachments(const platform::MailItemPtr& item) {
 
 bool CryptoOperations::ReInsertAttachments(const platform::MailItemPtr& item,
                                            const AttachmentNodes& attachments, bool originals) {
-  if (!ClearAttachments(item)) return false;
-  bool all_inserted = true;
-  const std::size_t count = attachments.size();
-  // By place, not by iterator: the list may be emptied, and its files be gone, while events run.
-  for (std::size_t i = 0; i < count; ++i) {
-    ShowCountedStep("Loading attachments", static_cast<std::int64_t>(i + 1), count);
-    if (i >= attachments.size()) return false;
-    const AttachmentNodePtr node = attachments[i];
-    const std::string& path = originals ? node->original_filename : node->sFilename;
-    if (path.empty()) continue;
-    // One that fails must not cost the rest.
-    const bool inserted = Guarded("CryptoOperations:ReInsertAttachments - ", false, [&] {
-      item->Attachments()->Add(path, node->sDisplayName);
-      return true;
-    });
-    all_inserted = all_inserted && inserted;
-  }
-  return all_inserted;
+  constexpr std::string_view kPrefix = "CryptoOperations:ReInsertAttachments - ";
+  return Guarded(kPrefix, false, [&] {
+    RequireFiles(attachments, originals);
+    if (!ClearAttachments(item)) return false;
+    bool all_inserted = true;
+    const bool all_seen =
+        ForEachAttachment(attachments, "Loading attachments", [&](const AttachmentNodePtr& node) {
+          const std::string& path = PathToInsert(*node, originals);
+          if (path.empty()) return;
+          // One that fails must not cost the rest.
+          all_inserted &= Guarded(kPrefix, false, [&] {
+            item->Attachments()->Add(path, node->sDisplayName);
+            return true;
+          });
+        });
+    return all_seen && all_inserted;
+  });
 }
 
 bool CryptoOperations::IsSignature(std::string_view path, const AttachmentNodes& attachments,

@@ -149,14 +149,17 @@ void MailItemNode::m_oMailItem_Close(bool& /*cancel*/) {
 }
 
 void MailItemNode::RestoreOriginal() {
-  const bool is_received = body_replaced_ || IsReceived();
-  if (is_received && m_sOriginalBody && *m_oMailItem->Body() != *m_sOriginalBody) {
-    m_oMailItem->SetBody(*m_sOriginalBody);
-  }
-  body_replaced_ = false;
+  const Error error = Attempt([&] {
+    const bool is_received = std::exchange(body_replaced_, false) || IsReceived();
+    if (is_received && m_sOriginalBody && *m_oMailItem->Body() != *m_sOriginalBody) {
+      m_oMailItem->SetBody(*m_sOriginalBody);
+    }
+  });
+  // The files go back also when the text did not.
   if (std::exchange(attachments_replaced_, false)) {
     Crypto()->ReInsertAttachments(m_oMailItem, m_oTempAttachments, true);
   }
+  if (error.number != 0) throw error;
 }
 
 void MailItemNode::m_oMailItem_Reply(const platform::MailItemPtr& response, bool& /*cancel*/) {
