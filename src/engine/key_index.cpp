@@ -35,10 +35,12 @@ std::string_view Cut(std::string_view& text, char separator) {
   return part;
 }
 
-std::vector<std::string> Items(std::string_view text) {
-  std::vector<std::string> items;
-  while (!text.empty()) items.emplace_back(Cut(text, ','));
-  return items;
+bool ReadItems(std::string_view text, std::vector<std::string>& items) {
+  if (text.ends_with(',')) return false;
+  while (!text.empty()) {
+    if (items.emplace_back(Cut(text, ',')).empty()) return false;
+  }
+  return true;
 }
 
 template <typename Number>
@@ -69,8 +71,9 @@ bool ReadEntry(std::string_view line, const KeyIndex& index, RingEntry& entry) {
   if (!entry.secret && ring != "public") return false;
   if (!Read(Cut(line, '\t'), entry.offset) || !Read(Cut(line, '\t'), entry.length)) return false;
   entry.facts.fingerprint = Cut(line, '\t');
-  entry.facts.key_ids = Items(Cut(line, '\t'));
-  entry.facts.addresses = Items(line);
+  if (!ReadItems(Cut(line, '\t'), entry.facts.key_ids) || !ReadItems(line, entry.facts.addresses)) {
+    return false;
+  }
   const std::uint64_t size = (entry.secret ? index.secret_ring : index.public_ring).size;
   return entry.offset <= size && entry.length <= size - entry.offset;
 }

@@ -71,7 +71,12 @@ void LibrnpEngine::SetOption(std::string_view name, std::string_view value) {
 }
 
 void LibrnpEngine::InitEngine() {
-  keys_.LockAll();
+  const QuietLibrary quiet;
+  try {
+    keys_.LockAll();
+  } catch (const Failure& failure) {
+    Raise(kInvalidArgument, "The keys cannot be locked: " + failure.message);
+  }
 }
 
 EngineStatus LibrnpEngine::QueryKeyPair(std::string_view address, std::string& text) {

@@ -1,6 +1,6 @@
 #include "engine/signing.h"
 
-#include <ranges>
+#include <algorithm>
 
 #include "engine/armour.h"
 #include "engine/clear_signed.h"
@@ -11,8 +11,9 @@ namespace corvessa::engine {
 namespace {
 
 Key SigningKey(const KeyStore& keys, std::string_view address) {
-  const auto unlocked = keys.Unlocked(address);
-  for (const auto& fingerprint : unlocked | std::views::reverse) {
+  auto latest_first = keys.Unlocked(address);
+  std::ranges::reverse(latest_first);
+  for (const auto& fingerprint : latest_first) {
     const auto primary = FindKey(keys.ffi(), fingerprint);
     auto key = UsableFor(keys.ffi(), primary.get(), "sign");
     if (key && keys.IsUnlocked(Text(rnp_key_get_keyid, key.get()))) return key;
