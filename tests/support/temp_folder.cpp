@@ -1,8 +1,7 @@
 #include "support/temp_folder.h"
 
-#include <stdlib.h>
-
 #include <stdexcept>
+#include <stdlib.h>
 #include <string>
 #include <system_error>
 

@@ -1,0 +1,106 @@
+#include "accounts/user_management.h"
+
+#include <gtest/gtest.h>
+
+#include "accounts/nimbra_account.h"
+#include "addin/debug_info.h"
+#include "support/addin_fixture.h"
+
+namespace corvessa {
+namespace {
+
+using namespace UserManagement;
+using Lines = std::vector<std::string>;
+
+class Accounts : public testing::AddInFixture {
+ protected:
+  static Lines Signers() {
+    Lines signers;
+    for (const NimbraAccountPtr& account : g_colAccounts) {
+      if (account->m_bSigning) signers.push_back(account->m_sAlias);
+    }
+    return signers;
+  }
+};
+
+TEST_F(Accounts, AreAddedTrimmedAndInLowerCaseAndComparedExactly) {
+  const NimbraAccountPtr ann = AddNimbraAccountUser("  Ann@Example.ORG ");
+  ASSERT_TRUE(ann);
+  EXPECT_EQ(ann->m_sAlias, "ann@example.org");
+  EXPECT_FALSE(IsAccountAdded("ANN@example.org"));
+  EXPECT_EQ(g_colAccounts.size(), 1U);
+  EXPECT_EQ(GetNimbraAccountUser("ann@example.org"), ann);
+  EXPECT_FALSE(GetNimbraAccountUser("Ann@example.org"));
+  EXPECT_FALSE(GetNimbraAccountUser(" ann@example.org"));
+  EXPECT_FALSE(AddNimbraAccount(std::make_shared<NimbraAccount>(*ann)));
+
+  // One stored in capitals by other means is found as it stands and cannot be removed.
+  auto capital = std::make_shared<NimbraAccount>();
+  capital->m_sAlias = "Bob@example.org";
+  EXPECT_TRUE(AddNimbraAccount(capital));
+  EXPECT_EQ(GetNimbraAccountUser("Bob@example.org"), capital);
+  EXPECT_FALSE(RemoveNimbraAccountUser("Bob@example.org"));
+  EXPECT_TRUE(RemoveNimbraAccountUser(" ANN@example.org "));
+  EXPECT_FALSE(RemoveNimbraAccountUser("ann@example.org"));
+  EXPECT_EQ(g_colAccounts, NimbraAccounts{capital});
+}
+
+TEST_F(Accounts, HaveOneSignerAfterItIsSet) {
+  for (const char* address : {"a@x.org", "b@x.org", "c@x.org"}) AddNimbraAccountUser(address);
+  EXPECT_FALSE(GetSigningAccount());
+  g_colAccounts[1]->m_bSigning = g_colAccounts[2]->m_bSigning = true;
+  EXPECT_EQ(GetSigningAccount()->m_sAlias, "b@x.org");
+  SetAsSignerAccount("c@x.org");
+  EXPECT_EQ(Signers(), Lines{"c@x.org"});
+  SetAsSignerAccount("C@x.org");
+  EXPECT_EQ(Signers(), Lines{});
+}
+
+TEST_F(Accounts, AddressesAreValidBehindTheAtSignOnly) {
+  for (const char* valid : {"a@b.c", "Any Thing!@x-1.org", "aa@.b", "@a.bc"}) {
+    EXPECT_TRUE(IsValidEmailAddress(valid)) << valid;
+  }
+  for (const char* invalid : {"a@b.", "", "abcdef", "a@bcd", "a@b@c.d", "a@B.cd", "a@b_c.d",
+                              "a@b.c d", "a@b.c\r\n", "a@b.é"}) {
+    EXPECT_FALSE(IsValidEmailAddress(invalid)) << invalid;
+  }
+}
+
+TEST_F(Accounts, LoginReturnsAnUnlockedAccountAtOnceAndNothingForAnUnknownOne) {
+  g_bLogDebuggingInfo = true;
+  EXPECT_FALSE(GetLoginAccount(LoginReason::kFirstRequest, "", true));
+  const NimbraAccountPtr ann = AddNimbraAccountUser("ann@example.org");
+  ann->SetAuthenticated(true);
+  EXPECT_EQ(GetLoginAccount(LoginReason::kFirstRequest, "ann@example.org", false), ann);
+  EXPECT_FALSE(GetLoginAccount(LoginReason::kFirstRequest, "", true));
+  AllowError(":DoLogin - ");
+  EXPECT_FALSE(GetLoginAccount(LoginReason::kFirstRequest, "bob@example.org", true));
+  EXPECT_EQ(Trace(), Lines{":DoLogin - Object variable or With block variable not set"});
+}
+
+TEST_F(Accounts, KeyPairsAreCountedByAskingTheEngineOnceForEach) {
+  for (const char* address : {"a@x.org", "b@x.org", "c@x.org"}) AddNimbraAccountUser(address);
+  scripted_engine.engine->Once("QueryKeyPair", {.status = 0});
+  scripted_engine.engine->Once("QueryKeyPair", {.status = -16});
+  scripted_engine.engine->Once("QueryKeyPair", {.status = -13});
+  EXPECT_EQ(GetKeyPairCount(nullptr), 1);
+  EXPECT_EQ(ui.Shown(), Lines{});
+}
+
+TEST_F(Accounts, ForgettingLocksAndWipesEveryOne) {
+  for (const char* address : {"a@x.org", "b@x.org"}) AddNimbraAccountUser(address);
+  EXPECT_TRUE(AreThereUnauthenticatedAccounts());
+  for (const NimbraAccountPtr& account : g_colAccounts) {
+    account->SetAuthenticated(true);
+    account->m_sPassword.Assign("secret");
+  }
+  EXPECT_FALSE(AreThereUnauthenticatedAccounts());
+  ForgetAllPassphrases();
+  for (const NimbraAccountPtr& account : g_colAccounts) {
+    EXPECT_FALSE(account->GetAuthenticated());
+    EXPECT_TRUE(account->m_sPassword.IsEmpty());
+  }
+}
+
+}  // namespace
+}  // namespace corvessa

@@ -1,0 +1,261 @@
+#include <gtest/gtest.h>
+
+#include "accounts/frm_manage_user_keys.h"
+#include "accounts/nimbra_account.h"
+#include "accounts/settings.h"
+#include "addin/captions.h"
+#include "addin/debug_info.h"
+#include "addin/frm_splash_screen.h"
+#include "addin/frm_timer.h"
+#include "addin/outlook_support.h"
+#include "addin/outlook_version.h"
+#include "addin/services.h"
+#include "addin/temp_files.h"
+#include "crypto/crypto_operations.h"
+#include "forms/frm_no_key_pairs.h"
+#include "support/addin_fixture.h"
+
+namespace corvessa {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+class Startup : public testing::AddInFixture {
+ protected:
+  /// With the trace switch on before the settings are loaded, so that the whole sequence can be
+  /// seen and not only what follows the load.
+  void ConnectTracing() {
+    g_bLogDebuggingInfo = true;
+    connect_.AddinInstance_OnConnection(outlook.Application());
+  }
+
+  void Disconnect() { connect_.AddinInstance_OnDisconnection(); }
+
+  void TearDown() override {
+    Disconnect();
+    AddInFixture::TearDown();
+  }
+
+  static Lines LoadedFormNames() {
+    Lines names;
+    for (const FormPtr& form : LoadedForms()) names.push_back(form->Name());
+    return names;
+  }
+
+ private:
+  Connect connect_;
+};
+
+// The explorer's node asks its registry for its own release once more when it is destroyed.
+const Lines kClosingDown = {"Closedown",
+                            "ActiveExplorers::Release - Invalid procedure call or argument"};
+const Lines kTracking = {"Initializing plugin...", "Initializing inspectors...",
+                         "Inspectors initialized..."};
+
+Lines TrackingAnd(const Lines& more) {
+  Lines lines = kTracking;
+  lines.insert(lines.end(), more.begin(), more.end());
+  return lines;
+}
+
+TEST_F(Startup, NormallyBringsUpEngineAndTimerAndClosesDownInOrder) {
+  StoreAccount("ann@example.org", true);
+  SetEdition("EnginePGPMessageHeader", "Corvessa message");
+  SetEdition("EnginePGPSignatureHeader", "Corvessa signature");
+  SetEdition("EngineCustomerID", "c-1");
+  SetEdition("EngineLookupServer", "http://lookup");
+  SetEdition("EngineUpdateServer", "http://update");
+  outlook.AddExplorer();
+  ConnectTracing();
+
+  EXPECT_EQ(Trace(), TrackingAnd({"Launching splash screen...", "Initializing key server..."}));
+  using Call = testing::ScriptedEngine::Call;
+  EXPECT_EQ(scripted_engine.engine->Calls(),
+            (std::vector<Call>{{"InitEngine", {}},
+                               {"SetOption", {"pgpMessageHeader", "Corvessa message"}},
+                               {"SetOption", {"pgpSignatureHeader", "Corvessa signature"}},
+                               {"SetOption", {"customerID", "c-1"}},
+                               {"SetOption", {"lookupKeyservers", "http://lookup"}},
+                               {"SetOption", {"updateKeyservers", "http://update"}},
+                               {"InitEngine", {}},
+                               {"QueryKeyPair", {"ann@example.org"}}}));
+  EXPECT_EQ(LoadedFormNames(), Lines{"frmTimer"});
+  EXPECT_EQ(ui.Shown(), Lines{"frmSplashScreen"});
+  EXPECT_EQ(g_sOptionsCaption + g_sStatusCaption + g_sDecryptNowCaption +
+                g_sDecryptAttachmentsCaption + g_sEncryptedReplyCaption,
+            "Corvessa OptionsCorvessa StatusCorvessa Decrypt NowCorvessa Decrypt Attachments"
+            "Corvessa Encrypted Reply");
+
+  ClearTrace();
+  Disconnect();
+  EXPECT_EQ(Trace(), kClosingDown);
+  EXPECT_EQ(LoadedFormNames(), Lines{});
+  EXPECT_EQ(g_oCrypto, nullptr);
+  EXPECT_EQ(scripted_engine.engine.use_count(), 1);
+}
+
+TEST_F(Startup, OnAnUnknownVersionOnlyTellsTheUser) {
+  for (const char* version : {"12.0.4518", "8.0", "8.5", "11.5", ""}) {
+    desk::OutlookModel other({.version = version});
+    EXPECT_FALSE(IsCompatibleOutlookVersion(*other.Application())) << version;
+  }
+  for (const char* version : {"9.0.0.2711", "10.0.2627", "11.0.5510", "9.5", "10.5"}) {
+    desk::OutlookModel other({.version = version});
+    EXPECT_TRUE(IsCompatibleOutlookVersion(*other.Application())) << version;
+  }
+
+  SetEdition("URLMain", "http://www.example.org/corvessa");
+  ui.ExpectBox(
+      "Corvessa Professional for Outlook is not currently compatible with this version of "
+      "Outlook.\r\nFor more information, visit the following URL:\r\n\r\n\t"
+      "http://www.example.org/corvessa");
+  desk::OutlookModel newer({.version = "12.0.4518"});
+  Connect connect;
+  connect.AddinInstance_OnConnection(newer.Application());
+  EXPECT_EQ(ui.Boxes().front().flags, 64);
+  EXPECT_EQ(ui.Boxes().front().title, "Corvessa Professional for Outlook");
+  EXPECT_EQ(g_oOutlookSupport, nullptr);
+  EXPECT_FALSE(g_bSettingsLoaded);
+  EXPECT_EQ(scripted_engine.engines_created, 0);
+  connect.AddinInstance_OnDisconnection();
+}
+
+TEST_F(Startup, WhenDisabledTracksWindowsButStartsNothing) {
+  SetPreference("DisableKVPEntirely", -1);
+  StoreAccount("ann@example.org");
+  outlook.AddExplorer();
+  ConnectTracing();
+  EXPECT_EQ(Trace(), kTracking);
+  EXPECT_EQ(ui.Shown(), Lines{});
+  EXPECT_EQ(scripted_engine.engines_created, 0);
+  EXPECT_EQ(LoadedFormNames(), Lines{});
+
+  // Enabled later in the dialog, the first to need the engine and the timer gets them.
+  g_bDisableKVPEntirely = false;
+  EXPECT_EQ(Crypto()->HasKeypair("ann@example.org"), 1);
+  EXPECT_EQ(Crypto(), g_oCrypto);
+  EXPECT_EQ(Housekeeping(), Housekeeping());
+  EXPECT_TRUE(Housekeeping()->tmrTimer.Enabled);
+
+  ClearTrace();
+  Disconnect();
+  EXPECT_EQ(Trace(), kClosingDown);
+}
+
+TEST_F(Startup, WithoutAccountsLeadsToAFirstAddress) {
+  ui.Expect<frmManageUserKeys>("frmManageUserKeys", [](frmManageUserKeys&) {});
+  ui.ExpectBox(
+      "You have not configured any of your email accounts\r\n"
+      "to send or receive secure email.\r\n\r\nWould you like to do this now?",
+      platform::kAnswerCancel);
+  outlook.AddExplorer();
+  ConnectTracing();
+  EXPECT_EQ(Trace(), TrackingAnd({"Launching splash screen...", "Initializing key server..."}));
+  EXPECT_EQ(LoadedFormNames(), (Lines{"frmManageUserKeys", "frmTimer"}));
+  ClearTrace();
+  Disconnect();
+  EXPECT_EQ(Trace(), kClosingDown);
+}
+
+TEST_F(Startup, WithAccountsButNoKeysOffersTheirAddressesUnlessKeyGenerationIsOff) {
+  scripted_engine.engine->Always("QueryKeyPair", {.status = -13});
+  StoreAccount("ann@example.org");
+  StoreAccount("ann@work.example");
+  outlook.AddExplorer();
+  Lines offered;
+  ui.Expect<frmManageUserKeys>("frmManageUserKeys", [](frmManageUserKeys&) {});
+  ui.AllowForm("frmModalShowInTaskbar");
+  ui.Expect<frmNoKeyPairs>("frmNoKeyPairs", [&](frmNoKeyPairs& form) {
+    for (int i = 0; i < form.lstEmailAddr.RowCount(); ++i) {
+      offered.push_back(form.lstEmailAddr.Row(i));
+    }
+    form.cmdCancel.Press();
+  });
+  ConnectTracing();
+  EXPECT_EQ(offered, (Lines{"ann@example.org", "ann@work.example"}));
+  EXPECT_EQ(Trace(), TrackingAnd({"Launching splash screen...", "Initializing key server..."}));
+  Disconnect();
+
+  SetEditionSwitch("DisableKeyGen", 1);
+  ui.ClearShown();
+  ConnectTracing();
+  EXPECT_EQ(ui.Shown(), Lines{"frmSplashScreen"});
+}
+
+TEST_F(Startup, ShowsEachStepOnTheSplashScreen) {
+  StoreAccount("ann@example.org");
+  SetEdition("URLUpdate", "http://update.example/latest");
+  inet.pages["http://update.example/latest"] = "<major>1</major>";
+  outlook.AddExplorer();
+  Lines captions;
+  ui.on_do_events = [&](int) {
+    for (const FormPtr& form : LoadedForms()) {
+      const auto splash = std::dynamic_pointer_cast<frmSplashScreen>(form);
+      if (splash && splash->IsTopmost()) captions.push_back(splash->lblCaption.Caption());
+    }
+  };
+  ConnectTracing();
+  EXPECT_EQ(captions,
+            (Lines{"", "Checking for product updates...", "Initializing key server...",
+                   "Initializing secure email addresses...", "Searching for encryption keys...",
+                   "Searching for encryption keys for ann@example.org..."}));
+  EXPECT_EQ(Trace(), TrackingAnd({"Launching splash screen...", "Checking for product updates...",
+                                  "Initializing key server..."}));
+  // The check must not have loaded the address dialog, whose load saves the registry.
+  EXPECT_EQ(Preference("DisableOutgoingSigning"), 0);
+}
+
+TEST_F(Startup, ThatFailsHalfWayKeepsWhatWasMadeAndClosesDownQuietly) {
+  StoreAccount("ann@example.org");
+  scripted_engine.refusal = Error{429, "ActiveX component can't create object"};
+  AllowError("CryptoOperations::Class_Initialize: ");
+  AllowError("OutlookSupport::Initialise - ");
+  outlook.AddExplorer();
+  ConnectTracing();
+  EXPECT_EQ(Trace(), TrackingAnd({"Launching splash screen...", "Initializing key server...",
+                                  "CryptoOperations::Class_Initialize: "
+                                  "ActiveX component can't create object",
+                                  "OutlookSupport::Initialise - "
+                                  "Object variable or With block variable not set"}));
+  EXPECT_EQ(g_oCrypto, nullptr);
+
+  // Whoever needs the engine next tries again.
+  scripted_engine.refusal.reset();
+  EXPECT_EQ(Crypto()->HasKeypair("ann@example.org"), 1);
+  Disconnect();
+}
+
+TEST_F(Startup, ASecondInitialiseKeepsTheWindowsAndTheDeleteQueue) {
+  StoreAccount("ann@example.org");
+  outlook.AddExplorer();
+  ConnectTracing();
+  QueueForDeletion("c:\\temp\\held.txt");
+  ClearTrace();
+  g_oOutlookSupport->Initialise(outlook.Application());
+  EXPECT_EQ(Trace(), (Lines{"Initializing plugin...", "Launching splash screen...",
+                            "Initializing key server..."}));
+  EXPECT_EQ(g_colTempFiles, Lines{"c:\\temp\\held.txt"});
+  EXPECT_EQ(LoadedFormNames(), Lines{"frmTimer"});
+}
+
+TEST_F(Startup, CloseDownDeletesWhatIsQueuedAndForgetsPassphrases) {
+  StoreAccount("ann@example.org");
+  outlook.AddExplorer();
+  ConnectTracing();
+  const std::string queued = files.TemporaryFolder() + "plain.txt";
+  files.Write(queued, "canary");
+  QueueForDeletion(queued);
+  QueueForDeletion("c:\\temp\\gone.txt");
+  const NimbraAccountPtr held = g_colAccounts.front();
+  held->m_sPassword.Assign("open sesame");
+  held->SetAuthenticated(true);
+  Disconnect();
+  EXPECT_EQ(FilesHolding("canary"), Lines{});
+  EXPECT_TRUE(held->m_sPassword.IsEmpty());
+  EXPECT_FALSE(held->GetAuthenticated());
+  EXPECT_TRUE(g_colTempFiles.empty());
+  EXPECT_TRUE(g_colAccounts.empty());
+}
+
+}  // namespace
+}  // namespace corvessa

@@ -1,0 +1,90 @@
+#include "branding/customization.h"
+
+#include <gtest/gtest.h>
+
+#include "addin/debug_info.h"
+#include "forms/controls.h"
+#include "forms/form.h"
+#include "platform/host.h"
+#include "support/addin_fixture.h"
+
+namespace corvessa {
+namespace {
+
+using namespace Customization;
+using Lines = std::vector<std::string>;
+
+class frmBranded final : public Form {
+ public:
+  frmBranded() : Form("frmBranded", "About <!-- LONGNAME -->", 100, 100) {}
+
+  Image imgLogoImage{*this, "imgLogoImage", {}};
+  Image imgOther{*this, "imgOther", {}};
+  Label lblTwice{*this, "lblTwice", {}, "<!-- SHORTNAME --> and <!-- SHORTNAME -->"};
+  Label lblLower{*this, "lblLower", {}, "<!-- shortname -->"};
+  CheckBox chkIt{*this, "chkIt", {}, "Use <!-- SHORTNAME -->"};
+  CommandButton cmdIt{*this, "cmdIt", {}, "<!-- LONGNAME -->"};
+  Frame fraIt{*this, "fraIt", {}, "<!-- SHORTNAME -->"};
+};
+
+class Brand : public testing::AddInFixture {};
+
+TEST_F(Brand, NamesReplaceTheirPlaceholdersInCaptionsOnly) {
+  const auto form = std::make_shared<frmBranded>();
+  CustomizeForm(*form);
+  EXPECT_EQ(form->Caption, "About Corvessa Professional for Outlook");
+  EXPECT_EQ(form->lblTwice.Caption(), "Corvessa and Corvessa");
+  EXPECT_EQ(form->lblLower.Caption(), "<!-- shortname -->");
+  EXPECT_EQ(form->chkIt.Caption(), "Use Corvessa");
+  EXPECT_EQ(form->cmdIt.Caption(), "Corvessa Professional for Outlook");
+  EXPECT_EQ(form->fraIt.Caption(), "<!-- SHORTNAME -->");
+  EXPECT_TRUE(form->imgLogoImage.Picture);
+  EXPECT_FALSE(form->imgOther.Picture);
+}
+
+TEST_F(Brand, GoesOnWithTheNextControlWhenAPictureIsMissing) {
+  g_bLogDebuggingInfo = true;
+  files.Delete(platform::Host().product.folder + "\\Customization\\48hLogo.gif");
+  AllowError("Customize: ");
+  const auto form = std::make_shared<frmBranded>();
+  CustomizeForm(*form);
+  EXPECT_EQ(Trace(), Lines{"Customize: Error customizing form \"frmBranded\", control "
+                           "\"imgLogoImage\", 53 File not found"});
+  EXPECT_EQ(form->cmdIt.Caption(), "Corvessa Professional for Outlook");
+}
+
+TEST_F(Brand, IconFollowsTheLongNameExactly) {
+  const struct {
+    const char* long_name;
+    const char* icon;
+  } cases[] = {{"Quillon Private for Outlook", "frmDummyIconQuillonPrivate"},
+               {"Marrow-Guard for Outlook", "frmDummyIconMarrowGuard"},
+               {"Quillon Private for Outlook ", "frmDummyIconCorvessa"},
+               {"", "frmDummyIconCorvessa"}};
+  for (const auto& c : cases) {
+    SetEdition("AppLongName", c.long_name);
+    EXPECT_EQ(GetAppIcon()->source, c.icon) << c.long_name;
+  }
+}
+
+TEST_F(Brand, PagesGetTheAliasAsItStandsAndOnlyWebAddressesOpen) {
+  SetEdition("URLKeyGen", "https://keys.example/new?brand=1");
+  SetEdition("URLPassphrase", "HTTP://keys.example/change");
+  OpenKeyGenPage("a b&c@x.org");
+  OpenPassphrasePage("ann@x.org");
+  EXPECT_EQ(shell.pages, (Lines{"https://keys.example/new?brand=1&alias=a b&c@x.org",
+                                "HTTP://keys.example/change?alias=ann@x.org"}));
+
+  g_bLogDebuggingInfo = true;
+  AllowError("Customization:OpenURL - ");
+  for (const char* refused :
+       {"", "ftp://x.org", "file:///etc/passwd", "javascript:alert(1)", "http://x.org/\r\n"}) {
+    OpenURL(refused);
+  }
+  OpenHelpPage();
+  EXPECT_EQ(shell.pages.size(), 2U);
+  EXPECT_EQ(Trace().size(), 6U);
+}
+
+}  // namespace
+}  // namespace corvessa
