@@ -1,12 +1,13 @@
 #include "desk/profile/profile.h"
 
+#include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
-#include <regex>
 #include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -85,9 +86,10 @@ TEST(ProfileTest, SaysWhyItCannotBeUsed) {
 
 TEST(SystemClockTest, TellsTheLocalesTimeAndRepeatsNoSequence) {
   SystemClock clock;
-  EXPECT_TRUE(
-      std::regex_match(clock.DateTimeText(), std::regex(R"(\d\d/\d\d/\d\d \d\d:\d\d:\d\d)")))
-      << clock.DateTimeText();
+  std::string shape = clock.DateTimeText();
+  std::replace_if(
+      shape.begin(), shape.end(), [](unsigned char c) { return std::isdigit(c) != 0; }, '9');
+  EXPECT_EQ(shape, "99/99/99 99:99:99") << "the form of a process without a locale of its own";
   const double unseeded = SystemClock().Random();
   clock.Randomize();
   double last = clock.Random();

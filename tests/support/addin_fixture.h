@@ -62,6 +62,8 @@ class AddInFixture : public ::testing::Test {
   void ClearTrace();
   /// Error lines that begin so are expected.
   void AllowError(std::string beginning);
+  /// The error lines in the trace that were not allowed; the test fails at its end for each.
+  std::vector<std::string> UnexpectedErrors();
 
   /// The files below the profile that hold the text, relative to it.
   std::vector<std::string> FilesHolding(std::string_view text) const;
@@ -86,7 +88,6 @@ class AddInFixture : public ::testing::Test {
  private:
   engine::EngineConfig EngineSetup();
   void InstallServices(EngineChoice engine);
-  std::vector<std::string> UnexpectedErrors();
 
   std::unique_ptr<platform::EngineFactory> real_engine_;
   std::shared_ptr<engine::OpenPgpEngine> keys_;
