@@ -41,10 +41,8 @@ void Gpg::Generate(const std::string& address, const std::string& algorithm,
   Run(options + " --quick-gen-key 'Test <" + address + ">' " + algorithm + " cert,sign " +
       lifetime);
   if (exit_code != 0) throw std::runtime_error(said);
-  const std::string listing = Run(options + " --with-colons --list-keys " + address);
-  const auto line = listing.find("\nfpr:");
-  const std::string fingerprint = listing.substr(listing.find_first_not_of(':', line + 5), 40);
-  Run(options + " --quick-add-key " + fingerprint + " " + encryption + " encr " + lifetime);
+  Run(options + " --quick-add-key " + Fingerprint(address) + " " + encryption + " encr " +
+      lifetime);
   if (exit_code != 0) throw std::runtime_error(said);
 }
 
@@ -53,12 +51,14 @@ void Gpg::Import(const std::string& keys) {
   if (exit_code != 0) throw std::runtime_error(said);
 }
 
-void Gpg::Revoke(const std::string& address) {
+std::string Gpg::Fingerprint(const std::string& address) {
   const std::string listing = Run("--with-colons --list-keys " + address);
-  const auto line = listing.find("\nfpr:");
-  const std::string fingerprint = listing.substr(listing.find_first_not_of(':', line + 5), 40);
+  return listing.substr(listing.find_first_not_of(':', listing.find("\nfpr:") + 5), 40);
+}
+
+void Gpg::Revoke(const std::string& address) {
   // gpg makes a revocation with every key and puts a colon before it against use by accident.
-  std::string revocation = ReadFile(home_ / "openpgp-revocs.d" / (fingerprint + ".rev"));
+  std::string revocation = ReadFile(home_ / "openpgp-revocs.d" / (Fingerprint(address) + ".rev"));
   revocation.erase(revocation.find(":-----BEGIN"), 1);
   Import(revocation);
 }

@@ -25,6 +25,7 @@ class Gpg {
   void Generate(const std::string& address, const std::string& algorithm,
                 const std::string& lifetime = "never", const std::string& options = {});
   void Import(const std::string& keys);
+  std::string Fingerprint(const std::string& address);
   /// Revokes the whole key.
   void Revoke(const std::string& address);
 

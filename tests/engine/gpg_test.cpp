@@ -197,9 +197,7 @@ TEST_F(GpgTest, ExpiredAndRevokedKeysAreOfNoUse) {
 
 TEST_F(GpgTest, TheNewestUsableSubkeyIsTaken) {
   gpg->Generate("subs@example.org", "ed25519", "never", "--faked-system-time 20210101T000000!");
-  const std::string listing = gpg->Run("--with-colons --list-keys subs@example.org");
-  const std::string fingerprint =
-      listing.substr(listing.find_first_not_of(':', listing.find("\nfpr:") + 5), 40);
+  const std::string fingerprint = gpg->Fingerprint("subs@example.org");
   gpg->Run("--faked-system-time 20220101T000000! --quick-add-key " + fingerprint +
            " cv25519 encr never");
   gpg->Run("--faked-system-time 20220101T000000! --quick-add-key " + fingerprint +
