@@ -9,7 +9,7 @@
 
 namespace {
 
-using corvessa::desk::Mail;
+using corvessa::desk::mail::Mail;
 
 void Require(bool condition) {
   if (!condition) std::abort();
@@ -25,8 +25,9 @@ void RequireSafeNames(const Mail& mail) {
 
 /// Whatever was read must say the same after being written and read again.
 void RequireSameAfterWriting(const Mail& mail) {
-  const auto copy = corvessa::desk::ParseMail(
-      "X-First: 1\r\n" + corvessa::desk::FormatMail(mail, corvessa::desk::MailPurpose::kDraft));
+  const auto copy = corvessa::desk::mail::ParseMail(
+      "X-First: 1\r\n" +
+      corvessa::desk::mail::FormatMail(mail, corvessa::desk::mail::MailPurpose::kDraft));
   Require(copy.body_text == mail.body_text && copy.body_html == mail.body_html);
   Require(copy.subject == mail.subject && copy.attachments.size() == mail.attachments.size());
   Require(!copy.incomplete);
@@ -36,7 +37,7 @@ void RequireSameAfterWriting(const Mail& mail) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   try {
-    const auto mail = corvessa::desk::ParseMail({reinterpret_cast<const char*>(data), size});
+    const auto mail = corvessa::desk::mail::ParseMail({reinterpret_cast<const char*>(data), size});
     RequireSafeNames(mail);
     for (const auto& attachment : mail.attachments) attachment.data.Bytes();
     RequireSameAfterWriting(mail);

@@ -10,7 +10,7 @@
 #include "mail_text.h"
 #include "support/temp_folder.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 namespace {
 
 using ::testing::ElementsAre;
@@ -217,4 +217,4 @@ TEST(LoadMail, GivesNoBytesOfAFileThatWasChangedSince) {
 }
 
 }  // namespace
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

@@ -7,7 +7,7 @@
 #include <sstream>
 #include <stdio.h>
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 namespace {
 
@@ -79,4 +79,4 @@ void WriteFile(const std::filesystem::path& path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary) << bytes;
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

@@ -5,7 +5,7 @@
 
 #include "desk/mail/mail.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 /// A mail in the form that peer.py prints, so that both readings can be compared whole.
 std::string Described(const Mail& mail);
@@ -16,4 +16,4 @@ std::string Peer(const std::string& command, const std::filesystem::path& path);
 std::string ReadFile(const std::filesystem::path& path);
 void WriteFile(const std::filesystem::path& path, const std::string& bytes);
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

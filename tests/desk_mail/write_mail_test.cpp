@@ -13,7 +13,7 @@
 #include "mail_text.h"
 #include "support/temp_folder.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 namespace {
 
 using ::testing::ElementsAre;
@@ -249,4 +249,4 @@ TEST(WriteMail, AttachedFilesAreTakenAsTheyWere) {
 }
 
 }  // namespace
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

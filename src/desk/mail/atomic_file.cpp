@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <stdio.h>
 #include <stdlib.h>
 #include <string>
 #include <unistd.h>
@@ -9,7 +10,7 @@
 
 #include "desk/mail/io_error.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 AtomicFile::AtomicFile(std::filesystem::path path) : path_(std::move(path)) {
   // Not the file's own name: with an addition it could be too long for the file system.
@@ -33,6 +34,13 @@ void AtomicFile::Commit(Safety safety) {
   if (durable) SyncFolder();
 }
 
+void AtomicFile::CommitNew() {
+  if (close(std::exchange(descriptor_, -1)) != 0) RaiseWriteError(errno);
+  if (renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), RENAME_NOREPLACE) != 0)
+    RaiseWriteError(errno);
+  temporary_.clear();
+}
+
 void AtomicFile::RaiseWriteError(int error_code) const {
   RaiseIoError(path_, "cannot be written", error_code);
 }
@@ -47,4 +55,4 @@ void AtomicFile::SyncFolder() const {
   close(descriptor);
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 /// A file that appears whole or not at all: it is written beside its place under a hidden name and
 /// moved there by Commit. Without Commit nothing of it stays. Only its owner can read it.
@@ -19,6 +19,8 @@ class AtomicFile {
   enum class Safety { kFast, kSurvivesPowerLoss };
   /// Raises Error; the old file is still in its place then.
   void Commit(Safety safety);
+  /// Fails (kPathFileAccess) where there is a file already, which stays as it is.
+  void CommitNew();
 
   /// Raises the Error of a failed write into this file.
   [[noreturn]] void RaiseWriteError(int error_code) const;
@@ -31,4 +33,4 @@ class AtomicFile {
   int descriptor_ = -1;
 };
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

@@ -1,5 +1,6 @@
 #include "desk/mail/attachment_data.h"
 
+#include <array>
 #include <cerrno>
 #include <utility>
 
@@ -9,7 +10,7 @@
 #include "desk/mail/io_error.h"
 #include "desk/mail/mail_file.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 AttachmentData::AttachmentData(std::shared_ptr<const AttachmentSource> source)
     : source_(std::move(source)) {}
@@ -27,6 +28,19 @@ AttachmentData AttachmentData::FromFile(const std::filesystem::path& path) {
   if (g_mime_stream_write_to_stream(file->Stream(), copy.get()) < 0)
     RaiseIoError(path, "cannot be copied", errno);
   return AttachmentData(RangeSource(copy.get(), GMIME_CONTENT_ENCODING_BINARY, nullptr));
+}
+
+void AttachmentData::Provide(const PieceSink& sink) const {
+  if (!source_) return;
+  const auto stream = source_->Open();
+  std::array<char, 65536> piece;
+  for (;;) {
+    errno = 0;
+    const ssize_t got = g_mime_stream_read(stream.get(), piece.data(), piece.size());
+    if (got < 0) RaiseIoError("A part of the mail", "cannot be read", errno);
+    if (got == 0 && g_mime_stream_eos(stream.get())) return;
+    sink({piece.data(), static_cast<std::size_t>(got)});
+  }
 }
 
 std::string AttachmentData::Bytes() const {
@@ -53,4 +67,4 @@ void AttachmentData::SaveTo(const std::filesystem::path& path) const {
   file.Commit(AtomicFile::Safety::kFast);
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

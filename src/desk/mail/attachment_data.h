@@ -2,12 +2,17 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 class AttachmentSource;
+
+/// Takes the next piece of an attachment's bytes.
+using PieceSink = std::function<void(std::string_view piece)>;
 
 /// The bytes of an attachment without their place in memory: those of a loaded mail stay in the
 /// mail's file and are decoded whenever they are asked for, those of a file that was attached live
@@ -28,6 +33,8 @@ class AttachmentData {
   static AttachmentData FromFile(const std::filesystem::path& path);
 
   std::string Bytes() const;
+  /// Gives them piece by piece.
+  void Provide(const PieceSink& sink) const;
   /// Decodes the whole attachment to count it.
   std::uintmax_t Size() const;
   /// Writes a file that only its owner can read, whole or not at all.
@@ -40,4 +47,4 @@ class AttachmentData {
   std::shared_ptr<const AttachmentSource> source_;
 };
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

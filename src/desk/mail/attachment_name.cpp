@@ -6,7 +6,7 @@
 
 #include "desk/mail/header_decoding.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 namespace {
 
@@ -65,4 +65,4 @@ std::string GenericFileName(std::size_t place, std::string_view content_type) {
   return "ATT" + digits + std::string(known == kExtensions.end() ? ".dat" : known->second);
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

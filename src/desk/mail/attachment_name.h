@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 /// A received name made fit for a file in a folder: its last component, control characters
 /// replaced, cut to 200 bytes with its extension kept. Empty when nothing usable is left.
@@ -13,4 +13,4 @@ std::string SafeFileName(std::string_view name);
 /// "ATT00003.txt": the name of a nameless attachment by its place (from 1) and content type.
 std::string GenericFileName(std::size_t place, std::string_view content_type);
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

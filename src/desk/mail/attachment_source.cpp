@@ -11,7 +11,7 @@
 #include "desk/mail/io_error.h"
 #include "desk/mail/mail_file.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 namespace {
 
@@ -104,4 +104,4 @@ std::string ReadAll(GMimeStream& stream) {
   return bytes;
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

@@ -6,7 +6,7 @@
 
 #include "desk/mail/gmime_handle.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 class MailFile;
 
@@ -34,4 +34,4 @@ Handle<GMimeStream> ScratchStream(std::uintmax_t expected_size);
 
 std::string ReadAll(GMimeStream& stream);
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

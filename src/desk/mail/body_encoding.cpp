@@ -4,7 +4,7 @@
 
 #include "desk/mail/charset.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 namespace {
 
@@ -86,4 +86,4 @@ Handle<GMimeObject> TextPart(std::string_view text, const char* subtype) {
   return part;
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

@@ -5,7 +5,7 @@
 
 #include "desk/mail/gmime_handle.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 /// A text part: as it stands when every system passes it on unchanged (short lines of printable
 /// ASCII that no mailbox format, transport or trimming of blanks touches; OpenPGP armour is such
@@ -15,4 +15,4 @@ Handle<GMimeObject> TextPart(std::string_view text, const char* subtype);
 /// Whether lines with LF ends pass as 7bit; see TextPart.
 bool IsSafeAs7Bit(std::string_view text);
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

@@ -6,7 +6,7 @@
 
 #include "desk/mail/gmime_handle.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 namespace {
 
@@ -146,4 +146,4 @@ std::string WithLineEnds(std::string_view text, std::string_view line_end) {
   }
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 /// A body's bytes as UTF-8. The label is believed when it is known and fits every byte; else bytes
 /// that are UTF-8 are taken for that, mostly-UTF-8 ones keep what is readable, and the rest is read
@@ -17,4 +17,4 @@ std::string ValidUtf8(std::string_view text);
 /// All line ends (CRLF, LF, CR, and CRs before an LF) as the one given.
 std::string WithLineEnds(std::string_view text, std::string_view line_end);
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

@@ -1,6 +1,6 @@
 #include "desk/mail/gmime_handle.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 namespace {
 
@@ -19,4 +19,4 @@ GMimeParserOptions* ParserOptions() {
   return options;
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

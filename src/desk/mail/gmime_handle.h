@@ -3,7 +3,7 @@
 #include <gmime/gmime.h>
 #include <memory>
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 struct GObjectUnref {
   void operator()(void* object) const { g_object_unref(object); }
@@ -30,4 +30,4 @@ using GText = std::unique_ptr<char, GFree>;
 /// or else what Windows clients send.
 GMimeParserOptions* ParserOptions();
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

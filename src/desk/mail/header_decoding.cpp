@@ -7,7 +7,7 @@
 #include "desk/mail/gmime_handle.h"
 #include "desk/mail/mail.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 namespace {
 
@@ -187,4 +187,4 @@ std::optional<std::time_t> DecodeDate(const std::string& raw) {
   return seconds;
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 struct Mailbox;
 
@@ -29,4 +29,4 @@ std::string JoinEncodedWords(std::string_view raw);
 /// Text with control characters (line ends are some) as blanks, trimmed, and as valid UTF-8.
 std::string OneLine(std::string_view text);
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

@@ -7,7 +7,7 @@
 #include "desk/mail/header_decoding.h"
 #include "desk/mail/mail.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 namespace {
 
@@ -139,4 +139,4 @@ std::string FoldedField(std::string_view name, std::string_view value) {
   return field + "\r\n";
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

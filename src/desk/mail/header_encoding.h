@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 struct Mailbox;
 
@@ -23,4 +23,4 @@ std::string EncodeIdentifier(std::string_view identifier);
 /// possible.
 std::string FoldedField(std::string_view name, std::string_view value);
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

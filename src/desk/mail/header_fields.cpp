@@ -5,7 +5,7 @@
 #include <glib.h>
 #include <utility>
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 namespace {
 
@@ -45,4 +45,4 @@ bool IsFieldName(std::string_view name) {
                                       [](char c) { return c > 32 && c < 127 && c != ':'; });
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 /// What a header field is to a Mail: one of its members, MIME's own or any other.
 enum class FieldKind {
@@ -28,4 +28,4 @@ bool NamesBlindCopies(std::string_view name);
 /// Whether a header can hold a field of this name: printable ASCII without blank and colon.
 bool IsFieldName(std::string_view name);
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

@@ -6,7 +6,7 @@
 
 #include "base/error.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 namespace {
 
@@ -37,4 +37,4 @@ void RaiseIoError(const std::filesystem::path& file, std::string_view problem, i
         file.string() + " " + std::string(problem) + ": " + Cause(error_code) + ".");
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

@@ -9,7 +9,7 @@
 #include "desk/mail/mail_io.h"
 #include "desk/mail/part_reader.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 namespace {
 
@@ -126,4 +126,4 @@ Mail ParseMail(const std::string& bytes) {
   return ReadMail(stream.get(), nullptr, "The text");
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

@@ -7,7 +7,7 @@
 
 #include "desk/mail/attachment_data.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 /// One address of a header; both texts are UTF-8. A mailbox may lack either of them. After loading
 /// an international domain is in its ASCII form.
@@ -73,4 +73,4 @@ struct Mail {
   bool incomplete = false;
 };
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

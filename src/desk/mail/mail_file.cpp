@@ -10,7 +10,7 @@
 #include "desk/mail/attachment_source.h"
 #include "desk/mail/io_error.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 namespace {
 
@@ -53,4 +53,4 @@ void MailFile::CheckUnchanged() const {
     Raise(kPathFileAccess, path_.string() + " was changed while it was open. Open it again.");
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

@@ -7,7 +7,7 @@
 
 #include "desk/mail/gmime_handle.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 /// An open file that can tell whether somebody has changed it since. A pipe is copied first.
 class MailFile {
@@ -29,4 +29,4 @@ class MailFile {
   timespec changed_{};
 };
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <string>
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 struct Mail;
 
@@ -49,4 +49,4 @@ void WriteMail(const Mail& mail, int descriptor, MailPurpose purpose);
 /// The same in memory.
 std::string FormatMail(const Mail& mail, MailPurpose purpose);
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

@@ -10,7 +10,7 @@
 #include "desk/mail/header_decoding.h"
 #include "desk/mail/mail.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 namespace {
 
@@ -230,4 +230,4 @@ void ReadParts(GMimeObject* root, const std::shared_ptr<const MailFile>& file, M
   PartReader(file, mail).Read(root, PartReader::Place::kAlone);
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

@@ -4,7 +4,7 @@
 
 #include "desk/mail/gmime_handle.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 class MailFile;
 struct Mail;
@@ -14,4 +14,4 @@ struct Mail;
 /// nothing is left out. The parts of PGP/MIME are ordinary attachments.
 void ReadParts(GMimeObject* root, const std::shared_ptr<const MailFile>& file, Mail& mail);
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

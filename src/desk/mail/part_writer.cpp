@@ -12,7 +12,7 @@
 #include "desk/mail/header_fields.h"
 #include "desk/mail/mail.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 namespace {
 
@@ -119,4 +119,4 @@ Handle<GMimeObject> BuildParts(const Mail& mail) {
   return parts.size() == 1 ? std::move(parts.front()) : Multipart("mixed", parts);
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

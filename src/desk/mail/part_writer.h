@@ -2,7 +2,7 @@
 
 #include "desk/mail/gmime_handle.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 struct Mail;
 
@@ -11,4 +11,4 @@ struct Mail;
 /// read when the part is written.
 Handle<GMimeObject> BuildParts(const Mail& mail);
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail

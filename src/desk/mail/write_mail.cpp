@@ -16,7 +16,7 @@
 #include "desk/mail/mail_io.h"
 #include "desk/mail/part_writer.h"
 
-namespace corvessa::desk {
+namespace corvessa::desk::mail {
 
 namespace {
 
@@ -161,4 +161,4 @@ std::string FormatMail(const Mail& mail, MailPurpose purpose) {
   return ReadAll(*stream);
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa::desk::mail
