@@ -23,13 +23,16 @@ locale_t DateLocale() {
 
 }  // namespace
 
-std::string SystemClock::DateTimeText() {
-  const time_t now = time(nullptr);
+std::string DateTimeText(std::time_t time) {
   struct tm local {};
-  localtime_r(&now, &local);
+  localtime_r(&time, &local);
   std::array<char, 200> text;
   const std::size_t length = strftime_l(text.data(), text.size(), "%x %X", &local, DateLocale());
   return {text.data(), length};
+}
+
+std::string SystemClock::DateTimeText() {
+  return desk::DateTimeText(time(nullptr));
 }
 
 void SystemClock::Randomize() {

@@ -1,0 +1,72 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <ostream>
+
+#include "base/text.h"
+#include "desk/commands/command_context.h"
+#include "desk/settings_store.h"
+
+namespace corvessa::desk {
+namespace {
+
+Outcome Add(CommandContext& context, const std::string& address, bool signs) {
+  Profile profile = context.OpenProfile();
+  const std::string normal = SettingsStore::NormalAddress(address);
+  if (SettingsStore(profile.Registry()).AddAccount(normal, signs)) {
+    context.out << ForDisplay(normal) << (signs ? " is secured and signs.\n" : " is secured.\n");
+  } else {
+    context.out << ForDisplay(normal) << " was there already.\n";
+  }
+  return Outcome::kDone;
+}
+
+Outcome Remove(CommandContext& context, const std::string& address) {
+  Profile profile = context.OpenProfile();
+  if (!SettingsStore(profile.Registry()).RemoveAccount(address)) {
+    Fail(Outcome::kRefused, address + " is no secured address; \"account list\" shows them all");
+  }
+  context.out << ForDisplay(address) << " was removed; its keys are still there.\n";
+  return Outcome::kDone;
+}
+
+Outcome List(CommandContext& context) {
+  Profile profile = context.OpenProfile();
+  for (const AccountEntry& entry : SettingsStore(profile.Registry()).Accounts()) {
+    context.out << ForDisplay(entry.address) << (entry.signs ? "  signs\n" : "\n");
+  }
+  return Outcome::kDone;
+}
+
+}  // namespace
+
+void AddAccountCommands(CLI::App& app, CommandContext& context) {
+  auto* const account = app.add_subcommand("account", "look after the secured addresses");
+  account->require_subcommand(1);
+  struct Options {
+    std::string address;
+    bool signs = false;
+  };
+  const auto options = std::make_shared<Options>();
+  const auto add_address = [&](CLI::App* command) {
+    command->add_option("address", options->address, "the e-mail address")
+        ->required()
+        ->type_name("ADDRESS");
+  };
+
+  auto* const add = account->add_subcommand("add", "secure an address");
+  add_address(add);
+  add->add_flag("--sign", options->signs, "sign outgoing mail with it");
+  add->callback([&context, options] {
+    context.run = [&context, options] { return Add(context, options->address, options->signs); };
+  });
+  auto* const remove = account->add_subcommand("remove", "secure an address no longer");
+  add_address(remove);
+  remove->callback([&context, options] {
+    context.run = [&context, options] { return Remove(context, options->address); };
+  });
+  account->add_subcommand("list", "show the secured addresses")->callback([&context] {
+    context.run = [&context] { return List(context); };
+  });
+}
+
+}  // namespace corvessa::desk

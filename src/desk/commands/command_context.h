@@ -1,0 +1,53 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "desk/failure.h"
+#include "desk/profile/profile.h"
+#include "desk/terminal/answers.h"
+#include "desk/terminal/terminal.h"
+
+namespace CLI {
+class App;
+}
+
+namespace corvessa::desk {
+
+inline constexpr std::string_view kProgram = "corvessa-desk";
+
+/// What all commands share: where results and complaints go and what was said on the command line.
+struct CommandContext {
+  std::ostream& out;
+  std::ostream& messages;
+  Terminal& terminal;
+
+  std::filesystem::path profile_folder = {};
+  std::vector<std::string> passphrases = {};
+  std::vector<std::string> given_answers = {};
+  Answers answers = {};
+
+  /// What the chosen command does once the whole command line has been read.
+  std::function<Outcome()> run = {};
+
+  /// Opens the profile that was named, or the user's own.
+  Profile OpenProfile() const;
+  /// One line to the user.
+  void Tell(std::string_view line) const;
+};
+
+/// Each adds its commands to the command line.
+void AddKeyCommands(CLI::App& app, CommandContext& context);
+void AddAccountCommands(CLI::App& app, CommandContext& context);
+void AddSettingsCommands(CLI::App& app, CommandContext& context);
+void AddOpenCommand(CLI::App& app, CommandContext& context);
+void AddSendCommand(CLI::App& app, CommandContext& context);
+void AddResponseCommands(CLI::App& app, CommandContext& context);
+void AddShellCommand(CLI::App& app, CommandContext& context);
+void AddDemoCommand(CLI::App& app, CommandContext& context);
+
+}  // namespace corvessa::desk

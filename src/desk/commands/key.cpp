@@ -1,0 +1,162 @@
+#include <CLI/CLI.hpp>
+#include <ctime>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <ostream>
+#include <sstream>
+
+#include "base/error.h"
+#include "base/text.h"
+#include "desk/commands/command_context.h"
+#include "desk/engine_setup.h"
+#include "desk/mail/io_error.h"
+#include "desk/passphrase_source.h"
+#include "desk/settings_store.h"
+
+namespace corvessa::desk {
+namespace {
+
+constexpr platform::EngineStatus kInvalidAddress = -6;
+
+struct KeyOptions {
+  std::string address;
+  std::string name;
+  std::string passphrase_file;
+  std::vector<std::string> files;
+  bool secret = false;
+};
+
+void Check(platform::EngineStatus status, platform::IEngine& engine) {
+  if (status == 0) return;
+  std::string reason = engine.GetEngineLastError();
+  if (reason.ends_with('.')) reason.pop_back();
+  Fail(status == kInvalidAddress ? Outcome::kWrongUse : Outcome::kRefused, reason);
+}
+
+std::string DateOf(std::uint32_t seconds) {
+  const std::time_t time = seconds;
+  std::tm utc{};
+  gmtime_r(&time, &utc);
+  char text[16];
+  return {text, std::strftime(text, sizeof text, "%Y-%m-%d", &utc)};
+}
+
+std::string StateOf(const engine::KeyInfo& key) {
+  if (key.revoked) return "revoked";
+  if (key.expired) return "expired";
+  return key.expires == 0 ? "valid" : "valid until " + DateOf(key.expires);
+}
+
+void Print(std::ostream& out, const engine::KeyInfo& key) {
+  out << key.fingerprint << "  " << (key.secret ? "own" : "public") << "  " << key.algorithm << "  "
+      << DateOf(key.created) << "  " << StateOf(key) << "\n";
+  for (const std::string& user : key.user_ids) out << "    " << ForDisplay(user) << "\n";
+}
+
+Outcome Generate(CommandContext& context, const KeyOptions& options) {
+  Profile profile = context.OpenProfile();
+  const auto engine = OpenEngine(profile);
+  const SecretString passphrase =
+      ChoosePassphrase(options.address, options.passphrase_file, context.answers, context.terminal);
+  engine::KeyInfo made;
+  Check(engine->GenerateKey(options.name, options.address, passphrase.View(), made), *engine);
+  Print(context.out, made);
+  return Outcome::kDone;
+}
+
+std::string ContentOf(const std::string& path) {
+  std::ostringstream content;
+  if (path == "-") {
+    content << std::cin.rdbuf();
+    return content.str();
+  }
+  errno = 0;
+  std::ifstream file(path, std::ios::binary);
+  if (file) content << file.rdbuf();
+  if (!file) mail::RaiseIoError(path, "cannot be read", errno);
+  return content.str();
+}
+
+Outcome Import(CommandContext& context, const KeyOptions& options) {
+  std::vector<std::string> contents;
+  for (const std::string& file : options.files) contents.push_back(ContentOf(file));
+  Profile profile = context.OpenProfile();
+  const auto engine = OpenEngine(profile);
+  for (const std::string& content : contents) {
+    std::vector<engine::KeyInfo> imported;
+    Check(engine->ImportKeys(content, imported), *engine);
+    for (const engine::KeyInfo& key : imported) Print(context.out, key);
+  }
+  return Outcome::kDone;
+}
+
+Outcome Export(CommandContext& context, const KeyOptions& options) {
+  Profile profile = context.OpenProfile();
+  const auto engine = OpenEngine(profile);
+  std::string armoured;
+  Check(options.secret ? engine->ExportSecretKeys(options.address, armoured)
+                       : engine->ExportPublicKeys(options.address, armoured),
+        *engine);
+  context.out << armoured;
+  return Outcome::kDone;
+}
+
+Outcome List(CommandContext& context) {
+  Profile profile = context.OpenProfile();
+  const auto engine = OpenEngine(profile);
+  std::vector<engine::KeyInfo> keys;
+  Check(engine->ListKeys(keys), *engine);
+  for (const engine::KeyInfo& key : keys) Print(context.out, key);
+  return Outcome::kDone;
+}
+
+Outcome Publish(CommandContext& context, const KeyOptions& options) {
+  Profile profile = context.OpenProfile();
+  if (SettingsStore(profile.Registry()).Get("EngineUpdateServer").empty()) {
+    Fail(Outcome::kRefused, "no key server is set to publish to; set EngineUpdateServer first");
+  }
+  const auto engine = OpenEngine(profile);
+  Check(engine->PublishKeys(options.address), *engine);
+  context.out << "The public key of " << ForDisplay(options.address) << " was published.\n";
+  return Outcome::kDone;
+}
+
+}  // namespace
+
+void AddKeyCommands(CLI::App& app, CommandContext& context) {
+  auto* const key = app.add_subcommand("key", "look after the key rings");
+  key->require_subcommand(1);
+  const auto options = std::make_shared<KeyOptions>();
+  const auto add = [&](const char* name, const char* help, auto operation) {
+    auto* const command = key->add_subcommand(name, help);
+    command->callback([&context, options, operation] {
+      context.run = [&context, options, operation] { return operation(context, *options); };
+    });
+    return command;
+  };
+  const auto add_address = [&](CLI::App* command) {
+    command->add_option("address", options->address, "the e-mail address")
+        ->required()
+        ->type_name("ADDRESS");
+  };
+
+  auto* const generate = add("generate", "make a key pair for an address", Generate);
+  add_address(generate);
+  generate->add_option("--name", options->name, "the owner's name, beside the address");
+  generate->add_option("--passphrase-file", options->passphrase_file,
+                       "its first line becomes the passphrase");
+  auto* const import = add("import", "take keys into the rings", Import);
+  import->add_option("files", options->files, "key files, armoured or binary; - for the input")
+      ->required()
+      ->type_name("FILE");
+  auto* const exported = add("export", "write the public keys of an address", Export);
+  add_address(exported);
+  exported->add_flag("--secret", options->secret,
+                     "the secret keys, still protected by their passphrase");
+  add("list", "show all keys",
+      [](CommandContext& shared, const KeyOptions&) { return List(shared); });
+  add_address(add("publish", "send the public keys of an own address to the key servers", Publish));
+}
+
+}  // namespace corvessa::desk

@@ -1,0 +1,93 @@
+#include "desk/commands/run_desk.h"
+
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <filesystem>
+#include <iostream>
+#include <string>
+
+#include "base/error.h"
+#include "base/text.h"
+#include "desk/commands/command_context.h"
+
+namespace corvessa::desk {
+namespace {
+
+/// A sentence from elsewhere as the end of a line of ours.
+std::string AsMessage(std::string text) {
+  if (text.ends_with('.')) text.pop_back();
+  return text;
+}
+
+void AddGlobalOptions(CLI::App& app, CommandContext& context) {
+  app.add_option("--profile", context.profile_folder,
+                 "the profile folder (default: corvessa in the user's data folder)")
+      ->type_name("DIR");
+  app.add_option("--passphrase", context.passphrases,
+                 "the passphrase of an address is the first line of that file")
+      ->type_name("ADDRESS=FILE")
+      ->allow_extra_args(false);
+  app.add_option("--answer", context.given_answers,
+                 "answer a prompt by pressing that control, a message box by OK or Cancel")
+      ->type_name("FORM=CONTROL")
+      ->allow_extra_args(false);
+}
+
+void AddCommands(CLI::App& app, CommandContext& context) {
+  app.require_subcommand(1);
+  app.fallthrough();
+  AddKeyCommands(app, context);
+  AddAccountCommands(app, context);
+  AddSettingsCommands(app, context);
+}
+
+/// Wrong texts are wrong use; a passphrase file that cannot be read is not.
+void TakeAnswers(CommandContext& context) {
+  try {
+    for (const std::string& argument : context.given_answers) context.answers.AddAnswer(argument);
+    for (const std::string& argument : context.passphrases) context.answers.AddPassphrase(argument);
+  } catch (const Error& error) {
+    if (error.number != kInvalidArgument) throw;
+    Fail(Outcome::kWrongUse, error.description);
+  }
+}
+
+Outcome Run(CommandContext& context) {
+  try {
+    TakeAnswers(context);
+    const Outcome outcome = context.run();
+    context.out.flush();
+    if (!context.out) Fail(Outcome::kEnvironment, "the output cannot be written");
+    return outcome;
+  } catch (const Failure& failure) {
+    context.Tell(failure.message);
+    return failure.outcome;
+  } catch (const Error& error) {
+    context.Tell(AsMessage(error.description));
+  } catch (const std::exception& error) {
+    context.Tell(error.what());
+  }
+  return Outcome::kEnvironment;
+}
+
+}  // namespace
+
+int RunDesk(int argument_count, const char* const* arguments, Terminal& terminal, std::ostream& out,
+            std::ostream& messages) {
+  CommandContext context{out, messages, terminal};
+  CLI::App app{"Plays Outlook for the add-in over real mail files.", std::string(kProgram)};
+  AddGlobalOptions(app, context);
+  AddCommands(app, context);
+  try {
+    app.parse(argument_count, arguments);
+  } catch (const CLI::Success& help) {
+    app.exit(help, out, messages);
+    return static_cast<int>(Outcome::kDone);
+  } catch (const CLI::ParseError& error) {
+    context.Tell(std::string(error.what()) + "; see " + std::string(kProgram) + " --help");
+    return static_cast<int>(Outcome::kWrongUse);
+  }
+  return static_cast<int>(Run(context));
+}
+
+}  // namespace corvessa::desk

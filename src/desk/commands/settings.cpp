@@ -1,0 +1,51 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <ostream>
+
+#include "base/text.h"
+#include "desk/commands/command_context.h"
+#include "desk/settings_store.h"
+
+namespace corvessa::desk {
+namespace {
+
+Outcome Get(CommandContext& context, const std::string& name) {
+  Profile profile = context.OpenProfile();
+  const SettingsStore settings(profile.Registry());
+  if (!name.empty()) {
+    context.out << ForDisplay(settings.Get(name)) << "\n";
+    return Outcome::kDone;
+  }
+  for (const std::string_view each : SettingsStore::Names()) {
+    context.out << each << " = " << ForDisplay(settings.Get(each)) << "\n";
+  }
+  return Outcome::kDone;
+}
+
+}  // namespace
+
+void AddSettingsCommands(CLI::App& app, CommandContext& context) {
+  struct Options {
+    std::string name;
+    std::string value;
+  };
+  const auto options = std::make_shared<Options>();
+
+  auto* const set = app.add_subcommand("set", "change a setting");
+  set->add_option("name", options->name, "the setting")->required()->type_name("NAME");
+  set->add_option("value", options->value, "its value")->required()->type_name("VALUE");
+  set->callback([&context, options] {
+    context.run = [&context, options] {
+      Profile profile = context.OpenProfile();
+      SettingsStore(profile.Registry()).Set(options->name, options->value);
+      return Outcome::kDone;
+    };
+  });
+  auto* const get = app.add_subcommand("get", "show a setting, or all of them");
+  get->add_option("name", options->name, "the setting")->type_name("NAME");
+  get->callback([&context, options] {
+    context.run = [&context, options] { return Get(context, options->name); };
+  });
+}
+
+}  // namespace corvessa::desk

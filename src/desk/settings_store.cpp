@@ -1,0 +1,265 @@
+#include "desk/settings_store.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+#include <optional>
+
+#include "base/text.h"
+#include "desk/failure.h"
+
+namespace corvessa::desk {
+namespace {
+
+enum class Kind { kSwitch, kNumber, kMinutes, kText };
+enum class Root { kUser, kMachine };
+
+struct Place {
+  Root root;
+  std::string_view path;
+};
+
+constexpr Place kGlobal = {
+    Root::kUser, "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Global"};
+constexpr Place kVersion = {
+    Root::kMachine, "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Version"};
+constexpr Place kOutlookSetup = {Root::kUser, "Software\\Microsoft\\Office\\9.0\\Outlook\\Setup"};
+constexpr std::string_view kAccounts =
+    "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Accounts";
+constexpr std::string_view kSign = "Sign";
+
+/// The add-in reads a longer text as empty.
+constexpr std::size_t kLongestText = 254;
+
+struct Value {
+  std::string_view name;
+  Place place;
+  Kind kind;
+};
+
+constexpr Value kValues[] = {
+    {"DisableKVPEntirely", kGlobal, Kind::kSwitch},
+    {"DisableAutoDecryptAndVerify", kGlobal, Kind::kSwitch},
+    {"DisableOutgoingEncryption", kGlobal, Kind::kSwitch},
+    {"DisableOutgoingSigning", kGlobal, Kind::kSwitch},
+    {"LogDebuggingInfo", kGlobal, Kind::kSwitch},
+    {"PassphraseMemory", kGlobal, Kind::kMinutes},
+    {"SeenUpdateMsgMaj", kGlobal, Kind::kNumber},
+    {"SeenUpdateMsgMin", kGlobal, Kind::kNumber},
+    {"SeenUpdateMsgRev", kGlobal, Kind::kNumber},
+    {"DisableInternetMode", kVersion, Kind::kSwitch},
+    {"DisableCorporateOrWorkgroupMode", kVersion, Kind::kSwitch},
+    {"DisableAutoDecryptAttachments", kVersion, Kind::kSwitch},
+    {"DisableKeyGen", kVersion, Kind::kSwitch},
+    {"NoToolbarButtonText", kVersion, Kind::kSwitch},
+    {"ADKEnabled", kVersion, Kind::kSwitch},
+    {"AppShortName", kVersion, Kind::kText},
+    {"AppLongName", kVersion, Kind::kText},
+    {"EnginePGPMessageHeader", kVersion, Kind::kText},
+    {"EnginePGPSignatureHeader", kVersion, Kind::kText},
+    {"EngineCustomerID", kVersion, Kind::kText},
+    {"EngineLookupServer", kVersion, Kind::kText},
+    {"EngineUpdateServer", kVersion, Kind::kText},
+    {"URLMain", kVersion, Kind::kText},
+    {"URLHelp", kVersion, Kind::kText},
+    {"URLHelpAddInstructions", kVersion, Kind::kText},
+    {"URLTools", kVersion, Kind::kText},
+    {"URLKeyGen", kVersion, Kind::kText},
+    {"URLPassphrase", kVersion, Kind::kText},
+    {"URLIMAPInfo", kVersion, Kind::kText},
+    {"URLIMAPCheck", kVersion, Kind::kText},
+    {"URLUpdate", kVersion, Kind::kText},
+    {"MailSupport", kOutlookSetup, Kind::kNumber},
+};
+
+const Value& FindValue(std::string_view name) {
+  const std::string lower = LCase(name);
+  const auto* found = std::find_if(std::begin(kValues), std::end(kValues),
+                                   [&](const Value& value) { return LCase(value.name) == lower; });
+  if (found == std::end(kValues)) {
+    Fail(Outcome::kWrongUse,
+         "there is no setting " + ForDisplay(name) + "; \"get\" alone lists them all");
+  }
+  return *found;
+}
+
+platform::RegistryKey& RootOf(RegistryFile& registry, Root root) {
+  return root == Root::kUser ? registry.CurrentUser() : registry.LocalMachine();
+}
+
+/// Null when there is none.
+platform::RegistryKeyPtr Opened(RegistryFile& registry, const Place& place) {
+  platform::RegistryKeyPtr key;
+  static_cast<void>(RootOf(registry, place.root).Open(place.path, key));
+  return key;
+}
+
+platform::RegistryKeyPtr Made(platform::RegistryKey& parent, std::string_view path) {
+  platform::RegistryKeyPtr key;
+  if (parent.Create(path, key) != platform::kRegistrySuccess) {
+    Fail(Outcome::kEnvironment, "the registry does not take the key " + ForDisplay(path));
+  }
+  return key;
+}
+
+void WriteNumber(platform::RegistryKey& key, std::string_view name, std::int32_t number) {
+  if (key.WriteNumber(name, number) != platform::kRegistrySuccess) {
+    Fail(Outcome::kEnvironment, "the registry does not take the value " + std::string(name));
+  }
+}
+
+std::optional<std::int32_t> SwitchOf(std::string_view text) {
+  const std::string word = LCase(Trim(text));
+  for (const char* yes : {"1", "-1", "true", "on", "yes"}) {
+    if (word == yes) return -1;
+  }
+  for (const char* no : {"0", "false", "off", "no"}) {
+    if (word == no) return 0;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::int32_t> NumberOf(std::string_view text, std::int32_t least) {
+  const std::string_view digits = Trim(text);
+  std::int32_t number = 0;
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  const bool is_number = error == std::errc() && end == digits.data() + digits.size();
+  if (!is_number || number < least) return std::nullopt;
+  return number;
+}
+
+std::optional<std::int32_t> NumberFor(const Value& value, std::string_view text) {
+  if (value.kind == Kind::kSwitch) return SwitchOf(text);
+  constexpr std::int32_t kAfterEachUse = -1;
+  return NumberOf(text, value.kind == Kind::kMinutes ? kAfterEachUse
+                                                     : std::numeric_limits<std::int32_t>::min());
+}
+
+std::string_view TakesWhat(Kind kind) {
+  switch (kind) {
+    case Kind::kSwitch:
+      return "1 or 0";
+    case Kind::kMinutes:
+      return "a number of minutes, 0 for the whole session or -1 for \"forget after each use\"";
+    default:
+      return "a whole number of 32 bits";
+  }
+}
+
+bool HasControlCharacter(std::string_view text) {
+  return std::any_of(text.begin(), text.end(),
+                     [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; });
+}
+
+void CheckText(const Value& value, std::string_view text) {
+  if (text.size() > kLongestText) {
+    Fail(Outcome::kWrongUse, std::string(value.name) + " takes at most " +
+                                 Decimal(static_cast<std::int64_t>(kLongestText)) +
+                                 " bytes; longer text reads as none");
+  }
+  if (HasControlCharacter(text) || ForDisplay(text) != text) {
+    Fail(Outcome::kWrongUse, std::string(value.name) + " takes one line of ordinary characters");
+  }
+}
+
+}  // namespace
+
+std::vector<std::string_view> SettingsStore::Names() {
+  std::vector<std::string_view> names;
+  for (const Value& value : kValues) names.push_back(value.name);
+  return names;
+}
+
+std::string SettingsStore::Get(std::string_view name) const {
+  const Value& value = FindValue(name);
+  const auto key = Opened(registry_, value.place);
+  if (value.kind == Kind::kText) {
+    return key ? key->ReadString(value.name, kLongestText + 1) : std::string();
+  }
+  const std::int32_t number = key ? key->ReadNumber(value.name) : 0;
+  if (value.kind == Kind::kSwitch) return number != 0 ? "1" : "0";
+  return Decimal(number);
+}
+
+void SettingsStore::Set(std::string_view name, std::string_view text) {
+  const Value& value = FindValue(name);
+  if (value.kind == Kind::kText) {
+    CheckText(value, text);
+    const std::string root =
+        value.place.root == Root::kUser ? "HKEY_CURRENT_USER\\" : "HKEY_LOCAL_MACHINE\\";
+    registry_.WriteString(root + std::string(value.place.path), value.name, text);
+  } else {
+    const auto number = NumberFor(value, text);
+    if (!number) {
+      Fail(Outcome::kWrongUse,
+           std::string(value.name) + " takes " + std::string(TakesWhat(value.kind)));
+    }
+    WriteNumber(*Made(RootOf(registry_, value.place.root), value.place.path), value.name, *number);
+  }
+  registry_.Save();
+}
+
+std::vector<AccountEntry> SettingsStore::Accounts() const {
+  std::vector<AccountEntry> entries;
+  const auto accounts = Opened(registry_, {Root::kUser, kAccounts});
+  std::string name;
+  for (std::uint32_t i = 0;
+       accounts && accounts->EnumerateKey(i, name) == platform::kRegistrySuccess; ++i) {
+    platform::RegistryKeyPtr account;
+    static_cast<void>(accounts->Open(name, account));
+    entries.push_back({name, account && account->ReadNumber(kSign) != 0});
+  }
+  return entries;
+}
+
+std::string SettingsStore::NormalAddress(std::string_view address) {
+  std::string normal = LCase(Trim(address));
+  const auto at = normal.find('@');
+  const bool is_address = at != std::string::npos && at > 0 && at + 1 < normal.size() &&
+                          normal.find('@', at + 1) == std::string::npos &&
+                          normal.find_first_of(" \\\"<>(),;:[]") == std::string::npos &&
+                          !HasControlCharacter(normal);
+  if (!is_address) {
+    Fail(Outcome::kWrongUse,
+         ForDisplay(address) + " is no e-mail address; write it as name@example.org");
+  }
+  return normal;
+}
+
+bool SettingsStore::AddAccount(std::string_view address, bool signs) {
+  const std::string added = NormalAddress(address);
+  const auto before = Accounts();
+  const auto known = std::find_if(before.begin(), before.end(),
+                                  [&](const auto& entry) { return entry.address == added; });
+  if (known != before.end() && (!signs || known->signs)) return false;
+  const bool had_signer =
+      std::any_of(before.begin(), before.end(), [](const auto& entry) { return entry.signs; });
+  {
+    const auto accounts = Made(registry_.CurrentUser(), kAccounts);
+    WriteNumber(*Made(*accounts, added), kSign, signs ? -1 : 0);
+    for (const AccountEntry& entry : before) {
+      if (signs && entry.signs) WriteNumber(*Made(*accounts, entry.address), kSign, 0);
+    }
+  }
+  if (signs && !had_signer) Set("DisableOutgoingSigning", "0");
+  registry_.Save();
+  return true;
+}
+
+bool SettingsStore::RemoveAccount(std::string_view address) {
+  const std::string removed = LCase(Trim(address));
+  const auto before = Accounts();
+  const auto known = std::find_if(before.begin(), before.end(),
+                                  [&](const auto& entry) { return entry.address == removed; });
+  if (known == before.end()) return false;
+  {
+    const auto accounts = Made(registry_.CurrentUser(), kAccounts);
+    if (accounts->DeleteKey(removed) != platform::kRegistrySuccess) {
+      Fail(Outcome::kEnvironment, "the registry does not let go of " + ForDisplay(removed));
+    }
+  }
+  registry_.Save();
+  return true;
+}
+
+}  // namespace corvessa::desk
