@@ -39,6 +39,8 @@ void AddCommands(CLI::App& app, CommandContext& context) {
   AddKeyCommands(app, context);
   AddAccountCommands(app, context);
   AddSettingsCommands(app, context);
+  AddOpenCommand(app, context);
+  AddSendCommand(app, context);
 }
 
 /// Wrong texts are wrong use; a passphrase file that cannot be read is not.

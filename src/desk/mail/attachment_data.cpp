@@ -34,12 +34,11 @@ void AttachmentData::Provide(const PieceSink& sink) const {
   if (!source_) return;
   const auto stream = source_->Open();
   std::array<char, 65536> piece;
-  for (;;) {
+  while (g_mime_stream_eos(stream.get()) == 0) {
     errno = 0;
     const ssize_t got = g_mime_stream_read(stream.get(), piece.data(), piece.size());
     if (got < 0) RaiseIoError("A part of the mail", "cannot be read", errno);
-    if (got == 0 && g_mime_stream_eos(stream.get())) return;
-    sink({piece.data(), static_cast<std::size_t>(got)});
+    if (got > 0) sink({piece.data(), static_cast<std::size_t>(got)});
   }
 }
 

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 
 #include "desk/mail/attachment_data.h"
-#include "desk/mail/gmime_handle.h"
 
 namespace corvessa::desk::mail {
 
@@ -11,12 +11,18 @@ namespace corvessa::desk::mail {
 /// last of them.
 class AttachmentStore {
  public:
+  AttachmentStore();
+  ~AttachmentStore();
+  AttachmentStore(const AttachmentStore&) = delete;
+  AttachmentStore& operator=(const AttachmentStore&) = delete;
+
   /// Keeps what `provide` gives. Raises Error.
   AttachmentData Keep(const std::function<void(const PieceSink& sink)>& provide);
 
  private:
-  Handle<GMimeStream> file_;
-  gint64 end_ = 0;
+  struct File;
+  /// Null until something is kept.
+  std::unique_ptr<File> file_;
 };
 
 }  // namespace corvessa::desk::mail

@@ -50,6 +50,11 @@ bool GiveText(Control& control, std::string_view text) {
     box->Leave();
     return true;
   }
+  if (auto* check = dynamic_cast<CheckBox*>(&control)) {
+    if (text != "on" && text != "off") return false;
+    check->Toggle();
+    return true;
+  }
   if (auto* rows = dynamic_cast<RowsControl*>(&control)) {
     for (int row = 0; row < rows->RowCount(); ++row) {
       if (rows->Row(row) != text) continue;
@@ -73,11 +78,18 @@ bool IsPressed(const Control& control) {
          dynamic_cast<const OptionButton*>(&control) != nullptr;
 }
 
+/// A check box that shows what it is to be set to, which needs no click and so no enabled box.
+bool IsSetSo(const Control& control, std::string_view text) {
+  const auto* check = dynamic_cast<const CheckBox*>(&control);
+  return check != nullptr && text == (check->Checked() ? "on" : "off");
+}
+
 /// Gives what is wrong with the answer; empty when it was carried out.
 std::string GiveAnswer(Form& form, std::string_view given) {
   const std::size_t colon = given.find(':');
   Control* control = FindByAnswerName(form, given.substr(0, colon));
   if (control == nullptr) return "has no such control";
+  if (colon != std::string_view::npos && IsSetSo(*control, given.substr(colon + 1))) return {};
   if (!control->IsShown() || !control->IsUsable()) return "does not allow that now";
   if (colon != std::string_view::npos) {
     return GiveText(*control, given.substr(colon + 1)) ? "" : "does not take that text there";

@@ -21,7 +21,8 @@ struct GivenResult {
 /// Answers a form that has just been shown. A passphrase prompt (frmLogin) gets the passphrase of
 /// an address that it offers. Then the answers for the form are given one after the other until the
 /// form is gone or the last one has been given; each is the name of a control that gets pressed
-/// ("cmdOK", "optRemember(1)"), or CONTROL:TEXT for a row or tab to choose or a line to type.
+/// ("cmdOK", "optRemember(1)"), or CONTROL:TEXT for a row or tab to choose, a line to type or a
+/// check box to set ("on" or "off").
 GivenResult GiveAnswers(Form& form, Answers& answers);
 
 /// The argument that would have answered the form: "--answer frmHTML=cmdConvert|cmdSend".

@@ -122,7 +122,7 @@ void TerminalUi::ShowForm(Form& form) {
   Record(form);
   if (IsStatusOnly(form)) {
     RefreshStatus();
-  } else {
+  } else if (quiet_ == 0) {
     terminal_.Write(DrawForm(form, nullptr, terminal_.Columns()));
   }
 }

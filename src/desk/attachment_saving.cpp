@@ -1,0 +1,198 @@
+#include "desk/attachment_saving.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <set>
+#include <system_error>
+#include <unistd.h>
+
+#include "base/error.h"
+#include "base/guard.h"
+#include "base/text.h"
+#include "desk/desk_host.h"
+#include "desk/failure.h"
+#include "desk/mail/atomic_file.h"
+#include "desk/mail/attachment_name.h"
+#include "desk/message_report.h"
+#include "forms/controls.h"
+#include "forms/form.h"
+#include "platform/files.h"
+#include "platform/host.h"
+
+namespace corvessa::desk {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view kSaveButton = "Decrypt/verify attachment(s)";
+constexpr std::string_view kSaveDialog = "frmSaveAttachments";
+
+void MakeFolder(const fs::path& folder) {
+  std::error_code failure;
+  fs::create_directories(folder, failure);
+  if (failure) {
+    Fail(Outcome::kEnvironment, folder.string() + " cannot be made: " + failure.message());
+  }
+}
+
+/// "name (2).ext" for the second of a name.
+std::string Numbered(const std::string& name, int number) {
+  if (number == 1) return name;
+  const fs::path path(name);
+  return path.stem().string() + " (" + std::to_string(number) + ")" + path.extension().string();
+}
+
+/// A file name for each attachment, each its own.
+std::vector<fs::path> Targets(const fs::path& folder, const MessageReport& report) {
+  std::vector<fs::path> targets;
+  std::set<std::string> taken;
+  for (const AttachmentReport& attachment : report.attachments) {
+    std::string name = mail::SafeFileName(ForDisplay(attachment.name));
+    if (name.empty()) name = mail::GenericFileName(targets.size() + 1, "");
+    int number = 1;
+    while (!taken.insert(Numbered(name, number)).second) ++number;
+    targets.push_back(folder / Numbered(name, number));
+  }
+  return targets;
+}
+
+void RefuseExisting(const std::vector<fs::path>& targets) {
+  for (const fs::path& target : targets) {
+    std::error_code ignored;
+    if (!fs::exists(fs::symlink_status(target, ignored))) continue;
+    Fail(Outcome::kEnvironment, target.string() + " is there already; nothing was saved");
+  }
+}
+
+void SaveNew(const Content& content, const fs::path& target) {
+  mail::AtomicFile file(target);
+  content.Provide([&](std::string_view piece) {
+    while (!piece.empty()) {
+      const ssize_t written = ::write(file.Descriptor(), piece.data(), piece.size());
+      if (written < 0 && errno != EINTR) file.RaiseWriteError(errno);
+      if (written > 0) piece.remove_prefix(static_cast<std::size_t>(written));
+    }
+  });
+  file.CommitNew();
+}
+
+std::vector<std::string> SaveFromItem(const Item& item, const std::vector<fs::path>& targets,
+                                      MessageReport& report) {
+  std::vector<std::string> complaints;
+  const bool message_failed = report.protection && report.protection->DecryptionFailed();
+  for (std::size_t i = 0; i < targets.size(); ++i) {
+    AttachmentReport& attachment = report.attachments[i];
+    const auto& content = item.Data().attachments[i]->content;
+    const bool failed =
+        attachment.protection ? attachment.protection->DecryptionFailed() : message_failed;
+    if (failed || !content) {
+      complaints.push_back(attachment.name + " was not saved: it could not be decrypted");
+      continue;
+    }
+    SaveNew(*content, targets[i]);
+    attachment.saved_as = targets[i].string();
+  }
+  return complaints;
+}
+
+FormPtr FindSaveDialog() {
+  for (const FormPtr& form : LoadedForms()) {
+    if (form->Name() == kSaveDialog && form->IsVisible()) return form;
+  }
+  return nullptr;
+}
+
+/// A folder of the add-in's world that goes, with what is in it, at the end.
+class WorkFolder {
+ public:
+  explicit WorkFolder(DeskHost& host)
+      : path_(platform::Host().files.TemporaryFolder() + "Saving"), local_(host.LocalPath(path_)) {
+    platform::Host().files.CreateFolder(path_);
+  }
+  ~WorkFolder() {
+    std::error_code ignored;
+    fs::remove_all(local_, ignored);
+  }
+  WorkFolder(const WorkFolder&) = delete;
+  WorkFolder& operator=(const WorkFolder&) = delete;
+
+  const std::string& Path() const { return path_; }
+  const fs::path& Local() const { return local_; }
+
+ private:
+  std::string path_;
+  fs::path local_;
+};
+
+/// What the dialog says of one attachment: lines that begin with its name.
+struct Result {
+  std::string name;
+  std::string file;
+  std::string complaint;
+};
+
+std::vector<Result> ResultsOf(std::string_view log) {
+  constexpr std::string_view kAttachment = "Attachment: ";
+  constexpr std::string_view kSavedAs = "Saved as ";
+  constexpr std::string_view kGood = "Verified signatures by: ";
+  std::vector<Result> results;
+  while (!log.empty()) {
+    const std::size_t end = std::min(log.find(kCrLf), log.size());
+    const std::string_view line = log.substr(0, end);
+    log.remove_prefix(std::min(end + kCrLf.size(), log.size()));
+    if (line.starts_with(kAttachment)) {
+      results.push_back({std::string(line.substr(kAttachment.size())), "", ""});
+    } else if (results.empty() || line.empty() || line.starts_with(kGood)) {
+      continue;
+    } else if (line.starts_with(kSavedAs)) {
+      results.back().file = line.substr(line.find_last_of('\\') + 1);
+    } else {
+      results.back().complaint = line;
+    }
+  }
+  return results;
+}
+
+std::vector<std::string> SaveThroughDialog(DeskHost& host, const ButtonPtr& button,
+                                           const std::vector<fs::path>& targets,
+                                           MessageReport& report) {
+  const WorkFolder work(host);
+  const TerminalUi::Quiet quiet(host.Ui());
+  button->Click();
+  const FormPtr dialog = FindSaveDialog();
+  auto* const folder = dialog ? dynamic_cast<TextBox*>(dialog->Find("txtFolder")) : nullptr;
+  auto* const save = dialog ? dynamic_cast<CommandButton*>(dialog->Find("cmdSave")) : nullptr;
+  auto* const log = dialog ? dynamic_cast<TextBox*>(dialog->Find("txtResults")) : nullptr;
+  if (!folder || !save || !log) Fail(Outcome::kRefused, "the attachments were not offered to save");
+  folder->Type(work.Path());
+  save->Press();
+  const std::vector<Result> results = ResultsOf(log->Text());
+  dialog->PressCloseBox();
+
+  std::vector<std::string> complaints;
+  for (std::size_t i = 0; i < std::min(results.size(), targets.size()); ++i) {
+    if (!results[i].complaint.empty()) {
+      complaints.push_back(results[i].name + ": " + results[i].complaint);
+    }
+    if (results[i].file.empty()) continue;
+    SaveNew(*FileContent(work.Local() / results[i].file), targets[i]);
+    report.attachments[i].saved_as = targets[i].string();
+  }
+  if (results.size() < targets.size()) complaints.push_back("not all attachments were saved");
+  return complaints;
+}
+
+}  // namespace
+
+std::vector<std::string> SaveAttachments(DeskHost& host, const InspectorWindowPtr& window,
+                                         const fs::path& folder, MessageReport& report) {
+  const std::vector<fs::path> targets = Targets(folder, report);
+  RefuseExisting(targets);
+  MakeFolder(folder);
+  if (const auto button = window->Bars().FindButton(kSaveButton)) {
+    return SaveThroughDialog(host, button, targets, report);
+  }
+  return SaveFromItem(*window->ShownItem(), targets, report);
+}
+
+}  // namespace corvessa::desk

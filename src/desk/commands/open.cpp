@@ -1,0 +1,104 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <ostream>
+#include <span>
+
+#include "base/text.h"
+#include "desk/attachment_saving.h"
+#include "desk/commands/command_context.h"
+#include "desk/commands/message_options.h"
+#include "desk/desk_host.h"
+#include "desk/json_report.h"
+#include "desk/mail/mail.h"
+#include "desk/mail/mail_io.h"
+#include "desk/mail_bridge.h"
+#include "desk/message_printing.h"
+#include "desk/message_report.h"
+#include "desk/owner.h"
+#include "desk/settings_store.h"
+
+namespace corvessa::desk {
+namespace {
+
+struct OpenOptions {
+  MessageOptions message;
+  std::string save_folder;
+  bool original = false;
+};
+
+/// What was found, while the message is still open.
+struct Opened {
+  MessageReport report;
+  std::optional<std::string> original;
+  std::vector<std::string> complaints;
+};
+
+Opened Look(DeskHost& host, const InspectorWindowPtr& window, const OpenOptions& options) {
+  Opened opened;
+  opened.report = ReadMessage(host, window);
+  if (options.original) opened.original = ReadOriginal(host, window);
+  if (!options.save_folder.empty()) {
+    opened.complaints = SaveAttachments(host, window, options.save_folder, opened.report);
+  }
+  return opened;
+}
+
+void Print(CommandContext& context, const Opened& opened, const ItemData& item) {
+  PrintMessage(context.out, item, opened.report);
+  if (opened.original) {
+    context.out << "\nOriginal message:\n" << ForDisplayLines(*opened.original) << "\n";
+  }
+}
+
+void PrintJson(CommandContext& context, DeskHost& host, const InspectorWindowPtr& window,
+               const Opened& opened, Outcome outcome) {
+  nlohmann::json json;
+  AddMessage(json, opened.report);
+  json["subject"] = window->ShownItem()->Data().subject;
+  json["body"] = *window->ShownItem()->Data().body;
+  if (opened.original) json["original"] = *opened.original;
+  json["resultCode"] = static_cast<int>(outcome);
+  AddBars(json, window->Bars());
+  AddBoxes(json, host.Ui().Boxes());
+  context.out << TextOf(json);
+}
+
+Outcome Open(CommandContext& context, const OpenOptions& options) {
+  const mail::Mail mail = mail::LoadMail(options.message.file);
+  if (mail.incomplete) context.Tell(options.message.file + " ends early; this is what is there");
+  Profile profile = context.OpenProfile();
+  const Person owner = OwnerFor(mail, SettingsStore(profile.Registry()));
+  DeskHost host(profile, context.terminal, context.answers, context.messages,
+                {.owner = owner, .trace = options.message.trace});
+  host.BeginOperation();
+  const auto window = host.Outlook().Open(host.Outlook().AddReceived(ReceivedItem(mail)));
+  if (!window) Fail(Outcome::kRefused, "the message was closed while it was opened");
+  const Opened opened = Look(host, window, options);
+  for (const std::string& complaint : opened.complaints) context.Tell(complaint);
+  const Outcome outcome =
+      opened.report.Failed() || !opened.complaints.empty() ? Outcome::kRefused : Outcome::kDone;
+  if (options.message.json) {
+    PrintJson(context, host, window, opened, outcome);
+  } else {
+    Print(context, opened, window->ShownItem()->Data());
+  }
+  host.Outlook().Close(window);
+  return outcome;
+}
+
+}  // namespace
+
+void AddOpenCommand(CLI::App& app, CommandContext& context) {
+  const auto options = std::make_shared<OpenOptions>();
+  auto* const open = app.add_subcommand("open", "open a received message and show what it holds");
+  AddMessageOptions(*open, options->message);
+  open->add_option("--save-attachments", options->save_folder, "save the attachments there")
+      ->type_name("DIR");
+  open->add_flag("--original", options->original, "show the message as it came, too");
+  open->callback([&context, options] {
+    context.run = [&context, options] { return Open(context, *options); };
+  });
+}
+
+}  // namespace corvessa::desk

@@ -1,0 +1,108 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <ostream>
+
+#include "base/text.h"
+#include "desk/commands/command_context.h"
+#include "desk/commands/message_options.h"
+#include "desk/desk_host.h"
+#include "desk/json_report.h"
+#include "desk/mail/mail_io.h"
+#include "desk/owner.h"
+#include "desk/sending.h"
+#include "desk/settings_store.h"
+
+namespace corvessa::desk {
+namespace {
+
+struct SendOptions {
+  MessageOptions message;
+  std::string out_file;
+  SendChoices choices;
+  int outlook = 9;
+};
+
+nlohmann::json AddressesOf(const mail::Mail& mail) {
+  auto addresses = nlohmann::json::array();
+  for (const auto* list : {&mail.to, &mail.cc, &mail.bcc}) {
+    for (const mail::Mailbox& mailbox : *list) addresses.push_back(mailbox.address);
+  }
+  return addresses;
+}
+
+void PrintJson(CommandContext& context, DeskHost& host, const SendOptions& options,
+               const SentMail* sent, Outcome outcome) {
+  nlohmann::json json;
+  json["sent"] = sent != nullptr;
+  json["resultCode"] = static_cast<int>(outcome);
+  if (sent) {
+    json["encrypted"] = sent->encrypted;
+    json["signed"] = sent->is_signed;
+    json["recipients"] = AddressesOf(sent->mail);
+    if (options.out_file.empty()) {
+      json["message"] = mail::FormatMail(sent->mail, mail::MailPurpose::kTravel);
+    } else {
+      json["file"] = options.out_file;
+    }
+  }
+  AddBoxes(json, host.Ui().Boxes());
+  context.out << TextOf(json);
+}
+
+std::string Protection(const SentMail& sent) {
+  if (sent.encrypted) return sent.is_signed ? "encrypted and signed" : "encrypted, not signed";
+  return sent.is_signed ? "signed, not encrypted" : "neither encrypted nor signed";
+}
+
+Outcome Send(CommandContext& context, const SendOptions& options) {
+  const mail::Mail draft = mail::LoadMail(options.message.file);
+  if (draft.incomplete) Fail(Outcome::kEnvironment, options.message.file + " ends early; not sent");
+  Profile profile = context.OpenProfile();
+  const Person sender = SenderOf(draft, SettingsStore(profile.Registry()));
+  AnswerExternalForm(options.choices, context.answers);
+  DeskHost host(
+      profile, context.terminal, context.answers, context.messages,
+      {.outlook_version = options.outlook, .owner = sender, .trace = options.message.trace});
+  const bool to_output = options.out_file.empty() && !options.message.json;
+  const auto deliver = [&](const mail::Mail& mail) {
+    if (!options.out_file.empty()) {
+      mail::WriteMail(mail, options.out_file, mail::MailPurpose::kTravel);
+    } else if (to_output) {
+      context.out << mail::FormatMail(mail, mail::MailPurpose::kTravel);
+    }
+  };
+  try {
+    const SentMail sent = SendDraft(host, draft, options.choices, deliver);
+    if (options.message.json) PrintJson(context, host, options, &sent, Outcome::kDone);
+    if (!options.out_file.empty() && !options.message.json) {
+      context.out << "Sent " << Protection(sent) << ": " << ForDisplay(options.out_file) << "\n";
+    }
+    return Outcome::kDone;
+  } catch (const Failure& failure) {
+    if (options.message.json) PrintJson(context, host, options, nullptr, failure.outcome);
+    throw;
+  }
+}
+
+}  // namespace
+
+void AddSendCommand(CLI::App& app, CommandContext& context) {
+  const auto options = std::make_shared<SendOptions>();
+  auto* const send = app.add_subcommand("send", "compose a draft in a window and send it");
+  AddMessageOptions(*send, options->message);
+  send->add_option("--out", options->out_file, "write what travels there instead of the output")
+      ->type_name("FILE");
+  send->add_flag("--no-encrypt", options->choices.no_encrypt, "release \"Encrypt on send\"");
+  send->add_flag("--no-sign", options->choices.no_sign, "release \"Sign on send\"");
+  send->add_flag("--external", options->choices.external,
+                 "send without a window, as another program does");
+  send->add_option("--outlook", options->outlook, "the version of Outlook to play")
+      ->check(CLI::IsMember({9, 10, 11}))
+      ->type_name("9|10|11");
+  send->callback([&context, options] {
+    context.run = [&context, options] { return Send(context, *options); };
+  });
+}
+
+}  // namespace corvessa::desk

@@ -1,0 +1,150 @@
+#include "desk/desk_host.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <ostream>
+#include <system_error>
+
+#include "addin/process_state.h"
+#include "base/guard.h"
+#include "base/text.h"
+#include "desk/engine_setup.h"
+#include "desk/profile/pictures.h"
+#include "desk/settings_store.h"
+#include "desk/terminal/answers.h"
+#include "forms/controls.h"
+#include "forms/form.h"
+#include "platform/host.h"
+
+namespace corvessa::desk {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view kTraceFile = "c:\\Nimbra_trace.txt";
+constexpr std::string_view kTraceSwitch = "LogDebuggingInfo";
+/// What all tags of the add-in's buttons begin with.
+constexpr std::string_view kAddInTag = "CorvessaPro_OL.";
+
+fs::path TemporaryFolder(Profile& profile) {
+  return profile.Files().LocalPath(profile.Files().TemporaryFolder());
+}
+
+void EmptyFolder(const fs::path& folder) {
+  std::error_code ignored;
+  for (const auto& entry : fs::directory_iterator(folder, ignored)) {
+    fs::remove_all(entry.path(), ignored);
+  }
+}
+
+std::string VersionText(int major) {
+  switch (major) {
+    case 10:
+      return "10.0.0.2627";
+    case 11:
+      return "11.0.0.5510";
+    default:
+      return "9.0.0.2711";
+  }
+}
+
+OutlookOptions OutlookSetup(Profile& profile, const HostOptions& options) {
+  return {.version = VersionText(options.outlook_version),
+          .map_path = [&profile](std::string_view path) { return profile.Files().LocalPath(path); },
+          .clipboard = &profile.Clipboard(),
+          .owner = options.owner};
+}
+
+TerminalUiOptions UiSetup(Profile& profile, std::ostream& messages) {
+  return {.messages = messages, .load_picture = [&profile](std::string_view path) {
+            return LoadPictureFile(profile.Files(), path);
+          }};
+}
+
+}  // namespace
+
+/// Switches the trace log on for a while and tells what came into it.
+class DeskHost::Trace {
+ public:
+  Trace(Profile& profile, std::ostream& messages)
+      : profile_(profile), messages_(messages), start_(Length()) {
+    SettingsStore settings(profile_.Registry());
+    was_on_ = settings.Get(kTraceSwitch);
+    settings.Set(kTraceSwitch, "1");
+  }
+  ~Trace() {
+    Ignoring([&] {
+      SettingsStore(profile_.Registry()).Set(kTraceSwitch, was_on_);
+      if (Length() <= start_) return;
+      const std::string text = profile_.Files().Read(kTraceFile);
+      messages_ << ForDisplayLines(std::string_view(text).substr(start_)) << std::flush;
+    });
+  }
+  Trace(const Trace&) = delete;
+  Trace& operator=(const Trace&) = delete;
+
+ private:
+  std::size_t Length() {
+    auto& files = profile_.Files();
+    return files.FileExists(kTraceFile) ? static_cast<std::size_t>(files.Length(kTraceFile)) : 0;
+  }
+
+  Profile& profile_;
+  std::ostream& messages_;
+  std::size_t start_;
+  std::string was_on_;
+};
+
+DeskHost::DeskHost(Profile& profile, Terminal& terminal, Answers& answers, std::ostream& messages,
+                   HostOptions options)
+    : profile_(profile),
+      trace_(options.trace ? std::make_unique<Trace>(profile, messages) : nullptr),
+      answers_(answers),
+      owner_(options.owner),
+      ui_(terminal, answers, UiSetup(profile, messages)),
+      engine_(engine::CreateEngineFactory(EngineSetup(profile))),
+      outlook_(OutlookSetup(profile, options)) {
+  EmptyFolder(TemporaryFolder(profile));
+  ::setenv("TMPDIR", TemporaryFolder(profile).c_str(), 1);
+  platform::InstallHost({outlook_.Cdo(), profile.Clipboard(), profile.Clock(), *engine_,
+                         profile.Files(), profile.Inet(), outlook_.Redemption(), profile.Registry(),
+                         profile.Shell(), ui_, profile.Product()});
+  outlook_.AddExplorer();
+  connect_.AddinInstance_OnConnection(outlook_.Application());
+  // What starting up has opened for the user is dealt with before anything else.
+  RunOpenForms();
+}
+
+DeskHost::~DeskHost() {
+  connect_.AddinInstance_OnDisconnection();
+  ResetProcessState();
+  platform::RemoveHost();
+}
+
+std::size_t DeskHost::BeginOperation() {
+  answers_.BeginRound();
+  return ui_.Boxes().size();
+}
+
+void DeskHost::RunOpenForms() {
+  for (const FormPtr& form : LoadedForms()) {
+    if (form->IsVisible() && !form->IsModal()) ui_.RunForm(*form);
+  }
+}
+
+bool DeskHost::RunSettings() {
+  const auto explorers = outlook_.Explorers();
+  for (const ExplorerWindowPtr& explorer : explorers) {
+    for (const BarPtr& bar : explorer->Bars().All()) {
+      for (const ButtonPtr& button : bar->Buttons()) {
+        if (!button->Look().tag.starts_with(kAddInTag)) continue;
+        button->Click();
+        RunOpenForms();
+        return true;
+      }
+    }
+  }
+  return false;
+}
+
+}  // namespace corvessa::desk

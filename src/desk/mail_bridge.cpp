@@ -1,0 +1,162 @@
+#include "desk/mail_bridge.h"
+
+#include <algorithm>
+#include <memory>
+#include <sstream>
+#include <utility>
+
+#include "base/text.h"
+#include "desk/mail/attachment_store.h"
+#include "desk/profile/system_clock.h"
+
+namespace corvessa::desk {
+namespace {
+
+/// What the fields of the add-in begin with, in lower case.
+constexpr std::string_view kAddInField = "x-nimbra-";
+
+bool IsAddInField(std::string_view name) {
+  return LCase(name).starts_with(kAddInField);
+}
+
+/// An attachment that is still the one of a mail.
+class MailContent final : public Content {
+ public:
+  explicit MailContent(mail::Attachment attachment) : attachment_(std::move(attachment)) {}
+  void Provide(const ContentSink& sink) const override { attachment_.data.Provide(sink); }
+  const mail::Attachment& Source() const { return attachment_; }
+
+ private:
+  mail::Attachment attachment_;
+};
+
+platform::SharedText Share(const std::string& text) {
+  return text.empty() ? EmptyText() : std::make_shared<const std::string>(text);
+}
+
+Person PersonOf(const mail::Mailbox& mailbox) {
+  return {mailbox.name.empty() ? mailbox.address : mailbox.name, mailbox.address};
+}
+
+/// A mailbox of which only the address was known gets no name that is none.
+mail::Mailbox MailboxOf(const std::string& name, const std::string& address) {
+  return {name == address ? std::string() : name, address};
+}
+
+std::string Bracketed(const std::string& identifier) {
+  return identifier.empty() ? std::string() : "<" + identifier + ">";
+}
+
+std::string Unbracketed(std::string_view identifier) {
+  if (identifier.starts_with('<')) identifier.remove_prefix(1);
+  if (identifier.ends_with('>')) identifier.remove_suffix(1);
+  return std::string(identifier);
+}
+
+void AddRecipients(const std::vector<mail::Mailbox>& mailboxes, RecipientKind kind,
+                   std::vector<RecipientData>& recipients) {
+  for (const mail::Mailbox& mailbox : mailboxes) {
+    const Person person = PersonOf(mailbox);
+    recipients.push_back({kind, person.name, person.address, {}, {}});
+  }
+}
+
+ItemData ItemOf(const mail::Mail& source) {
+  ItemData item;
+  AddRecipients(source.to, RecipientKind::kTo, item.recipients);
+  AddRecipients(source.cc, RecipientKind::kCc, item.recipients);
+  AddRecipients(source.bcc, RecipientKind::kBcc, item.recipients);
+  for (const mail::Mailbox& mailbox : source.reply_to) item.reply_to.push_back(PersonOf(mailbox));
+  item.subject = source.subject;
+  item.body = Share(source.body_text);
+  item.html = Share(source.body_html);
+  for (const mail::Attachment& attachment : source.attachments) {
+    item.attachments.push_back(std::make_shared<const AttachmentData>(
+        AttachmentData{.file_name = attachment.file_name,
+                       .display_name = attachment.display_name.empty() ? attachment.file_name
+                                                                       : attachment.display_name,
+                       .content = std::make_shared<MailContent>(attachment),
+                       .content_type = attachment.content_type,
+                       .content_id = attachment.content_id}));
+  }
+  for (const mail::HeaderField& field : source.fields) {
+    if (!IsAddInField(field.name)) continue;
+    item.properties[{std::string(kInternetHeaders), field.name}] = field.value;
+  }
+  item.message_id = Bracketed(source.message_id);
+  item.in_reply_to = Bracketed(source.in_reply_to);
+  for (const std::string& reference : source.references) {
+    item.references += (item.references.empty() ? "" : " ") + Bracketed(reference);
+  }
+  return item;
+}
+
+std::vector<mail::Mailbox> MailboxesOf(const ItemData& item, RecipientKind kind) {
+  std::vector<mail::Mailbox> mailboxes;
+  for (const RecipientData& recipient : item.recipients) {
+    if (recipient.kind == kind) mailboxes.push_back(MailboxOf(recipient.name, recipient.address));
+  }
+  return mailboxes;
+}
+
+/// What the add-in has attached goes by its display name: its file was called whatever a temporary
+/// file can be called.
+mail::Attachment AttachmentOf(const AttachmentData& data, mail::AttachmentStore& store) {
+  if (const auto* unchanged = dynamic_cast<const MailContent*>(data.content.get())) {
+    return unchanged->Source();
+  }
+  mail::Attachment attachment;
+  attachment.display_name = data.display_name;
+  attachment.file_name = data.display_name.empty() ? data.file_name : data.display_name;
+  if (data.content) {
+    attachment.data = store.Keep([&](const mail::PieceSink& sink) { data.content->Provide(sink); });
+  }
+  return attachment;
+}
+
+}  // namespace
+
+ItemData ReceivedItem(const mail::Mail& source) {
+  ItemData item = ItemOf(source);
+  item.sender = PersonOf(source.from);
+  if (item.sender.name.empty()) item.sender.name = "(unknown sender)";
+  if (source.date) item.received_time = DateTimeText(*source.date);
+  return item;
+}
+
+ItemData DraftItem(const mail::Mail& source) {
+  ItemData item = ItemOf(source);
+  item.folder = kDrafts;
+  return item;
+}
+
+mail::Mail MailOf(const ItemData& item, mail::Mail base) {
+  base.to = MailboxesOf(item, RecipientKind::kTo);
+  base.cc = MailboxesOf(item, RecipientKind::kCc);
+  base.bcc = MailboxesOf(item, RecipientKind::kBcc);
+  base.subject = item.subject;
+  base.body_text = *item.body;
+  base.body_html = *item.html;
+  base.attachments.clear();
+  mail::AttachmentStore store;
+  for (const auto& attachment : item.attachments) {
+    base.attachments.push_back(AttachmentOf(*attachment, store));
+  }
+  std::erase_if(base.fields, [](const auto& field) { return IsAddInField(field.name); });
+  for (const auto& [name, value] : HeaderLines(item)) base.fields.push_back({name, value});
+  base.in_reply_to = Unbracketed(item.in_reply_to);
+  base.references.clear();
+  std::istringstream references(item.references);
+  for (std::string reference; references >> reference;) {
+    base.references.push_back(Unbracketed(reference));
+  }
+  return base;
+}
+
+std::string Shown(const Person& person) {
+  if (person.address.empty() || person.name == person.address) return person.name;
+  if (person.name.empty()) return person.address;
+  return person.name + " <" + person.address + ">";
+}
+
+}  // namespace corvessa::desk

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "desk/outlook/windows.h"
+
+namespace corvessa::desk {
+
+class DeskHost;
+
+/// What the status texts stand for; any other number is a failure code.
+inline constexpr std::int32_t kIsDecrypted = 0;
+inline constexpr std::int32_t kIsNotEncrypted = 1;
+inline constexpr std::int32_t kHasGoodSignature = 0;
+inline constexpr std::int32_t kHasBadSignature = 1;
+inline constexpr std::int32_t kIsNotSigned = 2;
+/// A failure without a code in its text.
+inline constexpr std::int32_t kUnknownStatus = -1;
+
+/// How a message or an attachment was protected.
+struct Protection {
+  std::int32_t decrypt_status = kIsNotEncrypted;
+  std::int32_t sign_status = kIsNotSigned;
+  std::vector<std::string> signers = {};
+
+  bool DecryptionFailed() const {
+    return decrypt_status != kIsDecrypted && decrypt_status != kIsNotEncrypted;
+  }
+  bool SignatureFailed() const {
+    return sign_status != kHasGoodSignature && sign_status != kIsNotSigned;
+  }
+  bool Failed() const { return DecryptionFailed() || SignatureFailed(); }
+};
+
+/// An attachment of the open message. One that the add-in did not look at has no protection.
+struct AttachmentReport {
+  std::string name;
+  std::uint64_t size = 0;
+  std::optional<Protection> protection;
+  /// As the status window words them.
+  std::string decrypt_text;
+  std::string sign_text;
+  /// Empty when it was not saved.
+  std::string saved_as;
+};
+
+/// What the add-in shows of an open message, read where its user reads it: on the status bar and in
+/// the status window.
+struct MessageReport {
+  /// Missing when there is no status bar, because the add-in is switched off or leaves the message
+  /// to a button.
+  std::optional<Protection> protection;
+  /// The status bar's lines.
+  std::vector<std::string> status_lines;
+  std::vector<AttachmentReport> attachments;
+
+  /// Something could not be decrypted or its signature is not good.
+  bool Failed() const;
+};
+
+/// What the texts "is encrypted" and the like stand for; any other text is a failure.
+std::int32_t DecryptStatusOf(std::string_view text);
+std::int32_t SignStatusOf(std::string_view text, std::vector<std::string>& signers);
+
+/// Clicks the status bar for what it says of the attachments; the status window is closed again.
+MessageReport ReadMessage(DeskHost& host, const InspectorWindowPtr& window);
+
+/// The message as it came, which the status window shows; nothing when the status bar has no button
+/// for that.
+std::optional<std::string> ReadOriginal(DeskHost& host, const InspectorWindowPtr& window);
+
+}  // namespace corvessa::desk

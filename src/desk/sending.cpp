@@ -1,0 +1,131 @@
+#include "desk/sending.h"
+
+#include <algorithm>
+
+#include "base/text.h"
+#include "desk/desk_host.h"
+#include "desk/failure.h"
+#include "desk/mail/mail_io.h"
+#include "desk/mail_bridge.h"
+#include "desk/terminal/answers.h"
+
+namespace corvessa::desk {
+namespace {
+
+constexpr std::string_view kExternalForm = "frmSendFromExternalApplication";
+constexpr std::string_view kEncryptOnSend = "Encrypt on send";
+constexpr std::string_view kSignOnSend = "Sign on send";
+
+void Release(const Bars& bars, std::string_view caption) {
+  const auto button = bars.FindButton(caption);
+  if (button && button->Look().state == platform::kButtonDown) button->Click();
+}
+
+void PressChoices(const Bars& bars, const SendChoices& choices) {
+  if (choices.no_encrypt) Release(bars, kEncryptOnSend);
+  if (choices.no_sign) Release(bars, kSignOnSend);
+}
+
+bool IsArmour(std::string_view body, std::string_view first_line) {
+  const auto start = body.find_first_not_of("\r\n");
+  return start != std::string_view::npos && body.substr(start).starts_with(first_line);
+}
+
+constexpr std::string_view kEncryptedStart = "-----BEGIN PGP MESSAGE-----";
+constexpr std::string_view kSignedStart = "-----BEGIN PGP SIGNED MESSAGE-----";
+
+/// Watches the text of a message while it is sent: what was encrypted cannot be seen afterwards,
+/// but the text that stood there before could.
+class SignatureWatch final : public platform::MailItemEvents {
+ public:
+  explicit SignatureWatch(const ItemPtr& item)
+      : item_(item), subscription_(item->Subscribe(*this)) {}
+  bool IsSigned() const { return is_signed_; }
+
+  void PropertyChange(std::string_view /*name*/) override {
+    const ItemData& data = item_->Data();
+    if (IsArmour(*data.body, kEncryptedStart) || (data.body->empty() && data.html->empty())) return;
+    is_signed_ = IsArmour(*data.body, kSignedStart);
+  }
+  void AttachmentRead(const platform::AttachmentPtr& /*attachment*/) override {}
+  void Open(bool& /*cancel*/) override {}
+  void Read() override {}
+  void Close(bool& /*cancel*/) override {}
+  void Reply(const platform::MailItemPtr& /*response*/, bool& /*cancel*/) override {}
+  void ReplyAll(const platform::MailItemPtr& /*response*/, bool& /*cancel*/) override {}
+  void Forward(const platform::MailItemPtr& /*forward*/, bool& /*cancel*/) override {}
+
+ private:
+  ItemPtr item_;
+  platform::Subscription subscription_;
+  bool is_signed_ = false;
+};
+
+bool Carries(const ItemData& item, std::string_view name) {
+  const auto found = item.properties.find({std::string(kInternetHeaders), std::string(name)});
+  return found != item.properties.end() && LCase(Trim(found->second)) == "true";
+}
+
+/// The prompts by which the user agrees to a message without protection.
+bool AgreedToSendInClear(const std::vector<ShownBox>& boxes, std::size_t first) {
+  return std::any_of(boxes.begin() + static_cast<std::ptrdiff_t>(first), boxes.end(),
+                     [](const ShownBox& box) {
+                       const bool asks = box.name == "frmNoKeysFound" || box.name == "frmGeneric";
+                       return asks && !box.answer.empty() && box.answer != kClosedAnswer;
+                     });
+}
+
+/// Outlook would let it go. A program for people who cannot afford that does not.
+void RefuseUnagreedClearText(DeskHost& host, const ItemData& item, bool encrypted,
+                             std::size_t first_box) {
+  constexpr std::string_view kNoEncrypt = "X-Nimbra-NoEncrypt";
+  const bool was_asked_to =
+      item.properties.contains({std::string(kInternetHeaders), std::string(kNoEncrypt)});
+  if (encrypted || !was_asked_to || Carries(item, kNoEncrypt)) return;
+  if (AgreedToSendInClear(host.Ui().Boxes(), first_box)) return;
+  Fail(Outcome::kRefused, "not sent: it would have travelled without encryption");
+}
+
+mail::Mail WithSender(mail::Mail draft, const Person& owner) {
+  if (draft.from.address.empty()) draft.from = {draft.from.name, owner.address};
+  return draft;
+}
+
+}  // namespace
+
+void AnswerExternalForm(const SendChoices& choices, Answers& answers) {
+  if (!choices.external || (!choices.no_encrypt && !choices.no_sign)) return;
+  const std::string form(kExternalForm);
+  if (choices.no_encrypt) answers.AddAnswer(form + "=chkEncrypt:off");
+  if (choices.no_sign) answers.AddAnswer(form + "=chkSign:off");
+  answers.AddAnswer(form + "=cmdContinue");
+}
+
+SentMail SendDraft(DeskHost& host, const mail::Mail& draft, const SendChoices& choices,
+                   const std::function<void(const mail::Mail&)>& deliver) {
+  OutlookModel& outlook = host.Outlook();
+  const std::size_t first_box = host.BeginOperation();
+  const ItemPtr item = outlook.AddItem(DraftItem(draft));
+  if (!choices.external) {
+    const auto window = outlook.Open(item);
+    if (!window) Fail(Outcome::kRefused, "not sent: the message was closed while it was opened");
+    PressChoices(window->Bars(), choices);
+  }
+
+  SentMail sent;
+  const SignatureWatch watch(item);
+  outlook.OnDeliver([&](const ItemData& travelling) {
+    sent.encrypted = IsArmour(*travelling.body, kEncryptedStart);
+    sent.is_signed = watch.IsSigned();
+    RefuseUnagreedClearText(host, travelling, sent.encrypted, first_box);
+    sent.mail = MailOf(travelling, WithSender(draft, host.Owner()));
+    mail::StampMail(sent.mail);
+    deliver(sent.mail);
+  });
+  if (!outlook.Send(item)) {
+    Fail(Outcome::kRefused, "not sent: the add-in cancelled the sending; the draft is unchanged");
+  }
+  return sent;
+}
+
+}  // namespace corvessa::desk

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "desk/mail/mail.h"
+
+namespace corvessa::desk {
+
+class Answers;
+class DeskHost;
+
+struct SendChoices {
+  /// Without the two the add-in's own choice stands.
+  bool no_encrypt = false;
+  bool no_sign = false;
+  /// Sent by another program: no window, so that the add-in asks by a form of its own.
+  bool external = false;
+};
+
+/// What travels and how it is protected.
+struct SentMail {
+  mail::Mail mail;
+  bool encrypted = false;
+  bool is_signed = false;
+};
+
+/// Turns the choices into answers of the form that asks when another program sends. Before the
+/// user's own answers, if there are any for that form.
+void AnswerExternalForm(const SendChoices& choices, Answers& answers);
+
+/// Composes the draft in a window with the options bar (unless it is external), presses the buttons
+/// for the choices, and sends it. `deliver` gets what travels; what it throws leaves the message
+/// unsent. Throws Failure (refused) when the add-in cancels, or when a message that was to be
+/// encrypted would travel in clear without the user having agreed.
+SentMail SendDraft(DeskHost& host, const mail::Mail& draft, const SendChoices& choices,
+                   const std::function<void(const mail::Mail&)>& deliver);
+
+}  // namespace corvessa::desk
