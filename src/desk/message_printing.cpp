@@ -22,6 +22,14 @@ std::string Recipients(const ItemData& item, RecipientKind kind) {
   return list;
 }
 
+/// The faces of Office that the add-in gives to what is so and what is not.
+std::string MarkOf(const ButtonLook& look) {
+  constexpr std::int32_t kFaceOn = 1087;
+  constexpr std::int32_t kFaceOff = 1088;
+  if (look.face_id == kFaceOn) return "[x] ";
+  return look.face_id == kFaceOff ? "[ ] " : "";
+}
+
 void PrintAttachment(std::ostream& out, const AttachmentReport& attachment) {
   out << "  " << ForDisplay(attachment.name) << ", " << attachment.size << " bytes";
   if (attachment.protection) {
@@ -55,8 +63,7 @@ void PrintBars(std::ostream& out, const Bars& bars) {
     const char* separator = " ";
     for (const ButtonPtr& button : bar->Buttons()) {
       const ButtonLook& look = button->Look();
-      const char* const state = look.state == platform::kButtonDown ? "[x] " : "[ ] ";
-      const std::string caption = state + ForDisplay(Replace(look.caption, "&", ""));
+      const std::string caption = MarkOf(look) + ForDisplay(Replace(look.caption, "&", ""));
       out << separator << (look.enabled ? caption : "(" + caption + ")");
       separator = ", ";
     }

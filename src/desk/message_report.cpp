@@ -115,6 +115,18 @@ std::vector<AttachmentReport> AttachmentsOf(const Item& item,
   return listed;
 }
 
+/// Where the message itself could not be decrypted its attachments were not looked at, whatever the
+/// list says of them.
+void ForgetUntried(std::vector<AttachmentReport>& attachments) {
+  const bool tried =
+      std::any_of(attachments.begin(), attachments.end(), [](const auto& attachment) {
+        return attachment.protection && attachment.protection->decrypt_status != kIsNotEncrypted;
+      });
+  for (AttachmentReport& attachment : attachments) {
+    if (!tried) attachment.protection.reset();
+  }
+}
+
 /// Runs `read` with the status window that the button opens; the window is closed again unless it
 /// was open before.
 template <class Read>
@@ -169,6 +181,7 @@ MessageReport ReadMessage(DeskHost& host, const InspectorWindowPtr& window) {
     }
   }
   report.attachments = AttachmentsOf(*window->ShownItem(), std::move(listed));
+  if (report.protection && report.protection->DecryptionFailed()) ForgetUntried(report.attachments);
   return report;
 }
 

@@ -1,16 +1,12 @@
 #include <CLI/CLI.hpp>
 #include <ctime>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <ostream>
-#include <sstream>
 
-#include "base/error.h"
 #include "base/text.h"
 #include "desk/commands/command_context.h"
+#include "desk/commands/text_file.h"
 #include "desk/engine_setup.h"
-#include "desk/mail/io_error.h"
 #include "desk/passphrase_source.h"
 #include "desk/settings_store.h"
 
@@ -65,22 +61,9 @@ Outcome Generate(CommandContext& context, const KeyOptions& options) {
   return Outcome::kDone;
 }
 
-std::string ContentOf(const std::string& path) {
-  std::ostringstream content;
-  if (path == "-") {
-    content << std::cin.rdbuf();
-    return content.str();
-  }
-  errno = 0;
-  std::ifstream file(path, std::ios::binary);
-  if (file) content << file.rdbuf();
-  if (!file) mail::RaiseIoError(path, "cannot be read", errno);
-  return content.str();
-}
-
 Outcome Import(CommandContext& context, const KeyOptions& options) {
   std::vector<std::string> contents;
-  for (const std::string& file : options.files) contents.push_back(ContentOf(file));
+  for (const std::string& file : options.files) contents.push_back(ReadWholeFile(file));
   Profile profile = context.OpenProfile();
   const auto engine = OpenEngine(profile);
   for (const std::string& content : contents) {

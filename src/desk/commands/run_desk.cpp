@@ -41,6 +41,8 @@ void AddCommands(CLI::App& app, CommandContext& context) {
   AddSettingsCommands(app, context);
   AddOpenCommand(app, context);
   AddSendCommand(app, context);
+  AddResponseCommands(app, context);
+  AddDemoCommand(app, context);
 }
 
 /// Wrong texts are wrong use; a passphrase file that cannot be read is not.

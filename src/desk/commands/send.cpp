@@ -1,7 +1,9 @@
 #include <CLI/CLI.hpp>
+#include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <ostream>
+#include <system_error>
 
 #include "base/text.h"
 #include "desk/commands/command_context.h"
@@ -55,9 +57,19 @@ std::string Protection(const SentMail& sent) {
   return sent.is_signed ? "signed, not encrypted" : "neither encrypted nor signed";
 }
 
+/// The draft is the only copy of what the user wrote.
+void RefuseToReplaceDraft(const SendOptions& options) {
+  std::error_code ignored;
+  if (!options.out_file.empty() &&
+      std::filesystem::equivalent(options.out_file, options.message.file, ignored)) {
+    Fail(Outcome::kWrongUse, "--out names the draft itself; choose another file");
+  }
+}
+
 Outcome Send(CommandContext& context, const SendOptions& options) {
   const mail::Mail draft = mail::LoadMail(options.message.file);
   if (draft.incomplete) Fail(Outcome::kEnvironment, options.message.file + " ends early; not sent");
+  RefuseToReplaceDraft(options);
   Profile profile = context.OpenProfile();
   const Person sender = SenderOf(draft, SettingsStore(profile.Registry()));
   AnswerExternalForm(options.choices, context.answers);
@@ -69,7 +81,8 @@ Outcome Send(CommandContext& context, const SendOptions& options) {
     if (!options.out_file.empty()) {
       mail::WriteMail(mail, options.out_file, mail::MailPurpose::kTravel);
     } else if (to_output) {
-      context.out << mail::FormatMail(mail, mail::MailPurpose::kTravel);
+      context.out << mail::FormatMail(mail, mail::MailPurpose::kTravel) << std::flush;
+      if (!context.out) Fail(Outcome::kEnvironment, "the output cannot be written; not sent");
     }
   };
   try {

@@ -5,14 +5,21 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
+#include "base/error.h"
 #include "desk/mail/io_error.h"
 
 namespace corvessa::desk::mail {
 
 AtomicFile::AtomicFile(std::filesystem::path path) : path_(std::move(path)) {
+  // A device or a pipe would be replaced by a file, to the surprise of whoever named it.
+  std::error_code ignored;
+  const auto status = std::filesystem::status(path_, ignored);
+  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+    Raise(kPathFileAccess, path_.string() + " is there already and is no file.");
   // Not the file's own name: with an addition it could be too long for the file system.
   std::string name = (path_.parent_path() / ".corvessa-XXXXXX").string();
   descriptor_ = mkostemp(name.data(), O_CLOEXEC);

@@ -1,0 +1,62 @@
+#include "desk/responding.h"
+
+#include "base/text.h"
+#include "desk/desk_host.h"
+#include "desk/failure.h"
+#include "desk/mail_bridge.h"
+#include "desk/outlook/html_text.h"
+
+namespace corvessa::desk {
+namespace {
+
+std::string WithCrLf(const std::string& text) {
+  return Replace(Replace(Replace(text, "\r\n", "\n"), "\r", "\n"), "\n", kCrLf);
+}
+
+/// Where what belongs into an HTML body begins.
+std::size_t StartOfBody(const std::string& html) {
+  const std::string lower = LCase(html);
+  const auto body = lower.size() == html.size() ? lower.find("<body") : std::string::npos;
+  const auto end = body == std::string::npos ? body : html.find('>', body);
+  return end == std::string::npos ? 0 : end + 1;
+}
+
+void WriteAbove(Item& item, const std::string& text) {
+  if (item.Data().html->empty()) {
+    item.EditBody(WithCrLf(text) + *item.Data().body);
+  } else {
+    std::string html = *item.Data().html;
+    html.insert(StartOfBody(html), "<DIV>" + TextToHtml(WithCrLf(text)) + "</DIV>\r\n");
+    item.EditHTMLBody(html);
+  }
+}
+
+ItemPtr NewItem(OutlookModel& outlook, const ItemPtr& original, Response response) {
+  switch (response) {
+    case Response::kReplyToAll:
+      return outlook.ReplyAll(original);
+    case Response::kForward:
+      return outlook.Forward(original);
+    default:
+      return outlook.Reply(original);
+  }
+}
+
+}  // namespace
+
+ItemPtr Respond(DeskHost& host, const ItemPtr& original, Response response,
+                const std::string& text) {
+  const ItemPtr item = NewItem(host.Outlook(), original, response);
+  if (!item) Fail(Outcome::kRefused, "the add-in does not allow that response");
+  if (!text.empty()) WriteAbove(*item, text);
+  return item;
+}
+
+mail::Mail DraftOf(const DeskHost& host, const ItemData& item) {
+  mail::Mail base;
+  base.from = {host.Owner().name, host.Owner().address};
+  if (base.from.name == base.from.address) base.from.name.clear();
+  return MailOf(item, std::move(base));
+}
+
+}  // namespace corvessa::desk
