@@ -127,7 +127,10 @@ RegistryStatus ReadAccounts(RegistryKey& accounts) {
     const RegistryStatus status = accounts.EnumerateKey(index, name);
     if (!Succeeded(status)) return status;
     auto account = std::make_shared<NimbraAccount>();
-    if (!account->ReadAccount(accounts, name)) continue;
+    if (!account->ReadAccount(accounts, name)) {
+      g_bAccountsIncomplete = true;
+      continue;
+    }
     if (seen.insert(account->m_sAlias).second) g_colAccounts.push_back(std::move(account));
   }
 }
@@ -140,12 +143,18 @@ std::int32_t ReadUserAccountInfo() {
     ReadPreferences();
     ReadEditionSwitches();
     g_colAccounts.clear();
+    g_bAccountsIncomplete = true;
     CheckMailMode();
     RegistryKeyPtr accounts;
     status = CurrentUser().Create(kAccountsKey, accounts);
     if (status != kRegistrySuccess) return;
+    g_bAccountsIncomplete = false;
     status = ReadAccounts(*accounts);
-    if (status == kRegistryNoMoreItems) status = kRegistrySuccess;
+    if (status == kRegistryNoMoreItems) {
+      status = kRegistrySuccess;
+    } else {
+      g_bAccountsIncomplete = true;
+    }
   });
   return status;
 }
@@ -154,7 +163,7 @@ std::int32_t WriteUserAccountInfo() {
   RegistryStatus status = kRegistrySuccess;
   Guarded("RegistryHandlers:WriteUserAccountInfo - ", [&] {
     WritePreferences();
-    DeleteRegistryKeyTree(CurrentUser(), kAccountsKey);
+    if (!g_bAccountsIncomplete) DeleteRegistryKeyTree(CurrentUser(), kAccountsKey);
     RegistryKeyPtr accounts;
     status = CurrentUser().Create(kAccountsKey, accounts);
     if (status != kRegistrySuccess) return;

@@ -19,7 +19,8 @@ void ResetSettings() {
        {&g_bDisableKVPEntirely, &g_bDisableAutoDecryptAndVerify, &g_bDisableOutgoingEncryption,
         &g_bDisableOutgoingSigning, &g_bDisableInternetMode, &g_bDisableCorporateOrWorkgroupMode,
         &g_bDisableAutoDecryptAttachments, &g_bDisableKeyGen, &g_bNoToolbarButtonText,
-        &g_bADKEnabled, &g_bSettingsLoaded, &CDO_Addresses::g_bWarnAboutCDO}) {
+        &g_bADKEnabled, &g_bSettingsLoaded, &g_bAccountsIncomplete,
+        &CDO_Addresses::g_bWarnAboutCDO}) {
     *flag = false;
   }
   g_lPassphraseMemory = 0;

@@ -57,8 +57,14 @@ void Form::Show() {
 void Form::ShowModal(Form* owner) {
   const FormPtr held = shared_from_this();
   MakeVisible(true);
-  if (visible_) Ui().RunModal(*this, owner);
+  // Whatever ends the loop, the form is not modal after it; one that nobody could be shown is gone.
+  const Error error = Attempt([&] {
+    if (visible_) Ui().RunModal(*this, owner);
+  });
   modal_ = false;
+  if (error.number == 0) return;
+  visible_ = false;
+  throw error;
 }
 
 void Form::Hide() {

@@ -121,6 +121,20 @@ TEST_F(Settings, KeyTreesAreDeletedWhole) {
   EXPECT_FALSE(DeleteRegistryKeyTree(registry.CurrentUser(), "Software\\Tree"));
 }
 
+TEST_F(Settings, AccountsThatALoadCouldNotSeeSurviveTheNextSave) {
+  StoreAccount("ann@example.org", true);
+  StoreAccount("ann@work.example");
+  for (std::size_t call = 1;; ++call) {
+    faults.FailAt(call);
+    ReadUserAccountInfo();
+    const std::string failed = faults.Failed();
+    faults.FailAt(0);
+    WriteUserAccountInfo();
+    EXPECT_EQ(StoredAccounts().size(), 2U) << failed;
+    if (failed.empty()) break;
+  }
+}
+
 TEST_F(Settings, RegistryFailuresAreReportedOnlyWhereTheAccountsKeyFails) {
   StoreAccount("ann@example.org", true);
   std::set<std::string> reported;
