@@ -4,6 +4,7 @@
 
 #include "accounts/nimbra_account.h"
 #include "support/addin_fixture.h"
+#include "support/form_checks.h"
 
 namespace corvessa::testing {
 namespace {
@@ -38,16 +39,7 @@ TEST_F(Login, TakesThePassphraseOfTheChosenAddressAndLeavesNothingBehind) {
   NimbraAccountPtr chosen;
   std::weak_ptr<frmLogin> dialog;
   ui.Expect<frmLogin>("frmLogin", [&](frmLogin& form) {
-    EXPECT_EQ(form.Dump(),
-              "frmLogin \"Sign In To Your Secure Email\" 400x181 topmost\n"
-              "  Image imgLogoImage [7 7 386 48] \"c:\\Corvessa\\Customization\\48hLogo.gif\"\n"
-              "  Label txtPrompt1 [7 62 386 26] \"Please enter your Corvessa passphrase.\"\n"
-              "  Label txtPrompt2 [7 98 98 13] \"Email Address:\"\n"
-              "  ComboBox cmbUsers [112 95 281 21] {>\"a@x.org\", \"b@x.org\", \"c@x.org\"}\n"
-              "  Label txtPrompt3 [7 126 98 13] \"Passphrase:\"\n"
-              "  TextBox txtPassword [112 123 281 21] \"\" focus\n"
-              "  CommandButton cmdOK [236 151 75 23] \"&Ok\" default disabled\n"
-              "  CommandButton cmdCancel [318 151 75 23] \"&Cancel\" cancel\n");
+    ExpectGoldenForm("frmLogin", form);
     form.cmbUsers.ClickRow(1);
     form.txtPassword.Type("canary");
     EXPECT_TRUE(form.cmdOK.Enabled);
@@ -80,14 +72,15 @@ TEST_F(Login, OffersTheGivenAddressFirstAndTheOthersThatAreLocked) {
 }
 
 TEST_F(Login, IsCancelledByTheCloseBoxAndByAnAddressThatIsNone) {
-  const auto ask = [] {
-    return std::make_shared<frmLogin>()->DoLogin(LoginReason::kWrongPassphrase, "", false);
-  };
+  LoginReason reason = LoginReason::kCannotDecrypt;
+  const auto ask = [&] { return std::make_shared<frmLogin>()->DoLogin(reason, "", false); };
   ui.Expect<frmLogin>("frmLogin", [](frmLogin& form) {
+    ExpectGoldenForm("frmLogin_cannot_decrypt", form);
     form.txtPassword.Type("typed");
     form.PressCloseBox();
   });
   EXPECT_EQ(ask(), nullptr);
+  reason = LoginReason::kWrongPassphrase;
   ui.Expect<frmLogin>("frmLogin", [](frmLogin& form) {
     EXPECT_EQ(form.txtPrompt1.Caption(), "You entered an incorrect passphrase.  Please try again.");
     form.txtPassword.Type("typed");

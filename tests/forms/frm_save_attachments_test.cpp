@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "accounts/frm_login.h"
+#include "support/form_checks.h"
 #include "support/reading_fixture.h"
 
 namespace corvessa::testing {
@@ -44,17 +45,7 @@ TEST_F(SaveAttachments, SavesTheChosenOnesDecryptedAndSaysWhatCameOfEach) {
   frmSaveAttachments& form = Opened(item);
   EXPECT_EQ(form.EntryID, item->Data().entry_id);
   form.lstAttachments.SetRowChecked(5, false);
-  EXPECT_EQ(form.Dump(),
-            "frmSaveAttachments \"Corvessa Attachments\" 420x372\n"
-            "  Image imgLogoImage [7 7 406 48] \"c:\\Corvessa\\Customization\\48hLogo.gif\"\n"
-            "  Label Label1 [7 62 406 13] \"Select the attachments to save:\"\n"
-            "  ListBox lstAttachments [7 80 406 110] {\"report.pdf\" [x], \"report.pdf.sig\" [x], "
-            "\"bad.bin\" [x], \"list.txt\" [x], \"list.txt.sig\" [x], \"other.txt\" [ ]}\n"
-            "  Label Label2 [7 200 90 13] \"Save in folder:\"\n"
-            "  TextBox txtFolder [104 197 309 21] \"\" focus\n"
-            "  TextBox txtResults [7 225 406 110] \"\"\n"
-            "  CommandButton cmdSave [256 342 75 23] \"&Save\" default\n"
-            "  CommandButton cmdCancel [338 342 75 23] \"&Cancel\" cancel\n");
+  ExpectGoldenForm("frmSaveAttachments", form);
 
   form.txtFolder.Type("c:\\Nowhere");
   ui.ExpectBox("Please enter a folder that exists.");

@@ -4,15 +4,12 @@
 #include "forms/frm_message_status.h"
 #include "forms/frm_progress.h"
 #include "support/addin_fixture.h"
+#include "support/form_checks.h"
 
 namespace corvessa::testing {
 namespace {
 
 using ReadingWindows = AddInFixture;
-
-constexpr std::string_view kStatusHead =
-    "  Image imgLogoImage [7 7 406 48] \"c:\\Corvessa\\Customization\\48hLogo.gif\"\n"
-    "  Label Label1 [7 62 50 13] \"From:\"\n";
 
 std::shared_ptr<frmMessageStatus> LoadedStatus() {
   auto form = std::make_shared<frmMessageStatus>();
@@ -22,29 +19,7 @@ std::shared_ptr<frmMessageStatus> LoadedStatus() {
 
 TEST_F(ReadingWindows, StatusShowsOnePageAndListsOnlyWhereThereAreAttachments) {
   const auto form = LoadedStatus();
-  const std::string head = "frmMessageStatus \"Message Information\" ";
-  EXPECT_EQ(form->Dump(),
-            head + "420x420\n" + std::string(kStatusHead) +
-                "  Label lblFrom [62 62 351 13] \"\"\n"
-                "  Label Label2 [7 80 50 13] \"Subject:\"\n"
-                "  Label lblSubject [62 80 351 13] \"\"\n"
-                "  Label Label3 [7 98 50 13] \"Date:\"\n"
-                "  Label lblDate [62 98 351 13] \"\"\n"
-                "  TabStrip tbsTabs [7 118 406 265] {>\"Encryption\", \"Digital signatures\", "
-                "\"Original message\"}\n"
-                "  Frame fraTab(0) [14 142 392 234] \"\"\n"
-                "  Label lblEncrypted [21 149 378 13] \"This message\"\n"
-                "  Label lblThisMsg1 [21 169 378 13] \"This message has the following "
-                "attachments:\" hidden\n"
-                "  ListView lvwEncryption [21 187 378 182] \"\" {} hidden\n"
-                "  Frame fraTab(1) [14 142 392 234] \"\" hidden\n"
-                "  Label lblSigned [21 149 378 13] \"This message\" hidden\n"
-                "  Label lblThisMsg2 [21 169 378 13] \"This message has the following "
-                "attachments:\" hidden\n"
-                "  ListView lvwSigning [21 187 378 182] \"\" {} hidden\n"
-                "  Frame fraTab(2) [14 142 392 234] \"\" hidden\n"
-                "  TextBox txtOriginalMessage [21 149 378 220] \"\" hidden\n"
-                "  CommandButton cmdClose [338 390 75 23] \"&Close\" default cancel\n");
+  ExpectGoldenForm("frmMessageStatus", *form);
   for (int i = 1; i <= 3; ++i) form->AddAttachment("e" + std::to_string(i), "s");
   form->SetOriginalMessageBody("line\r\n & line");
   form->tbsTabs.ClickTab(2);
@@ -53,6 +28,7 @@ TEST_F(ReadingWindows, StatusShowsOnePageAndListsOnlyWhereThereAreAttachments) {
   form->ShowTab(1);
   EXPECT_EQ(form->lvwEncryption.Describe(), R"("" {"e1", "e2", "e3"})");
   EXPECT_TRUE(form->lvwEncryption.IsShown() && !form->lvwSigning.IsShown());
+  ExpectGoldenForm("frmMessageStatus_attachments", *form);
   form->ClearAttachments();
   EXPECT_FALSE(form->lblThisMsg1.IsShown());
   EXPECT_EQ(form->lvwSigning.RowCount(), 0);
@@ -109,16 +85,7 @@ TEST_F(ReadingWindows, ProgressCountsItsStepsAndCannotBeClosedBeforeTheEnd) {
   form->SetCaption("two");
   form->SetCaption("three");
   form->PressCloseBox();
-  EXPECT_EQ(
-      form->Dump(),
-      "frmProgress \"Corvessa\" 400x249\n"
-      "  Image imgLogoImage [7 7 386 48] \"c:\\Corvessa\\Customization\\48hLogo.gif\"\n"
-      "  Label lblTitle [7 62 386 26] \"Please wait while Corvessa decrypts this message and/or "
-      "verifies its digital signatures.\"\n"
-      "  Label lblDescription [7 95 386 13] \"three\"\n"
-      "  ProgressBar pgbProgress [7 115 386 16] 12 of 0 to 12\n"
-      "  TextBox Text1 [7 138 386 104] \"(2/29/2004 11:58:07 PM) Verifying email\\n(2/29/2004 "
-      "11:58:07 PM) two\\n(2/29/2004 11:58:07 PM) three\\n\"\n");
+  ExpectGoldenForm("frmProgress", *form);
   EXPECT_EQ(form->Text1.Text().substr(form->Text1.SelStart), "(2/29/2004 11:58:07 PM) three\r\n");
   form->Finish();
   EXPECT_FALSE(form->IsLoaded());
