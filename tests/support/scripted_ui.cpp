@@ -63,7 +63,7 @@ std::int32_t ScriptedUi::MessageBox(std::string_view text, std::string_view titl
                                     std::int32_t flags) {
   Announce("Ui::MessageBox");
   const bool can_cancel = (flags & platform::kBoxOkCancel) != 0;
-  std::int32_t answer = can_cancel ? platform::kAnswerCancel : platform::kAnswerOk;
+  std::int32_t answer = can_cancel ? answer_to_the_rest_ : platform::kAnswerOk;
   const auto expected = std::find_if(expected_boxes_.begin(), expected_boxes_.end(),
                                      [&](const auto& box) { return box.first == text; });
   if (expected == expected_boxes_.end()) {

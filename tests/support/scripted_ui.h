@@ -42,9 +42,12 @@ class ScriptedUi final : public platform::Ui {
   }
   /// Forms of that name may be shown any number of times, or never.
   void AllowForm(std::string name, FormAnswer answer = {});
-  /// From now on what is not expected is closed as with its close box without failing the test: for
-  /// fault sweeps, which end in boxes of every kind.
-  void AllowEverything() { everything_allowed_ = true; }
+  /// From now on what is not expected does not fail the test: a form is closed as with its close
+  /// box, a box that asks gets the answer. For fault sweeps, which end in boxes of every kind.
+  void AllowEverything(std::int32_t answer = platform::kAnswerCancel) {
+    everything_allowed_ = true;
+    answer_to_the_rest_ = answer;
+  }
   /// The next message box with exactly this text gets that answer.
   void ExpectBox(std::string text, std::int32_t answer = platform::kAnswerOk);
 
@@ -86,6 +89,7 @@ class ScriptedUi final : public platform::Ui {
   std::set<const Form*> on_screen_;
   int do_events_calls_ = 0;
   bool everything_allowed_ = false;
+  std::int32_t answer_to_the_rest_ = platform::kAnswerCancel;
 };
 
 }  // namespace corvessa::testing
