@@ -6,6 +6,7 @@
 #include "addin/outlook_support.h"
 #include "addin/outlook_version.h"
 #include "addin/services.h"
+#include "addin/temp_files.h"
 #include "base/guard.h"
 #include "branding/customization.h"
 #include "crypto/crypto_operations.h"
@@ -123,6 +124,10 @@ void OutlookSupport::m_oInspectors_NewInspector(const platform::InspectorPtr& in
 void OutlookSupport::m_oApplication_ItemSend(const platform::MailItemPtr& item, bool& cancel) {
   const auto held = shared_from_this();
   const auto application = m_oApplication;
+  // The user may send another message while the files of one are being encrypted, and its choice
+  // must not show the blind-copy recipients of the first.
+  const bool inside_another = KeepQueuedFiles::InForce();
+  const bool anonymous = g_oCrypto && g_oCrypto->IsAnonymous();
   AttachmentNodes files;
   bool begun = false;
   Guarded(kItemSendPrefix, [&] {
@@ -144,6 +149,9 @@ void OutlookSupport::m_oApplication_ItemSend(const platform::MailItemPtr& item, 
   // After an error too: neither plain files nor passphrases stay behind because of one.
   if (g_oCrypto) g_oCrypto->KillAllFiles(files);
   Guarded(kItemSendPrefix, [] { ForgetAfterUse(); });
+  Guarded(kItemSendPrefix, [&] {
+    if (inside_another) Crypto()->SetAnonymous(anonymous);
+  });
 }
 
 void OutlookSupport::NewExplorer(const platform::ExplorerPtr& explorer) {

@@ -85,7 +85,11 @@ void KeepOriginal(AttachmentNode& node) {
   if (node.original_filename != node.sFilename) return;
   const std::string folder = MakeFolderIn(node.sDir);
   const std::string kept = folder + std::string(FileNameOf(node.sFilename));
-  Files().Copy(node.sFilename, kept);
+  const Error error = Attempt([&] { Files().Copy(node.sFilename, kept); });
+  if (error.number != 0) {
+    RemoveFolderIfEmpty(folder);
+    throw error;
+  }
   node.original_filename = kept;
 }
 

@@ -31,6 +31,8 @@ class CryptoOperations {
   void SetPGPMessageHeader(std::string_view header);
   void SetPGPSignatureHeader(std::string_view header);
   void SetAnonymous(bool anonymous);
+  /// What SetAnonymous was last told.
+  bool IsAnonymous() const { return anonymous_; }
   /// Locks every key pair in the engine.
   void Init();
   std::string GetLastError();
@@ -117,6 +119,7 @@ class CryptoOperations {
   platform::IEngine& Engine();
 
   platform::EnginePtr m_oNimbraCrypto;
+  bool anonymous_ = false;
 };
 
 }  // namespace corvessa

@@ -45,6 +45,7 @@ void CryptoOperations::SetPGPSignatureHeader(std::string_view header) {
 
 void CryptoOperations::SetAnonymous(bool anonymous) {
   Engine().SetAnonymousMode(anonymous);
+  anonymous_ = anonymous;
 }
 
 void CryptoOperations::Init() {

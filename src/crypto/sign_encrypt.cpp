@@ -7,6 +7,8 @@
 #include "message/encryption_failure.h"
 #include "message/header_fields.h"
 #include "message/message_body.h"
+#include "platform/files.h"
+#include "platform/host.h"
 
 namespace corvessa {
 namespace {
@@ -48,6 +50,13 @@ class Checkpoint {
   std::vector<AttachmentNode> states_;
 };
 
+/// Raises while the item still has what it had.
+void RequireFiles(const AttachmentNodes& nodes) {
+  for (const AttachmentNodePtr& node : nodes) {
+    if (!platform::Host().files.FileExists(node->sFilename)) Raise(kFileNotFound);
+  }
+}
+
 bool AskToSendUnsigned() {
   return ShowMessageBox("Failed to sign email.  Send without signature?", true, false) ==
          kBoxAnswerOk;
@@ -57,6 +66,7 @@ bool AskToSendUnsigned() {
 
 std::int32_t CryptoOperations::PutProcessedAttachments(const platform::MailItemPtr& item,
                                                        const AttachmentNodes& attachments) {
+  RequireFiles(attachments);
   // One failure is not taken for an answer: Outlook may hold an attachment for a moment.
   if (!ClearAttachments(item) && !ClearAttachments(item)) {
     // What was not removed would leave as it is.

@@ -316,6 +316,28 @@ TEST_F(SendInterception, AnotherProgramsMailAsksForItsChoices) {
             std::string::npos);
 }
 
+TEST_F(SendInterception, AMailSentInsideAnotherLeavesItsHiddenRecipientsHidden) {
+  const auto outer = Draft();
+  outer->EditRecipients({{desk::RecipientKind::kBcc, "Bob", "bob@example.org", "", {}}});
+  Attach(outer, "a.txt", "canary-5e11 a");
+  Attach(outer, "b.txt", "canary-5e11 b");
+  Choose(outer, true, false);
+  const auto inner = Draft();
+  Choose(inner, true, false);
+  ui.on_do_events = [&](int) {
+    ui.on_do_events = nullptr;
+    EXPECT_TRUE(outlook.Send(inner));
+  };
+  const auto sent = outlook.Send(outer);
+  ASSERT_TRUE(sent);
+  EXPECT_EQ(outlook.Sent().size(), 2U);
+  for (const auto& attachment : sent->attachments) {
+    const std::string packets =
+        gpg.Run({"--list-packets", gpg.Write("sent", desk::ReadAll(*attachment->content))}).output;
+    EXPECT_NE(packets.find("keyid 0000000000000000"), std::string::npos) << packets;
+  }
+}
+
 TEST_F(SendInterception, WhatNeedsNothingPassesUntouched) {
   desk::ItemData meeting;
   meeting.item_class = desk::kMeetingRequestClass;
