@@ -53,6 +53,9 @@ bool Take(std::string_view& text, std::string_view prefix) {
 /// A line that the error boundary wrote, as "Class::Routine - ", "Module:Routine - " or
 /// ":Routine - " and a description, or one of the places that word their own.
 bool IsErrorLine(std::string_view entry) {
+  if (entry == "DeleteTemporaryFiles: Error code: 0 ()") return false;
+  constexpr std::string_view kItemSend = "m_oApplication_ItemSend: ";
+  if (entry.starts_with(kItemSend)) return entry.substr(kItemSend.size()) != "Sending original";
   for (const std::string_view own :
        {"AlreadySeenProductUpdateMessage: ", "Customize: Error ", "DeleteTemporaryFiles: Error "}) {
     if (entry.starts_with(own)) return true;
