@@ -101,28 +101,38 @@ void AnswerExternalForm(const SendChoices& choices, Answers& answers) {
   answers.AddAnswer(form + "=cmdContinue");
 }
 
+std::string ProtectionText(const SentMail& sent) {
+  if (sent.encrypted) return sent.is_signed ? "encrypted and signed" : "encrypted, not signed";
+  return sent.is_signed ? "signed, not encrypted" : "neither encrypted nor signed";
+}
+
 SentMail SendDraft(DeskHost& host, const mail::Mail& draft, const SendChoices& choices,
                    const std::function<void(const mail::Mail&)>& deliver) {
-  OutlookModel& outlook = host.Outlook();
-  const std::size_t first_box = host.BeginOperation();
-  const ItemPtr item = outlook.AddItem(DraftItem(draft));
+  const ItemPtr item = host.Outlook().AddItem(DraftItem(draft));
   if (!choices.external) {
-    const auto window = outlook.Open(item);
+    const auto window = host.Outlook().Open(item);
     if (!window) Fail(Outcome::kRefused, "not sent: the message was closed while it was opened");
     PressChoices(window->Bars(), choices);
   }
+  return SendItem(host, item, draft, deliver);
+}
 
+SentMail SendItem(DeskHost& host, const ItemPtr& item, const mail::Mail& base,
+                  const std::function<void(const mail::Mail&)>& deliver) {
+  const std::size_t first_box = host.BeginOperation();
   SentMail sent;
   const SignatureWatch watch(item);
-  outlook.OnDeliver([&](const ItemData& travelling) {
+  host.Outlook().OnDeliver([&](const ItemData& travelling) {
     sent.encrypted = IsArmour(*travelling.body, kEncryptedStart);
     sent.is_signed = watch.IsSigned();
     RefuseUnagreedClearText(host, travelling, sent.encrypted, first_box);
-    sent.mail = MailOf(travelling, WithSender(draft, host.Owner()));
+    sent.mail = MailOf(travelling, WithSender(base, host.Owner()));
     mail::StampMail(sent.mail);
     deliver(sent.mail);
   });
-  if (!outlook.Send(item)) {
+  const bool was_sent = host.Outlook().Send(item).has_value();
+  host.Outlook().OnDeliver({});
+  if (!was_sent) {
     Fail(Outcome::kRefused, "not sent: the add-in cancelled the sending; the draft is unchanged");
   }
   return sent;

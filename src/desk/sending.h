@@ -1,10 +1,10 @@
 #pragma once
 
 #include <functional>
-#include <optional>
 #include <string>
 
 #include "desk/mail/mail.h"
+#include "desk/outlook/item.h"
 
 namespace corvessa::desk {
 
@@ -26,6 +26,9 @@ struct SentMail {
   bool is_signed = false;
 };
 
+/// "encrypted and signed" and so on.
+std::string ProtectionText(const SentMail& sent);
+
 /// Turns the choices into answers of the form that asks when another program sends. Before the
 /// user's own answers, if there are any for that form.
 void AnswerExternalForm(const SendChoices& choices, Answers& answers);
@@ -36,5 +39,9 @@ void AnswerExternalForm(const SendChoices& choices, Answers& answers);
 /// encrypted would travel in clear without the user having agreed.
 SentMail SendDraft(DeskHost& host, const mail::Mail& draft, const SendChoices& choices,
                    const std::function<void(const mail::Mail&)>& deliver);
+
+/// The same for an item that is composed already; `base` is what its mail has beside it.
+SentMail SendItem(DeskHost& host, const ItemPtr& item, const mail::Mail& base,
+                  const std::function<void(const mail::Mail&)>& deliver);
 
 }  // namespace corvessa::desk

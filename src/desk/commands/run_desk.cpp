@@ -42,6 +42,7 @@ void AddCommands(CLI::App& app, CommandContext& context) {
   AddOpenCommand(app, context);
   AddSendCommand(app, context);
   AddResponseCommands(app, context);
+  AddShellCommand(app, context);
   AddDemoCommand(app, context);
 }
 

@@ -52,11 +52,6 @@ void PrintJson(CommandContext& context, DeskHost& host, const SendOptions& optio
   context.out << TextOf(json);
 }
 
-std::string Protection(const SentMail& sent) {
-  if (sent.encrypted) return sent.is_signed ? "encrypted and signed" : "encrypted, not signed";
-  return sent.is_signed ? "signed, not encrypted" : "neither encrypted nor signed";
-}
-
 /// The draft is the only copy of what the user wrote.
 void RefuseToReplaceDraft(const SendOptions& options) {
   std::error_code ignored;
@@ -89,7 +84,8 @@ Outcome Send(CommandContext& context, const SendOptions& options) {
     const SentMail sent = SendDraft(host, draft, options.choices, deliver);
     if (options.message.json) PrintJson(context, host, options, &sent, Outcome::kDone);
     if (!options.out_file.empty() && !options.message.json) {
-      context.out << "Sent " << Protection(sent) << ": " << ForDisplay(options.out_file) << "\n";
+      context.out << "Sent " << ProtectionText(sent) << ": " << ForDisplay(options.out_file)
+                  << "\n";
     }
     return Outcome::kDone;
   } catch (const Failure& failure) {

@@ -4,6 +4,7 @@
 
 #include "base/text.h"
 #include "desk/commands/command_context.h"
+#include "desk/desk_host.h"
 #include "desk/settings_store.h"
 
 namespace corvessa::desk {
@@ -22,6 +23,14 @@ Outcome Get(CommandContext& context, const std::string& name) {
   return Outcome::kDone;
 }
 
+Outcome RunSettings(CommandContext& context) {
+  Profile profile = context.OpenProfile();
+  DeskHost host(profile, context.terminal, context.answers, context.messages);
+  if (!host.RunSettings()) Fail(Outcome::kRefused, "the add-in has put no button there");
+  profile.Registry().Save();
+  return Outcome::kDone;
+}
+
 }  // namespace
 
 void AddSettingsCommands(CLI::App& app, CommandContext& context) {
@@ -29,6 +38,9 @@ void AddSettingsCommands(CLI::App& app, CommandContext& context) {
     std::string name;
     std::string value;
   };
+  app.add_subcommand("settings", "open the add-in's settings dialog")->callback([&context] {
+    context.run = [&context] { return RunSettings(context); };
+  });
   const auto options = std::make_shared<Options>();
 
   auto* const set = app.add_subcommand("set", "change a setting");

@@ -1,0 +1,223 @@
+#include "desk/commands/shell_session.h"
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <iomanip>
+#include <ostream>
+#include <sstream>
+
+#include "base/text.h"
+#include "desk/attachment_saving.h"
+#include "desk/commands/text_file.h"
+#include "desk/mail/mail_io.h"
+#include "desk/mail_bridge.h"
+#include "desk/message_printing.h"
+#include "desk/message_report.h"
+#include "desk/sending.h"
+
+namespace corvessa::desk {
+namespace {
+
+/// Words; quotation marks keep blanks together.
+std::vector<std::string> WordsOf(const std::string& line) {
+  std::istringstream stream(line);
+  std::vector<std::string> words;
+  for (std::string word; stream >> std::quoted(word);) words.push_back(word);
+  return words;
+}
+
+std::size_t NumberOf(const std::string& text, std::size_t most) {
+  std::size_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || end != text.data() + text.size() || number < 1 || number > most) {
+    Fail(Outcome::kWrongUse, text + " is no number from 1 to " + std::to_string(most));
+  }
+  return number;
+}
+
+}  // namespace
+
+ShellSession::ShellSession(CommandContext& context, DeskHost& host)
+    : context_(context), host_(host) {}
+
+const std::vector<ShellSession::Command>& ShellSession::Commands() {
+  static const std::vector<Command> commands = {
+      {"open", "open FILE", "open a received message", 1, 1, &ShellSession::Open},
+      {"compose", "compose FILE", "open a draft in a window", 1, 1, &ShellSession::Compose},
+      {"show", "show", "show the message in front again", 0, 0, &ShellSession::Show},
+      {"save", "save DIR", "save its attachments", 1, 1, &ShellSession::Save},
+      {"close", "close", "close the window in front", 0, 0, &ShellSession::Close},
+      {"windows", "windows", "list the open windows", 0, 0, &ShellSession::Windows},
+      {"window", "window N", "bring a window to the front", 1, 1, &ShellSession::Bring},
+      {"bars", "bars", "show the bars of the window in front", 0, 0, &ShellSession::Bars},
+      {"click", "click CAPTION", "click a button of a bar", 1, 9, &ShellSession::Click},
+      {"reply", "reply [TEXTFILE]", "answer the message in front", 0, 1, &ShellSession::Reply},
+      {"replyall", "replyall [TEXTFILE]", "answer all", 0, 1, &ShellSession::ReplyAll},
+      {"forward", "forward [TEXTFILE]", "pass the message on", 0, 1, &ShellSession::Forward},
+      {"send", "send FILE", "send the draft in front; FILE gets what travels", 1, 1,
+       &ShellSession::Send},
+      {"settings", "settings", "open the settings dialog", 0, 0, &ShellSession::Settings},
+      {"wait", "wait SECONDS", "let time pass", 1, 1, &ShellSession::Wait},
+      {"help", "help", "show this list", 0, 0, &ShellSession::Help},
+      {"quit", "quit", "leave", 0, 0, &ShellSession::Quit},
+  };
+  return commands;
+}
+
+void ShellSession::Obey(const std::string& line) {
+  Arguments words = WordsOf(line);
+  if (words.empty()) return;
+  const std::string name = LCase(words.front());
+  words.erase(words.begin());
+  const auto& commands = Commands();
+  const auto found = std::find_if(commands.begin(), commands.end(),
+                                  [&](const Command& command) { return command.name == name; });
+  if (found == commands.end()) {
+    Fail(Outcome::kWrongUse, "there is no command " + name + "; \"help\" lists them all");
+  }
+  if (words.size() < found->least || words.size() > found->most) {
+    Fail(Outcome::kWrongUse, std::string("use it as: ") + found->usage);
+  }
+  (this->*found->run)(words);
+}
+
+InspectorWindowPtr ShellSession::Front() const {
+  const auto& windows = host_.Outlook().Inspectors();
+  if (windows.empty()) Fail(Outcome::kWrongUse, "no window is open");
+  return windows.back();
+}
+
+void ShellSession::PrintOpen(const InspectorWindowPtr& window) {
+  PrintMessage(context_.out, window->ShownItem()->Data(), ReadMessage(host_, window));
+}
+
+void ShellSession::Open(const Arguments& arguments) {
+  const mail::Mail mail = mail::LoadMail(arguments[0]);
+  if (mail.incomplete) context_.Tell(arguments[0] + " ends early; this is what is there");
+  host_.BeginOperation();
+  const auto window = host_.Outlook().Open(host_.Outlook().AddReceived(ReceivedItem(mail)));
+  if (!window) Fail(Outcome::kRefused, "the message was closed while it was opened");
+  PrintOpen(window);
+}
+
+void ShellSession::Compose(const Arguments& arguments) {
+  const mail::Mail draft = mail::LoadMail(arguments[0]);
+  if (draft.incomplete) Fail(Outcome::kEnvironment, arguments[0] + " ends early");
+  const ItemPtr item = host_.Outlook().AddItem(DraftItem(draft));
+  const auto window = host_.Outlook().Open(item);
+  composed_[item] = draft;
+  if (window) PrintBars(context_.out, window->Bars());
+}
+
+void ShellSession::Show(const Arguments& /*arguments*/) {
+  PrintOpen(Front());
+}
+
+void ShellSession::Save(const Arguments& arguments) {
+  host_.BeginOperation();
+  const auto window = Front();
+  MessageReport report = ReadMessage(host_, window);
+  for (const std::string& complaint : SaveAttachments(host_, window, arguments[0], report)) {
+    context_.Tell(complaint);
+  }
+  for (const AttachmentReport& attachment : report.attachments) {
+    if (attachment.saved_as.empty()) continue;
+    context_.out << "saved " << ForDisplay(attachment.saved_as) << "\n";
+  }
+}
+
+void ShellSession::Close(const Arguments& /*arguments*/) {
+  if (!host_.Outlook().Close(Front())) Fail(Outcome::kRefused, "the window does not close now");
+}
+
+void ShellSession::Windows(const Arguments& /*arguments*/) {
+  int number = 0;
+  for (const InspectorWindowPtr& window : host_.Outlook().Inspectors()) {
+    const ItemData& item = window->ShownItem()->Data();
+    const bool in_front = window == host_.Outlook().Inspectors().back();
+    context_.out << ++number << (in_front ? " * " : "   ")
+                 << (item.sender.name.empty() ? "draft: "
+                                              : "from " + ForDisplay(item.sender.name) + ": ")
+                 << ForDisplay(item.subject) << "\n";
+  }
+}
+
+void ShellSession::Bring(const Arguments& arguments) {
+  const auto windows = host_.Outlook().Inspectors();
+  if (windows.empty()) Fail(Outcome::kWrongUse, "no window is open");
+  host_.Outlook().Open(windows[NumberOf(arguments[0], windows.size()) - 1]->ShownItem());
+  Windows({});
+}
+
+void ShellSession::Bars(const Arguments& /*arguments*/) {
+  PrintBars(context_.out, Front()->Bars());
+}
+
+void ShellSession::Click(const Arguments& arguments) {
+  std::string caption;
+  for (const std::string& word : arguments) caption += (caption.empty() ? "" : " ") + word;
+  host_.BeginOperation();
+  const auto window = Front();
+  if (!OutlookModel::Click(window->Bars(), caption)) {
+    Fail(Outcome::kWrongUse, "no button \"" + caption + "\" can be clicked; \"bars\" shows them");
+  }
+  host_.RunOpenForms();
+  if (window->CurrentState() == InspectorWindow::State::kShown) {
+    PrintBars(context_.out, window->Bars());
+  }
+}
+
+void ShellSession::Answer(Response response, const Arguments& arguments) {
+  const std::string text = arguments.empty() ? std::string() : ReadWholeFile(arguments[0]);
+  const ItemPtr item = Respond(host_, Front()->ShownItem(), response, text);
+  const auto window = host_.Outlook().Open(item);
+  if (window) PrintBars(context_.out, window->Bars());
+}
+
+void ShellSession::Reply(const Arguments& arguments) {
+  Answer(Response::kReply, arguments);
+}
+
+void ShellSession::ReplyAll(const Arguments& arguments) {
+  Answer(Response::kReplyToAll, arguments);
+}
+
+void ShellSession::Forward(const Arguments& arguments) {
+  Answer(Response::kForward, arguments);
+}
+
+void ShellSession::Send(const Arguments& arguments) {
+  const ItemPtr item = Front()->ShownItem();
+  if (!item->Data().sender.name.empty()) {
+    Fail(Outcome::kWrongUse, "the message in front was received; only a draft can be sent");
+  }
+  const auto composed = composed_.find(item);
+  const mail::Mail base =
+      composed == composed_.end() ? DraftOf(host_, item->Data()) : composed->second;
+  const SentMail sent = SendItem(host_, item, base, [&](const mail::Mail& mail) {
+    mail::WriteMail(mail, arguments[0], mail::MailPurpose::kTravel);
+  });
+  context_.out << "Sent " << ProtectionText(sent) << ": " << ForDisplay(arguments[0]) << "\n";
+}
+
+void ShellSession::Settings(const Arguments& /*arguments*/) {
+  if (!host_.RunSettings()) Fail(Outcome::kRefused, "the add-in has put no button there");
+}
+
+void ShellSession::Wait(const Arguments& arguments) {
+  constexpr std::size_t kLongest = 24 * 60 * 60;
+  host_.Ui().Wait(std::chrono::seconds(NumberOf(arguments[0], kLongest)));
+}
+
+void ShellSession::Help(const Arguments& /*arguments*/) {
+  for (const Command& command : Commands()) {
+    context_.out << "  " << std::left << std::setw(22) << command.usage << command.help << "\n";
+  }
+}
+
+void ShellSession::Quit(const Arguments& /*arguments*/) {
+  has_ended_ = true;
+}
+
+}  // namespace corvessa::desk

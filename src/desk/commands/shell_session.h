@@ -1,0 +1,65 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "desk/commands/command_context.h"
+#include "desk/desk_host.h"
+#include "desk/mail/mail.h"
+#include "desk/responding.h"
+
+namespace corvessa::desk {
+
+/// An interactive session: Outlook with the add-in, open until the user leaves it. Commands work on
+/// the window in front.
+class ShellSession {
+ public:
+  ShellSession(CommandContext& context, DeskHost& host);
+
+  /// Carries out one line. Throws Failure and Error for what did not work.
+  void Obey(const std::string& line);
+  bool HasEnded() const { return has_ended_; }
+
+ private:
+  using Arguments = std::vector<std::string>;
+  struct Command {
+    const char* name;
+    const char* usage;
+    const char* help;
+    std::size_t least;
+    std::size_t most;
+    void (ShellSession::*run)(const Arguments&);
+  };
+  static const std::vector<Command>& Commands();
+
+  void Open(const Arguments& arguments);
+  void Compose(const Arguments& arguments);
+  void Show(const Arguments& arguments);
+  void Save(const Arguments& arguments);
+  void Close(const Arguments& arguments);
+  void Windows(const Arguments& arguments);
+  void Bring(const Arguments& arguments);
+  void Bars(const Arguments& arguments);
+  void Click(const Arguments& arguments);
+  void Reply(const Arguments& arguments);
+  void ReplyAll(const Arguments& arguments);
+  void Forward(const Arguments& arguments);
+  void Send(const Arguments& arguments);
+  void Settings(const Arguments& arguments);
+  void Wait(const Arguments& arguments);
+  void Help(const Arguments& arguments);
+  void Quit(const Arguments& arguments);
+
+  void Answer(Response response, const Arguments& arguments);
+  void PrintOpen(const InspectorWindowPtr& window);
+  InspectorWindowPtr Front() const;
+
+  CommandContext& context_;
+  DeskHost& host_;
+  /// The mails that drafts in windows were made from.
+  std::map<ItemPtr, mail::Mail> composed_;
+  bool has_ended_ = false;
+};
+
+}  // namespace corvessa::desk
