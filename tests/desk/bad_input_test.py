@@ -1,0 +1,151 @@
+"""Whatever is wrong: one clear line, the right exit code, nothing lost, nothing half-written."""
+
+import os
+import pathlib
+import resource
+import shutil
+import signal
+import subprocess
+import unittest
+from email import policy
+from email.message import EmailMessage
+
+from desk_case import ALICE, BOB, CANARY, DESK, DeskCase, read_mail
+
+
+def small_files():
+    resource.setrlimit(resource.RLIMIT_FSIZE, (16384, 16384))
+    signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+
+
+class Files(DeskCase):
+    def test_files_that_are_no_mail(self):
+        for name, content, complaint in (("empty", b"", "is empty, not a mail message"),
+                                         ("rubbish", bytes(range(256)) * 64, "is not a mail message"),
+                                         ("nothing", None, "cannot be read: No such file or directory")):
+            path = self.folder / name
+            if content is not None:
+                path.write_bytes(content)
+            for command in ("open", "send", "reply", "forward"):
+                self.assertDone(self.alice(command, path), 3, "", f"corvessa-desk: {path} {complaint}\n")
+        self.assertDone(self.alice("open", self.folder), 3, "",
+                        f"corvessa-desk: {self.folder} is not a file\n")
+
+    def test_a_file_without_read_permission(self):
+        path = self.draft()
+        path.chmod(0)
+        arguments = [DESK, "--profile", self.folder / "none", "open", path]
+        if os.geteuid() == 0:
+            self.folder.chmod(0o777)
+            arguments = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", *arguments]
+            program = shutil.copy(DESK, self.folder / "desk")
+            arguments[arguments.index(DESK)] = program
+        done = subprocess.run(arguments, capture_output=True, text=True)
+        self.assertEqual((done.returncode, done.stdout, done.stderr),
+                         (3, "", f"corvessa-desk: {path} cannot be read: Permission denied\n"))
+
+    def test_a_mail_that_ends_early_is_shown_but_not_sent(self):
+        whole = self.sent().read_bytes()
+        cut = self.write("cut.eml", whole[:len(whole) // 2])
+        opened = self.bob("open", cut)
+        self.assertIn(f"corvessa-desk: {cut} ends early; this is what is there\n", opened.err)
+        draft = self.write("cut.draft.eml", self.draft().read_bytes()[:900])
+        self.assertDone(self.alice("send", draft), 3, "", f"corvessa-desk: {draft} ends early; not sent\n")
+
+    def test_many_attachments_and_long_headers(self):
+        mail = EmailMessage(policy=policy.SMTP)
+        mail["From"], mail["To"], mail["Subject"] = ALICE, BOB, "x" * 1_000_000
+        mail.set_content("many\n")
+        parts = b"".join(b"--b\r\nContent-Type: text/plain; name=n%d.txt\r\nContent-Disposition: "
+                         b"attachment\r\n\r\n%d\r\n" % (i, i) for i in range(10_000))
+        raw = (f"From: {ALICE}\r\nTo: {BOB}\r\nSubject: {'x' * 1_000_000}\r\nContent-Type: "
+               "multipart/mixed; boundary=b\r\n\r\n--b\r\n\r\nmany\r\n").encode() + parts + b"--b--\r\n"
+        report = self.bob("open", self.write("many.eml", raw), "--json")
+        self.assertEqual((report.err, report.code), ("", 0))
+        attachments = report.json()["attachments"]
+        self.assertEqual((len(attachments), attachments[9999]["name"], attachments[9999]["size"],
+                          len(report.json()["subject"])), (10_000, "n9999.txt", 4, 1_000_000))
+        sent = self.folder / "sent.eml"
+        done = self.alice("send", self.write("many.draft.eml", raw), "--no-encrypt", "--no-sign",
+                          "--out", sent)
+        self.assertDone(done)
+        self.assertEqual(len(list(read_mail(sent).iter_attachments())), 10_000)
+
+    def test_a_text_that_would_steer_the_terminal_does_not(self):
+        mail = EmailMessage(policy=policy.SMTP)
+        mail["From"], mail["To"] = ALICE, BOB
+        mail.set_content("a\x1b]0;title\x07b\x1b[2Jc\u202egpj\n")
+        self.assertIn("\na]0;titleb[2Jcgpj\n", self.bob("open", self.write("m.eml", mail.as_bytes())).out)
+
+
+class Disk(DeskCase):
+    def full_disk(self):
+        """A folder on a disk of a few pages; None where none can be mounted."""
+        folder = self.folder / "small"
+        folder.mkdir()
+        mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", "size=16k", "none", folder],
+                                 capture_output=True)
+        if mounted.returncode != 0:
+            return None
+        self.addCleanup(subprocess.run, ["umount", "-l", folder])
+        return folder
+
+    def test_a_full_disk_takes_no_half_mail_and_no_half_attachment(self):
+        draft = self.draft(files={"big.bin": bytes(100_000)})
+        sent = self.sent(files={"big.bin": bytes(100_000)})
+        small = self.full_disk()
+        complaint = "the disk is full" if small else "File too large"
+        limit = {} if small else {"preexec_fn": small_files}
+        folder = small or self.folder / "small"
+        old = folder / "out.eml"
+        old.write_bytes(b"old")
+        done = self.alice("send", draft, "--no-encrypt", "--no-sign", "--out", old, **limit)
+        self.assertDone(done, 3, "", f"corvessa-desk: {old} cannot be written: {complaint}\n")
+        self.assertEqual([(path.name, path.read_bytes()) for path in folder.iterdir()],
+                         [("out.eml", b"old")])
+        if small:
+            done = self.bob("open", sent, "--save-attachments", folder)
+            self.assertDone(done, 3, "", f"corvessa-desk: {folder}/big.bin cannot be written: the disk is full\n")
+            self.assertEqual([path.name for path in folder.iterdir()], ["out.eml"])
+
+    def test_a_full_disk_under_the_profile(self):
+        small = self.full_disk()
+        done = self.at(small or "/proc/profile", "set", "LogDebuggingInfo", "1")
+        self.assertEqual(done.code, 3)
+        self.assertRegex(done.err, r"\Acorvessa-desk: .+\n\Z")
+
+    def test_the_output_that_cannot_be_written(self):
+        with open("/dev/full", "wb") as full:
+            done = subprocess.run([DESK, "--profile", self.folder / "alice", "get"], stdout=full,
+                                  stderr=subprocess.PIPE)
+        self.assertEqual((done.returncode, done.stderr),
+                         (3, b"corvessa-desk: the output cannot be written\n"))
+        draft = self.draft()
+        for target, code, complaint in (("/dev/full", 3, "/dev/full is there already and is no file"),
+                                        (draft, 2, "--out names the draft itself; choose another file")):
+            self.assertDone(self.alice("send", draft, "--out", target), code, "",
+                            f"corvessa-desk: {complaint}\n")
+        self.assertTrue(pathlib.Path("/dev/full").is_char_device())
+
+
+class Processes(DeskCase):
+    def test_a_profile_in_use_and_one_left_by_a_killed_session(self):
+        profile = self.folder / "bob"
+        shell = subprocess.Popen([DESK, "--profile", profile, "--passphrase",
+                                  f"{BOB}={self.passphrase_file}", "shell"],
+                                 stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        shell.stdin.write(f"open {self.sent(files={'secret.txt': CANARY.encode()})}\n")
+        shell.stdin.flush()
+        while "Attachments:" not in shell.stdout.readline():
+            pass
+        self.assertDone(self.bob("get"), 3, "", f"corvessa-desk: The profile {profile} is in use by "
+                                                "another program; close that first\n")
+        self.assertTrue(self.leftovers())
+        shell.kill()
+        shell.communicate()
+        self.assertDone(self.bob("settings", "--answer", "frmManageUserKeys=cmdOK"))
+        self.assertEqual(self.leftovers(), [])
+
+
+if __name__ == "__main__":
+    unittest.main()

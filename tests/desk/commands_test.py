@@ -1,0 +1,132 @@
+"""The commands that need no mail, and the whole session of the demo."""
+
+import http.server
+import pathlib
+import subprocess
+import threading
+import unittest
+import urllib.parse
+
+from desk_case import ALICE, BOB, DESK, GINA, DeskCase, Gpg
+
+
+class Keys(DeskCase):
+    def test_keys_go_to_gpg_and_come_back(self):
+        gpg = Gpg(self)
+        imported = self.alice("key", "import", self.write("g.asc", gpg.secret_key()))
+        self.assertRegex(imported.out, rf"\A[0-9A-F]{{40}}  own  \S+  [-\d]+  valid\b.*\n    Gina <{GINA}>\n\Z")
+        listed = self.alice("key", "list")
+        self.assertDone(listed)
+        self.assertEqual([line for line in listed.out.splitlines() if line.startswith(" ")],
+                         [f"    Alice <{ALICE}>", f"    Bob <{BOB}>", f"    Gina <{GINA}>"])
+        secret = self.alice("key", "export", ALICE, "--secret")
+        gpg.run("--pinentry-mode", "loopback", "--passphrase-file", self.passphrase_file,
+                "--import", data=secret.out.encode())
+        fingerprint = listed.out.split()[0]
+        self.assertIn(fingerprint.encode(), gpg.run("--list-secret-keys", "--with-colons").stdout)
+
+    def test_publishing_reaches_the_key_server(self):
+        posted = []
+
+        class Server(http.server.BaseHTTPRequestHandler):
+            def do_POST(self):
+                form = self.rfile.read(int(self.headers["Content-Length"])).decode()
+                posted.append((self.path, urllib.parse.parse_qs(form)["keytext"][0].splitlines()[0]))
+                self.send_response(200)
+                self.end_headers()
+
+            def log_message(self, *_):
+                pass
+
+        refused = self.alice("key", "publish", ALICE)
+        self.assertDone(refused, 1, "", "corvessa-desk: no key server is set to publish to; set "
+                                        "EngineUpdateServer first\n")
+        with http.server.HTTPServer(("127.0.0.1", 0), Server) as server:
+            threading.Thread(target=server.serve_forever, daemon=True).start()
+            url = f"http://127.0.0.1:{server.server_port}"
+            self.assertDone(self.alice("set", "EngineUpdateServer", url))
+            self.assertDone(self.alice("key", "publish", ALICE),
+                            out=f"The public key of {ALICE} was published.\n")
+            self.assertEqual(posted, [("/pks/add", "-----BEGIN PGP PUBLIC KEY BLOCK-----")])
+            server.shutdown()
+        self.assertEqual(self.alice("key", "publish", ALICE).code, 1)
+
+
+class Settings(DeskCase):
+    def test_accounts_are_added_listed_and_removed(self):
+        self.assertDone(self.alice("account", "add", " Second@Example.org", "--sign"),
+                        out="second@example.org is secured and signs.\n")
+        self.assertDone(self.alice("account", "add", ALICE), out=f"{ALICE} was there already.\n")
+        self.assertDone(self.alice("account", "list"),
+                        out=f"{ALICE}\nsecond@example.org  signs\n")
+        self.assertDone(self.alice("account", "remove", ALICE),
+                        out=f"{ALICE} was removed; its keys are still there.\n")
+        self.assertDone(self.alice("account", "list"), out="second@example.org  signs\n")
+        self.assertDone(self.alice("account", "remove", ALICE), 1, "",
+                        f"corvessa-desk: {ALICE} is no secured address; \"account list\" shows them all\n")
+
+    def test_values_keep_their_kind(self):
+        for name, given, kept in (("LogDebuggingInfo", "on", "1"), ("PassphraseMemory", "-1", "-1"),
+                                  ("applongname", "Änother", "Änother"), ("MailSupport", "1", "1")):
+            self.assertDone(self.alice("set", name, given), out="")
+            self.assertDone(self.alice("get", name), out=kept + "\n")
+        registry = (self.folder / "alice/registry.reg").read_text()
+        self.assertIn('"LogDebuggingInfo"=dword:ffffffff', registry)
+        self.assertEqual(len(self.alice("get").out.splitlines()), 32)
+        for name, value, complaint in (
+                ("Nothing", "1", 'there is no setting Nothing; "get" alone lists them all'),
+                ("ADKEnabled", "maybe", "ADKEnabled takes 1 or 0"),
+                ("PassphraseMemory", "-2", "PassphraseMemory takes a number of minutes, 0 for the "
+                                           'whole session or -1 for "forget after each use"'),
+                ("URLMain", "x" * 255, "URLMain takes at most 254 bytes; longer text reads as none"),
+                ("URLMain", "a\x1bb", "URLMain takes one line of ordinary characters")):
+            self.assertDone(self.alice("set", name, value), 2, "", f"corvessa-desk: {complaint}\n")
+
+    def test_the_settings_dialog_is_answered_control_by_control(self):
+        form = "frmManageUserKeys"
+        answers = [f"{form}={control}" for control in ("tbsTabs:Options", "optRemember(1)", "cmdOK")]
+        done = self.alice("settings", *[part for answer in answers for part in ("--answer", answer)])
+        self.assertDone(done, out="")
+        self.assertDone(self.alice("get", "PassphraseMemory"), out="-1\n")
+
+    def test_wrong_use_is_told_in_one_line(self):
+        for arguments, complaint in (
+                ([], "A subcommand is required; see corvessa-desk --help"),
+                (["open"], "file is required; see corvessa-desk --help"),
+                (["opne", "x"], "A subcommand is required; see corvessa-desk --help"),
+                (["get", "--answer", "x"], "--answer takes FORM=CONTROL"),
+                (["account", "add", "no address"],
+                 "no address is no e-mail address; write it as name@example.org"),
+                (["key", "generate", "x@example.org"],
+                 "without a terminal the passphrase comes from --passphrase-file")):
+            with self.subTest(arguments):
+                self.assertDone(self.at(self.folder / "alice", *arguments), 2, "",
+                                f"corvessa-desk: {complaint}\n")
+        self.assertIn("Subcommands:\n", subprocess.run([DESK, "--help"], capture_output=True,
+                                                       text=True, check=True).stdout)
+
+
+class Demo(DeskCase):
+    def test_a_whole_session_is_told_and_kept(self):
+        kept = self.folder / "kept"
+        done = self.alice("demo", "--keep", kept)
+        self.assertEqual((done.err, done.code), ("", 0))
+        steps = [line for line in done.out.splitlines() if line[0].isdigit()]
+        self.assertEqual([line.split(".")[0] for line in steps], [str(i) for i in range(1, 10)])
+        for line in ("   | Status:  Message is digitally signed by alice@example.org",
+                     "   | Corvessa Options: [x] Encrypt on send, [x] Sign on send",
+                     "   | Message failed decryption (-1)"):
+            self.assertIn(line, done.out.splitlines())
+        self.assertEqual(sorted(path.name for path in kept.iterdir()),
+                         ["1-draft.eml", "2-sent.eml", "3-reply-draft.eml", "4-reply.eml",
+                          "5-tampered.eml", "Alice.asc", "Alice.passphrase", "Bob.asc",
+                          "Bob.passphrase", "alice", "bob"])
+        again = done.out.splitlines()[-1].split()[1:]
+        opened = subprocess.run([DESK, *again], capture_output=True, text=True, check=True)
+        self.assertIn("Nobody else must see them yet.", opened.stdout)
+        refused = self.alice("demo", "--keep", kept)
+        self.assertDone(refused, 3, "", f"corvessa-desk: {kept} is no empty folder; name a new one\n")
+
+
+if __name__ == "__main__":
+    unittest.main()

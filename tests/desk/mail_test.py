@@ -1,0 +1,255 @@
+"""Mail that other programs compose and read: Python's email library and gpg."""
+
+import email
+import pathlib
+import unittest
+from email import policy
+from email.message import EmailMessage
+
+from desk_case import (ALICE, BOB, CANARY, FILES, GINA, TEXT, DeskCase, Gpg, attachments_of, read_mail)
+
+CRLF_TEXT = TEXT.replace("\n", "\r\n")
+EVERYTHING = {**FILES, **{name + ".sig": None for name in FILES}}
+
+
+class Sending(DeskCase):
+    def test_gpg_and_python_read_what_is_sent(self):
+        gpg = Gpg(self)
+        gpg.run("--import", data=(self.template / "alice.asc").read_bytes())
+        self.assertEqual(self.alice("key", "import", self.write("gina.asc", gpg.public_key())).code, 0)
+        path = self.folder / "sent.eml"
+        done = self.alice("send", self.draft(to=f"Gina <{GINA}>", Bcc=f"Bob <{BOB}>", X_Own="kept"),
+                          "--out", path)
+        self.assertDone(done, out=f"Sent encrypted and signed: {path}\n")
+        mail = read_mail(path)
+        self.assertEqual(
+            [(name, value) for name, value in mail.items()
+             if name not in ("Date", "Message-ID", "Content-Type")],
+            [("From", f"Alice <{ALICE}>"), ("To", f"Gina <{GINA}>"), ("Subject", "Plâns"),
+             ("X-Own", "kept"), ("X-Nimbra-NoEncrypt", "False"), ("X-Nimbra-NoSign", "False"),
+             ("MIME-Version", "1.0")])
+        self.assertTrue(mail["Date"].datetime and mail["Message-ID"].endswith("@example.org>"))
+        self.assertTrue(all(byte < 128 for byte in path.read_bytes()))
+        self.assertEqual(self.leftovers(), [])
+
+        decrypted = gpg.run("--decrypt", data=mail.get_body().get_payload(decode=True)).stdout
+        verified = gpg.run("--decrypt", data=decrypted)
+        # A clear-signed text has no last line end of its own; gpg writes one.
+        self.assertEqual(verified.stdout.decode().replace("\r\n", "\n"), TEXT + "\n")
+        self.assertIn(b"GOODSIG", verified.stderr)
+        attached = attachments_of(mail)
+        self.assertEqual(set(attached), set(EVERYTHING))
+        for name, content in FILES.items():
+            plain = self.write("plain", gpg.run("--decrypt", data=attached[name]).stdout)
+            self.assertEqual(plain.read_bytes(), content)
+            signature = self.write("plain.sig", attached[name + ".sig"])
+            self.assertIn(b"GOODSIG", gpg.run("--verify", signature, plain).stderr)
+
+    def test_choices_are_pressed_on_the_bar_or_in_the_form_without_a_window(self):
+        draft = self.draft()
+        cases = {(): "encrypted and signed", ("--no-sign",): "encrypted, not signed",
+                 ("--no-encrypt",): "signed, not encrypted",
+                 ("--no-encrypt", "--no-sign"): "neither encrypted nor signed"}
+        for external in ((), ("--external",)):
+            for version in ("9", "10", "11"):
+                for choices, protection in cases.items():
+                    with self.subTest(external=external, version=version, choices=choices):
+                        path = self.folder / "sent.eml"
+                        answers = ("--answer", "frmSendFromExternalApplication=cmdContinue") \
+                            if external and not choices else ()
+                        done = self.alice("send", draft, "--out", path, "--outlook", version,
+                                          *external, *choices, *answers)
+                        self.assertDone(done, out=f"Sent {protection}: {path}\n")
+                        body = read_mail(path).get_body().get_payload(decode=True)
+                        self.assertEqual(body.startswith(b"-----BEGIN PGP MESSAGE-----"),
+                                         "--no-encrypt" not in choices)
+                        if len(choices) == 2:
+                            self.assertEqual(body.decode(), CRLF_TEXT)
+                            self.assertEqual(attachments_of(read_mail(path)), FILES)
+
+    def test_html_is_encrypted_as_its_text(self):
+        mail = EmailMessage(policy=policy.SMTP)
+        mail["To"], mail["Subject"] = BOB, "html"
+        mail.set_content(f"<p>Hello <b>{CANARY}</b></p>", subtype="html")
+        done = self.alice("send", self.write("draft.eml", mail.as_bytes()), "--json")
+        report = done.json()
+        self.assertEqual((report["sent"], report["resultCode"], report["recipients"], done.code),
+                         (True, 0, [BOB], 0))
+        travelling = email.message_from_string(report["message"], policy=policy.SMTP)
+        self.assertEqual((travelling["From"], travelling.get_content_type()), (ALICE, "text/plain"))
+        opened = self.bob("open", self.write("sent.eml", report["message"]), "--json").json()
+        self.assertEqual(opened["body"].strip(), f"Hello {CANARY}")
+
+    def test_nothing_is_sent_when_the_add_in_cancels(self):
+        path = self.folder / "sent.eml"
+        nobody = self.draft("nobody.draft.eml", to="carol@example.net")
+        self.assertDone(
+            self.alice("send", nobody, "--out", path), 1, "",
+            "corvessa-desk: closed frmNoKeysFound unanswered; answer it with --answer "
+            "frmNoKeysFound=cmdYes|cmdNo\n"
+            "corvessa-desk: not sent: the add-in cancelled the sending; the draft is unchanged\n")
+        report = self.alice("send", nobody, "--json", "--answer", "frmNoKeysFound=cmdNo")
+        self.assertEqual(report.code, 1)
+        self.assertEqual((report.json()["sent"], report.json()["resultCode"]), (False, 1))
+        self.assertEqual(report.json()["boxes"][-1],
+                         {"name": "frmNoKeysFound", "caption": "Sending Email", "answer": "cmdNo",
+                          "text": "The following recipients are not registered to receive secure "
+                                  "email:\ncarol@example.net\n"
+                                  "Would you like to send this email without encryption?"})
+        wrong = self.at(self.folder / "alice", "send", self.draft(), "--out", path, "--passphrase",
+                        f"{ALICE}={self.write('wrong', 'wrong')}")
+        self.assertEqual((wrong.code, path.exists()), (1, False))
+        self.assertNotIn("horse", wrong.err)
+        agreed = self.alice("send", nobody, "--out", path, "--answer", "frmNoKeysFound=cmdYes")
+        self.assertDone(agreed, out=f"Sent signed, not encrypted: {path}\n")
+
+
+class Opening(DeskCase):
+    def test_a_message_is_shown_with_status_text_and_attachments(self):
+        sent = self.sent()
+        before = sent.read_bytes()
+        date = self.bob("open", sent, "--json")
+        opened = self.bob("open", sent, "--save-attachments", self.folder / "saved", "--original")
+        self.assertEqual((opened.err, opened.code), ("", 0))
+        lines = opened.out.splitlines()
+        self.assertEqual([line for line in lines[:6] if not line.startswith("Date:")],
+                         ["From:    Alice <alice@example.org>", "To:      bob@example.com",
+                          "Subject: Plâns", "Status:  Message is encrypted",
+                          "Status:  Message is digitally signed by alice@example.org"])
+        self.assertEqual("\n".join(lines[7:12]) + "\n", TEXT)
+        saved = {path.name: path.read_bytes() for path in (self.folder / "saved").iterdir()}
+        self.assertEqual(set(saved), set(EVERYTHING))
+        self.assertEqual({name: saved[name] for name in FILES}, FILES)
+        self.assertIn("Original message:\n-----BEGIN PGP MESSAGE-----", opened.out)
+        self.assertEqual(sent.read_bytes(), before)
+
+        report = date.json()
+        self.assertEqual(
+            {key: report[key] for key in
+             ("decryptStatus", "signStatus", "signers", "statusText", "body", "resultCode")},
+            {"decryptStatus": 0, "signStatus": 0, "signers": [ALICE], "body": CRLF_TEXT,
+             "statusText": f"Message is encrypted; Message is digitally signed by {ALICE}",
+             "resultCode": 0})
+        self.assertEqual(report["attachments"][0],
+                         {"name": "Übersicht für 2026.pdf", "size": 10240, "decryptStatus": 0,
+                          "signStatus": 0, "signers": [ALICE], "savedAs": None})
+        self.assertEqual([(bar["name"], [button["caption"] for button in bar["buttons"]])
+                          for bar in report["bars"]],
+                         [("Corvessa Status", ["Message is encrypted", "Message is digitally signed",
+                                               "Show original message"])])
+        self.assertEqual([(box["name"], box["answer"]) for box in report["boxes"]],
+                         [("frmSplashScreen", ""), ("frmProgress", ""), ("frmLogin", "cmdOK"),
+                          ("frmMessageStatus", "")])
+        self.assertEqual(self.leftovers(), [])
+        self.assertEqual(list((self.folder / "bob/drive_c/Temp").iterdir()), [])
+
+    def test_attachments_left_to_the_button_are_saved_through_the_dialog(self):
+        sent = self.sent()
+        self.assertDone(self.bob("set", "DisableAutoDecryptAttachments", "1"))
+        opened = self.bob("open", sent, "--save-attachments", self.folder / "saved", "--json")
+        self.assertEqual((opened.err, opened.code), ("", 0))
+        saved = {entry["name"]: pathlib.Path(entry["savedAs"]).read_bytes()
+                 for entry in opened.json()["attachments"]}
+        self.assertEqual({name: saved[name] for name in FILES}, FILES)
+        again = self.bob("open", sent, "--save-attachments", self.folder / "saved")
+        self.assertDone(again, 3, "", f"corvessa-desk: {self.folder}/saved/Übersicht für 2026.pdf is "
+                                      "there already; nothing was saved\n")
+
+    def test_what_cannot_be_read_or_was_changed_is_refused(self):
+        sent = self.sent()
+        unanswered = self.at(self.folder / "bob", "open", sent, "--save-attachments",
+                             self.folder / "no", "--json")
+        report = unanswered.json()
+        self.assertEqual((unanswered.code, report["decryptStatus"], report["resultCode"]), (1, -1, 1))
+        self.assertEqual([entry["decryptStatus"] for entry in report["attachments"]], [None] * 6)
+        self.assertEqual(list((self.folder / "no").iterdir()), [])
+        self.assertIn("corvessa-desk: closed frmLogin unanswered; answer it with --passphrase "
+                      "ADDRESS=FILE\n", unanswered.err)
+
+        signed = self.sent("--no-encrypt", files={"t.csv": b"1;2\n"}).read_bytes()
+        forged = {"text": signed.replace(b"a dash", b"A dash"),
+                  "attachment": signed.replace(b"MTsyCg==", b"MTszCg==")}
+        for what, content in forged.items():
+            with self.subTest(what):
+                self.assertNotEqual(content, signed)
+                done = self.bob("open", self.write("forged.eml", content), "--json")
+                report = done.json()
+                self.assertEqual(done.code, 1)
+                statuses = [report["signStatus"], report["attachments"][0]["signStatus"]]
+                self.assertEqual(statuses, [1, 0] if what == "text" else [0, 1])
+                self.assertEqual(report["signers"], [] if what == "text" else [ALICE])
+        self.assertEqual(self.bob("reply", self.write("f.eml", forged["text"])).code, 1)
+
+    def test_gpg_writes_what_is_opened(self):
+        gpg = Gpg(self)
+        gpg.run("--import", data=(self.template / "alice.asc").read_bytes())
+        self.alice("key", "import", self.write("gina.asc", gpg.public_key()))
+        text = f"{CANARY} – from gpg\n"
+        signed = gpg.run("--armor", "--clearsign", data=text.encode()).stdout
+        both = gpg.run("--armor", "--encrypt", "-r", ALICE, data=signed).stdout
+        sealed = gpg.run("--armor", "--encrypt", "-r", ALICE, data=text.encode()).stdout
+        attached = gpg.run("--encrypt", "-r", ALICE, data=b"attached").stdout
+        for armour, signature, signers in ((both, 0, [GINA]), (sealed, 2, []), (signed, 0, [GINA])):
+            mail = EmailMessage(policy=policy.SMTP)
+            mail["From"], mail["To"] = GINA, ALICE
+            mail.set_content(armour.decode())
+            mail.add_attachment(attached, "application", "octet-stream", filename="a.pgp")
+            report = self.alice("open", self.write("g.eml", mail.as_bytes()), "--json").json()
+            self.assertEqual((report["signStatus"], report["signers"], report["body"].strip()),
+                             (signature, signers, text.strip()))
+
+    def test_charsets_structures_and_pgp_mime_are_shown_as_what_they_are(self):
+        for charset, text in {"windows-1252": "“5 €” – ok", "iso-2022-jp": "こんにちは、世界。",
+                              "koi8-r": "Привет"}.items():
+            mail = EmailMessage(policy=policy.SMTP)
+            mail["From"], mail["To"] = f"{text.split(' ')[0]} <x@example.org>", ALICE
+            mail["Subject"] = text
+            mail.set_content(text + "\n", charset=charset, cte="base64")
+            mail.add_attachment(mail.as_bytes(), "message", "x-odd", filename=text + ".eml")
+            report = self.alice("open", self.write("m.eml", mail.as_bytes()), "--json").json()
+            self.assertEqual((report["subject"], report["body"], report["decryptStatus"],
+                              report["attachments"][0]["name"]),
+                             (text, text + "\r\n", 1, text + ".eml"))
+        pgp_mime = (b"From: a@example.org\r\nTo: alice@example.org\r\nContent-Type: "
+                    b"multipart/encrypted; protocol=\"application/pgp-encrypted\"; boundary=b\r\n\r\n"
+                    b"--b\r\nContent-Type: application/pgp-encrypted\r\n\r\nVersion: 1\r\n--b\r\n"
+                    b"Content-Type: application/octet-stream; name=e.asc\r\n\r\n-----BEGIN PGP "
+                    b"MESSAGE-----\r\n\r\nwV4\r\n--b--\r\n")
+        report = self.alice("open", self.write("p.eml", pgp_mime), "--json")
+        self.assertEqual((report.code, report.json()["decryptStatus"],
+                          [entry["name"] for entry in report.json()["attachments"]]),
+                         (0, 1, ["ATT00001.dat", "e.asc"]))
+
+
+class Responding(DeskCase):
+    def test_drafts_quote_the_decrypted_text_and_are_sent_encrypted(self):
+        sent = self.sent(Message_ID="<first@example.org>")
+        sent.write_bytes(b"Cc: dora@example.org\r\n" + sent.read_bytes())
+        answer = self.write("answer.txt", "Thanks – Bob\n")
+        self.bob("set", "DisableOutgoingEncryption", "1")
+        draft = self.folder / "reply.draft.eml"
+        self.assertDone(self.bob("reply", sent, "--all", "--text", answer, "--out", draft),
+                        out=f"The draft is in {draft}.\n")
+        mail = read_mail(draft)
+        self.assertEqual((mail["To"], mail["Cc"], mail["Subject"], mail["In-Reply-To"],
+                          mail["X-Nimbra-Corvessa-Encrypted-Reply"]),
+                         (f"Alice <{ALICE}>", "dora@example.org", "RE: Plâns", "<first@example.org>",
+                          "True"))
+        body = mail.get_body().get_content().replace("\r\n", "\n")
+        self.assertTrue(body.startswith("Thanks – Bob\n\n\n-----Original Message-----\nFrom: Alice"))
+        self.assertTrue(body.endswith("\n\n" + TEXT))
+        self.assertDone(self.bob("reply", sent, "--out", draft), out=f"The draft is in {draft}.\n")
+        reply = self.bob("send", draft, "--json").json()
+        self.assertEqual((reply["encrypted"], reply["signed"]), (True, True))
+
+        forward = self.bob("forward", sent)
+        self.assertEqual((forward.err, forward.code), ("", 0))
+        mail = email.message_from_string(forward.out, policy=policy.SMTP)
+        self.assertEqual((mail["To"], mail["Subject"], attachments_of(mail)), (None, "FW: Plâns", {}))
+        refused = self.at(self.folder / "bob", "reply", sent, "--out", self.folder / "none.eml")
+        self.assertEqual((refused.code, (self.folder / "none.eml").exists()), (1, False))
+        self.assertTrue(refused.err.endswith("the message could not be decrypted; no draft was made\n"))
+
+
+if __name__ == "__main__":
+    unittest.main()

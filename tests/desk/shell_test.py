@@ -1,0 +1,111 @@
+"""The interactive session, driven through a pseudo-terminal as a person would."""
+
+import re
+import unittest
+
+import pexpect
+
+from desk_case import ALICE, BOB, CANARY, DESK, TEXT, DeskCase, read_mail
+
+PASSPHRASE = "a horse & a battery"
+
+
+class Shell(DeskCase):
+    def shell(self, *arguments):
+        child = pexpect.spawn(DESK, ["--profile", str(self.folder / "bob"), "shell", *arguments],
+                              encoding="utf-8", timeout=20, dimensions=(50, 100))
+        self.addCleanup(child.close)
+        child.expect_exact("desk> ")
+        return child
+
+    @staticmethod
+    def obey(child, line):
+        """Gives what came before the next prompt, without what moves the cursor."""
+        child.sendline(line)
+        child.expect_exact("desk> ")
+        return re.sub(r"\x1b\[[0-9;?]*[A-Za-z]|\r", "", child.before)
+
+    def log_in(self, child, passphrase=PASSPHRASE):
+        child.expect("Passphrase: *")
+        child.sendline(passphrase)
+
+    def test_a_session_stays_connected(self):
+        sent = self.sent(files={})
+        answer = self.write("answer.txt", "Thanks\n")
+        out = self.folder / "reply.eml"
+        child = self.shell()
+        child.sendline(f'open "{sent}"')
+        self.log_in(child, "wrong")
+        child.expect_exact("incorrect")
+        self.log_in(child)
+        child.expect_exact("desk> ")
+        first = child.before
+        self.assertIn(CANARY, first)
+        self.assertNotIn(PASSPHRASE, first)
+        # Opened a second time nobody is asked: the passphrase is remembered for the session.
+        self.assertIn("Message is digitally signed by alice@example.org", self.obey(child, f"open {sent}"))
+        self.assertIn("1   from Alice: Plâns\n2 * from Alice: Plâns\n", self.obey(child, "windows"))
+        self.assertIn("1   from Alice: Plâns\n2 * from Alice: Plâns\n", self.obey(child, "window 1"))
+        child.sendline("click Message is encrypted")
+        child.expect_exact("This message is encrypted")
+        child.expect(r"Choose|>|:")
+        child.sendline("q")
+        child.expect_exact("desk> ")
+        self.assertIn("Corvessa Options: [x] Encrypt on send, [x] Sign on send\n",
+                      self.obey(child, f"reply {answer}"))
+        self.assertIn("Corvessa Options: [x] Encrypt on send, [ ] Sign on send\n",
+                      self.obey(child, "click Sign on send"))
+        self.assertIn(f"Sent encrypted, not signed: {out}\n", self.obey(child, f"send {out}"))
+        self.assertIn("there is no command opne", self.obey(child, "opne"))
+        # The line before comes back with the arrow key.
+        self.assertIn("1   from Alice", self.obey(child, "windows"))
+        self.assertIn("1   from Alice", self.obey(child, "\x1b[A"))
+        self.obey(child, "close")
+        self.obey(child, "close")
+        self.assertIn("no window is open", self.obey(child, "bars"))
+        child.sendline("quit")
+        child.expect(pexpect.EOF)
+        child.close()
+        self.assertEqual(child.exitstatus, 0)
+        opened = self.alice("open", out, "--json").json()
+        self.assertTrue(opened["body"].startswith("Thanks\r\n\r\n\r\n-----Original Message-----\r\n"))
+        self.assertEqual(self.leftovers(), [])
+
+    def test_a_passphrase_is_forgotten_when_its_time_is_over(self):
+        self.assertDone(self.bob("set", "PassphraseMemory", "-1"))
+        sent = self.sent(files={})
+        child = self.shell()
+        for _ in range(2):
+            child.sendline(f"open {sent}")
+            self.log_in(child)
+            child.expect_exact("desk> ")
+            self.assertIn(CANARY, child.before)
+        self.obey(child, "wait 1")
+        child.sendeof()
+        child.expect(pexpect.EOF)
+
+    def test_a_script_learns_of_a_failure(self):
+        sent = self.sent(files={})
+        script = self.write("script", f"open {sent}\nsend x.eml\nclose\nquit\n")
+        with open(script, "rb") as lines:
+            done = self.bob("shell", stdin=lines)
+        self.assertDone(done, 2, err="corvessa-desk: the message in front was received; only a draft "
+                                     "can be sent\n")
+        self.assertTrue(done.out.replace("\n", "").endswith(TEXT.replace("\n", "")))
+
+    def test_a_new_key_asks_twice_without_echo(self):
+        arguments = ["--profile", str(self.folder / "new"), "key", "generate", BOB]
+        for second, code in ((PASSPHRASE, 0), ("other", 1)):
+            child = pexpect.spawn(DESK, arguments, encoding="utf-8", timeout=20)
+            child.expect_exact("Passphrase for the new key: ")
+            child.sendline(PASSPHRASE)
+            child.expect_exact("Once more: ")
+            child.sendline(second)
+            child.expect(pexpect.EOF)
+            self.assertNotIn("horse", child.before)
+            child.close()
+            self.assertEqual(child.exitstatus, code)
+
+
+if __name__ == "__main__":
+    unittest.main()
