@@ -203,11 +203,10 @@ void frmManageUserKeys::EnableAll(bool enabled) {
 }
 
 void frmManageUserKeys::Accept() {
-  const bool was_disabled = g_bDisableKVPEntirely;
   StorePreferences();
   Unload();
   // An add-in that was disabled when Outlook started has no timer yet.
-  if (was_disabled && !g_bDisableKVPEntirely) static_cast<void>(Housekeeping());
+  if (!g_bDisableKVPEntirely) static_cast<void>(Housekeeping());
 }
 
 void frmManageUserKeys::StorePreferences() {
@@ -226,6 +225,8 @@ void frmManageUserKeys::StorePreferences() {
 }
 
 void frmManageUserKeys::SaveSettings() {
+  // Closed down behind a prompt: what is in memory is nobody's settings.
+  if (!g_bSettingsLoaded) return;
   ReplayUnsavedChanges();
   static_cast<void>(RegistryHandlers::WriteUserAccountInfo());
   unsaved_changes_.clear();

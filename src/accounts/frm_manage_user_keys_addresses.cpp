@@ -14,6 +14,7 @@
 #include "forms/frm_e_mail.h"
 #include "forms/frm_generic.h"
 #include "forms/frm_modal_show_in_taskbar.h"
+#include "forms/unload_at_end.h"
 
 namespace corvessa {
 namespace {
@@ -25,16 +26,15 @@ constexpr std::int32_t kCannotTell = -1;
 
 std::string AskForAddress() {
   const auto form = std::make_shared<frmEMail>();
-  const std::string address = form->GetUserDlg();
-  form->Unload();
-  return address;
+  const UnloadAtEnd unload(*form);
+  return form->GetUserDlg();
 }
 
 }  // namespace
 
 void frmManageUserKeys::Add() {
   const std::string address = AskForAddress();
-  if (address.empty()) return;
+  if (address.empty() || !IsLoaded()) return;
   if (!g_bDisableKeyGen) AddAccount(address);
   UpdateButtons();
   const std::int32_t answer = Guarded("frmManageUserKeys::cmdAdd_Click - ", kCannotTell,
@@ -114,8 +114,9 @@ void frmManageUserKeys::ShowProperties() {
   }
   const bool awaits_signer = !chkSignOutgoing.Checked() && !UserManagement::GetSigningAccount();
   const auto options = std::make_shared<frmAliasOptions>(account);
+  const UnloadAtEnd unload(*options);
   ShowModalForm(*options);
-  options->Unload();
+  if (!IsLoaded()) return;
   // The settings may have been reloaded meanwhile, which makes the accounts anew.
   if (const NimbraAccountPtr current = UserManagement::GetNimbraAccountUser(address)) {
     current->m_bSigning = account->m_bSigning;

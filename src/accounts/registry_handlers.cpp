@@ -118,20 +118,56 @@ bool Succeeded(RegistryStatus status) {
   return status == kRegistrySuccess || status == kRegistryMoreData;
 }
 
+using Aliases = std::unordered_set<std::string>;
+
+/// What the last load of the accounts saw, and whether that was all there is.
+struct LastLoad {
+  Aliases seen;
+  bool complete = true;
+};
+
+LastLoad& Last() {
+  static LastLoad load;
+  return load;
+}
+
+Aliases AliasesInMemory() {
+  Aliases aliases;
+  for (const NimbraAccountPtr& account : g_colAccounts) aliases.insert(account->m_sAlias);
+  return aliases;
+}
+
 /// Adds an account for every subkey, names compared exactly, until the enumeration ends; gives the
-/// status that ended it. The names seen are kept aside so that many accounts load in linear time.
+/// status that ended it. The names are kept aside so that many accounts load in linear time.
 RegistryStatus ReadAccounts(RegistryKey& accounts) {
-  std::unordered_set<std::string> seen;
+  // A nested load, behind the message of the mail mode, may have been here first.
+  Aliases listed = AliasesInMemory();
   std::string name;
   for (std::uint32_t index = 0;; ++index) {
     const RegistryStatus status = accounts.EnumerateKey(index, name);
     if (!Succeeded(status)) return status;
     auto account = std::make_shared<NimbraAccount>();
     if (!account->ReadAccount(accounts, name)) {
-      g_bAccountsIncomplete = true;
+      Last().complete = false;
       continue;
     }
-    if (seen.insert(account->m_sAlias).second) g_colAccounts.push_back(std::move(account));
+    Last().seen.insert(name);
+    if (listed.insert(name).second) g_colAccounts.push_back(std::move(account));
+  }
+}
+
+/// Takes out what is to be written anew: everything, or what the last load saw and is no longer
+/// wanted when it did not see everything.
+void RemoveStoredAccounts() {
+  if (Last().complete) {
+    DeleteRegistryKeyTree(CurrentUser(), kAccountsKey);
+    return;
+  }
+  const RegistryKeyPtr accounts = OpenOrCreate(CurrentUser(), kAccountsKey);
+  if (!accounts) return;
+  const Aliases wanted = AliasesInMemory();
+  for (const std::string& alias : Last().seen) {
+    if (wanted.count(alias) == 0) DeleteRegistryKeyTree(*accounts, alias);
   }
 }
 
@@ -143,17 +179,17 @@ std::int32_t ReadUserAccountInfo() {
     ReadPreferences();
     ReadEditionSwitches();
     g_colAccounts.clear();
-    g_bAccountsIncomplete = true;
+    Last() = {.seen = {}, .complete = false};
     CheckMailMode();
     RegistryKeyPtr accounts;
     status = CurrentUser().Create(kAccountsKey, accounts);
     if (status != kRegistrySuccess) return;
-    g_bAccountsIncomplete = false;
+    Last().complete = true;
     status = ReadAccounts(*accounts);
     if (status == kRegistryNoMoreItems) {
       status = kRegistrySuccess;
     } else {
-      g_bAccountsIncomplete = true;
+      Last().complete = false;
     }
   });
   return status;
@@ -163,13 +199,17 @@ std::int32_t WriteUserAccountInfo() {
   RegistryStatus status = kRegistrySuccess;
   Guarded("RegistryHandlers:WriteUserAccountInfo - ", [&] {
     WritePreferences();
-    if (!g_bAccountsIncomplete) DeleteRegistryKeyTree(CurrentUser(), kAccountsKey);
+    RemoveStoredAccounts();
     RegistryKeyPtr accounts;
     status = CurrentUser().Create(kAccountsKey, accounts);
     if (status != kRegistrySuccess) return;
     for (const NimbraAccountPtr& account : g_colAccounts) account->WriteAccount(*accounts);
   });
   return status;
+}
+
+void ForgetLastLoad() {
+  Last() = {};
 }
 
 std::string GetVersionValue(std::string_view name) {

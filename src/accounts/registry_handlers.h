@@ -20,8 +20,12 @@ namespace RegistryHandlers {
 std::int32_t ReadUserAccountInfo();
 
 /// Saves the user's preferences and rewrites the accounts from g_colAccounts. 0, or the Win32 error
-/// of creating the Accounts key.
+/// of creating the Accounts key. After a load that could not see every account, the ones it did not
+/// see are kept: they are not what the user removed.
 std::int32_t WriteUserAccountInfo();
+
+/// Forgets what the last load saw; for the end of the process's state.
+void ForgetLastLoad();
 
 /// A fixed value of the edition; "" when it is absent or of 255 bytes or more.
 std::string GetVersionValue(std::string_view name);

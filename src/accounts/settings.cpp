@@ -18,6 +18,5 @@ bool g_bADKEnabled = false;
 bool g_bSettingsLoaded = false;
 
 NimbraAccounts g_colAccounts;
-bool g_bAccountsIncomplete = false;
 
 }  // namespace corvessa

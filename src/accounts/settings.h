@@ -38,8 +38,4 @@ using NimbraAccounts = std::vector<NimbraAccountPtr>;
 /// The user's secured addresses in registry order, additions at the end.
 extern NimbraAccounts g_colAccounts;
 
-/// The last load could not see every stored account. A save then adds and changes accounts but
-/// deletes none, because what was not seen is not what the user removed.
-extern bool g_bAccountsIncomplete;
-
 }  // namespace corvessa

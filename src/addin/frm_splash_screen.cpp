@@ -20,6 +20,8 @@ frmSplashScreen::frmSplashScreen()
       imgSplashImage(*this, "imgSplashImage", {0, 0, 400, 59}),
       lblAppInfo(*this, "lblAppInfo", {7, 66, 386, 17}),
       lblCaption(*this, "lblCaption", {7, 90, 386, 17}) {
+  // An address may hold "&".
+  lblCaption.UseMnemonic = lblAppInfo.UseMnemonic = false;
   lblAppInfo.OnChange = PaintNow;
   lblCaption.OnChange = PaintNow;
 }

@@ -30,6 +30,12 @@ std::shared_ptr<OutlookSupport> g_oOutlookSupport;
 
 namespace {
 
+/// Painting the splash screen and every prompt let events in, and one of them may be the
+/// disconnection, which puts the process back to its initial state.
+bool IsConnected() {
+  return g_bSettingsLoaded;
+}
+
 std::shared_ptr<frmSplashScreen> ShowSplashScreen() {
   TraceLog("Launching splash screen...");
   auto splash = std::make_shared<frmSplashScreen>();
@@ -49,7 +55,7 @@ void CheckForUpdates(frmSplashScreen& splash) {
 void StartEngine(frmSplashScreen& splash) {
   TraceLog("Initializing key server...");
   splash.SetCaption("Initializing key server...");
-  CreateCrypto();
+  if (IsConnected()) CreateCrypto();
 }
 
 void OfferToRegisterKeys() {
@@ -70,12 +76,14 @@ void OfferFirstAddress() {
 
 void OfferKeysOrFirstAddress(frmSplashScreen& splash) {
   splash.SetCaption("Initializing secure email addresses...");
+  if (!IsConnected()) return;
   if (g_colAccounts.empty()) {
     splash.Unload();
     return OfferFirstAddress();
   }
   splash.SetCaption("Searching for encryption keys...");
   const std::int32_t key_pairs = UserManagement::GetKeyPairCount(&splash);
+  if (!IsConnected()) return;
   if (key_pairs == 0 && !g_bDisableKeyGen) {
     splash.Unload();
     OfferToRegisterKeys();
@@ -100,12 +108,12 @@ void OutlookSupport::Initialise(const platform::ApplicationPtr& application) {
     platform::Host().clock.Randomize();
     CDO_Addresses::g_bWarnAboutCDO = true;
     if (!m_vInitialised) TrackOpenWindows(application);
-    if (g_bDisableKVPEntirely) return;
+    if (!IsConnected() || g_bDisableKVPEntirely) return;
     const auto splash = ShowSplashScreen();
-    CheckForUpdates(*splash);
-    StartEngine(*splash);
-    OfferKeysOrFirstAddress(*splash);
-    Housekeeping();
+    if (IsConnected()) CheckForUpdates(*splash);
+    if (IsConnected()) StartEngine(*splash);
+    if (IsConnected()) OfferKeysOrFirstAddress(*splash);
+    if (IsConnected()) Housekeeping();
     splash->Unload();
   });
 }
@@ -117,15 +125,18 @@ void OutlookSupport::TrackOpenWindows(const platform::ApplicationPtr& applicatio
   m_oExplorers = m_oApplication->Explorers();
   explorers_events_ = m_oExplorers->Subscribe(*this);
   m_oActiveExplorers = std::make_shared<ActiveExplorers>();
-  m_oActiveExplorers->AddExplorer(m_oApplication->ActiveExplorer(), true);
-  m_oInspectors = m_oApplication->Inspectors();
+  m_oActiveExplorers->AddExplorer(application->ActiveExplorer(), true);
+  // Its node loads the settings, which may tell the user something; Outlook may end behind that.
+  if (!m_oActiveExplorers) return;
+  m_oInspectors = application->Inspectors();
   inspectors_events_ = m_oInspectors->Subscribe(*this);
   m_oActiveInspectors = std::make_shared<ActiveInspectors>();
-  m_oActiveInspectors->AddInspector(m_oApplication->ActiveInspector());
+  m_oActiveInspectors->AddInspector(application->ActiveInspector());
   m_vInitialised = true;
   if (!g_bSettingsLoaded) {
-    RegistryHandlers::ReadUserAccountInfo();
     g_bSettingsLoaded = true;
+    RegistryHandlers::ReadUserAccountInfo();
+    if (!IsConnected()) return;
   }
   BuildCaptions();
   TraceLog("Inspectors initialized...");

@@ -1,5 +1,6 @@
 #include "addin/process_state.h"
 
+#include "accounts/registry_handlers.h"
 #include "accounts/settings.h"
 #include "accounts/user_management.h"
 #include "addin/captions.h"
@@ -19,8 +20,7 @@ void ResetSettings() {
        {&g_bDisableKVPEntirely, &g_bDisableAutoDecryptAndVerify, &g_bDisableOutgoingEncryption,
         &g_bDisableOutgoingSigning, &g_bDisableInternetMode, &g_bDisableCorporateOrWorkgroupMode,
         &g_bDisableAutoDecryptAttachments, &g_bDisableKeyGen, &g_bNoToolbarButtonText,
-        &g_bADKEnabled, &g_bSettingsLoaded, &g_bAccountsIncomplete,
-        &CDO_Addresses::g_bWarnAboutCDO}) {
+        &g_bADKEnabled, &g_bSettingsLoaded, &CDO_Addresses::g_bWarnAboutCDO}) {
     *flag = false;
   }
   g_lPassphraseMemory = 0;
@@ -45,6 +45,7 @@ void ResetProcessState() noexcept {
   // An account may be held elsewhere for a moment longer; its passphrase goes now.
   UserManagement::ForgetAllPassphrases();
   g_colAccounts.clear();
+  RegistryHandlers::ForgetLastLoad();
   g_colTempFiles.clear();
   ResetSettings();
   ResetCaptions();

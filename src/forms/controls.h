@@ -82,7 +82,8 @@ class CheckBox final : public CaptionedControl {
   bool checked_ = false;
 };
 
-/// The buttons of a form that stand in one container are one group: at most one is selected.
+/// The buttons of one name, a control array, are one group wherever they stand: at most one is
+/// selected. A host must not group them by container.
 class OptionButton final : public CaptionedControl {
  public:
   OptionButton(Form& form, std::string name, int index, Rect bounds, std::string caption);

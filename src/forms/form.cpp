@@ -63,7 +63,7 @@ void Form::ShowModal(Form* owner) {
   });
   modal_ = false;
   if (error.number == 0) return;
-  visible_ = false;
+  Ignoring([&] { Hide(); });
   throw error;
 }
 

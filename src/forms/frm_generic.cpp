@@ -6,6 +6,7 @@
 #include "forms/dialog_results.h"
 #include "forms/frm_modal_show_in_taskbar.h"
 #include "forms/text_layout.h"
+#include "forms/unload_at_end.h"
 
 namespace corvessa {
 
@@ -53,8 +54,8 @@ std::int32_t ShowGeneric(std::string_view message, std::int32_t type) {
   const auto form = std::make_shared<frmGeneric>();
   form->setMessage(message);
   form->setType(type);
+  const UnloadAtEnd unload(*form);
   ShowModalForm(*form);
-  form->Unload();
   return form->Result();
 }
 

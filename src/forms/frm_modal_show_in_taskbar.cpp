@@ -3,24 +3,9 @@
 #include <memory>
 
 #include "branding/customization.h"
+#include "forms/unload_at_end.h"
 
 namespace corvessa {
-namespace {
-
-/// Unloads the form at the end, also when showing the dialog failed.
-class UnloadAtEnd {
- public:
-  explicit UnloadAtEnd(Form& form) : form_(form) {}
-  ~UnloadAtEnd() { form_.Unload(); }
-  UnloadAtEnd(const UnloadAtEnd&) = delete;
-  UnloadAtEnd& operator=(const UnloadAtEnd&) = delete;
-
- private:
-  Form& form_;
-};
-
-}  // namespace
-
 frmModalShowInTaskbar::frmModalShowInTaskbar() : Form("frmModalShowInTaskbar", "", 0, 0) {
   OffScreen = true;
   SetShowsInTaskbar(true);

@@ -7,6 +7,7 @@
 #include "accounts/registry_handlers.h"
 #include "accounts/settings.h"
 #include "addin/captions.h"
+#include "addin/services.h"
 #include "base/guard.h"
 #include "branding/customization.h"
 #include "tracking/transp_cmd_bar.h"
@@ -94,7 +95,9 @@ void ConfigurationButtons::m_oConfigureBtn_Click(bool& /*cancel_default*/) {
   // nothing below may touch a member.
   Guarded("ConfigurationButtons::m_oConfigureBtn_Click - ", [] {
     static_cast<void>(RegistryHandlers::ReadUserAccountInfo());
-    if (IsMailModeRefused()) return;
+    if (!g_bSettingsLoaded || IsMailModeRefused()) return;
+    // The reload may have enabled an add-in that was disabled when Outlook started.
+    if (!g_bDisableKVPEntirely) static_cast<void>(Housekeeping());
     if (const FormPtr open = FindVisibleSettingsDialog()) {
       open->Show();
     } else {

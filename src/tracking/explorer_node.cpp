@@ -28,10 +28,10 @@ void ExplorerNode::Initialise(const platform::ExplorerPtr& explorer, std::int32_
 }
 
 void ExplorerNode::LoadSettingsAndAddButton() {
-  RegistryHandlers::ReadUserAccountInfo();
+  // Set first: a disconnection behind a message of the load takes it back.
   g_bSettingsLoaded = true;
-  // The window may have been closed behind a message of the settings.
-  if (!IsOpen()) return;
+  RegistryHandlers::ReadUserAccountInfo();
+  if (!g_bSettingsLoaded || !IsOpen()) return;
   m_oConfigButtons = std::make_shared<ConfigurationButtons>();
   bool done = false;
   m_oConfigButtons->InitButtons(m_oOLExplorer, done);

@@ -30,7 +30,10 @@ using ::testing::ElementsAre;
 
 class SettingsDialogTest : public AddInFixture {
  protected:
-  SettingsDialogTest() { ui.AllowForm("frmManageUserKeys"); }
+  SettingsDialogTest() {
+    ui.AllowForm("frmManageUserKeys");
+    g_bSettingsLoaded = true;
+  }
 
   /// A user with these addresses, the first of which signs when `signs`.
   void HaveAccounts(const std::vector<std::string>& addresses, bool signs) {

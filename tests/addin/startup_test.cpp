@@ -238,6 +238,28 @@ TEST_F(Startup, ASecondInitialiseKeepsTheWindowsAndTheDeleteQueue) {
   EXPECT_EQ(LoadedFormNames(), Lines{"frmTimer"});
 }
 
+TEST_F(Startup, ADisconnectionBehindAnyOfItsPaintsLosesNothingAndLeavesNothingBehind) {
+  StoreAccount("ann@example.org", true);
+  SetPreference("PassphraseMemory", 7);
+  AllowError("OutlookSupport::Initialise - ");
+  outlook.AddExplorer();
+  bool disconnected = true;
+  for (int paint = 1; disconnected; ++paint) {
+    disconnected = false;
+    int paints = 0;
+    ui.on_do_events = [&](int) {
+      if (++paints != paint) return;
+      disconnected = true;
+      Disconnect();
+    };
+    ConnectTracing();
+    ui.on_do_events = {};
+    EXPECT_EQ(LoadedFormNames(), disconnected ? Lines{} : Lines{"frmTimer"}) << paint;
+    EXPECT_EQ(StoredAccounts(), Lines{"ann@example.org (signs)"}) << paint;
+    EXPECT_EQ(Preference("PassphraseMemory"), 7) << paint;
+  }
+}
+
 TEST_F(Startup, CloseDownDeletesWhatIsQueuedAndForgetsPassphrases) {
   StoreAccount("ann@example.org");
   outlook.AddExplorer();

@@ -17,6 +17,7 @@ class ConfigurationButtonTest : public AddInFixture {
   ConfigurationButtonTest() {
     SetEdition("URLMain", "http://example.com/");
     ui.AllowForm("frmManageUserKeys");
+    g_bSettingsLoaded = true;
   }
 
   bool Init() {
