@@ -5,7 +5,6 @@ peer.py read FILE        prints what it reads
 """
 
 import email
-import hashlib
 import pathlib
 import random
 import sys
@@ -16,7 +15,7 @@ SMTP = policy.SMTP
 
 
 def escaped(text):
-    return text.replace("\\", "\\\\").replace("\r", "\\r").replace("\n", "\\n")
+    return text.replace("\r", "\\r").replace("\n", "\\n")
 
 
 def mailboxes(message, field):
@@ -61,11 +60,10 @@ def described(message):
             lines.append(f"{name}: {value}")
     lines += [f"{kind}: {escaped(text_of(body))}" for kind, body in zip(("text", "html"), bodies)]
     for part in attachments(message, bodies):
-        data = data_of(part)
         inline = " inline" if part.get_content_disposition() == "inline" else ""
         lines.append(
             f"attachment: {part.get_filename('')}|{part.get_content_type()}|"
-            f"{(part['Content-ID'] or '').strip('<>')}{inline}|{len(data)}|{hashlib.sha256(data).hexdigest()}"
+            f"{(part['Content-ID'] or '').strip('<>')}{inline}|{data_of(part).hex()}"
         )
     return "\n".join(lines) + "\n"
 

@@ -4,8 +4,6 @@
 #include <cctype>
 #include <cstddef>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <utility>
 
 #include "addin/debug_info.h"
@@ -68,11 +66,6 @@ bool IsErrorLine(std::string_view entry) {
   return routine > 0 && entry.substr(routine).starts_with(" - ");
 }
 
-std::string ContentOf(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 /// The ordinary files below a folder that satisfy a condition, relative to it, sorted.
 template <class Condition>
 std::vector<std::string> FilesBelow(const fs::path& folder, Condition condition) {
@@ -123,6 +116,11 @@ void AddInFixture::InstallServices(EngineChoice engine) {
   platform::EngineFactory& factory =
       real_engine_ ? *real_engine_ : static_cast<platform::EngineFactory&>(scripted_engine);
   faulty_engine_ = std::make_unique<FaultyEngineFactory>(factory, faults);
+  InstallHostWith(ui);
+}
+
+void AddInFixture::InstallHostWith(platform::Ui& back_end) {
+  platform::RemoveHost();
   platform::InstallHost({outlook.Cdo(),
                          clipboard,
                          clock,
@@ -132,7 +130,7 @@ void AddInFixture::InstallServices(EngineChoice engine) {
                          outlook.Redemption(),
                          faulty_registry_,
                          shell,
-                         ui,
+                         back_end,
                          {1, 0, 0, std::string(kProductFolder)}});
 }
 

@@ -42,6 +42,9 @@ class AddInFixture : public ::testing::Test {
   /// Disconnects, checks and resets the process. Overriding ones call it.
   void TearDown() override;
 
+  /// From now on the forms are shown there.
+  void InstallHostWith(platform::Ui& back_end);
+
   /// What Outlook does at its start and end. The trace switch is then as it is stored: on, unless
   /// the test stored another.
   void ConnectAddIn();

@@ -1,14 +1,13 @@
 #include "support/form_checks.h"
 
 #include <cstdlib>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <vector>
 
 #include "base/text.h"
 #include "forms/controls.h"
 #include "forms/text_layout.h"
+#include "support/temp_folder.h"
 
 namespace corvessa::testing {
 namespace {
@@ -65,11 +64,10 @@ void ExpectTidyLayout(const Form& form) {
 void ExpectGolden(std::string_view name, const std::string& text) {
   const std::string path = CORVESSA_GOLDEN_FOLDER "/" + std::string(name) + ".txt";
   if (std::getenv("CORVESSA_WRITE_GOLDEN") != nullptr) {
-    std::ofstream(path, std::ios::binary) << text;
+    WriteContent(path, text);
     return;
   }
-  std::ifstream file(path, std::ios::binary);
-  EXPECT_EQ(text, std::string(std::istreambuf_iterator<char>(file), {})) << path;
+  EXPECT_EQ(text, ContentOf(path)) << path;
 }
 
 void ExpectGoldenForm(std::string_view name, const Form& form) {

@@ -1,9 +1,7 @@
 #include "support/gpg.h"
 
 #include <cstdlib>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <sys/wait.h>
 
 namespace corvessa::testing {
@@ -12,11 +10,6 @@ namespace {
 /// For the shell; the arguments are the tests' own and hold no quotation mark.
 std::string Quoted(const std::string& argument) {
   return "'" + argument + "' ";
-}
-
-std::string Content(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 }  // namespace
@@ -34,7 +27,7 @@ Gpg::~Gpg() {
 }
 
 std::string Gpg::Write(std::string_view name, std::string_view content) {
-  std::ofstream(Path(name), std::ios::binary) << content;
+  WriteContent(Path(name), content);
   return Path(name);
 }
 
@@ -46,8 +39,8 @@ Gpg::Outcome Gpg::Run(const std::vector<std::string>& arguments) {
   for (const std::string& argument : arguments) command += Quoted(argument);
   command += ">" + Quoted(Path("output")) + "2>" + Quoted(Path("messages")) + "</dev/null";
   const int status = std::system(command.c_str());
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Content(Path("output")),
-          Content(Path("messages"))};
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ContentOf(Path("output")),
+          ContentOf(Path("messages"))};
 }
 
 void Gpg::Import(std::string_view keys, std::string_view passphrase) {

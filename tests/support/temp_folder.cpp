@@ -1,8 +1,9 @@
 #include "support/temp_folder.h"
 
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <stdlib.h>
-#include <string>
 #include <system_error>
 
 namespace corvessa::testing {
@@ -16,6 +17,15 @@ TempFolder::TempFolder() {
 TempFolder::~TempFolder() {
   std::error_code ignored;
   std::filesystem::remove_all(path_, ignored);
+}
+
+std::string ContentOf(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void WriteContent(const std::filesystem::path& path, std::string_view bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
 }
 
 }  // namespace corvessa::testing

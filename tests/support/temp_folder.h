@@ -1,10 +1,13 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
+#include <string_view>
 
 namespace corvessa::testing {
 
-/// A fresh private folder below the system's temporary folder, removed with all it holds at the end.
+/// A fresh private folder below the system's temporary folder, removed with all it holds at the
+/// end.
 class TempFolder {
  public:
   TempFolder();
@@ -18,5 +21,10 @@ class TempFolder {
  private:
   std::filesystem::path path_;
 };
+
+/// A whole file's bytes; none when it is not there.
+std::string ContentOf(const std::filesystem::path& path);
+/// Makes or replaces the file.
+void WriteContent(const std::filesystem::path& path, std::string_view bytes);
 
 }  // namespace corvessa::testing

@@ -1,0 +1,400 @@
+#include "desk/mail/mail_io.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <iomanip>
+#include <signal.h>
+#include <sstream>
+#include <stdio.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include "base/error.h"
+#include "base/guard.h"
+#include "base/text.h"
+#include "desk/mail/mail.h"
+#include "support/temp_folder.h"
+
+namespace corvessa::desk::mail {
+namespace {
+
+using corvessa::testing::ContentOf;
+using corvessa::testing::TempFolder;
+using corvessa::testing::WriteContent;
+using ::testing::ElementsAre;
+using ::testing::Field;
+using ::testing::HasSubstr;
+
+std::string OnOneLine(const std::string& text) {
+  return Replace(Replace(text, "\r", "\\r"), "\n", "\\n");
+}
+
+/// A mail in the form that peer.py prints, so that both readings can be compared whole.
+std::string Described(const Mail& mail) {
+  std::ostringstream out;
+  out << std::setfill('0');
+  const auto list = [&](const char* field, const std::vector<Mailbox>& mailboxes) {
+    for (const auto& box : mailboxes)
+      out << field << ": " << box.name << "|" << box.address << "\n";
+  };
+  if (mail.from != Mailbox{}) list("from", {mail.from});
+  list("to", mail.to);
+  list("cc", mail.cc);
+  list("bcc", mail.bcc);
+  list("reply-to", mail.reply_to);
+  out << "subject: " << mail.subject << "\ndate: ";
+  if (mail.date) out << *mail.date;
+  out << "\n";
+  for (const auto& field : mail.fields)
+    if (field.name.starts_with("X-")) out << field.name << ": " << field.value << "\n";
+  out << "text: " << OnOneLine(mail.body_text) << "\nhtml: " << OnOneLine(mail.body_html) << "\n";
+  for (const auto& attachment : mail.attachments) {
+    out << "attachment: " << attachment.file_name << "|" << attachment.content_type << "|"
+        << attachment.content_id << (attachment.is_inline ? " inline" : "") << "|" << std::hex;
+    for (const unsigned char byte : attachment.data.Bytes()) out << std::setw(2) << +byte;
+    out << "\n";
+  }
+  return out.str();
+}
+
+/// What peer.py prints for these arguments; a failing peer fails the test.
+std::string Peer(const std::string& command, const std::filesystem::path& path) {
+  FILE* const pipe =
+      popen(("python3 '" MAIL_PEER "' " + command + " '" + path.string() + "'").c_str(), "r");
+  std::string output;
+  char piece[4096];
+  while (const auto count = fread(piece, 1, sizeof piece, pipe)) output.append(piece, count);
+  EXPECT_EQ(pclose(pipe), 0) << "peer.py " << command << " " << path;
+  return output;
+}
+
+TEST(LoadMail, ReadsWhatPythonComposedAsPythonReadsIt) {
+  const TempFolder folder;
+  Peer("compose", folder.Path());
+  int count = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
+    auto path = entry.path();
+    if (path.extension() != ".eml") continue;
+    ++count;
+    const auto described = Described(LoadMail(path));
+    EXPECT_EQ(described, ContentOf(path.replace_extension(".txt"))) << path;
+  }
+  EXPECT_EQ(count, 15);
+}
+
+TEST(LoadMail, HeaderTextInEveryFormThatTravels) {
+  const std::vector<std::pair<std::string, std::string>> subjects = {
+      {"=?utf-8?B?w6k=?= =?UTF-8?b?w6jDqA==?=\r\n =?utf-8?B?w6k=?= end", "éèèé end"},
+      {"caf\xE9 raw", "café raw"},
+      {"=?utf-8?Q?a=0D=0ABcc:_x@y?=", "a  Bcc: x@y"},
+      {"=?unknown?Q?a?= =?utf-8?B?", "a =?utf-8?B?"},
+  };
+  for (const auto& [raw, subject] : subjects)
+    EXPECT_EQ(ParseMail("Subject: " + raw + "\r\n\r\n").subject, subject) << raw;
+}
+
+TEST(LoadMail, NoRecipientVanishes) {
+  const auto mail = ParseMail(
+      "To: a@b.org; Bob Smith,\n =?utf-8?B?w6k=?= <c@d.org>\nCc: odd.@docomo.example\n"
+      "Bcc: x@b\xC3\xBC"
+      "cher.example, Half <h@x.org\n\n");
+  EXPECT_THAT(mail.to, ElementsAre(Mailbox{"", "a@b.org"}, Mailbox{"Bob Smith", ""},
+                                   Mailbox{"é", "c@d.org"}));
+  EXPECT_THAT(mail.cc, ElementsAre(Mailbox{"", "odd.@docomo.example"}));
+  EXPECT_THAT(mail.bcc,
+              ElementsAre(Mailbox{"", "x@xn--bcher-kva.example"}, Mailbox{"Half", "h@x.org"}));
+}
+
+TEST(LoadMail, BodyTextWhateverItsLabelSays) {
+  const std::vector<std::pair<std::string, std::string>> bodies = {
+      {"charset=utf-8\n\ncaf\xE9 \x80", "café €"},
+      {"charset=iso-8859-1\n\n\x93x\x94", "“x”"},
+      {"charset=utf-8\n\n\xC3\xA9 \xFF!", "é \uFFFD!"},
+      {"charset=iso-2022-jp\n\n\x1B$B$\"\x1B(B \xFF", "あ \uFFFD"},
+      {"charset=shift_jis\n\n\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E.\xC3\xA9", "日本語.é"},
+      {"charset=utf-8\n\n\xEF\xBB\xBFmark", "mark"},
+      {"charset=utf-8\n\na\r\nb\nc\rd\r\r\ne\n", "a\r\nb\r\nc\r\nd\r\ne\r\n"},
+  };
+  for (const auto& [raw, text] : bodies) {
+    const auto mail = ParseMail("From: a@b\nContent-Type: text/plain; " + raw);
+    EXPECT_EQ(mail.body_text, text) << raw;
+    EXPECT_FALSE(mail.incomplete);
+  }
+}
+
+std::string Multipart(const std::string& subtype, const std::vector<std::string>& parts) {
+  const auto boundary = "b" + std::to_string(parts.size()) + subtype;
+  auto text = "Content-Type: multipart/" + subtype + "; boundary=" + boundary + "\n\n";
+  for (const auto& part : parts) text += "--" + boundary + "\n" + part + "\n";
+  return text + "--" + boundary + "--\n";
+}
+
+/// Both bodies, then "name=data" of each attachment, one a line.
+std::string Sorted(const std::string& raw) {
+  const auto mail = ParseMail("From: a@b\n" + raw);
+  auto text = mail.body_text + "\n" + mail.body_html + "\n";
+  for (const auto& attachment : mail.attachments)
+    text += attachment.file_name + "=" + attachment.data.Bytes() + "\n";
+  return text;
+}
+
+const std::string kFile = "Content-Disposition: attachment; filename=f\n\nfile";
+
+TEST(LoadMail, SortsPartsIntoBodiesAndAttachments) {
+  const std::string one = "\none";
+  const std::string html = "Content-Type: text/html\n\n<p>";
+  EXPECT_EQ(Sorted(Multipart("mixed", {one, one, html})),
+            "one\n\nATT00001.txt=one\nATT00002.htm=<p>\n");
+  EXPECT_EQ(Sorted(Multipart("alternative", {one, Multipart("mixed", {html, kFile, html})})),
+            "one\n<p>\nf=file\nATT00002.htm=<p>\n");
+  EXPECT_EQ(Sorted("Content-Type: message/rfc822\n\nSubject: a/b\n\nhi\n"),
+            "\n\na-b.eml=Subject: a/b\r\n\r\nhi\r\n\n");
+  EXPECT_EQ(Sorted("Content-Type: multipart/mixed\n\n--X\n\nlost?\n"), "--X\r\n\r\nlost?\r\n\n\n");
+}
+
+TEST(LoadMail, AttachmentNamesAreSafeAndComplete) {
+  const std::vector<std::pair<std::string, std::string>> names = {
+      {"=\"=?utf-8?B?w6k=?= =?utf-8?B?w6k=?=.txt\"", "éé.txt"},
+      {"*0*=utf-8''%e6%97; filename*1*=%a5; filename*2=.txt", "日.txt"},
+      {"=\"../../etc/passwd\"", "passwd"},
+      {"=\"C:\\\\temp\\\\..\\\\x.exe\"", "x.exe"},
+      {"=\"..\"", "ATT00001.pdf"},
+      {"*=utf-8''a%0d%0ab%00c", "a  b"},
+      {"=\"caf\xE9 \xC0.txt\"", "café À.txt"},
+      {"=" + std::string(300, 'a') + ".pdf", std::string(196, 'a') + ".pdf"},
+      {"*=utf-8''" + std::string(199, 'a') + "%C3%A9", std::string(199, 'a')},
+  };
+  for (const auto& [raw, name] : names) {
+    const auto mail = ParseMail(
+        "From: a@b\nContent-Type: application/pdf\nContent-Disposition: attachment; filename" +
+        raw + "\n\n");
+    EXPECT_THAT(mail.attachments, ElementsAre(Field(&Attachment::file_name, name))) << raw;
+  }
+}
+
+TEST(LoadMail, BadFilesGiveOneClearLine) {
+  const TempFolder folder;
+  const auto path = folder / "m.eml";
+  const auto name = path.string();
+  const auto failure = [](const std::filesystem::path& of) {
+    return Attempt([&] { LoadMail(of); }).description;
+  };
+  EXPECT_EQ(failure(path), name + " cannot be read: No such file or directory.");
+  EXPECT_EQ(failure(folder.Path()), folder.Path().string() + " is not a file.");
+  WriteContent(path, "");
+  EXPECT_EQ(failure(path), name + " is empty, not a mail message.");
+  std::string rubbish;
+  for (int i = 0; i < 5000; ++i) rubbish += static_cast<char>(i * 7 ^ i >> 4);
+  for (const auto& text : {rubbish, std::string("\nno header\n"), std::string("x: y\n\nbody"),
+                           std::string(5000, '\0')}) {
+    WriteContent(path, text);
+    EXPECT_EQ(failure(path), name + " is not a mail message.");
+  }
+}
+
+TEST(LoadMail, CutMailsLoadAsFarAsTheyGo) {
+  const std::string part =
+      "Content-Transfer-Encoding: base64\nContent-Disposition: attachment\n\nAAECAwQFBgc=";
+  const auto whole = "From: a@b\n" + Multipart("mixed", {"\none", part});
+  EXPECT_FALSE(ParseMail(whole).incomplete);
+  for (std::size_t length = 10; length < whole.size() - 3; ++length) {
+    const auto mail = ParseMail(whole.substr(0, length));
+    EXPECT_TRUE(mail.incomplete) << length;
+    for (const auto& attachment : mail.attachments)
+      EXPECT_TRUE(std::string("\0\1\2\3\4\5\6\7", 8).starts_with(attachment.data.Bytes()))
+          << length;
+  }
+}
+
+TEST(LoadMail, ExtremeMailsLoad) {
+  const auto many = "From: a@b\n" + Multipart("mixed", std::vector(10000, kFile));
+  EXPECT_EQ(ParseMail(many).attachments.size(), 10000U);
+  const auto huge = ParseMail("Subject: " + std::string(1000000, 'a') + "\n\nhi");
+  EXPECT_EQ(huge.subject, std::string(1000000, 'a'));
+  std::string deep = "From: a@b\n";
+  for (int i = 0; i < 5000; ++i)
+    deep += "Content-Type: multipart/mixed; boundary=" + std::to_string(i) + "\n\n--" +
+            std::to_string(i) + "\n";
+  EXPECT_TRUE(ParseMail(deep).incomplete);
+}
+
+TEST(LoadMail, GivesNoBytesOfAFileThatWasChangedSince) {
+  const TempFolder folder;
+  const auto path = folder / "m.eml";
+  WriteContent(path, "From: a@b\nContent-Disposition: attachment\n\nbytes");
+  const auto data = LoadMail(path).attachments.at(0).data;
+  EXPECT_EQ(data.Bytes(), "bytes");
+  std::filesystem::rename(path, folder / "moved.eml");
+  WriteContent(folder / "moved.eml", "From: somebody else\n\n");
+  EXPECT_THROW(data.SaveTo(folder / "out"), Error);
+  EXPECT_FALSE(std::filesystem::exists(folder / "out"));
+}
+
+Attachment File(const std::string& name, const std::string& bytes,
+                const std::string& type = "application/octet-stream") {
+  Attachment attachment;
+  attachment.file_name = name;
+  attachment.content_type = type;
+  attachment.data = AttachmentData::FromBytes(bytes);
+  return attachment;
+}
+
+std::string EveryByte(std::size_t size) {
+  std::string bytes(size, '\0');
+  for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i * i + i / 251);
+  return bytes;
+}
+
+Mail FullMail() {
+  Mail mail;
+  mail.from = {"Zoë \"Z\" Müller", "zoe@example.org"};
+  mail.to = {{"", "a@example.com"}, {"Comma, Name", "b@example.com"}, {"山田太郎", "c@example.jp"}};
+  mail.cc = std::vector(30, Mailbox{"A person with a long name", "long.address@example.com"});
+  mail.reply_to = {{"", "\"odd local\"@example.com"}};
+  mail.subject = "日本語とéの mixed 🔑 subject that is long enough to need several encoded words, é";
+  mail.date = 1795230867;
+  mail.fields = {{"X-Long", std::string(1000, 'x')}, {"X-Fake", "=?utf-8?Q?not_a_word?="}};
+  mail.body_text = "text é\r\n";
+  mail.body_html = "<p>é<img src='cid:pic@x'></p>";
+  mail.attachments = {File("pic.png", EveryByte(300), "image/png"),
+                      File("Übersicht (endgültig) für 2026.pdf", EveryByte(5000)),
+                      File("quo\"te.txt", "té", "text/plain"), File("empty.bin", ""),
+                      File("日本語の長い名前日本語の長い名前日本語の長い名前.docx", "x")};
+  mail.attachments[0].is_inline = true;
+  mail.attachments[0].content_id = "pic@x";
+  return mail;
+}
+
+/// Every line 7-bit, at most 998 characters and ended by CRLF.
+void ExpectFitForTheWire(const std::string& raw) {
+  std::istringstream lines(raw);
+  for (std::string line; std::getline(lines, line);) {
+    EXPECT_LE(line.size(), 999U);
+    EXPECT_THAT(line, ::testing::MatchesRegex(lines.eof() ? "[\t -~]*" : "[\t -~]*\r"));
+  }
+}
+
+TEST(WriteMail, IsReadByPythonAndByUsAsItWasMeant) {
+  const TempFolder folder;
+  const auto path = folder / "m.eml";
+  auto plain = FullMail();
+  plain.body_html.clear();
+  plain.attachments.clear();
+  plain.body_text = "-----BEGIN PGP SIGNED MESSAGE-----\r\nHash: SHA256\r\n\r\né “x” " +
+                    std::string(1200, 'w') + " \r\n- -----\r\nFrom me\r\n\r\nno end of line";
+  for (const auto& mail : {FullMail(), plain, Mail{}}) {
+    WriteMail(mail, path, MailPurpose::kDraft);
+    ExpectFitForTheWire(ContentOf(path));
+    EXPECT_EQ(Peer("read", path), Described(mail));
+    EXPECT_EQ(Described(LoadMail(path)), Described(mail));
+  }
+}
+
+TEST(WriteMail, ArmourStandsAsItIsAndOtherTextDecodesToTheSameBytes) {
+  const std::string armour =
+      "-----BEGIN PGP MESSAGE-----\r\nComment: a\r\n\r\nhQEMA\r\n=abcd\r\n-----END PGP "
+      "MESSAGE-----\r\n";
+  const std::string header = "MIME-Version: 1.0\r\nContent-Type: text/plain; charset=us-ascii\r\n";
+  Mail mail;
+  mail.from = {"", "a@b.org"};
+  mail.body_text = armour;
+  EXPECT_EQ(FormatMail(mail, MailPurpose::kDraft),
+            "From: a@b.org\r\n" + header + "Content-Transfer-Encoding: 7bit\r\n\r\n" + armour);
+  const std::vector<std::pair<std::string, std::string>> bodies = {
+      {"From here\r\n.\r\n..\r\n", "=46rom here\r\n=2E\r\n..\r\n"},
+      {"-- \r\ntab\t\r\n", "--=20\r\ntab=09\r\n"},
+      {std::string("nul\0", 4) + "\f", "nul=00=0C"},
+      {"end ", "end=20=\r\n"},
+  };
+  for (const auto& [text, wire] : bodies) {
+    mail.body_text = text;
+    const auto raw = FormatMail(mail, MailPurpose::kDraft);
+    EXPECT_EQ(raw.substr(raw.find("\r\n\r\n") + 4), wire);
+    EXPECT_EQ(ParseMail(raw).body_text, text);
+  }
+}
+
+TEST(WriteMail, TravelsStampedAndWithoutBlindCopies) {
+  Mail mail;
+  mail.from = {"", "a@bücher.example"};
+  mail.to = {{"", "b@example.com"}};
+  mail.bcc = {{"", "hidden@example.com"}};
+  mail.fields = {{"bcc", "hidden@x"}, {"Resent-Bcc", "hidden@x"}, {"X-Nimbra-NoSign", "True"}};
+  const auto raw = FormatMail(mail, MailPurpose::kTravel);
+  EXPECT_THAT(raw, Not(HasSubstr("hidden")));
+  const auto sent = ParseMail(raw);
+  EXPECT_TRUE(sent.date);
+  EXPECT_THAT(sent.message_id, ::testing::MatchesRegex("[0-9a-f-]{36}@xn--bcher-kva.example"));
+  EXPECT_THAT(sent.fields, ElementsAre(HeaderField{"X-Nimbra-NoSign", "True"}));
+  const auto draft = ParseMail(FormatMail(mail, MailPurpose::kDraft));
+  EXPECT_THAT(draft.bcc, ElementsAre(Mailbox{"", "hidden@example.com"}));
+}
+
+TEST(WriteMail, ValuesCannotBreakOutOfTheirField) {
+  const std::string evil = "x\r\nBcc: evil@example.com\r\n\r\nbody\n";
+  Mail mail;
+  mail.from = {evil, "a@example.com"};
+  mail.subject = evil;
+  mail.message_id = mail.in_reply_to = evil;
+  mail.references = {evil};
+  mail.fields = {{"X-A", evil}};
+  mail.attachments = {File(evil, "d", evil)};
+  mail.attachments[0].content_id = evil;
+  const auto read = ParseMail(FormatMail(mail, MailPurpose::kTravel));
+  EXPECT_THAT(read.bcc, ElementsAre());
+  const std::string harmless = "x  Bcc: evil@example.com    body";
+  EXPECT_EQ(read.from, (Mailbox{harmless, "a@example.com"}));
+  EXPECT_EQ(read.subject, harmless);
+  EXPECT_THAT(read.fields, ElementsAre(HeaderField{"X-A", harmless}));
+  ASSERT_EQ(read.attachments.size(), 1U);
+  EXPECT_EQ(read.attachments[0].file_name, harmless);
+  for (const std::string address : {"a@b, c@d", "a@b>\r\nBcc: c@d", "a b@c", "a@b\nc", "<a@b"}) {
+    Mail bad;
+    bad.to = {{"", address}};
+    EXPECT_THROW(FormatMail(bad, MailPurpose::kDraft), Error) << address;
+  }
+  mail.fields = {{"X: y\r\nBcc", "a@b"}};
+  EXPECT_THROW(FormatMail(mail, MailPurpose::kDraft), Error);
+}
+
+/// While it lives, this process cannot write files beyond a size, as on a full disk.
+class SmallDisk {
+ public:
+  explicit SmallDisk(rlim_t size) : handler_(signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit limit{size, before_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~SmallDisk() {
+    setrlimit(RLIMIT_FSIZE, &before_);
+    signal(SIGXFSZ, handler_);
+  }
+
+ private:
+  rlimit before_{};
+  sighandler_t handler_;
+};
+
+TEST(WriteMail, FailedWritesLeaveWhatWasThere) {
+  const TempFolder folder;
+  const auto path = folder / "m.eml";
+  WriteContent(path, "before");
+  const auto mail = FullMail();
+  const auto size = FormatMail(mail, MailPurpose::kDraft).size();
+  for (std::size_t limit = 0; limit < size; limit += 97) {
+    const SmallDisk disk(limit);
+    EXPECT_THROW(WriteMail(mail, path, MailPurpose::kDraft), Error) << limit;
+    if (limit > 4500) continue;
+    EXPECT_THROW(mail.attachments[1].data.SaveTo(folder / "a"), Error);
+  }
+  EXPECT_EQ(ContentOf(path), "before");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
+  const int full = open("/dev/full", O_WRONLY);
+  EXPECT_EQ(Attempt([&] { WriteMail(mail, full, MailPurpose::kDraft); }).description,
+            "The mail cannot be written: the disk is full.");
+  close(full);
+}
+
+}  // namespace
+}  // namespace corvessa::desk::mail
