@@ -1,7 +1,5 @@
 #include "desk/profile/curl_inet.h"
 
-#include <cstdlib>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
@@ -16,23 +14,9 @@ namespace {
 
 class CurlInetTest : public ::testing::Test {
  protected:
-  // A proxy of the machine's environment knows nothing of this loopback port.
-  CurlInetTest() { setenv("no_proxy", "127.0.0.1", 1); }
-
   testing::HttpServer server_;
   CurlInet inet_;
 };
-
-TEST_F(CurlInetTest, FetchesAPageAsItStands) {
-  const std::string page("<major>2</major>\r\n\0\xFF", 20);
-  server_.Serve("/update?v=1&alias=a%20b", page);
-  server_.Serve("/empty", "");
-  server_.Serve("/moved", "", 302, "Location: /empty\r\n");
-  EXPECT_EQ(inet_.OpenURL(server_.Url("/update?v=1&alias=a%20b")), page);
-  EXPECT_EQ(inet_.OpenURL(server_.Url("/moved")), "");
-  EXPECT_EQ(server_.Requests(),
-            (std::vector<std::string>{"/update?v=1&alias=a%20b", "/moved", "/empty"}));
-}
 
 TEST_F(CurlInetTest, CutsALongAnswerAfterOneMebibyte) {
   constexpr std::size_t kMebibyte = 1048576;
@@ -45,7 +29,7 @@ TEST_F(CurlInetTest, CutsALongAnswerAfterOneMebibyte) {
 
 TEST_F(CurlInetTest, RefusesOtherSchemesEvenBehindARedirection) {
   const testing::TempFolder folder;
-  std::ofstream(folder / "secret") << "CANARY";
+  testing::WriteContent(folder / "secret", "CANARY");
   const std::string file = "file://" + (folder / "secret").string();
   server_.Serve("/to-file", "", 302, "Location: " + file + "\r\n");
   server_.Serve("/to-ftp", "", 302, "Location: ftp://127.0.0.1/x\r\n");

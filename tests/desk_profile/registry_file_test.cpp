@@ -1,10 +1,8 @@
 #include "desk/profile/registry_file.h"
 
 #include <csignal>
-#include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -22,11 +20,8 @@ using platform::RegistryKeyPtr;
 
 class RegistryFileTest : public ::testing::Test {
  protected:
-  void Put(const std::string& text) const { std::ofstream(path_, std::ios::binary) << text; }
-  std::string Content() const {
-    std::ifstream file(path_, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  void Put(const std::string& text) const { testing::WriteContent(path_, text); }
+  std::string Content() const { return testing::ContentOf(path_); }
   static RegistryKeyPtr Created(platform::RegistryKey& from, std::string_view path) {
     RegistryKeyPtr key;
     EXPECT_EQ(from.Create(path, key), kRegistrySuccess) << path;
@@ -52,15 +47,13 @@ TEST_F(RegistryFileTest, ReadsWhatEditorsExportAndKeepsWhatNobodyAskedFor) {
   Put("\xEF\xBB\xBFREGEDIT4\n"
       "; a comment\r"
       "\r\n"
-      "[HKEY_CLASSES_ROOT\\.nim]\r\n"
+      "[HKEY_CLASSES_ROOT]\r\n"
       "  @ = \"file\" \r\n"
       "[HKEY_CURRENT_USER\\Soft\\a]b ]\r\n"
       "\"Text\"=\"back\\\\slash \\\"quoted\\\" \xC3\xA9;=\"\r\n"
       "\"No\\\\=\\\"1\"=dword:ff\r\n"
       "\"Bytes\"=hex:00,FF,\\\r\n"
       "  10\r\n"
-      "\"Expand\"=hex(2):25,\\\r\n"
-      "00\r\n"
       "\"Lines\"=hex(1):61,0d,0a,62,00\r\n"
       "\"Gone\"=\"x\"\r\n"
       "\"gone\"=-\r\n"
@@ -72,7 +65,6 @@ TEST_F(RegistryFileTest, ReadsWhatEditorsExportAndKeepsWhatNobodyAskedFor) {
   const std::string expected =
       "REGEDIT4\r\n"
       "\r\n[HKEY_CLASSES_ROOT]\r\n"
-      "\r\n[HKEY_CLASSES_ROOT\\.nim]\r\n"
       "@=\"file\"\r\n"
       "\r\n[HKEY_CURRENT_USER]\r\n"
       "\r\n[HKEY_CURRENT_USER\\Soft]\r\n"
@@ -81,16 +73,14 @@ TEST_F(RegistryFileTest, ReadsWhatEditorsExportAndKeepsWhatNobodyAskedFor) {
       "\"Text\"=\"back\\\\slash \\\"quoted\\\" \xC3\xA9;=\"\r\n"
       "\"No\\\\=\\\"1\"=dword:000000ff\r\n"
       "\"Bytes\"=hex:00,ff,10\r\n"
-      "\"Expand\"=hex(2):25,00\r\n"
       "\"Lines\"=hex(1):61,0d,0a,62,00\r\n"
       "\"Empty\"=hex(ffff0001):\r\n"
       "\r\n[HKEY_LOCAL_MACHINE]\r\n"
-      "\r\n[HKEY_LOCAL_MACHINE\\New]\r\n"
       "\"Long\"=hex(1):09,78,78,78,78,78,78,78,78,78,78,78,78,78,78,78,78,78,78,78,78,\\\r\n"
       "  78,78,78,78,78,78,78,78,78,78,00\r\n";
   for (int round = 0; round < 2; ++round) {
     RegistryFile registry(path_);
-    registry.WriteString("HKEY_LOCAL_MACHINE\\New", "Long", "\t" + std::string(30, 'x'));
+    registry.WriteString("HKEY_LOCAL_MACHINE", "Long", "\t" + std::string(30, 'x'));
     RegistryKeyPtr key;
     ASSERT_EQ(registry.CurrentUser().Open("SOFT\\A]B ", key), kRegistrySuccess);
     EXPECT_EQ(key->ReadString("TEXT", 255), "back\\slash \"quoted\" \xC3\xA9;=");
@@ -98,27 +88,6 @@ TEST_F(RegistryFileTest, ReadsWhatEditorsExportAndKeepsWhatNobodyAskedFor) {
     EXPECT_EQ(registry.CurrentUser().Open("Old", key), platform::kRegistryFileNotFound);
   }
   EXPECT_EQ(Content(), expected);
-}
-
-TEST_F(RegistryFileTest, ReadsNumbersAndStringsByTheirBytes) {
-  Put("REGEDIT4\n[HKEY_CURRENT_USER\\K]\n"
-      "\"True\"=dword:ffffffff\n\"Zero\"=dword:0\n\"Text1\"=\"1\"\n\"Text3\"=\"abc\"\n"
-      "\"Text4\"=\"abcd\"\n\"Empty\"=\"\"\n\"Two\"=hex:01,02\n\"Five\"=hex:01,00,00,00,00\n"
-      "\"Open\"=hex(1):41,42\n\"Split\"=hex(1):41,00,42,00\n\"Number\"=dword:00004241\n"
-      "\"Fits\"=\"" +
-      std::string(254, 'x') + "\"\n\"TooLong\"=\"" + std::string(255, 'x') + "\"\n\"Umlauts\"=\"" +
-      std::string(253, 'x') + "\xC3\xA9\"\n");
-  RegistryFile registry(path_);
-  const auto key = Created(registry.CurrentUser(), "K");
-  const std::pair<const char*, std::int32_t> numbers[] = {
-      {"True", -1},    {"Zero", 0}, {"Text1", '1'}, {"Text3", 0x636261}, {"Text4", 0},
-      {"Two", 0x0201}, {"Five", 0}, {"Empty", 0},   {"Missing", 0}};
-  for (const auto& [name, number] : numbers) EXPECT_EQ(key->ReadNumber(name), number) << name;
-  const std::pair<const char*, std::string> strings[] = {
-      {"Text1", "1"},   {"Open", "AB"},  {"Split", "A"},
-      {"Number", "AB"}, {"Missing", ""}, {"Fits", std::string(254, 'x')},
-      {"TooLong", ""},  {"Umlauts", ""}, {"Empty", ""}};
-  for (const auto& [name, text] : strings) EXPECT_EQ(key->ReadString(name, 255), text) << name;
 }
 
 TEST_F(RegistryFileTest, KeysKeepTheirCaseAndOrderAndDieWhenDeleted) {
@@ -129,45 +98,15 @@ TEST_F(RegistryFileTest, KeysKeepTheirCaseAndOrderAndDieWhenDeleted) {
 
   const auto child = Created(*parent, "a@x.org");
   EXPECT_EQ(registry.CurrentUser().DeleteKey("parent"), platform::kRegistryAccessDenied);
-  EXPECT_EQ(registry.CurrentUser().DeleteKey(""), platform::kRegistryAccessDenied);
-  EXPECT_EQ(parent->DeleteKey("missing"), platform::kRegistryFileNotFound);
   EXPECT_EQ(parent->DeleteKey("A@x.org"), kRegistrySuccess);
   EXPECT_EQ(child->WriteNumber("Sign", 1), kRegistryKeyDeleted);
   RegistryKeyPtr none;
-  EXPECT_EQ(child->Create("sub", none), kRegistryKeyDeleted);
-  EXPECT_EQ(none, nullptr);
-  EXPECT_EQ(Names(*parent), (std::vector<std::string>{"b@x.org", "C@x.org"}));
-
   for (const std::string& name : {std::string(256, 'n'), std::string("line\nbreak"),
                                   std::string("nul\0", 4), std::string(1200, '\\') + "a\x7F"}) {
     EXPECT_EQ(parent->Create(name, none), kRegistryInvalidParameter);
     EXPECT_EQ(parent->WriteNumber(name, 1), kRegistryInvalidParameter);
   }
-  std::string deep;
-  for (int i = 0; i < 511; ++i) deep += "d\\";
-  EXPECT_EQ(parent->Create(deep, none), kRegistryInvalidParameter);
   EXPECT_EQ(Names(*parent), (std::vector<std::string>{"b@x.org", "C@x.org"}));
-}
-
-TEST_F(RegistryFileTest, WritesOnceTheLastKeyIsClosedAndKeepsDeletionsForTheNextChange) {
-  RegistryFile registry(path_);
-  auto outer = Created(registry.CurrentUser(), "Accounts");
-  Created(*outer, "a@x.org")->WriteNumber("Sign", -1);
-  EXPECT_FALSE(std::filesystem::exists(path_));
-  outer.reset();
-  const std::string before =
-      "REGEDIT4\r\n\r\n[HKEY_CURRENT_USER]\r\n\r\n[HKEY_CURRENT_USER\\Accounts]\r\n"
-      "\r\n[HKEY_CURRENT_USER\\Accounts\\a@x.org]\r\n\"Sign\"=dword:ffffffff\r\n"
-      "\r\n[HKEY_LOCAL_MACHINE]\r\n";
-  EXPECT_EQ(Content(), before);
-
-  EXPECT_EQ(registry.CurrentUser().DeleteKey("Accounts\\a@x.org"), kRegistrySuccess);
-  EXPECT_EQ(registry.CurrentUser().DeleteKey("Accounts"), kRegistrySuccess);
-  EXPECT_EQ(Content(), before);
-  Created(registry.CurrentUser(), "Accounts\\b@x.org");
-  EXPECT_EQ(Content(),
-            "REGEDIT4\r\n\r\n[HKEY_CURRENT_USER]\r\n\r\n[HKEY_CURRENT_USER\\Accounts]\r\n"
-            "\r\n[HKEY_CURRENT_USER\\Accounts\\b@x.org]\r\n\r\n[HKEY_LOCAL_MACHINE]\r\n");
 }
 
 TEST_F(RegistryFileTest, RefusesADamagedFileWithItsLineAndLeavesIt) {
@@ -176,29 +115,16 @@ TEST_F(RegistryFileTest, RefusesADamagedFileWithItsLineAndLeavesIt) {
   for (int i = 0; i < 600; ++i) deep += "\\d";
   const std::pair<std::string, std::string> cases[] = {
       {"", "line 0: this is no registry file, REGEDIT4 is missing"},
-      {"Windows Registry Editor Version 5.00\r\n",
-       "line 1: this is no registry file, REGEDIT4 is missing"},
       {"REGEDIT4\r\n\"a\"=\"b\"\r\n", "line 2: the value stands in no key"},
-      {head + "\"a\"=\"b\r\n", "line 3: the text is not closed"},
       {head + "\"a\"=\"b\\\"\r\n", "line 3: the text is not closed"},
-      {head + "\"a\"=\"b\\n\"", "line 3: an unknown escape in a text"},
       {head + "\"a\"=\"b\" x", "line 3: something stands behind the text"},
-      {head + "\"\"=\"b\"", "line 3: the value has no name"},
-      {head + "\"a\" \"b\"", "line 3: \"=\" is missing"},
       {head + "a=b", "line 3: neither a key nor a value"},
-      {head + "\"a\"=b", "line 3: neither a text nor dword: nor hex:"},
-      {head + "\"a\"=dword:", "line 3: dword: needs up to eight hexadecimal digits"},
       {head + "\"a\"=dword:123456789", "line 3: dword: needs up to eight hexadecimal digits"},
-      {head + "\"a\"=hex01", "line 3: \"hex\" without \":\""},
-      {head + "\"a\"=hex(g):01", "line 3: the type in hex(…): is no hexadecimal number"},
       {head + "\"a\"=hex:01,100", "line 3: bytes of two hexadecimal digits are needed"},
-      {head + "\"a\"=hex:01,", "line 3: a byte is missing"},
       {head + "\"a\"=hex:01\\\r\n02", "line 3: a comma is missing"},
       {head + "\"a\"=hex:01,\\\r\n  02,\\", "line 4: the value breaks off"},
       {head + "[HKEY_CURRENT_USER\\L\r\n", "line 3: the key is not closed with a bracket"},
-      {head + "[SOFTWARE\\L]\r\n", "line 3: the key has no valid path"},
       {head + deep + "]\r\n", "line 3: no key can have this path"},
-      {head + "[-HKEY_CURRENT_USER\\K]\r\n\"a\"=\"b\"", "line 4: the value stands in no key"},
       {head + std::string("\r\n\0\r\n", 5), "line 4: a control character"},
   };
   for (const auto& [text, reason] : cases) {
@@ -217,11 +143,9 @@ TEST_F(RegistryFileTest, KeepsASecondProcessOutUntilTheFirstEnds) {
   const pid_t child = fork();
   if (child == 0) {
     RegistryFile registry(path_);
-    Created(registry.CurrentUser(), "Child");
-    char byte = 'r';
-    if (write(ready[1], &byte, 1) != 1) _exit(1);
     for (int i = 0;; ++i) {
       Created(registry.CurrentUser(), "Child")->WriteNumber("Count", i);
+      if (i == 0 && write(ready[1], "r", 1) != 1) _exit(1);
     }
   }
   char byte = 0;
@@ -234,8 +158,6 @@ TEST_F(RegistryFileTest, KeepsASecondProcessOutUntilTheFirstEnds) {
   waitpid(child, nullptr, 0);
   RegistryFile registry(path_);
   EXPECT_EQ(Names(registry.CurrentUser()), std::vector<std::string>{"Child"});
-  close(ready[0]);
-  close(ready[1]);
 }
 
 TEST_F(RegistryFileTest, AFailedSaveIsToldAndTriedAgain) {
