@@ -217,15 +217,6 @@ TEST_F(SettingsDialogTest, AddKeepsAnAddressByEditionAndEngineAnswer) {
   }
 }
 
-TEST_F(SettingsDialogTest, AddAsksTheKeyServerAlsoForAnAddressThatIsThere) {
-  HaveAccounts({"new@example.com"}, false);
-  EngineAnswers(-13);
-  const auto dialog = Open();
-  ui.ExpectBox(kSecureNow, 2);
-  Add(*dialog, "NEW@example.com");
-  EXPECT_EQ(dialog->lstvwAliases.Describe(), R"("Secure Email Addresses" {>"new@example.com"})");
-}
-
 TEST_F(SettingsDialogTest, AddReportsAnEngineThatCannotBeHad) {
   scripted_engine.refusal = Error{kCannotCreateComponent, "no engine"};
   AllowError("frmManageUserKeys::cmdAdd_Click - Object variable or With block variable not set");
@@ -267,14 +258,6 @@ TEST_F(SettingsDialogTest, UnsavedAddressesOutliveAReloadOfTheSettings) {
   dialog->lstvwAliases.ClickRow(1);
   SetSigning(*dialog, true);
   EXPECT_THAT(StoredAccounts(), ElementsAre("b@example.com", "new@example.com (signs)"));
-}
-
-TEST_F(SettingsDialogTest, PropertiesOfAnAddressThatIsGoneAreRefused) {
-  HaveAccounts({"a@example.com", "b@example.com"}, false);
-  const auto dialog = Open();
-  UserManagement::RemoveNimbraAccountUser("a@example.com");
-  AnswerYes("Error encountered getting account details", true);
-  dialog->cmdProperties.Press();
 }
 
 TEST_F(SettingsDialogTest, OkStoresThePreferencesAndTheCloseBoxNone) {
@@ -366,45 +349,6 @@ TEST_F(SettingsDialogTest, OffersImapAccessWhereTheServerSaysSo) {
   SetEdition("URLIMAPInfo", "");
   Add(*dialog, "new@example.com");
   EXPECT_EQ(server.Requests().size(), 6U);
-}
-
-TEST_F(SettingsDialogTest, EachButtonOpensItsPage) {
-  for (const std::string name : {"URLMain", "URLHelp", "URLHelpAddInstructions", "URLTools"}) {
-    SetEdition(name, "http://example.com/" + name);
-  }
-  ui.Expect<frmAbout>("frmAbout", [](frmAbout& form) {
-    form.cmdNimbraSite.Press();
-    form.cmdOK.Press();
-  });
-  ui.Expect<frmEMail>("frmEMail", [](frmEMail& form) {
-    form.cmdAddInstructions.Press();
-    form.cmdCancel.Press();
-  });
-  const auto dialog = Open();
-  for (CommandButton* button :
-       {&dialog->cmdHelp, &dialog->cmdTools, &dialog->cmdAbout, &dialog->cmdAdd}) {
-    button->Press();
-  }
-  EXPECT_THAT(shell.pages, ElementsAre("http://example.com/URLHelp", "http://example.com/URLTools",
-                                       "http://example.com/URLMain",
-                                       "http://example.com/URLHelpAddInstructions"));
-}
-
-TEST_F(SettingsDialogTest, AsksAUserWithoutAddresses) {
-  const auto dialog = Open();
-  const std::string question =
-      "You have not configured any of your email accounts\r\nto send or receive secure "
-      "email.\r\n\r\nWould you like to do this now?";
-  ui.ExpectBox(question, 2);
-  dialog->AskAddAddress();
-  ui.ExpectBox(question, 1);
-  ui.Expect<frmEMail>("frmEMail", [](frmEMail& form) { form.cmdCancel.Press(); });
-  dialog->AskAddAddress();
-
-  const auto prompt = std::make_shared<frmNoKeyPairs>();
-  ui.Expect<frmNoKeyPairs>("frmNoKeyPairs", [](frmNoKeyPairs& form) { form.cmdCancel.Press(); });
-  dialog->AskRegisterKeys(prompt);
-  EXPECT_FALSE(prompt->IsLoaded());
 }
 
 }  // namespace

@@ -130,18 +130,5 @@ TEST_F(ProductUpdatesTest, OpensWebPagesOnly) {
   EXPECT_THAT(shell.pages, ElementsAre());
 }
 
-TEST_F(ProductUpdatesTest, TheDialogsButtonAsksAndComesBack) {
-  Announce(Page("1.0.0"));
-  const auto dialog = std::make_shared<frmManageUserKeys>();
-  ui.AllowForm("frmManageUserKeys");
-  dialog->Show();
-  EXPECT_FALSE(dialog->cmdProductUpdates.IsShown());
-  dialog->ShowTab(2);
-  const std::string before = dialog->Dump();
-  ui.ExpectBox(kNone);
-  dialog->cmdProductUpdates.Press();
-  EXPECT_EQ(dialog->Dump(), before);
-}
-
 }  // namespace
 }  // namespace corvessa::testing

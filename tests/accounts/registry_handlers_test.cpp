@@ -28,16 +28,6 @@ class Settings : public testing::AddInFixture {
   }
 };
 
-TEST_F(Settings, OfAUserWithoutAnyAreOffAndTheirKeysExistAfterwards) {
-  EXPECT_EQ(ReadUserAccountInfo(), 0);
-  EXPECT_FALSE(g_bDisableKVPEntirely || g_bDisableOutgoingSigning || g_bADKEnabled);
-  EXPECT_EQ(g_lPassphraseMemory, 0);
-  EXPECT_TRUE(g_colAccounts.empty());
-  platform::RegistryKeyPtr key;
-  EXPECT_EQ(registry.CurrentUser().Open(std::string(kPlugin) + "\\Global", key), 0);
-  EXPECT_EQ(registry.CurrentUser().Open(std::string(kPlugin) + "\\Accounts", key), 0);
-}
-
 TEST_F(Settings, SurviveAWriteAndARead) {
   ReadUserAccountInfo();
   g_bDisableOutgoingSigning = true;
@@ -97,17 +87,6 @@ TEST_F(Settings, EditionThatRefusesTheMailModeDisablesForTheSessionAndSaysSoEach
                advice);
   ReadUserAccountInfo();
   EXPECT_TRUE(g_bDisableKVPEntirely);
-}
-
-TEST_F(Settings, UpdateNoticesAreSeenOnceForEachNewerVersion) {
-  EXPECT_FALSE(AlreadySeenProductUpdateMessage(2, 1, 5));
-  EXPECT_TRUE(AlreadySeenProductUpdateMessage(2, 1, 5));
-  EXPECT_TRUE(AlreadySeenProductUpdateMessage(2, 0, 9));
-  EXPECT_EQ(Preference("SeenUpdateMsgMin"), 0);
-  EXPECT_EQ(Preference("SeenUpdateMsgRev"), 9);
-  EXPECT_FALSE(AlreadySeenProductUpdateMessage(2, 0, 10));
-  EXPECT_FALSE(AlreadySeenProductUpdateMessage(3, 0, 0));
-  EXPECT_TRUE(AlreadySeenProductUpdateMessage(-1, 0, 0));
 }
 
 TEST_F(Settings, KeyTreesAreDeletedWhole) {

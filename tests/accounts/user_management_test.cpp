@@ -3,25 +3,14 @@
 #include <gtest/gtest.h>
 
 #include "accounts/nimbra_account.h"
-#include "addin/debug_info.h"
 #include "support/addin_fixture.h"
 
 namespace corvessa {
 namespace {
 
 using namespace UserManagement;
-using Lines = std::vector<std::string>;
 
-class Accounts : public testing::AddInFixture {
- protected:
-  static Lines Signers() {
-    Lines signers;
-    for (const NimbraAccountPtr& account : g_colAccounts) {
-      if (account->m_bSigning) signers.push_back(account->m_sAlias);
-    }
-    return signers;
-  }
-};
+using Accounts = testing::AddInFixture;
 
 TEST_F(Accounts, AreAddedTrimmedAndInLowerCaseAndComparedExactly) {
   const NimbraAccountPtr ann = AddNimbraAccountUser("  Ann@Example.ORG ");
@@ -45,17 +34,6 @@ TEST_F(Accounts, AreAddedTrimmedAndInLowerCaseAndComparedExactly) {
   EXPECT_EQ(g_colAccounts, NimbraAccounts{capital});
 }
 
-TEST_F(Accounts, HaveOneSignerAfterItIsSet) {
-  for (const char* address : {"a@x.org", "b@x.org", "c@x.org"}) AddNimbraAccountUser(address);
-  EXPECT_FALSE(GetSigningAccount());
-  g_colAccounts[1]->m_bSigning = g_colAccounts[2]->m_bSigning = true;
-  EXPECT_EQ(GetSigningAccount()->m_sAlias, "b@x.org");
-  SetAsSignerAccount("c@x.org");
-  EXPECT_EQ(Signers(), Lines{"c@x.org"});
-  SetAsSignerAccount("C@x.org");
-  EXPECT_EQ(Signers(), Lines{});
-}
-
 TEST_F(Accounts, AddressesAreValidBehindTheAtSignOnly) {
   for (const char* valid : {"a@b.c", "Any Thing!@x-1.org", "aa@.b", "@a.bc"}) {
     EXPECT_TRUE(IsValidEmailAddress(valid)) << valid;
@@ -64,27 +42,6 @@ TEST_F(Accounts, AddressesAreValidBehindTheAtSignOnly) {
                               "a@b.c d", "a@b.c\r\n", "a@b.é"}) {
     EXPECT_FALSE(IsValidEmailAddress(invalid)) << invalid;
   }
-}
-
-TEST_F(Accounts, LoginReturnsAnUnlockedAccountAtOnceAndNothingForAnUnknownOne) {
-  g_bLogDebuggingInfo = true;
-  EXPECT_FALSE(GetLoginAccount(LoginReason::kFirstRequest, "", true));
-  const NimbraAccountPtr ann = AddNimbraAccountUser("ann@example.org");
-  ann->SetAuthenticated(true);
-  EXPECT_EQ(GetLoginAccount(LoginReason::kFirstRequest, "ann@example.org", false), ann);
-  EXPECT_FALSE(GetLoginAccount(LoginReason::kFirstRequest, "", true));
-  AllowError(":DoLogin - ");
-  EXPECT_FALSE(GetLoginAccount(LoginReason::kFirstRequest, "bob@example.org", true));
-  EXPECT_EQ(Trace(), Lines{":DoLogin - Object variable or With block variable not set"});
-}
-
-TEST_F(Accounts, KeyPairsAreCountedByAskingTheEngineOnceForEach) {
-  for (const char* address : {"a@x.org", "b@x.org", "c@x.org"}) AddNimbraAccountUser(address);
-  scripted_engine.engine->Once("QueryKeyPair", {.status = 0});
-  scripted_engine.engine->Once("QueryKeyPair", {.status = -16});
-  scripted_engine.engine->Once("QueryKeyPair", {.status = -13});
-  EXPECT_EQ(GetKeyPairCount(nullptr), 1);
-  EXPECT_EQ(ui.Shown(), Lines{});
 }
 
 TEST_F(Accounts, ForgettingLocksAndWipesEveryOne) {

@@ -5,7 +5,6 @@
 #include "addin/debug_info.h"
 #include "base/guard.h"
 #include "forms/controls.h"
-#include "forms/list_controls.h"
 #include "support/addin_fixture.h"
 
 namespace corvessa {
@@ -16,20 +15,15 @@ using Lines = std::vector<std::string>;
 class frmProbe final : public Form {
  public:
   explicit frmProbe(Lines& log) : Form("frmProbe", "Probe", 200, 100), log_(log) {
-    MinimumWidth = 150;
-    MinimumHeight = 80;
     cmdOK.OnClick = [this] { log_.push_back("click"); };
     txtName.OnChange = [this] { log_.push_back("change"); };
     txtName.PutInto(fraBox);
-    optBoth1.OnClick = [this] { log_.push_back("one"); };
   }
   ~frmProbe() override { log_.push_back("gone"); }
 
   CommandButton cmdOK{*this, "cmdOK", {7, 7, 75, 23}, "&Ok"};
   Frame fraBox{*this, "fraBox", {7, 40, 100, 50}, "Box"};
   TextBox txtName{*this, "txtName", {10, 50, 60, 21}};
-  OptionButton optBoth0{*this, "optBoth", 0, {0, 0, 9, 9}, "zero"};
-  OptionButton optBoth1{*this, "optBoth", 1, {0, 9, 9, 9}, "one"};
   Timer tmrProbe{*this, "tmrProbe", 1000};
   bool refuse = false;
 
@@ -103,15 +97,6 @@ TEST_F(FormModel, ADisabledOrHiddenFrameBlocksItsChildrenWhateverTheirOwnFlagsSa
   EXPECT_EQ(log, Lines{"change"});
 }
 
-TEST_F(FormModel, OneOptionOfAnArrayIsSelected) {
-  form->optBoth0.Select();
-  form->optBoth1.Press();
-  form->optBoth1.Press();
-  EXPECT_FALSE(form->optBoth0.Selected());
-  EXPECT_EQ(form->Find("optBoth", 1), &form->optBoth1);
-  EXPECT_EQ(log, Lines{"one"});
-}
-
 TEST_F(FormModel, ATickInsideATickDoesNothing) {
   int ticks = 0;
   form->tmrProbe.OnTimer = [&] {
@@ -130,34 +115,6 @@ TEST_F(FormModel, AHandlersErrorIsTracedAndGoesNoFurther) {
   form->cmdOK.OnClick = [] { Raise(kOverflow); };
   form->cmdOK.Press();
   EXPECT_EQ(Trace(), Lines{"frmProbe::cmdOK_Click - Overflow"});
-}
-
-TEST_F(FormModel, DumpsOneLineAControlAndShrinksNoFurtherThanItsMinimum) {
-  form->txtName.Enabled = false;
-  form->SetFocus(form->cmdOK);
-  form->Resize(10, 300);
-  EXPECT_EQ(form->Dump(),
-            "frmProbe \"Probe\" 150x300\n"
-            "  CommandButton cmdOK [7 7 75 23] \"&Ok\" focus\n"
-            "  Frame fraBox [7 40 100 50] \"Box\"\n"
-            "  TextBox txtName [10 50 60 21] \"\" disabled\n"
-            "  OptionButton optBoth(0) [0 0 9 9] \"zero\" ( )\n"
-            "  OptionButton optBoth(1) [0 9 9 9] \"one\" ( )\n"
-            "  Timer tmrProbe [0 0 0 0]\n");
-}
-
-TEST_F(FormModel, ListsKeepSelectionAndMarksWithTheirRows) {
-  ListBox list(*form, "lst", {}, true);
-  for (const char* row : {"a", "b", "c"}) list.AddRow(row);
-  list.SetRowChecked(2, true);
-  list.Select(2);
-  list.RemoveRow(0);
-  EXPECT_EQ(list.Describe(), "{\"b\" [ ], >\"c\" [x]}");
-  list.InsertRow(0, "z");
-  EXPECT_EQ(list.SelectedText(), "c");
-  list.Select(7);
-  EXPECT_EQ(list.Selected(), -1);
-  EXPECT_EQ(Attempt([&] { list.RemoveRow(9); }).number, kInvalidArgument);
 }
 
 }  // namespace

@@ -56,23 +56,6 @@ TEST_F(ReadingWindows, StatusFitsTextFromOutsideIntoItsLabels) {
   EXPECT_EQ(fitted(std::string(1'000'000, 'x'), 9), "xxxxxx...");
 }
 
-TEST_F(ReadingWindows, StatusGrowsAndShrinksWithItsMargins) {
-  const auto form = LoadedStatus();
-  form->Resize(100, 100);
-  EXPECT_EQ(form->Width, 295);
-  EXPECT_EQ(form->Height, 336);
-  const auto bounds = [](const Control& control) {
-    const Rect& at = control.Bounds;
-    return std::vector<int>{at.left, at.top, at.width, at.height};
-  };
-  EXPECT_EQ(bounds(form->tbsTabs), (std::vector<int>{7, 118, 281, 181}));
-  EXPECT_EQ(bounds(form->lvwEncryption), (std::vector<int>{21, 187, 253, 98}));
-  EXPECT_EQ(bounds(form->cmdClose), (std::vector<int>{213, 306, 75, 23}));
-  form->Resize(520, 430);
-  EXPECT_EQ(bounds(form->txtOriginalMessage), (std::vector<int>{21, 149, 478, 230}));
-  EXPECT_EQ(bounds(form->cmdClose), (std::vector<int>{438, 400, 75, 23}));
-}
-
 TEST_F(ReadingWindows, ProgressCountsItsStepsAndCannotBeClosedBeforeTheEnd) {
   const auto item = outlook.NewMail();
   for (const char* name : {"a", "b"}) item->AddAttachment({name, name, outlook.Keep(""), "", ""});

@@ -62,14 +62,6 @@ TEST_F(ConfigurationButtonTest, StandsOnTheStandardBarWithItsPicture) {
   buttons.CloseButtons();
 }
 
-TEST_F(ConfigurationButtonTest, ShowsOnlyItsPictureWhereTheEditionWantsNoText) {
-  g_bNoToolbarButtonText = true;
-  ASSERT_TRUE(Init());
-  EXPECT_EQ(Button()->Look().caption, "");
-  EXPECT_EQ(Button()->Look().style, platform::kButtonIconAndCaption);
-  EXPECT_EQ(Button()->Look().tooltip, "Secure Email From Corvessa");
-}
-
 TEST_F(ConfigurationButtonTest, DoesWithoutAPictureThatIsMissingOrNone) {
   AllowError("ConfigurationButtons::GetButton - ");
   const std::string picture = "c:\\Corvessa\\Customization\\16x16Icon.bmp";
@@ -110,18 +102,6 @@ TEST_F(ConfigurationButtonTest, OpensOneDialogAndBringsItForward) {
   EXPECT_TRUE(Button()->Click());
   EXPECT_EQ(Dialogs().size(), 2U);
   buttons.CloseButtons();
-}
-
-TEST_F(ConfigurationButtonTest, OpensNothingInAMailModeThatTheEditionRefuses) {
-  ASSERT_TRUE(Init());
-  SetEditionSwitch("DisableInternetMode", 1);
-  ui.ExpectBox(
-      "Corvessa Professional for Outlook can only be used in Corporate/Workgroup mode.\r\n\r\n"
-      "This can be changed from the Tools menu, \r\n"
-      "under Options, Mail Services tab, Reconfigure Mail Support");
-  EXPECT_TRUE(Button()->Click());
-  EXPECT_TRUE(g_bDisableKVPEntirely);
-  EXPECT_EQ(Dialogs().size(), 0U);
 }
 
 TEST_F(ConfigurationButtonTest, OutlivesItsExplorerClosingUnderTheClick) {

@@ -52,14 +52,6 @@ TEST_F(ToolbarPictureTest, PutsFaceAndMaskOnTheClipboardByteForByte) {
                    0x40, 0, 0, 0, 0xA0, 0, 0, 0, 0, 0}));
 }
 
-TEST_F(ToolbarPictureTest, PadsMaskRowsToFourBytes) {
-  const auto mask =
-      TranspCmdBar::CreateMaskBitmap(*Bitmap(33, 2, std::vector(66, kBackground)), kBackground);
-  ASSERT_TRUE(mask);
-  EXPECT_EQ(mask->bits, (Bytes{0xFF, 0xFF, 0xFF, 0xFF, 0x80, 0, 0, 0,  //
-                               0xFF, 0xFF, 0xFF, 0xFF, 0x80, 0, 0, 0}));
-}
-
 TEST_F(ToolbarPictureTest, LeavesBothFormatsOutForSizesOutsideTheLimits) {
   EXPECT_TRUE(TranspCmdBar::CreateMaskBitmap(*Bitmap(30000, 1, std::vector(30000, kInk)), kInk));
   for (const auto& [width, height] : {std::pair{0, 0}, {30001, 1}, {1, 40000}}) {

@@ -55,29 +55,6 @@ TEST_F(Windows, ExplorersAreKeptUntilTheyClose) {
   EXPECT_EQ(explorers.use_count(), 1);
 }
 
-TEST_F(Windows, OnlyTheFirstExplorerLoadsTheSettingsAndGetsTheButton) {
-  AllowError("ActiveExplorers::Release - ");
-  StoreAccount("ann@example.org");
-  const auto explorers = std::make_shared<ActiveExplorers>();
-  explorers->AddExplorer(outlook.AddExplorer(), false);
-  EXPECT_FALSE(g_bSettingsLoaded);
-  const auto first = outlook.AddExplorer();
-  const auto second = outlook.AddExplorer();
-  explorers->AddExplorer(first, true);
-  explorers->AddExplorer(second, true);
-  EXPECT_TRUE(g_bSettingsLoaded);
-  EXPECT_EQ(g_colAccounts.size(), 1U);
-  const auto buttons = [](const desk::ExplorerWindowPtr& window) {
-    return std::ranges::count_if(window->Bars().Find("Standard")->Buttons(), [](auto& button) {
-      return button->Look().on_action == "!<CorvessaPro_OL.Connect>";
-    });
-  };
-  EXPECT_EQ(buttons(first), 1);
-  EXPECT_EQ(buttons(second), 0);
-  explorers->ReleaseAll();
-  EXPECT_EQ(buttons(first), 0);
-}
-
 TEST_F(Windows, InspectorsServeTheirMailAndLetGoWhenTheyClose) {
   const auto inspectors = std::make_shared<ActiveInspectors>();
   inspectors->AddInspector(nullptr);
