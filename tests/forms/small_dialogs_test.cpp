@@ -14,6 +14,7 @@
 #include "forms/frm_generic.h"
 #include "forms/frm_html.h"
 #include "forms/frm_modal_show_in_taskbar.h"
+#include "forms/frm_no_key_pairs.h"
 #include "forms/frm_no_keys_found.h"
 #include "support/addin_fixture.h"
 #include "support/form_checks.h"
@@ -26,7 +27,7 @@ using ::testing::ElementsAre;
 class SmallDialogsTest : public AddInFixture {
  protected:
   SmallDialogsTest() {
-    for (const char* form : {"frmAliasOptions", "frmHTML"}) ui.AllowForm(form);
+    for (const char* form : {"frmAliasOptions", "frmNoKeyPairs", "frmHTML"}) ui.AllowForm(form);
   }
 
   /// What the address dialog gives when the user does that in it.
@@ -106,6 +107,18 @@ TEST_F(SmallDialogsTest, NoKeysFoundAnswersOnlyWhatWasPressed) {
             6);
   EXPECT_EQ(answer([](frmNoKeysFound& form) { form.cmdNo.Press(); }), 7);
   EXPECT_EQ(answer([](frmNoKeysFound& form) { form.PressCloseBox(); }), 3);
+}
+
+TEST_F(SmallDialogsTest, NoKeyPairsOpensThePageOfTheClickedAddress) {
+  SetEdition("URLKeyGen", "https://example.com/keys");
+  const auto form = std::make_shared<frmNoKeyPairs>();
+  for (const char* address : {"a@example.com", "b@example.com"}) form->lstEmailAddr.AddRow(address);
+  form->Show();
+  ExpectGoldenForm("frmNoKeyPairs", *form);
+  form->lstEmailAddr.ClickRow(1);
+  form->cmdOK.Press();
+  EXPECT_FALSE(form->IsLoaded());
+  EXPECT_THAT(shell.pages, ElementsAre("https://example.com/keys?alias=b@example.com"));
 }
 
 TEST_F(SmallDialogsTest, HtmlWarningAnswersOnlyWhatWasPressed) {
