@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "accounts/settings.h"
+#include "accounts/user_management.h"
 #include "addin/debug_info.h"
 #include "forms/form.h"
 
@@ -13,6 +14,11 @@ namespace corvessa::testing {
 namespace {
 
 using ScriptedFixtureTest = AddInFixture;
+
+class RealFixtureTest : public AddInFixture {
+ protected:
+  RealFixtureTest() : AddInFixture({.engine = EngineChoice::kReal}) {}
+};
 
 TEST_F(ScriptedFixtureTest, FindsPlantedText) {
   files.CreateFolder("c:\\Temp\\a");
@@ -32,6 +38,22 @@ TEST_F(ScriptedFixtureTest, FailsATestForEachErrorLine) {
     AllowError(error);
   }
   Debug_Info::TraceLog("a - b: no error");
+}
+
+TEST_F(RealFixtureTest, StartsTheAddInOverTheRealEngine) {
+  engine::KeyInfo made;
+  ASSERT_EQ(Keys().GenerateKey("Ann", "ann@example.org", "CANARY-pass", made), 0);
+  StoreAccount("ann@example.org", true);
+  outlook.AddExplorer();
+  ConnectAddIn();
+  EXPECT_EQ(UserManagement::GetKeyPairCount(nullptr), 1);
+  EXPECT_EQ(ui.Shown().front(), "frmSplashScreen");
+  DisconnectAddIn();
+  const std::vector<std::string> trace = Trace();
+  ASSERT_GE(trace.size(), 2U);
+  EXPECT_EQ(trace[trace.size() - 2], "Closedown");
+  EXPECT_EQ(LoadedForms().size(), 0U);
+  EXPECT_EQ(FilesHolding("CANARY-pass"), std::vector<std::string>{});
 }
 
 TEST_F(ScriptedFixtureTest, NoFailedPlatformCallGetsPastStartUpOrCloseDown) {

@@ -62,6 +62,7 @@ TEST_F(ProfileFilesTest, KeepsContentPrivateByteForByte) {
 TEST_F(ProfileFilesTest, ReportsFailuresByTheirNumbers) {
   files_.Write("c:\\file", "kept");
   files_.Write("c:\\other", "other");
+  chmod(files_.LocalPath("c:\\file").c_str(), 0400);
   files_.CreateFolder("c:\\dir");
   files_.Write("c:\\dir\\file", "x");
   const struct {
@@ -72,6 +73,7 @@ TEST_F(ProfileFilesTest, ReportsFailuresByTheirNumbers) {
       {"read missing", [&] { files_.Read("c:\\none"); }, kFileNotFound},
       {"read a folder", [&] { files_.Read("c:\\dir"); }, kPathFileAccess},
       {"write in missing folder", [&] { files_.Write("c:\\none\\file", "x"); }, kPathNotFound},
+      {"write a read-only file", [&] { files_.Write("c:\\file", "x"); }, kPathFileAccess},
       {"copy onto a file", [&] { files_.Copy("c:\\other", "c:\\file"); }, kPathFileAccess},
       {"delete missing", [&] { files_.Delete("c:\\none"); }, kFileNotFound},
       {"delete a folder", [&] { files_.Delete("c:\\dir"); }, kFileNotFound},

@@ -98,6 +98,7 @@ TEST_F(RegistryFileTest, KeysKeepTheirCaseAndOrderAndDieWhenDeleted) {
 
   const auto child = Created(*parent, "a@x.org");
   EXPECT_EQ(registry.CurrentUser().DeleteKey("parent"), platform::kRegistryAccessDenied);
+  EXPECT_EQ(registry.CurrentUser().DeleteKey(""), platform::kRegistryAccessDenied);
   EXPECT_EQ(parent->DeleteKey("A@x.org"), kRegistrySuccess);
   EXPECT_EQ(child->WriteNumber("Sign", 1), kRegistryKeyDeleted);
   RegistryKeyPtr none;
