@@ -68,10 +68,23 @@ bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
+struct CodeRange {
+  char32_t first;
+  char32_t last;
+};
+
+// Control characters, marks that turn the direction of writing, line separators, and letters,
+// joiners, variation selectors and tags that draw nothing: Unicode's "default ignorable" ones.
+constexpr CodeRange kHiddenCharacters[] = {
+    {0x00, 0x1F},     {0x7F, 0x9F},      {0xAD, 0xAD},     {0x034F, 0x034F}, {0x061C, 0x061C},
+    {0x115F, 0x1160}, {0x17B4, 0x17B5},  {0x180B, 0x180F}, {0x200B, 0x200F}, {0x2028, 0x202E},
+    {0x2060, 0x206F}, {0x3164, 0x3164},  {0xFE00, 0xFE0F}, {0xFEFF, 0xFEFF}, {0xFFA0, 0xFFA0},
+    {0xFFF0, 0xFFFB}, {0xE0000, 0xE0FFF}};
+
 bool IsHiddenCharacter(char32_t code) {
-  return code < 0x20 || (code >= 0x7F && code <= 0x9F) || code == 0x061C ||
-         (code >= 0x200B && code <= 0x200F) || (code >= 0x2028 && code <= 0x202E) ||
-         (code >= 0x2060 && code <= 0x2069) || code == 0xFEFF;
+  return std::ranges::any_of(kHiddenCharacters, [&](const CodeRange& range) {
+    return code >= range.first && code <= range.last;
+  });
 }
 
 }  // namespace

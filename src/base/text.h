@@ -43,9 +43,9 @@ double RoundHalfEven(double number);
 /// The number as a 32-bit one; past either end it stays at that end.
 std::int32_t ClampToInt32(double number);
 
-/// Text from outside as it may be shown: control characters and the marks that turn the direction
-/// of writing are left out, so that a name cannot disguise what stands beside it. Line breaks go
-/// too.
+/// Text from outside as it may be shown: control characters, the marks that turn the direction of
+/// writing and characters that draw nothing are left out, so that a name cannot disguise what
+/// stands beside it. Line breaks go too.
 std::string ForDisplay(std::string_view text);
 
 /// The same for a text of several lines: a line break of any kind (CR LF, CR, LF) becomes one LF,

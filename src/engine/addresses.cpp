@@ -5,8 +5,10 @@
 namespace corvessa::engine {
 namespace {
 
-bool IsBlankOrControl(char c) {
-  return static_cast<unsigned char>(c) <= ' ' || c == '\x7f';
+// A letter from outside ASCII can look like another one, or like nothing at all, and would make two
+// addresses of what a user sees as one.
+bool IsPlain(char c) {
+  return c > ' ' && c < '\x7f';
 }
 
 bool IsAddress(std::string_view text) {
@@ -14,7 +16,7 @@ bool IsAddress(std::string_view text) {
   return at != std::string_view::npos && at > 0 && at + 1 < text.size() &&
          text.find('@', at + 1) == std::string_view::npos &&
          text.find_first_of("<>,;\"") == std::string_view::npos &&
-         std::ranges::none_of(text, IsBlankOrControl);
+         std::ranges::all_of(text, IsPlain);
 }
 
 }  // namespace

@@ -186,16 +186,26 @@ Key UsableFor(rnp_ffi_t ffi, rnp_key_handle_t primary, const char* usage) {
   return MayDo(primary, usage) ? FindKey(ffi, Text(rnp_key_get_fprint, primary)) : Key();
 }
 
-std::string MainAddress(rnp_key_handle_t primary) {
-  char* main_id = nullptr;  // a key without a valid user ID has none, which is no error here
-  if (rnp_key_get_primary_uid(primary, &main_id) != RNP_SUCCESS) return {};
-  std::string address = AddressOf(main_id);
+bool HasValidUserId(rnp_key_handle_t primary) {
+  bool has_valid = false;
+  ForEachUserId(primary, [&](const std::string&, bool valid) { has_valid = has_valid || valid; });
+  return has_valid;
+}
+
+std::vector<std::string> ValidAddresses(rnp_key_handle_t primary) {
+  std::vector<std::string> addresses;
   ForEachUserId(primary, [&](const std::string& user_id, bool valid) {
-    if (address.empty() && valid) address = AddressOf(user_id);
+    std::string address = AddressOf(user_id);
+    if (valid && !address.empty() && !std::ranges::count(addresses, address)) {
+      addresses.push_back(std::move(address));
+    }
   });
-  if (address.empty()) address = main_id;
+  char* main_id = nullptr;  // a key without a valid user ID has none, which is no error here
+  if (rnp_key_get_primary_uid(primary, &main_id) != RNP_SUCCESS) return addresses;
+  const auto main = std::ranges::find(addresses, AddressOf(main_id));
   rnp_buffer_destroy(main_id);
-  return address;
+  if (main != addresses.end()) std::rotate(addresses.begin(), main, main + 1);
+  return addresses;
 }
 
 }  // namespace corvessa::engine

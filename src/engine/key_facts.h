@@ -46,8 +46,10 @@ bool IsUsable(rnp_key_handle_t key);
 /// primary key is not usable or there is none.
 Key UsableFor(rnp_ffi_t ffi, rnp_key_handle_t primary, const char* usage);
 
-/// The key's address: that of its primary user ID, else of the first valid one that carries any,
-/// else the text of its primary user ID; "" when no user ID is valid.
-std::string MainAddress(rnp_key_handle_t primary);
+/// Some user ID's self-signature holds.
+bool HasValidUserId(rnp_key_handle_t primary);
+
+/// The addresses of the valid user IDs, the primary one's first; without repetitions.
+std::vector<std::string> ValidAddresses(rnp_key_handle_t primary);
 
 }  // namespace corvessa::engine

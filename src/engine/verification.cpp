@@ -64,8 +64,10 @@ bool IsForDocuments(rnp_signature_handle_t signature, bool text_only) {
 }
 
 // A key server must not be able to speak for an address whose key the user has.
-bool IsImpostor(const KeyStore& keys, rnp_key_handle_t primary, const std::string& address) {
-  return keys.IsOnlyLookedUp(Text(rnp_key_get_fprint, primary)) && keys.IsInRings(address);
+bool IsImpostor(const KeyStore& keys, rnp_key_handle_t primary) {
+  return keys.IsOnlyLookedUp(Text(rnp_key_get_fprint, primary)) &&
+         std::ranges::any_of(ValidAddresses(primary),
+                             [&](const std::string& address) { return keys.IsInRings(address); });
 }
 
 Finding NoUsableKey(const std::string& address) {
@@ -83,9 +85,9 @@ bool IsRevoked(const KeyStore& keys, const std::string& key_id, rnp_key_handle_t
 Finding JudgeGood(const KeyStore& keys, rnp_op_verify_signature_t signature,
                   rnp_key_handle_t primary, const std::string& address) {
   const auto key = Make<Key>(rnp_op_verify_signature_get_key, signature);
-  if (MainAddress(primary).empty() || !IsUsable(primary) || !IsUsable(key.get()))
+  if (!HasValidUserId(primary) || !IsUsable(primary) || !IsUsable(key.get()))
     return NoUsableKey(address);
-  if (IsImpostor(keys, primary, address)) {
+  if (IsImpostor(keys, primary)) {
     return {Kind::kInvalidKey, address,
             "The key that signed is not the key in your rings for " + address + "."};
   }
@@ -100,8 +102,9 @@ Finding Judge(const KeyStore& keys, rnp_op_verify_signature_t signature, bool te
   if (status == RNP_ERROR_KEY_NOT_FOUND || !primary) {
     return {Kind::kUnknown, key_id, "The signer's key " + key_id + " is not to be had."};
   }
-  std::string address = MainAddress(primary.get());
-  if (address.empty()) address = key_id;
+  const auto addresses = ValidAddresses(primary.get());
+  // Never the text of a user ID: it can say anything, also somebody else's address.
+  const std::string address = addresses.empty() ? key_id : addresses.front();
   if (status == RNP_ERROR_SIGNATURE_INVALID && !IsRevoked(keys, key_id, primary.get())) {
     return {Kind::kBad, address, "The signature of " + address + " does not fit the content."};
   }

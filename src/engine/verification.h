@@ -16,7 +16,8 @@ struct Verdict {
   /// 1 good, 0 bad, else an error, with its message.
   EngineStatus status = kSignatureTrouble;
   std::string message;
-  /// The addresses of the good signers; of the bad ones when the status is 0.
+  /// The addresses of the good signers, the key ID of one without; of the bad ones when the status
+  /// is 0.
   std::vector<std::string> signers;
   /// The key IDs of the signers whose keys could not be had.
   std::vector<std::string> unknown_signers;

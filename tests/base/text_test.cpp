@@ -70,6 +70,9 @@ TEST(Text, ClampKeepsANumberWithinThirtyTwoBits) {
 TEST(Text, ForDisplayDropsWhatWouldDisguiseATextButKeepsTheRest) {
   EXPECT_EQ(ForDisplay("Bob\r\n\x1b[31m <b@x.org>\x7f"), "Bob[31m <b@x.org>");
   EXPECT_EQ(ForDisplay("a\u202Egpj.exe\u2069\u200F"), "agpj.exe");
+  EXPECT_EQ(ForDisplay("b\u00ADo\u034Fs\u115F\u1160s\u17B5@\u180Bx\u2065.\u3164o\uFE0Fr\uFFA0g"
+                       "\U000E0041"),
+            "boss@x.org");
   EXPECT_EQ(ForDisplay("é\x80\u0085 日本"), "é 日本");
 }
 

@@ -4,6 +4,7 @@
 
 #include "engine/armour.h"
 #include "engine/key_facts.h"
+#include "engine/key_generation.h"
 #include "engine/profile.h"
 #include "engine/servers.h"
 
@@ -161,6 +162,34 @@ TEST_F(KeyServerTest, AServerCannotSpeakForAnAddressOfTheRings) {
   EXPECT_EQ(VerifyText(*bob.engine, signed_text), (Verified{-6, {}, {}, ""}));
   EXPECT_EQ(bob.engine->GetEngineLastError(),
             "The key that signed is not the key in your rings for alice@example.org.");
+}
+
+TEST_F(KeyServerTest, AUserIdThatOnlyLooksLikeAnAddressNamesNobody) {
+  const Verified mallory{1, {"mallory@evil.net"}, {}, "Pay"};
+  struct Case {
+    const char* first;
+    const char* second;
+    Verified verified;
+  };
+  for (const auto& [first, second, verified] :
+       {Case{"Boss <alice@example.org\u200B>", "mallory@evil.net", mallory},
+        Case{"alice@example.org, mallory", "mallory@evil.net", mallory},
+        Case{"mallory@evil.net", "Alice <alice@example.org>", {-6, {}, {}, ""}}}) {
+    const Ffi ffi = MakeFfi();
+    const auto key = GenerateKeyPair(ffi.get(), first, SecretString("pw"));
+    rnp_key_unlock(key.get(), "pw");
+    ASSERT_EQ(rnp_key_add_uid(key.get(), second, "SHA512", 0, 0, false), RNP_SUCCESS);
+    Profile sender;
+    sender.Import(ExportSecret(key.get()));
+    ASSERT_EQ(sender.engine->AuthenticateAccount("mallory@evil.net", "pw"), 0);
+    std::string signed_text;
+    ASSERT_EQ(sender.engine->SignText("Pay", nullptr, signed_text), 0);
+    const RogueServer server(Says(sender.PublicKeys("mallory@evil.net")));
+    Profile bob;
+    bob.Import(alice->PublicKeys("alice@example.org"));
+    bob.engine->SetOption("lookupKeyservers", server.Address());
+    EXPECT_EQ(VerifyText(*bob.engine, signed_text), verified) << first;
+  }
 }
 
 }  // namespace
