@@ -1,6 +1,7 @@
 #include "engine/key_rings.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <fcntl.h>
 #include <limits>
 #include <sys/file.h>
@@ -17,7 +18,8 @@ constexpr std::size_t kMaxIndexSize = std::size_t{256} << 20;
 
 RingStamp StampOf(const LocalFile& file) {
   struct stat status = {};
-  if (!file.IsOpen() || fstat(file.descriptor(), &status) != 0) return {};
+  if (!file.IsOpen()) return {};
+  if (fstat(file.descriptor(), &status) != 0) Fail(kKeyStoreTrouble, "Cannot read a key ring.");
   return {static_cast<std::uint64_t>(status.st_size),
           std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec,
           static_cast<std::uint64_t>(status.st_ino)};
@@ -25,11 +27,20 @@ RingStamp StampOf(const LocalFile& file) {
 
 bool IsStillAt(const std::filesystem::path& path, const RingStamp& stamp) {
   struct stat status = {};
-  if (stat(path.c_str(), &status) != 0) return stamp == RingStamp();
+  if (stat(path.c_str(), &status) != 0) return errno == ENOENT && stamp == RingStamp();
   return stamp ==
          RingStamp{static_cast<std::uint64_t>(status.st_size),
                    std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec,
                    static_cast<std::uint64_t>(status.st_ino)};
+}
+
+/// "" when there is none that can be read: then it is made again.
+std::string ReadIndex(const std::filesystem::path& path) {
+  try {
+    return ReadWholeFile(path, kMaxIndexSize);
+  } catch (const Failure&) {
+    return {};
+  }
 }
 
 std::vector<const RingEntry*> Found(
@@ -60,27 +71,43 @@ std::filesystem::path KeyRings::RingPath(bool secret) const {
   return folder_ / (secret ? "secret.ring" : "public.ring");
 }
 
+template <typename Work>
+void KeyRings::OrForget(Work work) {
+  try {
+    work();
+  } catch (...) {
+    public_ = {};
+    secret_ = {};
+    index_ = {};
+    Remember();
+    throw;
+  }
+}
+
 bool KeyRings::Reopen(bool secret) {
   Ring& ring = RingOf(secret);
   if (IsStillAt(RingPath(secret), ring.stamp)) return false;
-  ring.file = LocalFile::OpenIfThere(RingPath(secret));
-  ring.stamp = StampOf(ring.file);
+  auto file = LocalFile::OpenIfThere(RingPath(secret));
+  ring.stamp = StampOf(file);
+  ring.file = std::move(file);
   return true;
 }
 
 bool KeyRings::Refresh() {
-  const bool public_changed = Reopen(false);
-  const bool secret_changed = Reopen(true);
-  if (!public_changed && !secret_changed) return false;
-  if (!LoadIndex()) RebuildIndex();
-  Remember();
-  return true;
+  bool changed = false;
+  OrForget([&] {
+    const bool public_changed = Reopen(false);
+    const bool secret_changed = Reopen(true);
+    changed = public_changed || secret_changed;
+    if (!changed) return;
+    if (!LoadIndex()) RebuildIndex();
+    Remember();
+  });
+  return changed;
 }
 
 bool KeyRings::LoadIndex() {
-  const auto file = LocalFile::OpenIfThere(IndexPath());
-  if (!file.IsOpen() || file.Size() > kMaxIndexSize) return false;
-  auto index = ParseKeyIndex(file.ReadAt(0, static_cast<std::size_t>(file.Size())));
+  auto index = ParseKeyIndex(ReadIndex(IndexPath()));
   if (!index || index->public_ring != public_.stamp || index->secret_ring != secret_.stamp) {
     return false;
   }
@@ -113,11 +140,19 @@ void KeyRings::IndexRing(bool secret) {
     index_.entries.push_back({secret, piece.offset, piece.length, FactsOf(key.get())});
   }
   // What cannot be read would be lost with the next write.
-  if (damaged) {
-    AtomicFile copy(RingPath(secret).string() + ".damaged");
-    copy.Write(data);
-    copy.CommitDurably();
+  if (damaged) Rescue(secret, data);
+}
+
+void KeyRings::Rescue(bool secret, const std::string& data) const {
+  const std::string name = RingPath(secret).string() + ".damaged";
+  std::string path = name;
+  for (int number = 2; std::filesystem::exists(path); ++number) {
+    if (ReadWholeFile(path, std::string().max_size()) == data) return;
+    path = name + "." + std::to_string(number);
   }
+  AtomicFile copy(path);
+  copy.Write(data);
+  copy.CommitDurably();
 }
 
 void KeyRings::Remember() {
@@ -148,9 +183,11 @@ std::string KeyRings::Read(const RingEntry& entry) const {
 
 void KeyRings::Store(const Lock&, const std::vector<NewKey>& keys) {
   Refresh();
-  // The secret ring first: whoever holds a secret key can make the public one from it.
-  WriteRing(true, keys);
-  WriteRing(false, keys);
+  OrForget([&] {
+    // The secret ring first: whoever holds a secret key can make the public one from it.
+    WriteRing(true, keys);
+    WriteRing(false, keys);
+  });
   index_.public_ring = public_.stamp;
   index_.secret_ring = secret_.stamp;
   WriteIndex();
@@ -185,9 +222,12 @@ void KeyRings::WriteRing(bool secret, const std::vector<NewKey>& keys) {
 }
 
 void KeyRings::WriteIndex() {
-  AtomicFile file(IndexPath());
-  file.Write(FormatKeyIndex(index_));
-  file.Commit();
+  try {
+    AtomicFile file(IndexPath());
+    file.Write(FormatKeyIndex(index_));
+    file.Commit();
+  } catch (const Failure&) {  // keys that are stored are stored, also on a disk that is full now
+  }
 }
 
 }  // namespace corvessa::engine

@@ -22,7 +22,8 @@ class KeyRings {
  public:
   explicit KeyRings(std::filesystem::path folder);
 
-  /// Looks whether another process changed the rings; true when there is something new.
+  /// Looks whether another process changed the rings; true when there is something new. Failure
+  /// when they are there but cannot be read: then no key is known and the next call tries again.
   bool Refresh();
 
   const std::vector<RingEntry>& Entries() const { return index_.entries; }
@@ -49,6 +50,7 @@ class KeyRings {
     LocalFile file_;
   };
   /// Adds the keys, each in place of an entry with its fingerprint in its ring if there is one.
+  /// Failure when they cannot be read or written; no ring is then without a key that it held.
   void Store(const Lock& lock, const std::vector<NewKey>& keys);
   const std::filesystem::path& Folder() const { return folder_; }
 
@@ -60,12 +62,18 @@ class KeyRings {
   Ring& RingOf(bool secret) { return secret ? secret_ : public_; }
   std::filesystem::path RingPath(bool secret) const;
   std::filesystem::path IndexPath() const { return folder_ / "keys.index"; }
+  /// Runs `work`; when it fails, forgets everything that was read, so that nothing half-read is
+  /// ever used or written back.
+  template <typename Work>
+  void OrForget(Work work);
   bool Reopen(bool secret);
   bool LoadIndex();
   void RebuildIndex();
   void IndexRing(bool secret);
+  void Rescue(bool secret, const std::string& data) const;
   void Remember();
   void WriteRing(bool secret, const std::vector<NewKey>& keys);
+  /// As far as it can be written: a missing or old index is made again.
   void WriteIndex();
 
   std::filesystem::path folder_;

@@ -79,6 +79,40 @@ TEST_F(RingsTest, ADamagedRingGivesWhatIsGoodAndLosesNothing) {
   profile.Import(donor->PublicKeys(Address(3)));
   EXPECT_EQ(Listed(profile), (std::vector{Address(0), Address(1), Address(3)}));
   EXPECT_EQ(ReadFile(profile.folder / "keys/public.ring.damaged"), cut);
+  const auto cut_again = ring.substr(0, ring.size() - 400);
+  profile.Write("keys/public.ring", cut_again);
+  EXPECT_EQ(Listed(profile), (std::vector{Address(0), Address(1)}));
+  EXPECT_EQ(ReadFile(profile.folder / "keys/public.ring.damaged"), cut);
+  EXPECT_EQ(ReadFile(profile.folder / "keys/public.ring.damaged.2"), cut_again);
+}
+
+TEST_F(RingsTest, ARingThatCannotBeReadIsNeitherUsedNorReplaced) {
+  Profile profile;
+  profile.Import(donor->SecretKeys(Address(0)));
+  const auto ring = profile.folder / "keys/secret.ring";
+  const auto aside = profile.folder / "keys/aside";
+  std::filesystem::rename(ring, aside);
+  std::filesystem::create_symlink("secret.ring", ring);  // leads to itself: not even root reads it
+  std::vector<KeyInfo> keys;
+  for (const auto& engine : {profile.engine, profile.Reopened()}) {
+    for (int again = 0; again < 2; ++again) {
+      EXPECT_EQ(engine->ImportKeys(donor->SecretKeys(Address(1)), keys), -8);
+      EXPECT_EQ(engine->ListKeys(keys), -8);
+    }
+  }
+  EXPECT_TRUE(std::filesystem::is_symlink(ring));
+  std::filesystem::rename(aside, ring);
+  profile.Import(donor->SecretKeys(Address(1)));
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(profile.engine->AuthenticateAccount(Address(i), "secret"), 0) << i;
+  }
+}
+
+TEST_F(RingsTest, KeysAreKnownAndStoredWithoutAnIndex) {
+  Profile profile;
+  std::filesystem::create_directories(profile.folder / "keys/keys.index/in the way");
+  profile.Import(donor->PublicKeys(Address(0)));
+  EXPECT_EQ(Listed(profile), std::vector{Address(0)});
 }
 
 TEST_F(RingsTest, SurvivesBeingKilledAtAnyMoment) {
