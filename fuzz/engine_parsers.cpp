@@ -25,7 +25,7 @@ void Require(bool condition) {
 
 void ReadMessage(std::string message) {
   const auto start = ReadEncryptedMessageStart(message);
-  HideRecipients(message);
+  Require(HideRecipients(message) == start.has_value());
   if (!start) return;
   Require(start->length < message.size());
   for (const auto& packet : start->session_keys) {

@@ -79,6 +79,10 @@ void LibrnpEngine::InitEngine() {
   }
 }
 
+void LibrnpEngine::FailToHide() {
+  Fail(kUnexpected, "The recipients could not be hidden.");
+}
+
 EngineStatus LibrnpEngine::QueryKeyPair(std::string_view address, std::string& text) {
   return Attempt([&] {
     const std::string normal = NormalAddress(address);
@@ -160,7 +164,7 @@ EngineStatus LibrnpEngine::EncryptText(const platform::IEngineStringVector& reci
     TextSource source(text);
     TextSink sink;
     Encrypt(keys_.ffi(), keys, IsWorthCompressing(text), source, sink);
-    if (anonymous_) HideRecipients(sink.text);
+    if (anonymous_ && !HideRecipients(sink.text)) FailToHide();
     armoured = Armour(sink.text, "message", message_version_);
     return kDone;
   });

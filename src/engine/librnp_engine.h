@@ -63,6 +63,7 @@ class LibrnpEngine final : public OpenPgpEngine {
   /// answers are in the addresses' order: could it be told?
   std::vector<bool> LookUpAddresses(const std::vector<std::string>& addresses);
   FindSigner SignerFinder();
+  [[noreturn]] static void FailToHide();
   static EngineStatus Report(const Verdict& verdict, platform::IEngineStringVector& signers,
                              platform::IEngineStringVector& unknown_signers);
 

@@ -34,11 +34,12 @@ bool StartsWithArmour(std::string_view start) {
   return first != std::string_view::npos && start.substr(first).starts_with(kArmourStart);
 }
 
-void HideRecipientsOf(AtomicFile& file) {
+bool HideRecipientsOf(AtomicFile& file) {
   const LocalFile written = file.Reopened();
   std::string start = written.ReadAt(0, kMaxMessageStart);
-  HideRecipients(start);
+  if (!HideRecipients(start)) return false;
   file.WriteAt(0, start);
+  return true;
 }
 
 [[noreturn]] void FailNoMessage(std::string_view path) {
@@ -100,7 +101,7 @@ EngineStatus LibrnpEngine::EncryptFileToFile(const platform::IEngineStringVector
     FileSource source(file);
     AtomicFile output(config_.local_path(encrypted_path));
     Encrypt(keys_.ffi(), keys, IsWorthCompressing(Samples(file)), source, output);
-    if (anonymous_) HideRecipientsOf(output);
+    if (anonymous_ && !HideRecipientsOf(output)) FailToHide();
     output.Commit();
     return kDone;
   });

@@ -131,12 +131,13 @@ bool IsHidden(std::string_view message, const SessionKeyPacket& packet) {
                              [](char byte) { return byte == 0; });
 }
 
-void HideRecipients(std::string& message) {
+bool HideRecipients(std::string& message) {
   const auto start = ReadEncryptedMessageStart(message);
-  if (!start) return;
+  if (!start) return false;
   for (const auto& packet : start->session_keys) {
     message.replace(packet.key_id_offset, kKeyIdLength, kKeyIdLength, '\0');
   }
+  return true;
 }
 
 bool RevealRecipients(std::string& message_start, const EncryptedMessageStart& start, int algorithm,

@@ -58,8 +58,9 @@ inline constexpr std::size_t kKeyIdLength = 8;
 std::string KeyIdOf(std::string_view message, const SessionKeyPacket& packet);
 bool IsHidden(std::string_view message, const SessionKeyPacket& packet);
 
-/// Makes every recipient of the message hidden.
-void HideRecipients(std::string& message);
+/// Makes every recipient of the message hidden. False, with the message as it was, when its start
+/// is not understood: then it names its recipients and must not go out.
+[[nodiscard]] bool HideRecipients(std::string& message);
 
 /// Names `key_id` (hexadecimal) as the recipient of the hidden packets of that algorithm within the
 /// first `start.length` bytes, so that the library tries that key on them. False: there are none.

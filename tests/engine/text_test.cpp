@@ -166,6 +166,9 @@ TEST_F(TextTest, HiddenRecipientsAreInNoPacketAndStillCanRead) {
   carol.Generate("carol@example.org");
   carol.engine->AuthenticateAccount("carol@example.org", "secret");
   EXPECT_EQ(carol.engine->DecryptTextEx(armoured, nullptr, plain), -13);
+  for (std::string message : {std::string(), std::string("\xc1\x02xx", 4), binary.substr(0, 90)}) {
+    EXPECT_FALSE(HideRecipients(message)) << "taken for hidden: " << message;
+  }
 }
 
 TEST_F(TextTest, WhatIsNoMessageOrIsDamagedGivesItsStatusAndNoText) {
