@@ -16,6 +16,10 @@ namespace {
 
 // Larger than any armoured signature of a few hundred signers.
 constexpr std::size_t kMaxSignatureFile = std::size_t{1} << 20;
+// Deflate can promise a thousand times what arrives and fill the disk; what people send to one
+// another stays far below this.
+constexpr std::uint64_t kMaxExpansion = 64;
+constexpr std::uint64_t kAlwaysAllowed = std::uint64_t{256} << 20;
 constexpr std::string_view kArmourStart = "-----BEGIN PGP MESSAGE-----";
 
 /// Pieces of the start, the middle and the end.
@@ -126,7 +130,11 @@ EngineStatus LibrnpEngine::DecryptFileEx(std::string_view path,
                                      return std::make_unique<FileSource>(binary, replacement);
                                    }};
     const std::string address = account ? NormalAddress(account->address) : std::string();
-    Decrypt(keys_, address, message, {output, [&] { output.Clear(); }});
+    LimitedSink limited(output, std::max(kAlwaysAllowed, original.Size() * kMaxExpansion));
+    Decrypt(keys_, address, message, {limited, [&] {
+                                        output.Clear();
+                                        limited.Restart();
+                                      }});
     KeepMode(original, output);
     // The encrypted file may be the only copy of its content.
     output.CommitDurably();

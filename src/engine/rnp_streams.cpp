@@ -22,6 +22,14 @@ void TextSink::Write(std::string_view bytes) {
   text.append(bytes);
 }
 
+void LimitedSink::Write(std::string_view bytes) {
+  if (bytes.size() > left_) {
+    Fail(kBadContent, "The content is too large: more than " + std::to_string(limit_) + " bytes.");
+  }
+  left_ -= bytes.size();
+  sink_.Write(bytes);
+}
+
 Stream::Stream(Source& source, Sink& sink) : source_(source), sink_(sink) {
   input_ = Create<Input>(rnp_input_from_callback, &Stream::Read, nullptr, this);
   output_ = Create<Output>(rnp_output_to_callback, &Stream::Write, nullptr, this);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <exception>
 #include <string>
 #include <string_view>
@@ -47,6 +48,20 @@ class TextSink final : public Sink {
 
  private:
   std::size_t limit_;
+};
+
+/// Passes on up to `limit` bytes; past them it fails with -3.
+class LimitedSink final : public Sink {
+ public:
+  LimitedSink(Sink& sink, std::uint64_t limit) : sink_(sink), limit_(limit), left_(limit) {}
+  void Write(std::string_view bytes) override;
+  /// Counts from nothing again.
+  void Restart() { left_ = limit_; }
+
+ private:
+  Sink& sink_;
+  std::uint64_t limit_;
+  std::uint64_t left_;
 };
 
 /// Runs one library operation between a source and a sink. A Failure thrown by either reaches the

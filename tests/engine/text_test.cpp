@@ -310,6 +310,11 @@ TEST_F(TextTest, DeepNestingAndBombsAreRefused) {
   EXPECT_EQ(bob->engine->DecryptTextEx(bomb, nullptr, plain), -3);
   EXPECT_EQ(plain, "untouched");
   EXPECT_EQ(bob->engine->GetEngineLastError(), "The text is too large: more than 268435456 bytes.");
+  const auto file = bob->Write("bomb.pgp", bomb);
+  EXPECT_EQ(bob->engine->DecryptFileEx(file, nullptr), -3);
+  EXPECT_EQ(bob->engine->GetEngineLastError(),
+            "The content is too large: more than 268435456 bytes.");
+  EXPECT_EQ(ReadFile(file), bomb);
 }
 
 }  // namespace
