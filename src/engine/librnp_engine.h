@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/error.h"
 #include "engine/engine.h"
 #include "engine/key_servers.h"
 #include "engine/key_store.h"
@@ -85,6 +86,9 @@ EngineStatus LibrnpEngine::Attempt(Operation operation) {
   } catch (const Failure& failure) {
     last_error_ = failure.message;
     return failure.status;
+  } catch (const Error& error) {  // of the host's, for a path that it does not know
+    last_error_ = error.description;
+    return kIoTrouble;
   } catch (const std::exception& error) {
     last_error_ = std::string("Unexpected error: ") + error.what();
     return kUnexpected;

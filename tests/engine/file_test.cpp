@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <random>
 
+#include "base/error.h"
 #include "engine/armour.h"
 #include "engine/profile.h"
 
@@ -170,6 +171,17 @@ TEST_F(FileTest, AdditionalDecryptionAddressesComeFromTheirFile) {
   EXPECT_EQ(alice->engine->GetEngineLastError(),
             "Line 2 of " + file + " is not \"address: address, …\".");
   std::filesystem::remove(file);
+}
+
+TEST_F(FileTest, APathThatTheHostRefusesIsAFileError) {
+  EngineConfig config;
+  config.rings_folder = alice->folder / "keys";
+  config.local_path = [](std::string_view) -> std::filesystem::path {
+    Raise(kPathNotFound, "There is no drive Q.");
+  };
+  const auto engine = CreateOpenPgpEngine(config);
+  EXPECT_EQ(engine->DecryptFileEx("Q:\\x", nullptr), -8);
+  EXPECT_EQ(engine->GetEngineLastError(), "There is no drive Q.");
 }
 
 }  // namespace
