@@ -32,13 +32,12 @@ void InitialiseOnce() {
 /// One request on its way. It stays where it is: the transfer points to it.
 class Transfer {
  public:
-  Transfer(const HttpRequest& request, std::size_t max_size) : max_size_(max_size) {
+  Transfer(const HttpRequest& request, std::size_t max_size, Allowance& allowance)
+      : max_size_(max_size), allowance_(allowance) {
     CURL* const easy = easy_.get();
     curl_easy_setopt(easy, CURLOPT_URL, request.url.c_str());
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
-    curl_easy_setopt(easy, CURLOPT_MAXREDIRS, 3L);
+    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_PRIVATE, this);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Transfer::Take);
@@ -73,12 +72,15 @@ class Transfer {
   static std::size_t Take(char* bytes, std::size_t, std::size_t size, void* self) {
     auto& transfer = *static_cast<Transfer*>(self);
     std::string& body = transfer.answer_.body;
-    if (size > transfer.max_size_ - body.size()) return 0;
+    std::size_t& bytes_left = transfer.allowance_.bytes;
+    if (size > transfer.max_size_ - body.size() || size > bytes_left) return 0;
+    bytes_left -= size;
     body.append(bytes, size);
     return size;
   }
 
   std::size_t max_size_;
+  Allowance& allowance_;
   Easy easy_{curl_easy_init()};
   Headers headers_;
   HttpAnswer answer_{0, {}, "it did not answer in time"};
@@ -110,17 +112,17 @@ void RunUntil(CURLM* multi, Clock::time_point deadline) {
 }  // namespace
 
 std::vector<HttpAnswer> Perform(const std::vector<HttpRequest>& requests, std::size_t max_size,
-                                std::chrono::milliseconds total_time) {
+                                Allowance& allowance) {
   if (requests.empty()) return {};
   InitialiseOnce();
   const Multi multi(curl_multi_init());
   curl_multi_setopt(multi.get(), CURLMOPT_MAX_HOST_CONNECTIONS, 8L);
   std::vector<std::unique_ptr<Transfer>> transfers;
   for (const auto& request : requests) {
-    transfers.push_back(std::make_unique<Transfer>(request, max_size));
+    transfers.push_back(std::make_unique<Transfer>(request, max_size, allowance));
     curl_multi_add_handle(multi.get(), transfers.back()->easy());
   }
-  RunUntil(multi.get(), Clock::now() + total_time);
+  RunUntil(multi.get(), allowance.until);
   std::vector<HttpAnswer> answers;
   for (const auto& transfer : transfers) {
     curl_multi_remove_handle(multi.get(), transfer->easy());

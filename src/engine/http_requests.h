@@ -20,10 +20,18 @@ struct HttpAnswer {
   std::string trouble;  ///< why the status is not 200
 };
 
-/// Runs the requests side by side, over http and https only, also when redirected. An answer longer
-/// than `max_size` bytes, or one that is not there in time, counts as none.
+/// What one operation may still take of the network, however many requests it makes.
+struct Allowance {
+  std::chrono::steady_clock::time_point until;
+  std::size_t bytes = 0;  ///< of all answers together
+};
+
+/// Runs the requests side by side, over http and https only. An answer longer than `max_size`
+/// bytes, or one for which time or bytes do not suffice, counts as none. No redirection is
+/// followed: it could lead the customer's line, or an encrypted request, to where the user never
+/// sent it.
 std::vector<HttpAnswer> Perform(const std::vector<HttpRequest>& requests, std::size_t max_size,
-                                std::chrono::milliseconds total_time);
+                                Allowance& allowance);
 
 std::string UrlEncoded(std::string_view text);
 

@@ -15,6 +15,7 @@ constexpr std::size_t kMaxKeySize = std::size_t{1} << 20;
 constexpr std::size_t kMaxKeys = 32;
 // Armour takes four characters for three bytes, and line ends.
 constexpr std::size_t kMaxAnswer = kMaxKeySize * kMaxKeys / 2 * 3;
+constexpr std::size_t kMaxOperation = std::size_t{64} << 20;
 constexpr std::string_view kBlock = "PUBLIC KEY BLOCK";
 
 std::vector<std::string> Servers(std::string_view list) {
@@ -68,7 +69,12 @@ void KeyServers::SetUpdate(std::string_view servers) {
   update_ = Servers(servers);
 }
 
-std::vector<KeyServers::Answer> KeyServers::LookUp(const std::vector<std::string>& searches) const {
+Allowance KeyServers::NewAllowance() const {
+  return {std::chrono::steady_clock::now() + total_time_, kMaxOperation};
+}
+
+std::vector<KeyServers::Answer> KeyServers::LookUp(const std::vector<std::string>& searches,
+                                                   Allowance& allowance) const {
   std::vector<HttpRequest> requests;
   for (const auto& search : searches) {
     for (const auto& server : lookup_) {
@@ -78,7 +84,7 @@ std::vector<KeyServers::Answer> KeyServers::LookUp(const std::vector<std::string
            {}});
     }
   }
-  const auto responses = Perform(requests, kMaxAnswer, total_time_);
+  const auto responses = Perform(requests, kMaxAnswer, allowance);
   std::vector<Answer> answers(searches.size());
   for (std::size_t i = 0; i < searches.size(); ++i) {
     answers[i].reached = lookup_.empty();
@@ -99,7 +105,8 @@ bool KeyServers::Publish(const std::string& armoured, std::string& trouble) cons
   for (const auto& server : update_) {
     requests.push_back({server + "/pks/add", customer_, "keytext=" + UrlEncoded(armoured)});
   }
-  const auto responses = Perform(requests, kMaxAnswer, total_time_);
+  auto allowance = NewAllowance();
+  const auto responses = Perform(requests, kMaxAnswer, allowance);
   for (std::size_t i = 0; i < update_.size(); ++i) {
     if (responses[i].status == 200) continue;
     trouble =

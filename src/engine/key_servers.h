@@ -5,12 +5,14 @@
 #include <string_view>
 #include <vector>
 
+#include "engine/http_requests.h"
+
 namespace corvessa::engine {
 
 /// The HKP key servers. Whatever they answer is only bytes: the caller judges the keys.
 class KeyServers {
  public:
-  /// One call takes at most `total_time`.
+  /// One operation takes at most `total_time`.
   explicit KeyServers(std::chrono::milliseconds total_time) : total_time_(total_time) {}
 
   /// Blank- or comma-separated http(s) addresses. Throws Error for another kind of address.
@@ -25,8 +27,10 @@ class KeyServers {
     bool reached =
         true;  ///< at least one server gave an answer that can be believed, or there is none
   };
+  /// What one operation may take, from now on: the total time, and 64 MiB.
+  Allowance NewAllowance() const;
   /// Searches for several texts (addresses, or key IDs as "0x…") at once, on all servers.
-  std::vector<Answer> LookUp(const std::vector<std::string>& searches) const;
+  std::vector<Answer> LookUp(const std::vector<std::string>& searches, Allowance& allowance) const;
 
   /// Sends an armoured key to every update server. False: there is none, or one did not take it;
   /// `trouble` then says which and why.

@@ -112,19 +112,19 @@ Key KeyStore::FindPrimary(std::string_view key_id) const {
   return FindKey(ffi_.get(), Text(rnp_key_get_primary_fprint, key.get()));
 }
 
-void KeyStore::AddLookedUp(std::string_view data,
+void KeyStore::AddLookedUp(std::string_view data, Use use,
                            const std::function<bool(rnp_key_handle_t)>& wanted) {
   const Ffi scratch = MakeFfi();
   for (const auto& fingerprint : LoadKeys(scratch.get(), data)) {
     const auto key = FindKey(scratch.get(), fingerprint);
     if (!wanted(key.get())) continue;
     LoadKeys(ffi_.get(), ExportPublic(key.get()));
-    looked_up_.insert(fingerprint);
+    (use == Use::kVerify ? for_verifying_ : looked_up_).insert(fingerprint);
   }
 }
 
 bool KeyStore::IsOnlyLookedUp(const std::string& fingerprint) const {
-  return looked_up_.contains(fingerprint) &&
+  return (looked_up_.contains(fingerprint) || for_verifying_.contains(fingerprint)) &&
          std::ranges::none_of(rings_.Entries(), [&](const RingEntry& entry) {
            return entry.facts.fingerprint == fingerprint;
          });

@@ -45,9 +45,15 @@ class KeyStore {
   /// The primary key that a key ID at hand belongs to; empty when none is loaded.
   Key FindPrimary(std::string_view key_id) const;
 
+  /// What a key from a key server may be used for.
+  enum class Use {
+    kEncryptAndVerify,
+    kVerify,  ///< fetched because a mail named its ID: whoever wrote the mail chose the key
+  };
   /// Takes the public half of a key from a key server into this session if it is what was wanted.
   /// It is never put into a ring.
-  void AddLookedUp(std::string_view data, const std::function<bool(rnp_key_handle_t)>& wanted);
+  void AddLookedUp(std::string_view data, Use use,
+                   const std::function<bool(rnp_key_handle_t)>& wanted);
   /// The key came from a key server and is in no ring.
   bool IsOnlyLookedUp(const std::string& fingerprint) const;
 
@@ -70,6 +76,7 @@ class KeyStore {
   Ffi ffi_;
   std::set<std::string> loaded_;
   std::set<std::string> looked_up_;
+  std::set<std::string> for_verifying_;
   std::vector<std::string> unlocked_;
 };
 

@@ -1,6 +1,8 @@
 #include "engine/librnp_engine.h"
 
 #include <algorithm>
+#include <optional>
+#include <set>
 #include <utility>
 
 #include "base/error.h"
@@ -18,6 +20,9 @@ namespace {
 
 // Deflate can promise a thousand times what arrives; no text of a mail is this long.
 constexpr std::size_t kMaxTextSize = std::size_t{256} << 20;
+
+// A signature names its key freely, and a text can carry thousands of signatures.
+constexpr std::size_t kMaxSignerLookUps = 8;
 
 std::string AddressOf(const platform::EngineAccount* account) {
   return account ? NormalAddress(account->address) : std::string();
@@ -115,23 +120,32 @@ EngineStatus LibrnpEngine::SignText(std::string_view text, const platform::Engin
 
 std::vector<bool> LibrnpEngine::LookUpAddresses(const std::vector<std::string>& addresses) {
   std::vector<bool> could_tell;
-  const auto answers = servers_.LookUp(addresses);
+  auto allowance = servers_.NewAllowance();
+  const auto answers = servers_.LookUp(addresses, allowance);
   for (std::size_t i = 0; i < addresses.size(); ++i) {
     // Key servers match words, so a key that came need not be one that was asked for.
     const auto carries = [&](rnp_key_handle_t key) { return CarriesAddress(key, addresses[i]); };
-    for (const auto& data : answers[i].keys) keys_.AddLookedUp(data, carries);
+    for (const auto& data : answers[i].keys) {
+      keys_.AddLookedUp(data, KeyStore::Use::kEncryptAndVerify, carries);
+    }
     could_tell.push_back(answers[i].reached);
   }
   return could_tell;
 }
 
 FindSigner LibrnpEngine::SignerFinder() {
-  return [this](const std::string& key_id) {
+  return [this, allowance = std::optional<Allowance>(),
+          asked = std::set<std::string>()](const std::string& key_id) mutable {
+    if (asked.size() >= kMaxSignerLookUps || !asked.insert(key_id).second) return;
+    // From the first question on: reading a large file may have taken long by now.
+    if (!allowance) allowance = servers_.NewAllowance();
     const auto has_id = [&](rnp_key_handle_t key) {
       return std::ranges::count(FactsOf(key).key_ids, key_id) > 0;
     };
-    const auto answers = servers_.LookUp({"0x" + key_id});
-    for (const auto& data : answers.front().keys) keys_.AddLookedUp(data, has_id);
+    const auto answers = servers_.LookUp({"0x" + key_id}, *allowance);
+    for (const auto& data : answers.front().keys) {
+      keys_.AddLookedUp(data, KeyStore::Use::kVerify, has_id);
+    }
   };
 }
 

@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <poll.h>
 
 #include "engine/armour.h"
+#include "engine/http_requests.h"
 #include "engine/key_facts.h"
 #include "engine/key_generation.h"
 #include "engine/profile.h"
@@ -190,6 +192,73 @@ TEST_F(KeyServerTest, AUserIdThatOnlyLooksLikeAnAddressNamesNobody) {
     bob.engine->SetOption("lookupKeyservers", server.Address());
     EXPECT_EQ(VerifyText(*bob.engine, signed_text), verified) << first;
   }
+}
+
+TEST_F(KeyServerTest, AKeyThatAMailAskedForIsNotEncryptedTo) {
+  std::string text;
+  alice->engine->SignText("x", nullptr, text);
+  const RogueServer server(Says(alice->PublicKeys("alice@example.org")));
+  Profile bob;
+  bob.engine->SetOption("lookupKeyservers", server.Address());
+  EXPECT_EQ(VerifyText(*bob.engine, text).status, 1);
+  bob.engine->SetOption("lookupKeyservers", "");
+  EXPECT_EQ(bob.engine->EncryptText(To({"alice@example.org"}), "x", text), -13);
+  EXPECT_EQ(bob.engine->QueryKeyPair("alice@example.org", text), -13);
+}
+
+TEST_F(KeyServerTest, ATextWithManySignersAsksForEightAndForNoneTwice) {
+  std::string text;
+  ASSERT_EQ(alice->engine->SignText("x", nullptr, text), 0);
+  const auto block = text.find("-----BEGIN PGP SIGNATURE");
+  const std::string signature = Dearmour(text.substr(block));
+  const auto subpacket = signature.find("\x09\x10") + 2;  // of nine bytes, kind 16: the key ID
+  const std::string key_id = signature.substr(subpacket, 8);
+  const auto asked = [&](const std::string& signatures) {
+    const RogueServer server(Says("Hello"));
+    Profile bob;
+    bob.engine->SetOption("lookupKeyservers", server.Address());
+    EXPECT_EQ(
+        VerifyText(*bob.engine, text.substr(0, block) + Armour(signatures, "signature", {})).status,
+        -13);
+    return server.Requests().size();
+  };
+  std::string many;
+  std::string same;
+  for (char i = 0; i < 20; ++i) {
+    std::string other = signature;
+    for (auto at = other.find(key_id); at != std::string::npos; at = other.find(key_id, at + 8)) {
+      other[at] = static_cast<char>(other[at] ^ (i + 1));
+    }
+    many += other;
+    same += signature;
+  }
+  EXPECT_EQ(asked(many), 8U);
+  EXPECT_EQ(asked(same), 1U);
+}
+
+TEST_F(KeyServerTest, ARedirectionIsNotFollowed) {
+  const RogueServer elsewhere(Says(alice->PublicKeys("alice@example.org")));
+  const RogueServer server([&](int socket) {
+    Send(socket, "HTTP/1.0 302 Found\r\nLocation: " + elsewhere.Address() + "/\r\n\r\n");
+  });
+  Profile bob;
+  bob.engine->SetOption("lookupKeyservers", server.Address());
+  bob.engine->SetOption("customerID", "4711");
+  std::string text;
+  EXPECT_EQ(bob.engine->QueryKeyPair("alice@example.org", text), -16);
+  EXPECT_EQ(elsewhere.Requests(), std::vector<std::string>());
+}
+
+TEST_F(KeyServerTest, AllAnswersOfAnOperationShareTheirLimit) {
+  const RogueServer server(Says(std::string(600, 'x')));
+  Allowance allowance{std::chrono::steady_clock::now() + std::chrono::seconds(5), 1300};
+  const std::vector<HttpRequest> requests(3, {server.Address(), {}, {}});
+  const auto whole = [&] {
+    const auto answers = Perform(requests, 1000, allowance);
+    return std::ranges::count(answers, 200, &HttpAnswer::status);
+  };
+  EXPECT_EQ(whole(), 2);
+  EXPECT_EQ(whole(), 0);
 }
 
 }  // namespace
