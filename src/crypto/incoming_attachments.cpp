@@ -91,11 +91,12 @@ const std::string& PathToInsert(const AttachmentNode& node, bool originals) {
   return originals ? node.original_filename : node.sFilename;
 }
 
-/// Before an item gives its attachments away for files, all of these have to be there.
-void RequireFiles(const AttachmentNodes& attachments, bool originals) {
+/// Before an item gives its own attachments away for processed files, all of these have to be
+/// there. One that has given them away already gets what there is.
+void RequireFiles(platform::MailItem& item, const AttachmentNodes& attachments) {
+  if (item.Attachments()->Count() == 0) return;
   for (const AttachmentNodePtr& node : attachments) {
-    const std::string& path = PathToInsert(*node, originals);
-    if (!path.empty() && !Files().FileExists(path)) Raise(kFileNotFound);
+    if (!Files().FileExists(node->sFilename)) Raise(kFileNotFound);
   }
 }
 
@@ -142,7 +143,7 @@ bool CryptoOperations::ReInsertAttachments(const platform::MailItemPtr& item,
                                            const AttachmentNodes& attachments, bool originals) {
   constexpr std::string_view kPrefix = "CryptoOperations:ReInsertAttachments - ";
   return Guarded(kPrefix, false, [&] {
-    RequireFiles(attachments, originals);
+    if (!originals) RequireFiles(*item, attachments);
     if (!ClearAttachments(item)) return false;
     bool all_inserted = true;
     const bool all_seen =

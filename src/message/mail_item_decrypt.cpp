@@ -111,7 +111,6 @@ void MailItemNode::DecryptVerifyAll(const platform::MailItemPtr& item, std::stri
   DecryptVerifyBody(item, text, attachments);
   if (!IsStillOpen() || !crypto->HasEncryptedOrSignedAttachments(attachments)) return;
   attachments_replaced_ = true;
-  crypto->ClearAttachments(item);
   crypto->ReInsertAttachments(item, attachments, false);
 }
 

@@ -353,6 +353,26 @@ TEST_F(SendInterception, WhatNeedsNothingPassesUntouched) {
   EXPECT_EQ(*outlook.Send(Draft())->body, kText);
 }
 
+TEST_F(SendInterception, AnEncryptedFileThatVanishesStopsTheMailAndCostsNoAttachment) {
+  const auto item = Draft();
+  Attach(item, "a.txt", "canary-5e11 a");
+  Attach(item, "b.txt", "canary-5e11 b");
+  Choose(item, true, false);
+  const auto before = Attachments(item->Data());
+  int vanished = 0;
+  AllowError(":SignAndEncryptItem - File not found");
+  ui.on_do_events = [&](int) {
+    for (const std::string& file : TemporaryFiles()) {
+      if (file.find("tmp") == std::string::npos || vanished > 0) continue;
+      DeleteOrQueue("c:\\Temp\\" + Replace(file, "/", "\\"));
+      ++vanished;
+    }
+  };
+  EXPECT_FALSE(outlook.Send(item));
+  EXPECT_EQ(vanished, 1);
+  EXPECT_EQ(Attachments(item->Data()), before);
+}
+
 TEST_F(SendInterception, AnAttachmentThatCannotBeStoredStopsTheMail) {
   const auto item = Draft();
   item->AddAttachment({"embedded.msg", "embedded", nullptr, "", ""});
