@@ -34,6 +34,15 @@ bool IsDeviceName(std::string_view name) {
          std::end(kDeviceNames);
 }
 
+/// A name that one of the folders beside the files may have: that of the originals, a numbered one
+/// for files of one name, or one in which a file gets encrypted.
+bool IsFolderName(std::string_view name) {
+  std::string lower = LCase(name);
+  if (lower == "original") return true;
+  if (lower.starts_with("tmp")) lower.erase(0, 3);
+  return !lower.empty() && lower.find_first_not_of("0123456789") == std::string::npos;
+}
+
 /// As many whole characters as fit into the bytes.
 std::string_view LeftBytes(std::string_view text, std::size_t bytes) {
   std::size_t characters = std::min(Length(text), bytes);
@@ -54,7 +63,7 @@ std::string CleanName(std::string_view last_component) {
   if (name.empty()) name = "attachment";
   std::replace_if(name.begin(), name.end(), IsForbidden, '_');
   for (auto c = name.rbegin(); c != name.rend() && (*c == '.' || *c == ' '); ++c) *c = '_';
-  if (IsDeviceName(name)) name.insert(0, "_");
+  if (IsDeviceName(name) || IsFolderName(name)) name.insert(0, "_");
   return Shortened(name);
 }
 

@@ -9,8 +9,9 @@ namespace corvessa {
 
 /// The name under which an attachment may be stored as a file, whatever its sender called it: the
 /// last component of the name, with everything replaced that could leave the folder or mean more
-/// than a file (control characters, streams, device names, trailing dots and blanks), and shortened
-/// to what every file system takes, its extension kept. Never empty.
+/// than a file (control characters, streams, device names, trailing dots and blanks) or be taken
+/// for a folder beside it, and shortened to what every file system takes, its extension kept. Never
+/// empty.
 std::string StoredFileName(std::string_view attachment_name);
 
 /// Where a file is stored inside its message's folder.

@@ -22,6 +22,13 @@ TEST(StoredName, CannotLeaveItsFolderOrMeanADevice) {
       {"Lpt1.tar.gz", "_Lpt1.tar.gz"},
       {"nul .txt", "_nul .txt"},
       {"console.txt", "console.txt"},
+      {"Original", "_Original"},
+      {"original.sig", "_original.sig"},
+      {"original.txt", "original.txt"},
+      {"1", "_1"},
+      {"1a", "1a"},
+      {"TMP36", "_TMP36"},
+      {"tmp36.txt", "tmp36.txt"},
       {"name. . ", "name____"},
       {"a\tb\x01\"<>|?*", "ab______"},
       {"invoice\xE2\x80\xAE"

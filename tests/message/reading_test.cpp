@@ -339,7 +339,8 @@ TEST_F(ReadingMail, ADamagedAttachmentCostsNoOther) {
 TEST_F(ReadingMail, StoresAttachmentsWithHostileNamesInsideItsFolderAndKeepsTheirNames) {
   ConnectAddIn();
   const std::string long_name = std::string(300, 'n') + ".pdf";
-  const std::vector<std::string> names = {"..\\..\\x", "con", "a:b", long_name, "same", "same"};
+  const std::vector<std::string> names = {"..\\..\\x", "con", "a:b",      long_name, "same",
+                                          "same",      "1",   "original", "tmp36"};
   std::vector<std::pair<std::string, std::string>> attachments;
   std::vector<std::pair<std::string, std::string>> expected;
   for (const std::string& name : names) {
