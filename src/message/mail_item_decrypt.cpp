@@ -92,7 +92,10 @@ void MailItemNode::ShowText(platform::MailItem& item, const std::string& text) {
 void MailItemNode::DecryptVerifyBody(const platform::MailItemPtr& item, std::string& text,
                                      AttachmentNodes& attachments) {
   const auto crypto = Crypto();
+  const std::string armour = text;
   m_lDecryptStatus = crypto->DecryptMailItem(item, text, attachments);
+  // The status may be that of an attachment.
+  if (text != armour) body_decrypted_ = true;
   // Behind the passphrase dialog the message may have been closed.
   if (!IsStillOpen()) return;
   m_lSignStatus = crypto->VerifyMailItem(item, text, attachments, m_sSigners);

@@ -101,6 +101,7 @@ void MailItemNode::OpenItem() {
   }
   m_lDecryptStatus = -1;
   m_lSignStatus = -1;
+  if (!body_replaced_) body_decrypted_ = false;
   if (!IsReceived()) {
     m_bEncryptedReply = ReadHeaderFlag(m_oMailItem, g_sEncryptedReplyCaption);
     AddOptionsBar();
@@ -174,13 +175,13 @@ void MailItemNode::m_oMailItem_ReplyAll(const platform::MailItemPtr& response, b
 
 void MailItemNode::WriteEncryptedReply(const platform::MailItemPtr& response) {
   if (g_bDisableKVPEntirely) return;
-  WriteHeaderFlag(response, g_sEncryptedReplyCaption, m_lDecryptStatus == kDecrypted);
+  WriteHeaderFlag(response, g_sEncryptedReplyCaption, body_decrypted_);
 }
 
 void MailItemNode::m_oMailItem_Forward(const platform::MailItemPtr& forward, bool& /*cancel*/) {
   const auto held = shared_from_this();
   Guarded("MailItemNode::m_oMailItem_Forward - ", [&] {
-    if (g_bDisableKVPEntirely || m_lDecryptStatus != kDecrypted) return;
+    if (g_bDisableKVPEntirely || !body_decrypted_) return;
     if (forward->TypeName() != kMailItemType) return;
     const auto attachments = forward->Attachments();
     for (std::int32_t i = attachments->Count(); i >= 1; --i) attachments->Remove(i);

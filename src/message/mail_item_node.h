@@ -142,6 +142,9 @@ class MailItemNode final : public platform::MailItemEvents,
   bool in_pass_ = false;
   /// The open item holds decrypted or verified text in place of the original.
   bool body_replaced_ = false;
+  /// The text was decrypted since the message was opened, whatever became of its attachments:
+  /// what answers or passes on the message may hold it.
+  bool body_decrypted_ = false;
   /// The open item holds the processed files in place of its own attachments.
   bool attachments_replaced_ = false;
 };

@@ -330,6 +330,9 @@ TEST_F(ReadingMail, ADamagedAttachmentCostsNoOther) {
   EXPECT_THAT(AttachmentsOf(*item), ElementsAre(Pair("good.bin", kReport), Pair("bad.bin", damaged),
                                                 Pair("z.bin", "plain")));
   EXPECT_THAT(ButtonsOf(*window)[0], Pair("Message failed decryption (-3)", 1088));
+  // The text was decrypted all the same: it stays secret in what comes of it.
+  EXPECT_EQ(outlook.Reply(item)->Data().properties.begin()->second, "True");
+  EXPECT_THAT(outlook.Forward(item)->Data().attachments, IsEmpty());
   outlook.Close(window, desk::OutlookModel::Closing::kSave);
   EXPECT_EQ(*item->Stored()->body, armour);
   EXPECT_THAT(FilesHolding("canary"), IsEmpty());
