@@ -162,6 +162,7 @@ std::string Resolve(platform::Recipient& recipient) {
     }
     address = DirectoryAddress(recipient);
   }
+  address = LCase(Trim(address));
   if (!UserManagement::IsValidEmailAddress(address)) address.clear();
   TraceLog([&] { return "GetRealAddress: returning " + address; });
   return address;

@@ -57,6 +57,7 @@ TEST_F(Addresses, ResolveByEachWayThereIs) {
       {{RecipientKind::kBcc, "x", "/o=Ex/cn=Bob", "2", {}}, ""},
       {{RecipientKind::kTo, "x", "", "", "Bob Example"}, "other@example.org"},
       {{RecipientKind::kTo, "x", "", "", "bob example"}, ""},
+      {{RecipientKind::kTo, "x", "", "", "Zoe@Example.org "}, "zoe@example.org"},
       {{RecipientKind::kTo, "x", "", "", {}}, ""},
       {{RecipientKind::kTo, "x", "nobody", "", {}}, ""},
   };
