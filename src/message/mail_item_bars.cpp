@@ -203,12 +203,13 @@ void MailItemNode::RemoveOptionsBar() {
 
 void MailItemNode::ApplyOptionDefaults() {
   const bool in_outbox = m_oMailItem->ParentName() == "Outbox";
-  SetEncryptionOption((m_bEncryptedReply || !g_bDisableOutgoingEncryption) && !in_outbox);
-  if (!UserManagement::GetSigningAccount()) {
-    SetSigningOption(false, true);
-  } else {
-    SetSigningOption(!(g_bDisableOutgoingSigning || in_outbox), false);
-  }
+  const bool can_sign = UserManagement::GetSigningAccount() != nullptr;
+  // A choice that cannot be kept does not cost the other.
+  const Error error = Attempt([&] {
+    SetEncryptionOption((m_bEncryptedReply || !g_bDisableOutgoingEncryption) && !in_outbox);
+  });
+  SetSigningOption(can_sign && !g_bDisableOutgoingSigning && !in_outbox, !can_sign);
+  if (error.number != 0) throw error;
 }
 
 void MailItemNode::SetEncryptionOption(bool on) {
