@@ -11,6 +11,7 @@
 #include "base/guard.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/engine_error_text.h"
+#include "crypto/passphrase_trial.h"
 #include "crypto/verify_status.h"
 #include "forms/frm_progress.h"
 #include "message/armour.h"
@@ -66,11 +67,15 @@ NimbraAccountPtr CryptoOperations::LoginAndDecrypt(std::string_view armoured, st
     if (status != 1 && status != kStatusWrongPassphrase) reason = LoginReason::kCannotDecrypt;
     auto account = UserManagement::GetLoginAccount(reason, "", true);
     if (!account) return nullptr;
+    PassphraseTrial trial(account);
     status = Engine().AuthenticateAccount(account->m_sAlias, account->m_sPassword.View());
     if (status == 0) {
       Debug_Info::TraceLog("V2 Auth success");
       status = Engine().DecryptTextEx(armoured, nullptr, plain);
-      if (status == 0) return account;
+      if (status == 0) {
+        trial.Accept();
+        return account;
+      }
       Debug_Info::TraceLog("V2 Decrypt fail");
       Debug_Info::TraceLog(Engine().GetEngineLastError());
       reason = LoginReason::kCannotDecrypt;
@@ -78,8 +83,6 @@ NimbraAccountPtr CryptoOperations::LoginAndDecrypt(std::string_view armoured, st
       Debug_Info::TraceLog("V2 Auth fail");
       reason = LoginReason::kWrongPassphrase;
     }
-    // Only the passphrase of an account that counts as unlocked is kept.
-    account->m_sPassword.Clear();
   }
 }
 

@@ -5,6 +5,7 @@
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/engine_error_text.h"
+#include "crypto/passphrase_trial.h"
 #include "platform/host.h"
 
 namespace corvessa {
@@ -80,10 +81,12 @@ std::int16_t CryptoOperations::Authenticate(std::int16_t& attempts, std::int16_t
     if (wrong_account != 0) reason = LoginReason::kCannotDecrypt;
     const NimbraAccountPtr account = UserManagement::GetLoginAccount(reason, "", true);
     if (!account) return 1;
+    PassphraseTrial trial(account);
     const platform::EngineStatus status =
         Engine().AuthenticateAccount(account->m_sAlias, account->m_sPassword.View());
     attempts = CheckedAdd<std::int16_t>(attempts, 1);
     if (status != 0) return -1;
+    trial.Accept();
     account->SetAuthenticated(true);
     return 0;
   });

@@ -6,6 +6,7 @@
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/engine_error_text.h"
+#include "crypto/passphrase_trial.h"
 #include "crypto/text_wrapping.h"
 #include "message/header_fields.h"
 
@@ -39,8 +40,9 @@ std::optional<std::int32_t> CryptoOperations::UnlockSigner(const NimbraAccountPt
     const NimbraAccountPtr account =
         UserManagement::GetLoginAccount(reason, signer->m_sAlias, false);
     if (!account) return std::nullopt;
+    PassphraseTrial trial(account);
     status = Engine().AuthenticateAccount(account->m_sAlias, account->m_sPassword.View());
-    // An account that is refused is locked again, or it would never be asked for once more.
+    if (status == 0) trial.Accept();
     account->SetAuthenticated(status == 0);
   }
   return status;

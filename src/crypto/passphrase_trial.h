@@ -1,0 +1,31 @@
+#pragma once
+
+#include <utility>
+
+#include "accounts/nimbra_account.h"
+#include "accounts/user_management.h"
+
+namespace corvessa {
+
+/// A passphrase that the user has typed for an account and that the engine has yet to take: unless
+/// it was accepted, nothing of it is kept, also when the engine fails as a call.
+class PassphraseTrial {
+ public:
+  explicit PassphraseTrial(NimbraAccountPtr account) : account_(std::move(account)) {}
+  ~PassphraseTrial() {
+    if (accepted_) return;
+    // A locked account is asked for once more.
+    account_->SetAuthenticated(false);
+    account_->m_sPassword.Clear();
+  }
+  PassphraseTrial(const PassphraseTrial&) = delete;
+  PassphraseTrial& operator=(const PassphraseTrial&) = delete;
+
+  void Accept() { accepted_ = true; }
+
+ private:
+  NimbraAccountPtr account_;
+  bool accepted_ = false;
+};
+
+}  // namespace corvessa
