@@ -10,6 +10,7 @@
 #include "base/guard.h"
 #include "branding/customization.h"
 #include "crypto/crypto_operations.h"
+#include "crypto/stored_files.h"
 #include "forms/frm_send_from_external_application.h"
 #include "forms/unload_at_end.h"
 #include "message/header_fields.h"
@@ -77,7 +78,7 @@ void ConvertToPlainText(const platform::MailItemPtr& item, platform::Application
 std::shared_ptr<CryptoOperations> PrepareCrypto(const platform::MailItemPtr& item) {
   return Guarded(kItemSendPrefix, std::shared_ptr<CryptoOperations>{}, [&] {
     auto crypto = Crypto();
-    crypto->SetAnonymous(SaveAndCheckBCC(item));
+    crypto->SetAnonymous(HasBlindCopies(item));
     return crypto;
   });
 }
@@ -134,6 +135,8 @@ void OutlookSupport::m_oApplication_ItemSend(const platform::MailItemPtr& item, 
     const bool unasked = IsMailItem(item) && !g_bDisableKVPEntirely && !IsOptionsBarPresent(item);
     if (unasked && !AskForChoices(item)) {
       cancel = true;
+      ShowMessageBox("The message was not sent because its security options could not be stored.",
+                     false, true);
       return;
     }
     if (!NeedsSendProcessing(item)) return;
@@ -147,10 +150,11 @@ void OutlookSupport::m_oApplication_ItemSend(const platform::MailItemPtr& item, 
   });
   if (!begun) return;
   // After an error too: neither plain files nor passphrases stay behind because of one.
-  if (g_oCrypto) g_oCrypto->KillAllFiles(files);
+  // Not through the engine wrapper, which is gone when the add-in was closed down meanwhile.
+  DeleteStoredFiles(files);
   Guarded(kItemSendPrefix, [] { ForgetAfterUse(); });
   Guarded(kItemSendPrefix, [&] {
-    if (inside_another) Crypto()->SetAnonymous(anonymous);
+    if (inside_another && g_oCrypto) g_oCrypto->SetAnonymous(anonymous);
   });
 }
 

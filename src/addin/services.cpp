@@ -1,6 +1,7 @@
 #include "addin/services.h"
 
 #include "accounts/settings.h"
+#include "accounts/user_management.h"
 #include "addin/frm_timer.h"
 #include "branding/customization.h"
 #include "crypto/crypto_operations.h"
@@ -51,7 +52,13 @@ void StopHousekeeping() {
 }
 
 void ForgetAfterUse() {
-  if (g_lPassphraseMemory == kForgetAfterEachUse) Housekeeping()->ResetCryptoAndAccounts();
+  if (g_lPassphraseMemory != kForgetAfterEachUse) return;
+  if (g_oCrypto) {
+    Housekeeping()->ResetCryptoAndAccounts();
+  } else {
+    // The add-in was closed down behind a dialog: a timer made now would never end.
+    UserManagement::ForgetAllPassphrases();
+  }
 }
 
 }  // namespace corvessa

@@ -37,11 +37,13 @@ std::string GetSenderName(const platform::MailItemPtr& item) {
 }
 
 bool SaveAndCheckBCC(const platform::MailItemPtr& item) {
-  return Guarded(":SaveAndCheckBCC - ", false, [&] {
-    const auto safe_item = OpenSafely(item);
-    safe_item->Save();
-    return !safe_item->BCC().empty();
-  });
+  return Guarded(":SaveAndCheckBCC - ", false, [&] { return HasBlindCopies(item); });
+}
+
+bool HasBlindCopies(const platform::MailItemPtr& item) {
+  const auto safe_item = OpenSafely(item);
+  safe_item->Save();
+  return !safe_item->BCC().empty();
 }
 
 std::shared_ptr<platform::Recipients> GetSafeRecipients(const platform::MailItemPtr& item) {

@@ -373,6 +373,27 @@ TEST_F(SendInterception, AnEncryptedFileThatVanishesStopsTheMailAndCostsNoAttach
   EXPECT_EQ(Attachments(item->Data()), before);
 }
 
+TEST_F(SendInterception, AMailStaysWhenItsHiddenReadersOrItsChoicesAreUnknown) {
+  std::string_view failing = "SafeMailItem.BCC";
+  outlook.OnCall([&](std::string_view call) {
+    if (call == failing) throw Error{5, "lost"};
+  });
+  AllowError("m_oApplication_ItemSend: lost");
+  EXPECT_FALSE(outlook.Send(Draft()));
+
+  failing = "SafeMailItem.SetFields";
+  AllowError("frmSendFromExternalApplication::Init - lost");
+  ui.Expect<frmSendFromExternalApplication>(
+      "frmSendFromExternalApplication",
+      [](frmSendFromExternalApplication& form) { form.cmdContinue.Press(); });
+  ui.ExpectBox("The message was not sent because its security options could not be stored.");
+  const auto item = outlook.NewMail();
+  item->EditBody(kText);
+  EXPECT_FALSE(outlook.Send(item));
+  EXPECT_EQ(*item->Data().body, kText);
+  outlook.OnCall({});
+}
+
 TEST_F(SendInterception, AnAttachmentThatCannotBeStoredStopsTheMail) {
   const auto item = Draft();
   item->AddAttachment({"embedded.msg", "embedded", nullptr, "", ""});

@@ -70,6 +70,7 @@ TEST_F(MessageOperations, AFailureReadsAsNothingThere) {
   outlook.OnCall([](std::string_view) { throw Error{5, "lost"}; });
   EXPECT_EQ(GetSenderName(item), "");
   EXPECT_FALSE(SaveAndCheckBCC(item));
+  EXPECT_THROW(HasBlindCopies(item), Error);
   EXPECT_EQ(GetSafeRecipients(item), nullptr);
   EXPECT_FALSE(HasDuplicateFilenames(item));
   EXPECT_FALSE(IsOptionsBarPresent(item));
