@@ -104,6 +104,11 @@ void MailItemNode::DecryptVerifyBody(const platform::MailItemPtr& item, std::str
 void MailItemNode::DecryptVerifyAll(const platform::MailItemPtr& item, std::string& text,
                                     AttachmentNodes& attachments) {
   const auto crypto = Crypto();
+  // The item may hold what an earlier pass made, which must not be taken for its own.
+  if (attachments_replaced_) {
+    if (!PutOriginalsBack()) Raise(kPathFileAccess);
+    attachments_replaced_ = false;
+  }
   crypto->KillAllFiles(attachments);
   if (!crypto->StoreAllAttachments(item, attachments, false)) {
     m_lDecryptStatus = -1;

@@ -158,9 +158,25 @@ void MailItemNode::RestoreOriginal() {
   });
   // The files go back also when the text did not.
   if (std::exchange(attachments_replaced_, false)) {
-    Crypto()->ReInsertAttachments(m_oMailItem, m_oTempAttachments, true);
+    // One failure is not taken for an answer: Outlook may hold an attachment for a moment.
+    if (!PutOriginalsBack() && !PutOriginalsBack()) KeepOriginals();
   }
   if (error.number != 0) throw error;
+}
+
+bool MailItemNode::PutOriginalsBack() {
+  return Guarded("MailItemNode::RestoreOriginal - ", false, [&] {
+    return Crypto()->ReInsertAttachments(m_oMailItem, m_oTempAttachments, true);
+  });
+}
+
+void MailItemNode::KeepOriginals() {
+  for (const AttachmentNodePtr& node : m_oTempAttachments) {
+    const std::string path = std::exchange(node->original_filename, {});
+    if (path.empty()) continue;
+    if (node->sFilename == path) node->sFilename.clear();
+    Debug_Info::TraceLog([&] { return "MailItemNode::RestoreOriginal - not deleted: " + path; });
+  }
 }
 
 void MailItemNode::m_oMailItem_Reply(const platform::MailItemPtr& response, bool& /*cancel*/) {

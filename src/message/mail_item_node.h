@@ -81,6 +81,11 @@ class MailItemNode final : public platform::MailItemEvents,
   bool IsGoodlyProtected() const;
   void WriteEncryptedReply(const platform::MailItemPtr& response);
   void RestoreOriginal();
+  /// False when one of the item's own attachments did not get back into it.
+  bool PutOriginalsBack();
+  /// What could not be put back may exist nowhere else once the item is saved: the files stay on
+  /// disk, and the trace says where.
+  void KeepOriginals();
   void CleanUp();
 
   /// The message has not been closed since the pass that runs began.

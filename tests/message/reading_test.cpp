@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "accounts/frm_login.h"
+#include "accounts/settings.h"
 #include "addin/services.h"
 #include "addin/temp_files.h"
 #include "base/text.h"
@@ -337,6 +338,46 @@ TEST_F(ReadingMail, ADamagedAttachmentCostsNoOther) {
   EXPECT_EQ(*item->Stored()->body, armour);
   EXPECT_THAT(FilesHolding("canary"), IsEmpty());
   ExpectNoTraces(*item);
+}
+
+TEST_F(ReadingMail, AnOriginalThatVanishedCostsNoOtherAndWhatCannotGoBackStaysOnDisk) {
+  ConnectAddIn();
+  const std::string cipher = EncryptedFile(kReport);
+  const std::vector<std::pair<std::string, std::string>> both = {{"a", cipher}, {"b", cipher}};
+  const auto item = Received(Encrypted(kText), both);
+  ExpectLogin(kAnnsPassphrase);
+  auto window = outlook.Open(item);
+  const auto delete_original_of = [&](std::string_view name) {
+    for (const std::string& file : TemporaryFiles()) {
+      if (!file.ends_with("/original/" + std::string(name))) continue;
+      DeleteOrQueue("c:\\Temp\\" + Replace(file, "/", "\\"));
+    }
+  };
+  delete_original_of("a");
+  AllowError("CryptoOperations:ReInsertAttachments - ");
+  AllowError("MailItemNode::RestoreOriginal - not deleted: ");
+  outlook.Close(window, desk::OutlookModel::Closing::kSave);
+  EXPECT_THAT(AttachmentsOf(*item), ElementsAre(both[1]));
+  EXPECT_THAT(TemporaryFiles(), ElementsAre(::testing::EndsWith("/original/b")));
+  EXPECT_THAT(FilesHolding("canary"), IsEmpty());
+}
+
+TEST_F(ReadingMail, ASecondPassKeepsTheAttachmentsThatTheMessageCameWith) {
+  SetPreference("DisableAutoDecryptAndVerify", 1);
+  ConnectAddIn();
+  const std::vector<std::pair<std::string, std::string>> attachments = {
+      {"report.pdf", EncryptedFile(kReport)}};
+  // Decrypted, it looks encrypted still, so that another pass takes it up.
+  const auto item = Received(Encrypted(Encrypted(kText)), attachments);
+  const auto window = outlook.Open(item);
+  ExpectLogin(kAnnsPassphrase);
+  EXPECT_TRUE(outlook.Click(window->Bars(), "Decrypt/verify"));
+  EXPECT_THAT(AttachmentsOf(*item), ElementsAre(Pair("report.pdf", kReport)));
+  g_bDisableAutoDecryptAndVerify = false;
+  item->Events().Raise([](auto& sink) { sink.Read(); });
+  EXPECT_EQ(*item->Data().body, kText);
+  outlook.Close(window, desk::OutlookModel::Closing::kSave);
+  EXPECT_EQ(AttachmentsOf(*item), attachments);
 }
 
 TEST_F(ReadingMail, StoresAttachmentsWithHostileNamesInsideItsFolderAndKeepsTheirNames) {
