@@ -57,6 +57,7 @@ TEST_F(EngineWrapper, AuthenticateAsksInTheModeOfTheAttemptAndCountsIt) {
   engine.Once("AuthenticateAccount", {.status = -4});
   EXPECT_EQ(Crypto()->Authenticate(attempts, wrong_account), -1);
   EXPECT_EQ(attempts, 1);
+  EXPECT_TRUE(g_colAccounts.front()->m_sPassword.IsEmpty()) << "refused, and so not kept";
 
   wrong_account = 1;
   answer_login("Unable to decrypt email.  Please select a different email address.", true);
@@ -64,6 +65,12 @@ TEST_F(EngineWrapper, AuthenticateAsksInTheModeOfTheAttemptAndCountsIt) {
   EXPECT_EQ(Crypto()->Authenticate(attempts, wrong_account), -1);
 
   wrong_account = 0;
+  answer_login("You entered an incorrect passphrase.  Please try again.", true);
+  engine.Once("AuthenticateAccount", {.thrown = Error{5, "lost"}});
+  EXPECT_EQ(Crypto()->Authenticate(attempts, wrong_account), -1);
+  EXPECT_TRUE(g_colAccounts.front()->m_sPassword.IsEmpty());
+  AllowError("CryptoOperations::Authenticate - lost");
+
   answer_login("You entered an incorrect passphrase.  Please try again.", true);
   EXPECT_EQ(Crypto()->Authenticate(attempts, wrong_account), 0);
   EXPECT_EQ(attempts, 3);
