@@ -2,21 +2,15 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <ostream>
-#include <span>
 
 #include "base/text.h"
 #include "desk/attachment_saving.h"
 #include "desk/commands/command_context.h"
 #include "desk/commands/message_options.h"
-#include "desk/desk_host.h"
+#include "desk/commands/received_message.h"
 #include "desk/json_report.h"
-#include "desk/mail/mail.h"
-#include "desk/mail/mail_io.h"
-#include "desk/mail_bridge.h"
 #include "desk/message_printing.h"
 #include "desk/message_report.h"
-#include "desk/owner.h"
-#include "desk/settings_store.h"
 
 namespace corvessa::desk {
 namespace {
@@ -65,25 +59,17 @@ void PrintJson(CommandContext& context, DeskHost& host, const InspectorWindowPtr
 }
 
 Outcome Open(CommandContext& context, const OpenOptions& options) {
-  const mail::Mail mail = mail::LoadMail(options.message.file);
-  if (mail.incomplete) context.Tell(options.message.file + " ends early; this is what is there");
-  Profile profile = context.OpenProfile();
-  const Person owner = OwnerFor(mail, SettingsStore(profile.Registry()));
-  DeskHost host(profile, context.terminal, context.answers, context.messages,
-                {.owner = owner, .trace = options.message.trace});
-  host.BeginOperation();
-  const auto window = host.Outlook().Open(host.Outlook().AddReceived(ReceivedItem(mail)));
-  if (!window) Fail(Outcome::kRefused, "the message was closed while it was opened");
-  const Opened opened = Look(host, window, options);
+  ReceivedMessage message(context, options.message);
+  const Opened opened = Look(message.Host(), message.Window(), options);
   for (const std::string& complaint : opened.complaints) context.Tell(complaint);
   const Outcome outcome =
       opened.report.Failed() || !opened.complaints.empty() ? Outcome::kRefused : Outcome::kDone;
   if (options.message.json) {
-    PrintJson(context, host, window, opened, outcome);
+    PrintJson(context, message.Host(), message.Window(), opened, outcome);
   } else {
-    Print(context, opened, window->ShownItem()->Data());
+    Print(context, opened, message.Window()->ShownItem()->Data());
   }
-  host.Outlook().Close(window);
+  message.Close();
   return outcome;
 }
 

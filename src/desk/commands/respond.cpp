@@ -6,15 +6,12 @@
 #include "base/text.h"
 #include "desk/commands/command_context.h"
 #include "desk/commands/message_options.h"
+#include "desk/commands/received_message.h"
 #include "desk/commands/text_file.h"
-#include "desk/desk_host.h"
 #include "desk/json_report.h"
 #include "desk/mail/mail_io.h"
-#include "desk/mail_bridge.h"
 #include "desk/message_report.h"
-#include "desk/owner.h"
 #include "desk/responding.h"
-#include "desk/settings_store.h"
 
 namespace corvessa::desk {
 namespace {
@@ -61,22 +58,14 @@ void Write(CommandContext& context, const ResponseOptions& options, DeskHost& ho
 }
 
 Outcome Run(CommandContext& context, const ResponseOptions& options, Response response) {
-  const mail::Mail mail = mail::LoadMail(options.message.file);
-  if (mail.incomplete) context.Tell(options.message.file + " ends early; this is what is there");
   const std::string text =
       options.text_file.empty() ? std::string() : ReadWholeFile(options.text_file);
-  Profile profile = context.OpenProfile();
-  const Person owner = OwnerFor(mail, SettingsStore(profile.Registry()));
-  DeskHost host(profile, context.terminal, context.answers, context.messages,
-                {.owner = owner, .trace = options.message.trace});
-  host.BeginOperation();
-  const auto window = host.Outlook().Open(host.Outlook().AddReceived(ReceivedItem(mail)));
-  if (!window) Fail(Outcome::kRefused, "the message was closed while it was opened");
-  const MessageReport report = ReadMessage(host, window);
+  ReceivedMessage message(context, options.message);
+  const MessageReport report = ReadMessage(message.Host(), message.Window());
   RefuseUnreadable(report);
-  const ItemPtr draft = Respond(host, window->ShownItem(), response, text);
-  Write(context, options, host, report, DraftOf(host, draft->Data()));
-  host.Outlook().Close(window);
+  const ItemPtr draft = Respond(message.Host(), message.Window()->ShownItem(), response, text);
+  Write(context, options, message.Host(), report, DraftOf(message.Host(), draft->Data()));
+  message.Close();
   return Outcome::kDone;
 }
 

@@ -9,6 +9,7 @@
 
 #include "base/text.h"
 #include "desk/attachment_saving.h"
+#include "desk/commands/received_message.h"
 #include "desk/commands/text_file.h"
 #include "desk/mail/mail_io.h"
 #include "desk/mail_bridge.h"
@@ -93,12 +94,7 @@ void ShellSession::PrintOpen(const InspectorWindowPtr& window) {
 }
 
 void ShellSession::Open(const Arguments& arguments) {
-  const mail::Mail mail = mail::LoadMail(arguments[0]);
-  if (mail.incomplete) context_.Tell(arguments[0] + " ends early; this is what is there");
-  host_.BeginOperation();
-  const auto window = host_.Outlook().Open(host_.Outlook().AddReceived(ReceivedItem(mail)));
-  if (!window) Fail(Outcome::kRefused, "the message was closed while it was opened");
-  PrintOpen(window);
+  PrintOpen(OpenReceived(host_, LoadReceived(context_, arguments[0])));
 }
 
 void ShellSession::Compose(const Arguments& arguments) {
