@@ -314,7 +314,7 @@ TEST_F(TextTest, DeepNestingAndBombsAreRefused) {
   EXPECT_EQ(bob->engine->DecryptFileEx(file, nullptr), -3);
   EXPECT_EQ(bob->engine->GetEngineLastError(),
             "The content is too large: more than 268435456 bytes.");
-  EXPECT_EQ(ReadFile(file), bomb);
+  EXPECT_TRUE(ReadFile(file) == bomb) << "the file was changed";
 }
 
 }  // namespace
