@@ -45,7 +45,11 @@ class SendFaults : public Sending, public ::testing::WithParamInterface<std::siz
       const auto trace = Trace();
       check(sent, std::find(trace.begin(), trace.end(),
                             "m_oApplication_ItemSend: Sending original") != trace.end());
-      if (!sent) ExpectUnchanged(item->Data(), before);
+      if (sent) {
+        EXPECT_EQ(sent->attachments.size(), before.attachments.size());
+      } else {
+        ExpectUnchanged(item->Data(), before);
+      }
       ExpectNothingLeft();
       if (item->Window()) outlook.Close(item->Window());
     }

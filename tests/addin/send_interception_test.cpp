@@ -394,6 +394,21 @@ TEST_F(SendInterception, AMailStaysWhenItsHiddenReadersOrItsChoicesAreUnknown) {
   outlook.OnCall({});
 }
 
+TEST_F(SendInterception, ADisconnectionBehindThePassphraseDialogLeavesNothingBehind) {
+  g_lPassphraseMemory = kForgetAfterEachUse;
+  const auto item = Draft();
+  Attach(item, "a.txt", "canary-5e11 a");
+  ui.Expect<frmLogin>("frmLogin", [&](frmLogin& form) {
+    EXPECT_FALSE(TemporaryFiles().empty());
+    DisconnectAddIn();
+    form.cmdCancel.Press();
+  });
+  ui.ExpectBox("Failed to sign email.  Send without signature?", platform::kAnswerCancel);
+  EXPECT_FALSE(outlook.Send(item));
+  EXPECT_EQ(*item->Data().body, kText);
+  EXPECT_EQ(LoadedForms().size(), 0U);
+}
+
 TEST_F(SendInterception, AnAttachmentThatCannotBeStoredStopsTheMail) {
   const auto item = Draft();
   item->AddAttachment({"embedded.msg", "embedded", nullptr, "", ""});
