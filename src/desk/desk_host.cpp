@@ -3,12 +3,12 @@
 #include <cstdint>
 #include <cstdlib>
 #include <ostream>
-#include <system_error>
 
 #include "addin/process_state.h"
 #include "base/guard.h"
 #include "base/text.h"
 #include "desk/engine_setup.h"
+#include "desk/profile/leftovers.h"
 #include "desk/profile/pictures.h"
 #include "desk/settings_store.h"
 #include "desk/terminal/answers.h"
@@ -28,13 +28,6 @@ constexpr std::string_view kAddInTag = "CorvessaPro_OL.";
 
 fs::path TemporaryFolder(Profile& profile) {
   return profile.Files().LocalPath(profile.Files().TemporaryFolder());
-}
-
-void EmptyFolder(const fs::path& folder) {
-  std::error_code ignored;
-  for (const auto& entry : fs::directory_iterator(folder, ignored)) {
-    fs::remove_all(entry.path(), ignored);
-  }
 }
 
 std::string VersionText(int major) {
@@ -104,7 +97,7 @@ DeskHost::DeskHost(Profile& profile, Terminal& terminal, Answers& answers, std::
       ui_(terminal, answers, UiSetup(profile, messages)),
       engine_(engine::CreateEngineFactory(EngineSetup(profile))),
       outlook_(OutlookSetup(profile, options)) {
-  EmptyFolder(TemporaryFolder(profile));
+  RemoveLeftovers(TemporaryFolder(profile));
   ::setenv("TMPDIR", TemporaryFolder(profile).c_str(), 1);
   platform::InstallHost({outlook_.Cdo(), profile.Clipboard(), profile.Clock(), *engine_,
                          profile.Files(), profile.Inet(), outlook_.Redemption(), profile.Registry(),

@@ -10,6 +10,7 @@
 
 #include "base/error.h"
 #include "base/guard.h"
+#include "desk/profile/leftovers.h"
 #include "support/temp_folder.h"
 
 namespace corvessa::desk {
@@ -105,6 +106,30 @@ TEST_F(ProfileFilesTest, FollowsNoLinkAndWaitsForNoPipe) {
 
   EXPECT_EQ(files_.Read("c:\\link"), "instead of the link");
   EXPECT_EQ(elsewhere.Read("c:\\secret"), "untouched");
+}
+
+TEST_F(ProfileFilesTest, RemovesItsOwnLeftoversAndNothingElse) {
+  const fs::path temporary = files_.LocalPath("c:\\Temp");
+  const std::vector<std::string> ours{
+      "mail12", "~17.tmp", "Saving", "corvessa-items-aB3xyz", ".corvessa-a1B2c3", ".new-aaaaaa"};
+  const std::vector<std::string> others{".new-notes.txt", "Savings",  "mail", "mail1x",
+                                        "report.doc",     "~$17.tmp", "~.tmp"};
+  for (const auto& name : ours) fs::create_directories(temporary / name / "deep");
+  for (const auto& name : others) fs::create_directories(temporary / name / "deep");
+  RemoveLeftovers(temporary);
+  EXPECT_EQ(files_.List("c:\\Temp"), others);
+}
+
+TEST_F(ProfileFilesTest, RefusesALinkForItsTemporaryFolder) {
+  const fs::path temporary = files_.LocalPath("c:\\Temp");
+  const fs::path elsewhere = folder_ / "elsewhere";
+  fs::create_directories(elsewhere / "mail12");
+  fs::remove(temporary);
+  fs::create_symlink(elsewhere, temporary);
+  EXPECT_EQ(Attempt([&] { ProfileFiles again(folder_ / "drive_c"); }).description,
+            temporary.string() + " is a link or a file where a folder has to be");
+  EXPECT_EQ(Attempt([&] { RemoveLeftovers(temporary); }).number, kPathFileAccess);
+  EXPECT_TRUE(fs::exists(elsewhere / "mail12"));
 }
 
 }  // namespace

@@ -76,9 +76,14 @@ struct stat LookOrRaise(const fs::path& path) {
   return *found;
 }
 
+/// A link that stands there leads out of the profile, to files that are not its own.
 void EnsureFolder(const fs::path& path) {
-  if (mkdir(path.c_str(), kPrivateFolder) == 0 || errno == EEXIST) return;
-  RaiseErrno(errno, path, kPathNotFound);
+  if (mkdir(path.c_str(), kPrivateFolder) == 0) return;
+  if (errno != EEXIST) RaiseErrno(errno, path, kPathNotFound);
+  const auto present = Look(path);
+  if (!present || !S_ISDIR(present->st_mode)) {
+    Raise(kPathFileAccess, path.string() + " is a link or a file where a folder has to be");
+  }
 }
 
 void CopyContent(const FileDescriptor& from, const FileDescriptor& to) {
