@@ -66,13 +66,17 @@ bool Carries(const ItemData& item, std::string_view name) {
   return found != item.properties.end() && LCase(Trim(found->second)) == "true";
 }
 
-/// The prompts by which the user agrees to a message without protection.
+/// Whether the user said yes to one of the questions whether to send without protection. The
+/// branded message box asks and tells other things too, so that its text counts.
+bool IsConsent(const ShownBox& box) {
+  if (box.name == "frmNoKeysFound") return box.answer == "cmdYes";
+  if (box.name != "frmGeneric" || box.answer != "cmdOK") return false;
+  return box.text.ends_with("without encryption?") ||
+         box.text.ends_with("send the message unencrypted?");
+}
+
 bool AgreedToSendInClear(const std::vector<ShownBox>& boxes, std::size_t first) {
-  return std::any_of(boxes.begin() + static_cast<std::ptrdiff_t>(first), boxes.end(),
-                     [](const ShownBox& box) {
-                       const bool asks = box.name == "frmNoKeysFound" || box.name == "frmGeneric";
-                       return asks && !box.answer.empty() && box.answer != kClosedAnswer;
-                     });
+  return std::any_of(boxes.begin() + static_cast<std::ptrdiff_t>(first), boxes.end(), IsConsent);
 }
 
 /// Outlook would let it go. A program for people who cannot afford that does not.
