@@ -90,14 +90,23 @@ TEST(Pty, APassphraseIsReadWithoutEchoAndTheEchoComesBack) {
   EXPECT_EQ(process.ShownUpTo(".\r\n"), "\r\n0 bytes, result 2.\r\n");
 }
 
-TEST(Pty, ASignalGivesTheEchoBackBeforeItEndsTheProcess) {
+TEST(Pty, ASignalAbortsTheQuestionAndIsKeptForTheEnd) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    Process process(AskSecret);
+    Process process([](desk::Terminal& terminal) {
+      AskSecret(terminal);
+      if (terminal.EndingSignal() == 0) return;
+      terminal.Write(terminal.ReadLine("") ? "asks on.\n" : "has ended.\n");
+      std::raise(terminal.EndingSignal());
+    });
     process.ShownUpTo(": ");
     process.Type("ses");
     process.Signal(signal);
-    EXPECT_EQ(process.WaitForSignal(), signal);
+    EXPECT_EQ(process.ShownUpTo(".\r\n"), "\r\n0 bytes, result 2.\r\n") << signal;
     EXPECT_TRUE(process.Echoes()) << signal;
+    if (signal != SIGINT) {
+      EXPECT_EQ(process.ShownUpTo(".\r\n"), "has ended.\r\n") << signal;
+    }
+    EXPECT_EQ(process.WaitForSignal(), signal == SIGINT ? 0 : signal);
   }
 }
 

@@ -9,5 +9,8 @@ int main(int argument_count, char** arguments) {
   std::signal(SIGPIPE, SIG_IGN);
   std::ios::sync_with_stdio(false);
   auto terminal = corvessa::desk::Terminal::Standard();
-  return corvessa::desk::RunDesk(argument_count, arguments, terminal, std::cout, std::cerr);
+  const int result =
+      corvessa::desk::RunDesk(argument_count, arguments, terminal, std::cout, std::cerr);
+  if (terminal.EndingSignal() != 0) std::raise(terminal.EndingSignal());
+  return result;
 }

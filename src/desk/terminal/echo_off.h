@@ -7,7 +7,7 @@ namespace corvessa::desk {
 
 /// Turns a terminal's echo off until its end. The signals that end or stop the process are held
 /// back meanwhile, so that none of them leaves the terminal mute: a caller that waits with WaitMask
-/// notices one by Caught, ends this object and raises it again. At most one at a time. What is no
+/// notices one by Caught, ends this object and sees to it. At most one at a time. What is no
 /// terminal is left alone.
 class EchoOff {
  public:

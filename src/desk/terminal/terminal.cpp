@@ -68,6 +68,7 @@ void Terminal::ClearStatus() {
 }
 
 int Terminal::ReadByte(const sigset_t* wait_mask) {
+  if (ending_signal_ != 0) return -1;
   for (;;) {
     timespec wait{};
     if (idle) wait = ToTimespec(idle());
@@ -118,8 +119,12 @@ Terminal::SecretResult Terminal::ReadSecret(std::string_view prompt, SecretStrin
       caught = EchoOff::Caught();
     }
     Write("\n");
-    if (caught != 0) std::raise(caught);
-    if (caught != SIGTSTP) return result;
+    if (caught == SIGTSTP) {
+      std::raise(caught);
+      continue;
+    }
+    if (caught != SIGINT) ending_signal_ = caught;
+    return result;
   }
 }
 

@@ -38,10 +38,14 @@ class Terminal {
 
   /// Without the line break; nothing at the end of the input.
   std::optional<std::string> ReadLine(std::string_view prompt);
-  /// A line typed without echo, at most 4,000 bytes. A signal that comes in meanwhile takes its
-  /// course once the terminal has its echo back; if the process outlives it, that counts as
+  /// A line typed without echo, at most 4,000 bytes. A signal to end that comes in meanwhile does
+  /// not end the process, which may be halfway through a message and has to tidy up: it counts as
   /// aborted, as does the end of the input. After having been stopped it asks again.
   SecretResult ReadSecret(std::string_view prompt, SecretString& secret);
+  /// The signal, other than the keyboard's interrupt, that was to end the process while a secret
+  /// was asked for; 0 for none. From then on the input counts as ended, and the program is to raise
+  /// the signal once it has tidied up.
+  int EndingSignal() const { return ending_signal_; }
   /// Waits; -1 at the end of the input.
   int ReadByte() { return ReadByte(nullptr); }
 
@@ -56,6 +60,7 @@ class Terminal {
   int input_;
   int output_;
   bool is_there_;
+  int ending_signal_ = 0;
   std::string status_;
 };
 
