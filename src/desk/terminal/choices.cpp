@@ -117,7 +117,9 @@ std::string PromptOf(const TextBox& box) {
     const auto* captioned = dynamic_cast<const CaptionedControl*>(control);
     const bool names_it =
         captioned != nullptr && captioned->IsShown() && captioned->TypeName() != "CommandButton";
-    if (names_it && !captioned->Caption().empty()) prompt = DrawnCaption(captioned->Caption());
+    if (!names_it || captioned->Caption().empty()) continue;
+    const auto* label = dynamic_cast<const Label*>(captioned);
+    prompt = DrawnCaption(captioned->Caption(), label == nullptr || label->UseMnemonic);
   }
   if (prompt.ends_with(':')) prompt.pop_back();
   return prompt.empty() ? "Text" : prompt;

@@ -132,7 +132,7 @@ void TerminalUi::RunModal(Form& form, Form* /*owner*/) {
 }
 
 void TerminalUi::RunForm(Form& form) {
-  if (form.IsVisible()) Answer(form, Conversation::Leaving::kAllowed);
+  if (form.IsVisible() && !form.OffScreen) Answer(form, Conversation::Leaving::kAllowed);
 }
 
 void TerminalUi::Answer(Form& form, Conversation::Leaving leaving) {
