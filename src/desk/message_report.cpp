@@ -167,6 +167,7 @@ std::int32_t SignStatusOf(std::string_view text, std::vector<std::string>& signe
 
 MessageReport ReadMessage(DeskHost& host, const InspectorWindowPtr& window) {
   MessageReport report;
+  report.left_to_button = window->Bars().FindButton(kDecryptNowButton) != nullptr;
   std::vector<AttachmentReport> listed;
   if (const BarPtr bar = FindStatusBar(window->Bars()); bar && bar->Buttons().size() >= 2) {
     const auto buttons = bar->Buttons();

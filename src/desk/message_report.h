@@ -51,9 +51,12 @@ struct AttachmentReport {
 /// What the add-in shows of an open message, read where its user reads it: on the status bar and in
 /// the status window.
 struct MessageReport {
-  /// Missing when there is no status bar, because the add-in is switched off or leaves the message
+  /// Missing when there is no status bar, because the add-in is switched off or the message is left
   /// to a button.
   std::optional<Protection> protection;
+  /// The message is protected and was left as it is, because the user's settings leave it to the
+  /// "Decrypt/verify" button.
+  bool left_to_button = false;
   /// The status bar's lines.
   std::vector<std::string> status_lines;
   std::vector<AttachmentReport> attachments;
@@ -61,6 +64,9 @@ struct MessageReport {
   /// Something could not be decrypted or its signature is not good.
   bool Failed() const;
 };
+
+/// The button that a message may be left to.
+inline constexpr std::string_view kDecryptNowButton = "Decrypt/verify";
 
 /// What the texts "is encrypted" and the like stand for; any other text is a failure.
 std::int32_t DecryptStatusOf(std::string_view text);

@@ -155,6 +155,23 @@ class Opening(DeskCase):
         self.assertDone(again, 3, "", f"corvessa-desk: {self.folder}/saved/Übersicht für 2026.pdf is "
                                       "there already; nothing was saved\n")
 
+    def test_a_message_left_to_its_button_is_not_taken_for_read(self):
+        sent = self.sent()
+        self.assertDone(self.bob("set", "DisableAutoDecryptAndVerify", "1"))
+        off = "because DisableAutoDecryptAndVerify is on; "
+        opened = self.bob("open", sent, "--save-attachments", self.folder / "saved", "--json")
+        self.assertEqual((opened.err, opened.code, opened.json()["decryptStatus"],
+                          (self.folder / "saved").exists()),
+                         (f'corvessa-desk: not decrypted, {off}the shell can click "Decrypt/verify"\n',
+                          1, None, False))
+        self.assertDone(self.bob("reply", sent), 1, "",
+                        f"corvessa-desk: the message was not decrypted, {off}no draft was made\n")
+        with open(self.write("script", f"open {sent}\nclick Decrypt/verify\nshow\n"), "rb") as lines:
+            shown = self.bob("shell", stdin=lines)
+        self.assertDone(shown)
+        self.assertIn(f"Status:  Message is encrypted\nStatus:  Message is digitally signed by {ALICE}"
+                      f"\n\n{TEXT}", shown.out)
+
     def test_what_cannot_be_read_or_was_changed_is_refused(self):
         sent = self.sent()
         unanswered = self.at(self.folder / "bob", "open", sent, "--save-attachments",

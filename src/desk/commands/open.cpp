@@ -31,6 +31,12 @@ struct Opened {
 Opened Look(DeskHost& host, const InspectorWindowPtr& window, const OpenOptions& options) {
   Opened opened;
   opened.report = ReadMessage(host, window);
+  if (opened.report.left_to_button) {
+    opened.complaints.push_back(
+        "not decrypted, because DisableAutoDecryptAndVerify is on; the shell can click \"" +
+        std::string(kDecryptNowButton) + "\"");
+    return opened;
+  }
   if (options.original) opened.original = ReadOriginal(host, window);
   if (!options.save_folder.empty()) {
     opened.complaints = SaveAttachments(host, window, options.save_folder, opened.report);

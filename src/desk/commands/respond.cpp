@@ -25,6 +25,11 @@ struct ResponseOptions {
 
 /// A draft must quote what was said, not armour, and nothing that was forged.
 void RefuseUnreadable(const MessageReport& report) {
+  if (report.left_to_button) {
+    Fail(Outcome::kRefused,
+         "the message was not decrypted, because DisableAutoDecryptAndVerify is on; no draft was "
+         "made");
+  }
   if (!report.protection || !report.Failed()) return;
   if (report.protection->DecryptionFailed()) {
     Fail(Outcome::kRefused, "the message could not be decrypted; no draft was made");
