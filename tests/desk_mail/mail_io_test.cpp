@@ -191,6 +191,21 @@ TEST(LoadMail, BadFilesGiveOneClearLine) {
     WriteContent(path, text);
     EXPECT_EQ(failure(path), name + " is not a mail message.");
   }
+  const auto repeated = [](std::string_view text, int times) {
+    std::string all;
+    for (int i = 0; i < times; ++i) all += text;
+    return all;
+  };
+  // Without a limit these take minutes or exhaust the stack.
+  for (const auto& field : {"To: " + repeated("a:", 90000), "Cc: " + repeated("a,", 90000),
+                            "Subject: " + repeated("=?utf-8?B?AAAA", 50000),
+                            "Content-Type: message/rfc822\n\nTo: " + repeated("a:", 90000)}) {
+    WriteContent(path, "From: a@b.c\n" + field + "\n\nbody");
+    EXPECT_EQ(failure(path), name + " holds a header field that cannot be read.");
+  }
+  WriteContent(path, "From: a@b.c\nTo: " + repeated("A, B <a@b.c>, ", 20000) +
+                         "\nSubject: " + repeated("=?utf-8?B?w6TDtg==?= ", 3000) + "\n\nbody");
+  EXPECT_EQ(failure(path), "");
 }
 
 TEST(LoadMail, CutMailsLoadAsFarAsTheyGo) {

@@ -1,6 +1,7 @@
 #include <string>
 
 #include "base/error.h"
+#include "desk/mail/field_limits.h"
 #include "desk/mail/gmime_handle.h"
 #include "desk/mail/header_decoding.h"
 #include "desk/mail/header_fields.h"
@@ -100,6 +101,8 @@ Handle<GMimeMessage> ParseCutHeader(GMimeStream* stream) {
 
 Mail ReadMail(GMimeStream* stream, const std::shared_ptr<const MailFile>& file,
               const std::string& title) {
+  if (HasRunawayField(stream))
+    Raise(kInvalidArgument, title + " holds a header field that cannot be read.");
   Mail mail;
   auto message = ParseStream(stream, mail.incomplete);
   if (!message) {

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <gmime/gmime.h>
+
+namespace corvessa::desk::mail {
+
+/// Whether a header field of the mail, also of its parts and of mails in it, would keep GMime busy
+/// for minutes or exhaust its stack: groups nested in thousands, thousands of entries without an
+/// address, thousands of encoded words that do not end. No mail program writes such a field. Reads
+/// the stream once and leaves it at its start.
+bool HasRunawayField(GMimeStream* stream);
+
+}  // namespace corvessa::desk::mail
