@@ -125,6 +125,7 @@ TEST_P(SendFromEachOutlook, HTMLBecomesPlainTextAndComesBackWhenNothingIsSent) {
   ASSERT_TRUE(sent);
   EXPECT_EQ(*sent->html, "");
   EXPECT_EQ(ReadByGpg(*sent->body), "+canary-5e11");
+  EXPECT_EQ(*ReadByTheAddIn(*sent).body, "canary-5e11");
 }
 
 /// An answer to what stands in the way of sending, and what then leaves.
@@ -226,6 +227,8 @@ TEST_F(SendInterception, TheUserDecidesAboutEachObstacle) {
         continue;
       }
       EXPECT_EQ(ReadByGpg(*sent->body), std::string(obstacle.sent_as) + std::string(kText));
+      LogInWith("secret");
+      EXPECT_EQ(*ReadByTheAddIn(*sent).body, kText);
       EXPECT_EQ(sent->body->starts_with(kMessageArmour), sent->recipients[0].name == "Bob");
     }
   }
@@ -314,6 +317,8 @@ TEST_F(SendInterception, AnotherProgramsMailAsksForItsChoices) {
       << packets;
   EXPECT_EQ(packets.find("keyid", packets.find("keyid", packets.find("keyid") + 1) + 1),
             std::string::npos);
+  LogInWith("secret");
+  EXPECT_EQ(*ReadByTheAddIn(*sent).body, kText);
 }
 
 TEST_F(SendInterception, AMailSentInsideAnotherLeavesItsHiddenRecipientsHidden) {
