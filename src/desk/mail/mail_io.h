@@ -20,9 +20,9 @@ enum class MailPurpose {
 /// kPathFileAccess (a folder, a device, a failing disk), kInvalidArgument when it is empty or not a
 /// mail message, that is when no header with at least one of the fields that every mail has some of
 /// (From, To, Subject, Date…) begins it, or when a header field is made to keep the reader busy
-/// (groups nested in thousands and the like). Everything else loads as far as it goes: unknown or wrong
-/// charsets, undecodable bytes (U+FFFD), broken encodings, missing ends (Mail::incomplete), any
-/// number of attachments, any length of header.
+/// (groups nested in thousands and the like). Everything else loads as far as it goes: unknown or
+/// wrong charsets, undecodable bytes (U+FFFD), broken encodings, missing ends (Mail::incomplete),
+/// any number of attachments, any length of header.
 Mail LoadMail(const std::filesystem::path& path);
 
 /// The same for a mail in memory, which is copied.
