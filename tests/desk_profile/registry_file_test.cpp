@@ -43,6 +43,27 @@ class RegistryFileTest : public ::testing::Test {
   const std::filesystem::path path_ = folder_ / "registry.reg";
 };
 
+TEST_F(RegistryFileTest, ReadsNumbersAndStringsByTheirBytes) {
+  Put("REGEDIT4\n[HKEY_CURRENT_USER\\K]\n"
+      "\"True\"=dword:ffffffff\n\"Zero\"=dword:0\n\"Text1\"=\"1\"\n\"Text3\"=\"abc\"\n"
+      "\"Text4\"=\"abcd\"\n\"Empty\"=\"\"\n\"Two\"=hex:01,02\n\"Five\"=hex:01,00,00,00,00\n"
+      "\"Open\"=hex(1):41,42\n\"Split\"=hex(1):41,00,42,00\n\"Number\"=dword:00004241\n"
+      "\"Fits\"=\"" +
+      std::string(254, 'x') + "\"\n\"TooLong\"=\"" + std::string(255, 'x') + "\"\n\"Umlauts\"=\"" +
+      std::string(253, 'x') + "\xC3\xA9\"\n");
+  RegistryFile registry(path_);
+  const auto key = Created(registry.CurrentUser(), "K");
+  const std::pair<const char*, std::int32_t> numbers[] = {
+      {"True", -1},    {"Zero", 0}, {"Text1", '1'}, {"Text3", 0x636261}, {"Text4", 0},
+      {"Two", 0x0201}, {"Five", 0}, {"Empty", 0},   {"Missing", 0}};
+  for (const auto& [name, number] : numbers) EXPECT_EQ(key->ReadNumber(name), number) << name;
+  const std::pair<const char*, std::string> strings[] = {
+      {"Text1", "1"},   {"Open", "AB"},  {"Split", "A"},
+      {"Number", "AB"}, {"Missing", ""}, {"Fits", std::string(254, 'x')},
+      {"TooLong", ""},  {"Umlauts", ""}, {"Empty", ""}};
+  for (const auto& [name, text] : strings) EXPECT_EQ(key->ReadString(name, 255), text) << name;
+}
+
 TEST_F(RegistryFileTest, ReadsWhatEditorsExportAndKeepsWhatNobodyAskedFor) {
   Put("\xEF\xBB\xBFREGEDIT4\n"
       "; a comment\r"

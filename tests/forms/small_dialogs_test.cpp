@@ -42,6 +42,8 @@ TEST_F(SmallDialogsTest, AddressDialogAcceptsOnlyWhatLooksLikeAnAddress) {
   EXPECT_EQ(AskAddress(*form,
                        [](frmEMail& shown) {
                          ExpectGoldenForm("frmEMail", shown);
+                         shown.edEmail.Type(" ");
+                         ExpectGoldenForm("frmEMail_typed", shown);
                          shown.edEmail.Type("a@b.c");
                          shown.PressCloseBox();
                        }),
@@ -116,6 +118,7 @@ TEST_F(SmallDialogsTest, NoKeyPairsOpensThePageOfTheClickedAddress) {
   form->Show();
   ExpectGoldenForm("frmNoKeyPairs", *form);
   form->lstEmailAddr.ClickRow(1);
+  ExpectGoldenForm("frmNoKeyPairs_selected", *form);
   form->cmdOK.Press();
   EXPECT_FALSE(form->IsLoaded());
   EXPECT_THAT(shell.pages, ElementsAre("https://example.com/keys?alias=b@example.com"));
