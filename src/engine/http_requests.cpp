@@ -1,10 +1,10 @@
 #include "engine/http_requests.h"
 
 #include <algorithm>
-#include <curl/curl.h>
 #include <memory>
 #include <utility>
 
+#include "curl/curl_library.h"
 #include "engine/status.h"
 
 namespace corvessa::engine {
@@ -12,45 +12,47 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+const CurlLibrary& Curl() {
+  const CurlLibrary* const curl = LoadCurl();
+  if (!curl) Fail(kIoTrouble, "There is no libcurl on this computer to reach key servers with.");
+  return *curl;
+}
+
 struct CurlDeleter {
-  void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
-  void operator()(curl_slist* list) const { curl_slist_free_all(list); }
-  void operator()(char* text) const { curl_free(text); }
+  void operator()(CURL* easy) const { Curl().easy_cleanup(easy); }
+  void operator()(curl_slist* list) const { Curl().slist_free_all(list); }
+  void operator()(char* text) const { Curl().free(text); }
 };
 struct MultiDeleter {
-  void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
+  void operator()(CURLM* multi) const { Curl().multi_cleanup(multi); }
 };
 using Easy = std::unique_ptr<CURL, CurlDeleter>;
 using Headers = std::unique_ptr<curl_slist, CurlDeleter>;
 using Multi = std::unique_ptr<CURLM, MultiDeleter>;
-
-void InitialiseOnce() {
-  static const CURLcode result = curl_global_init(CURL_GLOBAL_DEFAULT);
-  if (result != CURLE_OK) Fail(kIoTrouble, curl_easy_strerror(result));
-}
 
 /// One request on its way. It stays where it is: the transfer points to it.
 class Transfer {
  public:
   Transfer(const HttpRequest& request, std::size_t max_size, Allowance& allowance)
       : max_size_(max_size), allowance_(allowance) {
-    CURL* const easy = easy_.get();
-    curl_easy_setopt(easy, CURLOPT_URL, request.url.c_str());
-    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
-    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(easy, CURLOPT_PRIVATE, this);
-    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Transfer::Take);
-    curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
+    const auto set = [this](CURLoption option, auto value) {
+      Curl().easy_setopt(easy(), option, value);
+    };
+    set(CURLOPT_URL, request.url.c_str());
+    set(CURLOPT_PROTOCOLS_STR, "http,https");
+    set(CURLOPT_FOLLOWLOCATION, 0L);
+    set(CURLOPT_NOSIGNAL, 1L);
+    set(CURLOPT_PRIVATE, this);
+    set(CURLOPT_WRITEFUNCTION, &Transfer::Take);
+    set(CURLOPT_WRITEDATA, this);
     if (!request.customer.empty()) {
       headers_.reset(
-          curl_slist_append(nullptr, ("X-Nimbra-CustomerID: " + request.customer).c_str()));
-      curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers_.get());
+          Curl().slist_append(nullptr, ("X-Nimbra-CustomerID: " + request.customer).c_str()));
+      set(CURLOPT_HTTPHEADER, headers_.get());
     }
     if (!request.form.empty()) {
-      curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE,
-                       static_cast<curl_off_t>(request.form.size()));
-      curl_easy_setopt(easy, CURLOPT_COPYPOSTFIELDS, request.form.c_str());
+      set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request.form.size()));
+      set(CURLOPT_COPYPOSTFIELDS, request.form.c_str());
     }
   }
   Transfer(const Transfer&) = delete;
@@ -60,10 +62,10 @@ class Transfer {
 
   void Finish(CURLcode result) {
     if (result != CURLE_OK) {
-      answer_ = {0, {}, curl_easy_strerror(result)};
+      answer_ = {0, {}, Curl().easy_strerror(result)};
       return;
     }
-    curl_easy_getinfo(easy(), CURLINFO_RESPONSE_CODE, &answer_.status);
+    Curl().easy_getinfo(easy(), CURLINFO_RESPONSE_CODE, &answer_.status);
     answer_.trouble = "it answered " + std::to_string(answer_.status);
   }
   HttpAnswer TakeAnswer() { return std::move(answer_); }
@@ -81,17 +83,17 @@ class Transfer {
 
   std::size_t max_size_;
   Allowance& allowance_;
-  Easy easy_{curl_easy_init()};
+  Easy easy_{Curl().easy_init()};
   Headers headers_;
   HttpAnswer answer_{0, {}, "it did not answer in time"};
 };
 
 void FinishDone(CURLM* multi) {
   int left = 0;
-  while (const CURLMsg* const message = curl_multi_info_read(multi, &left)) {
+  while (const CURLMsg* const message = Curl().multi_info_read(multi, &left)) {
     if (message->msg != CURLMSG_DONE) continue;
     char* transfer = nullptr;
-    curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &transfer);
+    Curl().easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &transfer);
     reinterpret_cast<Transfer*>(transfer)->Finish(message->data.result);
   }
 }
@@ -99,12 +101,12 @@ void FinishDone(CURLM* multi) {
 void RunUntil(CURLM* multi, Clock::time_point deadline) {
   int running = 1;
   while (running > 0 && Clock::now() < deadline) {
-    if (curl_multi_perform(multi, &running) != CURLM_OK) return;
+    if (Curl().multi_perform(multi, &running) != CURLM_OK) return;
     FinishDone(multi);
     const auto left =
         std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
     if (running > 0 && left.count() > 0) {
-      curl_multi_poll(multi, nullptr, 0, static_cast<int>(left.count()), nullptr);
+      Curl().multi_poll(multi, nullptr, 0, static_cast<int>(left.count()), nullptr);
     }
   }
 }
@@ -114,18 +116,17 @@ void RunUntil(CURLM* multi, Clock::time_point deadline) {
 std::vector<HttpAnswer> Perform(const std::vector<HttpRequest>& requests, std::size_t max_size,
                                 Allowance& allowance) {
   if (requests.empty()) return {};
-  InitialiseOnce();
-  const Multi multi(curl_multi_init());
-  curl_multi_setopt(multi.get(), CURLMOPT_MAX_HOST_CONNECTIONS, 8L);
+  const Multi multi(Curl().multi_init());
+  Curl().multi_setopt(multi.get(), CURLMOPT_MAX_HOST_CONNECTIONS, 8L);
   std::vector<std::unique_ptr<Transfer>> transfers;
   for (const auto& request : requests) {
     transfers.push_back(std::make_unique<Transfer>(request, max_size, allowance));
-    curl_multi_add_handle(multi.get(), transfers.back()->easy());
+    Curl().multi_add_handle(multi.get(), transfers.back()->easy());
   }
   RunUntil(multi.get(), allowance.until);
   std::vector<HttpAnswer> answers;
   for (const auto& transfer : transfers) {
-    curl_multi_remove_handle(multi.get(), transfer->easy());
+    Curl().multi_remove_handle(multi.get(), transfer->easy());
     answers.push_back(transfer->TakeAnswer());
   }
   return answers;
@@ -133,7 +134,7 @@ std::vector<HttpAnswer> Perform(const std::vector<HttpRequest>& requests, std::s
 
 std::string UrlEncoded(std::string_view text) {
   const std::unique_ptr<char, CurlDeleter> encoded(
-      curl_easy_escape(nullptr, text.data(), static_cast<int>(text.size())));
+      Curl().easy_escape(nullptr, text.data(), static_cast<int>(text.size())));
   return encoded ? encoded.get() : std::string();
 }
 

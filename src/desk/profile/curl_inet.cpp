@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <curl/curl.h>
 #include <memory>
 
 #include "base/error.h"
+#include "curl/curl_library.h"
 
 namespace corvessa::desk {
 namespace {
@@ -30,31 +30,35 @@ std::size_t Receive(const char* data, std::size_t size, std::size_t count, void*
 }  // namespace
 
 std::string CurlInet::OpenURL(std::string_view url) {
-  static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
-  const std::unique_ptr<CURL, void (*)(CURL*)> curl(curl_easy_init(), curl_easy_cleanup);
-  if (initialised != CURLE_OK || !curl) RaiseFetch(url, "libcurl does not start");
+  const CurlLibrary* const curl = LoadCurl();
+  if (!curl) RaiseFetch(url, "there is no libcurl on this computer");
+  const std::unique_ptr<CURL, decltype(curl->easy_cleanup)> easy(curl->easy_init(),
+                                                                 curl->easy_cleanup);
+  const auto set = [&](CURLoption option, auto value) {
+    curl->easy_setopt(easy.get(), option, value);
+  };
   if (url.find('\0') != std::string_view::npos) RaiseFetch(url, "it is no address");
 
   const std::string address(url);
   std::string page;
   std::array<char, CURL_ERROR_SIZE> reason{};
-  curl_easy_setopt(curl.get(), CURLOPT_URL, address.c_str());
-  curl_easy_setopt(curl.get(), CURLOPT_DEFAULT_PROTOCOL, "http");
-  curl_easy_setopt(curl.get(), CURLOPT_PROTOCOLS_STR, kSchemes);
-  curl_easy_setopt(curl.get(), CURLOPT_REDIR_PROTOCOLS_STR, kSchemes);
-  curl_easy_setopt(curl.get(), CURLOPT_FOLLOWLOCATION, 1L);
-  curl_easy_setopt(curl.get(), CURLOPT_MAXREDIRS, kMaximumRedirections);
-  curl_easy_setopt(curl.get(), CURLOPT_FAILONERROR, 1L);
-  curl_easy_setopt(curl.get(), CURLOPT_TIMEOUT, kTotalSeconds);
-  curl_easy_setopt(curl.get(), CURLOPT_NOSIGNAL, 1L);
-  curl_easy_setopt(curl.get(), CURLOPT_ERRORBUFFER, reason.data());
-  curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, Receive);
-  curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, &page);
+  set(CURLOPT_URL, address.c_str());
+  set(CURLOPT_DEFAULT_PROTOCOL, "http");
+  set(CURLOPT_PROTOCOLS_STR, kSchemes);
+  set(CURLOPT_REDIR_PROTOCOLS_STR, kSchemes);
+  set(CURLOPT_FOLLOWLOCATION, 1L);
+  set(CURLOPT_MAXREDIRS, kMaximumRedirections);
+  set(CURLOPT_FAILONERROR, 1L);
+  set(CURLOPT_TIMEOUT, kTotalSeconds);
+  set(CURLOPT_NOSIGNAL, 1L);
+  set(CURLOPT_ERRORBUFFER, reason.data());
+  set(CURLOPT_WRITEFUNCTION, Receive);
+  set(CURLOPT_WRITEDATA, &page);
 
-  const CURLcode result = curl_easy_perform(curl.get());
+  const CURLcode result = curl->easy_perform(easy.get());
   const bool cut = result == CURLE_WRITE_ERROR && page.size() == kMaximumBytes;
   if (result == CURLE_OK || cut) return page;
-  RaiseFetch(url, reason[0] != '\0' ? reason.data() : curl_easy_strerror(result));
+  RaiseFetch(url, reason[0] != '\0' ? reason.data() : curl->easy_strerror(result));
 }
 
 }  // namespace corvessa::desk
