@@ -1,5 +1,6 @@
 """The interactive session, driven through a pseudo-terminal as a person would."""
 
+import os
 import re
 import unittest
 
@@ -8,12 +9,14 @@ import pexpect
 from desk_case import ALICE, BOB, CANARY, DESK, TEXT, DeskCase, read_mail
 
 PASSPHRASE = "a horse & a battery"
+# Line editing needs a terminal that can do it, whatever started the tests.
+XTERM = {**os.environ, "TERM": "xterm"}
 
 
 class Shell(DeskCase):
     def shell(self, *arguments):
         child = pexpect.spawn(DESK, ["--profile", str(self.folder / "bob"), "shell", *arguments],
-                              encoding="utf-8", timeout=20, dimensions=(50, 100))
+                              encoding="utf-8", timeout=20, dimensions=(50, 100), env=XTERM)
         self.addCleanup(child.close)
         child.expect_exact("desk> ")
         return child
@@ -96,7 +99,7 @@ class Shell(DeskCase):
     def test_a_new_key_asks_twice_without_echo(self):
         arguments = ["--profile", str(self.folder / "new"), "key", "generate", BOB]
         for second, code in ((PASSPHRASE, 0), ("other", 1)):
-            child = pexpect.spawn(DESK, arguments, encoding="utf-8", timeout=20)
+            child = pexpect.spawn(DESK, arguments, encoding="utf-8", timeout=20, env=XTERM)
             child.expect_exact("Passphrase for the new key: ")
             child.sendline(PASSPHRASE)
             child.expect_exact("Once more: ")
