@@ -144,12 +144,15 @@ bool CryptoOperations::ReInsertAttachments(const platform::MailItemPtr& item,
   constexpr std::string_view kPrefix = "CryptoOperations:ReInsertAttachments - ";
   return Guarded(kPrefix, false, [&] {
     if (!originals) RequireFiles(*item, attachments);
-    if (!ClearAttachments(item)) return false;
-    bool all_inserted = true;
+    const bool cleared = ClearAttachments(item);
+    if (!cleared && !originals) return false;
+    // Attachments are taken out from the last one on: the first ones are still there.
+    std::int32_t still_there = item->Attachments()->Count();
+    bool all_inserted = cleared;
     const bool all_seen =
         ForEachAttachment(attachments, "Loading attachments", [&](const AttachmentNodePtr& node) {
           const std::string& path = PathToInsert(*node, originals);
-          if (path.empty()) return;
+          if (path.empty() || still_there-- > 0) return;
           // One that fails must not cost the rest.
           all_inserted &= Guarded(kPrefix, false, [&] {
             item->Attachments()->Add(path, node->sDisplayName);

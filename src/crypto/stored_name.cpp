@@ -67,12 +67,22 @@ std::string CleanName(std::string_view last_component) {
   return Shortened(name);
 }
 
+/// Each file gets encrypted in a folder beside it, and there are a hundred names for those, which
+/// kept originals need as well.
+constexpr std::int32_t kMaximumFiles = 40;
+
 /// The folders taken by each stored name, and which data files stand where.
 class Places {
  public:
   StoredPlace Take(std::string name, std::int32_t from) {
     std::int32_t folder = from;
-    while (!taken_.insert(Key(name, folder)).second) ++folder;
+    while (files_[folder] >= kMaximumFiles || !IsFree(name, folder)) ++folder;
+    return TakeBeside(std::move(name), folder);
+  }
+  /// In that folder, however full it is.
+  StoredPlace TakeBeside(std::string name, std::int32_t folder) {
+    ++files_[folder];
+    taken_.insert(Key(name, folder));
     return {std::move(name), folder};
   }
   bool IsFree(std::string_view name, std::int32_t folder) const {
@@ -85,6 +95,7 @@ class Places {
   }
 
   std::unordered_set<std::string> taken_;
+  std::unordered_map<std::int32_t, std::int32_t> files_;
 };
 
 }  // namespace
@@ -122,7 +133,7 @@ std::vector<StoredPlace> StoredPlaces(const std::vector<std::string>& attachment
       folder = data->second;
       stands_beside = true;
     }
-    places[i] = taken.Take(stored, folder);
+    places[i] = stands_beside ? taken.TakeBeside(stored, folder) : taken.Take(stored, 0);
   }
   return places;
 }

@@ -132,5 +132,32 @@ TEST_P(SendFaults, WhatIsSentByConsentIsWholeWithoutTheStepThatFailed) {
   EXPECT_GT(sent_in_clear, 0);
 }
 
+TEST_F(Sending, AnAttachmentThatOutlookHoldsStopsTheSendAndNoneIsLost) {
+  LogInWith("secret");
+  AllowError("");
+  const auto item = Draft();
+  for (const char* name : {"a.txt", "b.txt", "c.txt"}) Attach(item, name, "canary-5e11");
+  const desk::ItemData before = item->Data();
+  outlook.OnCall([&](std::string_view call) {
+    if (call == "Attachments.Remove" && item->Data().attachments.size() == 2)
+      Raise(kPathFileAccess);
+  });
+  EXPECT_EQ(outlook.Send(item), std::nullopt);
+  outlook.OnCall(nullptr);
+  EXPECT_EQ(Attachments(item->Data()), Attachments(before));
+}
+
+TEST_F(Sending, AHundredAndFiftyAttachmentsAreAllSignedAndEncrypted) {
+  LogInWith("secret");
+  const auto item = Draft();
+  for (int i = 0; i < 150; ++i) Attach(item, Decimal(i) + ".txt", "canary-5e11");
+  const auto sent = outlook.Send(item);
+  ASSERT_TRUE(sent);
+  EXPECT_EQ(sent->attachments.size(), 2 * 150U);
+  for (const auto& attachment : sent->attachments) {
+    EXPECT_EQ(desk::ReadAll(*attachment->content).find(kCanary), std::string::npos);
+  }
+}
+
 }  // namespace
 }  // namespace corvessa::testing

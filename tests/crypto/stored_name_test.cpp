@@ -59,6 +59,11 @@ TEST(StoredName, PutsEachFileAPlaceOfItsOwnAndSignaturesBesideTheirData) {
   // Two names that become one: each signature still finds the file it was made for.
   EXPECT_EQ(places({"a:b", "a_b", "a_b.sig", "a:b.sig"}), "0:a_b 1:a_b 1:a_b.sig 0:a_b.sig ");
   EXPECT_EQ(places({"x.sig", "x.sig"}), "0:x.sig 1:x.sig ");
+  // A full folder takes no more files, but still the signatures of those in it.
+  std::vector<std::string> many(41, "f");
+  for (std::size_t i = 0; i < many.size(); ++i) many[i] += Decimal(static_cast<int>(i));
+  many.insert(many.end(), {"f1", "f0.sig"});
+  EXPECT_TRUE(places(many).ends_with("0:f39 1:f40 1:f1 0:f0.sig ")) << places(many);
 }
 
 }  // namespace
