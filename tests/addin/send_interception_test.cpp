@@ -34,19 +34,18 @@ class SendInterception : public Sending {
       std::string more;
       Keys().ExportSecretKeys("bob@example.org", keys);
       Keys().ExportPublicKeys("ann@example.org", more);
-      gpg.Import(keys, "secret");
-      gpg.Import(more, "secret");
+      gpg.Import(keys + more);
       gpg_knows_keys_ = true;
     }
     std::string layers;
     std::string inner(text);
     while (inner.starts_with("-----BEGIN PGP")) {
-      const Gpg::Outcome outcome = gpg.Read(inner);
+      gpg.Run("--decrypt", inner);
       // gpg has tried a key on another's part of a message with hidden readers before its own.
-      const bool opened = outcome.messages.find("DECRYPTION_OKAY") != std::string::npos;
-      if (outcome.exit_code != 0 && !opened) return outcome.messages;
-      if (outcome.messages.find("GOODSIG") != std::string::npos) layers += "+";
-      inner = outcome.output;
+      const bool opened = gpg.said.find("DECRYPTION_OKAY") != std::string::npos;
+      if (gpg.exit_code != 0 && !opened) return gpg.said;
+      if (gpg.said.find("GOODSIG") != std::string::npos) layers += "+";
+      inner = gpg.output;
     }
     // The line end before a signature is not part of what was signed, but gpg shows it.
     if (!layers.empty()) inner.resize(inner.size() - kCrLf.size());
@@ -96,7 +95,7 @@ TEST_F(SendInterception, EveryChoiceIsReadByGpgAndByTheAddIn) {
         const std::string signature =
             gpg.Write("report.txt.sig", desk::ReadAll(*sent->attachments[2]->content));
         EXPECT_EQ(sent->attachments[2]->file_name, "report.txt.sig");
-        EXPECT_EQ(gpg.Run({"--verify", signature, data}).exit_code, 0);
+        gpg.Make("--verify " + signature + " " + data);
       }
     }
   }
@@ -311,7 +310,8 @@ TEST_F(SendInterception, AnotherProgramsMailAsksForItsChoices) {
   EXPECT_EQ(trace, kTraceOfEncryption);
   EXPECT_EQ(ReadByGpg(*sent->body), kText);
   // Who opens it sees that there are two readers, and not who they are.
-  const std::string packets = gpg.Run({"--list-packets", gpg.Write("sent", *sent->body)}).output;
+  gpg.Run("--list-packets", *sent->body);
+  const std::string packets = gpg.output;
   EXPECT_NE(packets.find(":pubkey enc packet: version 3, algo 18, keyid 0000000000000000"),
             std::string::npos)
       << packets;
@@ -337,9 +337,8 @@ TEST_F(SendInterception, AMailSentInsideAnotherLeavesItsHiddenRecipientsHidden) 
   ASSERT_TRUE(sent);
   EXPECT_EQ(outlook.Sent().size(), 2U);
   for (const auto& attachment : sent->attachments) {
-    const std::string packets =
-        gpg.Run({"--list-packets", gpg.Write("sent", desk::ReadAll(*attachment->content))}).output;
-    EXPECT_NE(packets.find("keyid 0000000000000000"), std::string::npos) << packets;
+    gpg.Run("--list-packets", desk::ReadAll(*attachment->content));
+    EXPECT_NE(gpg.output.find("keyid 0000000000000000"), std::string::npos) << gpg.output;
   }
 }
 

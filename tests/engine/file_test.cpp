@@ -18,53 +18,44 @@ std::string RandomBytes(std::size_t size, unsigned seed) {
 
 class FileTest : public ::testing::Test {
  protected:
-  static void SetUpTestSuite() {
-    alice = new Profile;
-    alice->Generate("alice@example.org");
-  }
-  static void TearDownTestSuite() { delete alice; }
   void SetUp() override {
-    ASSERT_EQ(alice->engine->AuthenticateAccount("alice@example.org", "secret"), 0);
-    before = Names(alice->folder.Path());
-  }
-  void TearDown() override { alice->engine->InitEngine(); }
-
-  static platform::EngineStatus Encrypt(const std::string& from, const std::string& to) {
-    return alice->engine->EncryptFileToFile(To({"alice@example.org"}), from, to);
+    alice.Generate("alice@example.org");
+    alice.Unlock("alice@example.org");
   }
 
-  static inline Profile* alice = nullptr;
-  std::vector<std::string> before;
+  platform::EngineStatus Encrypt(const std::string& from, const std::string& to) {
+    return alice.engine->EncryptFileToFile(To({"alice@example.org"}), from, to);
+  }
+  platform::EngineStatus Decrypt(const std::string& path) {
+    return alice.engine->DecryptFileEx(path, nullptr);
+  }
+
+  Profile alice;
 };
 
 TEST_F(FileTest, EncryptsAndDecryptsInPlaceEverySizeAlsoHiddenAndArmoured) {
   for (const bool anonymous : {false, true}) {
-    alice->engine->SetAnonymousMode(anonymous);
+    alice.engine->SetAnonymousMode(anonymous);
     for (const std::size_t size : {0, 1, 1000, 3'000'000}) {
       const std::string content = RandomBytes(size, 1);
-      const auto plain = alice->Write("plain", content);
-      const auto encrypted = (alice->folder / "encrypted").string();
-      ASSERT_EQ(Encrypt(plain, encrypted), 0) << alice->engine->GetEngineLastError();
+      const auto plain = alice.Write("plain", content);
+      const auto encrypted = (alice.folder / "encrypted").string();
+      ASSERT_EQ(Encrypt(plain, encrypted), 0) << alice.engine->GetEngineLastError();
       const auto armoured =
-          alice->Write("armoured", "\r\n" + Armour(ReadFile(encrypted), "message", "1"));
+          alice.Write("armoured", "\r\n" + Armour(ContentOf(encrypted), "message", "1"));
       std::filesystem::permissions(encrypted, std::filesystem::perms(0640));
       for (const auto& path : {encrypted, armoured}) {
-        EXPECT_EQ(alice->engine->DecryptFileEx(path, nullptr), 0)
-            << alice->engine->GetEngineLastError();
-        EXPECT_TRUE(ReadFile(path) == content) << size;
+        EXPECT_EQ(Decrypt(path), 0) << alice.engine->GetEngineLastError();
+        EXPECT_TRUE(ContentOf(path) == content) << size;
       }
       EXPECT_EQ(std::filesystem::status(encrypted).permissions(), std::filesystem::perms(0640));
     }
   }
-  alice->engine->SetAnonymousMode(false);
 }
 
 TEST_F(FileTest, OrdinaryFilesAreNoEncryptedFiles) {
-  std::string signed_text;
-  ASSERT_EQ(alice->engine->SignText("x", nullptr, signed_text), 0);
-  const auto plain = alice->Write("plain", "x");
-  std::string signature;
-  ASSERT_EQ(alice->engine->SignFile(plain, signature), 0);
+  const std::string key = alice.PublicKeys("alice@example.org");
+  const std::string signature = ContentOf(alice.SignFile(alice.Write("plain", "x")).second);
   std::vector<std::string> contents = {
       "",
       "Hello\n",
@@ -72,12 +63,12 @@ TEST_F(FileTest, OrdinaryFilesAreNoEncryptedFiles) {
       "PK\x03\x04\x14",
       "\xff\xd8\xff\xe0\x10JFIF",
       "\x89PNG\r\n\x1a\n",
-      alice->PublicKeys("alice@example.org"),
-      Dearmour(alice->PublicKeys("alice@example.org")),
-      alice->SecretKeys("alice@example.org"),
-      ReadFile(signature),
-      Dearmour(ReadFile(signature)),
-      signed_text,
+      key,
+      Dearmour(key),
+      alice.SecretKeys("alice@example.org"),
+      signature,
+      Dearmour(signature),
+      alice.SignText("x").second,
       "-----BEGIN PGP MESSAGE-----\r\n\r\nnot base64 at all!\r\n-----END PGP MESSAGE-----\r\n",
       Armour("\xcb\x06"
              "b\x00\x00\x00\x00\x00",
@@ -89,93 +80,87 @@ TEST_F(FileTest, OrdinaryFilesAreNoEncryptedFiles) {
     contents.push_back(bytes);
   }
   for (const auto& content : contents) {
-    const auto path = alice->Write("ordinary", content);
-    ASSERT_EQ(alice->engine->DecryptFileEx(path, nullptr), -9) << content;
-    ASSERT_TRUE(ReadFile(path) == content);
+    const auto path = alice.Write("ordinary", content);
+    ASSERT_EQ(Decrypt(path), -9) << content;
+    ASSERT_TRUE(ContentOf(path) == content);
   }
-  std::filesystem::remove(alice->folder / "ordinary");
 }
 
 TEST_F(FileTest, FailuresLeaveEveryFileAsItWas) {
-  const auto plain = alice->Write("plain", RandomBytes(300'000, 1));
-  const auto good = (alice->folder / "good").string();
+  const auto plain = alice.Write("plain", RandomBytes(300'000, 1));
+  const auto good = (alice.folder / "good").string();
   ASSERT_EQ(Encrypt(plain, good), 0);
-  std::string damaged = ReadFile(good);
+  std::string damaged = ContentOf(good);
   damaged[200'000] = static_cast<char>(damaged[200'000] ^ 1);
-  const auto names = Names(alice->folder.Path());
-  for (const auto& content : {damaged, ReadFile(good).substr(0, 100'000)}) {
-    const auto path = alice->Write("damaged", content);
-    EXPECT_EQ(alice->engine->DecryptFileEx(path, nullptr), -3);
-    EXPECT_TRUE(ReadFile(path) == content);
-    std::filesystem::remove(path);
+  const auto path = alice.Write("damaged", "");
+  const auto names = Names(alice.folder.Path());
+  for (const auto& content : {damaged, damaged.substr(0, 100'000)}) {
+    alice.Write("damaged", content);
+    EXPECT_EQ(Decrypt(path), -3);
+    EXPECT_TRUE(ContentOf(path) == content);
   }
-  alice->engine->InitEngine();
-  EXPECT_EQ(alice->engine->DecryptFileEx(good, nullptr), -13);
-  const auto absent = (alice->folder / "absent").string();
-  EXPECT_EQ(alice->engine->DecryptFileEx(absent, nullptr), -8);
-  EXPECT_EQ(alice->engine->GetEngineLastError(),
+  alice.engine->InitEngine();
+  EXPECT_EQ(Decrypt(good), -13);
+  const auto absent = (alice.folder / "absent").string();
+  EXPECT_EQ(Decrypt(absent), -8);
+  EXPECT_EQ(alice.engine->GetEngineLastError(),
             "Cannot open " + absent + ": No such file or directory.");
-  EXPECT_EQ(alice->engine->EncryptFileToFile(To({"nobody@example.org"}), plain, absent), -13);
+  EXPECT_EQ(alice.engine->EncryptFileToFile(To({"nobody@example.org"}), plain, absent), -13);
   EXPECT_EQ(Encrypt(absent, good + "2"), -8);
   EXPECT_EQ(Encrypt(plain, absent + "/in/no/folder"), -8);
-  std::string signature = "untouched";
-  EXPECT_EQ(alice->engine->SignFile(plain, signature), -13);
-  EXPECT_EQ(alice->engine->SignFile(absent, signature), -8);
-  EXPECT_EQ(signature, "untouched");
-  EXPECT_EQ(Names(alice->folder.Path()), names);
+  EXPECT_EQ(alice.SignFile(plain), Outcome(-13, ""));
+  EXPECT_EQ(alice.SignFile(absent), Outcome(-8, ""));
+  EXPECT_EQ(Names(alice.folder.Path()), names);
 }
 
 TEST_F(FileTest, SignsAndVerifiesFiles) {
-  const auto plain = alice->Write("plain", std::string("\0\r\n \n", 5));
-  std::string signature;
-  ASSERT_EQ(alice->engine->SignFile(plain, signature), 0);
-  const Verified good{1, {"alice@example.org"}, {}, ""};
-  EXPECT_EQ(VerifyFile(*alice->engine, plain, signature), good);
-  const auto binary = alice->Write("binary.sig", Dearmour(ReadFile(signature)));
-  EXPECT_EQ(VerifyFile(*alice->engine, plain, binary), good);
-  const auto both = alice->Write("both.sig", Dearmour(ReadFile(signature)) + ReadFile(binary));
-  EXPECT_EQ(VerifyFile(*alice->engine, plain, both), good);
-
-  const auto other = alice->Write("other", "y");
-  std::string other_signature;
-  ASSERT_EQ(alice->engine->SignFile(other, other_signature), 0);
-  const Verified bad{0, {"alice@example.org"}, {}, ""};
-  EXPECT_EQ(VerifyFile(*alice->engine, other, signature), bad);
-  const auto mixed = alice->Write(
-      "mixed.sig", Dearmour(ReadFile(signature)) + Dearmour(ReadFile(other_signature)));
-  EXPECT_EQ(VerifyFile(*alice->engine, plain, mixed), bad) << "one bad signature is enough";
-  EXPECT_EQ(VerifyFile(*alice->engine, plain, plain), (Verified{-9, {}, {}, ""}));
-  EXPECT_EQ(VerifyFile(*alice->engine, plain, plain + "?"), (Verified{-8, {}, {}, ""}));
-  EXPECT_EQ(VerifyFile(*alice->engine, plain, alice->Write("s", ReadFile(signature).substr(0, 90))),
-            (Verified{-3, {}, {}, ""}));
+  const auto plain = alice.Write("plain", std::string("\0\r\n \n", 5));
+  const auto other = alice.Write("other", "y");
+  const auto signature = alice.SignFile(plain).second;
+  const std::string armoured = ContentOf(signature);
+  const std::string binary = Dearmour(armoured);
+  const std::string of_other = Dearmour(ContentOf(alice.SignFile(other).second));
+  struct Case {
+    std::string file;
+    std::string signature;
+    std::string verified;
+  };
+  const std::string good = "1 [alice@example.org] []";
+  const std::string bad = "0 [alice@example.org] []";
+  for (const auto& [file, content, verified] :
+       {Case{plain, armoured, good}, Case{plain, binary, good}, Case{plain, binary + binary, good},
+        Case{other, armoured, bad}, Case{plain, binary + of_other, bad},
+        Case{plain, "x", "-9 [] []"}, Case{plain, armoured.substr(0, 90), "-3 [] []"}}) {
+    EXPECT_EQ(alice.VerifyFile(file, alice.Write("signature", content)), verified) << content;
+  }
+  EXPECT_EQ(alice.VerifyFile(plain, plain + "?"), "-8 [] []");
 }
 
 TEST_F(FileTest, AdditionalDecryptionAddressesComeFromTheirFile) {
   const auto adks = [&](std::string_view who) {
-    testing::ScriptedStringVector found;
-    EXPECT_EQ(alice->engine->GetRecipientADKs(who, found), 0);
+    To found;
+    EXPECT_EQ(alice.engine->GetRecipientADKs(who, found), 0);
     return found.items;
   };
   using Addresses = std::vector<std::string>;
   EXPECT_EQ(adks("alice@example.org"), Addresses());
-  alice->Write("adks.txt",
-               "# escrow\r\n\r\nexample.org: vault@example.org, Second@Example.org\r\n"
-               "alice@example.org : boss@example.org,vault@example.org\n");
+  alice.Write("adks.txt",
+              "# escrow\r\n\r\nexample.org: vault@example.org, Second@Example.org\r\n"
+              "alice@example.org : boss@example.org,vault@example.org\n");
   EXPECT_EQ(adks("Alice@example.org"),
             (Addresses{"vault@example.org", "second@example.org", "boss@example.org"}));
   EXPECT_EQ(adks("example.org"), (Addresses{"vault@example.org", "second@example.org"}));
   EXPECT_EQ(adks("bob@sub.example.org"), Addresses());
-  const auto file = alice->Write("adks.txt", "example.org: vault@example.org\nexample.net vault\n");
-  testing::ScriptedStringVector none;
-  EXPECT_EQ(alice->engine->GetAddressADKs("x@example.com", none), -9);
-  EXPECT_EQ(alice->engine->GetEngineLastError(),
+  const auto file = alice.Write("adks.txt", "example.org: vault@example.org\nexample.net vault\n");
+  To none;
+  EXPECT_EQ(alice.engine->GetAddressADKs("x@example.com", none), -9);
+  EXPECT_EQ(alice.engine->GetEngineLastError(),
             "Line 2 of " + file + " is not \"address: address, …\".");
-  std::filesystem::remove(file);
 }
 
 TEST_F(FileTest, APathThatTheHostRefusesIsAFileError) {
   EngineConfig config;
-  config.rings_folder = alice->folder / "keys";
+  config.rings_folder = alice.folder / "keys";
   config.local_path = [](std::string_view) -> std::filesystem::path {
     Raise(kPathNotFound, "There is no drive Q.");
   };

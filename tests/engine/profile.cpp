@@ -1,14 +1,33 @@
 #include "engine/profile.h"
 
 #include <algorithm>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
-#include <ostream>
 
 namespace corvessa::engine {
+namespace {
 
-Profile::Profile() : engine(CreateOpenPgpEngine(Config())) {}
+std::string Listed(const std::vector<std::string>& items) {
+  std::string listed;
+  for (const auto& item : items) listed += (listed.empty() ? "" : ", ") + item;
+  return " [" + listed + "]";
+}
+
+/// Runs an operation on a text that it may touch only when it succeeds.
+template <class Operation>
+Outcome OutcomeOf(Operation operation) {
+  const std::string untouched = "untouched";
+  std::string text = untouched;
+  const platform::EngineStatus status = operation(text);
+  if (status == 0) return {0, text};
+  EXPECT_EQ(text, untouched);
+  return {status, {}};
+}
+
+}  // namespace
+
+Profile::Profile(std::string_view lookup_servers) : engine(CreateOpenPgpEngine(Config())) {
+  engine->SetOption("lookupKeyservers", lookup_servers);
+}
 
 EngineConfig Profile::Config() const {
   EngineConfig config;
@@ -32,6 +51,10 @@ std::string Profile::Generate(const std::string& address, const std::string& pas
   return made.fingerprint;
 }
 
+void Profile::Unlock(std::string_view address) {
+  EXPECT_EQ(engine->AuthenticateAccount(address, "secret"), 0) << engine->GetEngineLastError();
+}
+
 void Profile::Import(std::string_view keys) {
   std::vector<KeyInfo> imported;
   EXPECT_EQ(engine->ImportKeys(keys, imported), 0) << engine->GetEngineLastError();
@@ -49,14 +72,45 @@ std::string Profile::SecretKeys(std::string_view who) const {
   return keys;
 }
 
-std::string Profile::Write(const std::string& name, std::string_view content) const {
-  std::ofstream(folder / name, std::ios::binary) << content;
-  return (folder / name).string();
+platform::EngineStatus Profile::QueryKeyPair(std::string_view address) {
+  std::string text;
+  return engine->QueryKeyPair(address, text);
 }
 
-std::string ReadFile(const std::filesystem::path& path) {
-  std::ifstream stream(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
+Outcome Profile::EncryptText(const To& recipients, std::string_view text) {
+  return OutcomeOf([&](std::string& out) { return engine->EncryptText(recipients, text, out); });
+}
+
+Outcome Profile::DecryptText(std::string_view armoured, const platform::EngineAccount* account) {
+  return OutcomeOf([&](std::string& out) { return engine->DecryptTextEx(armoured, account, out); });
+}
+
+Outcome Profile::SignText(std::string_view text, const platform::EngineAccount* account) {
+  return OutcomeOf([&](std::string& out) { return engine->SignText(text, account, out); });
+}
+
+Outcome Profile::SignFile(std::string_view path) {
+  return OutcomeOf([&](std::string& out) { return engine->SignFile(path, out); });
+}
+
+std::string Profile::VerifyText(std::string_view text) {
+  To signers;
+  To unknown;
+  std::string content;
+  const auto status = engine->VerifyText(text, signers, unknown, content);
+  return std::to_string(status) + Listed(signers.items) + Listed(unknown.items) + " " + content;
+}
+
+std::string Profile::VerifyFile(std::string_view path, std::string_view signature) {
+  To signers;
+  To unknown;
+  const auto status = engine->VerifyFile(path, signature, signers, unknown);
+  return std::to_string(status) + Listed(signers.items) + Listed(unknown.items);
+}
+
+std::string Profile::Write(const std::string& name, std::string_view content) const {
+  testing::WriteContent(folder / name, content);
+  return (folder / name).string();
 }
 
 std::vector<std::string> Names(const std::filesystem::path& folder) {
@@ -66,32 +120,6 @@ std::vector<std::string> Names(const std::filesystem::path& folder) {
   }
   std::ranges::sort(names);
   return names;
-}
-
-void PrintTo(const Verified& verified, std::ostream* stream) {
-  *stream << verified.status << " signers " << ::testing::PrintToString(verified.signers)
-          << " unknown " << ::testing::PrintToString(verified.unknown_signers) << " content "
-          << ::testing::PrintToString(verified.content);
-}
-
-Verified VerifyText(platform::IEngine& engine, std::string_view text) {
-  Verified verified;
-  testing::ScriptedStringVector signers;
-  testing::ScriptedStringVector unknown;
-  verified.status = engine.VerifyText(text, signers, unknown, verified.content);
-  verified.signers = signers.items;
-  verified.unknown_signers = unknown.items;
-  return verified;
-}
-
-Verified VerifyFile(platform::IEngine& engine, std::string_view path, std::string_view signature) {
-  Verified verified;
-  testing::ScriptedStringVector signers;
-  testing::ScriptedStringVector unknown;
-  verified.status = engine.VerifyFile(path, signature, signers, unknown);
-  verified.signers = signers.items;
-  verified.unknown_signers = unknown.items;
-  return verified;
 }
 
 }  // namespace corvessa::engine

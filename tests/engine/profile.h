@@ -1,10 +1,9 @@
 #pragma once
 
-#include <filesystem>
-#include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "engine/engine.h"
@@ -13,18 +12,37 @@
 
 namespace corvessa::engine {
 
+using testing::ContentOf;
+
+/// Addresses, as one makes a vector of recipients.
+using To = testing::ScriptedStringVector;
+/// An operation's status and text; it fails the test for a failure that touched its text.
+using Outcome = std::pair<platform::EngineStatus, std::string>;
+
 /// An engine over a fresh profile whose paths mean themselves.
 class Profile {
  public:
-  Profile();
+  explicit Profile(std::string_view lookup_servers = {});
 
   /// A second engine over the same rings, as another session would open them.
   std::shared_ptr<OpenPgpEngine> Reopened() const;
   /// Makes a key whose passphrase is `passphrase` and unlocks nothing. Returns its fingerprint.
   std::string Generate(const std::string& address, const std::string& passphrase = "secret");
+  /// Unlocks it with the passphrase `secret`.
+  void Unlock(std::string_view address);
   void Import(std::string_view keys);
   std::string PublicKeys(std::string_view who) const;
   std::string SecretKeys(std::string_view who) const;
+
+  platform::EngineStatus QueryKeyPair(std::string_view address);
+  Outcome EncryptText(const To& recipients, std::string_view text);
+  Outcome DecryptText(std::string_view armoured, const platform::EngineAccount* account = nullptr);
+  Outcome SignText(std::string_view text, const platform::EngineAccount* account = nullptr);
+  Outcome SignFile(std::string_view path);
+  /// "1 [signers] [unknown signers] content": all that a verification answered.
+  std::string VerifyText(std::string_view text);
+  std::string VerifyFile(std::string_view path, std::string_view signature);
+
   /// Writes a file into the profile's folder and returns its path.
   std::string Write(const std::string& name, std::string_view content) const;
 
@@ -35,24 +53,7 @@ class Profile {
   EngineConfig Config() const;
 };
 
-inline testing::ScriptedStringVector To(std::initializer_list<std::string> addresses) {
-  return testing::ScriptedStringVector(addresses);
-}
-
-std::string ReadFile(const std::filesystem::path& path);
 /// The names in a folder, sorted.
 std::vector<std::string> Names(const std::filesystem::path& folder);
-
-/// What VerifyText or VerifyFile answered, as one value to compare.
-struct Verified {
-  platform::EngineStatus status = 0;
-  std::vector<std::string> signers;
-  std::vector<std::string> unknown_signers;
-  std::string content;
-  bool operator==(const Verified&) const = default;
-};
-void PrintTo(const Verified& verified, std::ostream* stream);
-Verified VerifyText(platform::IEngine& engine, std::string_view text);
-Verified VerifyFile(platform::IEngine& engine, std::string_view path, std::string_view signature);
 
 }  // namespace corvessa::engine

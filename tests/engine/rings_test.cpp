@@ -51,9 +51,9 @@ TEST_F(RingsTest, TheIndexIsMadeAgainWhenItIsMissingDamagedOrOld) {
   Profile profile;
   profile.Import(donor->SecretKeys(Address(0)));
   const auto index = profile.folder / "keys/keys.index";
-  const auto old = ReadFile(index);
+  const auto old = ContentOf(index);
   profile.Import(donor->PublicKeys(Address(1)));
-  const auto good = ReadFile(index);
+  const auto good = ContentOf(index);
   std::string damaged = good;
   damaged[good.size() / 2] = '?';
   for (const auto& content : {std::string(), old, damaged, good.substr(0, good.size() / 2),
@@ -61,29 +61,29 @@ TEST_F(RingsTest, TheIndexIsMadeAgainWhenItIsMissingDamagedOrOld) {
     profile.Write("keys/keys.index", content);
     std::string text;
     EXPECT_EQ(profile.Reopened()->QueryKeyPair(Address(1), text), 0) << content;
-    EXPECT_EQ(ReadFile(index), good);
+    EXPECT_EQ(ContentOf(index), good);
     EXPECT_EQ(profile.Reopened()->AuthenticateAccount(Address(0), "secret"), 0);
   }
   std::filesystem::remove(index);
   EXPECT_EQ(Listed(profile), (std::vector{Address(0), Address(1)}));
-  EXPECT_EQ(ReadFile(index), good);
+  EXPECT_EQ(ContentOf(index), good);
 }
 
 TEST_F(RingsTest, ADamagedRingGivesWhatIsGoodAndLosesNothing) {
   Profile profile;
   for (int i = 0; i < 3; ++i) profile.Import(donor->PublicKeys(Address(i)));
-  const auto ring = ReadFile(profile.folder / "keys/public.ring");
+  const auto ring = ContentOf(profile.folder / "keys/public.ring");
   const auto cut = ring.substr(0, ring.size() - 390);
   profile.Write("keys/public.ring", cut);
   EXPECT_EQ(Listed(profile), (std::vector{Address(0), Address(1)}));
   profile.Import(donor->PublicKeys(Address(3)));
   EXPECT_EQ(Listed(profile), (std::vector{Address(0), Address(1), Address(3)}));
-  EXPECT_EQ(ReadFile(profile.folder / "keys/public.ring.damaged"), cut);
+  EXPECT_EQ(ContentOf(profile.folder / "keys/public.ring.damaged"), cut);
   const auto cut_again = ring.substr(0, ring.size() - 400);
   profile.Write("keys/public.ring", cut_again);
   EXPECT_EQ(Listed(profile), (std::vector{Address(0), Address(1)}));
-  EXPECT_EQ(ReadFile(profile.folder / "keys/public.ring.damaged"), cut);
-  EXPECT_EQ(ReadFile(profile.folder / "keys/public.ring.damaged.2"), cut_again);
+  EXPECT_EQ(ContentOf(profile.folder / "keys/public.ring.damaged"), cut);
+  EXPECT_EQ(ContentOf(profile.folder / "keys/public.ring.damaged.2"), cut_again);
 }
 
 TEST_F(RingsTest, ARingThatCannotBeReadIsNeitherUsedNorReplaced) {
@@ -161,8 +161,7 @@ TEST_F(RingsTest, TwoProcessesLoseNoKeyAndSeeEachOthers) {
   for (int i = 0; i < kKeys; i += 2) profile.Import(donor->PublicKeys(Address(i)));
   waitpid(first, nullptr, 0);
   for (int i = 0; i < kKeys; ++i) {
-    std::string text;
-    EXPECT_EQ(profile.engine->QueryKeyPair(Address(i), text), 0) << i;
+    EXPECT_EQ(profile.QueryKeyPair(Address(i)), 0) << i;
   }
   EXPECT_EQ(Listed(profile).size(), static_cast<std::size_t>(kKeys));
 }
@@ -176,8 +175,7 @@ TEST_F(RingsTest, GeneratesListsExportsAndMerges) {
   EXPECT_EQ(made.algorithm, "EDDSA");
   EXPECT_EQ(std::tuple(made.secret, made.revoked, made.expired, made.expires),
             std::tuple(true, false, false, 0U));
-  std::string query;
-  EXPECT_EQ(profile.engine->QueryKeyPair("mueller@example.org", query), 0);
+  EXPECT_EQ(profile.QueryKeyPair("mueller@example.org"), 0);
   EXPECT_EQ(profile.PublicKeys(made.fingerprint), profile.PublicKeys("mueller@example.org"));
   for (const auto* address : {"", "no address", "a@b@c", "a b@c.org", "<a@b.org>"}) {
     EXPECT_EQ(profile.engine->GenerateKey("", address, "pw", made), -6) << address;
@@ -208,7 +206,7 @@ TEST_F(RingsTest, NoPassphraseAndNoPlainSecretKeyIsOnDisk) {
   EXPECT_EQ(profile.engine->AuthenticateAccount("alice@example.org", "wrong horse"), -4);
   EXPECT_EQ(profile.engine->GetEngineLastError(), "The passphrase for alice@example.org is wrong.");
   for (const auto& name : Names(profile.folder / "keys")) {
-    EXPECT_EQ(ReadFile(profile.folder / "keys" / name).find("horse"), std::string::npos) << name;
+    EXPECT_EQ(ContentOf(profile.folder / "keys" / name).find("horse"), std::string::npos) << name;
     if (name == "keys.lock") continue;
     EXPECT_EQ(std::filesystem::status(profile.folder / "keys" / name).permissions(),
               std::filesystem::perms(0600))

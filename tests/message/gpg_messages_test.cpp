@@ -1,14 +1,9 @@
-#include <gmock/gmock.h>
-
 #include "base/text.h"
 #include "support/gpg.h"
 #include "support/reading_fixture.h"
 
 namespace corvessa::testing {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::Pair;
 
 class GpgMessages : public ReadingFixture {
  protected:
@@ -23,16 +18,9 @@ class GpgMessages : public ReadingFixture {
     ConnectAddIn();
   }
 
-  /// What gpg makes of the content with these arguments.
-  std::string Made(std::vector<std::string> arguments, std::string_view content) {
-    arguments.insert(arguments.end(), {"--output", "-", gpg_.Write("content", content)});
-    const Gpg::Outcome outcome = gpg_.Run(arguments);
-    EXPECT_EQ(outcome.exit_code, 0) << outcome.messages;
-    return outcome.output;
-  }
-  /// As a mail program puts it into a body.
-  std::string MadeBody(std::vector<std::string> arguments, std::string_view content) {
-    return Replace(Made(std::move(arguments), content), "\n", kCrLf);
+  /// What gpg makes of the content, as a mail program puts it into a body.
+  std::string MadeBody(const std::string& arguments, std::string_view content) {
+    return Replace(gpg_.Make(arguments, content), "\n", kCrLf);
   }
 
   std::string BarOf(const desk::ItemPtr& item) {
@@ -50,14 +38,14 @@ class GpgMessages : public ReadingFixture {
 TEST_F(GpgMessages, OpenWithTheirAttachments) {
   const std::string text = "- from dash\r\nFrom me, gr\xC3\xBC\xC3\x9F\x65 \r\n\r\nlast";
   const std::string signed_text =
-      MadeBody({"--clearsign", "-u", "bob@example.com"}, Replace(text, kCrLf, "\n"));
+      MadeBody("--clearsign -u bob@example.com", Replace(text, kCrLf, "\n"));
   const std::string report(100'000, '\x80');
-  const auto item = Received(
-      MadeBody({"--armor", "--encrypt", "-r", "ann@example.org"}, signed_text),
-      {{"report.bin", Made({"--encrypt", "-r", "ann@example.org"}, report)},
-       {"report.bin.sig", Made({"--detach-sign", "-u", "bob@example.com"}, report)},
-       {"list.txt", Made({"--armor", "--encrypt", "-r", "ann@example.org"}, "eggs")},
-       {"list.txt.sig", Made({"--armor", "--detach-sign", "-u", "bob@example.com"}, "milk")}});
+  const auto item =
+      Received(MadeBody("--armor --encrypt -r ann@example.org", signed_text),
+               {{"report.bin", gpg_.Make("--encrypt -r ann@example.org", report)},
+                {"report.bin.sig", gpg_.Make("--detach-sign -u bob@example.com", report)},
+                {"list.txt", gpg_.Make("--armor --encrypt -r ann@example.org", "eggs")},
+                {"list.txt.sig", gpg_.Make("--armor --detach-sign -u bob@example.com", "milk")}});
   ExpectLogin(kAnnsPassphrase);
   EXPECT_EQ(BarOf(item),
             "Message is encrypted; Message is digitally signed by bob@example.com; "

@@ -1,41 +1,46 @@
 #pragma once
 
-#include <filesystem>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "support/temp_folder.h"
 
 namespace corvessa::testing {
 
-/// The gpg program with a home of its own: the other implementation that what the add-in makes is
-/// read with. Its agent ends with this object.
+/// The gpg program with a home of its own: the other side of the conversation. Its agent ends with
+/// this object.
 class Gpg {
  public:
-  struct Outcome {
-    int exit_code = -1;
-    std::string output;
-    /// Its messages and status lines.
-    std::string messages;
-  };
-
   Gpg();
   ~Gpg();
   Gpg(const Gpg&) = delete;
   Gpg& operator=(const Gpg&) = delete;
 
-  /// Takes keys in. Secret ones are protected by the passphrase, which later runs answer with.
-  void Import(std::string_view keys, std::string_view passphrase = {});
-  Outcome Run(const std::vector<std::string>& arguments);
-  /// The outcome of decrypting, or of checking a clear-signed text.
-  Outcome Read(std::string_view message);
+  /// Runs it with the arguments (shell words) on the input; its standard output, empty when it
+  /// fails. What it said besides, status lines too, is in `said`.
+  std::string Run(const std::string& arguments, std::string_view input = {});
+  /// The same, but a failure throws what it said.
+  std::string Make(const std::string& arguments, std::string_view input = {});
+
   /// Writes a file into its home; gives the path.
-  std::string Write(std::string_view name, std::string_view content);
+  std::string Write(const char* name, std::string_view content) const;
+
+  /// Takes keys in. Secret ones are protected by the passphrase, which later runs answer with.
+  void Import(std::string_view keys, std::string_view passphrase = "secret");
+  /// Makes a key with an encryption subkey; `algorithm` is "rsa2048" or "ed25519"; `options` may
+  /// set the clock and the like.
+  void Generate(const std::string& address, const std::string& algorithm,
+                const std::string& lifetime = "never", const std::string& options = {});
+  std::string Fingerprint(const std::string& address);
+  /// Revokes the whole key.
+  void Revoke(const std::string& address);
+
+  std::string said;
+  /// The standard output of the last run, also when it failed.
+  std::string output;
+  int exit_code = 0;
 
  private:
-  std::string Path(std::string_view name) const { return (home_.Path() / name).string(); }
-
   TempFolder home_;
 };
 

@@ -32,18 +32,10 @@ std::string ReadHead(int connection) {
   return head;
 }
 
-/// Stops early when the client has had enough.
-void SendAll(int connection, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t sent = send(connection, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-    if (sent <= 0) return;
-    bytes.remove_prefix(static_cast<std::size_t>(sent));
-  }
-}
-
 }  // namespace
 
-HttpServer::HttpServer() {
+HttpServer::HttpServer(Answer otherwise) : otherwise_(std::move(otherwise)) {
+  if (!otherwise_) otherwise_ = Replies("404 -\r\nContent-Length: 0\r\n\r\n");
   // A proxy of the machine's environment knows nothing of this loopback port.
   setenv("no_proxy", "127.0.0.1", 1);
   listener_ = Checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
@@ -72,12 +64,19 @@ std::string HttpServer::Url(std::string_view path) const {
 
 void HttpServer::Serve(std::string path, std::string body, int status, std::string headers) {
   const std::lock_guard lock(mutex_);
-  replies_[std::move(path)] = {std::move(body), status, std::move(headers)};
+  replies_[std::move(path)] =
+      Replies(std::to_string(status) + " -\r\nContent-Length: " + std::to_string(body.size()) +
+              "\r\n" + headers + "\r\n" + body);
 }
 
 std::vector<std::string> HttpServer::Requests() const {
   const std::lock_guard lock(mutex_);
   return requests_;
+}
+
+std::string HttpServer::LastHead() const {
+  const std::lock_guard lock(mutex_);
+  return last_head_;
 }
 
 void HttpServer::Run() {
@@ -88,24 +87,37 @@ void HttpServer::Run() {
     if ((ready[0].revents & POLLIN) == 0) continue;
     const int connection = accept(listener_, nullptr, nullptr);
     if (connection < 0) continue;
-    Answer(connection);
+    Reply(connection);
     close(connection);
   }
 }
 
-void HttpServer::Answer(int connection) {
+void HttpServer::Reply(int connection) {
   const std::string head = ReadHead(connection);
   const std::size_t start = head.find(' ') + 1;
   const std::string path = head.substr(start, head.find(' ', start) - start);
-  Reply reply{"not found", 404, {}};
+  Answer answer;
   {
     const std::lock_guard lock(mutex_);
     requests_.push_back(path);
-    if (const auto found = replies_.find(path); found != replies_.end()) reply = found->second;
+    last_head_ = head;
+    const auto found = replies_.find(path);
+    answer = found == replies_.end() ? otherwise_ : found->second;
   }
-  SendAll(connection, "HTTP/1.0 " + std::to_string(reply.status) + " -\r\nContent-Length: " +
-                          std::to_string(reply.body.size()) + "\r\n" + reply.headers + "\r\n");
-  SendAll(connection, reply.body);
+  answer(connection);
+}
+
+bool Send(int socket, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t sent = send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    if (sent <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(sent));
+  }
+  return true;
+}
+
+HttpServer::Answer Replies(std::string reply) {
+  return [whole = "HTTP/1.0 " + std::move(reply)](int socket) { Send(socket, whole); };
 }
 
 }  // namespace corvessa::testing
