@@ -41,6 +41,12 @@ class ProductUpdatesTest : public AddInFixture {
            "." + Decimal(Preference("SeenUpdateMsgRev"));
   }
 
+  static std::string Notice(const std::string& version, const std::string& message = "") {
+    return message + "\r\n\r\nYour version: 1.0.0\r\nLatest version: " + version +
+           "\r\n\r\nFor more information, click OK\r\n"
+           "To continue using this version, click Cancel";
+  }
+
   HttpServer server;
   desk::CurlInet web;
 };
@@ -49,10 +55,8 @@ TEST_F(ProductUpdatesTest, ShowsANewerVersionOnceUnlessAsked) {
   Announce(Page("1.5.0",
                 "<message lang=\"en\">PRODUCT_NAME &amp; more: PRODUCT_NAME</message>"
                 "<urlInfo>http://example.com/?a=1&amp;b=2</urlInfo>"));
-  const std::string notice =
-      "Corvessa Professional for Outlook & more: Corvessa Professional for Outlook\r\n\r\n"
-      "Your version: 1.0.0\r\nLatest version: 1.5.0\r\n\r\n"
-      "For more information, click OK\r\nTo continue using this version, click Cancel";
+  const std::string notice = Notice(
+      "1.5.0", "Corvessa Professional for Outlook & more: Corvessa Professional for Outlook");
   ui.ExpectBox(notice, 2);
   CheckForProductUpdates(false);
   EXPECT_EQ(ui.Boxes().back().flags, platform::kBoxInformation | platform::kBoxOkCancel);
@@ -69,10 +73,7 @@ TEST_F(ProductUpdatesTest, ShowsANewerVersionOnceUnlessAsked) {
 TEST_F(ProductUpdatesTest, ComparesFieldByField) {
   for (const std::string newer : {"2.0.0", "1.1.0", "1.0.1", "1.10.0"}) {
     Announce(Page(newer));
-    ui.ExpectBox("\r\n\r\nYour version: 1.0.0\r\nLatest version: " + newer +
-                     "\r\n\r\nFor more information, click OK\r\nTo continue using this version, "
-                     "click Cancel",
-                 2);
+    ui.ExpectBox(Notice(newer), 2);
     CheckForProductUpdates(true);
     EXPECT_EQ(Seen(), newer);
   }
@@ -110,8 +111,6 @@ TEST_F(ProductUpdatesTest, ReadsOnlyWholeFields) {
 
 TEST_F(ProductUpdatesTest, TakesAFailedFetchForVersionZero) {
   AllowError("frmManageUserKeys::CheckForProductUpdates - ");
-  Announce(Page("1.0.0"));
-  CheckForProductUpdates(false);
   server.Serve("/update", "gone", 404);
   CheckForProductUpdates(false);
   EXPECT_EQ(Seen(), "0.0.0");
@@ -123,9 +122,7 @@ TEST_F(ProductUpdatesTest, TakesAFailedFetchForVersionZero) {
 TEST_F(ProductUpdatesTest, OpensWebPagesOnly) {
   AllowError("Customization:OpenURL - Not a web address: file:///etc/passwd");
   Announce(Page("2.0.0", "<urlInfo>file:///etc/passwd</urlInfo>"));
-  ui.ExpectBox(
-      "\r\n\r\nYour version: 1.0.0\r\nLatest version: 2.0.0\r\n\r\nFor more information, "
-      "click OK\r\nTo continue using this version, click Cancel");
+  ui.ExpectBox(Notice("2.0.0"));
   CheckForProductUpdates(false);
   EXPECT_THAT(shell.pages, ElementsAre());
 }

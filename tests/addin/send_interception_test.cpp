@@ -1,4 +1,3 @@
-#include <fstream>
 #include <functional>
 
 #include "accounts/frm_login.h"
@@ -114,12 +113,12 @@ TEST_P(SendFromEachOutlook, HTMLBecomesPlainTextAndComesBackWhenNothingIsSent) {
   LogInWith("secret");
   const auto item = Draft();
   item->EditHTMLBody(html);
-  item->EditRecipients({{desk::RecipientKind::kTo, "Dan", "dan@example.org", "", {}}});
+  SendTo(item, "Dan", "dan@example.org");
   ui.Expect<frmNoKeysFound>("frmNoKeysFound", [](frmNoKeysFound& form) { form.cmdNo.Press(); });
   EXPECT_FALSE(outlook.Send(item));
   EXPECT_EQ(*item->Data().html, html);
 
-  item->EditRecipients({{desk::RecipientKind::kTo, "Bob", "bob@example.org", "", {}}});
+  SendTo(item, "Bob", "bob@example.org");
   const auto sent = outlook.Send(item);
   ASSERT_TRUE(sent);
   EXPECT_EQ(*sent->html, "");
@@ -138,72 +137,54 @@ struct Obstacle {
 
 TEST_F(SendInterception, TheUserDecidesAboutEachObstacle) {
   desk::ItemPtr item;
-  const auto answer_keys_form = [&](bool go) {
+  const auto cannot_encrypt_for = [&](const char* name, const char* address, bool go) {
+    SendTo(item, name, address);
     LogInWith("secret");
     ui.Expect<frmNoKeysFound>("frmNoKeysFound", [go](frmNoKeysFound& form) {
-      if (go) {
-        form.cmdYes.Press();
-      } else {
-        form.PressCloseBox();
-      }
+      if (go) return form.cmdYes.Press();
+      form.PressCloseBox();
     });
   };
-  const auto recipient = [&](const char* name, const char* address) {
-    item->EditRecipients({{desk::RecipientKind::kTo, name, address, "", {}}});
-  };
-  const auto unsigned_box = [&](bool go) {
-    ui.ExpectBox("Failed to sign email.  Send without signature?", go ? 1 : 2);
-  };
-  const std::string adk_question =
-      "Encrypted emails sent to 'example.org' email addresses will also be encrypted for:\r\n\r\n"
-      "archive@example.org";
+  const auto box = [&](const std::string& text, bool go) { ui.ExpectBox(text, go ? 1 : 2); };
+  const std::string unsigned_question = "Failed to sign email.  Send without signature?";
   const Obstacle obstacles[] = {
       {"three wrong passphrases",
        [&](bool go) {
          LogInWith("wrong");
-         unsigned_box(go);
+         box(unsigned_question, go);
        },
        ""},
       {"login cancelled",
        [&](bool go) {
          ui.Expect<frmLogin>("frmLogin", [](frmLogin& form) { form.PressCloseBox(); });
-         unsigned_box(go);
+         box(unsigned_question, go);
        },
        ""},
-      {"no key",
-       [&](bool go) {
-         recipient("Dan", "dan@example.org");
-         answer_keys_form(go);
-       },
-       "+"},
-      {"no address",
-       [&](bool go) {
-         recipient("Nobody", "");
-         answer_keys_form(go);
-       },
-       "+"},
+      {"no key", [&](bool go) { cannot_encrypt_for("Dan", "dan@example.org", go); }, "+"},
+      {"no address", [&](bool go) { cannot_encrypt_for("Nobody", "", go); }, "+"},
       {"same names",
        [&](bool go) {
          LogInWith("secret");
          Attach(item, "B.TXT", "canary-5e11 2");
-         ui.ExpectBox(
-             "The email you are sending contains multiple attachments with the  same filename.\r\n"
+         box("The email you are sending contains multiple attachments with the  same filename.\r\n"
              "Corvessa Professional for Outlook may encounter errors when decrypting these "
              "files.\r\n\r\nContinue sending this email?",
-             go ? 1 : 2);
+             go);
        },
        "+"},
       {"additional decryption keys",
        [&](bool go) {
          LogInWith("secret");
          g_bADKEnabled = true;
-         ui.ExpectBox(adk_question, go ? 1 : 2);
+         box("Encrypted emails sent to 'example.org' email addresses will also be encrypted "
+             "for:\r\n\r\narchive@example.org",
+             go);
        },
        "+"},
   };
   engine::KeyInfo archive;
   Keys().GenerateKey("", "archive@example.org", "secret", archive);
-  std::ofstream(profile / "adk.txt") << "example.org: archive@example.org\n";
+  WriteContent(profile / "adk.txt", "example.org: archive@example.org\n");
   g_lPassphraseMemory = kForgetAfterEachUse;
   for (const Obstacle& obstacle : obstacles) {
     for (const bool go : {false, true}) {
@@ -323,7 +304,7 @@ TEST_F(SendInterception, AnotherProgramsMailAsksForItsChoices) {
 
 TEST_F(SendInterception, AMailSentInsideAnotherLeavesItsHiddenRecipientsHidden) {
   const auto outer = Draft();
-  outer->EditRecipients({{desk::RecipientKind::kBcc, "Bob", "bob@example.org", "", {}}});
+  SendTo(outer, "Bob", "bob@example.org", desk::RecipientKind::kBcc);
   Attach(outer, "a.txt", "canary-5e11 a");
   Attach(outer, "b.txt", "canary-5e11 b");
   Choose(outer, true, false);

@@ -260,6 +260,32 @@ TEST_F(Startup, ADisconnectionBehindAnyOfItsPaintsLosesNothingAndLeavesNothingBe
   }
 }
 
+TEST_F(Startup, NoFailedPlatformCallGetsPastItOrCloseDown) {
+  outlook.AddExplorer();
+  ui.AllowEverything();
+  AllowError("");
+  const Lines accounts = {"ann@example.org (signs)", "ann@example.net"};
+  // Until the run in which no call is left to fail.
+  std::size_t failed_calls = 0;
+  for (;; ++failed_calls) {
+    StoreAccount("ann@example.org", true);
+    StoreAccount("ann@example.net");
+    faults.FailAt(failed_calls + 1);
+    const std::string& failed = faults.Failed();
+    EXPECT_NO_THROW(ConnectAddIn()) << failed;
+    EXPECT_NO_THROW(DisconnectAddIn()) << failed;
+    EXPECT_EQ(LoadedFormNames(), Lines{}) << failed;
+    // A list that the registry does not give counts as empty, and the dialog that is offered then
+    // saves it so.
+    EXPECT_TRUE(failed.starts_with("RegistryKey::") || StoredAccounts() == accounts) << failed;
+    if (failed.empty()) break;
+  }
+  EXPECT_GT(failed_calls, 50U);
+  // That a search for what must not be there would find it.
+  registry.WriteString("HKEY_CURRENT_USER\\Leak", "Text", "a canary");
+  EXPECT_EQ(FilesHolding("canary"), Lines{"registry.reg"});
+}
+
 TEST_F(Startup, CloseDownDeletesWhatIsQueuedAndForgetsPassphrases) {
   StoreAccount("ann@example.org");
   outlook.AddExplorer();

@@ -3,7 +3,10 @@
 #include <gmock/gmock.h>
 
 #include "base/text.h"
+#include "forms/frm_generic.h"
+#include "forms/frm_no_keys_found.h"
 #include "message/armour.h"
+#include "message/encryption_failure.h"
 #include "message/status_text.h"
 #include "support/addin_fixture.h"
 
@@ -49,10 +52,12 @@ TEST(StatusText, WordsEveryStatus) {
   EXPECT_EQ(SignStatusTextWithSigners(1, "a@b"), "has an invalid digital signature");
 }
 
-class MessageOperations : public AddInFixture {};
+class MessageOperations : public AddInFixture {
+ protected:
+  desk::ItemPtr item = outlook.NewMail();
+};
 
 TEST_F(MessageOperations, FindAttachmentsOfOneNameWhateverItsCase) {
-  const auto item = outlook.NewMail();
   const auto add = [&](const std::string& name) {
     item->AddAttachment({name, "any", outlook.Keep("x"), "", ""});
     return HasDuplicateFilenames(item);
@@ -65,7 +70,6 @@ TEST_F(MessageOperations, FindAttachmentsOfOneNameWhateverItsCase) {
 }
 
 TEST_F(MessageOperations, AFailureReadsAsNothingThere) {
-  const auto item = outlook.NewMail();
   EXPECT_FALSE(IsOptionsBarPresent(item));
   outlook.OnCall([](std::string_view) { throw Error{5, "lost"}; });
   EXPECT_EQ(GetSenderName(item), "");
@@ -81,6 +85,82 @@ TEST_F(MessageOperations, AFailureReadsAsNothingThere) {
                           ":GetSafeRecipients - lost", ":HasDuplicateFilenames - lost",
                           "Checking for encryption and signing options bar", "Does not exist (2)"));
   AllowError(":");
+}
+
+TEST_F(MessageOperations, AnEncryptionFailureListsTheRecipientsConcerned) {
+  item->EditRecipients({{desk::RecipientKind::kTo, "Bob", "bob@example.org", "", {}},
+                        {desk::RecipientKind::kCc, "No\u202Eone", "", "", {}},
+                        {desk::RecipientKind::kBcc, "Cy", "cy@example.org", "", {}}});
+  const std::string unresolved =
+      "Corvessa Professional for Outlook was unable to resolve the following recipients to valid "
+      "email addresses:";
+  const std::string keyless =
+      "The following recipients are not registered to receive secure email:";
+  const struct {
+    std::int32_t code;
+    std::string heading;
+    std::vector<std::string> rows;
+    const char* button;
+    std::int32_t answer;
+  } cases[] = {{-14, unresolved, {"Noone"}, "cmdYes", 6},
+               {-13, keyless, {"cy@example.org"}, "cmdNo", 7},
+               {-13, keyless, {"cy@example.org"}, nullptr, 3}};
+  for (const auto& c : cases) {
+    for (const int status : {0, -13, -16}) {
+      scripted_engine.engine->Once("QueryKeyPair", {.status = status});
+    }
+    ui.Expect<frmNoKeysFound>("frmNoKeysFound", [&](frmNoKeysFound& form) {
+      EXPECT_EQ(form.Label1.Caption(), c.heading);
+      std::vector<std::string> rows;
+      for (int i = 0; i < form.lstEmailAddr.RowCount(); ++i) {
+        rows.push_back(form.lstEmailAddr.Row(i));
+      }
+      EXPECT_EQ(rows, c.rows) << c.code;
+      if (c.button == nullptr) {
+        form.PressCloseBox();
+      } else {
+        dynamic_cast<CommandButton*>(form.Find(c.button))->Press();
+      }
+    });
+    EXPECT_EQ(ReportEncryptionFailure(c.code, item), c.answer);
+  }
+  EXPECT_EQ(LoadedForms().size(), 0U);
+}
+
+TEST_F(MessageOperations, AnyOtherEncryptionFailureIsAskedAbout) {
+  const std::string io_text =
+      "An I/O error occurred while connecting to the key server.\r\n\r\n"
+      "Continue sending this email without encryption?";
+  const std::string other_text = "An unexpected error occurred during encryption:\r\n\r\n";
+  const std::string question = "\r\n\r\nWould you like to send the message unencrypted?";
+  const struct {
+    std::int32_t code;
+    std::string text;
+    int button;
+    std::int32_t answer;
+  } cases[] = {
+      {-8, io_text, 1, 6},
+      {-8, io_text, 2, 7},
+      {-8, io_text, 0, 3},
+      {-3, other_text + "Error encountered in content. (-3)" + question, 1, 6},
+      {5, other_text + "Unknown error encountered. ( 5)" + question, 2, 7},
+  };
+  for (const auto& c : cases) {
+    ui.Expect<frmGeneric>("frmGeneric", [&](frmGeneric& form) {
+      EXPECT_EQ(form.lblMessage.Caption(), c.text);
+      if (c.button == 0) form.PressCloseBox();
+      if (c.button == 1) form.cmdOK.Press();
+      if (c.button == 2) form.cmdCancel.Press();
+    });
+    EXPECT_EQ(ReportEncryptionFailure(c.code, item), c.answer) << c.code;
+  }
+  EXPECT_EQ(ReportEncryptionFailure(0, item), 1);
+  EXPECT_EQ(ReportEncryptionFailure(1000, item), 1);
+
+  AllowError(":GetSafeRecipients - ");
+  AllowError(":ReportEncryptionFailure - ");
+  outlook.Redemption().installed = false;
+  EXPECT_EQ(ReportEncryptionFailure(-14, item), 7);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "base/text.h"
 #include "forms/frm_generic.h"
 #include "forms/frm_message_status.h"
+#include "forms/frm_progress.h"
 #include "support/reading_fixture.h"
 
 namespace corvessa::testing {
@@ -271,17 +272,6 @@ TEST_F(ReadingMail, GivesUpAfterThreeWrongPassphrasesOrACancelledDialog) {
   ExpectNoTraces(*item);
 }
 
-TEST_F(ReadingMail, ForgetsThePassphraseAfterEachUseWhenAskedTo) {
-  SetPreference("PassphraseMemory", -1);
-  ConnectAddIn();
-  for (int i = 0; i < 2; ++i) {
-    ExpectLogin(kAnnsPassphrase);
-    const auto item = Received(Encrypted(kText));
-    outlook.Open(item);
-    EXPECT_EQ(*item->Data().body, kText);
-  }
-}
-
 TEST_F(ReadingMail, EndsQuietlyWhenTheWindowClosesBehindAPassphraseDialogOrAStep) {
   ConnectAddIn();
   const std::string armour = Encrypted(kText);
@@ -426,6 +416,41 @@ TEST_F(ReadingMail, AnEmbeddedItemWithoutAFileStopsThePass) {
                           Pair("Message failed digital signature verification (-1)", 1088),
                           Pair("Show original message", 37)));
   ExpectNoTraces(*item);
+}
+
+/// A message is opened and closed once for each platform call of that, which then fails.
+TEST_F(ReadingMail, NoFailingCallWhileReadingLosesOrLeaksAnything) {
+  const std::string armour = Encrypted(Signed("canary body\r\n"));
+  const std::vector<std::pair<std::string, std::string>> attachments = {
+      {"report.pdf", EncryptedFile(kReport)}, {"report.pdf.sig", SignatureOf(kReport)}};
+  const auto item = Received(armour, attachments);
+  ConnectAddIn();
+  ExpectLogin(kAnnsPassphrase);
+  outlook.Close(outlook.Open(item));
+  SetPreference("LogDebuggingInfo", 0);
+  AllowError("");
+  ui.AllowEverything();
+
+  std::size_t swept = 0;
+  for (std::size_t n = 1;; ++n) {
+    faults.FailAt(n);
+    if (const auto window = outlook.Open(item)) outlook.Close(window);
+    const std::string failed = faults.Failed();
+    faults.FailAt(0);
+    SCOPED_TRACE(failed);
+    EXPECT_EQ(*item->Stored()->body, armour);
+    EXPECT_EQ(AttachmentsOf(*item), attachments);
+    EXPECT_FALSE(ProgressWindow()->IsLoaded());
+    // What could not be deleted is known to the queue, and goes with its next round.
+    for (const std::string& path : std::vector<std::string>(g_colTempFiles)) DeleteOrQueue(path);
+    ExpectNoTraces(*item);
+    EXPECT_THAT(FilesHolding("canary"), IsEmpty());
+    if (failed.empty() || HasFailure()) break;
+    ++swept;
+  }
+  EXPECT_GT(swept, 150U);
+  const auto window = outlook.Open(item);
+  EXPECT_EQ(*item->Data().body, "canary body\r\n");
 }
 
 }  // namespace

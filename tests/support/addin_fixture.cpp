@@ -115,7 +115,7 @@ void AddInFixture::InstallServices(EngineChoice engine) {
   if (engine == EngineChoice::kReal) real_engine_ = engine::CreateEngineFactory(EngineSetup());
   platform::EngineFactory& factory =
       real_engine_ ? *real_engine_ : static_cast<platform::EngineFactory&>(scripted_engine);
-  faulty_engine_ = std::make_unique<FaultyEngineFactory>(factory, faults);
+  faulty_engine_ = WithFaults(factory, faults);
   InstallHostWith(ui);
 }
 
@@ -125,10 +125,10 @@ void AddInFixture::InstallHostWith(platform::Ui& back_end) {
                          clipboard,
                          clock,
                          *faulty_engine_,
-                         faulty_files_,
+                         *faulty_files_,
                          inet,
                          outlook.Redemption(),
-                         faulty_registry_,
+                         *faulty_registry_,
                          shell,
                          back_end,
                          {1, 0, 0, std::string(kProductFolder)}});

@@ -94,9 +94,9 @@ class AddInFixture : public ::testing::Test {
 
   std::unique_ptr<platform::EngineFactory> real_engine_;
   std::shared_ptr<engine::OpenPgpEngine> keys_;
-  FaultyFiles faulty_files_{files, faults};
-  FaultyRegistry faulty_registry_{registry, faults};
-  std::unique_ptr<FaultyEngineFactory> faulty_engine_;
+  std::unique_ptr<platform::Files> faulty_files_ = WithFaults(files, faults);
+  std::unique_ptr<platform::Registry> faulty_registry_ = WithFaults(registry, faults);
+  std::unique_ptr<platform::EngineFactory> faulty_engine_;
   std::unique_ptr<Connect> connect_;
   std::vector<std::string> allowed_errors_;
 };

@@ -14,9 +14,8 @@ using platform::RegistryStatus;
 
 class FaultyKey final : public RegistryKey {
  public:
-  FaultyKey(RegistryKey& real, FaultInjector& faults) : real_(real), faults_(faults) {}
-  FaultyKey(RegistryKeyPtr owned, FaultInjector& faults)
-      : owned_(std::move(owned)), real_(*owned_), faults_(faults) {}
+  FaultyKey(RegistryKey& real, FaultInjector& faults, RegistryKeyPtr owned = nullptr)
+      : owned_(std::move(owned)), real_(real), faults_(faults) {}
 
   RegistryStatus Create(std::string_view path, RegistryKeyPtr& key) override {
     key.reset();
@@ -54,7 +53,7 @@ class FaultyKey final : public RegistryKey {
   template <class Call>
   RegistryStatus Wrapped(RegistryKeyPtr& key, Call&& call) const {
     const RegistryStatus status = call();
-    if (key) key = std::make_unique<FaultyKey>(std::move(key), faults_);
+    if (key) key = std::make_unique<FaultyKey>(*key, faults_, std::move(key));
     return status;
   }
 
@@ -63,80 +62,128 @@ class FaultyKey final : public RegistryKey {
   FaultInjector& faults_;
 };
 
+class FaultyRegistry final : public platform::Registry {
+ public:
+  FaultyRegistry(Registry& real, FaultInjector& faults)
+      : current_user_(real.CurrentUser(), faults), local_machine_(real.LocalMachine(), faults) {}
+  RegistryKey& CurrentUser() override { return current_user_; }
+  RegistryKey& LocalMachine() override { return local_machine_; }
+
+ private:
+  FaultyKey current_user_;
+  FaultyKey local_machine_;
+};
+
 class FaultyEngine final : public platform::IEngine {
+  using Status = platform::EngineStatus;
+  using View = std::string_view;
+  using Vector = platform::IEngineStringVector;
+  using Account = platform::EngineAccount;
+
  public:
   FaultyEngine(platform::EnginePtr real, FaultInjector& faults)
       : real_(std::move(real)), faults_(faults) {}
 
-  void SetOption(std::string_view name, std::string_view value) override {
-    Real("SetOption").SetOption(name, value);
-  }
+  void SetOption(View name, View value) override { Real("SetOption").SetOption(name, value); }
   void InitEngine() override { Real("InitEngine").InitEngine(); }
-  platform::EngineStatus QueryKeyPair(std::string_view address, std::string& text) override {
+  Status QueryKeyPair(View address, std::string& text) override {
     return Real("QueryKeyPair").QueryKeyPair(address, text);
   }
-  platform::EngineStatus AuthenticateAccount(std::string_view address,
-                                             std::string_view passphrase) override {
+  Status AuthenticateAccount(View address, View passphrase) override {
     return Real("AuthenticateAccount").AuthenticateAccount(address, passphrase);
   }
-  platform::EngineStatus SignFile(std::string_view path, std::string& signature_path) override {
+  Status SignFile(View path, std::string& signature_path) override {
     return Real("SignFile").SignFile(path, signature_path);
   }
-  platform::EngineStatus SignText(std::string_view text, const platform::EngineAccount* account,
-                                  std::string& signed_text) override {
+  Status SignText(View text, const Account* account, std::string& signed_text) override {
     return Real("SignText").SignText(text, account, signed_text);
   }
-  platform::EngineStatus EncryptText(const platform::IEngineStringVector& recipients,
-                                     std::string_view text, std::string& armoured) override {
+  Status EncryptText(const Vector& recipients, View text, std::string& armoured) override {
     return Real("EncryptText").EncryptText(recipients, text, armoured);
   }
-  platform::EngineStatus DecryptFileEx(std::string_view path,
-                                       const platform::EngineAccount* account) override {
+  Status DecryptFileEx(View path, const Account* account) override {
     return Real("DecryptFileEx").DecryptFileEx(path, account);
   }
-  platform::EngineStatus DecryptTextEx(std::string_view armoured,
-                                       const platform::EngineAccount* account,
-                                       std::string& plain) override {
+  Status DecryptTextEx(View armoured, const Account* account, std::string& plain) override {
     return Real("DecryptTextEx").DecryptTextEx(armoured, account, plain);
   }
-  platform::EngineStatus VerifyText(std::string_view signed_text,
-                                    platform::IEngineStringVector& signers,
-                                    platform::IEngineStringVector& unknown_signers,
-                                    std::string& content) override {
-    return Real("VerifyText").VerifyText(signed_text, signers, unknown_signers, content);
+  Status VerifyText(View text, Vector& signers, Vector& unknown, std::string& content) override {
+    return Real("VerifyText").VerifyText(text, signers, unknown, content);
   }
-  platform::EngineStatus VerifyFile(std::string_view path, std::string_view signature_path,
-                                    platform::IEngineStringVector& signers,
-                                    platform::IEngineStringVector& unknown_signers) override {
-    return Real("VerifyFile").VerifyFile(path, signature_path, signers, unknown_signers);
+  Status VerifyFile(View path, View signature, Vector& signers, Vector& unknown) override {
+    return Real("VerifyFile").VerifyFile(path, signature, signers, unknown);
   }
   std::string GetEngineLastError() override {
     return Real("GetEngineLastError").GetEngineLastError();
   }
-  platform::EngineStatus EncryptFileToFile(const platform::IEngineStringVector& recipients,
-                                           std::string_view path,
-                                           std::string_view encrypted_path) override {
+  Status EncryptFileToFile(const Vector& recipients, View path, View encrypted_path) override {
     return Real("EncryptFileToFile").EncryptFileToFile(recipients, path, encrypted_path);
   }
   void SetAnonymousMode(bool anonymous) override {
     Real("SetAnonymousMode").SetAnonymousMode(anonymous);
   }
-  platform::EngineStatus GetAddressADKs(std::string_view address,
-                                        platform::IEngineStringVector& addresses) override {
+  Status GetAddressADKs(View address, Vector& addresses) override {
     return Real("GetAddressADKs").GetAddressADKs(address, addresses);
   }
-  platform::EngineStatus GetRecipientADKs(std::string_view recipient,
-                                          platform::IEngineStringVector& addresses) override {
+  Status GetRecipientADKs(View recipient, Vector& addresses) override {
     return Real("GetRecipientADKs").GetRecipientADKs(recipient, addresses);
   }
 
  private:
-  platform::IEngine& Real(std::string_view call) const {
-    faults_("IEngine::" + std::string(call));
+  platform::IEngine& Real(const std::string& call) const {
+    faults_("IEngine::" + call);
     return *real_;
   }
 
   platform::EnginePtr real_;
+  FaultInjector& faults_;
+};
+
+class FaultyEngineFactory final : public platform::EngineFactory {
+ public:
+  FaultyEngineFactory(EngineFactory& real, FaultInjector& faults) : real_(real), faults_(faults) {}
+  platform::EnginePtr CreateEngine() override {
+    faults_("EngineFactory::CreateEngine");
+    return std::make_shared<FaultyEngine>(real_.CreateEngine(), faults_);
+  }
+  platform::EngineStringVectorPtr CreateStringVector() override {
+    faults_("EngineFactory::CreateStringVector");
+    return real_.CreateStringVector();
+  }
+
+ private:
+  EngineFactory& real_;
+  FaultInjector& faults_;
+};
+
+class FaultyFiles final : public platform::Files {
+  using View = std::string_view;
+
+ public:
+  FaultyFiles(Files& real, FaultInjector& faults) : real_(real), faults_(faults) {}
+
+  // The trace log is all that appends.
+  void AppendText(View path, View text) override { real_.AppendText(path, text); }
+  std::string Read(View path) override { return Real("Read").Read(path); }
+  void Write(View path, View content) override { Real("Write").Write(path, content); }
+  void Copy(View from, View to) override { Real("Copy").Copy(from, to); }
+  void Delete(View path) override { Real("Delete").Delete(path); }
+  bool FileExists(View path) override { return Real("FileExists").FileExists(path); }
+  bool FolderExists(View path) override { return Real("FolderExists").FolderExists(path); }
+  void CreateFolder(View path) override { Real("CreateFolder").CreateFolder(path); }
+  void RemoveEmptyFolder(View path) override { Real("RemoveEmptyFolder").RemoveEmptyFolder(path); }
+  std::vector<std::string> List(View folder) override { return Real("List").List(folder); }
+  std::uint32_t Attributes(View path) override { return Real("Attributes").Attributes(path); }
+  std::int64_t Length(View path) override { return Real("Length").Length(path); }
+  std::string TemporaryFolder() override { return Real("TemporaryFolder").TemporaryFolder(); }
+
+ private:
+  Files& Real(const std::string& call) const {
+    faults_("Files::" + call);
+    return real_;
+  }
+
+  Files& real_;
   FaultInjector& faults_;
 };
 
@@ -154,83 +201,17 @@ void FaultInjector::operator()(std::string_view call) {
   Raise(kPathFileAccess);
 }
 
-// The trace log is all that appends.
-void FaultyFiles::AppendText(std::string_view path, std::string_view text) {
-  real_.AppendText(path, text);
+std::unique_ptr<platform::Files> WithFaults(platform::Files& real, FaultInjector& faults) {
+  return std::make_unique<FaultyFiles>(real, faults);
 }
 
-std::string FaultyFiles::Read(std::string_view path) {
-  faults_("Files::Read");
-  return real_.Read(path);
+std::unique_ptr<platform::Registry> WithFaults(platform::Registry& real, FaultInjector& faults) {
+  return std::make_unique<FaultyRegistry>(real, faults);
 }
 
-void FaultyFiles::Write(std::string_view path, std::string_view content) {
-  faults_("Files::Write");
-  real_.Write(path, content);
-}
-
-void FaultyFiles::Copy(std::string_view from, std::string_view to) {
-  faults_("Files::Copy");
-  real_.Copy(from, to);
-}
-
-void FaultyFiles::Delete(std::string_view path) {
-  faults_("Files::Delete");
-  real_.Delete(path);
-}
-
-bool FaultyFiles::FileExists(std::string_view path) {
-  faults_("Files::FileExists");
-  return real_.FileExists(path);
-}
-
-bool FaultyFiles::FolderExists(std::string_view path) {
-  faults_("Files::FolderExists");
-  return real_.FolderExists(path);
-}
-
-void FaultyFiles::CreateFolder(std::string_view path) {
-  faults_("Files::CreateFolder");
-  real_.CreateFolder(path);
-}
-
-void FaultyFiles::RemoveEmptyFolder(std::string_view path) {
-  faults_("Files::RemoveEmptyFolder");
-  real_.RemoveEmptyFolder(path);
-}
-
-std::vector<std::string> FaultyFiles::List(std::string_view folder) {
-  faults_("Files::List");
-  return real_.List(folder);
-}
-
-std::uint32_t FaultyFiles::Attributes(std::string_view path) {
-  faults_("Files::Attributes");
-  return real_.Attributes(path);
-}
-
-std::int64_t FaultyFiles::Length(std::string_view path) {
-  faults_("Files::Length");
-  return real_.Length(path);
-}
-
-std::string FaultyFiles::TemporaryFolder() {
-  faults_("Files::TemporaryFolder");
-  return real_.TemporaryFolder();
-}
-
-FaultyRegistry::FaultyRegistry(platform::Registry& real, FaultInjector& faults)
-    : current_user_(std::make_unique<FaultyKey>(real.CurrentUser(), faults)),
-      local_machine_(std::make_unique<FaultyKey>(real.LocalMachine(), faults)) {}
-
-platform::EnginePtr FaultyEngineFactory::CreateEngine() {
-  faults_("EngineFactory::CreateEngine");
-  return std::make_shared<FaultyEngine>(real_.CreateEngine(), faults_);
-}
-
-platform::EngineStringVectorPtr FaultyEngineFactory::CreateStringVector() {
-  faults_("EngineFactory::CreateStringVector");
-  return real_.CreateStringVector();
+std::unique_ptr<platform::EngineFactory> WithFaults(platform::EngineFactory& real,
+                                                    FaultInjector& faults) {
+  return std::make_unique<FaultyEngineFactory>(real, faults);
 }
 
 }  // namespace corvessa::testing

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <cstddef>
 #include <deque>
-#include <functional>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <optional>
@@ -32,6 +31,11 @@ class ScriptedStringVector final : public platform::IEngineStringVector {
 /// for the paths that a real engine will not take on demand. Without a script a call answers status
 /// 0 (1 for VerifyText and VerifyFile) and empty results.
 class ScriptedEngine final : public platform::IEngine {
+  using Status = platform::EngineStatus;
+  using View = std::string_view;
+  using Vector = platform::IEngineStringVector;
+  using Account = platform::EngineAccount;
+
  public:
   /// One call as it came: the operation's name and its input arguments in order. A vector is given
   /// as its items joined by ", ", an account as its address ("" for none), a flag as "1" or "0".
@@ -49,64 +53,80 @@ class ScriptedEngine final : public platform::IEngine {
     /// What goes into the first output vector (signers, ADKs) and the second one.
     std::vector<std::string> items{};
     std::vector<std::string> unknown_items{};
-    /// Set: the call fails as a call, after `effect`.
+    /// Set: the call fails as a call.
     std::optional<Error> thrown{};
-    /// Runs with the call's arguments before it answers: to write a file, to pump an event.
-    std::function<void(const std::vector<std::string>&)> effect{};
   };
 
   /// What every call of the operation answers when nothing is queued for it.
   void Always(std::string operation, Answer answer);
   /// Queues one answer for the operation's next call that has none yet.
   void Once(std::string operation, Answer answer);
-  /// Lets the nth call from now on (1 is the next one), whatever its operation, throw.
-  void FailCall(std::size_t n, Error error);
 
   const std::vector<Call>& Calls() const { return calls_; }
   /// The calls' operations only, in order.
   std::vector<std::string> Operations() const;
   void ClearCalls() { calls_.clear(); }
 
-  void SetOption(std::string_view name, std::string_view value) override;
-  void InitEngine() override;
-  platform::EngineStatus QueryKeyPair(std::string_view address, std::string& text) override;
-  platform::EngineStatus AuthenticateAccount(std::string_view address,
-                                             std::string_view passphrase) override;
-  platform::EngineStatus SignFile(std::string_view path, std::string& signature_path) override;
-  platform::EngineStatus SignText(std::string_view text, const platform::EngineAccount* account,
-                                  std::string& signed_text) override;
-  platform::EngineStatus EncryptText(const platform::IEngineStringVector& recipients,
-                                     std::string_view text, std::string& armoured) override;
-  platform::EngineStatus DecryptFileEx(std::string_view path,
-                                       const platform::EngineAccount* account) override;
-  platform::EngineStatus DecryptTextEx(std::string_view armoured,
-                                       const platform::EngineAccount* account,
-                                       std::string& plain) override;
-  platform::EngineStatus VerifyText(std::string_view signed_text,
-                                    platform::IEngineStringVector& signers,
-                                    platform::IEngineStringVector& unknown_signers,
-                                    std::string& content) override;
-  platform::EngineStatus VerifyFile(std::string_view path, std::string_view signature_path,
-                                    platform::IEngineStringVector& signers,
-                                    platform::IEngineStringVector& unknown_signers) override;
-  std::string GetEngineLastError() override;
-  platform::EngineStatus EncryptFileToFile(const platform::IEngineStringVector& recipients,
-                                           std::string_view path,
-                                           std::string_view encrypted_path) override;
-  void SetAnonymousMode(bool anonymous) override;
-  platform::EngineStatus GetAddressADKs(std::string_view address,
-                                        platform::IEngineStringVector& addresses) override;
-  platform::EngineStatus GetRecipientADKs(std::string_view recipient,
-                                          platform::IEngineStringVector& addresses) override;
+  void SetOption(View name, View value) override { Play("SetOption", {name, value}); }
+  void InitEngine() override { Play("InitEngine", {}); }
+  Status QueryKeyPair(View address, std::string& text) override {
+    return Play("QueryKeyPair", {address}, &text);
+  }
+  Status AuthenticateAccount(View address, View passphrase) override {
+    return Play("AuthenticateAccount", {address, passphrase});
+  }
+  Status SignFile(View path, std::string& signature_path) override {
+    return Play("SignFile", {path}, &signature_path);
+  }
+  Status SignText(View text, const Account* account, std::string& signed_text) override {
+    return Play("SignText", {text, AddressOf(account)}, &signed_text);
+  }
+  Status EncryptText(const Vector& recipients, View text, std::string& armoured) override {
+    return Play("EncryptText", {Joined(recipients), text}, &armoured);
+  }
+  Status DecryptFileEx(View path, const Account* account) override {
+    return Play("DecryptFileEx", {path, AddressOf(account)});
+  }
+  Status DecryptTextEx(View armoured, const Account* account, std::string& plain) override {
+    return Play("DecryptTextEx", {armoured, AddressOf(account)}, &plain);
+  }
+  Status VerifyText(View signed_text, Vector& signers, Vector& unknown_signers,
+                    std::string& content) override {
+    return Play("VerifyText", {signed_text}, &content, &signers, &unknown_signers);
+  }
+  Status VerifyFile(View path, View signature_path, Vector& signers,
+                    Vector& unknown_signers) override {
+    return Play("VerifyFile", {path, signature_path}, nullptr, &signers, &unknown_signers);
+  }
+  std::string GetEngineLastError() override {
+    std::string text;
+    Play("GetEngineLastError", {}, &text);
+    return text;
+  }
+  Status EncryptFileToFile(const Vector& recipients, View path, View encrypted_path) override {
+    return Play("EncryptFileToFile", {Joined(recipients), path, encrypted_path});
+  }
+  void SetAnonymousMode(bool anonymous) override {
+    Play("SetAnonymousMode", {anonymous ? "1" : "0"});
+  }
+  Status GetAddressADKs(View address, Vector& addresses) override {
+    return Play("GetAddressADKs", {address}, nullptr, &addresses);
+  }
+  Status GetRecipientADKs(View recipient, Vector& addresses) override {
+    return Play("GetRecipientADKs", {recipient}, nullptr, &addresses);
+  }
 
  private:
-  Answer Play(std::string_view operation, std::vector<std::string> arguments);
+  static std::string Joined(const Vector& vector);
+  static View AddressOf(const Account* account) {
+    return account ? View(account->address) : View();
+  }
+  Status Play(const std::string& operation, std::initializer_list<View> arguments,
+              std::string* text = nullptr, Vector* items = nullptr, Vector* unknown = nullptr);
   Answer Next(const std::string& operation);
 
   std::map<std::string, Answer> always_;
   std::map<std::string, std::deque<Answer>> once_;
-  std::map<std::size_t, Error> failing_calls_;
-  std::size_t call_count_ = 0;
   std::vector<Call> calls_;
 };
 
@@ -114,7 +134,9 @@ class ScriptedEngine final : public platform::IEngine {
 class ScriptedEngineFactory final : public platform::EngineFactory {
  public:
   platform::EnginePtr CreateEngine() override;
-  platform::EngineStringVectorPtr CreateStringVector() override;
+  platform::EngineStringVectorPtr CreateStringVector() override {
+    return std::make_shared<ScriptedStringVector>();
+  }
 
   std::shared_ptr<ScriptedEngine> engine = std::make_shared<ScriptedEngine>();
   /// Set: CreateEngine throws it.

@@ -1,9 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <map>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,13 +17,14 @@ namespace corvessa::testing {
 class TestClock final : public platform::Clock {
  public:
   std::string DateTimeText() override { return text; }
-  void Randomize() override { ++randomized; }
-  /// The queued numbers first, then a fixed sequence in which none comes twice in a row.
-  double Random() override;
+  void Randomize() override {}
+  /// A fixed sequence in which none comes twice in a row.
+  double Random() override {
+    state_ = state_ * 1664525 + 1013904223;
+    return static_cast<double>(state_) / 4294967296.0;
+  }
 
   std::string text = "2/29/2004 11:58:07 PM";
-  std::deque<double> randoms;
-  int randomized = 0;
 
  private:
   std::uint32_t state_ = 1;
@@ -34,19 +33,21 @@ class TestClock final : public platform::Clock {
 /// Records the pages that were to be opened.
 class TestShell final : public platform::Shell {
  public:
-  void OpenPage(std::string_view url) override;
+  void OpenPage(std::string_view url) override { pages.emplace_back(url); }
 
   std::vector<std::string> pages;
-  std::optional<Error> refusal;
 };
 
 /// Answers the scripted pages; hands the rest on to `real` when that is set, else fails.
 class ScriptedInet final : public platform::Inet {
  public:
-  std::string OpenURL(std::string_view url) override;
+  std::string OpenURL(std::string_view url) override {
+    if (const auto page = pages.find(url); page != pages.end()) return page->second;
+    if (real != nullptr) return real->OpenURL(url);
+    Raise(kPathFileAccess, "no page at " + std::string(url));
+  }
 
   std::map<std::string, std::string, std::less<>> pages;
-  std::vector<std::string> fetched;
   platform::Inet* real = nullptr;
 };
 

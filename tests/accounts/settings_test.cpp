@@ -1,10 +1,10 @@
-#include "accounts/registry_handlers.h"
+#include "accounts/settings.h"
 
 #include <gtest/gtest.h>
 #include <set>
 
 #include "accounts/nimbra_account.h"
-#include "accounts/settings.h"
+#include "accounts/registry_handlers.h"
 #include "accounts/user_management.h"
 #include "addin/debug_info.h"
 #include "platform/registry.h"
@@ -14,10 +14,8 @@ namespace corvessa {
 namespace {
 
 using namespace RegistryHandlers;
+using namespace UserManagement;
 using Lines = std::vector<std::string>;
-
-constexpr std::string_view kPlugin =
-    "Software\\Nimbra Communications\\Corvessa Professional\\Plugin";
 
 class Settings : public testing::AddInFixture {
  protected:
@@ -33,9 +31,9 @@ TEST_F(Settings, SurviveAWriteAndARead) {
   g_bDisableOutgoingSigning = true;
   g_bLogDebuggingInfo = true;
   g_lPassphraseMemory = -1;
-  UserManagement::AddNimbraAccountUser("ann@example.org");
-  UserManagement::AddNimbraAccountUser("Ann@Work.Example");
-  UserManagement::SetAsSignerAccount("ann@work.example");
+  AddNimbraAccountUser("ann@example.org");
+  AddNimbraAccountUser("Ann@Work.Example");
+  SetAsSignerAccount("ann@work.example");
   EXPECT_EQ(WriteUserAccountInfo(), 0);
   EXPECT_EQ(Preference("DisableOutgoingSigning"), -1);
   EXPECT_EQ(Preference("PassphraseMemory"), -1);
@@ -47,10 +45,10 @@ TEST_F(Settings, SurviveAWriteAndARead) {
   EXPECT_EQ(ReadUserAccountInfo(), 0);
   EXPECT_TRUE(g_bDisableOutgoingSigning && g_bLogDebuggingInfo);
   EXPECT_EQ(g_lPassphraseMemory, -1);
-  EXPECT_EQ(UserManagement::GetSigningAccount()->m_sAlias, "ann@work.example");
+  EXPECT_EQ(GetSigningAccount()->m_sAlias, "ann@work.example");
   EXPECT_FALSE(g_colAccounts.front()->GetAuthenticated());
 
-  UserManagement::RemoveNimbraAccountUser("ann@example.org");
+  RemoveNimbraAccountUser("ann@example.org");
   WriteUserAccountInfo();
   EXPECT_EQ(StoredAccounts(), Lines{"ann@work.example (signs)"});
 }
@@ -126,6 +124,53 @@ TEST_F(Settings, RegistryFailuresAreReportedOnlyWhereTheAccountsKeyFails) {
   faults.FailAt(0);
   EXPECT_EQ(ReadUserAccountInfo(), 0);
   EXPECT_EQ(Addresses(), Lines{"ann@example.org"});
+}
+
+TEST_F(Settings, AddressesAreAddedTrimmedAndInLowerCaseAndComparedExactly) {
+  const NimbraAccountPtr ann = AddNimbraAccountUser("  Ann@Example.ORG ");
+  ASSERT_TRUE(ann);
+  EXPECT_EQ(ann->m_sAlias, "ann@example.org");
+  EXPECT_FALSE(IsAccountAdded("ANN@example.org"));
+  EXPECT_EQ(g_colAccounts.size(), 1U);
+  EXPECT_EQ(GetNimbraAccountUser("ann@example.org"), ann);
+  EXPECT_FALSE(GetNimbraAccountUser("Ann@example.org"));
+  EXPECT_FALSE(GetNimbraAccountUser(" ann@example.org"));
+  EXPECT_FALSE(AddNimbraAccount(std::make_shared<NimbraAccount>(*ann)));
+
+  // One stored in capitals by other means is found as it stands and cannot be removed.
+  auto capital = std::make_shared<NimbraAccount>();
+  capital->m_sAlias = "Bob@example.org";
+  EXPECT_TRUE(AddNimbraAccount(capital));
+  EXPECT_EQ(GetNimbraAccountUser("Bob@example.org"), capital);
+  EXPECT_FALSE(RemoveNimbraAccountUser("Bob@example.org"));
+  EXPECT_TRUE(RemoveNimbraAccountUser(" ANN@example.org "));
+  EXPECT_FALSE(RemoveNimbraAccountUser("ann@example.org"));
+  EXPECT_EQ(g_colAccounts, NimbraAccounts{capital});
+}
+
+TEST_F(Settings, AddressesAreValidBehindTheAtSignOnly) {
+  for (const char* valid : {"a@b.c", "Any Thing!@x-1.org", "aa@.b", "@a.bc"}) {
+    EXPECT_TRUE(IsValidEmailAddress(valid)) << valid;
+  }
+  for (const char* invalid : {"a@b.", "", "abcdef", "a@bcd", "a@b@c.d", "a@B.cd", "a@b_c.d",
+                              "a@b.c d", "a@b.c\r\n", "a@b.é"}) {
+    EXPECT_FALSE(IsValidEmailAddress(invalid)) << invalid;
+  }
+}
+
+TEST_F(Settings, ForgettingPassphrasesLocksAndWipesEveryOne) {
+  for (const char* address : {"a@x.org", "b@x.org"}) AddNimbraAccountUser(address);
+  EXPECT_TRUE(AreThereUnauthenticatedAccounts());
+  for (const NimbraAccountPtr& account : g_colAccounts) {
+    account->SetAuthenticated(true);
+    account->m_sPassword.Assign("secret");
+  }
+  EXPECT_FALSE(AreThereUnauthenticatedAccounts());
+  ForgetAllPassphrases();
+  for (const NimbraAccountPtr& account : g_colAccounts) {
+    EXPECT_FALSE(account->GetAuthenticated());
+    EXPECT_TRUE(account->m_sPassword.IsEmpty());
+  }
 }
 
 }  // namespace

@@ -1,10 +1,13 @@
+#include "crypto/crypto_operations.h"
+
 #include <gmock/gmock.h>
 
 #include "accounts/frm_login.h"
 #include "accounts/nimbra_account.h"
 #include "addin/services.h"
+#include "base/guard.h"
 #include "base/text.h"
-#include "crypto/crypto_operations.h"
+#include "crypto/engine_error_text.h"
 #include "support/addin_fixture.h"
 
 namespace corvessa::testing {
@@ -16,7 +19,7 @@ using ::testing::IsEmpty;
 constexpr std::string_view kArmour = "\r\n -----BEGIN PGP MESSAGE-----\r\nx";
 
 /// Statuses that the real engine will not give on demand.
-class DecryptVerify : public AddInFixture {
+class CryptoOperationsTest : public AddInFixture {
  protected:
   void SetUp() override {
     for (const char* address : {"ann@example.org", "bob@example.org"}) {
@@ -52,7 +55,7 @@ class DecryptVerify : public AddInFixture {
   std::vector<std::string> prompts_;
 };
 
-TEST_F(DecryptVerify, AsksOnUntilAnAccountDecryptsOrThreeHaveNot) {
+TEST_F(CryptoOperationsTest, AsksOnUntilAnAccountDecryptsOrThreeHaveNot) {
   const std::string both = R"({>"ann@example.org", "bob@example.org"})";
   Engine().Always("DecryptTextEx", {.status = -13});
   Engine().Once("AuthenticateAccount", {.status = -4});
@@ -82,7 +85,7 @@ TEST_F(DecryptVerify, AsksOnUntilAnAccountDecryptsOrThreeHaveNot) {
   }
 }
 
-TEST_F(DecryptVerify, KeepsTheAccountThatDecrypted) {
+TEST_F(CryptoOperationsTest, KeepsTheAccountThatDecrypted) {
   Engine().Once("DecryptTextEx", {.status = -13});
   Engine().Once("DecryptTextEx", {.status = 0, .text = "plain"});
   ExpectLogins({1});
@@ -94,7 +97,7 @@ TEST_F(DecryptVerify, KeepsTheAccountThatDecrypted) {
   EXPECT_EQ(g_colAccounts[1]->m_sPassword.View(), "typed");
 }
 
-TEST_F(DecryptVerify, MapsTheEnginesStatusesAndNeverWrapsOne) {
+TEST_F(CryptoOperationsTest, MapsTheEnginesStatusesAndNeverWrapsOne) {
   struct Case {
     std::int32_t status;
     std::int32_t result;
@@ -123,7 +126,7 @@ TEST_F(DecryptVerify, MapsTheEnginesStatusesAndNeverWrapsOne) {
   EXPECT_EQ(Trace().back(), "EXIT Not encrypted");
 }
 
-TEST_F(DecryptVerify, WordsWhatBecameOfAnAttachment) {
+TEST_F(CryptoOperationsTest, WordsWhatBecameOfAnAttachment) {
   AttachmentNode data;
   data.sDisplayName = "a.txt";
   AttachmentNode signature;
@@ -149,7 +152,7 @@ TEST_F(DecryptVerify, WordsWhatBecameOfAnAttachment) {
   EXPECT_THAT(Engine().Calls(), IsEmpty());
 }
 
-TEST_F(DecryptVerify, TellsSignaturesFromOtherFiles) {
+TEST_F(CryptoOperationsTest, TellsSignaturesFromOtherFiles) {
   const auto item = outlook.NewMail();
   item->AddAttachment({"x", "Shown.txt", outlook.Keep("x"), "", ""});
   nodes_ = {std::make_shared<AttachmentNode>()};
@@ -166,6 +169,97 @@ TEST_F(DecryptVerify, TellsSignaturesFromOtherFiles) {
   EXPECT_FALSE(Crypto()->HasEncryptedOrSignedAttachments(nodes_));
   nodes_[0]->lSignStatus = -1;
   EXPECT_TRUE(Crypto()->HasEncryptedOrSignedAttachments(nodes_));
+}
+
+TEST_F(CryptoOperationsTest, HasKeypairIsTristate) {
+  const struct {
+    std::int32_t status;
+    std::int32_t answer;
+  } cases[] = {{0, 1}, {-16, -1}, {-13, 0}, {-8, 0}, {7, 0}};
+  for (const auto& c : cases) {
+    Engine().Once("QueryKeyPair", {.status = c.status});
+    EXPECT_EQ(Crypto()->HasKeypair("ann@x.org"), c.answer) << c.status;
+  }
+  AllowError("haskeypair: ");
+  Engine().Once("QueryKeyPair", {.thrown = Error{75, "Path/File access error"}});
+  EXPECT_EQ(Crypto()->HasKeypair("ann@x.org"), -1);
+  EXPECT_EQ(Trace(), std::vector<std::string>{"haskeypair: Path/File access error"});
+}
+
+TEST_F(CryptoOperationsTest, AuthenticateAsksInTheModeOfTheAttemptAndCountsIt) {
+  const auto answer_login = [&](const std::string& prompt, bool accept) {
+    ui.Expect<frmLogin>("frmLogin", [prompt, accept](frmLogin& form) {
+      EXPECT_EQ(form.txtPrompt1.Caption(), prompt);
+      form.txtPassword.Type("open sesame");
+      accept ? form.cmdOK.Press() : form.cmdCancel.Press();
+    });
+  };
+  std::int16_t attempts = 0;
+  std::int16_t wrong_account = 0;
+
+  answer_login("Please enter your Corvessa passphrase.", false);
+  EXPECT_EQ(Crypto()->Authenticate(attempts, wrong_account), 1);
+  EXPECT_EQ(attempts, 0);
+
+  answer_login("Please enter your Corvessa passphrase.", true);
+  Engine().Once("AuthenticateAccount", {.status = -4});
+  EXPECT_EQ(Crypto()->Authenticate(attempts, wrong_account), -1);
+  EXPECT_EQ(attempts, 1);
+  EXPECT_TRUE(g_colAccounts.front()->m_sPassword.IsEmpty()) << "refused, and so not kept";
+
+  wrong_account = 1;
+  answer_login("Unable to decrypt email.  Please select a different email address.", true);
+  Engine().Once("AuthenticateAccount", {.status = -13});
+  EXPECT_EQ(Crypto()->Authenticate(attempts, wrong_account), -1);
+
+  wrong_account = 0;
+  answer_login("You entered an incorrect passphrase.  Please try again.", true);
+  Engine().Once("AuthenticateAccount", {.thrown = Error{5, "lost"}});
+  EXPECT_EQ(Crypto()->Authenticate(attempts, wrong_account), -1);
+  EXPECT_TRUE(g_colAccounts.front()->m_sPassword.IsEmpty());
+  AllowError("CryptoOperations::Authenticate - lost");
+
+  answer_login("You entered an incorrect passphrase.  Please try again.", true);
+  EXPECT_EQ(Crypto()->Authenticate(attempts, wrong_account), 0);
+  EXPECT_EQ(attempts, 3);
+  EXPECT_TRUE(g_colAccounts.front()->GetAuthenticated());
+}
+
+TEST_F(CryptoOperationsTest, VectorsTakeEachTextOnceComparedExactly) {
+  ScriptedStringVector addresses;
+  for (const char* text : {"a@x.org", "   ", "", "a@x.org", "A@x.org", " a@x.org"}) {
+    Crypto()->AddToVector(addresses, text);
+  }
+  EXPECT_EQ(addresses.items, (std::vector<std::string>{"a@x.org", "A@x.org", " a@x.org"}));
+}
+
+TEST_F(CryptoOperationsTest, EveryStatusHasItsText) {
+  const std::string_view texts[] = {
+      "Failed to verify.",
+      "Failed to initialise Key Management Services. Please check your connection.",
+      "Failed to get cetificate.",
+      "Error encountered in content.",
+      "Failure while retrieving PGP Key.",
+      "No such algorithm supported.",
+      "Invalid key returned.",
+      "Error encountered with key store.",
+      "IO Exception encountered.",
+      "Bad data format encountered.",
+      "Unexpected error with signature.",
+      "Unexpected error encountered.",
+      "No aliases available to perform operation.",
+      "No matching key pair avaliable.",
+      "Unknown error encountered."};
+  for (std::int32_t code = 0; code >= -14; --code) EXPECT_EQ(EngineErrorText(code), texts[-code]);
+  EXPECT_EQ(EngineErrorText(5), "Unknown error encountered.");
+}
+
+TEST_F(CryptoOperationsTest, ErrorsOfConfigurationReachTheCallerAndLeaveNoHalfConfiguredEngine) {
+  g_oCrypto = nullptr;
+  Engine().Once("SetOption", {.thrown = Error{5, "no such header"}});
+  EXPECT_EQ(Attempt([] { CreateCrypto(); }).description, "no such header");
+  EXPECT_EQ(g_oCrypto, nullptr);
+  EXPECT_NE(Crypto(), nullptr);
 }
 
 }  // namespace

@@ -1,21 +1,21 @@
 #include <functional>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "accounts/nimbra_account.h"
+#include "accounts/settings.h"
 #include "base/error.h"
 #include "forms/frm_about.h"
 #include "forms/frm_alias_options.h"
 #include "forms/frm_e_mail.h"
 #include "forms/frm_generic.h"
 #include "forms/frm_html.h"
+#include "forms/frm_message_status.h"
 #include "forms/frm_modal_show_in_taskbar.h"
 #include "forms/frm_no_key_pairs.h"
 #include "forms/frm_no_keys_found.h"
+#include "forms/frm_progress.h"
+#include "forms/frm_send_from_external_application.h"
+#include "message/header_fields.h"
 #include "support/addin_fixture.h"
 #include "support/form_checks.h"
 
@@ -24,9 +24,9 @@ namespace {
 
 using ::testing::ElementsAre;
 
-class SmallDialogsTest : public AddInFixture {
+class Dialogs : public AddInFixture {
  protected:
-  SmallDialogsTest() {
+  Dialogs() {
     for (const char* form : {"frmAliasOptions", "frmNoKeyPairs", "frmHTML"}) ui.AllowForm(form);
   }
 
@@ -35,9 +35,26 @@ class SmallDialogsTest : public AddInFixture {
     ui.Expect<frmEMail>("frmEMail", act);
     return form.GetUserDlg();
   }
+  /// The two fields that the form for another program's mail has stored.
+  std::string Flags() {
+    return GetItemField(item, "X-Nimbra-NoEncrypt") + " " + GetItemField(item, "X-Nimbra-NoSign");
+  }
+  std::shared_ptr<frmSendFromExternalApplication> ExternalSend() {
+    const auto form = std::make_shared<frmSendFromExternalApplication>();
+    form->Load();
+    form->Init(item);
+    return form;
+  }
+  static std::shared_ptr<frmMessageStatus> LoadedStatus() {
+    auto form = std::make_shared<frmMessageStatus>();
+    form->Load();
+    return form;
+  }
+
+  desk::ItemPtr item = outlook.NewMail();
 };
 
-TEST_F(SmallDialogsTest, AddressDialogAcceptsOnlyWhatLooksLikeAnAddress) {
+TEST_F(Dialogs, AddressDialogAcceptsOnlyWhatLooksLikeAnAddress) {
   const auto form = std::make_shared<frmEMail>();
   EXPECT_EQ(AskAddress(*form,
                        [](frmEMail& shown) {
@@ -74,7 +91,7 @@ TEST_F(SmallDialogsTest, AddressDialogAcceptsOnlyWhatLooksLikeAnAddress) {
   }
 }
 
-TEST_F(SmallDialogsTest, AddressOptionsChangeTheSigningFlagOnOkOnly) {
+TEST_F(Dialogs, AddressOptionsChangeTheSigningFlagOnOkOnly) {
   const auto account = std::make_shared<NimbraAccount>();
   account->m_sAlias = "r&d@example.com";
   for (const bool has_page : {true, false}) {
@@ -91,7 +108,7 @@ TEST_F(SmallDialogsTest, AddressOptionsChangeTheSigningFlagOnOkOnly) {
   EXPECT_THAT(shell.pages, ElementsAre("http://example.com/change?lang=en&alias=r&d@example.com"));
 }
 
-TEST_F(SmallDialogsTest, NoKeysFoundAnswersOnlyWhatWasPressed) {
+TEST_F(Dialogs, NoKeysFoundAnswersOnlyWhatWasPressed) {
   const auto answer = [&](const std::function<void(frmNoKeysFound&)>& act) {
     const auto form = std::make_shared<frmNoKeysFound>();
     form->lstEmailAddr.AddRow("bob@example.com");
@@ -111,7 +128,7 @@ TEST_F(SmallDialogsTest, NoKeysFoundAnswersOnlyWhatWasPressed) {
   EXPECT_EQ(answer([](frmNoKeysFound& form) { form.PressCloseBox(); }), 3);
 }
 
-TEST_F(SmallDialogsTest, NoKeyPairsOpensThePageOfTheClickedAddress) {
+TEST_F(Dialogs, NoKeyPairsOpensThePageOfTheClickedAddress) {
   SetEdition("URLKeyGen", "https://example.com/keys");
   const auto form = std::make_shared<frmNoKeyPairs>();
   for (const char* address : {"a@example.com", "b@example.com"}) form->lstEmailAddr.AddRow(address);
@@ -124,7 +141,7 @@ TEST_F(SmallDialogsTest, NoKeyPairsOpensThePageOfTheClickedAddress) {
   EXPECT_THAT(shell.pages, ElementsAre("https://example.com/keys?alias=b@example.com"));
 }
 
-TEST_F(SmallDialogsTest, HtmlWarningAnswersOnlyWhatWasPressed) {
+TEST_F(Dialogs, HtmlWarningAnswersOnlyWhatWasPressed) {
   const auto form = std::make_shared<frmHTML>();
   form->Show();
   ExpectGoldenForm("frmHTML", *form);
@@ -137,7 +154,7 @@ TEST_F(SmallDialogsTest, HtmlWarningAnswersOnlyWhatWasPressed) {
   EXPECT_FALSE(form->IsVisible());
 }
 
-TEST_F(SmallDialogsTest, GenericBoxAnswersByItsTypeAndGrowsWithItsMessage) {
+TEST_F(Dialogs, GenericBoxAnswersByItsTypeAndGrowsWithItsMessage) {
   struct Case {
     std::int32_t type;
     std::int32_t ok;
@@ -165,7 +182,7 @@ TEST_F(SmallDialogsTest, GenericBoxAnswersByItsTypeAndGrowsWithItsMessage) {
   EXPECT_EQ(LoadedForms(), std::vector<FormPtr>{});
 }
 
-TEST_F(SmallDialogsTest, ModalFormsHaveATaskBarEntryOfTheirOwn) {
+TEST_F(Dialogs, ModalFormsHaveATaskBarEntryOfTheirOwn) {
   const auto about = std::make_shared<frmAbout>();
   const auto helpers = [] {
     std::string dumps;
@@ -190,6 +207,103 @@ TEST_F(SmallDialogsTest, ModalFormsHaveATaskBarEntryOfTheirOwn) {
   };
   EXPECT_THROW(ShowModalForm(*about), Error);
   EXPECT_EQ(helpers(), "");
+}
+
+TEST_F(Dialogs, ExternalSendBeginsWithTheUsersSettingsAndStoresEveryClick) {
+  ExpectGoldenForm("frmSendFromExternalApplication", *ExternalSend());
+  EXPECT_EQ(Flags(), "False True");
+  g_colAccounts.push_back(std::make_shared<NimbraAccount>());
+  g_colAccounts.back()->m_bSigning = true;
+  for (const bool off : {false, true}) {
+    g_bDisableOutgoingEncryption = off;
+    g_bDisableOutgoingSigning = off;
+    const auto form = ExternalSend();
+    EXPECT_TRUE(form->chkSign.Enabled);
+    EXPECT_EQ(Flags(), off ? "True True" : "False False");
+  }
+  g_bDisableOutgoingEncryption = g_bDisableOutgoingSigning = false;
+  const auto form = ExternalSend();
+  ui.ExpectForm("frmSendFromExternalApplication", [&](Form&) {
+    EXPECT_TRUE(form->IsTopmost());
+    form->chkEncrypt.Toggle();
+    EXPECT_EQ(Flags(), "True False");
+    form->chkSign.Toggle();
+    EXPECT_EQ(Flags(), "True True");
+    EXPECT_TRUE(form->ChoicesStored());
+    outlook.Redemption().installed = false;
+    form->chkEncrypt.Toggle();
+    outlook.Redemption().installed = true;
+    form->cmdContinue.Press();
+  });
+  AllowError("frmSendFromExternalApplication::chkEncrypt_Click - ");
+  form->ShowModal();
+  EXPECT_FALSE(form->ChoicesStored());
+  EXPECT_FALSE(form->IsLoaded());
+}
+
+TEST_F(Dialogs, StatusShowsOnePageAndListsOnlyWhereThereAreAttachments) {
+  const auto form = LoadedStatus();
+  ExpectGoldenForm("frmMessageStatus", *form);
+  for (int i = 1; i <= 3; ++i) form->AddAttachment("e" + std::to_string(i), "s");
+  form->SetOriginalMessageBody("line\r\n & line");
+  form->tbsTabs.ClickTab(2);
+  EXPECT_EQ(form->lvwSigning.Describe(), R"("" {"s", "s", "s"})");
+  EXPECT_TRUE(form->lvwSigning.IsShown() && !form->lvwEncryption.IsShown());
+  form->ShowTab(1);
+  EXPECT_EQ(form->lvwEncryption.Describe(), R"("" {"e1", "e2", "e3"})");
+  EXPECT_TRUE(form->lvwEncryption.IsShown() && !form->lvwSigning.IsShown());
+  ExpectGoldenForm("frmMessageStatus_attachments", *form);
+  form->ClearAttachments();
+  EXPECT_FALSE(form->lblThisMsg1.IsShown());
+  EXPECT_EQ(form->lvwSigning.RowCount(), 0);
+  form->ShowTab(3);
+  EXPECT_EQ(form->txtOriginalMessage.Text(), "line\r\n & line");
+  EXPECT_TRUE(form->txtOriginalMessage.IsShown());
+  form->cmdClose.Press();
+  EXPECT_FALSE(form->IsLoaded());
+}
+
+TEST_F(Dialogs, StatusFitsTextFromOutsideIntoItsLabels) {
+  const auto form = LoadedStatus();
+  const auto fitted = [&](std::string_view text, int characters) {
+    form->lblFrom.Bounds.width = characters * 6;  // six pixels a character
+    form->SetFrom(text);
+    return form->lblFrom.Caption();
+  };
+  EXPECT_EQ(fitted("Bob & Co", 8), "Bob && Co");
+  EXPECT_EQ(fitted("Bob & Co", 7), "Bob ...");
+  EXPECT_EQ(fitted("gr\xC3\xBC\xC3\x9F\x65 allen", 7), "gr\xC3\xBC\xC3\x9F...");
+  EXPECT_EQ(fitted("abcde", 2), "...");
+  EXPECT_EQ(fitted("abc", 2), "...");
+  EXPECT_EQ(fitted("", 0), "");
+  EXPECT_EQ(fitted("a", 0), "...");
+  EXPECT_EQ(fitted(std::string(1'000'000, 'x'), 9), "xxxxxx...");
+}
+
+TEST_F(Dialogs, ProgressCountsItsStepsAndCannotBeClosedBeforeTheEnd) {
+  for (const char* name : {"a", "b"}) item->AddAttachment({name, name, outlook.Keep(""), "", ""});
+  const auto form = ProgressWindow();
+  form->SetCaption("nobody waits yet");
+  form->Init(item, 0);
+  EXPECT_EQ(form->pgbProgress.Max, 12);
+  EXPECT_EQ(ProgressWindow(), form);
+  form->SetCaption("Verifying email", 10);
+  form->SetCaption("two");
+  form->SetCaption("three");
+  form->PressCloseBox();
+  ExpectGoldenForm("frmProgress", *form);
+  EXPECT_EQ(form->Text1.Text().substr(form->Text1.SelStart), "(2/29/2004 11:58:07 PM) three\r\n");
+  form->Finish();
+  EXPECT_FALSE(form->IsLoaded());
+  form->SetCaption("late");
+  EXPECT_EQ(form->lblDescription.Caption(), "Finished");
+
+  g_bDisableAutoDecryptAttachments = true;
+  form->Init(item, 0);
+  EXPECT_EQ(form->pgbProgress.Max, 4);
+  form->Init(item, 7);
+  EXPECT_EQ(form->pgbProgress.Max, 7);
+  form->Finish();
 }
 
 }  // namespace
