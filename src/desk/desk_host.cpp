@@ -12,6 +12,7 @@
 #include "desk/profile/pictures.h"
 #include "desk/settings_store.h"
 #include "desk/terminal/answers.h"
+#include "desk/terminal/terminal.h"
 #include "forms/controls.h"
 #include "forms/form.h"
 #include "platform/host.h"
@@ -91,6 +92,7 @@ class DeskHost::Trace {
 DeskHost::DeskHost(Profile& profile, Terminal& terminal, Answers& answers, std::ostream& messages,
                    HostOptions options)
     : profile_(profile),
+      terminal_(terminal),
       trace_(options.trace ? std::make_unique<Trace>(profile, messages) : nullptr),
       answers_(answers),
       owner_(options.owner),
@@ -116,7 +118,12 @@ DeskHost::~DeskHost() {
 
 std::size_t DeskHost::BeginOperation() {
   answers_.BeginRound();
+  interrupts_before_ = terminal_.Interrupts();
   return ui_.Boxes().size();
+}
+
+bool DeskHost::IsInterrupted() const {
+  return terminal_.IsInterrupted() || terminal_.Interrupts() != interrupts_before_;
 }
 
 void DeskHost::RunOpenForms() {

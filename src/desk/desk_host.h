@@ -47,6 +47,9 @@ class DeskHost {
     return profile_.Files().LocalPath(windows_path);
   }
   const Person& Owner() const { return owner_; }
+  /// Signals that were to end the program have come in since the operation began, or before it
+  /// with nobody to notice.
+  bool IsInterrupted() const;
 
   /// Begins what a user would call one operation: every passphrase may be tried afresh. Gives the
   /// place in Ui().Boxes() of the first box of the operation.
@@ -62,9 +65,11 @@ class DeskHost {
   class Trace;
 
   Profile& profile_;
+  Terminal& terminal_;
   std::unique_ptr<Trace> trace_;
   Answers& answers_;
   Person owner_;
+  int interrupts_before_ = 0;
   TerminalUi ui_;
   std::unique_ptr<platform::EngineFactory> engine_;
   OutlookModel outlook_;

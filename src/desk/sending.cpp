@@ -127,6 +127,7 @@ SentMail SendItem(DeskHost& host, const ItemPtr& item, const mail::Mail& base,
   SentMail sent;
   const SignatureWatch watch(item);
   host.Outlook().OnDeliver([&](const ItemData& travelling) {
+    if (host.IsInterrupted()) Fail(Outcome::kRefused, "not sent: interrupted");
     sent.encrypted = IsArmour(*travelling.body, kEncryptedStart);
     sent.is_signed = watch.IsSigned();
     RefuseUnagreedClearText(host, travelling, sent.encrypted, first_box);

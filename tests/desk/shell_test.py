@@ -2,6 +2,7 @@
 
 import os
 import re
+import signal
 import unittest
 
 import pexpect
@@ -86,6 +87,32 @@ class Shell(DeskCase):
         self.obey(child, "wait 1")
         child.sendeof()
         child.expect(pexpect.EOF)
+
+    def test_signals_end_a_session_tidily(self):
+        sent = self.sent(files={"secret.txt": CANARY.encode()})
+        child = self.shell()
+        child.send("not what I mean\x03")
+        child.expect_exact("desk> ")
+        child.sendline(f"open {sent}")
+        self.log_in(child)
+        child.expect_exact("desk> ")
+        self.assertNotEqual(self.leftovers(), [])  # the attachments of the open message
+        child.kill(signal.SIGTERM)
+        child.expect(pexpect.EOF)
+        child.close()
+        self.assertEqual((child.signalstatus, self.leftovers()), (signal.SIGTERM, []))
+
+    def test_an_interrupted_send_sends_nothing_and_leaves_nothing(self):
+        out = self.folder / "out.eml"
+        draft = self.draft(to=f"{BOB}, nobody@example.org")
+        child = pexpect.spawn(DESK, ["--profile", str(self.folder / "alice"), "--passphrase",
+                                     f"{ALICE}={self.passphrase_file}", "send", str(draft), "--out", str(out)],
+                              encoding="utf-8", timeout=20, env=XTERM)
+        child.expect_exact("Choice (")
+        child.sendintr()
+        child.expect(pexpect.EOF)
+        child.close()
+        self.assertEqual((child.exitstatus, out.exists(), self.leftovers()), (1, False, []))
 
     def test_a_script_learns_of_a_failure(self):
         sent = self.sent(files={})

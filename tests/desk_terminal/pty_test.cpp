@@ -96,6 +96,7 @@ TEST(Pty, ASignalAbortsTheQuestionAndIsKeptForTheEnd) {
       AskSecret(terminal);
       if (terminal.EndingSignal() == 0) return;
       terminal.Write(terminal.ReadLine("") ? "asks on.\n" : "has ended.\n");
+      std::signal(terminal.EndingSignal(), SIG_DFL);
       std::raise(terminal.EndingSignal());
     });
     process.ShownUpTo(": ");
@@ -108,6 +109,27 @@ TEST(Pty, ASignalAbortsTheQuestionAndIsKeptForTheEnd) {
     }
     EXPECT_EQ(process.WaitForSignal(), signal == SIGINT ? 0 : signal);
   }
+}
+
+TEST(Pty, AnInterruptAtWorkEndsTheNextQuestionAndASecondOneTheProcess) {
+  Process process([](desk::Terminal& terminal) {
+    terminal.Write("working");
+    while (!terminal.IsInterrupted()) usleep(1000);
+    terminal.Write(terminal.ReadLine("Line: ") ? "read.\n" : "given up.\n");
+    terminal.Write(terminal.ReadLine("Line: ") ? "read.\n" : "given up.\n");
+    while (!terminal.IsInterrupted()) usleep(1000);
+    terminal.Write("interrupted");
+    pause();
+  });
+  process.ShownUpTo("working");
+  process.Signal(SIGINT);
+  EXPECT_EQ(process.ShownUpTo("\nLine: "), "Line: given up.\r\nLine: ");
+  process.Type("x\n");
+  EXPECT_EQ(process.ShownUpTo(".\r\n"), "x\r\nread.\r\n");
+  process.Signal(SIGINT);
+  process.ShownUpTo("interrupted");
+  process.Signal(SIGINT);
+  EXPECT_EQ(process.WaitForSignal(), SIGINT);
 }
 
 TEST(Pty, AfterHavingBeenStoppedItAsksAgain) {

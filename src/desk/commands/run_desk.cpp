@@ -81,6 +81,7 @@ int RunDesk(int argument_count, const char* const* arguments, Terminal& terminal
             std::ostream& messages) {
   CommandContext context{out, messages, terminal};
   CLI::App app{"Plays Outlook for the add-in over real mail files.", std::string(kProgram)};
+  app.set_version_flag("--version", std::string(kProgram) + " " CORVESSA_VERSION);
   AddGlobalOptions(app, context);
   AddCommands(app, context);
   try {

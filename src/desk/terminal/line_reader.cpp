@@ -101,6 +101,11 @@ std::optional<std::string> LineReader::Editor::Read(const std::string& prompt) {
   terminal_.ClearStatus();
   int length = 0;
   const char* typed = el_gets(editor_, &length);
+  if (terminal_.TakeInterrupt()) {
+    // The line is given up, not the session.
+    terminal_.Write("\n");
+    return std::string();
+  }
   if (typed == nullptr || length <= 0) return std::nullopt;
   std::string line(typed, static_cast<std::size_t>(length));
   Remember(line);

@@ -19,8 +19,8 @@ class LineReader {
   LineReader(const LineReader&) = delete;
   LineReader& operator=(const LineReader&) = delete;
 
-  /// Without the line break; nothing at the end of the input. What is not blank joins the history,
-  /// unless it repeats the line before.
+  /// Without the line break, empty after an interrupt; nothing at the end of the input. What is not
+  /// blank joins the history, unless it repeats the line before.
   std::optional<std::string> Read(const std::string& prompt);
 
  private:

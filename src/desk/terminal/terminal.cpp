@@ -67,20 +67,31 @@ void Terminal::ClearStatus() {
   status_.clear();
 }
 
-int Terminal::ReadByte(const sigset_t* wait_mask) {
-  if (ending_signal_ != 0) return -1;
-  for (;;) {
+int Terminal::ReadByte() {
+  const HeldSignals held;
+  while (!IsInterrupted()) {
     timespec wait{};
     if (idle) wait = ToTimespec(idle());
     pollfd input{input_, POLLIN, 0};
-    const int ready = ppoll(&input, 1, idle ? &wait : nullptr, wait_mask);
-    if (wait_mask != nullptr && EchoOff::Caught() != 0) return -1;
+    const int ready = ppoll(&input, 1, idle ? &wait : nullptr, held.WaitMask());
     if (ready == 0 || (ready < 0 && errno == EINTR)) continue;
     unsigned char byte = 0;
     const ssize_t count = read(input_, &byte, 1);
     if (count < 0 && errno == EINTR) continue;
     return count == 1 ? byte : -1;
   }
+  return -1;
+}
+
+bool Terminal::TakeInterrupt() {
+  const int caught = CaughtSignals::Take();
+  if (caught != 0) ++interrupts_;
+  if (caught != 0 && caught != SIGINT) ending_signal_ = caught;
+  return caught == SIGINT;
+}
+
+int Terminal::EndingSignal() const {
+  return ending_signal_ != 0 ? ending_signal_ : CaughtSignals::First();
 }
 
 std::optional<std::string> Terminal::ReadLine(std::string_view prompt) {
@@ -88,7 +99,10 @@ std::optional<std::string> Terminal::ReadLine(std::string_view prompt) {
   std::string line;
   for (;;) {
     const int byte = ReadByte();
-    if (byte < 0 && line.empty()) return std::nullopt;
+    if (byte < 0 && (line.empty() || IsInterrupted())) {
+      TakeInterrupt();
+      return std::nullopt;
+    }
     if (byte < 0 || byte == '\n') break;
     line += static_cast<char>(byte);
   }
@@ -96,9 +110,9 @@ std::optional<std::string> Terminal::ReadLine(std::string_view prompt) {
   return line;
 }
 
-Terminal::SecretResult Terminal::ReadSecretLine(const sigset_t* wait_mask, SecretString& secret) {
+Terminal::SecretResult Terminal::ReadSecretLine(SecretString& secret) {
   SecretLine line;
-  for (int byte = ReadByte(wait_mask); byte != '\n'; byte = ReadByte(wait_mask)) {
+  for (int byte = ReadByte(); byte != '\n'; byte = ReadByte()) {
     if (byte < 0) return SecretResult::kAborted;
     line.Add(static_cast<char>(byte));
   }
@@ -111,19 +125,17 @@ Terminal::SecretResult Terminal::ReadSecret(std::string_view prompt, SecretStrin
   for (;;) {
     secret.Clear();
     SecretResult result;
-    int caught;
     {
       const EchoOff mute(input_);
       Write(prompt);
-      result = ReadSecretLine(mute.WaitMask(), secret);
-      caught = EchoOff::Caught();
+      result = ReadSecretLine(secret);
     }
     Write("\n");
-    if (caught == SIGTSTP) {
-      std::raise(caught);
+    if (CaughtSignals::First() == SIGTSTP) {
+      std::raise(CaughtSignals::Take());
       continue;
     }
-    if (caught != SIGINT) ending_signal_ = caught;
+    TakeInterrupt();
     return result;
   }
 }

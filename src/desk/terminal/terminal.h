@@ -1,19 +1,23 @@
 #pragma once
 
 #include <chrono>
-#include <csignal>
 #include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "base/secret_string.h"
+#include "desk/terminal/signals.h"
 
 namespace corvessa::desk {
 
 /// Where a person sits: lines and passphrases come in, boxes and one redrawn status line go out.
 /// Without a person (`is_there` false) nothing is drawn; lines are still read. Reads byte by byte,
 /// so that nothing is lost between it and others who read the same input.
+///
+/// A signal to end the process does not end it, which may be halfway through a message and has to
+/// tidy up: the input counts as ended. The keyboard's interrupt ends it for the one question that
+/// is asked next, the others for good.
 class Terminal {
  public:
   enum class SecretResult { kRead, kTooLong, kAborted };
@@ -38,29 +42,35 @@ class Terminal {
 
   /// Without the line break; nothing at the end of the input.
   std::optional<std::string> ReadLine(std::string_view prompt);
-  /// A line typed without echo, at most 4,000 bytes. A signal to end that comes in meanwhile does
-  /// not end the process, which may be halfway through a message and has to tidy up: it counts as
-  /// aborted, as does the end of the input. After having been stopped it asks again.
+  /// A line typed without echo, at most 4,000 bytes; aborted by the end of the input. After having
+  /// been stopped it asks again.
   SecretResult ReadSecret(std::string_view prompt, SecretString& secret);
-  /// The signal, other than the keyboard's interrupt, that was to end the process while a secret
-  /// was asked for; 0 for none. From then on the input counts as ended, and the program is to raise
-  /// the signal once it has tidied up.
-  int EndingSignal() const { return ending_signal_; }
   /// Waits; -1 at the end of the input.
-  int ReadByte() { return ReadByte(nullptr); }
+  int ReadByte();
+
+  /// A signal has come in to which no question has answered yet: nothing new is to be begun.
+  bool IsInterrupted() const { return ending_signal_ != 0 || CaughtSignals::First() != 0; }
+  /// Ends one question by the signal that has come in; true when it was the keyboard's interrupt.
+  bool TakeInterrupt();
+  /// How many such signals there have been.
+  int Interrupts() const { return interrupts_ + (CaughtSignals::First() != 0 ? 1 : 0); }
+  /// The signal that was to end the process; 0 for none. The program is to raise it once it has
+  /// tidied up.
+  int EndingSignal() const;
 
   /// Runs while input is waited for and says how long it may be left alone.
   std::function<std::chrono::milliseconds()> idle;
 
  private:
-  int ReadByte(const sigset_t* wait_mask);
-  SecretResult ReadSecretLine(const sigset_t* wait_mask, SecretString& secret);
+  SecretResult ReadSecretLine(SecretString& secret);
   void WriteRaw(std::string_view text) const;
 
+  CaughtSignals ending_{SIGHUP, SIGINT, SIGQUIT, SIGTERM};
   int input_;
   int output_;
   bool is_there_;
   int ending_signal_ = 0;
+  int interrupts_ = 0;
   std::string status_;
 };
 

@@ -202,7 +202,7 @@ void TerminalUi::Wait(std::chrono::milliseconds time) {
   for (;;) {
     DoEvents();
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - options_.now());
-    if (left.count() <= 0) return;
+    if (left.count() <= 0 || terminal_.IsInterrupted()) return;
     std::this_thread::sleep_for(std::min(left, UntilNextTick()));
   }
 }
