@@ -99,10 +99,11 @@ mail::Mail WithSender(mail::Mail draft, const Person& owner) {
 
 void AnswerExternalForm(const SendChoices& choices, Answers& answers) {
   if (!choices.external || (!choices.no_encrypt && !choices.no_sign)) return;
-  const std::string form(kExternalForm);
-  if (choices.no_encrypt) answers.AddAnswer(form + "=chkEncrypt:off");
-  if (choices.no_sign) answers.AddAnswer(form + "=chkSign:off");
-  answers.AddAnswer(form + "=cmdContinue");
+  std::vector<std::string> controls;
+  if (choices.no_encrypt) controls.emplace_back("chkEncrypt:off");
+  if (choices.no_sign) controls.emplace_back("chkSign:off");
+  if (!answers.HasAnswers(kExternalForm)) controls.emplace_back("cmdContinue");
+  answers.PutFirst(kExternalForm, controls);
 }
 
 std::string ProtectionText(const SentMail& sent) {

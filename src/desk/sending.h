@@ -29,8 +29,8 @@ struct SentMail {
 /// "encrypted and signed" and so on.
 std::string ProtectionText(const SentMail& sent);
 
-/// Turns the choices into answers of the form that asks when another program sends. Before the
-/// user's own answers, if there are any for that form.
+/// Turns the choices into answers of the form that asks when another program sends. They come
+/// before the user's own answers for that form, which then have to end it.
 void AnswerExternalForm(const SendChoices& choices, Answers& answers);
 
 /// Composes the draft in a window with the options bar (unless it is external), presses the buttons

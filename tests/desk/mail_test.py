@@ -1,6 +1,7 @@
 """Mail that other programs compose and read: Python's email library and gpg."""
 
 import email
+import socket
 import pathlib
 import unittest
 from email import policy
@@ -56,7 +57,7 @@ class Sending(DeskCase):
                     with self.subTest(external=external, version=version, choices=choices):
                         path = self.folder / "sent.eml"
                         answers = ("--answer", "frmSendFromExternalApplication=cmdContinue") \
-                            if external and not choices else ()
+                            if external else ()
                         done = self.alice("send", draft, "--out", path, "--outlook", version,
                                           *external, *choices, *answers)
                         self.assertDone(done, out=f"Sent {protection}: {path}\n")
@@ -102,6 +103,24 @@ class Sending(DeskCase):
         self.assertNotIn("horse", wrong.err)
         agreed = self.alice("send", nobody, "--out", path, "--answer", "frmNoKeysFound=cmdYes")
         self.assertDone(agreed, out=f"Sent signed, not encrypted: {path}\n")
+
+    def test_what_was_to_be_encrypted_is_not_sent_in_clear_by_an_add_in_that_is_switched_off(self):
+        path = self.folder / "sent.eml"
+        self.assertDone(self.alice("set", "DisableKVPEntirely", "1"))
+        self.assertDone(self.alice("send", self.draft(X_Nimbra_NoEncrypt="False"), "--out", path), 1, "",
+                        "corvessa-desk: not sent: it would have travelled without encryption\n")
+        self.assertFalse(path.exists())
+        self.assertDone(self.alice("send", self.draft(X_Nimbra_NoEncrypt="True"), "--out", path),
+                        out=f"Sent neither encrypted nor signed: {path}\n")
+
+    def test_a_key_server_that_hangs_stops_the_send(self):
+        with socket.create_server(("127.0.0.1", 0)) as server:
+            self.assertDone(self.alice("set", "EngineLookupServer",
+                                       f"http://127.0.0.1:{server.getsockname()[1]}"))
+            path = self.folder / "sent.eml"
+            done = self.alice("send", self.draft(to="carol@example.net"), "--out", path)
+        self.assertEqual((done.code, path.exists(), self.leftovers()), (1, False, []), done.err)
+        self.assertIn("not sent: the add-in cancelled the sending", done.err)
 
 
 class Opening(DeskCase):

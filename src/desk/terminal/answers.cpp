@@ -68,6 +68,11 @@ void Answers::AddAnswer(std::string_view argument) {
   sequences_[std::string(form)].controls.emplace_back(control);
 }
 
+void Answers::PutFirst(std::string_view form, const std::vector<std::string>& controls) {
+  auto& all = sequences_[std::string(form)].controls;
+  all.insert(all.begin(), controls.begin(), controls.end());
+}
+
 bool Answers::HasAnswers(std::string_view form) const {
   return sequences_.find(form) != sequences_.end();
 }

@@ -25,6 +25,9 @@ class Answers {
   /// again. Throws Error 5 for what is no such text.
   void AddAnswer(std::string_view argument);
 
+  /// Answers for the form that come before those given so far.
+  void PutFirst(std::string_view form, const std::vector<std::string>& controls);
+
   /// Whether any answer was given for the form.
   bool HasAnswers(std::string_view form) const;
   /// The next answer for the form; empty when none was given.
