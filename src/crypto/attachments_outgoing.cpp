@@ -5,6 +5,8 @@
 #include "base/guard.h"
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
+#include "crypto/engine_error_text.h"
+#include "crypto/signature_content.h"
 #include "crypto/stored_files.h"
 #include "platform/clock.h"
 #include "platform/files.h"
@@ -93,6 +95,12 @@ void KeepOriginal(AttachmentNode& node) {
   node.original_filename = kept;
 }
 
+/// A document has the name that the data file's signature would get; it is not to be replaced.
+bool IsNameTaken(const AttachmentNode& data, const AttachmentNodes& nodes) {
+  const AttachmentNodePtr node = FindByPath(nodes, data.sFilename + ".sig");
+  return node && !HoldsSignature(node->sFilename);
+}
+
 /// Writes the signature beside its data file and makes it an attachment of its own.
 void StoreSignature(const AttachmentNode& data, std::string_view signature,
                     AttachmentNodes& nodes) {
@@ -134,8 +142,9 @@ std::int32_t CryptoOperations::SignAllAttachments(const platform::MailItemPtr& i
     const AttachmentNodes present = attachments;
     for (const AttachmentNodePtr& node : present) {
       TraceLog("SignAllAttachments - Found attachment");
-      if (IsSignature(node->sFilename, present, item)) continue;
+      if (IsSignature(node->sFilename, present, item) && HoldsSignature(node->sFilename)) continue;
       TraceLog("SignAllAttachments - Signing attachment (not a sig)");
+      if (IsNameTaken(*node, attachments)) return kStatusSignatureTrouble;
       std::string signature_path;
       const std::int32_t status = Engine().SignFile(node->sFilename, signature_path);
       engine_files.Add(signature_path);
@@ -195,7 +204,7 @@ std::int32_t CryptoOperations::EncryptAllAttachments(
     trace("Encrypting nodes");
     const AttachmentNodes present = attachments;
     for (const AttachmentNodePtr& node : present) {
-      if (IsSignature(node->sFilename, present, item)) continue;
+      if (IsSignature(node->sFilename, present, item) && HoldsSignature(node->sFilename)) continue;
       const std::int32_t outcome = EncryptAttachment(*node, recipients);
       if (outcome != 0) status = outcome;
     }

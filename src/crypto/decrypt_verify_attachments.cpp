@@ -8,6 +8,7 @@
 #include "crypto/crypto_operations.h"
 #include "crypto/each_attachment.h"
 #include "crypto/engine_error_text.h"
+#include "crypto/signature_content.h"
 #include "crypto/signature_name.h"
 #include "crypto/stored_files.h"
 #include "crypto/verify_status.h"
@@ -71,7 +72,8 @@ std::int32_t CryptoOperations::DecryptAllAttachments(const platform::MailItemPtr
   std::int32_t result = kDecrypted;
   Guarded("CryptoOperations:DecryptAllAttachments - ", [&] {
     ForEachAttachment(attachments, "Decrypting attachments", [&](const AttachmentNodePtr& node) {
-      if (IsSignature(node->sFilename, attachments, item)) return;
+      if (IsSignature(node->sFilename, attachments, item) && HoldsSignature(node->sFilename))
+        return;
       node->lDecryptStatus = DecryptAttachment(*node);
       const bool failed =
           node->lDecryptStatus != kDecrypted && node->lDecryptStatus != kNotEncrypted;
@@ -88,6 +90,8 @@ std::int32_t CryptoOperations::VerifyAllAttachments(AttachmentNodes& attachments
   Guarded("CryptoOperations:VerifyAllAttachments - ", [&] {
     ForEachAttachment(attachments, kStep, [&](const AttachmentNodePtr& signature) {
       if (!HasSignatureName(FileNameOf(signature->sFilename))) return;
+      // What was encrypted is a document with a signature's name.
+      if (signature->lDecryptStatus == kDecrypted) return;
       const AttachmentNodePtr data = FindData(attachments, *signature);
       if (!data) return;
       data->lSignStatus = signature->lSignStatus = kStatusUnexpected;

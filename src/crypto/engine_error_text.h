@@ -10,6 +10,7 @@ inline constexpr std::int32_t kStatusContentError = -3;
 inline constexpr std::int32_t kStatusWrongPassphrase = -4;
 inline constexpr std::int32_t kStatusIOError = -8;
 inline constexpr std::int32_t kStatusBadFormat = -9;
+inline constexpr std::int32_t kStatusSignatureTrouble = -10;
 inline constexpr std::int32_t kStatusUnexpected = -11;
 inline constexpr std::int32_t kStatusNoKey = -13;
 inline constexpr std::int32_t kStatusCannotTell = -16;

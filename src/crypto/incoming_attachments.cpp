@@ -8,6 +8,7 @@
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/each_attachment.h"
+#include "crypto/signature_content.h"
 #include "crypto/signature_name.h"
 #include "crypto/stored_files.h"
 #include "crypto/stored_name.h"
@@ -118,7 +119,8 @@ bool CryptoOperations::StoreAllAttachments(const platform::MailItemPtr& item,
   const Error error = Attempt([&] {
     StoreAll(*item->Attachments(), attachments);
     for (const AttachmentNodePtr& node : attachments) {
-      node->bDetachedSig = IsSignature(node->sFilename, attachments, item);
+      node->bDetachedSig =
+          IsSignature(node->sFilename, attachments, item) && HoldsSignature(node->sFilename);
     }
   });
   if (error.number == 0) {

@@ -22,8 +22,8 @@ struct StoredPlace {
 };
 
 /// A place for each attachment, in order, no two of them the same: the second file of a name goes
-/// into a numbered sub-folder, and so does one that finds its folder full. A detached signature stands beside the data file it belongs to by
-/// its true name.
+/// into a numbered sub-folder, and so does one that finds its folder full. A detached signature
+/// stands beside the data file it belongs to by its true name.
 std::vector<StoredPlace> StoredPlaces(const std::vector<std::string>& attachment_names);
 
 }  // namespace corvessa

@@ -100,6 +100,30 @@ TEST_F(SendInterception, EveryChoiceIsReadByGpgAndByTheAddIn) {
   }
 }
 
+TEST_F(SendInterception, ADocumentWithASignaturesNameIsNeitherSentInClearNorReplaced) {
+  LogInWith("secret");
+  AllowError("");
+  for (const bool sign : {true, false}) {
+    const auto item = Draft();
+    Attach(item, "notes", "canary-5e11 notes");
+    Attach(item, "NOTES.sig", "canary-5e11 more notes");
+    Choose(item, true, sign);
+    if (sign) {
+      // The signature of the one would have to take the other's place.
+      ui.ExpectBox("Failed to sign message:\r\n\r\nUnexpected error with signature.");
+      ui.ExpectBox("Failed to sign email.  Send without signature?", platform::kAnswerOk);
+    }
+    const auto sent = outlook.Send(item);
+    ASSERT_TRUE(sent);
+    for (const std::string& attachment : Attachments(*sent)) {
+      EXPECT_EQ(attachment.find(kCanary), std::string::npos) << attachment;
+    }
+    EXPECT_EQ(Attachments(ReadByTheAddIn(*sent)),
+              (std::vector<std::string>{"notes: canary-5e11 notes",
+                                        "NOTES.sig: canary-5e11 more notes"}));
+  }
+}
+
 class SendFromEachOutlook : public SendInterception,
                             public ::testing::WithParamInterface<const char*> {
  protected:

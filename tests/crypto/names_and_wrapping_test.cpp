@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "base/text.h"
+#include "crypto/signature_content.h"
 #include "crypto/stored_name.h"
 #include "crypto/text_wrapping.h"
 
@@ -64,6 +65,30 @@ TEST(StoredName, PutsEachFileAPlaceOfItsOwnAndSignaturesBesideTheirData) {
   for (std::size_t i = 0; i < many.size(); ++i) many[i] += Decimal(static_cast<int>(i));
   many.insert(many.end(), {"f1", "f0.sig"});
   EXPECT_TRUE(places(many).ends_with("0:f39 1:f40 1:f1 0:f0.sig ")) << places(many);
+}
+
+TEST(SignatureContent, IsOneWholeSignatureAndNothingElse) {
+  const std::string block = "-----BEGIN PGP SIGNATURE-----\r\n\r\nx\r\n-----END PGP SIGNATURE-----";
+  const std::string body = "\x04" + std::string(199, 'b');
+  const std::pair<std::string, bool> cases[] = {
+      {block, true},
+      {"\r\n" + block + "\n", true},
+      {block + "and a secret", false},
+      {block + block, false},
+      {"a secret", false},
+      {"", false},
+      {"\x88\xC8" + body, true},
+      {std::string("\x89\0\xC8", 3) + body, true},
+      {std::string("\x8A\0\0\0\xC8", 5) + body, true},
+      {"\xC2\xC0\x08" + body, true},
+      {std::string("\xC2\xFF\0\0\0\xC8", 6) + body, true},
+      {"\x88\xC8" + body + "x", false},
+      {"\xC2\xA7 12 says a secret", false},
+      {"\x88\xC8secret" + body.substr(6), false},
+  };
+  for (const auto& [bytes, is_signature] : cases) {
+    EXPECT_EQ(IsSignatureContent(bytes), is_signature) << bytes;
+  }
 }
 
 TEST(TextWrapping, BreaksWhereTheRulesSay) {

@@ -1,0 +1,71 @@
+#include "crypto/signature_content.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "platform/files.h"
+#include "platform/host.h"
+
+namespace corvessa {
+namespace {
+
+/// More than the largest keys make.
+constexpr std::int64_t kLargest = 64 * 1024;
+
+std::string_view WithoutBlanksAround(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t\r\n";
+  const std::size_t first = text.find_first_not_of(kBlanks);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+bool IsArmouredSignature(std::string_view text) {
+  constexpr std::string_view kBegin = "-----BEGIN PGP SIGNATURE-----";
+  constexpr std::string_view kEnd = "-----END PGP SIGNATURE-----";
+  const std::string_view block = WithoutBlanksAround(text);
+  return block.size() > kBegin.size() + kEnd.size() && block.starts_with(kBegin) &&
+         block.ends_with(kEnd) && block.find(kEnd) == block.size() - kEnd.size();
+}
+
+std::size_t Number(std::string_view bytes) {
+  std::size_t number = 0;
+  for (const char byte : bytes) number = number << 8 | static_cast<unsigned char>(byte);
+  return number;
+}
+
+/// Whether the bytes are a packet's length, which takes `width` of them, and a signature's body.
+bool IsBody(std::string_view bytes, std::size_t width, std::size_t length) {
+  constexpr char kFirstVersion = 3;
+  constexpr char kLastVersion = 6;
+  return bytes.size() == width + length && length > 0 && bytes[width] >= kFirstVersion &&
+         bytes[width] <= kLastVersion;
+}
+
+// RFC 4880, 4.2: a packet of tag 2, its length in the old or the new form.
+bool IsSignaturePacket(std::string_view bytes) {
+  if (bytes.size() < 6) return false;
+  const auto tag = static_cast<unsigned char>(bytes[0]);
+  const std::string_view rest = bytes.substr(1);
+  const std::size_t first = Number(rest.substr(0, 1));
+  if (tag == 0x88) return IsBody(rest, 1, first);
+  if (tag == 0x89) return IsBody(rest, 2, Number(rest.substr(0, 2)));
+  if (tag == 0x8A) return IsBody(rest, 4, Number(rest.substr(0, 4)));
+  if (tag != 0xC2) return false;
+  if (first < 192) return IsBody(rest, 1, first);
+  if (first < 224) return IsBody(rest, 2, ((first - 192) << 8) + Number(rest.substr(1, 1)) + 192);
+  return first == 255 && IsBody(rest, 5, Number(rest.substr(1, 4)));
+}
+
+}  // namespace
+
+bool IsSignatureContent(std::string_view bytes) {
+  return IsArmouredSignature(bytes) || IsSignaturePacket(bytes);
+}
+
+bool HoldsSignature(std::string_view path) {
+  platform::Files& files = platform::Host().files;
+  return files.Length(path) <= kLargest && IsSignatureContent(files.Read(path));
+}
+
+}  // namespace corvessa

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string_view>
+
+namespace corvessa {
+
+/// Whether the bytes are one OpenPGP signature, armoured or binary, and nothing else. A name can
+/// say anything: what only calls itself a signature is a document, which is not to travel in clear
+/// and not to be replaced.
+bool IsSignatureContent(std::string_view bytes);
+
+/// The same for a file, which must be there. Throws what Files throws.
+bool HoldsSignature(std::string_view path);
+
+}  // namespace corvessa
