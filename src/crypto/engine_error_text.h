@@ -6,7 +6,6 @@
 namespace corvessa {
 
 // The engine's statuses that the logic looks at.
-inline constexpr std::int32_t kStatusContentError = -3;
 inline constexpr std::int32_t kStatusWrongPassphrase = -4;
 inline constexpr std::int32_t kStatusIOError = -8;
 inline constexpr std::int32_t kStatusBadFormat = -9;

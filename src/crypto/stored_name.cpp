@@ -74,8 +74,8 @@ constexpr std::int32_t kMaximumFiles = 40;
 /// The folders taken by each stored name, and which data files stand where.
 class Places {
  public:
-  StoredPlace Take(std::string name, std::int32_t from) {
-    std::int32_t folder = from;
+  StoredPlace Take(std::string name) {
+    std::int32_t folder = 0;
     while (files_[folder] >= kMaximumFiles || !IsFree(name, folder)) ++folder;
     return TakeBeside(std::move(name), folder);
   }
@@ -118,7 +118,7 @@ std::vector<StoredPlace> StoredPlaces(const std::vector<std::string>& attachment
   for (std::size_t i = 0; i < places.size(); ++i) {
     const std::string& name = attachment_names[i];
     if (HasSignatureName(name)) continue;
-    places[i] = taken.Take(StoredFileName(name), 0);
+    places[i] = taken.Take(StoredFileName(name));
     data_folders.emplace(LCase(name), places[i].subfolder);
   }
   for (std::size_t i = 0; i < places.size(); ++i) {
@@ -133,7 +133,7 @@ std::vector<StoredPlace> StoredPlaces(const std::vector<std::string>& attachment
       folder = data->second;
       stands_beside = true;
     }
-    places[i] = stands_beside ? taken.TakeBeside(stored, folder) : taken.Take(stored, 0);
+    places[i] = stands_beside ? taken.TakeBeside(stored, folder) : taken.Take(stored);
   }
   return places;
 }

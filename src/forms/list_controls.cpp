@@ -14,12 +14,6 @@ void RowsControl::AddRow(std::string text) {
   rows_.push_back(std::move(text));
 }
 
-void RowsControl::InsertRow(int index, std::string text) {
-  if (index < 0 || index > RowCount()) Raise(kInvalidArgument);
-  rows_.insert(rows_.begin() + index, std::move(text));
-  if (selected_ >= index) ++selected_;
-}
-
 void RowsControl::RemoveRow(int index) {
   static_cast<void>(Row(index));
   rows_.erase(rows_.begin() + index);

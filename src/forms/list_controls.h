@@ -18,8 +18,6 @@ class RowsControl : public Control {
   /// The text of a row; Error (5) outside the list.
   const std::string& Row(int index) const;
   void AddRow(std::string text);
-  /// Puts the row at a place, moving the rest down.
-  void InsertRow(int index, std::string text);
   virtual void RemoveRow(int index);
   virtual void ClearRows();
 

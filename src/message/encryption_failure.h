@@ -12,7 +12,6 @@ inline constexpr std::int32_t kEncryptionCancelled = 1000;
 /// Answers of ReportEncryptionFailure and of the prompts behind it.
 inline constexpr std::int32_t kSendInClear = 6;
 inline constexpr std::int32_t kDoNotSend = 7;
-inline constexpr std::int32_t kClosedWithoutChoice = 3;
 
 /// Tells the user why encryption failed and asks whether to send in clear. Only kSendInClear is a
 /// consent; 1 means that there was nothing to report.
