@@ -4,7 +4,6 @@
 
 #include "accounts/nimbra_account.h"
 #include "addin/debug_info.h"
-#include "addin/topmost.h"
 #include "base/guard.h"
 #include "branding/customization.h"
 #include "forms/frm_modal_show_in_taskbar.h"
@@ -78,7 +77,7 @@ void frmLogin::OfferAddresses(std::string_view address, bool list_all) {
 void frmLogin::Form_Load() {
   Customization::CustomizeForm(*this);
   accepted_ = false;
-  corvessa::SetTopmost(*this, true);
+  SetTopmost(true);
 }
 
 void frmLogin::Form_Activate() {

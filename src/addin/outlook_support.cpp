@@ -11,7 +11,6 @@
 #include "addin/frm_timer.h"
 #include "addin/services.h"
 #include "addin/temp_files.h"
-#include "addin/topmost.h"
 #include "base/guard.h"
 #include "crypto/crypto_operations.h"
 #include "forms/frm_no_key_pairs.h"
@@ -40,7 +39,7 @@ std::shared_ptr<frmSplashScreen> ShowSplashScreen() {
   TraceLog("Launching splash screen...");
   auto splash = std::make_shared<frmSplashScreen>();
   splash->Show();
-  SetTopmost(*splash, true);
+  splash->SetTopmost(true);
   platform::Host().ui.DoEvents();
   return splash;
 }

@@ -2,7 +2,6 @@
 
 #include "accounts/settings.h"
 #include "accounts/user_management.h"
-#include "addin/topmost.h"
 #include "base/guard.h"
 #include "branding/customization.h"
 #include "message/header_fields.h"
@@ -25,7 +24,7 @@ void frmSendFromExternalApplication::Form_Load() {
 }
 
 void frmSendFromExternalApplication::Form_Activate() {
-  corvessa::SetTopmost(*this, true);
+  SetTopmost(true);
 }
 
 void frmSendFromExternalApplication::Init(const platform::MailItemPtr& item) {
