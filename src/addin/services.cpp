@@ -13,10 +13,8 @@ std::shared_ptr<CryptoOperations> g_oCrypto;
 namespace {
 
 std::shared_ptr<frmTimer> LoadedTimer() {
-  for (const FormPtr& form : LoadedForms()) {
-    if (auto timer = std::dynamic_pointer_cast<frmTimer>(form)) return timer;
-  }
-  return nullptr;
+  const auto timers = LoadedFormsOf<frmTimer>();
+  return timers.empty() ? nullptr : timers.front();
 }
 
 }  // namespace

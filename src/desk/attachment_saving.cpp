@@ -95,13 +95,6 @@ std::vector<std::string> SaveFromItem(const Item& item, const std::vector<fs::pa
   return complaints;
 }
 
-FormPtr FindSaveDialog() {
-  for (const FormPtr& form : LoadedForms()) {
-    if (form->Name() == kSaveDialog && form->IsVisible()) return form;
-  }
-  return nullptr;
-}
-
 /// A folder of the add-in's world that goes, with what is in it, at the end.
 class WorkFolder {
  public:
@@ -159,7 +152,7 @@ std::vector<std::string> SaveThroughDialog(DeskHost& host, const ButtonPtr& butt
   const WorkFolder work(host);
   const TerminalUi::Quiet quiet(host.Ui());
   button->Click();
-  const FormPtr dialog = FindSaveDialog();
+  const FormPtr dialog = FindVisibleForm(kSaveDialog);
   auto* const folder = dialog ? dynamic_cast<TextBox*>(dialog->Find("txtFolder")) : nullptr;
   auto* const save = dialog ? dynamic_cast<CommandButton*>(dialog->Find("cmdSave")) : nullptr;
   auto* const log = dialog ? dynamic_cast<TextBox*>(dialog->Find("txtResults")) : nullptr;

@@ -65,13 +65,6 @@ BarPtr FindStatusBar(const Bars& bars) {
   return nullptr;
 }
 
-FormPtr FindStatusWindow() {
-  for (const FormPtr& form : LoadedForms()) {
-    if (form->Name() == kStatusWindow && form->IsVisible()) return form;
-  }
-  return nullptr;
-}
-
 template <class ControlType>
 ControlType* FindControl(const Form& form, std::string_view name) {
   return dynamic_cast<ControlType*>(form.Find(name));
@@ -131,9 +124,9 @@ void ForgetUntried(std::vector<AttachmentReport>& attachments) {
 /// was open before.
 template <class Read>
 void WithStatusWindow(const ButtonPtr& button, Read read) {
-  const bool was_open = FindStatusWindow() != nullptr;
+  const bool was_open = FindVisibleForm(kStatusWindow) != nullptr;
   if (!button->Click()) return;
-  const FormPtr window = FindStatusWindow();
+  const FormPtr window = FindVisibleForm(kStatusWindow);
   if (!window) return;
   read(*window);
   if (!was_open) window->PressCloseBox();

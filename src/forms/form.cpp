@@ -133,6 +133,13 @@ std::vector<FormPtr> LoadedForms() {
   return Loaded();
 }
 
+FormPtr FindVisibleForm(std::string_view name) {
+  for (const FormPtr& form : Loaded()) {
+    if (form->Name() == name && form->IsVisible()) return form;
+  }
+  return nullptr;
+}
+
 void DropLoadedForms() {
   Form::DropAll();
 }

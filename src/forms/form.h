@@ -1,9 +1,9 @@
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "forms/control.h"
@@ -103,6 +103,19 @@ using FormPtr = std::shared_ptr<Form>;
 
 /// The forms that are loaded, in loading order; a copy, because handlers load and unload forms.
 std::vector<FormPtr> LoadedForms();
+
+/// Those of one class.
+template <class F>
+std::vector<std::shared_ptr<F>> LoadedFormsOf() {
+  std::vector<std::shared_ptr<F>> found;
+  for (const FormPtr& form : LoadedForms()) {
+    if (auto one = std::dynamic_pointer_cast<F>(form)) found.push_back(std::move(one));
+  }
+  return found;
+}
+
+/// The first loaded form of that name that is visible; null when there is none.
+FormPtr FindVisibleForm(std::string_view name);
 
 /// Hides every loaded form and takes it off the list without asking or running handlers; for the
 /// end of the process.

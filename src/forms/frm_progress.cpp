@@ -68,10 +68,8 @@ void frmProgress::Finish() {
 }
 
 std::shared_ptr<frmProgress> ProgressWindow() {
-  for (const FormPtr& form : LoadedForms()) {
-    if (auto window = std::dynamic_pointer_cast<frmProgress>(form)) return window;
-  }
-  return std::make_shared<frmProgress>();
+  const auto windows = LoadedFormsOf<frmProgress>();
+  return windows.empty() ? std::make_shared<frmProgress>() : windows.front();
 }
 
 void ShowCountedStep(std::string_view step, std::int64_t counter, std::size_t count) {

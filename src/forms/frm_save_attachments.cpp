@@ -22,9 +22,8 @@ constexpr std::int16_t kUnlocked = 0;
 constexpr std::int16_t kCancelled = 1;
 
 std::shared_ptr<frmSaveAttachments> FindDialog(std::string_view entry_id) {
-  for (const FormPtr& form : LoadedForms()) {
-    auto dialog = std::dynamic_pointer_cast<frmSaveAttachments>(form);
-    if (dialog && dialog->EntryID == entry_id) return dialog;
+  for (const auto& dialog : LoadedFormsOf<frmSaveAttachments>()) {
+    if (dialog->EntryID == entry_id) return dialog;
   }
   return nullptr;
 }
@@ -179,9 +178,8 @@ void OpenSaveAttachments(const platform::MailItemPtr& item) {
 }
 
 void UnloadSaveAttachments(std::string_view entry_id) {
-  for (const FormPtr& form : LoadedForms()) {
-    const auto dialog = std::dynamic_pointer_cast<frmSaveAttachments>(form);
-    if (dialog && dialog->EntryID == entry_id) dialog->Unload();
+  for (const auto& dialog : LoadedFormsOf<frmSaveAttachments>()) {
+    if (dialog->EntryID == entry_id) dialog->Unload();
   }
 }
 

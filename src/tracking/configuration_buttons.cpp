@@ -37,13 +37,6 @@ bool IsMailModeRefused() {
          (g_bDisableCorporateOrWorkgroupMode && RegistryHandlers::IsCorporateWorkgroupMode());
 }
 
-FormPtr FindVisibleSettingsDialog() {
-  for (const FormPtr& form : LoadedForms()) {
-    if (form->Name() == "frmManageUserKeys" && form->IsVisible()) return form;
-  }
-  return nullptr;
-}
-
 }  // namespace
 
 void ConfigurationButtons::InitButtons(const platform::ExplorerPtr& explorer, bool& done) {
@@ -98,7 +91,7 @@ void ConfigurationButtons::m_oConfigureBtn_Click(bool& /*cancel_default*/) {
     if (!g_bSettingsLoaded || IsMailModeRefused()) return;
     // The reload may have enabled an add-in that was disabled when Outlook started.
     if (!g_bDisableKVPEntirely) static_cast<void>(Housekeeping());
-    if (const FormPtr open = FindVisibleSettingsDialog()) {
+    if (const FormPtr open = FindVisibleForm("frmManageUserKeys")) {
       open->Show();
     } else {
       std::make_shared<frmManageUserKeys>()->Show();
