@@ -9,6 +9,7 @@
 #include "addin/temp_files.h"
 #include "base/checked.h"
 #include "base/guard.h"
+#include "base/paths.h"
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
 #include "platform/files.h"

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/guard.h"
+#include "base/paths.h"
 #include "base/text.h"
 #include "platform/files.h"
 #include "platform/host.h"
@@ -43,10 +44,6 @@ void RemoveFolderIfEmpty(std::string_view folder) noexcept {
       if (!LCase(emptied).starts_with(shared)) return;
     }
   });
-}
-
-std::string_view FolderOf(std::string_view path) {
-  return path.substr(0, path.rfind('\\') + 1);
 }
 
 }  // namespace corvessa

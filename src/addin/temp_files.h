@@ -22,9 +22,6 @@ void DeleteOrQueue(std::string_view path) noexcept;
 /// the user's folder for temporary files, which stays.
 void RemoveFolderIfEmpty(std::string_view folder) noexcept;
 
-/// The folder part of a path, with its trailing backslash.
-std::string_view FolderOf(std::string_view path);
-
 /// Keeps the queued files on disk while it lives. An operation may queue a file that it still needs
 /// should it fail, and dialogs let the housekeeping timer tick meanwhile.
 class KeepQueuedFiles {

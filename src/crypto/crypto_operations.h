@@ -14,10 +14,9 @@
 
 namespace corvessa {
 
-/// The only class that talks to the encryption engine. The order of the public operations is the
-/// order of its binary interface. Mail operations answer with small status codes and never throw;
-/// the configuration operations, Init, GetLastError, DecryptFileEx and AddToVector let the engine's
-/// errors through.
+/// The only class that talks to the encryption engine. What configures it, Init, GetLastError,
+/// DecryptFileEx, AddToVector, AddKeyAccountsToRecp and VerifyAttachment let its errors through; no
+/// other public operation throws.
 class CryptoOperations {
  public:
   CryptoOperations();

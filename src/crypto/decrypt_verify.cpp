@@ -21,7 +21,6 @@ namespace corvessa {
 namespace {
 
 constexpr std::int32_t kGivenUp = -1;
-constexpr int kMaximumAttempts = 3;
 
 }  // namespace
 
@@ -60,7 +59,7 @@ NimbraAccountPtr CryptoOperations::LoginAndDecrypt(std::string_view armoured, st
   std::int32_t status = 1;
   for (int attempts = 0;; ++attempts) {
     Debug_Info::TraceLog("Loop once trying to authenticate");
-    if (attempts >= kMaximumAttempts) {
+    if (attempts >= kPassphraseAttempts) {
       Debug_Info::TraceLog("DecryptMailItem - wrong passphrase or account 3 times");
       return nullptr;
     }

@@ -4,6 +4,7 @@
 #include "addin/debug_info.h"
 #include "addin/temp_files.h"
 #include "base/guard.h"
+#include "base/paths.h"
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/each_attachment.h"
@@ -38,14 +39,6 @@ void KeepOriginal(AttachmentNode& node) {
   throw error;
 }
 
-AttachmentNodePtr FindData(const AttachmentNodes& attachments, const AttachmentNode& signature) {
-  const std::string data_path = LCase(SignedName(signature.sFilename));
-  for (const AttachmentNodePtr& node : attachments) {
-    if (LCase(node->sFilename) == data_path) return node;
-  }
-  return nullptr;
-}
-
 std::string OutcomeText(std::int32_t engine_status, const std::string& signers,
                         bool has_unknown_signers) {
   if (engine_status == kEngineGoodSignature) return "Verified signatures by: " + signers;
@@ -63,7 +56,7 @@ std::int32_t CryptoOperations::DecryptAttachment(AttachmentNode& node) {
     KeepOriginal(node);
     const std::int32_t status = Engine().DecryptFileEx(node.sFilename, nullptr);
     if (status != kDecrypted) DropCopy(node);
-    return status == kStatusBadFormat ? kNotEncrypted : status;
+    return DecryptStatusOf(status);
   });
 }
 
@@ -75,9 +68,7 @@ std::int32_t CryptoOperations::DecryptAllAttachments(const platform::MailItemPtr
       if (IsSignature(node->sFilename, attachments, item) && HoldsSignature(node->sFilename))
         return;
       node->lDecryptStatus = DecryptAttachment(*node);
-      const bool failed =
-          node->lDecryptStatus != kDecrypted && node->lDecryptStatus != kNotEncrypted;
-      if (failed) result = node->lDecryptStatus;
+      if (!IsReadable(node->lDecryptStatus)) result = node->lDecryptStatus;
     });
     Debug_Info::TraceLog("DecryptAllAttachments returned " + Decimal(result));
   });
@@ -92,7 +83,7 @@ std::int32_t CryptoOperations::VerifyAllAttachments(AttachmentNodes& attachments
       if (!HasSignatureName(FileNameOf(signature->sFilename))) return;
       // What was encrypted is a document with a signature's name.
       if (signature->lDecryptStatus == kDecrypted) return;
-      const AttachmentNodePtr data = FindData(attachments, *signature);
+      const AttachmentNodePtr data = FindByPath(attachments, SignedName(signature->sFilename));
       if (!data) return;
       data->lSignStatus = signature->lSignStatus = kStatusUnexpected;
       Guarded("CryptoOperations:VerifyAllAttachments - ",
@@ -107,12 +98,11 @@ std::string CryptoOperations::VerifyAttachment(AttachmentNode& data, AttachmentN
   signature.bDetachedSig = true;
   const auto known = platform::Host().engine.CreateStringVector();
   const auto unknown = platform::Host().engine.CreateStringVector();
-  const bool is_readable =
-      data.lDecryptStatus == kDecrypted || data.lDecryptStatus == kNotEncrypted;
   // What could not be decrypted cannot be verified either, and must not pass for forged.
   const std::int32_t status =
-      is_readable ? Engine().VerifyFile(data.sFilename, signature.sFilename, *known, *unknown)
-                  : data.lDecryptStatus;
+      IsReadable(data.lDecryptStatus)
+          ? Engine().VerifyFile(data.sFilename, signature.sFilename, *known, *unknown)
+          : data.lDecryptStatus;
   data.lSignStatus = signature.lSignStatus = SignStatusOf(status);
   data.sSigners = signature.sSigners = VectorToString(*known);
   return "Attachment: " + ForDisplay(data.sDisplayName) + "\r\n" +

@@ -3,9 +3,12 @@
 #include <utility>
 
 #include "accounts/nimbra_account.h"
-#include "accounts/user_management.h"
+#include "accounts/settings.h"
 
 namespace corvessa {
+
+/// How often the user is asked before an operation gives up.
+inline constexpr int kPassphraseAttempts = 3;
 
 /// A passphrase that the user has typed for an account and that the engine has yet to take: unless
 /// it was accepted, nothing of it is kept, also when the engine fails as a call.

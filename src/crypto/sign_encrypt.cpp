@@ -3,12 +3,12 @@
 #include "addin/message_box.h"
 #include "addin/temp_files.h"
 #include "base/guard.h"
+#include "base/paths.h"
 #include "crypto/crypto_operations.h"
+#include "crypto/stored_files.h"
 #include "message/encryption_failure.h"
 #include "message/header_fields.h"
 #include "message/message_body.h"
-#include "platform/files.h"
-#include "platform/host.h"
 
 namespace corvessa {
 namespace {
@@ -50,13 +50,6 @@ class Checkpoint {
   std::vector<AttachmentNode> states_;
 };
 
-/// Raises while the item still has what it had.
-void RequireFiles(const AttachmentNodes& nodes) {
-  for (const AttachmentNodePtr& node : nodes) {
-    if (!platform::Host().files.FileExists(node->sFilename)) Raise(kFileNotFound);
-  }
-}
-
 bool AskToSendUnsigned() {
   return ShowMessageBox("Failed to sign email.  Send without signature?", true, false) ==
          kBoxAnswerOk;
@@ -66,6 +59,7 @@ bool AskToSendUnsigned() {
 
 std::int32_t CryptoOperations::PutProcessedAttachments(const platform::MailItemPtr& item,
                                                        const AttachmentNodes& attachments) {
+  // Raises while the item still has what it had.
   RequireFiles(attachments);
   // One failure is not taken for an answer: Outlook may hold an attachment for a moment.
   if (!ClearAttachments(item) && !ClearAttachments(item)) {

@@ -14,7 +14,6 @@ namespace corvessa {
 namespace {
 
 constexpr std::int32_t kGivenUp = -1;
-constexpr int kMostAttempts = 3;
 /// The engine's other way to say that a passphrase is wrong, and where the loop begins.
 constexpr std::int32_t kNotAuthenticated = 1;
 
@@ -34,7 +33,7 @@ std::optional<std::int32_t> CryptoOperations::UnlockSigner(const NimbraAccountPt
   std::int32_t status = kNotAuthenticated;
   for (int attempts = 0; status == kNotAuthenticated || status == kStatusWrongPassphrase;
        ++attempts) {
-    if (attempts >= kMostAttempts) return std::nullopt;
+    if (attempts >= kPassphraseAttempts) return std::nullopt;
     const LoginReason reason = status == kStatusWrongPassphrase ? LoginReason::kWrongPassphrase
                                                                 : LoginReason::kFirstRequest;
     const NimbraAccountPtr account =

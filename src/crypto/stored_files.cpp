@@ -1,9 +1,11 @@
 #include "crypto/stored_files.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
 #include "addin/temp_files.h"
+#include "base/error.h"
 #include "base/text.h"
 #include "platform/clock.h"
 #include "platform/files.h"
@@ -18,11 +20,6 @@ platform::Files& Files() {
 
 }  // namespace
 
-std::string_view FileNameOf(std::string_view path) {
-  const std::size_t backslash = path.rfind('\\');
-  return backslash == std::string_view::npos ? path : path.substr(backslash + 1);
-}
-
 std::string CreatePrivateFolder() {
   constexpr double kNames = 1'000'000'000;
   platform::Clock& clock = platform::Host().clock;
@@ -35,6 +32,20 @@ std::string CreatePrivateFolder() {
   // Something that has come between fails here: what is there already is never used.
   Files().CreateFolder(folder);
   return folder + "\\";
+}
+
+AttachmentNodePtr FindByPath(const AttachmentNodes& nodes, std::string_view path) {
+  const std::string wanted = LCase(path);
+  const auto found = std::find_if(nodes.begin(), nodes.end(), [&](const AttachmentNodePtr& node) {
+    return LCase(node->sFilename) == wanted;
+  });
+  return found == nodes.end() ? nullptr : *found;
+}
+
+void RequireFiles(const AttachmentNodes& nodes) {
+  for (const AttachmentNodePtr& node : nodes) {
+    if (!Files().FileExists(node->sFilename)) Raise(kFileNotFound);
+  }
 }
 
 void DeleteStoredFiles(AttachmentNodes& attachments) noexcept {

@@ -7,12 +7,15 @@
 
 namespace corvessa {
 
-/// The part of a Windows path behind its last backslash.
-std::string_view FileNameOf(std::string_view path);
-
 /// A new, randomly named, private folder below the user's folder for temporary files, with a
 /// trailing backslash.
 std::string CreatePrivateFolder();
+
+/// The node of the file with that path (compared without case); null when there is none.
+AttachmentNodePtr FindByPath(const AttachmentNodes& nodes, std::string_view path);
+
+/// Raises Error 53 when the file of a node is not there.
+void RequireFiles(const AttachmentNodes& nodes);
 
 /// Deletes the nodes' files and whatever folders that leaves empty, and empties the collection. A
 /// file that is there and cannot be deleted goes to the delete queue. Never fails, and needs no

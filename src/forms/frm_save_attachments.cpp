@@ -5,35 +5,26 @@
 #include "addin/message_box.h"
 #include "addin/services.h"
 #include "base/guard.h"
+#include "base/paths.h"
 #include "base/text.h"
 #include "branding/customization.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/engine_error_text.h"
-#include "crypto/signature_name.h"
+#include "crypto/passphrase_trial.h"
 #include "crypto/stored_files.h"
+#include "crypto/verify_status.h"
 #include "platform/files.h"
 #include "platform/host.h"
 
 namespace corvessa {
 namespace {
 
-constexpr std::int16_t kMaximumAttempts = 3;
 constexpr std::int16_t kUnlocked = 0;
 constexpr std::int16_t kCancelled = 1;
 
 std::shared_ptr<frmSaveAttachments> FindDialog(std::string_view entry_id) {
   for (const auto& dialog : LoadedFormsOf<frmSaveAttachments>()) {
     if (dialog->EntryID == entry_id) return dialog;
-  }
-  return nullptr;
-}
-
-AttachmentNodePtr FindSignature(const AttachmentNodes& nodes, const AttachmentNode& data) {
-  const std::string path = LCase(data.sFilename);
-  for (const AttachmentNodePtr& node : nodes) {
-    if (HasSignatureName(node->sFilename) && LCase(SignedName(node->sFilename)) == path) {
-      return node;
-    }
   }
   return nullptr;
 }
@@ -122,11 +113,11 @@ void frmSaveAttachments::SaveOne(const std::string& folder, AttachmentNode& data
   if (!data.bDetachedSig) {
     data.lDecryptStatus = Decrypt(data);
     if (!IsLoaded()) return;
-    if (data.lDecryptStatus != kDecrypted && data.lDecryptStatus != kNotEncrypted) {
+    if (!IsReadable(data.lDecryptStatus)) {
       Report(outcome + "\r\nNot saved: " + std::string(EngineErrorText(data.lDecryptStatus)));
       return;
     }
-    if (const auto signature = FindSignature(nodes, data)) {
+    if (const auto signature = FindByPath(nodes, data.sFilename + ".sig")) {
       outcome = crypto->VerifyAttachment(data, *signature);
     }
   }
@@ -140,7 +131,7 @@ std::int32_t frmSaveAttachments::Decrypt(const AttachmentNode& node) {
   std::int32_t status = crypto->DecryptFileEx(node.sFilename);
   std::int16_t attempts = 0;
   std::int16_t wrong_account = 0;
-  while (IsLoaded() && !login_cancelled_ && attempts < kMaximumAttempts &&
+  while (IsLoaded() && !login_cancelled_ && attempts < kPassphraseAttempts &&
          (status == kStatusWrongPassphrase || status == kStatusNoKey)) {
     const std::int16_t answer = crypto->Authenticate(attempts, wrong_account);
     login_cancelled_ = answer == kCancelled;
@@ -148,7 +139,7 @@ std::int32_t frmSaveAttachments::Decrypt(const AttachmentNode& node) {
     status = crypto->DecryptFileEx(node.sFilename);
     wrong_account = 1;
   }
-  return status == kStatusBadFormat ? kNotEncrypted : status;
+  return DecryptStatusOf(status);
 }
 
 bool frmSaveAttachments::CopyTo(const std::string& path, const AttachmentNode& node) {

@@ -1,8 +1,7 @@
-#include <algorithm>
-
 #include "addin/debug_info.h"
 #include "addin/temp_files.h"
 #include "base/guard.h"
+#include "base/paths.h"
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/engine_error_text.h"
@@ -71,14 +70,6 @@ void TraceFile(const AttachmentNode& node) {
 /// Armour in the form that a text file has on the systems that will read it.
 std::string WithCrLf(std::string_view text) {
   return Replace(Replace(text, kCrLf, "\n"), "\n", kCrLf);
-}
-
-AttachmentNodePtr FindByPath(const AttachmentNodes& nodes, std::string_view path) {
-  const std::string wanted = LCase(path);
-  const auto found = std::find_if(nodes.begin(), nodes.end(), [&](const AttachmentNodePtr& node) {
-    return LCase(node->sFilename) == wanted;
-  });
-  return found == nodes.end() ? nullptr : *found;
 }
 
 /// A signature that the user attached makes way for the new one, but goes back into the item should

@@ -5,6 +5,7 @@
 #include "addin/debug_info.h"
 #include "addin/message_box.h"
 #include "base/guard.h"
+#include "base/paths.h"
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/each_attachment.h"
@@ -92,15 +93,6 @@ const std::string& PathToInsert(const AttachmentNode& node, bool originals) {
   return originals ? node.original_filename : node.sFilename;
 }
 
-/// Before an item gives its own attachments away for processed files, all of these have to be
-/// there. One that has given them away already gets what there is.
-void RequireFiles(platform::MailItem& item, const AttachmentNodes& attachments) {
-  if (item.Attachments()->Count() == 0) return;
-  for (const AttachmentNodePtr& node : attachments) {
-    if (!Files().FileExists(node->sFilename)) Raise(kFileNotFound);
-  }
-}
-
 std::string FailureText(const Error& error) {
   constexpr std::string_view kStart = "Cannot save the attachment. ";
   if (error.description.starts_with(kStart)) return error.description;
@@ -145,7 +137,9 @@ bool CryptoOperations::ReInsertAttachments(const platform::MailItemPtr& item,
                                            const AttachmentNodes& attachments, bool originals) {
   constexpr std::string_view kPrefix = "CryptoOperations:ReInsertAttachments - ";
   return Guarded(kPrefix, false, [&] {
-    if (!originals) RequireFiles(*item, attachments);
+    // Before the item gives its own attachments away for processed files, all of these have to be
+    // there. One that has given them away already gets what there is.
+    if (!originals && item->Attachments()->Count() > 0) RequireFiles(attachments);
     const bool cleared = ClearAttachments(item);
     if (!cleared && !originals) return false;
     // Attachments are taken out from the last one on: the first ones are still there.
