@@ -33,13 +33,18 @@ TEST_F(TraceFile, IsWrittenLineByLineOnlyWhileTheSwitchIsOn) {
   EXPECT_EQ(mode, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
 }
 
-TEST_F(TraceFile, IsNotWrittenThroughALinkAndTheCallerCarriesOn) {
-  g_bLogDebuggingInfo = true;
-  files.Write("c:\\precious.txt", "precious");
-  std::filesystem::create_symlink(files.LocalPath("c:\\precious.txt"), files.LocalPath(kTraceFile));
-  TraceLog("lost");
-  EXPECT_EQ(files.Read("c:\\precious.txt"), "precious");
-  std::filesystem::remove(files.LocalPath(kTraceFile));
+TEST_F(TraceFile, FailsATestForEachErrorLine) {
+  for (const std::string error :
+       {"Some::Routine - ", "Module:Routine - ", ": Routine - ", ":DoLogin - ", "Customize: Error ",
+        "DeleteTemporaryFiles: Error code: 53 ", "m_oApplication_ItemSend: "}) {
+    TraceLog(error + "two\r\nlines");
+    EXPECT_EQ(UnexpectedErrors(), Lines{error + "two\r\nlines"});
+    AllowError(error);
+  }
+  for (const char* no_error : {"a - b: none", "DeleteTemporaryFiles: Error code: 0 ()",
+                               "m_oApplication_ItemSend: Sending original"}) {
+    TraceLog(no_error);
+  }
 }
 
 TEST_F(TraceFile, HoldsOneLineForEachAttributeInTheirOrder) {

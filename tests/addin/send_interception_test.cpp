@@ -9,6 +9,7 @@
 #include "forms/frm_no_keys_found.h"
 #include "forms/frm_send_from_external_application.h"
 #include "sending.h"
+#include "support/form_checks.h"
 #include "support/gpg.h"
 
 namespace corvessa::testing {
@@ -238,63 +239,6 @@ TEST_F(SendInterception, TheUserDecidesAboutEachObstacle) {
   }
 }
 
-constexpr std::string_view kTraceOfEncryption = R"(Checking for encryption and signing options bar
-Does not exist (1)
-Loading external send form
-m_oApplication_ItemSend: Sending original
-Checking for encryption and signing options bar
-Does not exist (1)
-:StoreAllAttachments/1
-:StoreAllAttachments/2
-:StoreAllAttachments/3/1
-:StoreAllAttachments/4/1
-:StoreAllAttachments/5
-EncryptMailItem - Finding message body (-1, 1)
-EncryptMailItem - Determining recipients (-1, 2)
-ConcatenateRecpAddrs - Recipients: SafeRecipients
-ConcatenateRecpAddrs - False
-ConcatenateRecpAddrs - Count: 2
-ConcatenateRecpAddrs - Item: 1
-ConcatenateRecpAddrs - Item Type: SafeRecipient
-GetRealAddress: Start
-GetRealAddress: Address is ann@example.org
-GetRealAddress: Got a valid address immediately: ann@example.org
-ConcatenateRecpAddrs - Item: ann@example.org
-ConcatenateRecpAddrs - Item: 2
-ConcatenateRecpAddrs - Item Type: SafeRecipient
-GetRealAddress: Start
-GetRealAddress: Address is bob@example.org
-GetRealAddress: Got a valid address immediately: bob@example.org
-ConcatenateRecpAddrs - Item: bob@example.org
-ConcatenateRecpAddrs - returning 0
-ConcatenateRecpAddrs - sResult=ann@example.org;bob@example.org
-EncryptMailItem - Adding recipients (-1, 3)
-EncryptMailItem - Found recipients "ann@example.org;bob@example.org
-EncryptMailItem - Encrypting (-1, 4)
-EncryptMailItem - Adding "ann@example.org
-EncryptMailItem - Adding final "bob@example.org
-EncryptMailItem - Checking for keys "ann@example.org
-EncryptMailItem - Checking for keys "bob@example.org
-EncryptMailItem - About to encrypt text (0, 6)
-EncryptMailItem - Finished encrypting text (?) (0, 8)
-EncryptMailItem - Remove HTML body (0, 9)
-EncryptMailItem - Encrypting attachments (0, 10)
-EncryptAllAttachments - Encrypting nodes (0, 1)
-EncryptAllAttachments - Encrypting "c:\Temp\mail236455525\a.txt (a.txt)
-EncryptAllAttachments - Full path to temporary file: c:\Temp\mail236455525\a.txt
-EncryptAllAttachments - Full filename to temporary file: a.txt
-EncryptAllAttachments - File Attributes: 32
-Attribute: Archive
-EncryptAllAttachments - File Size: 11
-EncryptAllAttachments - EF2F: Temp encrypted file: c:\Temp\mail236455525\tmp36\a.txt
-EncryptAllAttachments - EF2F: Encrypted error code: 0
-EncryptAllAttachments - EF2F: Adding original to delete queue
-EncryptAllAttachments - EF2F: File encrypted, updating path in attachment node
-EncryptAllAttachments - Encrypted "c:\Temp\mail236455525\tmp36\a.txt
-EncryptAllAttachments - Finished (0, 2)
-EncryptMailItem - Finished encrypting attachments (0, 10)
-)";
-
 TEST_F(SendInterception, AnotherProgramsMailAsksForItsChoices) {
   const auto item = outlook.NewMail();
   item->EditBody(kText);
@@ -312,7 +256,7 @@ TEST_F(SendInterception, AnotherProgramsMailAsksForItsChoices) {
   ASSERT_TRUE(sent);
   std::string trace;
   for (const std::string& line : Trace()) trace += line + "\n";
-  EXPECT_EQ(trace, kTraceOfEncryption);
+  ExpectGolden("trace_of_encryption", trace);
   EXPECT_EQ(ReadByGpg(*sent->body), kText);
   // Who opens it sees that there are two readers, and not who they are.
   gpg.Run("--list-packets", *sent->body);

@@ -70,19 +70,6 @@ TEST_F(FormModel, LivesWhileLoadedAndIsFreedWhenUnloadedUnderItsOwnHandler) {
   EXPECT_TRUE(LoadedForms().empty());
 }
 
-TEST_F(FormModel, ModalShowReturnsWhenHiddenOrUnloaded) {
-  ui.Expect<frmProbe>("frmProbe", [](frmProbe& probe) {
-    EXPECT_TRUE(probe.IsModal());
-    probe.Hide();
-  });
-  form->ShowModal();
-  EXPECT_FALSE(form->IsModal());
-  EXPECT_TRUE(form->IsLoaded());
-  ui.Expect<frmProbe>("frmProbe", [](frmProbe& probe) { probe.PressCloseBox(); });
-  form->ShowModal();
-  EXPECT_FALSE(form->IsLoaded());
-}
-
 TEST_F(FormModel, ADisabledOrHiddenFrameBlocksItsChildrenWhateverTheirOwnFlagsSay) {
   form->fraBox.Enabled = false;
   form->txtName.Type("x");

@@ -1,9 +1,9 @@
 #include "support/addin_fixture.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstddef>
 #include <filesystem>
+#include <regex>
 #include <utility>
 
 #include "addin/debug_info.h"
@@ -36,34 +36,13 @@ platform::RegistryKeyPtr Opened(platform::RegistryKey& root, std::string_view na
   return key;
 }
 
-std::size_t WordLength(std::string_view text) {
-  const auto is_word = [](unsigned char c) { return std::isalnum(c) != 0 || c == '_'; };
-  return static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), is_word) -
-                                  text.begin());
-}
-
-bool Take(std::string_view& text, std::string_view prefix) {
-  if (!text.starts_with(prefix)) return false;
-  text.remove_prefix(prefix.size());
-  return true;
-}
-
 /// A line that the error boundary wrote, as "Class::Routine - ", "Module:Routine - " or
 /// ":Routine - " and a description, or one of the places that word their own.
-bool IsErrorLine(std::string_view entry) {
-  if (entry == "DeleteTemporaryFiles: Error code: 0 ()") return false;
-  constexpr std::string_view kItemSend = "m_oApplication_ItemSend: ";
-  if (entry.starts_with(kItemSend)) return entry.substr(kItemSend.size()) != "Sending original";
-  for (const std::string_view own :
-       {"AlreadySeenProductUpdateMessage: ", "Customize: Error ", "DeleteTemporaryFiles: Error "}) {
-    if (entry.starts_with(own)) return true;
-  }
-  entry.remove_prefix(WordLength(entry));
-  if (!Take(entry, ":")) return false;
-  Take(entry, ":");
-  Take(entry, " ");
-  const std::size_t routine = WordLength(entry);
-  return routine > 0 && entry.substr(routine).starts_with(" - ");
+bool IsErrorLine(const std::string& entry) {
+  static const std::regex error(
+      R"(\w*::? ?\w+ - |AlreadySeenProductUpdateMessage: |Customize: Error )"
+      R"(|DeleteTemporaryFiles: Error (?!code: 0 \(\))|m_oApplication_ItemSend: (?!Sending original$))");
+  return std::regex_search(entry, error, std::regex_constants::match_continuous);
 }
 
 /// The ordinary files below a folder that satisfy a condition, relative to it, sorted.
