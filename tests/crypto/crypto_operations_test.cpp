@@ -233,25 +233,12 @@ TEST_F(CryptoOperationsTest, VectorsTakeEachTextOnceComparedExactly) {
   EXPECT_EQ(addresses.items, (std::vector<std::string>{"a@x.org", "A@x.org", " a@x.org"}));
 }
 
-TEST_F(CryptoOperationsTest, EveryStatusHasItsText) {
-  const std::string_view texts[] = {
-      "Failed to verify.",
-      "Failed to initialise Key Management Services. Please check your connection.",
-      "Failed to get cetificate.",
-      "Error encountered in content.",
-      "Failure while retrieving PGP Key.",
-      "No such algorithm supported.",
-      "Invalid key returned.",
-      "Error encountered with key store.",
-      "IO Exception encountered.",
-      "Bad data format encountered.",
-      "Unexpected error with signature.",
-      "Unexpected error encountered.",
-      "No aliases available to perform operation.",
-      "No matching key pair avaliable.",
-      "Unknown error encountered."};
-  for (std::int32_t code = 0; code >= -14; --code) EXPECT_EQ(EngineErrorText(code), texts[-code]);
-  EXPECT_EQ(EngineErrorText(5), "Unknown error encountered.");
+TEST_F(CryptoOperationsTest, AStatusOutsideTheTableHasATextToo) {
+  EXPECT_EQ(EngineErrorText(0), "Failed to verify.");
+  EXPECT_EQ(EngineErrorText(-13), "No matching key pair avaliable.");
+  for (const int unknown : {-14, -15, 1, 5}) {
+    EXPECT_EQ(EngineErrorText(unknown), "Unknown error encountered.");
+  }
 }
 
 TEST_F(CryptoOperationsTest, ErrorsOfConfigurationReachTheCallerAndLeaveNoHalfConfiguredEngine) {

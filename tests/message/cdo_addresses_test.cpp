@@ -9,19 +9,6 @@
 namespace corvessa::testing {
 namespace {
 
-constexpr const char* kMissingCDO =
-    "The Microsoft Collaboration Data Objects are required\r\n"
-    "to take advantage of the full functionality of Corvessa Professional for Outlook.\r\n"
-    "\r\n"
-    "1) Select 'Settings' -> 'Control Panel' in your Start Menu\r\n"
-    "2) Double click on 'Add/Remove Programs'\r\n"
-    "3) Select 'Microsoft Office'\r\n"
-    "4) Click 'Change'\r\n"
-    "5) Click 'Add or Remove Features'\r\n"
-    "6) Expand the 'Microsoft Outlook for Windows' option\r\n"
-    "7) Pull down the tab by 'Collaboration Data Objects' to select 'Run from my Computer'\r\n"
-    "8) Click 'Update Now'\r\n";
-
 class Addresses : public AddInFixture {
  protected:
   Addresses() {
@@ -88,7 +75,7 @@ TEST_F(Addresses, TellOnceThatCDOIsMissing) {
   for (int i = 0; i < 2; ++i) {
     EXPECT_EQ(Resolve({desk::RecipientKind::kTo, "x", "/o=Ex/cn=Cy", "5", {}}), "");
   }
-  EXPECT_EQ(told, kMissingCDO);
+  ExpectGolden("cdo_is_missing", told);
   const auto trace = Trace();
   EXPECT_EQ(std::count(trace.begin(), trace.end(),
                        "GetMAPISession - Error encountered: 429 ActiveX component can't create "
