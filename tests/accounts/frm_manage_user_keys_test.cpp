@@ -2,11 +2,6 @@
 
 #include <fstream>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "accounts/nimbra_account.h"
 #include "accounts/registry_handlers.h"

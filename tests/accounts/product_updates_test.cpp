@@ -1,9 +1,6 @@
 #include "accounts/product_updates.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <memory>
-#include <string>
 
 #include "accounts/frm_manage_user_keys.h"
 #include "base/text.h"

@@ -1,7 +1,6 @@
 #include "addin/debug_info.h"
 
 #include <filesystem>
-#include <gtest/gtest.h>
 
 #include "support/addin_fixture.h"
 

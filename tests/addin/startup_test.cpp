@@ -1,4 +1,3 @@
-#include <gtest/gtest.h>
 
 #include "accounts/frm_manage_user_keys.h"
 #include "accounts/nimbra_account.h"

@@ -1,7 +1,5 @@
 #include "branding/customization.h"
 
-#include <gtest/gtest.h>
-
 #include "addin/debug_info.h"
 #include "forms/controls.h"
 #include "forms/form.h"

@@ -1,7 +1,5 @@
 #include "forms/form.h"
 
-#include <gtest/gtest.h>
-
 #include "addin/debug_info.h"
 #include "base/guard.h"
 #include "forms/controls.h"

@@ -1,8 +1,6 @@
 #include "tracking/configuration_buttons.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <memory>
 
 #include "accounts/settings.h"
 #include "base/error.h"
