@@ -43,14 +43,12 @@ TEST_F(FrmTimer, DeletesQueuedFilesFromTheLastOnWholeMinutes) {
   }
   EXPECT_EQ(g_colTempFiles, (std::vector{first, gone, third}));
   Tick(60);
-  EXPECT_EQ(Trace(), (std::vector<std::string>{
-                         "DeleteTemporaryFiles: Kill: " + third,
-                         "DeleteTemporaryFiles: Error code: 0 ()",
-                         "DeleteTemporaryFiles: Kill: " + gone,
-                         "DeleteTemporaryFiles: Error code: 53 (File not found)",
-                         "DeleteTemporaryFiles: Kill: " + first,
-                         "DeleteTemporaryFiles: Error code: 0 ()",
-                     }));
+  EXPECT_EQ(Trace(),
+            (std::vector<std::string>{
+                "DeleteTemporaryFiles: Kill: " + third, "DeleteTemporaryFiles: Error code: 0 ()",
+                "DeleteTemporaryFiles: Kill: " + gone,
+                "DeleteTemporaryFiles: Error code: 53 (File not found)",
+                "DeleteTemporaryFiles: Kill: " + first, "DeleteTemporaryFiles: Error code: 0 ()"}));
   EXPECT_EQ(g_colTempFiles, std::vector{gone});
   EXPECT_FALSE(files.FolderExists(temporary + "mail1"));
   EXPECT_TRUE(files.FolderExists(temporary));
@@ -102,11 +100,9 @@ TEST_F(FrmTimer, ForgetsPassphrasesAlsoWhenTheEngineFails) {
   Tick(60);
   timer->m_lTicks = 2147483647;
   Tick(1);
-  EXPECT_EQ(Trace(), (std::vector<std::string>{
-                         "frmTimer::ResetCryptoAndAccounts - gone",
-                         "frmTimer::CheckResetCryptoAndAccounts - Overflow",
-                         "frmTimer::tmrTimer_Timer - Overflow",
-                     }));
+  EXPECT_EQ(Trace(), (std::vector<std::string>{"frmTimer::ResetCryptoAndAccounts - gone",
+                                               "frmTimer::CheckResetCryptoAndAccounts - Overflow",
+                                               "frmTimer::tmrTimer_Timer - Overflow"}));
 }
 
 }  // namespace

@@ -50,18 +50,15 @@ class SendFaults : public Sending, public ::testing::WithParamInterface<std::siz
       if (sent) {
         EXPECT_EQ(sent->attachments.size(), before.attachments.size());
       } else {
-        ExpectUnchanged(item->Data(), before);
+        const desk::ItemData& now = item->Data();
+        EXPECT_EQ(*now.body, *before.body);
+        EXPECT_EQ(*now.html, *before.html);
+        EXPECT_EQ(now.recipients, before.recipients);
+        EXPECT_EQ(Attachments(now), Attachments(before));
       }
       ExpectNothingLeft();
       if (item->Window()) outlook.Close(item->Window());
     }
-  }
-
-  void ExpectUnchanged(const desk::ItemData& now, const desk::ItemData& before) {
-    EXPECT_EQ(*now.body, *before.body);
-    EXPECT_EQ(*now.html, *before.html);
-    EXPECT_EQ(now.recipients, before.recipients);
-    EXPECT_EQ(Attachments(now), Attachments(before));
   }
 
   void ExpectNothingLeft() {
@@ -81,12 +78,9 @@ class SendFaults : public Sending, public ::testing::WithParamInterface<std::siz
 INSTANTIATE_TEST_SUITE_P(, SendFaults, ::testing::Values(1, 2));
 
 bool HoldsCanary(const desk::ItemData& data) {
-  const auto attachments = Attachments(data);
-  return data.html->find(kCanary) != std::string::npos ||
-         data.body->find(kCanary) != std::string::npos ||
-         std::any_of(attachments.begin(), attachments.end(), [](const std::string& attachment) {
-           return attachment.find(kCanary) != std::string::npos;
-         });
+  std::string whole = *data.html + *data.body;
+  for (const std::string& attachment : Attachments(data)) whole += attachment;
+  return whole.find(kCanary) != std::string::npos;
 }
 
 void ExpectWholeAndEncrypted(const desk::ItemData& sent) {

@@ -187,41 +187,35 @@ TEST_F(CryptoOperationsTest, HasKeypairIsTristate) {
 }
 
 TEST_F(CryptoOperationsTest, AuthenticateAsksInTheModeOfTheAttemptAndCountsIt) {
-  const auto answer_login = [&](const std::string& prompt, bool accept) {
-    ui.Expect<frmLogin>("frmLogin", [prompt, accept](frmLogin& form) {
-      EXPECT_EQ(form.txtPrompt1.Caption(), prompt);
-      form.txtPassword.Type("open sesame");
-      accept ? form.cmdOK.Press() : form.cmdCancel.Press();
-    });
+  const std::string first = "Please enter your Corvessa passphrase.";
+  const std::string wrong = "You entered an incorrect passphrase.  Please try again.";
+  struct Case {
+    std::string prompt;
+    ScriptedEngine::Answer engine;
+    std::int32_t result;
+    std::int16_t attempts;
   };
   std::int16_t attempts = 0;
-  std::int16_t wrong_account = 0;
-
-  answer_login("Please enter your Corvessa passphrase.", false);
-  EXPECT_EQ(Crypto()->Authenticate(attempts, wrong_account), 1);
-  EXPECT_EQ(attempts, 0);
-
-  answer_login("Please enter your Corvessa passphrase.", true);
-  Engine().Once("AuthenticateAccount", {.status = -4});
-  EXPECT_EQ(Crypto()->Authenticate(attempts, wrong_account), -1);
-  EXPECT_EQ(attempts, 1);
-  EXPECT_TRUE(g_colAccounts.front()->m_sPassword.IsEmpty()) << "refused, and so not kept";
-
-  wrong_account = 1;
-  answer_login("Unable to decrypt email.  Please select a different email address.", true);
-  Engine().Once("AuthenticateAccount", {.status = -13});
-  EXPECT_EQ(Crypto()->Authenticate(attempts, wrong_account), -1);
-
-  wrong_account = 0;
-  answer_login("You entered an incorrect passphrase.  Please try again.", true);
-  Engine().Once("AuthenticateAccount", {.thrown = Error{5, "lost"}});
-  EXPECT_EQ(Crypto()->Authenticate(attempts, wrong_account), -1);
-  EXPECT_TRUE(g_colAccounts.front()->m_sPassword.IsEmpty());
+  for (const Case& c : {Case{first, {}, 1, 0}, Case{first, {.status = -4}, -1, 1},
+                        Case{"Unable to decrypt email.  Please select a different email address.",
+                             {.status = -13},
+                             -1,
+                             2},
+                        Case{wrong, {.thrown = Error{5, "lost"}}, -1, 2}, Case{wrong, {}, 0, 3}}) {
+    const bool cancels = c.result == 1;
+    ui.Expect<frmLogin>("frmLogin", [&](frmLogin& form) {
+      EXPECT_EQ(form.txtPrompt1.Caption(), c.prompt);
+      form.txtPassword.Type("open sesame");
+      (cancels ? form.cmdCancel : form.cmdOK).Press();
+    });
+    if (!cancels) Engine().Once("AuthenticateAccount", c.engine);
+    std::int16_t wrong_account = c.engine.status == -13 ? 1 : 0;
+    EXPECT_EQ(Crypto()->Authenticate(attempts, wrong_account), c.result);
+    EXPECT_EQ(attempts, c.attempts);
+    // What was refused is not kept.
+    EXPECT_EQ(g_colAccounts.front()->m_sPassword.IsEmpty(), c.result != 0);
+  }
   AllowError("CryptoOperations::Authenticate - lost");
-
-  answer_login("You entered an incorrect passphrase.  Please try again.", true);
-  EXPECT_EQ(Crypto()->Authenticate(attempts, wrong_account), 0);
-  EXPECT_EQ(attempts, 3);
   EXPECT_TRUE(g_colAccounts.front()->GetAuthenticated());
 }
 

@@ -32,14 +32,11 @@ TEST(StoredName, CannotLeaveItsFolderOrMeanADevice) {
       {"tmp36.txt", "tmp36.txt"},
       {"name. . ", "name____"},
       {"a\tb\x01\"<>|?*", "ab______"},
-      {"invoice\xE2\x80\xAE"
-       "fdp.exe",
-       "invoicefdp.exe"},
+      {"invoice\u202Efdp.exe", "invoicefdp.exe"},
       {"\xC3\xBC.txt", "\xC3\xBC.txt"},
       {many + ".pdf", many.substr(0, 156) + ".pdf"},
       {"con.sig", "_con.sig"},
-      {many + ".pdf.SIG", many.substr(0, 156) + ".pdf.SIG"},
-  };
+      {many + ".pdf.SIG", many.substr(0, 156) + ".pdf.SIG"}};
   for (const auto& [given, stored] : cases) EXPECT_EQ(StoredFileName(given), stored) << given;
   std::string umlauts;
   for (int i = 0; i < 100; ++i) umlauts += "\xC3\xBC";

@@ -143,10 +143,6 @@ TEST_F(GpgTest, SignsAndDecryptsWithGpgsSecretKeys) {
       EXPECT_EQ(other.DecryptText(message), Outcome(0, "x"));
     }
   }
-  testing::Gpg elsewhere;
-  elsewhere.Import(alice->SecretKeys("alice@example.org"));
-  const auto armoured = alice->EncryptText(To({"alice@example.org"}), "x").second;
-  EXPECT_EQ(elsewhere.Run("--decrypt", armoured), "x") << elsewhere.said;
 }
 
 TEST_F(GpgTest, ExpiredAndRevokedKeysAreOfNoUse) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <gtest/gtest.h>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -22,38 +24,116 @@ using Outcome = std::pair<platform::EngineStatus, std::string>;
 /// An engine over a fresh profile whose paths mean themselves.
 class Profile {
  public:
-  explicit Profile(std::string_view lookup_servers = {});
+  explicit Profile(std::string_view lookup_servers = {}) : engine(CreateOpenPgpEngine(Config())) {
+    engine->SetOption("lookupKeyservers", lookup_servers);
+  }
 
   /// A second engine over the same rings, as another session would open them.
-  std::shared_ptr<OpenPgpEngine> Reopened() const;
+  std::shared_ptr<OpenPgpEngine> Reopened() const { return CreateOpenPgpEngine(Config()); }
   /// Makes a key whose passphrase is `passphrase` and unlocks nothing. Returns its fingerprint.
-  std::string Generate(const std::string& address, const std::string& passphrase = "secret");
+  std::string Generate(const std::string& address, const std::string& passphrase = "secret") {
+    KeyInfo made;
+    EXPECT_EQ(engine->GenerateKey("", address, passphrase, made), 0)
+        << engine->GetEngineLastError();
+    return made.fingerprint;
+  }
   /// Unlocks it with the passphrase `secret`.
-  void Unlock(std::string_view address);
-  void Import(std::string_view keys);
-  std::string PublicKeys(std::string_view who) const;
-  std::string SecretKeys(std::string_view who) const;
+  void Unlock(std::string_view address) {
+    EXPECT_EQ(engine->AuthenticateAccount(address, "secret"), 0) << engine->GetEngineLastError();
+  }
+  void Import(std::string_view keys) {
+    std::vector<KeyInfo> imported;
+    EXPECT_EQ(engine->ImportKeys(keys, imported), 0) << engine->GetEngineLastError();
+  }
+  std::string PublicKeys(std::string_view who) const {
+    std::string keys;
+    EXPECT_EQ(engine->ExportPublicKeys(who, keys), 0) << engine->GetEngineLastError();
+    return keys;
+  }
+  std::string SecretKeys(std::string_view who) const {
+    std::string keys;
+    EXPECT_EQ(engine->ExportSecretKeys(who, keys), 0) << engine->GetEngineLastError();
+    return keys;
+  }
 
-  platform::EngineStatus QueryKeyPair(std::string_view address);
-  Outcome EncryptText(const To& recipients, std::string_view text);
-  Outcome DecryptText(std::string_view armoured, const platform::EngineAccount* account = nullptr);
-  Outcome SignText(std::string_view text, const platform::EngineAccount* account = nullptr);
-  Outcome SignFile(std::string_view path);
+  platform::EngineStatus QueryKeyPair(std::string_view address) {
+    std::string text;
+    return engine->QueryKeyPair(address, text);
+  }
+  Outcome EncryptText(const To& recipients, std::string_view text) {
+    return OutcomeOf([&](std::string& out) { return engine->EncryptText(recipients, text, out); });
+  }
+  Outcome DecryptText(std::string_view armoured, const platform::EngineAccount* account = nullptr) {
+    return OutcomeOf(
+        [&](std::string& out) { return engine->DecryptTextEx(armoured, account, out); });
+  }
+  Outcome SignText(std::string_view text, const platform::EngineAccount* account = nullptr) {
+    return OutcomeOf([&](std::string& out) { return engine->SignText(text, account, out); });
+  }
+  Outcome SignFile(std::string_view path) {
+    return OutcomeOf([&](std::string& out) { return engine->SignFile(path, out); });
+  }
   /// "1 [signers] [unknown signers] content": all that a verification answered.
-  std::string VerifyText(std::string_view text);
-  std::string VerifyFile(std::string_view path, std::string_view signature);
+  std::string VerifyText(std::string_view text) {
+    To signers;
+    To unknown;
+    std::string content;
+    const auto status = engine->VerifyText(text, signers, unknown, content);
+    return std::to_string(status) + Listed(signers.items) + Listed(unknown.items) + " " + content;
+  }
+  std::string VerifyFile(std::string_view path, std::string_view signature) {
+    To signers;
+    To unknown;
+    const auto status = engine->VerifyFile(path, signature, signers, unknown);
+    return std::to_string(status) + Listed(signers.items) + Listed(unknown.items);
+  }
 
   /// Writes a file into the profile's folder and returns its path.
-  std::string Write(const std::string& name, std::string_view content) const;
+  std::string Write(const std::string& name, std::string_view content) const {
+    testing::WriteContent(folder / name, content);
+    return (folder / name).string();
+  }
 
   testing::TempFolder folder;
   std::shared_ptr<OpenPgpEngine> engine;
 
  private:
-  EngineConfig Config() const;
+  static std::string Listed(const std::vector<std::string>& items) {
+    std::string listed;
+    for (const auto& item : items) listed += (listed.empty() ? "" : ", ") + item;
+    return " [" + listed + "]";
+  }
+  /// Runs an operation on a text that it may touch only when it succeeds.
+  template <class Operation>
+  static Outcome OutcomeOf(Operation operation) {
+    const std::string untouched = "untouched";
+    std::string text = untouched;
+    const platform::EngineStatus status = operation(text);
+    if (status == 0) return {0, text};
+    EXPECT_EQ(text, untouched);
+    return {status, {}};
+  }
+  EngineConfig Config() const {
+    EngineConfig config;
+    config.rings_folder = folder / "keys";
+    config.adk_file = folder / "adks.txt";
+    config.key_server_time = std::chrono::milliseconds(1500);
+    config.local_path = [](std::string_view path) { return std::filesystem::path(path); };
+    config.new_temporary_path = [base = folder / "temporary", count = 0]() mutable {
+      return base.string() + std::to_string(++count) + ".sig";
+    };
+    return config;
+  }
 };
 
 /// The names in a folder, sorted.
-std::vector<std::string> Names(const std::filesystem::path& folder);
+inline std::vector<std::string> Names(const std::filesystem::path& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    names.push_back(entry.path().filename().string());
+  }
+  std::ranges::sort(names);
+  return names;
+}
 
 }  // namespace corvessa::engine

@@ -100,17 +100,9 @@ void AddInFixture::InstallServices(EngineChoice engine) {
 
 void AddInFixture::InstallHostWith(platform::Ui& back_end) {
   platform::RemoveHost();
-  platform::InstallHost({outlook.Cdo(),
-                         clipboard,
-                         clock,
-                         *faulty_engine_,
-                         *faulty_files_,
-                         inet,
-                         outlook.Redemption(),
-                         *faulty_registry_,
-                         shell,
-                         back_end,
-                         {1, 0, 0, std::string(kProductFolder)}});
+  const platform::ProductInfo product{1, 0, 0, std::string(kProductFolder)};
+  platform::InstallHost({outlook.Cdo(), clipboard, clock, *faulty_engine_, *faulty_files_, inet,
+                         outlook.Redemption(), *faulty_registry_, shell, back_end, product});
 }
 
 engine::EngineConfig AddInFixture::EngineSetup() {
@@ -181,19 +173,13 @@ std::vector<std::string> AddInFixture::StoredAccounts() {
 std::vector<std::string> AddInFixture::Trace() {
   std::vector<std::string> entries;
   if (!files.FileExists(kTraceFile)) return entries;
-  const std::string text = files.Read(kTraceFile);
-  const std::string stamp = clock.text + ": ";
-  std::size_t at = 0;
-  while (at < text.size()) {
-    const std::size_t end = std::min(text.find("\r\n", at), text.size());
-    const std::string line = text.substr(at, end - at);
-    at = end + kCrLf.size();
-    if (line.starts_with(stamp) || entries.empty()) {
-      entries.push_back(line.substr(std::min(stamp.size(), line.size())));
-    } else {
-      // The rest of a message that holds a line break itself.
-      entries.back().append(kCrLf).append(line);
-    }
+  // A message may hold line breaks itself; the stamp begins an entry.
+  const std::string stamp = std::string(kCrLf) + clock.text + ": ";
+  const std::string text = std::string(kCrLf) + files.Read(kTraceFile);
+  for (std::size_t at = text.find(stamp); at != std::string::npos;) {
+    const std::size_t start = at + stamp.size();
+    at = text.find(stamp, start);
+    entries.push_back(text.substr(start, std::min(at, text.size() - kCrLf.size()) - start));
   }
   return entries;
 }

@@ -48,14 +48,13 @@ HttpServer::HttpServer(Answer otherwise) : otherwise_(std::move(otherwise)) {
   Checked(listen(listener_, 16));
   Checked(getsockname(listener_, generic, &size));
   port_ = ntohs(address.sin_port);
-  Checked(pipe(stop_pipe_));
   thread_ = std::thread([this] { Run(); });
 }
 
 HttpServer::~HttpServer() {
-  static_cast<void>(!write(stop_pipe_[1], "", 1));
+  shutdown(listener_, SHUT_RDWR);  // ends the accept that waits
   thread_.join();
-  for (const int descriptor : {listener_, stop_pipe_[0], stop_pipe_[1]}) close(descriptor);
+  close(listener_);
 }
 
 std::string HttpServer::Url(std::string_view path) const {
@@ -80,13 +79,7 @@ std::string HttpServer::LastHead() const {
 }
 
 void HttpServer::Run() {
-  for (;;) {
-    pollfd ready[2] = {{listener_, POLLIN, 0}, {stop_pipe_[0], POLLIN, 0}};
-    if (poll(ready, 2, -1) < 0 && errno != EINTR) return;
-    if (ready[1].revents != 0) return;
-    if ((ready[0].revents & POLLIN) == 0) continue;
-    const int connection = accept(listener_, nullptr, nullptr);
-    if (connection < 0) continue;
+  for (int connection; (connection = accept(listener_, nullptr, nullptr)) >= 0;) {
     Reply(connection);
     close(connection);
   }

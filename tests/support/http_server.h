@@ -35,7 +35,6 @@ class HttpServer {
   void Reply(int connection);
 
   int listener_ = -1;
-  int stop_pipe_[2] = {-1, -1};
   int port_ = 0;
   mutable std::mutex mutex_;
   Answer otherwise_;
