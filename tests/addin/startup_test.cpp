@@ -57,6 +57,8 @@ Lines TrackingAnd(const Lines& more) {
   return lines;
 }
 
+const Lines kStarting = TrackingAnd({"Launching splash screen...", "Initializing key server..."});
+
 TEST_F(Startup, NormallyBringsUpEngineAndTimerAndClosesDownInOrder) {
   StoreAccount("ann@example.org", true);
   SetEdition("EnginePGPMessageHeader", "Corvessa message");
@@ -67,7 +69,7 @@ TEST_F(Startup, NormallyBringsUpEngineAndTimerAndClosesDownInOrder) {
   outlook.AddExplorer();
   ConnectTracing();
 
-  EXPECT_EQ(Trace(), TrackingAnd({"Launching splash screen...", "Initializing key server..."}));
+  EXPECT_EQ(Trace(), kStarting);
   using Call = testing::ScriptedEngine::Call;
   EXPECT_EQ(scripted_engine.engine->Calls(),
             (std::vector<Call>{{"InitEngine", {}},
@@ -149,7 +151,7 @@ TEST_F(Startup, WithoutAccountsLeadsToAFirstAddress) {
       platform::kAnswerCancel);
   outlook.AddExplorer();
   ConnectTracing();
-  EXPECT_EQ(Trace(), TrackingAnd({"Launching splash screen...", "Initializing key server..."}));
+  EXPECT_EQ(Trace(), kStarting);
   EXPECT_EQ(LoadedFormNames(), (Lines{"frmManageUserKeys", "frmTimer"}));
   ClearTrace();
   Disconnect();
@@ -172,7 +174,7 @@ TEST_F(Startup, WithAccountsButNoKeysOffersTheirAddressesUnlessKeyGenerationIsOf
   });
   ConnectTracing();
   EXPECT_EQ(offered, (Lines{"ann@example.org", "ann@work.example"}));
-  EXPECT_EQ(Trace(), TrackingAnd({"Launching splash screen...", "Initializing key server..."}));
+  EXPECT_EQ(Trace(), kStarting);
   Disconnect();
 
   SetEditionSwitch("DisableKeyGen", 1);

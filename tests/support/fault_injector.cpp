@@ -188,19 +188,6 @@ class FaultyFiles final : public platform::Files {
 };
 
 }  // namespace
-
-void FaultInjector::FailAt(std::size_t n) {
-  calls_ = 0;
-  fail_at_ = n;
-  failed_.clear();
-}
-
-void FaultInjector::operator()(std::string_view call) {
-  if (++calls_ != fail_at_) return;
-  failed_ = call;
-  Raise(kPathFileAccess);
-}
-
 std::unique_ptr<platform::Files> WithFaults(platform::Files& real, FaultInjector& faults) {
   return std::make_unique<FaultyFiles>(real, faults);
 }

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/error.h"
 #include "platform/engine.h"
 #include "platform/files.h"
 #include "platform/registry.h"
@@ -16,12 +17,20 @@ namespace corvessa::testing {
 class FaultInjector {
  public:
   /// Counts anew from here; the nth call (from 1) fails, 0 for none.
-  void FailAt(std::size_t n);
+  void FailAt(std::size_t n) {
+    calls_ = 0;
+    fail_at_ = n;
+    failed_.clear();
+  }
   /// The call that failed, such as "Files::Write"; empty when none has.
   const std::string& Failed() const { return failed_; }
 
   /// To be called before each platform call; throws Error when this one is to fail.
-  void operator()(std::string_view call);
+  void operator()(std::string_view call) {
+    if (++calls_ != fail_at_) return;
+    failed_ = call;
+    Raise(kPathFileAccess);
+  }
 
  private:
   std::size_t calls_ = 0;

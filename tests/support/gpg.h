@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdlib>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -11,29 +13,73 @@ namespace corvessa::testing {
 /// this object.
 class Gpg {
  public:
-  Gpg();
-  ~Gpg();
+  Gpg() {
+    Write("passphrase", "secret");
+    // Without the count the agent measures for seconds how slow it can make itself.
+    Write("gpg-agent.conf", "allow-loopback-pinentry\ns2k-count 65536\n");
+  }
+  ~Gpg() {
+    const std::string command = "gpgconf --homedir " + home_.Path().string() + " --kill all";
+    if (std::system(command.c_str()) != 0) std::abort();
+  }
   Gpg(const Gpg&) = delete;
   Gpg& operator=(const Gpg&) = delete;
 
   /// Runs it with the arguments (shell words) on the input; its standard output, empty when it
   /// fails. What it said besides, status lines too, is in `said`.
-  std::string Run(const std::string& arguments, std::string_view input = {});
+  std::string Run(const std::string& arguments, std::string_view input = {}) {
+    const std::string home = home_.Path().string();
+    const std::string command =
+        "gpg --homedir " + home +
+        " --batch --yes --no-tty --quiet --no-auto-key-locate --trust-model always --status-fd 2"
+        " --s2k-count 65536 --pinentry-mode loopback --passphrase-file " +
+        home + "/passphrase " + arguments + " <" + Write("in", input) + " >" + home + "/out 2>" +
+        home + "/said";
+    exit_code = std::system(command.c_str());
+    output = ContentOf(home_ / "out");
+    said = ContentOf(home_ / "said");
+    return exit_code == 0 ? output : std::string();
+  }
   /// The same, but a failure throws what it said.
-  std::string Make(const std::string& arguments, std::string_view input = {});
+  std::string Make(const std::string& arguments, std::string_view input = {}) {
+    std::string made = Run(arguments, input);
+    if (exit_code != 0) throw std::runtime_error(said);
+    return made;
+  }
 
   /// Writes a file into its home; gives the path.
-  std::string Write(const char* name, std::string_view content) const;
+  std::string Write(const char* name, std::string_view content) const {
+    WriteContent(home_ / name, content);
+    return (home_ / name).string();
+  }
 
   /// Takes keys in. Secret ones are protected by the passphrase, which later runs answer with.
-  void Import(std::string_view keys, std::string_view passphrase = "secret");
+  void Import(std::string_view keys, std::string_view passphrase = "secret") {
+    Write("passphrase", passphrase);
+    Make("--import", keys);
+  }
   /// Makes a key with an encryption subkey; `algorithm` is "rsa2048" or "ed25519"; `options` may
   /// set the clock and the like.
   void Generate(const std::string& address, const std::string& algorithm,
-                const std::string& lifetime = "never", const std::string& options = {});
-  std::string Fingerprint(const std::string& address);
+                const std::string& lifetime = "never", const std::string& options = {}) {
+    const std::string encryption = algorithm == "ed25519" ? "cv25519" : algorithm;
+    Make(options + " --quick-gen-key 'Test <" + address + ">' " + algorithm + " cert,sign " +
+         lifetime);
+    Make(options + " --quick-add-key " + Fingerprint(address) + " " + encryption + " encr " +
+         lifetime);
+  }
+  std::string Fingerprint(const std::string& address) {
+    const std::string listing = Make("--with-colons --list-keys " + address);
+    return listing.substr(listing.find_first_not_of(':', listing.find("\nfpr:") + 5), 40);
+  }
   /// Revokes the whole key.
-  void Revoke(const std::string& address);
+  void Revoke(const std::string& address) {
+    // gpg makes a revocation with every key and puts a colon before it against use by accident.
+    std::string revocation =
+        ContentOf(home_ / "openpgp-revocs.d" / (Fingerprint(address) + ".rev"));
+    revocation.erase(revocation.find(":-----BEGIN"), 1);
+    Make("--import", revocation);
+  }
 
   std::string said;
   /// The standard output of the last run, also when it failed.

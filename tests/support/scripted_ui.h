@@ -1,8 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <gtest/gtest.h>
 #include <map>
 #include <set>
 #include <string>
@@ -10,6 +12,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/text.h"
+#include "desk/profile/pictures.h"
 #include "forms/form.h"
 #include "platform/files.h"
 #include "platform/ui.h"
@@ -34,14 +38,18 @@ class ScriptedUi final : public platform::Ui {
 
   /// The next form of that name that gets shown, modal or not, is handed to `answer`, which presses
   /// its controls. An answer that leaves a modal form open fails the test.
-  void ExpectForm(std::string name, FormAnswer answer);
+  void ExpectForm(std::string name, FormAnswer answer) {
+    expected_[std::move(name)].push_back(std::move(answer));
+  }
   /// The same with the form's own type: Expect<frmLogin>("frmLogin", [](frmLogin& form) { … }).
   template <class FormType, class Answer>
   void Expect(std::string name, Answer answer) {
     ExpectForm(std::move(name), [answer](Form& form) { answer(dynamic_cast<FormType&>(form)); });
   }
   /// Forms of that name may be shown any number of times, or never.
-  void AllowForm(std::string name, FormAnswer answer = {});
+  void AllowForm(std::string name, FormAnswer answer = {}) {
+    allowed_[std::move(name)] = std::move(answer);
+  }
   /// From now on what is not expected does not fail the test: a form is closed as with its close
   /// box, a box that asks gets the answer. For fault sweeps, which end in boxes of every kind.
   void AllowEverything(std::int32_t answer = platform::kAnswerCancel) {
@@ -49,15 +57,29 @@ class ScriptedUi final : public platform::Ui {
     answer_to_the_rest_ = answer;
   }
   /// The next message box with exactly this text gets that answer.
-  void ExpectBox(std::string text, std::int32_t answer = platform::kAnswerOk);
+  void ExpectBox(std::string text, std::int32_t answer = platform::kAnswerOk) {
+    expected_boxes_.emplace_back(std::move(text), answer);
+  }
 
   /// Everything shown, in order: "frmLogin modal", "frmProgress", "frmProgress forward" when a
   /// visible form was shown again, "box " and the text of a message box.
   const std::vector<std::string>& Shown() const { return shown_; }
   const std::vector<Box>& Boxes() const { return boxes_; }
-  void ClearShown();
+  void ClearShown() {
+    shown_.clear();
+    boxes_.clear();
+  }
   /// Fails the test for each form or box that was expected and never came; forgets them.
-  void FailOnMissing();
+  void FailOnMissing() {
+    for (const auto& [name, answers] : std::exchange(expected_, {})) {
+      if (!answers.empty()) {
+        ADD_FAILURE() << "form " << name << " was to be shown " << answers.size() << " times more";
+      }
+    }
+    for (const auto& [text, answer] : std::exchange(expected_boxes_, {})) {
+      ADD_FAILURE() << "a message box was to be shown: " << text;
+    }
+  }
 
   /// Runs in every DoEvents, with the number of the call from 1.
   std::function<void(int)> on_do_events;
@@ -65,20 +87,83 @@ class ScriptedUi final : public platform::Ui {
   std::function<void(std::string_view)> before_call;
 
   std::int32_t MessageBox(std::string_view text, std::string_view title,
-                          std::int32_t flags) override;
-  void ShowForm(Form& form) override;
-  void RunModal(Form& form, Form* owner) override;
-  void FormGone(Form& form) override;
-  void WindowStyleChanged(Form& form) override;
+                          std::int32_t flags) override {
+    Announce("Ui::MessageBox");
+    const bool can_cancel = (flags & platform::kBoxOkCancel) != 0;
+    std::int32_t answer = can_cancel ? answer_to_the_rest_ : platform::kAnswerOk;
+    const auto expected = std::find_if(expected_boxes_.begin(), expected_boxes_.end(),
+                                       [&](const auto& box) { return box.first == text; });
+    if (expected == expected_boxes_.end()) {
+      if (!everything_allowed_) ADD_FAILURE() << "unexpected message box: " << text;
+    } else {
+      answer = expected->second;
+      expected_boxes_.erase(expected);
+    }
+    shown_.push_back("box " + std::string(text));
+    boxes_.push_back({std::string(text), std::string(title), flags, answer});
+    return answer;
+  }
+  void ShowForm(Form& form) override {
+    Announce("Ui::ShowForm");
+    // Nothing for a user to see or to answer.
+    if (form.OffScreen) return;
+    if (!on_screen_.insert(&form).second) {
+      shown_.push_back(form.Name() + " forward");
+      return;
+    }
+    shown_.push_back(form.Name());
+    if (!Answer(form)) CloseUnanswered(form, "unexpected form");
+  }
+  void RunModal(Form& form, Form* /*owner*/) override {
+    Announce("Ui::RunModal");
+    on_screen_.insert(&form);
+    shown_.push_back(form.Name() + " modal");
+    if (!Answer(form)) {
+      CloseUnanswered(form, "unexpected form");
+    } else if (form.IsVisible()) {
+      CloseUnanswered(form, "left open by its answer");
+    }
+    // A form that refuses to close would hold up the test for ever.
+    if (form.IsVisible()) form.Hide();
+  }
+  void FormGone(Form& form) override { on_screen_.erase(&form); }
+  void WindowStyleChanged(Form& /*form*/) override { Announce("Ui::WindowStyleChanged"); }
   /// Six pixels a character.
-  int TextWidth(std::string_view text) override;
-  void DoEvents() override;
-  platform::PicturePtr LoadPicture(std::string_view path) override;
+  int TextWidth(std::string_view text) override {
+    Announce("Ui::TextWidth");
+    return static_cast<int>(Length(text)) * 6;
+  }
+  void DoEvents() override {
+    Announce("Ui::DoEvents");
+    ++do_events_calls_;
+    if (on_do_events) on_do_events(do_events_calls_);
+  }
+  platform::PicturePtr LoadPicture(std::string_view path) override {
+    Announce("Ui::LoadPicture");
+    return desk::LoadPictureFile(files_, path);
+  }
 
  private:
-  void Announce(std::string_view call) const;
-  bool Answer(Form& form);
-  void CloseUnanswered(Form& form, std::string_view what) const;
+  void Announce(std::string_view call) const {
+    if (before_call) before_call(call);
+  }
+  bool Answer(Form& form) {
+    if (auto& queue = expected_[form.Name()]; !queue.empty()) {
+      const FormAnswer answer = std::move(queue.front());
+      queue.pop_front();
+      if (answer) answer(form);
+      return true;
+    }
+    const auto allowed = allowed_.find(form.Name());
+    if (allowed == allowed_.end()) return false;
+    // A copy, because the answer may change what is allowed.
+    if (const FormAnswer answer = allowed->second) answer(form);
+    return true;
+  }
+  void CloseUnanswered(Form& form, std::string_view what) const {
+    if (!everything_allowed_) ADD_FAILURE() << what << ":\n" << form.Dump();
+    form.PressCloseBox();
+  }
 
   platform::Files& files_;
   std::map<std::string, std::deque<FormAnswer>> expected_;
