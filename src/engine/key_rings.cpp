@@ -16,22 +16,23 @@ namespace {
 
 constexpr std::size_t kMaxIndexSize = std::size_t{256} << 20;
 
-RingStamp StampOf(const LocalFile& file) {
-  struct stat status = {};
-  if (!file.IsOpen()) return {};
-  if (fstat(file.descriptor(), &status) != 0) Fail(kKeyStoreTrouble, "Cannot read a key ring.");
+RingStamp StampOf(const struct stat& status) {
   return {static_cast<std::uint64_t>(status.st_size),
           std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec,
           static_cast<std::uint64_t>(status.st_ino)};
 }
 
+RingStamp StampOf(const LocalFile& file) {
+  struct stat status = {};
+  if (!file.IsOpen()) return {};
+  if (fstat(file.descriptor(), &status) != 0) Fail(kKeyStoreTrouble, "Cannot read a key ring.");
+  return StampOf(status);
+}
+
 bool IsStillAt(const std::filesystem::path& path, const RingStamp& stamp) {
   struct stat status = {};
   if (stat(path.c_str(), &status) != 0) return errno == ENOENT && stamp == RingStamp();
-  return stamp ==
-         RingStamp{static_cast<std::uint64_t>(status.st_size),
-                   std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec,
-                   static_cast<std::uint64_t>(status.st_ino)};
+  return stamp == StampOf(status);
 }
 
 /// "" when there is none that can be read: then it is made again.
@@ -57,7 +58,7 @@ std::vector<const RingEntry*> Found(
 
 KeyRings::Lock::Lock(const std::filesystem::path& folder)
     : file_(open((folder / "keys.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
-  if (!file_.IsOpen() || flock(file_.descriptor(), LOCK_EX) != 0) {
+  if (!file_ || flock(file_.Get(), LOCK_EX) != 0) {
     Fail(kKeyStoreTrouble, "Cannot lock the key rings in " + folder.string() + ".");
   }
 }
@@ -150,7 +151,7 @@ void KeyRings::Rescue(bool secret, const std::string& data) const {
     if (ReadWholeFile(path, std::string().max_size()) == data) return;
     path = name + "." + std::to_string(number);
   }
-  AtomicFile copy(path);
+  FileSink copy(path);
   copy.Write(data);
   copy.CommitDurably();
 }
@@ -196,7 +197,7 @@ void KeyRings::Store(const Lock&, const std::vector<NewKey>& keys) {
 void KeyRings::WriteRing(bool secret, const std::vector<NewKey>& keys) {
   const auto belongs = [&](const auto& key) { return key.secret == secret; };
   if (std::ranges::none_of(keys, belongs)) return;
-  AtomicFile file(RingPath(secret));
+  FileSink file(RingPath(secret));
   std::vector<RingEntry> entries;
   std::uint64_t offset = 0;
   const auto append = [&](const KeyFacts& facts, const std::string& data) {
@@ -223,7 +224,7 @@ void KeyRings::WriteRing(bool secret, const std::vector<NewKey>& keys) {
 
 void KeyRings::WriteIndex() {
   try {
-    AtomicFile file(IndexPath());
+    FileSink file(IndexPath());
     file.Write(FormatKeyIndex(index_));
     file.Commit();
   } catch (const Failure&) {  // keys that are stored are stored, also on a disk that is full now

@@ -9,6 +9,7 @@
 
 #include "engine/key_index.h"
 #include "engine/local_files.h"
+#include "posix/file_descriptor.h"
 
 namespace corvessa::engine {
 
@@ -47,7 +48,7 @@ class KeyRings {
     explicit Lock(const std::filesystem::path& folder);
 
    private:
-    LocalFile file_;
+    posix::FileDescriptor file_;
   };
   /// Adds the keys, each in place of an entry with its fingerprint in its ring if there is one.
   /// Failure when they cannot be read or written; no ring is then without a key that it held.

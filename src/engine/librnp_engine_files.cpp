@@ -38,11 +38,11 @@ bool StartsWithArmour(std::string_view start) {
   return first != std::string_view::npos && start.substr(first).starts_with(kArmourStart);
 }
 
-bool HideRecipientsOf(AtomicFile& file) {
+bool HideRecipientsOf(FileSink& file) {
   const LocalFile written = file.Reopened();
   std::string start = written.ReadAt(0, kMaxMessageStart);
   if (!HideRecipients(start)) return false;
-  file.WriteAt(0, start);
+  file.Overwrite(start);
   return true;
 }
 
@@ -53,7 +53,7 @@ bool HideRecipientsOf(AtomicFile& file) {
 /// The file's bytes out of their armour, in a nameless file.
 LocalFile Dearmoured(const LocalFile& armoured, const std::filesystem::path& folder,
                      std::string_view path) {
-  AtomicFile binary(folder / "dearmoured");
+  FileSink binary(folder / "dearmoured");
   FileSource source(armoured);
   const Stream stream(source, binary);
   const auto result = rnp_dearmor(stream.input(), stream.output());
@@ -67,7 +67,7 @@ LocalFile Dearmoured(const LocalFile& armoured, const std::filesystem::path& fol
   return reopened;
 }
 
-void KeepMode(const LocalFile& from, const AtomicFile& to) {
+void KeepMode(const LocalFile& from, const FileSink& to) {
   struct stat status = {};
   if (fstat(from.descriptor(), &status) == 0) fchmod(to.descriptor(), status.st_mode & 07777);
 }
@@ -88,7 +88,7 @@ EngineStatus LibrnpEngine::SignFile(std::string_view path, std::string& signatur
     FileSource source(file);
     const std::string signature = SignDetached(keys_, source, signature_version_);
     const std::string temporary = config_.new_temporary_path();
-    AtomicFile output(config_.local_path(temporary));
+    FileSink output(config_.local_path(temporary));
     output.Write(signature);
     output.Commit();
     signature_path = temporary;
@@ -103,7 +103,7 @@ EngineStatus LibrnpEngine::EncryptFileToFile(const platform::IEngineStringVector
     const auto file = LocalFile::OpenForReading(config_.local_path(path));
     const auto keys = RecipientKeys(recipients);
     FileSource source(file);
-    AtomicFile output(config_.local_path(encrypted_path));
+    FileSink output(config_.local_path(encrypted_path));
     Encrypt(keys_.ffi(), keys, IsWorthCompressing(Samples(file)), source, output);
     if (anonymous_ && !HideRecipientsOf(output)) FailToHide();
     output.Commit();
@@ -125,7 +125,7 @@ EngineStatus LibrnpEngine::DecryptFileEx(std::string_view path,
       FailNoMessage(path);
     }
     const LocalFile& binary = dearmoured.IsOpen() ? dearmoured : original;
-    AtomicFile output(local);
+    FileSink output(local);
     const EncryptedMessage message{start, [&](std::string_view replacement) {
                                      return std::make_unique<FileSource>(binary, replacement);
                                    }};

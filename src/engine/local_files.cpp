@@ -2,12 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 #include <system_error>
-#include <unistd.h>
 #include <utility>
 
 #include "engine/status.h"
@@ -15,45 +12,41 @@
 namespace corvessa::engine {
 namespace {
 
-[[noreturn]] void FailOn(const std::filesystem::path& path, const char* what) {
+[[noreturn]] void FailOn(const char* what, const std::filesystem::path& path, int error_code) {
   Fail(kIoTrouble, std::string("Cannot ") + what + " " + path.string() + ": " +
-                       std::generic_category().message(errno) + ".");
+                       std::generic_category().message(error_code) + ".");
 }
 
-void SyncFolder(const std::filesystem::path& folder) {
-  const LocalFile opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (opened.IsOpen()) fsync(opened.descriptor());
+/// Runs work that reports by std::system_error.
+template <typename Work>
+auto Try(const char* what, const std::filesystem::path& path, Work work) {
+  try {
+    return work();
+  } catch (const std::system_error& error) {
+    FailOn(what, path, error.code().value());
+  }
 }
 
 }  // namespace
 
-LocalFile::LocalFile(LocalFile&& other) noexcept
-    : descriptor_(std::exchange(other.descriptor_, -1)) {}
-
-LocalFile& LocalFile::operator=(LocalFile&& other) noexcept {
-  std::swap(descriptor_, other.descriptor_);
-  return *this;
-}
-
-LocalFile::~LocalFile() {
-  if (IsOpen()) close(descriptor_);
-}
+LocalFile::LocalFile(const std::filesystem::path& path)
+    : file_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
 
 LocalFile LocalFile::OpenForReading(const std::filesystem::path& path) {
-  LocalFile file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file.IsOpen()) FailOn(path, "open");
+  LocalFile file(path);
+  if (!file.IsOpen()) FailOn("open", path, errno);
   return file;
 }
 
 LocalFile LocalFile::OpenIfThere(const std::filesystem::path& path) {
-  LocalFile file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file.IsOpen() && errno != ENOENT) FailOn(path, "open");
+  LocalFile file(path);
+  if (!file.IsOpen() && errno != ENOENT) FailOn("open", path, errno);
   return file;
 }
 
 std::uint64_t LocalFile::Size() const {
   struct stat status = {};
-  return fstat(descriptor_, &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
+  return fstat(descriptor(), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
 }
 
 std::string LocalFile::ReadAt(std::uint64_t offset, std::size_t size) const {
@@ -66,64 +59,34 @@ std::string LocalFile::ReadAt(std::uint64_t offset, std::size_t size) const {
 }
 
 std::size_t LocalFile::ReadAt(std::uint64_t offset, char* buffer, std::size_t size) const {
-  std::size_t done = 0;
-  while (done < size) {
-    const auto count =
-        pread(descriptor_, buffer + done, size - done, static_cast<off_t>(offset + done));
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) FailOn("the file", "read");
-    if (count == 0) break;
-    done += static_cast<std::size_t>(count);
-  }
-  return done;
+  return Try("read", "the file", [&] { return posix::ReadAt(descriptor(), offset, buffer, size); });
 }
 
-AtomicFile::AtomicFile(std::filesystem::path path) : path_(std::move(path)) {
-  std::string name = path_.string() + ".XXXXXX";
-  file_ = LocalFile(mkostemp(name.data(), O_CLOEXEC));
-  if (!file_.IsOpen()) FailOn(path_, "write");
-  temporary_ = name;
+FileSink::FileSink(std::filesystem::path path)
+    : path_(std::move(path)),
+      file_(Try("write", path_, [&] { return posix::AtomicFile(path_); })) {}
+
+void FileSink::Write(std::string_view bytes) {
+  Try("write", path_, [&] { file_.Write(bytes); });
 }
 
-AtomicFile::~AtomicFile() {
-  if (!temporary_.empty()) unlink(temporary_.c_str());
+void FileSink::Overwrite(std::string_view start) {
+  Try("write", path_, [&] {
+    file_.Rewind();
+    file_.Write(start);
+  });
 }
 
-void AtomicFile::Write(std::string_view bytes) {
-  while (!bytes.empty()) {
-    const auto count = write(file_.descriptor(), bytes.data(), bytes.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) FailOn(path_, "write");
-    bytes.remove_prefix(static_cast<std::size_t>(count));
-  }
+void FileSink::Clear() {
+  Try("write", path_, [&] { file_.Clear(); });
 }
 
-void AtomicFile::WriteAt(std::uint64_t offset, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const auto count =
-        pwrite(file_.descriptor(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) FailOn(path_, "write");
-    bytes.remove_prefix(static_cast<std::size_t>(count));
-    offset += static_cast<std::uint64_t>(count);
-  }
+void FileSink::CommitDurably() {
+  Try("write", path_, [&] { file_.CommitDurably(); });
 }
 
-void AtomicFile::Clear() {
-  if (ftruncate(file_.descriptor(), 0) != 0 || lseek(file_.descriptor(), 0, SEEK_SET) != 0) {
-    FailOn(path_, "write");
-  }
-}
-
-void AtomicFile::CommitDurably() {
-  if (fsync(file_.descriptor()) != 0) FailOn(path_, "write");
-  Commit();
-  SyncFolder(path_.parent_path());
-}
-
-void AtomicFile::Commit() {
-  if (rename(temporary_.c_str(), path_.c_str()) != 0) FailOn(path_, "write");
-  temporary_.clear();
+void FileSink::Commit() {
+  Try("write", path_, [&] { file_.Commit(); });
 }
 
 std::string ReadWholeFile(const std::filesystem::path& path, std::size_t limit) {
