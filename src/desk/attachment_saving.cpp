@@ -1,23 +1,22 @@
 #include "desk/attachment_saving.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <set>
 #include <system_error>
-#include <unistd.h>
 
 #include "base/error.h"
 #include "base/guard.h"
 #include "base/text.h"
 #include "desk/desk_host.h"
 #include "desk/failure.h"
-#include "desk/mail/atomic_file.h"
 #include "desk/mail/attachment_name.h"
+#include "desk/mail/io_error.h"
 #include "desk/message_report.h"
 #include "forms/controls.h"
 #include "forms/form.h"
 #include "platform/files.h"
 #include "platform/host.h"
+#include "posix/atomic_file.h"
 
 namespace corvessa::desk {
 namespace {
@@ -65,15 +64,10 @@ void RefuseExisting(const std::vector<fs::path>& targets) {
 }
 
 void SaveNew(const Content& content, const fs::path& target) {
-  mail::AtomicFile file(target);
-  content.Provide([&](std::string_view piece) {
-    while (!piece.empty()) {
-      const ssize_t written = ::write(file.Descriptor(), piece.data(), piece.size());
-      if (written < 0 && errno != EINTR) file.RaiseWriteError(errno);
-      if (written > 0) piece.remove_prefix(static_cast<std::size_t>(written));
-    }
+  mail::WriteFile(target, [&](posix::AtomicFile& file) {
+    content.Provide([&](std::string_view piece) { file.Write(piece); });
+    file.CommitNew();
   });
-  file.CommitNew();
 }
 
 std::vector<std::string> SaveFromItem(const Item& item, const std::vector<fs::path>& targets,

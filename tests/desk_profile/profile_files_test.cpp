@@ -110,10 +110,9 @@ TEST_F(ProfileFilesTest, FollowsNoLinkAndWaitsForNoPipe) {
 
 TEST_F(ProfileFilesTest, RemovesItsOwnLeftoversAndNothingElse) {
   const fs::path temporary = files_.LocalPath("c:\\Temp");
-  const std::vector<std::string> ours{
-      "mail12", "~17.tmp", "Saving", "corvessa-items-aB3xyz", ".corvessa-a1B2c3", ".new-aaaaaa"};
-  const std::vector<std::string> others{".new-notes.txt", "Savings",  "mail", "mail1x",
-                                        "report.doc",     "~$17.tmp", "~.tmp"};
+  const std::vector<std::string> ours{"mail12", "~17.tmp", "Saving", ".corvessa-a1B2c3"};
+  const std::vector<std::string> others{".corvessa-notes.txt", "Savings",  "mail", "mail1x",
+                                        "report.doc",          "~$17.tmp", "~.tmp"};
   for (const auto& name : ours) fs::create_directories(temporary / name / "deep");
   for (const auto& name : others) fs::create_directories(temporary / name / "deep");
   RemoveLeftovers(temporary);

@@ -4,11 +4,11 @@
 #include <cerrno>
 #include <utility>
 
-#include "desk/mail/atomic_file.h"
 #include "desk/mail/attachment_source.h"
 #include "desk/mail/gmime_handle.h"
 #include "desk/mail/io_error.h"
 #include "desk/mail/mail_file.h"
+#include "posix/atomic_file.h"
 
 namespace corvessa::desk::mail {
 
@@ -55,15 +55,15 @@ std::uintmax_t AttachmentData::Size() const {
 }
 
 void AttachmentData::SaveTo(const std::filesystem::path& path) const {
-  AtomicFile file(path);
-  if (source_) {
-    const Handle<GMimeStream> out(g_mime_stream_fs_new(file.Descriptor()));
-    g_mime_stream_fs_set_owner(GMIME_STREAM_FS(out.get()), FALSE);
-    errno = 0;
-    if (g_mime_stream_write_to_stream(source_->Open().get(), out.get()) < 0)
-      file.RaiseWriteError(errno);
-  }
-  file.Commit(AtomicFile::Safety::kFast);
+  WriteFile(path, [&](posix::AtomicFile& file) {
+    if (source_) {
+      const Handle<GMimeStream> out(g_mime_stream_fs_new(file.Descriptor()));
+      g_mime_stream_fs_set_owner(GMIME_STREAM_FS(out.get()), FALSE);
+      errno = 0;
+      if (g_mime_stream_write_to_stream(source_->Open().get(), out.get()) < 0) posix::Throw(errno);
+    }
+    file.Commit();
+  });
 }
 
 }  // namespace corvessa::desk::mail

@@ -10,6 +10,7 @@
 #include "base/error.h"
 #include "desk/mail/io_error.h"
 #include "desk/mail/mail_file.h"
+#include "posix/atomic_file.h"
 
 namespace corvessa::desk::mail {
 
@@ -86,7 +87,7 @@ Handle<GMimeStream> ScratchStream(std::uintmax_t expected_size) {
   ParserOptions();
   if (expected_size <= kMostBytesInMemory) return Handle<GMimeStream>(g_mime_stream_mem_new());
   const auto folder = std::filesystem::temp_directory_path();
-  std::string name = (folder / ".corvessa-XXXXXX").string();
+  std::string name = posix::TemporaryPattern(folder);
   const int descriptor = mkostemp(name.data(), O_CLOEXEC);
   if (descriptor < 0) RaiseIoError(folder, "takes no temporary file", errno);
   unlink(name.c_str());

@@ -1,7 +1,12 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <string_view>
+
+namespace corvessa::posix {
+class AtomicFile;
+}
 
 namespace corvessa::desk::mail {
 
@@ -9,5 +14,10 @@ namespace corvessa::desk::mail {
 /// is called just that.
 [[noreturn]] void RaiseIoError(const std::filesystem::path& file, std::string_view problem,
                                int error_code);
+
+/// Makes a file that appears whole or not at all; `write` fills and commits it. Raises Error when
+/// the file cannot be made or written, or when there is something else than a file in its place.
+void WriteFile(const std::filesystem::path& path,
+               const std::function<void(posix::AtomicFile& file)>& write);
 
 }  // namespace corvessa::desk::mail

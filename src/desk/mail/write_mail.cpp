@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "base/error.h"
-#include "desk/mail/atomic_file.h"
 #include "desk/mail/attachment_source.h"
 #include "desk/mail/gmime_handle.h"
 #include "desk/mail/header_decoding.h"
@@ -15,6 +14,7 @@
 #include "desk/mail/mail.h"
 #include "desk/mail/mail_io.h"
 #include "desk/mail/part_writer.h"
+#include "posix/atomic_file.h"
 
 namespace corvessa::desk::mail {
 
@@ -142,10 +142,11 @@ void StampMail(Mail& mail) {
 
 void WriteMail(const Mail& mail, const std::filesystem::path& path, MailPurpose purpose) {
   const auto prepared = Prepare(mail, purpose);
-  AtomicFile file(path);
-  if (const int error_code = WriteToDescriptor(prepared, file.Descriptor()))
-    file.RaiseWriteError(error_code);
-  file.Commit(AtomicFile::Safety::kSurvivesPowerLoss);
+  WriteFile(path, [&](posix::AtomicFile& file) {
+    if (const int error_code = WriteToDescriptor(prepared, file.Descriptor()))
+      posix::Throw(error_code);
+    file.CommitDurably();
+  });
 }
 
 void WriteMail(const Mail& mail, int descriptor, MailPurpose purpose) {

@@ -4,71 +4,49 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
 
 #include "base/error.h"
+#include "posix/atomic_file.h"
+#include "posix/error_number.h"
 
 namespace corvessa::desk {
 namespace {
 
-[[noreturn]] void RaiseErrno(int error, long not_found) {
-  if (error == ENOENT) Raise(not_found);
-  if (error == EACCES || error == EPERM || error == EROFS) Raise(kPermissionDenied);
-  if (error == ENOTDIR) Raise(kPathNotFound);
-  Raise(kPathFileAccess);
+/// Runs work that reports by std::system_error.
+template <class Work>
+auto Raising(Work work) {
+  try {
+    return work();
+  } catch (const std::system_error& error) {
+    Raise(posix::ErrorNumberOf(error.code().value()));
+  }
 }
 
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : fd_(fd) {}
-  ~Descriptor() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int Get() const { return fd_; }
-  /// The last chance to learn that what was written did not arrive.
-  void Close() {
-    if (::close(std::exchange(fd_, -1)) != 0) RaiseErrno(errno, kPathNotFound);
-  }
-
- private:
-  int fd_;
-};
-
-void WritePiece(int fd, std::string_view piece) {
-  while (!piece.empty()) {
-    const ssize_t written = ::write(fd, piece.data(), piece.size());
-    if (written < 0 && errno == EINTR) continue;
-    if (written < 0) RaiseErrno(errno, kPathNotFound);
-    piece.remove_prefix(static_cast<std::size_t>(written));
-  }
+posix::FileDescriptor Open(const std::filesystem::path& file, int flags, long missing) {
+  posix::FileDescriptor opened(::open(file.c_str(), flags | O_CLOEXEC | O_NOFOLLOW, 0600));
+  if (!opened) Raise(posix::ErrorNumberOf(errno, missing));
+  return opened;
 }
 
 void ReadPieces(const std::filesystem::path& file, const ContentSink& sink) {
-  const Descriptor source(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-  if (source.Get() < 0) RaiseErrno(errno, kFileNotFound);
+  const auto source = Open(file, O_RDONLY, kFileNotFound);
   std::array<char, 65536> piece;
-  for (;;) {
-    const ssize_t got = ::read(source.Get(), piece.data(), piece.size());
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) RaiseErrno(errno, kFileNotFound);
-    if (got == 0) return;
-    sink({piece.data(), static_cast<std::size_t>(got)});
-  }
+  const auto read = [&] { return posix::ReadSome(source.Get(), piece.data(), piece.size()); };
+  while (const std::size_t got = Raising(read)) sink({piece.data(), got});
 }
 
 void WriteFile(const std::filesystem::path& file,
                const std::function<void(const ContentSink& sink)>& provide) {
-  Descriptor target(
-      ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600));
-  if (target.Get() < 0) RaiseErrno(errno, kPathNotFound);
+  auto target = Open(file, O_WRONLY | O_CREAT | O_TRUNC, kPathNotFound);
+  const auto write = [&](std::string_view piece) {
+    Raising([&] { posix::WriteAll(target.Get(), piece); });
+  };
   try {
-    provide([&](std::string_view piece) { WritePiece(target.Get(), piece); });
-    target.Close();
+    provide(write);
+    Raising([&] { target.Close(); });
   } catch (...) {
     ::unlink(file.c_str());
     throw;
@@ -119,9 +97,8 @@ ContentFolder::~ContentFolder() {
 
 std::filesystem::path ContentFolder::NextFile() {
   if (path_.empty()) {
-    std::string pattern =
-        (std::filesystem::temp_directory_path() / "corvessa-items-XXXXXX").string();
-    if (!::mkdtemp(pattern.data())) RaiseErrno(errno, kPathNotFound);
+    std::string pattern = posix::TemporaryPattern(std::filesystem::temp_directory_path());
+    if (!::mkdtemp(pattern.data())) Raise(posix::ErrorNumberOf(errno, kPathNotFound));
     path_ = pattern;
   }
   return path_ / std::to_string(++last_);

@@ -3,16 +3,15 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
-#include <system_error>
 
 namespace corvessa::desk {
 
 std::optional<FileLock> FileLock::Try(const std::filesystem::path& path) {
-  FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
-  if (!file) throw std::system_error(errno, std::generic_category());
+  posix::FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+  if (!file) posix::Throw(errno);
   if (flock(file.Get(), LOCK_EX | LOCK_NB) == 0) return FileLock(std::move(file));
   if (errno == EWOULDBLOCK) return std::nullopt;
-  throw std::system_error(errno, std::generic_category());
+  posix::Throw(errno);
 }
 
 }  // namespace corvessa::desk

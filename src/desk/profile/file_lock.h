@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <optional>
 
-#include "desk/profile/posix_file.h"
+#include "posix/file_descriptor.h"
 
 namespace corvessa::desk {
 
@@ -15,9 +15,9 @@ class FileLock {
   static std::optional<FileLock> Try(const std::filesystem::path& path);
 
  private:
-  explicit FileLock(FileDescriptor file) : file_(std::move(file)) {}
+  explicit FileLock(posix::FileDescriptor file) : file_(std::move(file)) {}
 
-  FileDescriptor file_;
+  posix::FileDescriptor file_;
 };
 
 }  // namespace corvessa::desk

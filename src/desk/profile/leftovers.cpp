@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "base/error.h"
-#include "desk/profile/posix_file.h"
+#include "posix/atomic_file.h"
 
 namespace corvessa::desk {
 namespace {
@@ -17,12 +17,6 @@ namespace fs = std::filesystem;
 
 bool IsDigit(char c) {
   return c >= '0' && c <= '9';
-}
-
-/// What mkstemp and mkdtemp make of a prefix.
-bool IsMadeFrom(std::string_view prefix, std::string_view name) {
-  constexpr std::size_t kRandomLetters = 6;
-  return name.starts_with(prefix) && name.size() == prefix.size() + kRandomLetters;
 }
 
 /// The prefix and at least one digit, then nothing but what the suffix says.
@@ -36,14 +30,13 @@ bool IsNumbered(std::string_view prefix, std::string_view suffix, std::string_vi
 
 bool IsOurs(std::string_view name) {
   return IsNumbered("mail", "", name) || IsNumbered("~", ".tmp", name) || name == "Saving" ||
-         IsMadeFrom("corvessa-items-", name) || IsMadeFrom(".corvessa-", name) ||
-         IsMadeFrom(".new-", name);
+         posix::IsTemporaryName(name);
 }
 
 }  // namespace
 
 void RemoveLeftovers(const fs::path& folder) {
-  const FileDescriptor opened(
+  const posix::FileDescriptor opened(
       open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   if (!opened) {
     Raise(kPathFileAccess,

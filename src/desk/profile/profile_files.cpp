@@ -1,7 +1,6 @@
 #include "desk/profile/profile_files.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <chrono>
 #include <dirent.h>
@@ -15,7 +14,8 @@
 
 #include "base/error.h"
 #include "base/text.h"
-#include "desk/profile/posix_file.h"
+#include "posix/atomic_file.h"
+#include "posix/error_number.h"
 
 namespace corvessa::desk {
 namespace {
@@ -34,20 +34,8 @@ std::optional<struct stat> Look(const fs::path& path) {
 
 /// What `missing` means is the caller's: a file that is not there, or a folder.
 [[noreturn]] void RaiseErrno(int number, const fs::path& path, long missing) {
-  switch (number) {
-    case ENOENT: {
-      const auto folder = Look(path.parent_path());
-      Raise(folder && S_ISDIR(folder->st_mode) ? missing : kPathNotFound);
-    }
-    case ENOTDIR:
-      Raise(kPathNotFound);
-    case EACCES:
-    case EPERM:
-    case EROFS:
-      Raise(kPermissionDenied);
-    default:
-      Raise(kPathFileAccess);
-  }
+  const auto folder = Look(path.parent_path());
+  Raise(posix::ErrorNumberOf(number, folder && S_ISDIR(folder->st_mode) ? missing : kPathNotFound));
 }
 
 /// Runs a body that reports by std::system_error.
@@ -61,8 +49,8 @@ auto Translating(const fs::path& path, Body&& body) {
 }
 
 /// Opens an ordinary file only: no link, no folder, and nothing that could make the call wait.
-FileDescriptor OpenOrdinary(const fs::path& path, int flags) {
-  FileDescriptor file(
+posix::FileDescriptor OpenOrdinary(const fs::path& path, int flags) {
+  posix::FileDescriptor file(
       open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, kPrivateFile));
   if (!file) RaiseErrno(errno, path, kFileNotFound);
   struct stat opened {};
@@ -83,17 +71,6 @@ void EnsureFolder(const fs::path& path) {
   const auto present = Look(path);
   if (!present || !S_ISDIR(present->st_mode)) {
     Raise(kPathFileAccess, path.string() + " is a link or a file where a folder has to be");
-  }
-}
-
-void CopyContent(const FileDescriptor& from, const FileDescriptor& to) {
-  std::array<char, 1 << 16> block;
-  for (;;) {
-    const ssize_t got = read(from.Get(), block.data(), block.size());
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) throw std::system_error(errno, std::generic_category());
-    if (got == 0) return;
-    WriteAll(to.Get(), {block.data(), static_cast<std::size_t>(got)});
   }
 }
 
@@ -135,20 +112,18 @@ std::string ProfileFiles::FreshTemporaryPath(std::string_view suffix) {
 
 void ProfileFiles::AppendText(std::string_view path, std::string_view text) {
   const fs::path local = LocalPath(path);
-  const FileDescriptor file = OpenOrdinary(local, O_WRONLY | O_APPEND | O_CREAT);
+  const posix::FileDescriptor file = OpenOrdinary(local, O_WRONLY | O_APPEND | O_CREAT);
   Translating(local, [&] {
     // A file that was there before may have been open to others.
-    if (fchmod(file.Get(), kPrivateFile) != 0) {
-      throw std::system_error(errno, std::generic_category());
-    }
-    WriteAll(file.Get(), text);
+    if (fchmod(file.Get(), kPrivateFile) != 0) posix::Throw(errno);
+    posix::WriteAll(file.Get(), text);
   });
 }
 
 std::string ProfileFiles::Read(std::string_view path) {
   const fs::path local = LocalPath(path);
-  const FileDescriptor file = OpenOrdinary(local, O_RDONLY);
-  return Translating(local, [&] { return ReadAll(file.Get()); });
+  const posix::FileDescriptor file = OpenOrdinary(local, O_RDONLY);
+  return Translating(local, [&] { return posix::ReadAll(file.Get()); });
 }
 
 void ProfileFiles::Write(std::string_view path, std::string_view content) {
@@ -157,16 +132,20 @@ void ProfileFiles::Write(std::string_view path, std::string_view content) {
   if (present && S_ISREG(present->st_mode) && (present->st_mode & S_IWUSR) == 0) {
     Raise(kPathFileAccess);
   }
-  Translating(local, [&] { ReplaceFile(local, content, Durability::kProcess); });
+  Translating(local, [&] {
+    posix::AtomicFile file(local);
+    file.Write(content);
+    file.Commit();
+  });
 }
 
 void ProfileFiles::Copy(std::string_view from, std::string_view to) {
   const fs::path source = LocalPath(from);
   const fs::path target = LocalPath(to);
-  const FileDescriptor read_from = OpenOrdinary(source, O_RDONLY);
-  const FileDescriptor write_to = OpenOrdinary(target, O_WRONLY | O_CREAT | O_EXCL);
+  const posix::FileDescriptor read_from = OpenOrdinary(source, O_RDONLY);
+  const posix::FileDescriptor write_to = OpenOrdinary(target, O_WRONLY | O_CREAT | O_EXCL);
   try {
-    Translating(target, [&] { CopyContent(read_from, write_to); });
+    Translating(target, [&] { posix::CopyAll(read_from.Get(), write_to.Get()); });
   } catch (...) {
     unlink(target.c_str());
     throw;
@@ -201,7 +180,7 @@ void ProfileFiles::RemoveEmptyFolder(std::string_view path) {
 
 std::vector<std::string> ProfileFiles::List(std::string_view folder) {
   const fs::path local = LocalPath(folder);
-  FileDescriptor opened(
+  posix::FileDescriptor opened(
       open(local.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   if (!opened) RaiseErrno(errno, local, kPathNotFound);
   const std::unique_ptr<DIR, int (*)(DIR*)> entries(fdopendir(opened.Get()), closedir);

@@ -8,8 +8,8 @@
 
 #include "base/error.h"
 #include "base/guard.h"
-#include "desk/profile/posix_file.h"
 #include "desk/profile/regedit4.h"
+#include "posix/atomic_file.h"
 
 namespace corvessa::desk {
 namespace {
@@ -39,11 +39,12 @@ FileLock LockOrRaise(const fs::path& path) {
 }
 
 RegistryNodePtr Load(const fs::path& path) {
-  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  const posix::FileDescriptor file(
+      open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   if (!file && errno == ENOENT) return std::make_shared<RegistryNode>();
   try {
-    if (!file) throw std::system_error(errno, std::generic_category());
-    return ParseRegedit4(ReadAll(file.Get()));
+    if (!file) posix::Throw(errno);
+    return ParseRegedit4(posix::ReadAll(file.Get()));
   } catch (const std::system_error& error) {
     RaiseForFile(path, "cannot be read: " + error.code().message());
   } catch (const Error& error) {
@@ -68,7 +69,9 @@ class RegistryFile::Store {
   void Save() {
     if (!unsaved_) return;
     try {
-      ReplaceFile(path_, FormatRegedit4(*roots_), Durability::kPower);
+      posix::AtomicFile file(path_);
+      file.Write(FormatRegedit4(*roots_));
+      if (const auto trouble = file.CommitDurably()) posix::Throw(trouble.value());
     } catch (const std::system_error& error) {
       RaiseForFile(path_, "cannot be written: " + error.code().message());
     }

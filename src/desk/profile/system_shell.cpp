@@ -11,7 +11,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
-#include "desk/profile/posix_file.h"
+#include "posix/file_descriptor.h"
 
 namespace corvessa::desk {
 namespace {
@@ -40,8 +40,8 @@ bool IsWebPage(std::string_view url) {
 int StartDetached(char* const* arguments) {
   std::array<int, 2> ends{};
   if (pipe2(ends.data(), O_CLOEXEC) != 0) return errno;
-  const FileDescriptor report(ends[0]);
-  FileDescriptor child_report(ends[1]);
+  const posix::FileDescriptor report(ends[0]);
+  posix::FileDescriptor child_report(ends[1]);
   const pid_t child = fork();
   if (child < 0) return errno;
   if (child == 0) {
@@ -50,17 +50,14 @@ int StartDetached(char* const* arguments) {
     if (detached == 0) Become(arguments, child_report.Get());
     _exit(detached < 0 ? 1 : 0);
   }
-  child_report = FileDescriptor();
+  child_report = posix::FileDescriptor();
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }
   if (status != 0) return EAGAIN;
   int failure = 0;
-  ssize_t got = 0;
-  do {
-    got = read(report.Get(), &failure, sizeof failure);
-  } while (got < 0 && errno == EINTR);
-  return got == sizeof failure ? failure : 0;
+  posix::ReadSome(report.Get(), reinterpret_cast<char*>(&failure), sizeof failure);
+  return failure;
 }
 
 }  // namespace
