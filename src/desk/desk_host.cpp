@@ -8,7 +8,6 @@
 #include "base/guard.h"
 #include "base/text.h"
 #include "desk/engine_setup.h"
-#include "desk/profile/leftovers.h"
 #include "desk/profile/pictures.h"
 #include "desk/settings_store.h"
 #include "desk/terminal/answers.h"
@@ -20,16 +19,10 @@
 namespace corvessa::desk {
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr std::string_view kTraceFile = "c:\\Nimbra_trace.txt";
 constexpr std::string_view kTraceSwitch = "LogDebuggingInfo";
 /// What all tags of the add-in's buttons begin with.
 constexpr std::string_view kAddInTag = "CorvessaPro_OL.";
-
-fs::path TemporaryFolder(Profile& profile) {
-  return profile.Files().LocalPath(profile.Files().TemporaryFolder());
-}
 
 std::string VersionText(int major) {
   switch (major) {
@@ -99,8 +92,7 @@ DeskHost::DeskHost(Profile& profile, Terminal& terminal, Answers& answers, std::
       ui_(terminal, answers, UiSetup(profile, messages)),
       engine_(engine::CreateEngineFactory(EngineSetup(profile))),
       outlook_(OutlookSetup(profile, options)) {
-  RemoveLeftovers(TemporaryFolder(profile));
-  ::setenv("TMPDIR", TemporaryFolder(profile).c_str(), 1);
+  ::setenv("TMPDIR", profile.TemporaryFolder().c_str(), 1);
   platform::InstallHost({outlook_.Cdo(), profile.Clipboard(), profile.Clock(), *engine_,
                          profile.Files(), profile.Inet(), outlook_.Redemption(), profile.Registry(),
                          profile.Shell(), ui_, profile.Product()});

@@ -27,10 +27,6 @@ struct HostOptions {
 /// Outlook with the add-in in it, on a profile, for one at a time: connected in the constructor,
 /// with one folder window open; disconnected at the end. The add-in is met only as Outlook meets
 /// it: Connect, events, clicks.
-///
-/// Whatever is set aside meanwhile, by libraries too, lies in the profile's folder for temporary
-/// files. The profile belongs to this process alone, so what is there before was left by one that
-/// was killed, and goes.
 class DeskHost {
  public:
   /// All must outlive it.

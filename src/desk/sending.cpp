@@ -79,15 +79,20 @@ bool AgreedToSendInClear(const std::vector<ShownBox>& boxes, std::size_t first) 
   return std::any_of(boxes.begin() + static_cast<std::ptrdiff_t>(first), boxes.end(), IsConsent);
 }
 
-/// Outlook would let it go. A program for people who cannot afford that does not.
-void RefuseUnagreedClearText(DeskHost& host, const ItemData& item, bool encrypted,
-                             std::size_t first_box) {
-  constexpr std::string_view kNoEncrypt = "X-Nimbra-NoEncrypt";
-  const bool was_asked_to =
-      item.properties.contains({std::string(kInternetHeaders), std::string(kNoEncrypt)});
-  if (encrypted || !was_asked_to || Carries(item, kNoEncrypt)) return;
-  if (AgreedToSendInClear(host.Ui().Boxes(), first_box)) return;
-  Fail(Outcome::kRefused, "not sent: it would have travelled without encryption");
+/// Outlook would let it go, also where the add-in is switched off. A program for people who cannot
+/// afford that does not.
+void RefuseUnagreedClearText(DeskHost& host, const ItemData& item, std::size_t first_box) {
+  if (Carries(item, "X-Nimbra-NoEncrypt") || AgreedToSendInClear(host.Ui().Boxes(), first_box)) {
+    return;
+  }
+  Fail(Outcome::kRefused,
+       "not sent: the add-in would have let it travel without encryption; --no-encrypt agrees");
+}
+
+void RequireRecipients(const ItemData& item) {
+  const auto has_address = [](const RecipientData& one) { return !one.address.empty(); };
+  if (std::any_of(item.recipients.begin(), item.recipients.end(), has_address)) return;
+  Fail(Outcome::kRefused, "not sent: there is no recipient");
 }
 
 mail::Mail WithSender(mail::Mail draft, const Person& owner) {
@@ -111,6 +116,15 @@ std::string ProtectionText(const SentMail& sent) {
   return sent.is_signed ? "signed, not encrypted" : "neither encrypted nor signed";
 }
 
+std::string BlindCopyText(const SentMail& sent) {
+  std::string addresses;
+  for (const mail::Mailbox& mailbox : sent.mail.bcc) {
+    addresses += (addresses.empty() ? "" : ", ") + mailbox.address;
+  }
+  if (addresses.empty()) return {};
+  return "it is also for " + addresses + ", whom the mail does not name; tell your mail server so";
+}
+
 SentMail SendDraft(DeskHost& host, const mail::Mail& draft, const SendChoices& choices,
                    const std::function<void(const mail::Mail&)>& deliver) {
   const ItemPtr item = host.Outlook().AddItem(DraftItem(draft));
@@ -119,11 +133,12 @@ SentMail SendDraft(DeskHost& host, const mail::Mail& draft, const SendChoices& c
     if (!window) Fail(Outcome::kRefused, "not sent: the message was closed while it was opened");
     PressChoices(window->Bars(), choices);
   }
-  return SendItem(host, item, draft, deliver);
+  return SendItem(host, item, draft, deliver, choices.no_encrypt);
 }
 
 SentMail SendItem(DeskHost& host, const ItemPtr& item, const mail::Mail& base,
-                  const std::function<void(const mail::Mail&)>& deliver) {
+                  const std::function<void(const mail::Mail&)>& deliver, bool may_be_clear) {
+  RequireRecipients(item->Data());
   const std::size_t first_box = host.BeginOperation();
   SentMail sent;
   const SignatureWatch watch(item);
@@ -131,7 +146,7 @@ SentMail SendItem(DeskHost& host, const ItemPtr& item, const mail::Mail& base,
     if (host.IsInterrupted()) Fail(Outcome::kRefused, "not sent: interrupted");
     sent.encrypted = IsArmour(*travelling.body, kEncryptedStart);
     sent.is_signed = watch.IsSigned();
-    RefuseUnagreedClearText(host, travelling, sent.encrypted, first_box);
+    if (!sent.encrypted && !may_be_clear) RefuseUnagreedClearText(host, travelling, first_box);
     sent.mail = MailOf(travelling, WithSender(base, host.Owner()));
     mail::StampMail(sent.mail);
     deliver(sent.mail);

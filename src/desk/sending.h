@@ -29,19 +29,23 @@ struct SentMail {
 /// "encrypted and signed" and so on.
 std::string ProtectionText(const SentMail& sent);
 
+/// Who gets a copy and is not named in what travels, as a line for the user; empty when nobody.
+std::string BlindCopyText(const SentMail& sent);
+
 /// Turns the choices into answers of the form that asks when another program sends. They come
 /// before the user's own answers for that form, which then have to end it.
 void AnswerExternalForm(const SendChoices& choices, Answers& answers);
 
 /// Composes the draft in a window with the options bar (unless it is external), presses the buttons
 /// for the choices, and sends it. `deliver` gets what travels; what it throws leaves the message
-/// unsent. Throws Failure (refused) when the add-in cancels, or when a message that was to be
-/// encrypted would travel in clear without the user having agreed.
+/// unsent. Throws Failure (refused) when the add-in cancels, when nobody is to get it, or when it
+/// would travel in clear without the user having agreed.
 SentMail SendDraft(DeskHost& host, const mail::Mail& draft, const SendChoices& choices,
                    const std::function<void(const mail::Mail&)>& deliver);
 
-/// The same for an item that is composed already; `base` is what its mail has beside it.
+/// The same for an item that is composed already; `base` is what its mail has beside it. With
+/// `may_be_clear` the user has agreed beforehand.
 SentMail SendItem(DeskHost& host, const ItemPtr& item, const mail::Mail& base,
-                  const std::function<void(const mail::Mail&)>& deliver);
+                  const std::function<void(const mail::Mail&)>& deliver, bool may_be_clear = false);
 
 }  // namespace corvessa::desk

@@ -18,13 +18,24 @@ constexpr std::size_t kMaxAnswer = kMaxKeySize * kMaxKeys / 2 * 3;
 constexpr std::size_t kMaxOperation = std::size_t{64} << 20;
 constexpr std::string_view kBlock = "PUBLIC KEY BLOCK";
 
+/// The schemes of their own that key servers go by mean http on port 11371 and https.
+std::string WebAddress(std::string server) {
+  if (server.starts_with("hkps://")) return server.replace(0, 4, "https");
+  if (!server.starts_with("hkp://")) return server;
+  server.replace(0, 3, "http");
+  const auto host = std::string_view("http://").size();
+  const auto end = std::min(server.find('/', host), server.size());
+  if (server.find(':', host) >= end) server.insert(end, ":11371");
+  return server;
+}
+
 std::vector<std::string> Servers(std::string_view list) {
   std::vector<std::string> servers;
   while (true) {
     const auto begin = list.find_first_not_of(" ,\t");
     if (begin == std::string_view::npos) return servers;
     const auto end = std::min(list.find_first_of(" ,\t", begin), list.size());
-    std::string server(list.substr(begin, end - begin));
+    std::string server = WebAddress(std::string(list.substr(begin, end - begin)));
     list.remove_prefix(end);
     if (!server.starts_with("http://") && !server.starts_with("https://")) {
       Raise(kInvalidArgument, "\"" + server + "\" is no http or https address of a key server.");

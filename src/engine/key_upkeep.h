@@ -18,6 +18,7 @@ struct KeyInfo {
   std::uint32_t created = 0;  ///< seconds since 1970
   std::uint32_t expires = 0;  ///< seconds since 1970; 0 never
   bool secret = false;        ///< the secret key is here
+  bool open = false;          ///< and some of it without a passphrase
   bool revoked = false;
   bool expired = false;
 };

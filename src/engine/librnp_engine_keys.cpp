@@ -40,6 +40,12 @@ bool HasSecretPart(rnp_ffi_t ffi, rnp_key_handle_t primary) {
   });
 }
 
+bool HasOpenSecretPart(rnp_ffi_t ffi, rnp_key_handle_t primary) {
+  return std::ranges::any_of(WithSubkeys(ffi, primary), [](const Key& key) {
+    return Get<bool>(rnp_key_have_secret, key.get()) && !Get<bool>(rnp_key_is_protected, key.get());
+  });
+}
+
 KeyInfo InfoOf(rnp_ffi_t ffi, rnp_key_handle_t primary) {
   const auto facts = FactsOf(primary);
   const auto created = Get<std::uint32_t>(rnp_key_get_creation, primary);
@@ -51,6 +57,7 @@ KeyInfo InfoOf(rnp_ffi_t ffi, rnp_key_handle_t primary) {
           created,
           lifetime == 0 ? 0 : created + lifetime,
           HasSecretPart(ffi, primary),
+          HasOpenSecretPart(ffi, primary),
           Get<bool>(rnp_key_is_revoked, primary),
           Get<bool>(rnp_key_is_expired, primary)};
 }

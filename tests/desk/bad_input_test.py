@@ -122,10 +122,17 @@ class Disk(DeskCase):
                          (3, b"corvessa-desk: the output cannot be written\n"))
         draft = self.draft()
         for target, code, complaint in (("/dev/full", 3, "/dev/full is there already and is no file"),
-                                        (draft, 2, "--out names the draft itself; choose another file")):
+                                        (draft, 2, f"{draft} was read; choose another file to write")):
             self.assertDone(self.alice("send", draft, "--out", target), code, "",
                             f"corvessa-desk: {complaint}\n")
         self.assertTrue(pathlib.Path("/dev/full").is_char_device())
+        text = self.write("text", "Thanks\n")
+        for out in (sent := self.sent(), text):
+            self.assertEqual(self.bob("reply", sent, "--text", text, "--out", out).code, 2)
+        closed = subprocess.run(["sh", "-c", 'exec "$0" --profile "$1" get >&-', DESK, self.folder / "alice"],
+                                capture_output=True)
+        self.assertEqual((closed.returncode, closed.stderr),
+                         (3, b"corvessa-desk: the output cannot be written\n"))
 
 
 class Processes(DeskCase):
@@ -143,8 +150,18 @@ class Processes(DeskCase):
         self.assertTrue(self.leftovers())
         shell.kill()
         shell.communicate()
-        self.assertDone(self.bob("settings", "--answer", "frmManageUserKeys=cmdOK"))
+        self.assertDone(self.bob("get", "PassphraseMemory"))
         self.assertEqual(self.leftovers(), [])
+
+    def test_a_damaged_key_ring_is_kept_and_told_of(self):
+        ring = self.folder / "alice" / "keys" / "public.ring"
+        damaged = b"X" + ring.read_bytes()[1:]
+        ring.write_bytes(damaged)
+        kept = ring.with_name("public.ring.damaged")
+        listed = self.alice("key", "list")
+        self.assertDone(listed, err="corvessa-desk: a key ring was damaged, and keys may be missing; "
+                                    f"as it was it is kept in {kept}\n")
+        self.assertEqual(kept.read_bytes(), damaged)
 
 
 if __name__ == "__main__":

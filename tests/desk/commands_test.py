@@ -14,7 +14,8 @@ class Keys(DeskCase):
     def test_keys_go_to_gpg_and_come_back(self):
         gpg = Gpg(self)
         imported = self.alice("key", "import", self.write("g.asc", gpg.secret_key()))
-        self.assertRegex(imported.out, rf"\A[0-9A-F]{{40}}  own  \S+  [-\d]+  valid\b.*\n    Gina <{GINA}>\n\Z")
+        self.assertRegex(imported.out, rf"\A[0-9A-F]{{40}}  own, without passphrase  \S+  [-\d]+  valid\b.*\n    Gina <{GINA}>\n\Z")
+        self.assertRegex(imported.err, r"\Acorvessa-desk: the secret key [0-9A-F]{40} has no passphrase: .*\n\Z")
         listed = self.alice("key", "list")
         self.assertDone(listed)
         self.assertEqual([line for line in listed.out.splitlines() if line.startswith(" ")],
@@ -49,7 +50,7 @@ class Keys(DeskCase):
                             out=f"The public key of {ALICE} was published.\n")
             self.assertEqual(posted, [("/pks/add", "-----BEGIN PGP PUBLIC KEY BLOCK-----")])
             server.shutdown()
-        self.assertEqual(self.alice("key", "publish", ALICE).code, 1)
+        self.assertEqual(self.alice("key", "publish", ALICE).code, 3)
 
 
 class Settings(DeskCase):
@@ -95,6 +96,8 @@ class Settings(DeskCase):
                 (["open"], "file is required; see corvessa-desk --help"),
                 (["opne", "x"], "A subcommand is required; see corvessa-desk --help"),
                 (["get", "--answer", "x"], "--answer takes FORM=CONTROL"),
+                (["set", "EngineLookupServer", "keys.example.org"],
+                 "\"keys.example.org\" is no http or https address of a key server."),
                 (["account", "add", "no address"],
                  "no address is no e-mail address; write it as name@example.org"),
                 (["key", "generate", "x@example.org"],
@@ -102,6 +105,7 @@ class Settings(DeskCase):
             with self.subTest(arguments):
                 self.assertDone(self.at(self.folder / "alice", *arguments), 2, "",
                                 f"corvessa-desk: {complaint}\n")
+        self.assertDone(self.alice("get", "EngineLookupServer"), out="\n")
         self.assertIn("Subcommands:\n", subprocess.run([DESK, "--help"], capture_output=True,
                                                        text=True, check=True).stdout)
 

@@ -21,7 +21,9 @@ class Sending(DeskCase):
         path = self.folder / "sent.eml"
         done = self.alice("send", self.draft(to=f"Gina <{GINA}>", Bcc=f"Bob <{BOB}>", X_Own="kept"),
                           "--out", path)
-        self.assertDone(done, out=f"Sent encrypted and signed: {path}\n")
+        self.assertDone(done, out=f"Sent encrypted and signed: {path}\n",
+                        err=f"corvessa-desk: it is also for {BOB}, whom the mail does not name; "
+                            "tell your mail server so\n")
         mail = read_mail(path)
         self.assertEqual(
             [(name, value) for name, value in mail.items()
@@ -107,11 +109,14 @@ class Sending(DeskCase):
     def test_what_was_to_be_encrypted_is_not_sent_in_clear_by_an_add_in_that_is_switched_off(self):
         path = self.folder / "sent.eml"
         self.assertDone(self.alice("set", "DisableKVPEntirely", "1"))
-        self.assertDone(self.alice("send", self.draft(X_Nimbra_NoEncrypt="False"), "--out", path), 1, "",
-                        "corvessa-desk: not sent: it would have travelled without encryption\n")
+        self.assertDone(self.alice("send", self.draft(), "--out", path), 1, "",
+                        "corvessa-desk: not sent: the add-in would have let it travel without "
+                        "encryption; --no-encrypt agrees\n")
         self.assertFalse(path.exists())
-        self.assertDone(self.alice("send", self.draft(X_Nimbra_NoEncrypt="True"), "--out", path),
+        self.assertDone(self.alice("send", self.draft(), "--no-encrypt", "--out", path),
                         out=f"Sent neither encrypted nor signed: {path}\n")
+        self.assertDone(self.alice("send", self.draft(to=""), "--no-encrypt", "--out", path), 1, "",
+                        "corvessa-desk: not sent: there is no recipient\n")
 
     def test_a_key_server_that_hangs_stops_the_send(self):
         with socket.create_server(("127.0.0.1", 0)) as server:
@@ -199,8 +204,11 @@ class Opening(DeskCase):
         self.assertEqual((unanswered.code, report["decryptStatus"], report["resultCode"]), (1, -1, 1))
         self.assertEqual([entry["decryptStatus"] for entry in report["attachments"]], [None] * 6)
         self.assertEqual(list((self.folder / "no").iterdir()), [])
-        self.assertIn("corvessa-desk: closed frmLogin unanswered; answer it with --passphrase "
-                      "ADDRESS=FILE\n", unanswered.err)
+        self.assertIn('corvessa-desk: closed frmLogin "Please enter your Corvessa passphrase." '
+                      "unanswered; answer it with --passphrase ADDRESS=FILE\n", unanswered.err)
+        nothing = self.bob("open", self.folder / "nothing", "--json")
+        self.assertEqual((nothing.json()["resultCode"], nothing.code), (3, 3))
+        self.assertIn("cannot be read", nothing.json()["error"])
 
         signed = self.sent("--no-encrypt", files={"t.csv": b"1;2\n"}).read_bytes()
         forged = {"text": signed.replace(b"a dash", b"A dash"),

@@ -193,13 +193,13 @@ TEST_F(TerminalUiTest, APromptThatNobodyAnswersIsClosedAndNamed) {
             platform::kAnswerCancel);
   SecureAddresses({"ann@example.org"});
   EXPECT_EQ(Login(), "none");
-  EXPECT_EQ(
-      messages.str(),
-      "corvessa-desk: closed frmNoKeysFound unanswered; answer it with --answer "
-      "frmNoKeysFound=cmdYes|cmdNo\n"
-      "corvessa-desk: closed MessageBox \"Secure this address?\" unanswered; answer it with "
-      "--answer MessageBox=OK|Cancel\n"
-      "corvessa-desk: closed frmLogin unanswered; answer it with --passphrase ADDRESS=FILE\n");
+  EXPECT_EQ(messages.str(),
+            "corvessa-desk: closed frmNoKeysFound unanswered; answer it with --answer "
+            "frmNoKeysFound=cmdYes|cmdNo\n"
+            "corvessa-desk: closed MessageBox \"Secure this address?\" unanswered; answer it with "
+            "--answer MessageBox=OK|Cancel\n"
+            "corvessa-desk: closed frmLogin \"Please enter your Corvessa passphrase.\" unanswered; "
+            "answer it with --passphrase ADDRESS=FILE\n");
   EXPECT_EQ(Drawn(), "");
 }
 

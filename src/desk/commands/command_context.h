@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <functional>
 #include <iosfwd>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,14 +31,22 @@ struct CommandContext {
   std::vector<std::string> passphrases = {};
   std::vector<std::string> given_answers = {};
   Answers answers = {};
+  /// --json was given.
+  bool json = false;
 
   /// What the chosen command does once the whole command line has been read.
   std::function<Outcome()> run = {};
+  bool has_written_json = false;
 
   /// Opens the profile that was named, or the user's own.
   Profile OpenProfile() const;
   /// One line to the user.
   void Tell(std::string_view line) const;
+  /// The one JSON object that --json asks for.
+  void WriteJson(const nlohmann::json& report);
+  /// Why the command has ended early: one line, and with --json an object (resultCode, error)
+  /// unless one has been written.
+  void TellFailure(Outcome outcome, std::string_view message);
 };
 
 /// Each adds its commands to the command line.

@@ -1,7 +1,9 @@
 #include <CLI/CLI.hpp>
 #include <ctime>
+#include <filesystem>
 #include <memory>
 #include <ostream>
+#include <system_error>
 
 #include "base/text.h"
 #include "desk/commands/command_context.h"
@@ -14,6 +16,8 @@ namespace corvessa::desk {
 namespace {
 
 constexpr platform::EngineStatus kInvalidAddress = -6;
+constexpr platform::EngineStatus kKeyStoreTrouble = -7;
+constexpr platform::EngineStatus kIoTrouble = -8;
 
 struct KeyOptions {
   std::string address;
@@ -27,7 +31,21 @@ void Check(platform::EngineStatus status, platform::IEngine& engine) {
   if (status == 0) return;
   std::string reason = engine.GetEngineLastError();
   if (reason.ends_with('.')) reason.pop_back();
-  Fail(status == kInvalidAddress ? Outcome::kWrongUse : Outcome::kRefused, reason);
+  const bool is_environment = status == kKeyStoreTrouble || status == kIoTrouble;
+  Fail(status == kInvalidAddress ? Outcome::kWrongUse
+       : is_environment          ? Outcome::kEnvironment
+                                 : Outcome::kRefused,
+       reason);
+}
+
+/// What could not be read of a ring has been set aside; only the user knows what to do about it.
+void TellOfDamagedRings(const CommandContext& context, const Profile& profile) {
+  std::error_code ignored;
+  for (const auto& file : std::filesystem::directory_iterator(profile.KeysFolder(), ignored)) {
+    if (file.path().filename().string().find(".damaged") == std::string::npos) continue;
+    context.Tell("a key ring was damaged, and keys may be missing; as it was it is kept in " +
+                 file.path().string());
+  }
 }
 
 std::string DateOf(std::uint32_t seconds) {
@@ -45,7 +63,8 @@ std::string StateOf(const engine::KeyInfo& key) {
 }
 
 void Print(std::ostream& out, const engine::KeyInfo& key) {
-  out << key.fingerprint << "  " << (key.secret ? "own" : "public") << "  " << key.algorithm << "  "
+  out << key.fingerprint << "  " << (key.secret ? "own" : "public")
+      << (key.open ? ", without passphrase" : "") << "  " << key.algorithm << "  "
       << DateOf(key.created) << "  " << StateOf(key) << "\n";
   for (const std::string& user : key.user_ids) out << "    " << ForDisplay(user) << "\n";
 }
@@ -69,7 +88,12 @@ Outcome Import(CommandContext& context, const KeyOptions& options) {
   for (const std::string& content : contents) {
     std::vector<engine::KeyInfo> imported;
     Check(engine->ImportKeys(content, imported), *engine);
-    for (const engine::KeyInfo& key : imported) Print(context.out, key);
+    for (const engine::KeyInfo& key : imported) {
+      Print(context.out, key);
+      if (!key.open) continue;
+      context.Tell("the secret key " + key.fingerprint +
+                   " has no passphrase: who can read the profile can use it");
+    }
   }
   return Outcome::kDone;
 }
@@ -91,6 +115,7 @@ Outcome List(CommandContext& context) {
   std::vector<engine::KeyInfo> keys;
   Check(engine->ListKeys(keys), *engine);
   for (const engine::KeyInfo& key : keys) Print(context.out, key);
+  TellOfDamagedRings(context, profile);
   return Outcome::kDone;
 }
 

@@ -8,13 +8,15 @@ class App;
 
 namespace corvessa::desk {
 
+struct CommandContext;
+
 /// What the commands that work on one message share.
 struct MessageOptions {
   std::string file;
-  bool json = false;
   bool trace = false;
 };
 
-void AddMessageOptions(CLI::App& command, MessageOptions& options);
+/// --json goes into the context.
+void AddMessageOptions(CLI::App& command, CommandContext& context, MessageOptions& options);
 
 }  // namespace corvessa::desk

@@ -61,7 +61,7 @@ void PrintJson(CommandContext& context, DeskHost& host, const InspectorWindowPtr
   json["resultCode"] = static_cast<int>(outcome);
   AddBars(json, window->Bars());
   AddBoxes(json, host.Ui().Boxes());
-  context.out << TextOf(json);
+  context.WriteJson(json);
 }
 
 Outcome Open(CommandContext& context, const OpenOptions& options) {
@@ -70,7 +70,7 @@ Outcome Open(CommandContext& context, const OpenOptions& options) {
   for (const std::string& complaint : opened.complaints) context.Tell(complaint);
   const Outcome outcome =
       opened.report.Failed() || !opened.complaints.empty() ? Outcome::kRefused : Outcome::kDone;
-  if (options.message.json) {
+  if (context.json) {
     PrintJson(context, message.Host(), message.Window(), opened, outcome);
   } else {
     Print(context, opened, message.Window()->ShownItem()->Data());
@@ -84,7 +84,7 @@ Outcome Open(CommandContext& context, const OpenOptions& options) {
 void AddOpenCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<OpenOptions>();
   auto* const open = app.add_subcommand("open", "open a received message and show what it holds");
-  AddMessageOptions(*open, options->message);
+  AddMessageOptions(*open, context, options->message);
   open->add_option("--save-attachments", options->save_folder, "save the attachments there")
       ->type_name("DIR");
   open->add_flag("--original", options->original, "show the message as it came, too");

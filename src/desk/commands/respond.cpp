@@ -44,7 +44,7 @@ void Write(CommandContext& context, const ResponseOptions& options, DeskHost& ho
   if (!options.out_file.empty()) {
     mail::WriteMail(draft, options.out_file, mail::MailPurpose::kDraft);
   }
-  if (options.message.json) {
+  if (context.json) {
     nlohmann::json json;
     AddMessage(json, report);
     json["resultCode"] = static_cast<int>(Outcome::kDone);
@@ -54,7 +54,7 @@ void Write(CommandContext& context, const ResponseOptions& options, DeskHost& ho
       json["file"] = options.out_file;
     }
     AddBoxes(json, host.Ui().Boxes());
-    context.out << TextOf(json);
+    context.WriteJson(json);
   } else if (options.out_file.empty()) {
     context.out << mail::FormatMail(draft, mail::MailPurpose::kDraft);
   } else {
@@ -63,6 +63,7 @@ void Write(CommandContext& context, const ResponseOptions& options, DeskHost& ho
 }
 
 Outcome Run(CommandContext& context, const ResponseOptions& options, Response response) {
+  RefuseToReplace(options.out_file, {options.message.file, options.text_file});
   const std::string text =
       options.text_file.empty() ? std::string() : ReadWholeFile(options.text_file);
   ReceivedMessage message(context, options.message);
@@ -77,7 +78,7 @@ Outcome Run(CommandContext& context, const ResponseOptions& options, Response re
 CLI::App* AddCommand(CLI::App& app, CommandContext& context, const char* name, const char* help,
                      const std::shared_ptr<ResponseOptions>& options, Response response) {
   auto* const command = app.add_subcommand(name, help);
-  AddMessageOptions(*command, options->message);
+  AddMessageOptions(*command, context, options->message);
   command->add_option("--text", options->text_file, "what to write above; - for the input")
       ->type_name("FILE");
   command->add_option("--out", options->out_file, "write the draft there instead of the output")

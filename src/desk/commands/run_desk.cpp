@@ -65,12 +65,12 @@ Outcome Run(CommandContext& context) {
     if (!context.out) Fail(Outcome::kEnvironment, "the output cannot be written");
     return outcome;
   } catch (const Failure& failure) {
-    context.Tell(failure.message);
+    context.TellFailure(failure.outcome, failure.message);
     return failure.outcome;
   } catch (const Error& error) {
-    context.Tell(AsMessage(error.description));
+    context.TellFailure(Outcome::kEnvironment, AsMessage(error.description));
   } catch (const std::exception& error) {
-    context.Tell(error.what());
+    context.TellFailure(Outcome::kEnvironment, error.what());
   }
   return Outcome::kEnvironment;
 }

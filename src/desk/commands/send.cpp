@@ -1,13 +1,12 @@
 #include <CLI/CLI.hpp>
-#include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <ostream>
-#include <system_error>
 
 #include "base/text.h"
 #include "desk/commands/command_context.h"
 #include "desk/commands/message_options.h"
+#include "desk/commands/text_file.h"
 #include "desk/desk_host.h"
 #include "desk/json_report.h"
 #include "desk/mail/mail_io.h"
@@ -49,29 +48,20 @@ void PrintJson(CommandContext& context, DeskHost& host, const SendOptions& optio
     }
   }
   AddBoxes(json, host.Ui().Boxes());
-  context.out << TextOf(json);
-}
-
-/// The draft is the only copy of what the user wrote.
-void RefuseToReplaceDraft(const SendOptions& options) {
-  std::error_code ignored;
-  if (!options.out_file.empty() &&
-      std::filesystem::equivalent(options.out_file, options.message.file, ignored)) {
-    Fail(Outcome::kWrongUse, "--out names the draft itself; choose another file");
-  }
+  context.WriteJson(json);
 }
 
 Outcome Send(CommandContext& context, const SendOptions& options) {
   const mail::Mail draft = mail::LoadMail(options.message.file);
   if (draft.incomplete) Fail(Outcome::kEnvironment, options.message.file + " ends early; not sent");
-  RefuseToReplaceDraft(options);
+  RefuseToReplace(options.out_file, {options.message.file});
   Profile profile = context.OpenProfile();
   const Person sender = SenderOf(draft, SettingsStore(profile.Registry()));
   AnswerExternalForm(options.choices, context.answers);
   DeskHost host(
       profile, context.terminal, context.answers, context.messages,
       {.outlook_version = options.outlook, .owner = sender, .trace = options.message.trace});
-  const bool to_output = options.out_file.empty() && !options.message.json;
+  const bool to_output = options.out_file.empty() && !context.json;
   const auto deliver = [&](const mail::Mail& mail) {
     if (!options.out_file.empty()) {
       mail::WriteMail(mail, options.out_file, mail::MailPurpose::kTravel);
@@ -82,14 +72,18 @@ Outcome Send(CommandContext& context, const SendOptions& options) {
   };
   try {
     const SentMail sent = SendDraft(host, draft, options.choices, deliver);
-    if (options.message.json) PrintJson(context, host, options, &sent, Outcome::kDone);
-    if (!options.out_file.empty() && !options.message.json) {
+    if (context.json) {
+      PrintJson(context, host, options, &sent, Outcome::kDone);
+    } else if (const std::string text = BlindCopyText(sent); !text.empty()) {
+      context.Tell(text);
+    }
+    if (!options.out_file.empty() && !context.json) {
       context.out << "Sent " << ProtectionText(sent) << ": " << ForDisplay(options.out_file)
                   << "\n";
     }
     return Outcome::kDone;
   } catch (const Failure& failure) {
-    if (options.message.json) PrintJson(context, host, options, nullptr, failure.outcome);
+    if (context.json) PrintJson(context, host, options, nullptr, failure.outcome);
     throw;
   }
 }
@@ -99,7 +93,7 @@ Outcome Send(CommandContext& context, const SendOptions& options) {
 void AddSendCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<SendOptions>();
   auto* const send = app.add_subcommand("send", "compose a draft in a window and send it");
-  AddMessageOptions(*send, options->message);
+  AddMessageOptions(*send, context, options->message);
   send->add_option("--out", options->out_file, "write what travels there instead of the output")
       ->type_name("FILE");
   send->add_flag("--no-encrypt", options->choices.no_encrypt, "release \"Encrypt on send\"");

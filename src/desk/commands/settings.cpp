@@ -2,9 +2,11 @@
 #include <memory>
 #include <ostream>
 
+#include "base/error.h"
 #include "base/text.h"
 #include "desk/commands/command_context.h"
 #include "desk/desk_host.h"
+#include "desk/engine_setup.h"
 #include "desk/settings_store.h"
 
 namespace corvessa::desk {
@@ -19,6 +21,22 @@ Outcome Get(CommandContext& context, const std::string& name) {
   }
   for (const std::string_view each : SettingsStore::Names()) {
     context.out << each << " = " << ForDisplay(settings.Get(each)) << "\n";
+  }
+  return Outcome::kDone;
+}
+
+Outcome Set(CommandContext& context, const std::string& name, const std::string& value) {
+  Profile profile = context.OpenProfile();
+  SettingsStore settings(profile.Registry());
+  const std::string earlier = settings.Get(name);
+  settings.Set(name, value);
+  if (!name.starts_with("Engine")) return Outcome::kDone;
+  try {
+    OpenEngine(profile);
+  } catch (const Error& error) {
+    // The add-in could not even start with it.
+    settings.Set(name, earlier);
+    Fail(Outcome::kWrongUse, error.description);
   }
   return Outcome::kDone;
 }
@@ -47,11 +65,7 @@ void AddSettingsCommands(CLI::App& app, CommandContext& context) {
   set->add_option("name", options->name, "the setting")->required()->type_name("NAME");
   set->add_option("value", options->value, "its value")->required()->type_name("VALUE");
   set->callback([&context, options] {
-    context.run = [&context, options] {
-      Profile profile = context.OpenProfile();
-      SettingsStore(profile.Registry()).Set(options->name, options->value);
-      return Outcome::kDone;
-    };
+    context.run = [&context, options] { return Set(context, options->name, options->value); };
   });
   auto* const get = app.add_subcommand("get", "show a setting, or all of them");
   get->add_option("name", options->name, "the setting")->type_name("NAME");

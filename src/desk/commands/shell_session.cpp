@@ -94,10 +94,12 @@ void ShellSession::PrintOpen(const InspectorWindowPtr& window) {
 }
 
 void ShellSession::Open(const Arguments& arguments) {
+  read_files_.push_back(arguments[0]);
   PrintOpen(OpenReceived(host_, LoadReceived(context_, arguments[0])));
 }
 
 void ShellSession::Compose(const Arguments& arguments) {
+  read_files_.push_back(arguments[0]);
   const mail::Mail draft = mail::LoadMail(arguments[0]);
   if (draft.incomplete) Fail(Outcome::kEnvironment, arguments[0] + " ends early");
   const ItemPtr item = host_.Outlook().AddItem(DraftItem(draft));
@@ -165,6 +167,7 @@ void ShellSession::Click(const Arguments& arguments) {
 }
 
 void ShellSession::Answer(Response response, const Arguments& arguments) {
+  read_files_.insert(read_files_.end(), arguments.begin(), arguments.end());
   const std::string text = arguments.empty() ? std::string() : ReadWholeFile(arguments[0]);
   const ItemPtr item = Respond(host_, Front()->ShownItem(), response, text);
   const auto window = host_.Outlook().Open(item);
@@ -188,6 +191,7 @@ void ShellSession::Send(const Arguments& arguments) {
   if (!item->Data().sender.name.empty()) {
     Fail(Outcome::kWrongUse, "the message in front was received; only a draft can be sent");
   }
+  RefuseToReplace(arguments[0], read_files_);
   const auto composed = composed_.find(item);
   const mail::Mail base =
       composed == composed_.end() ? DraftOf(host_, item->Data()) : composed->second;
@@ -195,6 +199,7 @@ void ShellSession::Send(const Arguments& arguments) {
     mail::WriteMail(mail, arguments[0], mail::MailPurpose::kTravel);
   });
   context_.out << "Sent " << ProtectionText(sent) << ": " << ForDisplay(arguments[0]) << "\n";
+  if (const std::string text = BlindCopyText(sent); !text.empty()) context_.Tell(text);
 }
 
 void ShellSession::Settings(const Arguments& /*arguments*/) {

@@ -59,6 +59,7 @@ class ShellSession {
   DeskHost& host_;
   /// The mails that drafts in windows were made from.
   std::map<ItemPtr, mail::Mail> composed_;
+  std::vector<std::string> read_files_;
   bool has_ended_ = false;
 };
 

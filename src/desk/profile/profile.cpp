@@ -10,6 +10,7 @@
 
 #include "base/error.h"
 #include "desk/profile/brand_pictures.h"
+#include "desk/profile/leftovers.h"
 
 namespace corvessa::desk {
 namespace {
@@ -99,9 +100,14 @@ Profile::Profile(const fs::path& folder)
       lock_(LockedOrRaise(folder_)),
       files_(folder_ / "drive_c"),
       registry_(folder_ / "registry.reg") {
+  RemoveLeftovers(TemporaryFolder());
   WriteBrandValues(registry_);
   MakeFolders(files_, kProductFolder);
   WriteBrandPictures(files_, kProductFolder);
+}
+
+fs::path Profile::TemporaryFolder() {
+  return files_.LocalPath(files_.TemporaryFolder());
 }
 
 fs::path Profile::DefaultFolder() {

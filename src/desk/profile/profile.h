@@ -21,7 +21,8 @@ namespace corvessa::desk {
 class Profile {
  public:
   /// Opens the profile in that folder; makes the folder, the brand's values and its pictures where
-  /// they are missing. Values that are there stay as they are. Throws Error 75 with a line for the
+  /// they are missing. Values that are there stay as they are; what an earlier process that was
+  /// killed has left in the folder for temporary files goes. Throws Error 75 with a line for the
   /// user when another process uses it, when it cannot be made or when its registry is damaged.
   explicit Profile(const std::filesystem::path& folder);
 
@@ -38,6 +39,8 @@ class Profile {
   /// The add-in's version and where its file would lie on drive C.
   platform::ProductInfo Product() const;
 
+  /// Where whatever is set aside for a while lies, by libraries too.
+  std::filesystem::path TemporaryFolder();
   /// Of the engine. Made when it first needs them.
   std::filesystem::path KeysFolder() const { return folder_ / "keys"; }
   std::filesystem::path AdkFile() const { return folder_ / "adk.txt"; }

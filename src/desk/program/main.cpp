@@ -1,10 +1,27 @@
 #include <csignal>
+#include <fcntl.h>
 #include <iostream>
+#include <unistd.h>
 
 #include "desk/commands/run_desk.h"
 #include "desk/terminal/terminal.h"
 
+namespace {
+
+/// A file opened later would get the number of a stream that the caller has closed, and what is
+/// printed would go into it. Nothing can be read from these, and output to them fails.
+void FillClosedStreams() {
+  while (true) {
+    const int stream = open("/dev/null", O_RDONLY);
+    if (stream > STDERR_FILENO) close(stream);
+    if (stream < 0 || stream > STDERR_FILENO) return;
+  }
+}
+
+}  // namespace
+
 int main(int argument_count, char** arguments) {
+  FillClosedStreams();
   // A reader that goes away is a write error, told in words.
   std::signal(SIGPIPE, SIG_IGN);
   std::ios::sync_with_stdio(false);

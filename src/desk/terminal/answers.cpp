@@ -65,30 +65,25 @@ void Answers::SetPassphrase(std::string_view address, std::string_view passphras
 
 void Answers::AddAnswer(std::string_view argument) {
   const auto [form, control] = Halves(argument, "--answer takes FORM=CONTROL");
-  sequences_[std::string(form)].controls.emplace_back(control);
+  controls_[std::string(form)].emplace_back(control);
 }
 
 void Answers::PutFirst(std::string_view form, const std::vector<std::string>& controls) {
-  auto& all = sequences_[std::string(form)].controls;
+  auto& all = controls_[std::string(form)];
   all.insert(all.begin(), controls.begin(), controls.end());
 }
 
 bool Answers::HasAnswers(std::string_view form) const {
-  return sequences_.find(form) != sequences_.end();
+  const auto found = controls_.find(form);
+  return found != controls_.end() && !found->second.empty();
 }
 
 std::string Answers::NextAnswer(std::string_view form) {
-  const auto found = sequences_.find(form);
-  if (found == sequences_.end()) return {};
-  Sequence& sequence = found->second;
-  const std::size_t place = std::min(sequence.next, sequence.controls.size() - 1);
-  ++sequence.next;
-  return sequence.controls[place];
-}
-
-bool Answers::IsUsedUp(std::string_view form) const {
-  const auto found = sequences_.find(form);
-  return found == sequences_.end() || found->second.next >= found->second.controls.size();
+  if (!HasAnswers(form)) return {};
+  auto& controls = controls_.find(form)->second;
+  std::string next = std::move(controls.front());
+  controls.pop_front();
+  return next;
 }
 
 void Answers::BeginRound() {

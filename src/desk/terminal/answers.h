@@ -1,5 +1,6 @@
 #pragma once
 
+#include <deque>
 #include <map>
 #include <optional>
 #include <set>
@@ -21,19 +22,17 @@ class Answers {
   void AddPassphrase(std::string_view argument);
   /// Addresses are compared trimmed and in lower case.
   void SetPassphrase(std::string_view address, std::string_view passphrase);
-  /// "FORM=CONTROL". Several for one form are used in the order given, the last one again and
-  /// again. Throws Error 5 for what is no such text.
+  /// "FORM=CONTROL". Each is used once, those for one form in the order given: a consent that was
+  /// meant for one question is none to the next. Throws Error 5 for what is no such text.
   void AddAnswer(std::string_view argument);
 
   /// Answers for the form that come before those given so far.
   void PutFirst(std::string_view form, const std::vector<std::string>& controls);
 
-  /// Whether any answer was given for the form.
+  /// Whether there are answers for the form that have not been used.
   bool HasAnswers(std::string_view form) const;
-  /// The next answer for the form; empty when none was given.
+  /// The next answer for the form; empty when there is none.
   std::string NextAnswer(std::string_view form);
-  /// Whether NextAnswer would only repeat what it gave last.
-  bool IsUsedUp(std::string_view form) const;
 
   /// A new operation begins, in which every passphrase may be tried afresh.
   void BeginRound();
@@ -46,13 +45,8 @@ class Answers {
   const SecretString& UsePassphrase(std::string_view address, std::string_view prompt);
 
  private:
-  struct Sequence {
-    std::vector<std::string> controls;
-    std::size_t next = 0;
-  };
-
   std::map<std::string, SecretString> passphrases_;
-  std::map<std::string, Sequence, std::less<>> sequences_;
+  std::map<std::string, std::deque<std::string>, std::less<>> controls_;
   std::set<std::pair<std::string, std::string>> tried_;
 };
 

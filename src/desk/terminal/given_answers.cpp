@@ -116,9 +116,14 @@ GivenResult GiveAnswers(Form& form, Answers& answers) {
       break;
     }
     result.answer = control;
-    if (answers.IsUsedUp(form.Name())) break;
   }
   return result;
+}
+
+std::string LoginPromptOf(const Form& form) {
+  const auto* prompt = dynamic_cast<const Label*>(form.Find("txtPrompt1"));
+  if (form.Name() != kLogin || prompt == nullptr) return {};
+  return " \"" + ForDisplay(prompt->Caption()) + "\"";
 }
 
 std::string ArgumentFor(const Form& form) {

@@ -25,6 +25,10 @@ struct GivenResult {
 /// check box to set ("on" or "off").
 GivenResult GiveAnswers(Form& form, Answers& answers);
 
+/// What a passphrase prompt asks, in quotation marks behind a blank, because it says what was wrong
+/// with the passphrase before; empty for other forms.
+std::string LoginPromptOf(const Form& form);
+
 /// The argument that would have answered the form: "--answer frmHTML=cmdConvert|cmdSend".
 std::string ArgumentFor(const Form& form);
 

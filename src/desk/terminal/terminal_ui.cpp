@@ -157,7 +157,8 @@ std::string TerminalUi::AnswerBeforehand(Form& form) {
 }
 
 void TerminalUi::CloseUnanswered(Form& form) {
-  Report("closed " + form.Name() + " unanswered; answer it with " + ArgumentFor(form));
+  Report("closed " + form.Name() + LoginPromptOf(form) + " unanswered; answer it with " +
+         ArgumentFor(form));
   form.PressCloseBox();
   // One that refuses would hold up the program for ever.
   form.Hide();
