@@ -14,6 +14,7 @@
 #include "engine/key_facts.h"
 #include "engine/packets.h"
 #include "engine/signing.h"
+#include "engine/text_encoding.h"
 
 namespace corvessa::engine {
 namespace {
@@ -197,7 +198,7 @@ EngineStatus LibrnpEngine::DecryptTextEx(std::string_view armoured,
                                    }};
     TextSink sink(kMaxTextSize);
     Decrypt(keys_, AddressOf(account), message, {sink, [&] { sink.text.clear(); }});
-    plain = std::move(sink.text);
+    plain = ToUtf8(std::move(sink.text));
     return kDone;
   });
 }
@@ -210,8 +211,19 @@ EngineStatus LibrnpEngine::VerifyText(std::string_view signed_text,
     auto parts = ReadClearSigned(signed_text);
     const std::string signature = Dearmour(parts.signature);
     if (!IsSignature(signature)) Fail(kBadContent, "The signature is damaged.");
-    TextSource source(parts.content);
-    const auto verdict = Verify(keys_, SignerFinder(), source, signature, true);
+    const auto find_signer = SignerFinder();
+    const auto verify = [&](std::string_view content_bytes) {
+      TextSource source(content_bytes);
+      return Verify(keys_, find_signer, source, signature, true);
+    };
+    auto verdict = verify(parts.content);
+    if (verdict.status == kBadSignature) {
+      // Its mail may have been written, and signed, in the charset that was usual before UTF-8.
+      const auto bytes = ToWindows1252(parts.content);
+      if (auto second = bytes ? verify(*bytes) : verdict; second.status == kGoodSignature) {
+        verdict = std::move(second);
+      }
+    }
     const auto status = Report(verdict, signers, unknown_signers);
     content = std::move(parts.content);
     return status;

@@ -61,6 +61,19 @@ void ExpectSame(const std::string& text, const std::string& wanted, const std::s
   EXPECT_TRUE(text == wanted) << what << ": " << text.substr(0, 100);
 }
 
+TEST_F(GpgTest, TextsOfTheTimeBeforeUtf8AreReadAndTheirSignaturesHold) {
+  const std::string text = "gr\xfc\xdf\x80";
+  const std::string as_utf8 = "gr\xc3\xbc\xc3\x9f\xe2\x82\xac";
+  EXPECT_TRUE(alice->DecryptText(gpg->Make("--armor --encrypt -r alice@example.org", text)) ==
+              Outcome(0, as_utf8));
+  // As its mail program hands it on, which knows the charset.
+  std::string block = gpg->Make("--clear-sign -u gina@example.org", text);
+  block.replace(block.find(text), text.size(), as_utf8);
+  EXPECT_EQ(alice->VerifyText(block), "1 [gina@example.org] [] " + as_utf8);
+  block.insert(block.find(as_utf8), "x");
+  EXPECT_TRUE(alice->VerifyText(block).starts_with("0 "));
+}
+
 TEST_F(GpgTest, ReadsTheEnginesTextsAndTheReverse) {
   std::string every_byte;
   for (int i = 0; i < 256; ++i) every_byte += static_cast<char>(i);
