@@ -206,6 +206,10 @@ class Opening(DeskCase):
         self.assertEqual(list((self.folder / "no").iterdir()), [])
         self.assertIn('corvessa-desk: closed frmLogin "Please enter your Corvessa passphrase." '
                       "unanswered; answer it with --passphrase ADDRESS=FILE\n", unanswered.err)
+        footer = self.write("footer.eml", sent.read_bytes().replace(
+            b"-----END PGP MESSAGE-----", b"-----END PGP MESSAGE-----\r\nA list's footer"))
+        self.assertDone(self.bob("open", footer), err="corvessa-desk: the mail goes on behind its protected "
+                                                      "part; open it with --original to see that\n")
         nothing = self.bob("open", self.folder / "nothing", "--json")
         self.assertEqual((nothing.json()["resultCode"], nothing.code), (3, 3))
         self.assertIn("cannot be read", nothing.json()["error"])

@@ -68,6 +68,7 @@ Outcome Open(CommandContext& context, const OpenOptions& options) {
   ReceivedMessage message(context, options.message);
   const Opened opened = Look(message.Host(), message.Window(), options);
   for (const std::string& complaint : opened.complaints) context.Tell(complaint);
+  TellOfUnshownText(context, message.Source(), message.Window()->ShownItem()->Data());
   const Outcome outcome =
       opened.report.Failed() || !opened.complaints.empty() ? Outcome::kRefused : Outcome::kDone;
   if (context.json) {

@@ -20,6 +20,17 @@ InspectorWindowPtr OpenReceived(DeskHost& host, const mail::Mail& mail) {
   return window;
 }
 
+void TellOfUnshownText(const CommandContext& context, const mail::Mail& mail,
+                       const ItemData& shown) {
+  constexpr std::string_view kBlockEnd = "\n-----END PGP ";
+  const std::string& text = mail.body_text;
+  const std::size_t end = text.find(kBlockEnd);
+  if (end == std::string::npos || shown.body->find(kBlockEnd) != std::string::npos) return;
+  const std::size_t behind = text.find('\n', end + kBlockEnd.size());
+  if (text.find_first_not_of(" \t\r\n", behind) == std::string::npos) return;
+  context.Tell("the mail goes on behind its protected part; open it with --original to see that");
+}
+
 ReceivedMessage::ReceivedMessage(CommandContext& context, const MessageOptions& options)
     : mail_(LoadReceived(context, options.file)),
       profile_(context.OpenProfile()),

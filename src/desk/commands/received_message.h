@@ -15,6 +15,10 @@ mail::Mail LoadReceived(const CommandContext& context, const std::string& file);
 /// Opens it in a window, as one operation. Throws Failure (refused) when it does not stay open.
 InspectorWindowPtr OpenReceived(DeskHost& host, const mail::Mail& mail);
 
+/// Says so when the mail goes on behind its protected block, of which only that block is shown:
+/// nobody vouches for the rest.
+void TellOfUnshownText(const CommandContext& context, const mail::Mail& mail, const ItemData& shown);
+
 /// The message that a command is about, open in the mailbox of the one who received it.
 class ReceivedMessage {
  public:
@@ -22,6 +26,8 @@ class ReceivedMessage {
   ReceivedMessage(const ReceivedMessage&) = delete;
   ReceivedMessage& operator=(const ReceivedMessage&) = delete;
 
+  /// As it came.
+  const mail::Mail& Source() const { return mail_; }
   DeskHost& Host() { return host_; }
   const InspectorWindowPtr& Window() const { return window_; }
   void Close() { host_.Outlook().Close(window_); }

@@ -95,7 +95,10 @@ void ShellSession::PrintOpen(const InspectorWindowPtr& window) {
 
 void ShellSession::Open(const Arguments& arguments) {
   read_files_.push_back(arguments[0]);
-  PrintOpen(OpenReceived(host_, LoadReceived(context_, arguments[0])));
+  const mail::Mail mail = LoadReceived(context_, arguments[0]);
+  const auto window = OpenReceived(host_, mail);
+  PrintOpen(window);
+  TellOfUnshownText(context_, mail, window->ShownItem()->Data());
 }
 
 void ShellSession::Compose(const Arguments& arguments) {
