@@ -34,9 +34,14 @@ void MakeFolder(const fs::path& folder) {
   }
 }
 
-/// "name (2).ext" for the second of a name.
+/// "name (2).ext" for the second of a name, and "name (2).ext.sig" for that one's signature.
 std::string Numbered(const std::string& name, int number) {
+  constexpr std::string_view kSignature = ".sig";
   if (number == 1) return name;
+  if (name.ends_with(kSignature) && name.size() > kSignature.size()) {
+    return Numbered(name.substr(0, name.size() - kSignature.size()), number) +
+           std::string(kSignature);
+  }
   const fs::path path(name);
   return path.stem().string() + " (" + std::to_string(number) + ")" + path.extension().string();
 }
