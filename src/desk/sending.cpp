@@ -141,10 +141,12 @@ SentMail SendItem(DeskHost& host, const ItemPtr& item, const mail::Mail& base,
   RequireRecipients(item->Data());
   const std::size_t first_box = host.BeginOperation();
   SentMail sent;
+  const std::string text_before = *item->Data().body;
   const SignatureWatch watch(item);
   host.Outlook().OnDeliver([&](const ItemData& travelling) {
     if (host.IsInterrupted()) Fail(Outcome::kRefused, "not sent: interrupted");
-    sent.encrypted = IsArmour(*travelling.body, kEncryptedStart);
+    // A text that somebody wrote to look so was not encrypted here.
+    sent.encrypted = IsArmour(*travelling.body, kEncryptedStart) && *travelling.body != text_before;
     sent.is_signed = watch.IsSigned();
     if (!sent.encrypted && !may_be_clear) RefuseUnagreedClearText(host, travelling, first_box);
     sent.mail = MailOf(travelling, WithSender(base, host.Owner()));

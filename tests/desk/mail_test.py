@@ -115,6 +115,8 @@ class Sending(DeskCase):
         self.assertFalse(path.exists())
         self.assertDone(self.alice("send", self.draft(), "--no-encrypt", "--out", path),
                         out=f"Sent neither encrypted nor signed: {path}\n")
+        self.assertDone(self.alice("send", self.draft(text="-----BEGIN PGP MESSAGE-----\n"), "--no-encrypt",
+                                   "--out", path), out=f"Sent neither encrypted nor signed: {path}\n")
         self.assertDone(self.alice("send", self.draft(to=""), "--no-encrypt", "--out", path), 1, "",
                         "corvessa-desk: not sent: there is no recipient\n")
 
