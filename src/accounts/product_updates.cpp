@@ -1,9 +1,8 @@
 #include "accounts/product_updates.h"
 
-#include <compare>
-
 #include "accounts/registry_handlers.h"
 #include "addin/message_box.h"
+#include "addin/version.h"
 #include "base/guard.h"
 #include "base/text.h"
 #include "branding/customization.h"
@@ -32,24 +31,14 @@ std::int32_t NumberOf(std::string_view page, std::string_view name) {
   return ClampToInt32(RoundHalfEven(LeadingNumber(FieldOf(page, name))));
 }
 
-struct Version {
-  std::int32_t major;
-  std::int32_t minor;
-  std::int32_t revision;
-  auto operator<=>(const Version&) const = default;
-};
-
-std::string TextOf(const Version& version) {
-  return Decimal(version.major) + "." + Decimal(version.minor) + "." + Decimal(version.revision);
-}
-
 void OfferUpdate(const ProductUpdate& update, const Version& running, const Version& latest) {
   const std::string notice = Replace(update.message, "PRODUCT_NAME", Customization::AppLongName()) +
                              "\r\n\r\n" + "Your version: " + TextOf(running) + "\r\n" +
                              "Latest version: " + TextOf(latest) + "\r\n\r\n" +
                              "For more information, click OK\r\n" +
                              "To continue using this version, click Cancel";
-  if (ShowMessageBox(notice, true, false) == kBoxAnswerOk) Customization::OpenURL(update.info_url);
+  if (ShowMessageBox(notice, true, false) == platform::kAnswerOk)
+    Customization::OpenURL(update.info_url);
 }
 
 }  // namespace
@@ -69,8 +58,7 @@ void CheckForProductUpdates(bool asked_by_user) {
     const bool seen = RegistryHandlers::AlreadySeenProductUpdateMessage(latest.major, latest.minor,
                                                                         latest.revision);
     if (seen && !asked_by_user) return;
-    const platform::ProductInfo& product = platform::Host().product;
-    const Version running{product.major_version, product.minor_version, product.revision};
+    const Version running = RunningVersion();
     if (latest > running) {
       OfferUpdate(update, running, latest);
     } else if (asked_by_user) {

@@ -1,6 +1,6 @@
 #include "addin/frm_splash_screen.h"
 
-#include "base/text.h"
+#include "addin/version.h"
 #include "branding/customization.h"
 #include "platform/host.h"
 #include "platform/ui.h"
@@ -32,10 +32,7 @@ void frmSplashScreen::SetCaption(std::string_view text) {
 
 void frmSplashScreen::Form_Load() {
   Customization::CustomizeForm(*this);
-  const platform::ProductInfo& product = platform::Host().product;
-  lblAppInfo.SetCaption(Customization::AppLongName() + " Version " +
-                        Decimal(product.major_version) + "." + Decimal(product.minor_version) +
-                        "." + Decimal(product.revision));
+  lblAppInfo.SetCaption(Customization::AppLongName() + " Version " + TextOf(RunningVersion()));
 }
 
 }  // namespace corvessa

@@ -1,8 +1,7 @@
 #include "forms/frm_about.h"
 
-#include "base/text.h"
+#include "addin/version.h"
 #include "branding/customization.h"
-#include "platform/host.h"
 
 namespace corvessa {
 
@@ -15,9 +14,7 @@ frmAbout::frmAbout() : Form("frmAbout", "About <!-- LONGNAME -->", 320, 148) {
 
 void frmAbout::Form_Load() {
   Customization::CustomizeForm(*this);
-  const platform::ProductInfo& product = platform::Host().product;
-  lblVersion.SetCaption("Version " + Decimal(product.major_version) + "." +
-                        Decimal(product.minor_version) + "." + Decimal(product.revision));
+  lblVersion.SetCaption("Version " + TextOf(RunningVersion()));
 }
 
 }  // namespace corvessa
