@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/guard.h"
+
 namespace corvessa {
 
 /// The switch of the trace log, one of the settings that RegistryHandlers loads and saves. Declared
@@ -26,12 +28,7 @@ inline void TraceLog(std::string_view message) noexcept {
 /// The same for a text that costs something to build: the maker runs only when the switch is on.
 template <std::invocable Maker>
 void TraceLog(Maker&& make_message) noexcept {
-  if (!g_bLogDebuggingInfo) return;
-  try {
-    WriteTraceLine(make_message());
-  } catch (...) {
-    // No text, no line.
-  }
+  if (g_bLogDebuggingInfo) Ignoring([&] { WriteTraceLine(make_message()); });
 }
 
 /// One line for each attribute set, in the order read-only, hidden, system, directory, archive.
