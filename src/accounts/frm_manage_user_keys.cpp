@@ -85,7 +85,7 @@ void frmManageUserKeys::AskAddAddress() {
         "to send or receive secure email.\r\n\r\n"
         "Would you like to do this now?",
         true, false);
-    if (answer == kBoxAnswerOk) Add();
+    if (answer == platform::kAnswerOk) Add();
   });
 }
 

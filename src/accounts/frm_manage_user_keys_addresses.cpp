@@ -19,11 +19,6 @@
 namespace corvessa {
 namespace {
 
-// What CryptoOperations::HasKeypair answers.
-constexpr std::int32_t kNoKeyPair = 0;
-constexpr std::int32_t kHasKeyPair = 1;
-constexpr std::int32_t kCannotTell = -1;
-
 std::string AskForAddress() {
   const auto form = std::make_shared<frmEMail>();
   const UnloadAtEnd unload(*form);
@@ -65,7 +60,7 @@ void frmManageUserKeys::ReportMissingKeyPair(std::string_view address) {
                        RegistryHandlers::GetVersionValue("URLMain"),
                    false, false);
   } else if (ShowMessageBox(message + "Secure this email address now?", true, false) ==
-             kBoxAnswerOk) {
+             platform::kAnswerOk) {
     Customization::OpenKeyGenPage(address);
   }
 }
@@ -84,7 +79,7 @@ void frmManageUserKeys::OfferImapAccess(std::string_view address) {
       "To find out more about enabling IMAP access, click OK\r\n"
       "To continue using " +
       long_name + ", click Cancel";
-  if (ShowMessageBox(message, true, false) == kBoxAnswerOk) {
+  if (ShowMessageBox(message, true, false) == platform::kAnswerOk) {
     Customization::OpenIMAPInfoPage(address);
   }
 }

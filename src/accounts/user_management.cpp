@@ -104,7 +104,7 @@ std::int32_t GetKeyPairCount(frmSplashScreen* splash) {
       if (splash != nullptr) {
         splash->SetCaption("Searching for encryption keys for " + account->m_sAlias + "...");
       }
-      if (Crypto()->HasKeypair(account->m_sAlias) == 1) count = CheckedAdd(count, 1);
+      if (Crypto()->HasKeypair(account->m_sAlias) == kHasKeyPair) count = CheckedAdd(count, 1);
     }
     return count;
   });

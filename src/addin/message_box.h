@@ -3,13 +3,13 @@
 #include <cstdint>
 #include <string_view>
 
+#include "platform/ui.h"
+
 namespace corvessa {
 
 /// The one message box: over the foreground window, titled with the long product name. OK, or OK
-/// and Cancel; the information icon, or the stop icon. 1 when OK was pressed, 2 otherwise.
+/// and Cancel; the information icon, or the stop icon.
+/// platform::kAnswerOk when OK was pressed, platform::kAnswerCancel otherwise.
 std::int32_t ShowMessageBox(std::string_view text, bool ask, bool error);
-
-inline constexpr std::int32_t kBoxAnswerOk = 1;
-inline constexpr std::int32_t kBoxAnswerCancel = 2;
 
 }  // namespace corvessa

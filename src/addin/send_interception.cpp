@@ -59,7 +59,7 @@ bool ConfirmDuplicateFilenames(const platform::MailItemPtr& item) {
                  Customization::AppLongName() +
                  " may encounter errors when decrypting these files.\r\n\r\n"
                  "Continue sending this email?",
-             true, false) == kBoxAnswerOk;
+             true, false) == platform::kAnswerOk;
 }
 
 /// Outlook has a way of its own with each version to make a message plain text.

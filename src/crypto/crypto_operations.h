@@ -14,6 +14,11 @@
 
 namespace corvessa {
 
+/// What HasKeypair answers.
+inline constexpr std::int32_t kNoKeyPair = 0;
+inline constexpr std::int32_t kHasKeyPair = 1;
+inline constexpr std::int32_t kCannotTell = -1;
+
 /// The only class that talks to the encryption engine. What configures it, Init, GetLastError,
 /// DecryptFileEx, AddToVector, AddKeyAccountsToRecp and VerifyAttachment let its errors through; no
 /// other public operation throws.
@@ -36,7 +41,7 @@ class CryptoOperations {
   void Init();
   std::string GetLastError();
   std::int32_t DecryptFileEx(std::string_view path);
-  /// 1 the address has a key pair, 0 it has none, -1 nobody can tell.
+  /// kHasKeyPair, kNoKeyPair or kCannotTell.
   std::int32_t HasKeypair(std::string_view address);
   /// Asks for an account and its passphrase and unlocks it: 0 unlocked, 1 cancelled, -1 refused.
   /// Counts the attempt unless it was cancelled.

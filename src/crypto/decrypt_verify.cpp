@@ -63,7 +63,8 @@ NimbraAccountPtr CryptoOperations::LoginAndDecrypt(std::string_view armoured, st
       Debug_Info::TraceLog("DecryptMailItem - wrong passphrase or account 3 times");
       return nullptr;
     }
-    if (status != 1 && status != kStatusWrongPassphrase) reason = LoginReason::kCannotDecrypt;
+    if (status != 1 && status != platform::engine_status::kWrongPassphrase)
+      reason = LoginReason::kCannotDecrypt;
     auto account = UserManagement::GetLoginAccount(reason, "", true);
     if (!account) return nullptr;
     PassphraseTrial trial(account);
@@ -100,7 +101,7 @@ std::int32_t CryptoOperations::VerifyMailItem(const platform::MailItemPtr& /*ite
     std::string content;
     const auto status = CheckedNarrow<std::int16_t>(
         Engine().VerifyText(StripLeadingBlankLines(body), *known, *unknown, content));
-    if (status == kEngineGoodSignature) body = std::move(content);
+    if (status == platform::engine_status::kGoodSignature) body = std::move(content);
     result = SignStatusOf(status);
     signers = VectorToString(*known);
     if (!g_bDisableAutoDecryptAttachments) VerifyAllAttachments(attachments);

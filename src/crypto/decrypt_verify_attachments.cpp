@@ -41,8 +41,10 @@ void KeepOriginal(AttachmentNode& node) {
 
 std::string OutcomeText(std::int32_t engine_status, const std::string& signers,
                         bool has_unknown_signers) {
-  if (engine_status == kEngineGoodSignature) return "Verified signatures by: " + signers;
-  if (engine_status == kEngineBadSignature) return "Failed signatures by: " + signers;
+  if (engine_status == platform::engine_status::kGoodSignature)
+    return "Verified signatures by: " + signers;
+  if (engine_status == platform::engine_status::kBadSignature)
+    return "Failed signatures by: " + signers;
   if (has_unknown_signers) return "Signatures by unknown signers were found";
   return "An error occurred while verifying: " + std::string(EngineErrorText(engine_status));
 }
@@ -52,12 +54,13 @@ std::string OutcomeText(std::int32_t engine_status, const std::string& signers,
 std::int32_t CryptoOperations::DecryptAttachment(AttachmentNode& node) {
   // The neutral result is the engine's code for what nobody expected. Nobody knows what a call that
   // failed as a call has done to the file; the copy stays then.
-  return Guarded("CryptoOperations:DecryptAllAttachments - ", kStatusUnexpected, [&] {
-    KeepOriginal(node);
-    const std::int32_t status = Engine().DecryptFileEx(node.sFilename, nullptr);
-    if (status != kDecrypted) DropCopy(node);
-    return DecryptStatusOf(status);
-  });
+  return Guarded("CryptoOperations:DecryptAllAttachments - ", platform::engine_status::kUnexpected,
+                 [&] {
+                   KeepOriginal(node);
+                   const std::int32_t status = Engine().DecryptFileEx(node.sFilename, nullptr);
+                   if (status != kDecrypted) DropCopy(node);
+                   return DecryptStatusOf(status);
+                 });
 }
 
 std::int32_t CryptoOperations::DecryptAllAttachments(const platform::MailItemPtr& item,
@@ -85,7 +88,7 @@ std::int32_t CryptoOperations::VerifyAllAttachments(AttachmentNodes& attachments
       if (signature->lDecryptStatus == kDecrypted) return;
       const AttachmentNodePtr data = FindByPath(attachments, SignedName(signature->sFilename));
       if (!data) return;
-      data->lSignStatus = signature->lSignStatus = kStatusUnexpected;
+      data->lSignStatus = signature->lSignStatus = platform::engine_status::kUnexpected;
       Guarded("CryptoOperations:VerifyAllAttachments - ",
               [&] { VerifyAttachment(*data, *signature); });
       if (data->lSignStatus != kGoodSignature) result = data->lSignStatus;

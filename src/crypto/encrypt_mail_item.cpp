@@ -1,11 +1,10 @@
 #include "accounts/nimbra_account.h"
 #include "addin/debug_info.h"
 #include "addin/message_box.h"
-#include "base/checked.h"
 #include "base/guard.h"
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
-#include "crypto/engine_error_text.h"
+#include "crypto/engine_texts.h"
 #include "crypto/recipient_list.h"
 #include "message/armour.h"
 #include "message/encryption_failure.h"
@@ -15,10 +14,6 @@ namespace corvessa {
 namespace {
 
 using Debug_Info::TraceLog;
-
-std::string Entry(const platform::IEngineStringVector& texts, std::int32_t index) {
-  return texts.Item(CheckedNarrow<std::int16_t>(index));
-}
 
 /// Outlook may have added or changed line ends; nothing else may differ.
 std::string WithoutLineEnds(std::string_view text) {
@@ -43,10 +38,10 @@ void ReplaceBody(const platform::MailItemPtr& item, std::string_view armoured) {
 std::int32_t CryptoOperations::CheckForKeys(const platform::IEngineStringVector& recipients) {
   std::int32_t status = 0;
   for (std::int32_t i = 0; i < recipients.Size(); ++i) {
-    const std::string address = Entry(recipients, i);
+    const std::string address = TextAt(recipients, i);
     TraceLog([&] { return "EncryptMailItem - Checking for keys \"" + address; });
     // An address that nobody can tell about is left to the encryption itself.
-    if (HasKeypair(address) == 0) status = kStatusNoKey;
+    if (HasKeypair(address) == kNoKeyPair) status = platform::engine_status::kNoKey;
   }
   return status;
 }
@@ -55,7 +50,7 @@ void CryptoOperations::AddOwnAddress(platform::IEngineStringVector& recipients) 
   const std::int32_t before = recipients.Size();
   AddKeyAccountsToRecp(recipients);
   if (recipients.Size() == before) return;
-  TraceLog([&] { return "EncryptMailItem - Encrypting for alias " + Entry(recipients, before); });
+  TraceLog([&] { return "EncryptMailItem - Encrypting for alias " + TextAt(recipients, before); });
 }
 
 std::int32_t CryptoOperations::EncryptMailItem(const platform::MailItemPtr& item,

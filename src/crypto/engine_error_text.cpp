@@ -3,6 +3,8 @@
 #include <array>
 #include <cstddef>
 
+#include "platform/engine.h"
+
 namespace corvessa {
 
 std::string_view EngineErrorText(std::int32_t code) {
@@ -23,7 +25,7 @@ std::string_view EngineErrorText(std::int32_t code) {
       "No aliases available to perform operation.",
       "No matching key pair avaliable.",
   };
-  if (code > 0 || code < kStatusNoKey) return "Unknown error encountered.";
+  if (code > 0 || code < platform::engine_status::kNoKey) return "Unknown error encountered.";
   return kTexts[static_cast<std::size_t>(-code)];
 }
 

@@ -4,7 +4,7 @@
 #include "base/guard.h"
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
-#include "crypto/engine_error_text.h"
+#include "crypto/engine_texts.h"
 #include "crypto/passphrase_trial.h"
 #include "platform/host.h"
 
@@ -62,15 +62,15 @@ std::int32_t CryptoOperations::DecryptFileEx(std::string_view path) {
 }
 
 std::int32_t CryptoOperations::HasKeypair(std::string_view address) {
-  return Guarded("haskeypair: ", std::int32_t{-1}, [&]() -> std::int32_t {
+  return Guarded("haskeypair: ", kCannotTell, [&] {
     std::string discarded;
     switch (Engine().QueryKeyPair(address, discarded)) {
-      case 0:
-        return 1;
-      case kStatusCannotTell:
-        return -1;
+      case platform::engine_status::kDone:
+        return kHasKeyPair;
+      case platform::engine_status::kCannotTell:
+        return kCannotTell;
       default:
-        return 0;
+        return kNoKeyPair;
     }
   });
 }
@@ -96,17 +96,15 @@ void CryptoOperations::AddToVector(platform::IEngineStringVector& addresses,
                                    std::string_view text) {
   if (Trim(text).empty()) return;
   for (std::int32_t i = 0; i < addresses.Size(); ++i) {
-    if (addresses.Item(CheckedNarrow<std::int16_t>(i)) == text) return;
+    if (TextAt(addresses, i) == text) return;
   }
   addresses.Add(text);
 }
 
 std::string CryptoOperations::VectorToString(const platform::IEngineStringVector& texts) {
+  const std::vector<std::string> parts = TextsOf(texts);
   std::string joined;
-  for (std::int32_t i = 0; i < texts.Size(); ++i) {
-    if (i > 0) joined += ", ";
-    joined += texts.Item(CheckedNarrow<std::int16_t>(i));
-  }
+  for (const std::string& part : parts) joined += (&part == &parts.front() ? "" : ", ") + part;
   return joined;
 }
 

@@ -4,10 +4,10 @@
 #include "accounts/user_management.h"
 #include "addin/debug_info.h"
 #include "addin/message_box.h"
-#include "base/checked.h"
 #include "base/guard.h"
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
+#include "crypto/engine_texts.h"
 #include "crypto/recipient_list.h"
 #include "message/cdo_addresses.h"
 #include "message/encryption_failure.h"
@@ -58,12 +58,6 @@ bool Contains(const std::vector<std::string>& texts, std::string_view text) {
   return std::find(texts.begin(), texts.end(), text) != texts.end();
 }
 
-void AppendTo(std::vector<std::string>& texts, const platform::IEngineStringVector& more) {
-  for (std::int32_t i = 0; i < more.Size(); ++i) {
-    texts.push_back(more.Item(CheckedNarrow<std::int16_t>(i)));
-  }
-}
-
 std::vector<std::string> OwnAddresses() {
   std::vector<std::string> addresses;
   for (const NimbraAccountPtr& account : g_colAccounts) addresses.push_back(account->m_sAlias);
@@ -74,7 +68,7 @@ bool AskAboutDomain(std::string_view domain, std::string_view extra_addresses) {
   return ShowMessageBox("Encrypted emails sent to '" + std::string(domain) +
                             "' email addresses will also be encrypted for:\r\n\r\n" +
                             std::string(extra_addresses),
-                        true, false) == kBoxAnswerOk;
+                        true, false) == platform::kAnswerOk;
 }
 
 }  // namespace
@@ -125,7 +119,8 @@ void CryptoOperations::AddKeyAccountsToRecp(platform::IEngineStringVector& recip
   if (auto signer = UserManagement::GetSigningAccount())
     candidates.insert(candidates.begin(), signer);
   for (const NimbraAccountPtr& account : candidates) {
-    if (HasKeypair(account->m_sAlias) == 1) return AddToVector(recipients, account->m_sAlias);
+    if (HasKeypair(account->m_sAlias) == kHasKeyPair)
+      return AddToVector(recipients, account->m_sAlias);
   }
 }
 
@@ -136,7 +131,7 @@ std::int32_t CryptoOperations::AddAdditionalDecryptionKeys(
     const auto on_record = platform::Host().engine.CreateStringVector();
     const std::int32_t status = Engine().GetAddressADKs(own, *on_record);
     if (status != 0) return status;
-    AppendTo(covered, *on_record);
+    for (std::string& address : TextsOf(*on_record)) covered.push_back(std::move(address));
   }
   for (const std::string& domain : RecipientDomains(addresses)) {
     const auto extra = platform::Host().engine.CreateStringVector();
@@ -147,7 +142,7 @@ std::int32_t CryptoOperations::AddAdditionalDecryptionKeys(
       return kEncryptionCancelled;
     }
     for (std::int32_t i = 0; i < extra->Size(); ++i) {
-      AddToVector(recipients, extra->Item(CheckedNarrow<std::int16_t>(i)));
+      AddToVector(recipients, TextAt(*extra, i));
     }
   }
   return 0;

@@ -6,6 +6,7 @@
 #include "base/paths.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/stored_files.h"
+#include "forms/dialog_results.h"
 #include "message/encryption_failure.h"
 #include "message/header_fields.h"
 #include "message/message_body.h"
@@ -52,7 +53,7 @@ class Checkpoint {
 
 bool AskToSendUnsigned() {
   return ShowMessageBox("Failed to sign email.  Send without signature?", true, false) ==
-         kBoxAnswerOk;
+         platform::kAnswerOk;
 }
 
 }  // namespace
@@ -95,7 +96,7 @@ std::int32_t CryptoOperations::SignAndEncryptItem(const platform::MailItemPtr& i
       const Checkpoint clear_message(item, attachments);
       status = EncryptMailItem(item, attachments);
       if (status != 0) {
-        if (ReportEncryptionFailure(status, item) != kSendInClear) return status;
+        if (ReportEncryptionFailure(status, item) != kResultYes) return status;
         clear_message.PutBack(item, attachments);
       }
     }

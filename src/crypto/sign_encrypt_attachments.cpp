@@ -4,7 +4,6 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
-#include "crypto/engine_error_text.h"
 #include "crypto/signature_content.h"
 #include "crypto/stored_files.h"
 #include "platform/clock.h"
@@ -135,7 +134,7 @@ std::int32_t CryptoOperations::SignAllAttachments(const platform::MailItemPtr& i
       TraceLog("SignAllAttachments - Found attachment");
       if (IsSignature(node->sFilename, present, item) && HoldsSignature(node->sFilename)) continue;
       TraceLog("SignAllAttachments - Signing attachment (not a sig)");
-      if (IsNameTaken(*node, attachments)) return kStatusSignatureTrouble;
+      if (IsNameTaken(*node, attachments)) return platform::engine_status::kSignatureTrouble;
       std::string signature_path;
       const std::int32_t status = Engine().SignFile(node->sFilename, signature_path);
       engine_files.Add(signature_path);

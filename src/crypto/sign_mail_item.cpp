@@ -31,11 +31,13 @@ platform::SharedText TextToSign(const platform::MailItemPtr& item, bool sign_onl
 
 std::optional<std::int32_t> CryptoOperations::UnlockSigner(const NimbraAccountPtr& signer) {
   std::int32_t status = kNotAuthenticated;
-  for (int attempts = 0; status == kNotAuthenticated || status == kStatusWrongPassphrase;
+  for (int attempts = 0;
+       status == kNotAuthenticated || status == platform::engine_status::kWrongPassphrase;
        ++attempts) {
     if (attempts >= kPassphraseAttempts) return std::nullopt;
-    const LoginReason reason = status == kStatusWrongPassphrase ? LoginReason::kWrongPassphrase
-                                                                : LoginReason::kFirstRequest;
+    const LoginReason reason = status == platform::engine_status::kWrongPassphrase
+                                   ? LoginReason::kWrongPassphrase
+                                   : LoginReason::kFirstRequest;
     const NimbraAccountPtr account =
         UserManagement::GetLoginAccount(reason, signer->m_sAlias, false);
     if (!account) return std::nullopt;

@@ -12,15 +12,16 @@ namespace corvessa {
 class frmGeneric final : public Form {
  public:
   static constexpr std::int32_t kOkOnly = 0;
+  static constexpr std::int32_t kOkCancel = 1;
   static constexpr std::int32_t kYesNo = 4;
 
   frmGeneric();
 
   /// The form grows with its message.
   void setMessage(std::string_view message);
-  /// kOkOnly, kYesNo, anything else OK and Cancel.
+  /// kOkOnly, kYesNo; anything else is kOkCancel.
   void setType(std::int32_t type);
-  /// 1 OK, 2 Cancel, 6 Yes, 7 No, 3 closed without a choice.
+  /// kResultOk, kResultCancel, kResultYes, kResultNo; kResultClosed when closed without a choice.
   std::int32_t Result() const { return result_; }
 
   Label lblMessage{*this, "lblMessage", {7, 62, 386, 13}};
@@ -32,7 +33,7 @@ class frmGeneric final : public Form {
   void Form_Load() override;
   void Choose(std::int32_t result);
 
-  std::int32_t type_ = 1;
+  std::int32_t type_ = kOkCancel;
   std::int32_t result_;
 };
 

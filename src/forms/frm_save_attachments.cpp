@@ -132,7 +132,8 @@ std::int32_t frmSaveAttachments::Decrypt(const AttachmentNode& node) {
   std::int16_t attempts = 0;
   std::int16_t wrong_account = 0;
   while (IsLoaded() && !login_cancelled_ && attempts < kPassphraseAttempts &&
-         (status == kStatusWrongPassphrase || status == kStatusNoKey)) {
+         (status == platform::engine_status::kWrongPassphrase ||
+          status == platform::engine_status::kNoKey)) {
     const std::int16_t answer = crypto->Authenticate(attempts, wrong_account);
     login_cancelled_ = answer == kCancelled;
     if (answer != kUnlocked) continue;
@@ -149,7 +150,7 @@ bool frmSaveAttachments::CopyTo(const std::string& path, const AttachmentNode& n
     return true;
   }
   const std::string question = "The file " + path + " already exists.\r\n\r\nReplace it?";
-  if (ShowMessageBox(question, true, false) != kBoxAnswerOk) return false;
+  if (ShowMessageBox(question, true, false) != platform::kAnswerOk) return false;
   files.Write(path, files.Read(node.sFilename));
   return true;
 }

@@ -9,6 +9,7 @@
 #include "branding/customization.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/engine_error_text.h"
+#include "forms/dialog_results.h"
 #include "forms/frm_generic.h"
 #include "forms/frm_no_keys_found.h"
 #include "forms/unload_at_end.h"
@@ -19,10 +20,6 @@
 namespace corvessa {
 namespace {
 
-constexpr std::int32_t kNothingToReport = 1;
-/// Asks for OK and Cancel rather than Yes and No.
-constexpr std::int32_t kOkCancelPrompt = 1;
-
 /// What the form lists of a recipient; empty when that one is in order.
 using Complaint = std::function<std::string(platform::Recipient&)>;
 
@@ -32,7 +29,7 @@ std::string NameOfUnresolved(platform::Recipient& recipient) {
 
 std::string AddressWithoutKey(platform::Recipient& recipient) {
   const std::string address = CDO_Addresses::GetRealAddress(recipient);
-  return Crypto()->HasKeypair(address) == 1 ? std::string{} : address;
+  return Crypto()->HasKeypair(address) == kHasKeyPair ? std::string{} : address;
 }
 
 void ListRecipients(frmNoKeysFound& form, const platform::MailItemPtr& item,
@@ -56,9 +53,9 @@ std::int32_t AskAboutRecipients(const platform::MailItemPtr& item, std::string_v
 }
 
 std::int32_t AskToSendInClear(std::string_view text) {
-  const std::int32_t answer = ShowGeneric(text, kOkCancelPrompt);
-  if (answer == 1) return kSendInClear;
-  if (answer == 2) return kDoNotSend;
+  const std::int32_t answer = ShowGeneric(text, frmGeneric::kOkCancel);
+  if (answer == kResultOk) return kResultYes;
+  if (answer == kResultCancel) return kResultNo;
   return answer;
 }
 
@@ -70,15 +67,15 @@ std::int32_t Report(std::int32_t code, const platform::MailItemPtr& item) {
                                     " was unable to resolve the following recipients to valid "
                                     "email addresses:",
                                 NameOfUnresolved);
-    case kStatusNoKey:
+    case platform::engine_status::kNoKey:
       return AskAboutRecipients(item, {}, AddressWithoutKey);
-    case kStatusIOError:
+    case platform::engine_status::kIoTrouble:
       return AskToSendInClear(
           "An I/O error occurred while connecting to the key server.\r\n\r\n"
           "Continue sending this email without encryption?");
     case 0:
     case kEncryptionCancelled:
-      return kNothingToReport;
+      return kResultOk;
     default:
       return AskToSendInClear("An unexpected error occurred during encryption:\r\n\r\n" +
                               std::string(EngineErrorText(code)) + " (" + Str(code) +
@@ -89,7 +86,7 @@ std::int32_t Report(std::int32_t code, const platform::MailItemPtr& item) {
 }  // namespace
 
 std::int32_t ReportEncryptionFailure(std::int32_t code, const platform::MailItemPtr& item) {
-  return Guarded(":ReportEncryptionFailure - ", kDoNotSend, [&] { return Report(code, item); });
+  return Guarded(":ReportEncryptionFailure - ", kResultNo, [&] { return Report(code, item); });
 }
 
 }  // namespace corvessa

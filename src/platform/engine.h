@@ -11,6 +11,26 @@ namespace corvessa::platform {
 /// otherwise. A status is a value; a call that fails as a call throws corvessa::Error instead.
 using EngineStatus = std::int32_t;
 
+/// The statuses that both sides look at. The add-in has a text of its own for each from -13 to 0.
+namespace engine_status {
+
+inline constexpr EngineStatus kDone = 0;
+/// What a verification answers.
+inline constexpr EngineStatus kGoodSignature = 1;
+inline constexpr EngineStatus kBadSignature = 0;
+inline constexpr EngineStatus kBadContent = -3;
+inline constexpr EngineStatus kWrongPassphrase = -4;
+inline constexpr EngineStatus kInvalidKey = -6;
+inline constexpr EngineStatus kKeyStoreTrouble = -7;
+inline constexpr EngineStatus kIoTrouble = -8;
+inline constexpr EngineStatus kBadFormat = -9;
+inline constexpr EngineStatus kSignatureTrouble = -10;
+inline constexpr EngineStatus kUnexpected = -11;
+inline constexpr EngineStatus kNoKey = -13;
+inline constexpr EngineStatus kCannotTell = -16;
+
+}  // namespace engine_status
+
 /// An ordered vector of strings as the engine's type library offers it.
 class IEngineStringVector {
  public:

@@ -15,10 +15,6 @@
 namespace corvessa::desk {
 namespace {
 
-constexpr platform::EngineStatus kInvalidAddress = -6;
-constexpr platform::EngineStatus kKeyStoreTrouble = -7;
-constexpr platform::EngineStatus kIoTrouble = -8;
-
 struct KeyOptions {
   std::string address;
   std::string name;
@@ -31,10 +27,11 @@ void Check(platform::EngineStatus status, platform::IEngine& engine) {
   if (status == 0) return;
   std::string reason = engine.GetEngineLastError();
   if (reason.ends_with('.')) reason.pop_back();
-  const bool is_environment = status == kKeyStoreTrouble || status == kIoTrouble;
-  Fail(status == kInvalidAddress ? Outcome::kWrongUse
-       : is_environment          ? Outcome::kEnvironment
-                                 : Outcome::kRefused,
+  namespace answer = platform::engine_status;
+  const bool is_environment = status == answer::kKeyStoreTrouble || status == answer::kIoTrouble;
+  Fail(status == answer::kInvalidKey ? Outcome::kWrongUse
+       : is_environment              ? Outcome::kEnvironment
+                                     : Outcome::kRefused,
        reason);
 }
 
