@@ -34,24 +34,6 @@ char32_t Decode(std::string_view character) {
   return code;
 }
 
-void Encode(char32_t code, std::string& text) {
-  if (code < 0x80) {
-    text += static_cast<char>(code);
-  } else if (code < 0x800) {
-    text += static_cast<char>(0xC0 | code >> 6);
-    text += static_cast<char>(0x80 | (code & 0x3F));
-  } else if (code < 0x10000) {
-    text += static_cast<char>(0xE0 | code >> 12);
-    text += static_cast<char>(0x80 | (code >> 6 & 0x3F));
-    text += static_cast<char>(0x80 | (code & 0x3F));
-  } else {
-    text += static_cast<char>(0xF0 | code >> 18);
-    text += static_cast<char>(0x80 | (code >> 12 & 0x3F));
-    text += static_cast<char>(0x80 | (code >> 6 & 0x3F));
-    text += static_cast<char>(0x80 | (code & 0x3F));
-  }
-}
-
 char32_t SimpleLowerCase(char32_t code) {
   const auto* run = std::lower_bound(
       std::begin(kLowerCaseRuns), std::end(kLowerCaseRuns), code,
@@ -112,7 +94,7 @@ std::string LCase(std::string_view text) {
       lower +=
           IsAsciiUpper(text.front()) ? static_cast<char>(text.front() + ('a' - 'A')) : text.front();
     } else {
-      Encode(SimpleLowerCase(Decode(text.substr(0, bytes))), lower);
+      lower += Utf8(SimpleLowerCase(Decode(text.substr(0, bytes))));
     }
     text.remove_prefix(bytes);
   }
@@ -143,6 +125,16 @@ std::string Replace(std::string_view text, std::string_view from, std::string_vi
     result += to;
     text.remove_prefix(found + from.size());
   }
+}
+
+std::vector<std::string> Split(std::string_view text, std::string_view separator) {
+  std::vector<std::string> parts;
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find(separator), text.size());
+    parts.emplace_back(text.substr(0, end));
+    text.remove_prefix(std::min(end + separator.size(), text.size()));
+  }
+  return parts;
 }
 
 double LeadingNumber(std::string_view text) {
@@ -215,6 +207,51 @@ std::string ForDisplayLines(std::string_view text) {
     if (!text.empty()) text.remove_prefix(text.starts_with(kCrLf) ? kCrLf.size() : 1);
   }
   return shown;
+}
+
+std::string Utf8(char32_t code) {
+  std::string text;
+  const auto add = [&](char32_t byte) { text += static_cast<char>(byte); };
+  if (code < 0x80) {
+    add(code);
+  } else if (code < 0x800) {
+    add(0xC0 | code >> 6);
+    add(0x80 | (code & 0x3F));
+  } else if (code < 0x10000) {
+    add(0xE0 | code >> 12);
+    add(0x80 | (code >> 6 & 0x3F));
+    add(0x80 | (code & 0x3F));
+  } else {
+    add(0xF0 | code >> 18);
+    add(0x80 | (code >> 12 & 0x3F));
+    add(0x80 | (code >> 6 & 0x3F));
+    add(0x80 | (code & 0x3F));
+  }
+  return text;
+}
+
+bool HoldsControlCharacter(std::string_view text) {
+  return std::ranges::any_of(text, IsControlCharacter);
+}
+
+bool IsWebAddress(std::string_view url) {
+  const std::string lower = LCase(url.substr(0, 8));
+  return lower.starts_with("http://") || lower.starts_with("https://");
+}
+
+std::string ShortenedFileName(std::string_view name, std::size_t most) {
+  constexpr std::size_t kMaximumExtension = 16;
+  if (name.size() <= most) return std::string(name);
+  const std::size_t dot = name.rfind('.');
+  const bool has_extension =
+      dot != std::string_view::npos && name.size() - dot <= kMaximumExtension;
+  const std::string_view extension = has_extension ? name.substr(dot) : std::string_view();
+  std::size_t end = 0;
+  for (std::size_t next = 0; next <= most - extension.size();
+       next += CharacterBytes(name.substr(next))) {
+    end = next;
+  }
+  return std::string(name.substr(0, end)).append(extension);
 }
 
 }  // namespace corvessa

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// The classic text conversions, and the only ones the logic uses. Text is UTF-8; "character" means
 /// code point; a byte that is no UTF-8 counts as one character and is kept as it is. None of them
@@ -33,6 +34,10 @@ std::string_view Left(std::string_view text, std::size_t characters);
 /// Every occurrence of `from`, found left to right, replaced; comparison is exact.
 std::string Replace(std::string_view text, std::string_view from, std::string_view to);
 
+/// The parts between the separators; none for an empty text, and none behind a separator that ends
+/// it.
+std::vector<std::string> Split(std::string_view text, std::string_view separator);
+
 /// The number that the text begins with: blanks, tabs and line feeds are skipped, also inside the
 /// number; an optional sign, digits, one point; 0 when there is none.
 double LeadingNumber(std::string_view text);
@@ -51,5 +56,23 @@ std::string ForDisplay(std::string_view text);
 /// The same for a text of several lines: a line break of any kind (CR LF, CR, LF) becomes one LF,
 /// a tab the blanks up to the next multiple of eight characters.
 std::string ForDisplayLines(std::string_view text);
+
+/// The UTF-8 form of a code point.
+std::string Utf8(char32_t code);
+
+/// An ASCII control character.
+constexpr bool IsControlCharacter(char c) {
+  return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
+
+/// Whether a byte of the text is an ASCII control character.
+bool HoldsControlCharacter(std::string_view text);
+
+/// An address that begins with http:// or https://, in any case.
+bool IsWebAddress(std::string_view url);
+
+/// A file name of at most so many bytes: a longer one loses the end of its stem, by whole
+/// characters, and keeps an extension of up to 16 bytes.
+std::string ShortenedFileName(std::string_view name, std::size_t most);
 
 }  // namespace corvessa

@@ -1,6 +1,5 @@
 #include "branding/customization.h"
 
-#include <algorithm>
 #include <memory>
 
 #include "accounts/registry_handlers.h"
@@ -48,18 +47,6 @@ void TraceCustomizeError(const Form& form, std::string_view control, const Error
   Debug_Info::TraceLog("Customize: Error customizing form \"" + form.Name() + "\", control \"" +
                        std::string(control) + "\", " + Decimal(error.number) + " " +
                        error.description);
-}
-
-bool IsWebAddress(std::string_view url) {
-  const std::string lower = LCase(url.substr(0, 8));
-  return lower.starts_with("http://") || lower.starts_with("https://");
-}
-
-bool HoldsControlCharacter(std::string_view text) {
-  return std::any_of(text.begin(), text.end(), [](char c) {
-    const auto byte = static_cast<unsigned char>(c);
-    return byte < 0x20 || byte == 0x7F;
-  });
 }
 
 void OpenAliasPage(std::string_view value_name, std::string_view alias) {

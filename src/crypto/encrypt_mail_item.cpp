@@ -5,7 +5,6 @@
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/engine_texts.h"
-#include "crypto/recipient_list.h"
 #include "message/armour.h"
 #include "message/encryption_failure.h"
 #include "platform/host.h"
@@ -80,7 +79,7 @@ std::int32_t CryptoOperations::EncryptMailItem(const platform::MailItemPtr& item
     stage = 4;
     trace("Encrypting");
     const auto recipients = platform::Host().engine.CreateStringVector();
-    const std::vector<std::string> addresses = SplitRecipients(list);
+    const std::vector<std::string> addresses = Split(list, ";");
     for (const std::string& address : addresses) {
       const bool final = &address == &addresses.back();
       TraceLog([&] {

@@ -8,7 +8,6 @@
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/engine_texts.h"
-#include "crypto/recipient_list.h"
 #include "message/cdo_addresses.h"
 #include "message/encryption_failure.h"
 #include "message/message_operations.h"
@@ -58,6 +57,16 @@ bool Contains(const std::vector<std::string>& texts, std::string_view text) {
   return std::find(texts.begin(), texts.end(), text) != texts.end();
 }
 
+/// The domains of the addresses, each once, in order.
+std::vector<std::string> RecipientDomains(const std::vector<std::string>& addresses) {
+  std::vector<std::string> domains;
+  for (const std::string& address : addresses) {
+    std::string domain = address.substr(address.rfind('@') + 1);
+    if (!Contains(domains, domain)) domains.push_back(std::move(domain));
+  }
+  return domains;
+}
+
 std::vector<std::string> OwnAddresses() {
   std::vector<std::string> addresses;
   for (const NimbraAccountPtr& account : g_colAccounts) addresses.push_back(account->m_sAlias);
@@ -72,25 +81,6 @@ bool AskAboutDomain(std::string_view domain, std::string_view extra_addresses) {
 }
 
 }  // namespace
-
-std::vector<std::string> SplitRecipients(std::string_view list) {
-  std::vector<std::string> addresses;
-  while (!list.empty()) {
-    const std::size_t end = std::min(list.find(kSeparator), list.size());
-    addresses.emplace_back(list.substr(0, end));
-    list.remove_prefix(std::min(end + 1, list.size()));
-  }
-  return addresses;
-}
-
-std::vector<std::string> RecipientDomains(const std::vector<std::string>& addresses) {
-  std::vector<std::string> domains;
-  for (const std::string& address : addresses) {
-    std::string domain = address.substr(address.rfind('@') + 1);
-    if (!Contains(domains, domain)) domains.push_back(std::move(domain));
-  }
-  return domains;
-}
 
 std::int32_t CryptoOperations::ConcatenateRecpAddrs(const platform::MailItemPtr& item,
                                                     std::string& addresses) {

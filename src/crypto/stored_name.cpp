@@ -15,7 +15,6 @@ namespace {
 /// Well below what file systems take for a name (255 bytes), because a path has a limit as well and
 /// ".sig" comes on top.
 constexpr std::size_t kMaximumBytes = 160;
-constexpr std::size_t kMaximumExtension = 16;
 
 constexpr std::string_view kDeviceNames[] = {
     "con",  "prn",  "aux",  "nul",  "com0", "com1", "com2",   "com3",   "com4",
@@ -23,9 +22,7 @@ constexpr std::string_view kDeviceNames[] = {
     "lpt4", "lpt5", "lpt6", "lpt7", "lpt8", "lpt9", "conin$", "conout$"};
 
 bool IsForbidden(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte < 0x20 || byte == 0x7F ||
-         std::string_view("<>:\"/\\|?*").find(c) != std::string_view::npos;
+  return IsControlCharacter(c) || std::string_view("<>:\"/\\|?*").find(c) != std::string_view::npos;
 }
 
 bool IsDeviceName(std::string_view name) {
@@ -43,28 +40,13 @@ bool IsFolderName(std::string_view name) {
   return !lower.empty() && lower.find_first_not_of("0123456789") == std::string::npos;
 }
 
-/// As many whole characters as fit into the bytes.
-std::string_view LeftBytes(std::string_view text, std::size_t bytes) {
-  std::size_t characters = std::min(Length(text), bytes);
-  while (Left(text, characters).size() > bytes) --characters;
-  return Left(text, characters);
-}
-
-std::string Shortened(const std::string& name) {
-  if (name.size() <= kMaximumBytes) return name;
-  const std::size_t dot = name.rfind('.');
-  const bool has_extension = dot != std::string::npos && name.size() - dot <= kMaximumExtension;
-  const std::string extension = has_extension ? name.substr(dot) : "";
-  return std::string(LeftBytes(name, kMaximumBytes - extension.size())) + extension;
-}
-
 std::string CleanName(std::string_view last_component) {
   std::string name = ForDisplay(last_component);
   if (name.empty()) name = "attachment";
   std::replace_if(name.begin(), name.end(), IsForbidden, '_');
   for (auto c = name.rbegin(); c != name.rend() && (*c == '.' || *c == ' '); ++c) *c = '_';
   if (IsDeviceName(name) || IsFolderName(name)) name.insert(0, "_");
-  return Shortened(name);
+  return ShortenedFileName(name, kMaximumBytes);
 }
 
 /// Each file gets encrypted in a folder beside it, and there are a hundred names for those, which

@@ -31,17 +31,6 @@ std::int32_t CodeOf(std::string_view text) {
   return code >= 0 && code <= kIsNotSigned ? kUnknownStatus : code;
 }
 
-std::vector<std::string> SplitSigners(std::string_view list) {
-  constexpr std::string_view kSeparator = ", ";
-  std::vector<std::string> signers;
-  while (!list.empty()) {
-    const auto end = std::min(list.find(kSeparator), list.size());
-    signers.emplace_back(list.substr(0, end));
-    list.remove_prefix(std::min(end + kSeparator.size(), list.size()));
-  }
-  return signers;
-}
-
 /// Where the status text begins in a row that a name stands before; a name can hold such words too,
 /// so the last one counts.
 std::size_t StartOfDecryptText(std::string_view row) {
@@ -149,7 +138,7 @@ std::int32_t DecryptStatusOf(std::string_view text) {
 
 std::int32_t SignStatusOf(std::string_view text, std::vector<std::string>& signers) {
   if (text.starts_with(kSignedBy)) {
-    signers = SplitSigners(text.substr(kSignedBy.size()));
+    signers = Split(text.substr(kSignedBy.size()), ", ");
     return kHasGoodSignature;
   }
   if (text == kNotSigned) return kIsNotSigned;

@@ -13,14 +13,6 @@ std::string WithCrLf(const std::string& text) {
   return Replace(Replace(Replace(text, "\r\n", "\n"), "\r", "\n"), "\n", kCrLf);
 }
 
-/// Where what belongs into an HTML body begins.
-std::size_t StartOfBody(const std::string& html) {
-  const std::string lower = LCase(html);
-  const auto body = lower.size() == html.size() ? lower.find("<body") : std::string::npos;
-  const auto end = body == std::string::npos ? body : html.find('>', body);
-  return end == std::string::npos ? 0 : end + 1;
-}
-
 void WriteAbove(Item& item, const std::string& text) {
   if (item.Data().html->empty()) {
     item.EditBody(WithCrLf(text) + *item.Data().body);

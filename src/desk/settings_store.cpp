@@ -146,18 +146,13 @@ std::string_view TakesWhat(Kind kind) {
   }
 }
 
-bool HasControlCharacter(std::string_view text) {
-  return std::any_of(text.begin(), text.end(),
-                     [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; });
-}
-
 void CheckText(const Value& value, std::string_view text) {
   if (text.size() > kLongestText) {
     Fail(Outcome::kWrongUse, std::string(value.name) + " takes at most " +
                                  Decimal(static_cast<std::int64_t>(kLongestText)) +
                                  " bytes; longer text reads as none");
   }
-  if (HasControlCharacter(text) || ForDisplay(text) != text) {
+  if (ForDisplay(text) != text) {
     Fail(Outcome::kWrongUse, std::string(value.name) + " takes one line of ordinary characters");
   }
 }
@@ -218,7 +213,7 @@ std::string SettingsStore::NormalAddress(std::string_view address) {
   const bool is_address = at != std::string::npos && at > 0 && at + 1 < normal.size() &&
                           normal.find('@', at + 1) == std::string::npos &&
                           normal.find_first_of(" \\\"<>(),;:[]") == std::string::npos &&
-                          !HasControlCharacter(normal);
+                          !HoldsControlCharacter(normal);
   if (!is_address) {
     Fail(Outcome::kWrongUse,
          ForDisplay(address) + " is no e-mail address; write it as name@example.org");

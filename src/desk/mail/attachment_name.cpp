@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "base/text.h"
 #include "desk/mail/header_decoding.h"
 
 namespace corvessa::desk::mail {
@@ -12,7 +13,6 @@ namespace {
 
 // File systems end at 255 bytes; the rest is for the suffixes that decrypting and saving add.
 constexpr std::size_t kLongestName = 200;
-constexpr std::size_t kLongestExtension = 16;
 
 constexpr std::array<std::pair<std::string_view, std::string_view>, 13> kExtensions{{
     {"text/plain", ".txt"},
@@ -30,28 +30,12 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 13> kExtensi
     {"message/delivery-status", ".txt"},
 }};
 
-/// The longest start of at most so many bytes that cuts no character.
-std::string_view Start(std::string_view text, std::size_t most) {
-  if (text.size() <= most) return text;
-  while (most > 0 && (text[most] & 0xC0) == 0x80) --most;
-  return text.substr(0, most);
-}
-
-std::string Shortened(std::string_view name) {
-  if (name.size() <= kLongestName) return std::string(name);
-  const auto dot = name.rfind('.');
-  const bool has_extension =
-      dot != std::string_view::npos && name.size() - dot <= kLongestExtension;
-  const auto extension = has_extension ? name.substr(dot) : std::string_view();
-  return std::string(Start(name, kLongestName - extension.size())).append(extension);
-}
-
 }  // namespace
 
 std::string SafeFileName(std::string_view name) {
   const auto separator = name.find_last_of("/\\");
   if (separator != std::string_view::npos) name.remove_prefix(separator + 1);
-  const auto safe = Shortened(OneLine(name));
+  const auto safe = ShortenedFileName(OneLine(name), kLongestName);
   const bool only_dots = safe.find_first_not_of(". ") == std::string::npos;
   return only_dots ? "" : safe;
 }

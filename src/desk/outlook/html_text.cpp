@@ -56,27 +56,6 @@ bool IsOneOf(const Names& names, std::string_view name) {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-std::string Utf8(std::uint32_t code) {
-  std::string text;
-  const auto add = [&](std::uint32_t byte) { text += static_cast<char>(byte); };
-  if (code < 0x80) {
-    add(code);
-  } else if (code < 0x800) {
-    add(0xC0 | code >> 6);
-    add(0x80 | (code & 0x3F));
-  } else if (code < 0x10000) {
-    add(0xE0 | code >> 12);
-    add(0x80 | (code >> 6 & 0x3F));
-    add(0x80 | (code & 0x3F));
-  } else {
-    add(0xF0 | code >> 18);
-    add(0x80 | (code >> 12 & 0x3F));
-    add(0x80 | (code >> 6 & 0x3F));
-    add(0x80 | (code & 0x3F));
-  }
-  return text;
-}
-
 std::optional<std::uint32_t> NumericReference(std::string_view digits) {
   const bool hexadecimal = !digits.empty() && (digits[0] == 'x' || digits[0] == 'X');
   if (hexadecimal) digits.remove_prefix(1);
@@ -214,6 +193,13 @@ class TextOfHtml {
 
 std::string HtmlToText(std::string_view html) {
   return TextOfHtml(html).Convert();
+}
+
+std::size_t StartOfBody(std::string_view html) {
+  const std::string lower = LCase(html);
+  const auto body = lower.size() == html.size() ? lower.find("<body") : std::string::npos;
+  const auto end = body == std::string::npos ? body : html.find('>', body);
+  return end == std::string_view::npos ? 0 : end + 1;
 }
 
 std::string TextToHtml(std::string_view text) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -10,6 +11,9 @@ namespace corvessa::desk {
 /// empty line, head, style, script and comments go, character references are resolved (unknown ones
 /// stand as they are). Links and pictures leave their text only. Linear in its length.
 std::string HtmlToText(std::string_view html);
+
+/// Where what belongs into an HTML body begins: behind its body tag, or 0.
+std::size_t StartOfBody(std::string_view html);
 
 /// Text as the content of an HTML body: marks escaped, line ends as <BR>.
 std::string TextToHtml(std::string_view text);

@@ -57,11 +57,7 @@ std::string QuotedHtml(const ItemData& original) {
   }
   quote += "</DIV>\r\n<BR>\r\n";
   std::string html = *original.html;
-  const std::string lower = LCase(html);
-  const auto body = lower.size() == html.size() ? lower.find("<body") : std::string::npos;
-  const auto body_end = body == std::string::npos ? body : html.find('>', body);
-  html.insert(body_end == std::string::npos ? 0 : body_end + 1, quote);
-  return html;
+  return html.insert(StartOfBody(html), quote);
 }
 
 ItemData Respond(const ItemData& original, std::string_view prefix) {

@@ -1,6 +1,5 @@
 #include "desk/profile/registry_tree.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "base/text.h"
@@ -26,8 +25,7 @@ void MarkDeleted(RegistryNode& node) {
 }  // namespace
 
 bool IsRegistryName(std::string_view name) {
-  const auto is_control = [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7F'; };
-  return Length(name) <= kMaximumNameLength && std::none_of(name.begin(), name.end(), is_control);
+  return Length(name) <= kMaximumNameLength && !HoldsControlCharacter(name);
 }
 
 bool IsRegistryPath(std::string_view path, std::size_t depth) {

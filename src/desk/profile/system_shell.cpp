@@ -1,6 +1,5 @@
 #include "desk/profile/system_shell.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
@@ -15,13 +14,6 @@
 
 namespace corvessa::desk {
 namespace {
-
-bool IsWebPage(std::string_view url) {
-  const std::string lower = LCase(url);
-  const auto is_control = [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7F'; };
-  return (lower.starts_with("http://") || lower.starts_with("https://")) &&
-         std::none_of(url.begin(), url.end(), is_control);
-}
 
 /// In the new process, so system calls only. Reports into the pipe when the program does not start;
 /// a started one closes it unwritten.
@@ -63,7 +55,9 @@ int StartDetached(char* const* arguments) {
 }  // namespace
 
 void SystemShell::OpenPage(std::string_view url) {
-  if (!IsWebPage(url)) Raise(kInvalidArgument, "Only http and https pages are opened");
+  if (!IsWebAddress(url) || HoldsControlCharacter(url)) {
+    Raise(kInvalidArgument, "Only http and https pages are opened");
+  }
   std::string page(url);
   std::array<char*, 3> arguments{opener_.data(), page.data(), nullptr};
   if (const int failure = StartDetached(arguments.data()); failure != 0) {
