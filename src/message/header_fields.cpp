@@ -4,8 +4,7 @@
 
 #include "base/guard.h"
 #include "base/text.h"
-#include "platform/host.h"
-#include "platform/redemption.h"
+#include "message/item_access.h"
 
 namespace corvessa {
 namespace {
@@ -21,8 +20,7 @@ struct Field {
 };
 
 Field OpenField(const platform::MailItemPtr& item, std::string_view name) {
-  const auto safe_item = platform::Host().redemption.CreateSafeMailItem();
-  safe_item->SetItem(item);
+  const auto safe_item = OpenSafely(item);
   return {safe_item, safe_item->GetIDsFromNames(kInternetHeaders, name) | kString8};
 }
 

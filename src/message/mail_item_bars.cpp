@@ -10,6 +10,7 @@
 #include "forms/frm_save_attachments.h"
 #include "message/armour.h"
 #include "message/header_fields.h"
+#include "message/item_access.h"
 #include "message/mail_item_node.h"
 #include "message/status_text.h"
 #include "tracking/inspector_node.h"
@@ -22,17 +23,6 @@ constexpr std::int32_t kFaceOriginalMessage = 37;
 
 bool IsArmoured(std::string_view text) {
   return IsPGPMessage(text) || IsPGPSignedMessage(text);
-}
-
-/// Null when the inspector shows no bar of that name.
-platform::CommandBarPtr FindBar(platform::MailItem& item, std::string_view name) {
-  const auto bars = item.GetInspector()->CommandBars();
-  const std::int32_t count = bars->Count();
-  for (std::int32_t i = 1; i <= count; ++i) {
-    auto bar = bars->Item(i);
-    if (bar->Name() == name) return bar;
-  }
-  return nullptr;
 }
 
 void RemoveBar(const platform::MailItemPtr& item, std::string_view name) {

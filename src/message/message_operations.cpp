@@ -7,30 +7,9 @@
 #include "addin/debug_info.h"
 #include "base/guard.h"
 #include "base/text.h"
-#include "platform/command_bars.h"
-#include "platform/host.h"
-#include "platform/redemption.h"
+#include "message/item_access.h"
 
 namespace corvessa {
-namespace {
-
-platform::SafeMailItemPtr OpenSafely(const platform::MailItemPtr& item) {
-  auto safe_item = platform::Host().redemption.CreateSafeMailItem();
-  safe_item->SetItem(item);
-  return safe_item;
-}
-
-bool ShowsOptionsBar(platform::MailItem& item) {
-  const auto bars = item.GetInspector()->CommandBars();
-  const std::int32_t count = bars->Count();
-  for (std::int32_t i = 1; i <= count; ++i) {
-    if (bars->Item(i)->Name() == g_sOptionsCaption) return true;
-  }
-  return false;
-}
-
-}  // namespace
-
 std::string GetSenderName(const platform::MailItemPtr& item) {
   return Guarded(":GetSenderName - ", std::string(),
                  [&] { return OpenSafely(item)->SenderName(); });
@@ -69,7 +48,7 @@ bool HasDuplicateFilenames(const platform::MailItemPtr& item) {
 bool IsOptionsBarPresent(const platform::MailItemPtr& item) {
   Debug_Info::TraceLog("Checking for encryption and signing options bar");
   bool present = false;
-  const Error error = Attempt([&] { present = ShowsOptionsBar(*item); });
+  const Error error = Attempt([&] { present = FindBar(*item, g_sOptionsCaption) != nullptr; });
   Debug_Info::TraceLog(error.number != 0 ? "Does not exist (2)"
                        : present         ? "Exists"
                                          : "Does not exist (1)");
