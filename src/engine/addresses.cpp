@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "base/text.h"
+#include "platform/engine.h"
+
 namespace corvessa::engine {
 namespace {
 
@@ -22,13 +25,15 @@ bool IsAddress(std::string_view text) {
 }  // namespace
 
 std::string NormalAddress(std::string_view address) {
-  while (!address.empty() && address.front() == ' ') address.remove_prefix(1);
-  while (!address.empty() && address.back() == ' ') address.remove_suffix(1);
-  std::string normal(address);
+  std::string normal(Trim(address));
   for (char& c : normal) {
     if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
   }
   return normal;
+}
+
+std::string AccountAddress(const platform::EngineAccount* account) {
+  return account ? NormalAddress(account->address) : std::string();
 }
 
 std::string AddressOf(std::string_view user_id) {

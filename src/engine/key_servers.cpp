@@ -107,11 +107,8 @@ std::vector<KeyServers::Answer> KeyServers::LookUp(const std::vector<std::string
   return answers;
 }
 
-bool KeyServers::Publish(const std::string& armoured, std::string& trouble) const {
-  if (update_.empty()) {
-    trouble = "There is no key server to publish to.";
-    return false;
-  }
+void KeyServers::Publish(const std::string& armoured) const {
+  if (update_.empty()) Fail(kIoTrouble, "There is no key server to publish to.");
   std::vector<HttpRequest> requests;
   for (const auto& server : update_) {
     requests.push_back({server + "/pks/add", customer_, "keytext=" + UrlEncoded(armoured)});
@@ -120,11 +117,9 @@ bool KeyServers::Publish(const std::string& armoured, std::string& trouble) cons
   const auto responses = Perform(requests, kMaxAnswer, allowance);
   for (std::size_t i = 0; i < update_.size(); ++i) {
     if (responses[i].status == 200) continue;
-    trouble =
-        "The key server " + update_[i] + " did not take the key: " + responses[i].trouble + ".";
-    return false;
+    Fail(kIoTrouble,
+         "The key server " + update_[i] + " did not take the key: " + responses[i].trouble + ".");
   }
-  return true;
 }
 
 }  // namespace corvessa::engine

@@ -32,9 +32,9 @@ class KeyServers {
   /// Searches for several texts (addresses, or key IDs as "0x…") at once, on all servers.
   std::vector<Answer> LookUp(const std::vector<std::string>& searches, Allowance& allowance) const;
 
-  /// Sends an armoured key to every update server. False: there is none, or one did not take it;
-  /// `trouble` then says which and why.
-  bool Publish(const std::string& armoured, std::string& trouble) const;
+  /// Sends an armoured key to every update server. Throws Failure when there is none, or one did
+  /// not take it.
+  void Publish(const std::string& armoured) const;
 
  private:
   std::chrono::milliseconds total_time_;

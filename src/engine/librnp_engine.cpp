@@ -25,10 +25,6 @@ constexpr std::size_t kMaxTextSize = std::size_t{256} << 20;
 // A signature names its key freely, and a text can carry thousands of signatures.
 constexpr std::size_t kMaxSignerLookUps = 8;
 
-std::string AddressOf(const platform::EngineAccount* account) {
-  return account ? NormalAddress(account->address) : std::string();
-}
-
 void RequireOneLine(std::string_view name, std::string_view value) {
   if (value.find_first_of("\r\n") == std::string_view::npos) return;
   Raise(kInvalidArgument, "The option " + std::string(name) + " takes one line.");
@@ -114,7 +110,7 @@ EngineStatus LibrnpEngine::AuthenticateAccount(std::string_view address,
 EngineStatus LibrnpEngine::SignText(std::string_view text, const platform::EngineAccount* account,
                                     std::string& signed_text) {
   return Attempt([&] {
-    signed_text = ClearSign(keys_, AddressOf(account), text, signature_version_);
+    signed_text = ClearSign(keys_, AccountAddress(account), text, signature_version_);
     return kDone;
   });
 }
@@ -197,7 +193,7 @@ EngineStatus LibrnpEngine::DecryptTextEx(std::string_view armoured,
                                          start, std::string_view(binary).substr(start.size()));
                                    }};
     TextSink sink(kMaxTextSize);
-    Decrypt(keys_, AddressOf(account), message, {sink, [&] { sink.text.clear(); }});
+    Decrypt(keys_, AccountAddress(account), message, {sink, [&] { sink.text.clear(); }});
     plain = ToUtf8(std::move(sink.text));
     return kDone;
   });

@@ -129,7 +129,7 @@ EngineStatus LibrnpEngine::DecryptFileEx(std::string_view path,
     const EncryptedMessage message{start, [&](std::string_view replacement) {
                                      return std::make_unique<FileSource>(binary, replacement);
                                    }};
-    const std::string address = account ? NormalAddress(account->address) : std::string();
+    const std::string address = AccountAddress(account);
     LimitedSink limited(output, std::max(kAlwaysAllowed, original.Size() * kMaxExpansion));
     Decrypt(keys_, address, message, {limited, [&] {
                                         output.Clear();

@@ -176,14 +176,11 @@ EngineStatus LibrnpEngine::ListKeys(std::vector<KeyInfo>& keys) {
 
 EngineStatus LibrnpEngine::PublishKeys(std::string_view address) {
   return Attempt([&] {
-    std::string trouble;
     // Other people's keys are theirs to publish.
     if (!keys_.HasSecret(NormalAddress(address))) {
       Fail(kNoKey, "There is no secret key for " + std::string(address) + ".");
     }
-    if (!servers_.Publish(PublicKeysOf(keys_, address), trouble)) {
-      Fail(kIoTrouble, trouble);
-    }
+    servers_.Publish(PublicKeysOf(keys_, address));
     return kDone;
   });
 }

@@ -1,9 +1,26 @@
 #include "engine/packets.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace corvessa::engine {
 namespace {
+
+constexpr int kPublicKeySessionPacket = 1;
+constexpr int kSignaturePacket = 2;
+constexpr int kPassphraseSessionPacket = 3;
+constexpr int kSecretKeyPacket = 5;
+constexpr int kPublicKeyPacket = 6;
+constexpr int kUnprotectedDataPacket = 9;
+constexpr int kMarkerPacket = 10;
+constexpr int kProtectedDataPacket = 18;
+
+struct PacketHeader {
+  int tag = 0;
+  std::size_t length = 0;  ///< of the header itself
+  /// Of the body; nothing when it comes in chunks or runs to the end.
+  std::optional<std::size_t> body_length;
+};
 
 constexpr std::size_t kKeyIdPosition = 1;      // after the version
 constexpr std::size_t kAlgorithmPosition = 9;  // after the version and the key ID
@@ -84,12 +101,13 @@ int HexDigit(char digit) {
   return digit >= 'a' && digit <= 'f' ? digit - 'a' + 10 : 0;
 }
 
-}  // namespace
-
+/// The header at the start of the bytes; nothing when there is none.
 std::optional<PacketHeader> ReadPacketHeader(std::string_view bytes) {
   if (bytes.empty() || (ByteAt(bytes, 0) & 0x80) == 0) return std::nullopt;
   return ByteAt(bytes, 0) & 0x40 ? ReadNewHeader(bytes) : ReadOldHeader(bytes);
 }
+
+}  // namespace
 
 std::optional<EncryptedMessageStart> ReadEncryptedMessageStart(std::string_view bytes) {
   EncryptedMessageStart start;

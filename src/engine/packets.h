@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,25 +11,6 @@ namespace corvessa::engine {
 // The little that the engine reads of OpenPGP packets itself: what the library cannot tell (does a
 // file hold an encrypted message at all, where does a key of a ring end) and cannot do (hidden
 // recipients). Everything here takes arbitrary bytes.
-
-inline constexpr int kPublicKeySessionPacket = 1;
-inline constexpr int kSignaturePacket = 2;
-inline constexpr int kPassphraseSessionPacket = 3;
-inline constexpr int kSecretKeyPacket = 5;
-inline constexpr int kPublicKeyPacket = 6;
-inline constexpr int kUnprotectedDataPacket = 9;
-inline constexpr int kMarkerPacket = 10;
-inline constexpr int kProtectedDataPacket = 18;
-
-struct PacketHeader {
-  int tag = 0;
-  std::size_t length = 0;  ///< of the header itself
-  /// Of the body; nothing when it comes in chunks or runs to the end.
-  std::optional<std::size_t> body_length;
-};
-
-/// The header at the start of the bytes; nothing when there is none.
-std::optional<PacketHeader> ReadPacketHeader(std::string_view bytes);
 
 /// One session key encrypted to a public key, as it stands at the start of a message.
 struct SessionKeyPacket {
