@@ -5,17 +5,17 @@
 
 namespace corvessa {
 
-const std::string& RowsControl::Row(int index) const {
+const RowsControl::Entry& RowsControl::At(int index) const {
   if (index < 0 || index >= RowCount()) Raise(kInvalidArgument);
   return rows_[static_cast<std::size_t>(index)];
 }
 
 void RowsControl::AddRow(std::string text) {
-  rows_.push_back(std::move(text));
+  rows_.push_back({std::move(text), {}, false});
 }
 
 void RowsControl::RemoveRow(int index) {
-  static_cast<void>(Row(index));
+  At(index);
   rows_.erase(rows_.begin() + index);
   if (selected_ > index || selected_ >= RowCount()) --selected_;
 }
@@ -47,28 +47,6 @@ std::string RowsControl::Describe() const {
   return text + "}";
 }
 
-bool ListBox::RowChecked(int index) const {
-  static_cast<void>(Row(index));
-  return static_cast<std::size_t>(index) < checked_.size() &&
-         checked_[static_cast<std::size_t>(index)];
-}
-
-void ListBox::SetRowChecked(int index, bool checked) {
-  static_cast<void>(Row(index));
-  checked_.resize(static_cast<std::size_t>(RowCount()));
-  checked_[static_cast<std::size_t>(index)] = checked;
-}
-
-void ListBox::RemoveRow(int index) {
-  RowsControl::RemoveRow(index);
-  if (static_cast<std::size_t>(index) < checked_.size()) checked_.erase(checked_.begin() + index);
-}
-
-void ListBox::ClearRows() {
-  RowsControl::ClearRows();
-  checked_.clear();
-}
-
 std::string ListBox::DescribeRow(int index) const {
   if (!has_check_boxes_) return {};
   return RowChecked(index) ? " [x]" : " [ ]";
@@ -80,34 +58,12 @@ std::string ImageList::Describe() const {
   return text + "}";
 }
 
-std::string ListView::SmallIcon(int index) const {
-  static_cast<void>(Row(index));
-  return static_cast<std::size_t>(index) < icons_.size() ? icons_[static_cast<std::size_t>(index)]
-                                                         : "";
-}
-
-void ListView::SetSmallIcon(int index, std::string key) {
-  static_cast<void>(Row(index));
-  icons_.resize(static_cast<std::size_t>(RowCount()));
-  icons_[static_cast<std::size_t>(index)] = std::move(key);
-}
-
-void ListView::RemoveRow(int index) {
-  RowsControl::RemoveRow(index);
-  if (static_cast<std::size_t>(index) < icons_.size()) icons_.erase(icons_.begin() + index);
-}
-
-void ListView::ClearRows() {
-  RowsControl::ClearRows();
-  icons_.clear();
-}
-
 std::string ListView::Describe() const {
   return "\"" + ColumnHeader + "\" " + RowsControl::Describe();
 }
 
 std::string ListView::DescribeRow(int index) const {
-  const std::string icon = SmallIcon(index);
+  const std::string& icon = SmallIcon(index);
   return icon.empty() ? "" : " <" + icon + ">";
 }
 

@@ -16,10 +16,10 @@ class RowsControl : public Control {
   bool TakesFocus() const override { return true; }
   int RowCount() const { return static_cast<int>(rows_.size()); }
   /// The text of a row; Error (5) outside the list.
-  const std::string& Row(int index) const;
+  const std::string& Row(int index) const { return At(index).text; }
   void AddRow(std::string text);
-  virtual void RemoveRow(int index);
-  virtual void ClearRows();
+  void RemoveRow(int index);
+  void ClearRows();
 
   int Selected() const { return selected_; }
   /// The text of the selected row; empty when there is none.
@@ -36,8 +36,17 @@ class RowsControl : public Control {
   /// What the dump says of a row behind its text.
   virtual std::string DescribeRow(int /*index*/) const { return {}; }
 
+  struct Entry {
+    std::string text;
+    std::string icon;
+    bool checked = false;
+  };
+  /// Error (5) outside the list.
+  const Entry& At(int index) const;
+  Entry& At(int index) { return const_cast<Entry&>(std::as_const(*this).At(index)); }
+
  private:
-  std::vector<std::string> rows_;
+  std::vector<Entry> rows_;
   int selected_ = -1;
 };
 
@@ -55,16 +64,13 @@ class ListBox final : public RowsControl {
       : RowsControl(form, std::move(name), bounds), has_check_boxes_(has_check_boxes) {}
   std::string_view TypeName() const override { return "ListBox"; }
   bool HasCheckBoxes() const { return has_check_boxes_; }
-  bool RowChecked(int index) const;
-  void SetRowChecked(int index, bool checked);
-  void RemoveRow(int index) override;
-  void ClearRows() override;
+  bool RowChecked(int index) const { return At(index).checked; }
+  void SetRowChecked(int index, bool checked) { At(index).checked = checked; }
 
  private:
   std::string DescribeRow(int index) const override;
 
   bool has_check_boxes_;
-  std::vector<bool> checked_;
 };
 
 /// The named small pictures of a list view. Only the keys matter to the logic.
@@ -86,17 +92,13 @@ class ListView final : public RowsControl {
   std::string_view TypeName() const override { return "ListView"; }
   std::string Describe() const override;
   /// The key of the row's small icon; empty for none.
-  std::string SmallIcon(int index) const;
-  void SetSmallIcon(int index, std::string key);
-  void RemoveRow(int index) override;
-  void ClearRows() override;
+  const std::string& SmallIcon(int index) const { return At(index).icon; }
+  void SetSmallIcon(int index, std::string key) { At(index).icon = std::move(key); }
 
   std::string ColumnHeader;
 
  private:
   std::string DescribeRow(int index) const override;
-
-  std::vector<std::string> icons_;
 };
 
 /// A row of tabs, counted from 1; one is always selected.
