@@ -63,15 +63,11 @@ std::string WithEndangeredLinesEncoded(const std::string& text) {
 
 }  // namespace
 
-bool IsSafeAs7Bit(std::string_view text) {
-  return AllLines(text, IsSafeLine);
-}
-
 Handle<GMimeObject> TextPart(std::string_view text, const char* subtype) {
   auto lines = WithLineEnds(text, "\n");
   const bool is_ascii = IsAscii(lines);
   auto encoding = GMIME_CONTENT_ENCODING_7BIT;
-  if (!IsSafeAs7Bit(lines)) {
+  if (!AllLines(lines, IsSafeLine)) {
     encoding = GMIME_CONTENT_ENCODING_QUOTEDPRINTABLE;
     lines = WithEndangeredLinesEncoded(QuotedPrintable(lines));
   }

@@ -12,7 +12,4 @@ namespace corvessa::desk::mail {
 /// text), else quoted-printable, which gives back exactly the same bytes.
 Handle<GMimeObject> TextPart(std::string_view text, const char* subtype);
 
-/// Whether lines with LF ends pass as 7bit; see TextPart.
-bool IsSafeAs7Bit(std::string_view text);
-
 }  // namespace corvessa::desk::mail

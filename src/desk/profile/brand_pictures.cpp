@@ -80,12 +80,8 @@ std::string SolidBlocks(int blocks, int mean) {
   BitWriter bits;
   int length = 0;
   while (std::abs(mean) >> length != 0) ++length;
-  if (length > 0) {
-    bits.Put(0b10, 2);
-    bits.Put(static_cast<unsigned>(mean > 0 ? mean : mean + (1 << length) - 1), length);
-  } else {
-    bits.Put(0, 1);
-  }
+  bits.Put(0b10, 2);
+  bits.Put(static_cast<unsigned>(mean > 0 ? mean : mean + (1 << length) - 1), length);
   bits.Put(0, 1);
   for (int i = 1; i < blocks; ++i) bits.Put(0, 2);
   return bits.Finish();
@@ -112,8 +108,7 @@ std::string SolidCodes(std::size_t pixels) {
   return out;
 }
 
-}  // namespace
-
+/// A GIF of one colour (0x00RRGGBB).
 std::string SolidGif(int width, int height, unsigned colour) {
   std::string out = "GIF89a";
   AppendLittle16(out, width);
@@ -136,6 +131,7 @@ std::string SolidGif(int width, int height, unsigned colour) {
   return out;
 }
 
+/// A JPEG of one brightness, 0 to 255 but for 128, which the table of means has no code for.
 std::string SolidJpeg(int width, int height, int brightness) {
   const auto w = static_cast<unsigned>(width);
   const auto h = static_cast<unsigned>(height);
@@ -150,7 +146,7 @@ std::string SolidJpeg(int width, int height, int brightness) {
   while (std::abs(brightness - 128) >> length != 0) ++length;
   Append(out, {0xFF, 0xC4, 0, 21, 0x00, 1, 1});
   out.append(14, '\0');
-  Append(out, {0, static_cast<unsigned>(length > 0 ? length : 1)});
+  Append(out, {0, static_cast<unsigned>(length)});
   // That of the rest: 0 for the end of the block.
   Append(out, {0xFF, 0xC4, 0, 20, 0x10, 1});
   out.append(15, '\0');
@@ -161,6 +157,8 @@ std::string SolidJpeg(int width, int height, int brightness) {
   Append(out, {0xFF, 0xD9});
   return out;
 }
+
+}  // namespace
 
 void WriteBrandPictures(platform::Files& files, std::string_view product_folder) {
   const std::string folder = std::string(product_folder) + "\\Customization";

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <string>
 #include <string_view>
 
 namespace corvessa::platform {
@@ -12,10 +11,5 @@ namespace corvessa::desk {
 /// Writes the brand's pictures that are missing into the folder "Customization" below the add-in's
 /// own folder, which has to be there: the toolbar icon, the logo and the splash picture.
 void WriteBrandPictures(platform::Files& files, std::string_view product_folder);
-
-/// A GIF of one colour (0x00RRGGBB).
-std::string SolidGif(int width, int height, unsigned colour);
-/// A JPEG of one brightness, 0 to 255.
-std::string SolidJpeg(int width, int height, int brightness);
 
 }  // namespace corvessa::desk
