@@ -1,6 +1,5 @@
 #include "desk/desk_host.h"
 
-#include <cstdint>
 #include <cstdlib>
 #include <ostream>
 

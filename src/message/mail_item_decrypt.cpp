@@ -1,5 +1,4 @@
 #include <string>
-#include <utility>
 
 #include "accounts/settings.h"
 #include "addin/debug_info.h"

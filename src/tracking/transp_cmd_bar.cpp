@@ -1,7 +1,5 @@
 #include "tracking/transp_cmd_bar.h"
 
-#include <algorithm>
-
 #include "base/error.h"
 #include "platform/clipboard.h"
 #include "platform/host.h"

@@ -1,6 +1,5 @@
 #include "desk/profile/registry_file.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <system_error>

@@ -1,7 +1,5 @@
 #include "desk/profile/registry_tree.h"
 
-#include <utility>
-
 #include "base/text.h"
 
 namespace corvessa::desk {

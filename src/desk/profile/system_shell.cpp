@@ -6,7 +6,6 @@
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
-#include <utility>
 
 #include "base/error.h"
 #include "base/text.h"
