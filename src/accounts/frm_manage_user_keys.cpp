@@ -27,10 +27,6 @@ namespace {
 constexpr int kAddressesTab = 1;
 constexpr int kOptionsTab = 2;
 
-void PutAllInto(const Frame& frame, std::initializer_list<Control*> controls) {
-  for (Control* control : controls) control->PutInto(frame);
-}
-
 /// The number that a text begins with, as text again; kept within 32 bits, where it will be stored.
 std::string MinutesText(std::string_view text) {
   using Limits = std::numeric_limits<std::int32_t>;
@@ -44,9 +40,9 @@ std::string MinutesText(std::string_view text) {
 }  // namespace
 
 frmManageUserKeys::frmManageUserKeys() : Form("frmManageUserKeys", "<!-- LONGNAME -->", 440, 361) {
-  PutAllInto(fraSecureEmail, {&lstvwAliases, &cmdAdd, &cmdRemove, &cmdProperties});
-  PutAllInto(fraPassphraseOptions, {&optRemember[0], &optRemember[1], &optForgetWhen[0],
-                                    &optForgetWhen[1], &txtForgetWhen});
+  fraSecureEmail.Hold({&lstvwAliases, &cmdAdd, &cmdRemove, &cmdProperties});
+  fraPassphraseOptions.Hold(
+      {&optRemember[0], &optRemember[1], &optForgetWhen[0], &optForgetWhen[1], &txtForgetWhen});
   cmdOK.Default = true;
   optRemember[0].Select();
   optForgetWhen[0].Select();

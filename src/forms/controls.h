@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -44,6 +45,10 @@ class Frame final : public CaptionedControl {
   Frame(Form& form, std::string name, Rect bounds, std::string caption = {})
       : CaptionedControl(form, std::move(name), bounds, std::move(caption)) {}
   std::string_view TypeName() const override { return "Frame"; }
+  /// Puts the controls into the frame; to be called while the form is being built.
+  void Hold(std::initializer_list<Control*> controls) {
+    for (Control* control : controls) control->PutInto(*this);
+  }
 };
 
 class CommandButton final : public CaptionedControl {

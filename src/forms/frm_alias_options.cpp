@@ -12,8 +12,7 @@ frmAliasOptions::frmAliasOptions(NimbraAccountPtr account)
     : Form("frmAliasOptions", "Secure Email Address Options", 350, 207),
       account_(std::move(account)) {
   lblEmailAddress.UseMnemonic = false;
-  chkSign.PutInto(fraOptions);
-  cmdPassphrase.PutInto(fraOptions);
+  fraOptions.Hold({&chkSign, &cmdPassphrase});
   cmdOK.Default = true;
   cmdCancel.Cancel = true;
   cmdPassphrase.OnClick = [this] { Customization::OpenPassphrasePage(account_->m_sAlias); };

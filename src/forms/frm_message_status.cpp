@@ -41,16 +41,9 @@ frmMessageStatus::frmMessageStatus() : Form("frmMessageStatus", "Message Informa
   MinimumHeight = kMinimumHeight;
   int index = 0;
   for (Frame* page : {&fraTab0, &fraTab1, &fraTab2}) page->SetIndex(index++);
-  for (Control* control :
-       {static_cast<Control*>(&lblEncrypted), static_cast<Control*>(&lblThisMsg1),
-        static_cast<Control*>(&lvwEncryption)}) {
-    control->PutInto(fraTab0);
-  }
-  for (Control* control : {static_cast<Control*>(&lblSigned), static_cast<Control*>(&lblThisMsg2),
-                           static_cast<Control*>(&lvwSigning)}) {
-    control->PutInto(fraTab1);
-  }
-  txtOriginalMessage.PutInto(fraTab2);
+  fraTab0.Hold({&lblEncrypted, &lblThisMsg1, &lvwEncryption});
+  fraTab1.Hold({&lblSigned, &lblThisMsg2, &lvwSigning});
+  fraTab2.Hold({&txtOriginalMessage});
   cmdClose.Default = true;
   cmdClose.Cancel = true;
   tbsTabs.OnClick = [this] { ShowTab(tbsTabs.Selected()); };
@@ -63,10 +56,8 @@ void frmMessageStatus::Form_Load() {
   design_height_ = Height;
   growing_.clear();
   for (Control* control :
-       {static_cast<Control*>(&tbsTabs), static_cast<Control*>(&fraTab0),
-        static_cast<Control*>(&fraTab1), static_cast<Control*>(&fraTab2),
-        static_cast<Control*>(&lvwEncryption), static_cast<Control*>(&lvwSigning),
-        static_cast<Control*>(&txtOriginalMessage), static_cast<Control*>(&cmdClose)}) {
+       std::initializer_list<Control*>{&tbsTabs, &fraTab0, &fraTab1, &fraTab2, &lvwEncryption,
+                                       &lvwSigning, &txtOriginalMessage, &cmdClose}) {
     growing_.push_back({control, control->Bounds});
   }
   ShowAttachmentLists(false);

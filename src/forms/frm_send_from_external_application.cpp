@@ -10,8 +10,7 @@ namespace corvessa {
 
 frmSendFromExternalApplication::frmSendFromExternalApplication()
     : Form("frmSendFromExternalApplication", "<!-- LONGNAME -->", 300, 166) {
-  chkSign.PutInto(Frame1);
-  chkEncrypt.PutInto(Frame1);
+  Frame1.Hold({&chkSign, &chkEncrypt});
   cmdContinue.Default = true;
   cmdContinue.Cancel = true;
   chkSign.OnClick = [this] { StoreChoices(); };
