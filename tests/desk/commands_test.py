@@ -94,7 +94,8 @@ class Settings(DeskCase):
         for arguments, complaint in (
                 ([], "A subcommand is required; see corvessa-desk --help"),
                 (["open"], "file is required; see corvessa-desk --help"),
-                (["opne", "x"], "A subcommand is required; see corvessa-desk --help"),
+                (["opne", "x"], "there is no command opne; see corvessa-desk --help"),
+                (["key", "lits"], "there is no command lits; see corvessa-desk --help"),
                 (["get", "--answer", "x"], "--answer takes FORM=CONTROL"),
                 (["set", "EngineLookupServer", "keys.example.org"],
                  "\"keys.example.org\" is no http or https address of a key server."),

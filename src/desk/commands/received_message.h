@@ -17,7 +17,8 @@ InspectorWindowPtr OpenReceived(DeskHost& host, const mail::Mail& mail);
 
 /// Says so when the mail goes on behind its protected block, of which only that block is shown:
 /// nobody vouches for the rest.
-void TellOfUnshownText(const CommandContext& context, const mail::Mail& mail, const ItemData& shown);
+void TellOfUnshownText(const CommandContext& context, const mail::Mail& mail,
+                       const ItemData& shown);
 
 /// The message that a command is about, open in the mailbox of the one who received it.
 class ReceivedMessage {

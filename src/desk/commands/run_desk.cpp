@@ -46,6 +46,14 @@ void AddCommands(CLI::App& app, CommandContext& context) {
   AddDemoCommand(app, context);
 }
 
+/// A misspelt command is not taken for a missing one.
+std::string ComplaintOf(const CLI::App& app, const CLI::ParseError& error) {
+  const auto rest = app.remaining(true);
+  const bool lacks_command = std::string_view(error.what()) == "A subcommand is required";
+  if (!lacks_command || rest.empty()) return error.what();
+  return "there is no command " + rest.front();
+}
+
 /// Wrong texts are wrong use; a passphrase file that cannot be read is not.
 void TakeAnswers(CommandContext& context) {
   try {
@@ -90,7 +98,7 @@ int RunDesk(int argument_count, const char* const* arguments, Terminal& terminal
     app.exit(help, out, messages);
     return static_cast<int>(Outcome::kDone);
   } catch (const CLI::ParseError& error) {
-    context.Tell(std::string(error.what()) + "; see " + std::string(kProgram) + " --help");
+    context.Tell(ComplaintOf(app, error) + "; see " + std::string(kProgram) + " --help");
     return static_cast<int>(Outcome::kWrongUse);
   }
   return static_cast<int>(Run(context));
