@@ -68,7 +68,8 @@ std::int32_t CryptoOperations::DecryptAllAttachments(const platform::MailItemPtr
   std::int32_t result = kDecrypted;
   Guarded("CryptoOperations:DecryptAllAttachments - ", [&] {
     ForEachAttachment(attachments, "Decrypting attachments", [&](const AttachmentNodePtr& node) {
-      if (IsSignature(node->sFilename, attachments, item) && HoldsSignature(node->sFilename))
+      if (IsSignature(node->sFilename, attachments, item) &&
+          HoldsReadableSignature(node->sFilename))
         return;
       node->lDecryptStatus = DecryptAttachment(*node);
       if (!IsReadable(node->lDecryptStatus)) result = node->lDecryptStatus;
@@ -84,8 +85,9 @@ std::int32_t CryptoOperations::VerifyAllAttachments(AttachmentNodes& attachments
   Guarded("CryptoOperations:VerifyAllAttachments - ", [&] {
     ForEachAttachment(attachments, kStep, [&](const AttachmentNodePtr& signature) {
       if (!HasSignatureName(FileNameOf(signature->sFilename))) return;
-      // What was encrypted is a document with a signature's name.
-      if (signature->lDecryptStatus == kDecrypted) return;
+      // What was encrypted may be a document with a signature's name.
+      if (signature->lDecryptStatus == kDecrypted && !HoldsReadableSignature(signature->sFilename))
+        return;
       const AttachmentNodePtr data = FindByPath(attachments, SignedName(signature->sFilename));
       if (!data) return;
       data->lSignStatus = signature->lSignStatus = platform::engine_status::kUnexpected;

@@ -110,8 +110,8 @@ bool CryptoOperations::StoreAllAttachments(const platform::MailItemPtr& item,
   const Error error = Attempt([&] {
     StoreAll(*item->Attachments(), attachments);
     for (const AttachmentNodePtr& node : attachments) {
-      node->bDetachedSig =
-          IsSignature(node->sFilename, attachments, item) && HoldsSignature(node->sFilename);
+      node->bDetachedSig = IsSignature(node->sFilename, attachments, item) &&
+                           HoldsReadableSignature(node->sFilename);
     }
   });
   if (error.number == 0) {

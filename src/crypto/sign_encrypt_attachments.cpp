@@ -1,4 +1,5 @@
 #include "addin/debug_info.h"
+#include "addin/message_box.h"
 #include "addin/temp_files.h"
 #include "base/guard.h"
 #include "base/paths.h"
@@ -134,7 +135,12 @@ std::int32_t CryptoOperations::SignAllAttachments(const platform::MailItemPtr& i
       TraceLog("SignAllAttachments - Found attachment");
       if (IsSignature(node->sFilename, present, item) && HoldsSignature(node->sFilename)) continue;
       TraceLog("SignAllAttachments - Signing attachment (not a sig)");
-      if (IsNameTaken(*node, attachments)) return platform::engine_status::kSignatureTrouble;
+      if (IsNameTaken(*node, attachments)) {
+        ShowMessageBox("The attachment \"" + ForDisplay(node->sDisplayName) +
+                           "\" cannot be signed: another one has the name of its signature.",
+                       false, true);
+        return platform::engine_status::kSignatureTrouble;
+      }
       std::string signature_path;
       const std::int32_t status = Engine().SignFile(node->sFilename, signature_path);
       engine_files.Add(signature_path);

@@ -4,12 +4,15 @@
 
 namespace corvessa {
 
-/// Whether the bytes are one OpenPGP signature, armoured or binary, and nothing else. A name can
+/// Whether the bytes are an OpenPGP signature, armoured or binary, and nothing else. A name can
 /// say anything: what only calls itself a signature is a document, which is not to travel in clear
 /// and not to be replaced.
 bool IsSignatureContent(std::string_view bytes);
 
 /// The same for a file, which must be there. Throws what Files throws.
 bool HoldsSignature(std::string_view path);
+
+/// The same where one file must not cost the others: one that cannot be read holds none.
+bool HoldsReadableSignature(std::string_view path);
 
 }  // namespace corvessa

@@ -10,6 +10,7 @@
 #include "addin/connect.h"
 #include "desk/outlook/outlook_model.h"
 #include "desk/profile/profile.h"
+#include "desk/terminal/signals.h"
 #include "desk/terminal/terminal_ui.h"
 #include "platform/engine.h"
 
@@ -60,6 +61,8 @@ class DeskHost {
  private:
   class Trace;
 
+  /// Signals wait until everything is tidied up.
+  CaughtSignals caught_;
   Profile& profile_;
   Terminal& terminal_;
   std::unique_ptr<Trace> trace_;

@@ -127,6 +127,10 @@ ItemData ReceivedItem(const mail::Mail& source) {
 ItemData DraftItem(const mail::Mail& source) {
   ItemData item = ItemOf(source);
   item.folder = kDrafts;
+  // How it is protected is chosen anew, by whoever sends it.
+  for (const char* choice : {"X-Nimbra-NoEncrypt", "X-Nimbra-NoSign"}) {
+    item.properties.erase({std::string(kInternetHeaders), choice});
+  }
   return item;
 }
 

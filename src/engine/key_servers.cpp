@@ -25,7 +25,8 @@ std::string WebAddress(std::string server) {
   server.replace(0, 3, "http");
   const auto host = std::string_view("http://").size();
   const auto end = std::min(server.find('/', host), server.size());
-  if (server.find(':', host) >= end) server.insert(end, ":11371");
+  const auto bracket = std::min(server.find(']', host), end);
+  if (server.find(':', bracket == end ? host : bracket) >= end) server.insert(end, ":11371");
   return server;
 }
 

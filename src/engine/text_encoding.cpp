@@ -39,7 +39,9 @@ std::string ToUtf8(std::string bytes) {
 
 std::optional<std::string> ToWindows1252(std::string_view text) {
   if (IsAscii(text)) return std::nullopt;
-  return Convert(text, kUtf8, kWindows);
+  auto bytes = Convert(text, kUtf8, kWindows);
+  if (bytes && Convert(*bytes, kUtf8, kUtf8)) return std::nullopt;
+  return bytes;
 }
 
 }  // namespace corvessa::engine

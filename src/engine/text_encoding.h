@@ -12,7 +12,8 @@ namespace corvessa::engine {
 std::string ToUtf8(std::string bytes);
 
 /// UTF-8 text in that charset; nothing when it is plain ASCII, where they do not differ, or holds
-/// what that charset has not.
+/// what that charset has not. Nothing either when the bytes would be UTF-8 themselves: they mean
+/// another text than this one then, which somebody has made look like it by a wrong label.
 std::optional<std::string> ToWindows1252(std::string_view text);
 
 }  // namespace corvessa::engine

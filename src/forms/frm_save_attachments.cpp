@@ -117,7 +117,8 @@ void frmSaveAttachments::SaveOne(const std::string& folder, AttachmentNode& data
       Report(outcome + "\r\nNot saved: " + std::string(EngineErrorText(data.lDecryptStatus)));
       return;
     }
-    if (const auto signature = FindByPath(nodes, data.sFilename + ".sig")) {
+    const auto signature = FindByPath(nodes, data.sFilename + ".sig");
+    if (signature && signature->bDetachedSig) {
       outcome = crypto->VerifyAttachment(data, *signature);
     }
   }

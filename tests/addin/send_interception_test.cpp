@@ -111,6 +111,8 @@ TEST_F(SendInterception, ADocumentWithASignaturesNameIsNeitherSentInClearNorRepl
     Choose(item, true, sign);
     if (sign) {
       // The signature of the one would have to take the other's place.
+      ui.ExpectBox(
+          "The attachment \"notes\" cannot be signed: another one has the name of its signature.");
       ui.ExpectBox("Failed to sign message:\r\n\r\nUnexpected error with signature.");
       ui.ExpectBox("Failed to sign email.  Send without signature?", platform::kAnswerOk);
     }

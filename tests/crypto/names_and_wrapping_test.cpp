@@ -79,6 +79,7 @@ TEST(SignatureContent, IsOneWholeSignatureAndNothingElse) {
       {std::string("\x8A\0\0\0\xC8", 5) + body, true},
       {"\xC2\xC0\x08" + body, true},
       {std::string("\xC2\xFF\0\0\0\xC8", 6) + body, true},
+      {"\x88\xC8" + body + "\xC2\xC0\x08" + body, true},
       {"\x88\xC8" + body + "x", false},
       {"\xC2\xA7 12 says a secret", false},
       {"\x88\xC8secret" + body.substr(6), false},

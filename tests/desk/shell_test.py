@@ -90,7 +90,9 @@ class Shell(DeskCase):
             child.sendeof()
             if child.expect([pexpect.EOF, pexpect.TIMEOUT], timeout=4) == 0:
                 break
-        self.assertFalse(child.isalive())
+        else:
+            self.fail("the shell does not end")
+        self.assertEqual(child.wait(), 0)
 
     def test_signals_end_a_session_tidily(self):
         sent = self.sent(files={"secret.txt": CANARY.encode()})
@@ -102,6 +104,7 @@ class Shell(DeskCase):
         child.expect_exact("desk> ")
         self.assertNotEqual(self.leftovers(), [])  # the attachments of the open message
         child.kill(signal.SIGTERM)
+        child.kill(signal.SIGHUP)
         child.expect(pexpect.EOF)
         child.close()
         self.assertEqual((child.signalstatus, self.leftovers()), (signal.SIGTERM, []))

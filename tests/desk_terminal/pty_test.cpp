@@ -96,7 +96,6 @@ TEST(Pty, ASignalAbortsTheQuestionAndIsKeptForTheEnd) {
       AskSecret(terminal);
       if (terminal.EndingSignal() == 0) return;
       terminal.Write(terminal.ReadLine("") ? "asks on.\n" : "has ended.\n");
-      std::signal(terminal.EndingSignal(), SIG_DFL);
       std::raise(terminal.EndingSignal());
     });
     process.ShownUpTo(": ");
@@ -113,6 +112,7 @@ TEST(Pty, ASignalAbortsTheQuestionAndIsKeptForTheEnd) {
 
 TEST(Pty, AnInterruptAtWorkEndsTheNextQuestionAndASecondOneTheProcess) {
   Process process([](desk::Terminal& terminal) {
+    const desk::CaughtSignals caught;
     terminal.Write("working");
     while (!terminal.IsInterrupted()) usleep(1000);
     terminal.Write(terminal.ReadLine("Line: ") ? "read.\n" : "given up.\n");

@@ -70,6 +70,10 @@ TEST_F(GpgTest, TextsOfTheTimeBeforeUtf8AreReadAndTheirSignaturesHold) {
   std::string block = gpg->Make("--clear-sign -u gina@example.org", text);
   block.replace(block.find(text), text.size(), as_utf8);
   EXPECT_EQ(alice->VerifyText(block), "1 [gina@example.org] [] " + as_utf8);
+  // A label that makes another text of what was signed takes its signature from it.
+  std::string relabelled = gpg->Make("--clear-sign -u gina@example.org", "gr\xc3\xbc");
+  relabelled.replace(relabelled.find("\xc3\xbc"), 2, "\xc3\x83\xc2\xbc");
+  EXPECT_TRUE(alice->VerifyText(relabelled).starts_with("0 "));
   block.insert(block.find(as_utf8), "x");
   EXPECT_TRUE(alice->VerifyText(block).starts_with("0 "));
 }

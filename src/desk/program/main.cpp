@@ -25,13 +25,9 @@ int main(int argument_count, char** arguments) {
   // A reader that goes away is a write error, told in words.
   std::signal(SIGPIPE, SIG_IGN);
   std::ios::sync_with_stdio(false);
-  int result = 0;
-  int ending_signal = 0;
-  {
-    auto terminal = corvessa::desk::Terminal::Standard();
-    result = corvessa::desk::RunDesk(argument_count, arguments, terminal, std::cout, std::cerr);
-    ending_signal = terminal.EndingSignal();
-  }
-  if (ending_signal != 0) std::raise(ending_signal);
+  auto terminal = corvessa::desk::Terminal::Standard();
+  const int result =
+      corvessa::desk::RunDesk(argument_count, arguments, terminal, std::cout, std::cerr);
+  if (terminal.EndingSignal() != 0) std::raise(terminal.EndingSignal());
   return result;
 }

@@ -6,8 +6,8 @@
 
 namespace corvessa::desk {
 
-/// Turns a terminal's echo off until its end. Signals come in only while input is waited for, and
-/// the one that stops the process is caught as well, so that none of them leaves the terminal mute.
+/// Turns a terminal's echo off until its end. Signals, the one that stops the process among them,
+/// are caught, and come in only while input is waited for, so that none leaves the terminal mute.
 /// What is no terminal is left alone.
 class EchoOff {
  public:
@@ -17,7 +17,7 @@ class EchoOff {
   EchoOff& operator=(const EchoOff&) = delete;
 
  private:
-  CaughtSignals stop_{SIGTSTP};
+  CaughtSignals caught_ = CaughtSignals::WithStop();
   HeldSignals held_;
   int terminal_;
   bool is_terminal_ = false;

@@ -1,41 +1,60 @@
 #include "desk/terminal/signals.h"
 
 #include <cstddef>
+#include <iterator>
+#include <unistd.h>
 
 namespace corvessa::desk {
 namespace {
 
-constexpr int kHeld[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP};
+/// Who asked for the end is not kept waiting for longer.
+constexpr unsigned kSecondsToTidyUp = 5;
+
+constexpr int kSignals[6] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGALRM, SIGTSTP};
 
 volatile std::sig_atomic_t g_first = 0;
 
+void EndBy(int signal) {
+  std::signal(signal, SIG_DFL);
+  sigset_t only;
+  sigemptyset(&only);
+  sigaddset(&only, signal);
+  sigprocmask(SIG_UNBLOCK, &only, nullptr);
+  std::raise(signal);
+}
+
 void Catch(int signal) {
-  if (signal == SIGTSTP || g_first == 0 || g_first == SIGTSTP) {
-    g_first = signal;
+  if (signal == SIGALRM) return EndBy(g_first == 0 ? SIGALRM : g_first);
+  if (signal == SIGTSTP) {
+    if (g_first == 0) g_first = signal;
     return;
   }
-  std::signal(signal, SIG_DFL);
-  std::raise(signal);
+  if (g_first == 0 || g_first == SIGTSTP) {
+    g_first = signal;
+    if (signal != SIGINT) alarm(kSecondsToTidyUp);
+  } else if (signal == SIGINT) {
+    // Somebody insists. Others may come in twice by themselves, as when a terminal is closed.
+    EndBy(signal);
+  }
 }
 
 }  // namespace
 
-CaughtSignals::CaughtSignals(std::initializer_list<int> signals) {
-  std::size_t place = 0;
-  for (const int signal : signals) {
+CaughtSignals::CaughtSignals(bool with_stop) : with_stop_(with_stop) {
+  for (std::size_t i = 0; i < std::size(kSignals); ++i) {
+    if (kSignals[i] == SIGTSTP && !with_stop_) continue;
     struct sigaction action {};
     action.sa_handler = Catch;
     // Only what waits for a person is to notice.
     action.sa_flags = SA_RESTART;
-    sigaction(signal, &action, &earlier_[place]);
-    if (earlier_[place].sa_handler == SIG_IGN) sigaction(signal, &earlier_[place], nullptr);
-    signals_[place++] = signal;
+    sigaction(kSignals[i], &action, &earlier_[i]);
+    if (earlier_[i].sa_handler == SIG_IGN) sigaction(kSignals[i], &earlier_[i], nullptr);
   }
 }
 
 CaughtSignals::~CaughtSignals() {
-  for (std::size_t i = 0; i < kMostSignals && signals_[i] != 0; ++i) {
-    sigaction(signals_[i], &earlier_[i], nullptr);
+  for (std::size_t i = 0; i < std::size(kSignals); ++i) {
+    if (kSignals[i] != SIGTSTP || with_stop_) sigaction(kSignals[i], &earlier_[i], nullptr);
   }
 }
 
@@ -52,10 +71,10 @@ int CaughtSignals::Take() {
 HeldSignals::HeldSignals() {
   sigset_t held;
   sigemptyset(&held);
-  for (const int signal : kHeld) sigaddset(&held, signal);
+  for (const int signal : kSignals) sigaddset(&held, signal);
   sigprocmask(SIG_BLOCK, &held, &earlier_mask_);
   wait_mask_ = earlier_mask_;
-  for (const int signal : kHeld) sigdelset(&wait_mask_, signal);
+  for (const int signal : kSignals) sigdelset(&wait_mask_, signal);
 }
 
 HeldSignals::~HeldSignals() {

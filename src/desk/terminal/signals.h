@@ -1,18 +1,18 @@
 #pragma once
 
 #include <csignal>
-#include <initializer_list>
 
 namespace corvessa::desk {
 
-/// Takes signals in the process's place while it lives: the program may be halfway through a
-/// message and has to tidy up first. The first one is noted; a second one to end the process ends
-/// it at once, because somebody insists. What the process was started to ignore stays ignored.
-/// They may be nested.
+/// Takes the signals that end the process in its place while it lives: the program may be halfway
+/// through a message and has to tidy up first. The first one is noted. A few seconds later the
+/// process ends all the same, wherever it hangs; after the keyboard's interrupt it does not, but
+/// ends at the next one. What the process was started to ignore stays ignored. They may be nested.
 class CaughtSignals {
  public:
-  /// At most kMostSignals.
-  CaughtSignals(std::initializer_list<int> signals);
+  CaughtSignals() : CaughtSignals(false) {}
+  /// Takes the one that stops the process as well.
+  static CaughtSignals WithStop() { return CaughtSignals(true); }
   ~CaughtSignals();
   CaughtSignals(const CaughtSignals&) = delete;
   CaughtSignals& operator=(const CaughtSignals&) = delete;
@@ -23,10 +23,10 @@ class CaughtSignals {
   static int Take();
 
  private:
-  static constexpr int kMostSignals = 4;
+  explicit CaughtSignals(bool with_stop);
 
-  int signals_[kMostSignals]{};
-  struct sigaction earlier_[kMostSignals] {};
+  bool with_stop_;
+  struct sigaction earlier_[6]{};
 };
 
 /// Holds back what CaughtSignals may take, so that none comes in between a look at what was caught

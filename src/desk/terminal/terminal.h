@@ -15,9 +15,9 @@ namespace corvessa::desk {
 /// Without a person (`is_there` false) nothing is drawn; lines are still read. Reads byte by byte,
 /// so that nothing is lost between it and others who read the same input.
 ///
-/// A signal to end the process does not end it, which may be halfway through a message and has to
-/// tidy up: the input counts as ended. The keyboard's interrupt ends it for the one question that
-/// is asked next, the others for good.
+/// After a signal to end the process that was caught (CaughtSignals) the input counts as ended:
+/// after the keyboard's interrupt for the one question that is asked next, after the others for
+/// good.
 class Terminal {
  public:
   enum class SecretResult { kRead, kTooLong, kAborted };
@@ -52,8 +52,8 @@ class Terminal {
   bool IsInterrupted() const { return ending_signal_ != 0 || CaughtSignals::First() != 0; }
   /// Ends one question by the signal that has come in; true when it was the keyboard's interrupt.
   bool TakeInterrupt();
-  /// How many such signals there have been.
-  int Interrupts() const { return interrupts_ + (CaughtSignals::First() != 0 ? 1 : 0); }
+  /// How many questions signals have ended.
+  int Interrupts() const { return interrupts_; }
   /// The signal that was to end the process; 0 for none. The program is to raise it once it has
   /// tidied up.
   int EndingSignal() const;
@@ -65,7 +65,6 @@ class Terminal {
   SecretResult ReadSecretLine(SecretString& secret);
   void WriteRaw(std::string_view text) const;
 
-  CaughtSignals ending_{SIGHUP, SIGINT, SIGQUIT, SIGTERM};
   int input_;
   int output_;
   bool is_there_;
