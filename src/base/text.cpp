@@ -230,6 +230,10 @@ std::string Utf8(char32_t code) {
   return text;
 }
 
+bool IsAscii(std::string_view text) {
+  return std::none_of(text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; });
+}
+
 bool HoldsControlCharacter(std::string_view text) {
   return std::ranges::any_of(text, IsControlCharacter);
 }

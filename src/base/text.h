@@ -60,6 +60,8 @@ std::string ForDisplayLines(std::string_view text);
 /// The UTF-8 form of a code point.
 std::string Utf8(char32_t code);
 
+bool IsAscii(std::string_view text);
+
 /// An ASCII control character.
 constexpr bool IsControlCharacter(char c) {
   return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;

@@ -6,7 +6,8 @@ namespace corvessa {
 
 /// Whether the bytes are an OpenPGP signature, armoured or binary, and nothing else. A name can
 /// say anything: what only calls itself a signature is a document, which is not to travel in clear
-/// and not to be replaced.
+/// and not to be replaced. The engine, which knows OpenPGP, can only be asked whether a signature
+/// fits its data file.
 bool IsSignatureContent(std::string_view bytes);
 
 /// The same for a file, which must be there. Throws what Files throws.

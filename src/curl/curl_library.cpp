@@ -6,12 +6,8 @@
 namespace corvessa {
 namespace {
 
-// The binary interface of the headers, under the name that the system's loader knows it by.
-#ifdef __APPLE__
-constexpr const char* kLibrary = "libcurl.4.dylib";
-#else
+/// The binary interface of the headers.
 constexpr const char* kLibrary = "libcurl.so.4";
-#endif
 
 /// Looks up functions until one is missing.
 class Functions {

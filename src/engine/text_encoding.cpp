@@ -1,7 +1,8 @@
 #include "engine/text_encoding.h"
 
-#include <algorithm>
 #include <iconv.h>
+
+#include "base/text.h"
 
 namespace corvessa::engine {
 namespace {
@@ -24,10 +25,6 @@ std::optional<std::string> Convert(std::string_view bytes, const char* from, con
   if (result == static_cast<std::size_t>(-1) || in_left > 0) return std::nullopt;
   converted.resize(converted.size() - out_left);
   return converted;
-}
-
-bool IsAscii(std::string_view text) {
-  return std::ranges::none_of(text, [](char c) { return (c & 0x80) != 0; });
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/text.h"
 #include "desk/mail/charset.h"
 
 namespace corvessa::desk::mail {
@@ -31,10 +32,6 @@ bool IsSafeLine(std::string_view line) {
   if (line.ends_with(' ') || line.ends_with('\t')) return false;
   return std::all_of(line.begin(), line.end(),
                      [](char c) { return (c >= 32 && c < 127) || c == '\t'; });
-}
-
-bool IsAscii(std::string_view text) {
-  return std::none_of(text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; });
 }
 
 std::string QuotedPrintable(std::string_view text) {

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <optional>
 
+#include "base/text.h"
 #include "desk/mail/gmime_handle.h"
 
 namespace corvessa::desk::mail {
@@ -64,10 +65,6 @@ bool IsUtf8(std::string_view bytes) {
   return g_utf8_validate_len(bytes.data(), bytes.size(), nullptr) != 0 ||
          // GLib stops at a NUL, which text may hold.
          (bytes.find('\0') != std::string_view::npos && ValidUtf8(bytes) == bytes);
-}
-
-bool IsAscii(std::string_view bytes) {
-  return std::none_of(bytes.begin(), bytes.end(), [](char c) { return (c & 0x80) != 0; });
 }
 
 bool HoldsUtf8Sequence(std::string_view bytes) {

@@ -41,6 +41,7 @@ void Catch(int signal) {
 }  // namespace
 
 CaughtSignals::CaughtSignals(bool with_stop) : with_stop_(with_stop) {
+  static_assert(std::size(kSignals) == std::size(decltype(earlier_){}));
   for (std::size_t i = 0; i < std::size(kSignals); ++i) {
     if (kSignals[i] == SIGTSTP && !with_stop_) continue;
     struct sigaction action {};
