@@ -50,8 +50,8 @@ void ReadRing(std::string_view ring) {
 
 void ReadIndex(const std::string& text) {
   for (const auto& candidate : {text, WithChecksum(text)}) {
-    const auto index = ParseKeyIndex(candidate);
-    if (index) Require(ParseKeyIndex(FormatKeyIndex(*index)) == index);
+    const auto index = KeyIndex::Parse(candidate);
+    if (index) Require(KeyIndex::Parse(index->Format())->Entries() == index->Entries());
   }
 }
 

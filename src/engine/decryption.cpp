@@ -86,9 +86,9 @@ bool NamesUnlocked(const EncryptedMessage& message, const EncryptedMessageStart&
                              const EncryptedMessageStart& start) {
   for (const auto& packet : start.session_keys) {
     for (const auto* entry : keys.rings().FindByKeyId(KeyIdOf(message.start, packet))) {
-      if (!entry->secret || entry->facts.addresses.empty()) continue;
-      Fail(kNoKey, "The message is encrypted for " + entry->facts.addresses.front() +
-                       ", whose key is locked.");
+      if (!entry->secret || entry->addresses.empty()) continue;
+      const std::string address(entry->addresses.substr(0, entry->addresses.find(',')));
+      Fail(kNoKey, "The message is encrypted for " + address + ", whose key is locked.");
     }
   }
   Fail(kNoKey, "The message is not encrypted for any of the unlocked keys.");

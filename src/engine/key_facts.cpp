@@ -155,6 +155,14 @@ std::vector<std::string> LoadKeys(rnp_ffi_t ffi, std::string_view data) {
   return fingerprints;
 }
 
+void LoadSecretHalf(rnp_ffi_t ffi, std::string_view data) {
+  // Not imported as others are: an import takes the public half each time, too, and checks both.
+  TextSource source(data);
+  TextSink nothing;
+  const Stream stream(source, nothing);
+  rnp_load_keys(ffi, "GPG", stream.input(), RNP_LOAD_SAVE_SECRET_KEYS);
+}
+
 std::string ExportPublic(rnp_key_handle_t primary) {
   return Export(primary, RNP_KEY_EXPORT_PUBLIC);
 }

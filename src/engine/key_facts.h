@@ -31,6 +31,10 @@ KeyFacts FactsOf(rnp_key_handle_t primary);
 /// fingerprints of the primary keys that the data held.
 std::vector<std::string> LoadKeys(rnp_ffi_t ffi, std::string_view data);
 
+/// Loads only the secret half of a ring's binary secret key. Does nothing when the library cannot
+/// read it.
+void LoadSecretHalf(rnp_ffi_t ffi, std::string_view data);
+
 /// The key in binary form.
 std::string ExportPublic(rnp_key_handle_t primary);
 std::string ExportSecret(rnp_key_handle_t primary);

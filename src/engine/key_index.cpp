@@ -35,14 +35,6 @@ std::string_view Cut(std::string_view& text, char separator) {
   return part;
 }
 
-bool ReadItems(std::string_view text, std::vector<std::string>& items) {
-  if (text.ends_with(',')) return false;
-  while (!text.empty()) {
-    if (items.emplace_back(Cut(text, ',')).empty()) return false;
-  }
-  return true;
-}
-
 template <typename Number>
 bool Read(std::string_view text, Number& number) {
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -59,26 +51,41 @@ bool ReadStamp(std::string_view line, std::string_view name, RingStamp& stamp) {
          Read(Cut(line, '\t'), stamp.modified_ns) && Read(line, stamp.file_number);
 }
 
-std::string FormatEntry(const RingEntry& entry) {
-  return std::string(entry.secret ? "secret" : "public") + '\t' + std::to_string(entry.offset) +
-         '\t' + std::to_string(entry.length) + '\t' + entry.facts.fingerprint + '\t' +
-         Joined(entry.facts.key_ids) + '\t' + Joined(entry.facts.addresses) + '\n';
-}
-
-bool ReadEntry(std::string_view line, const KeyIndex& index, RingEntry& entry) {
+bool ReadEntry(std::string_view line, RingEntry& entry) {
   const auto ring = Cut(line, '\t');
   entry.secret = ring == "secret";
   if (!entry.secret && ring != "public") return false;
   if (!Read(Cut(line, '\t'), entry.offset) || !Read(Cut(line, '\t'), entry.length)) return false;
-  entry.facts.fingerprint = Cut(line, '\t');
-  if (!ReadItems(Cut(line, '\t'), entry.facts.key_ids) || !ReadItems(line, entry.facts.addresses)) {
-    return false;
-  }
-  const std::uint64_t size = (entry.secret ? index.secret_ring : index.public_ring).size;
-  return entry.offset <= size && entry.length <= size - entry.offset;
+  entry.fingerprint = Cut(line, '\t');
+  entry.key_ids = Cut(line, '\t');
+  entry.addresses = line;
+  return true;
 }
 
 }  // namespace
+
+bool Lists(std::string_view joined, std::string_view item) {
+  while (joined.size() > item.size()) {
+    if (Cut(joined, ',') == item) return true;
+  }
+  return !item.empty() && joined == item;
+}
+
+std::string IndexLine(const RingEntry& entry) {
+  std::string line(entry.secret ? "secret" : "public");
+  for (const auto number : {entry.offset, entry.length}) line += '\t' + std::to_string(number);
+  for (const auto text : {entry.fingerprint, entry.key_ids, entry.addresses}) {
+    line += '\t';
+    line += text;
+  }
+  return line + '\n';
+}
+
+std::string IndexLine(bool secret, std::uint64_t offset, std::uint64_t length,
+                      const KeyFacts& facts) {
+  return IndexLine(
+      {secret, offset, length, facts.fingerprint, Joined(facts.key_ids), Joined(facts.addresses)});
+}
 
 std::string WithChecksum(std::string text) {
   const auto sum = Checksum(text);
@@ -86,33 +93,49 @@ std::string WithChecksum(std::string text) {
   return text;
 }
 
-std::string FormatKeyIndex(const KeyIndex& index) {
-  std::string text(kTitle);
-  text += '\n';
-  text += FormatStamp("public ring", index.public_ring);
-  text += FormatStamp("secret ring", index.secret_ring);
-  for (const auto& entry : index.entries) text += FormatEntry(entry);
-  return WithChecksum(std::move(text));
+KeyIndex::KeyIndex(RingStamp public_ring, RingStamp secret_ring, std::string lines)
+    : public_ring_(public_ring),
+      secret_ring_(secret_ring),
+      text_(std::make_shared<const std::string>(std::move(lines))) {
+  ReadEntries(*text_);
 }
 
-std::optional<KeyIndex> ParseKeyIndex(std::string_view text) {
-  const auto last_line = text.rfind("checksum\t");
-  std::uint64_t checksum = 0;
-  if (last_line == std::string_view::npos || !text.ends_with('\n') ||
-      !Read(text.substr(last_line + 9, text.size() - last_line - 10), checksum) ||
-      checksum != Checksum(text.substr(0, last_line))) {
-    return std::nullopt;
+bool KeyIndex::ReadEntries(std::string_view lines) {
+  while (!lines.empty()) {
+    auto& entry = entries_.emplace_back();
+    if (!ReadEntry(Cut(lines, '\n'), entry)) return false;
+    const std::uint64_t size = (entry.secret ? secret_ring_ : public_ring_).size;
+    if (entry.offset > size || entry.length > size - entry.offset) return false;
   }
-  text = text.substr(0, last_line);
+  return true;
+}
+
+std::optional<KeyIndex> KeyIndex::Parse(std::string text) {
   KeyIndex index;
-  if (Cut(text, '\n') != kTitle || !ReadStamp(Cut(text, '\n'), "public ring", index.public_ring) ||
-      !ReadStamp(Cut(text, '\n'), "secret ring", index.secret_ring)) {
+  index.text_ = std::make_shared<const std::string>(std::move(text));
+  std::string_view rest = *index.text_;
+  const auto last_line = rest.rfind("checksum\t");
+  std::uint64_t checksum = 0;
+  if (last_line == std::string_view::npos || !rest.ends_with('\n') ||
+      !Read(rest.substr(last_line + 9, rest.size() - last_line - 10), checksum) ||
+      checksum != Checksum(rest.substr(0, last_line))) {
     return std::nullopt;
   }
-  while (!text.empty()) {
-    if (!ReadEntry(Cut(text, '\n'), index, index.entries.emplace_back())) return std::nullopt;
+  rest = rest.substr(0, last_line);
+  if (Cut(rest, '\n') != kTitle || !ReadStamp(Cut(rest, '\n'), "public ring", index.public_ring_) ||
+      !ReadStamp(Cut(rest, '\n'), "secret ring", index.secret_ring_) || !index.ReadEntries(rest)) {
+    return std::nullopt;
   }
   return index;
+}
+
+std::string KeyIndex::Format() const {
+  std::string text(kTitle);
+  text += '\n';
+  text += FormatStamp("public ring", public_ring_);
+  text += FormatStamp("secret ring", secret_ring_);
+  for (const auto& entry : entries_) text += IndexLine(entry);
+  return WithChecksum(std::move(text));
 }
 
 }  // namespace corvessa::engine

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,29 +20,50 @@ struct RingStamp {
   bool operator==(const RingStamp&) const = default;
 };
 
-/// A key of a ring: where it stands and by what it is found.
+/// A key of a ring: where it stands and by what it is found, see KeyFacts. Its texts are parts of
+/// the index's own: each process reads the whole index, and copying them would be most of the work.
 struct RingEntry {
   bool secret = false;  ///< in the secret ring
   std::uint64_t offset = 0;
   std::uint64_t length = 0;
-  KeyFacts facts;
+  std::string_view fingerprint;
+  std::string_view key_ids;    ///< joined by commas
+  std::string_view addresses;  ///< joined by commas
   bool operator==(const RingEntry&) const = default;
 };
 
+/// The item is among those that commas join.
+bool Lists(std::string_view joined, std::string_view item);
+
+/// The line of a key, for the text of an index.
+std::string IndexLine(bool secret, std::uint64_t offset, std::uint64_t length,
+                      const KeyFacts& facts);
+std::string IndexLine(const RingEntry& entry);
+
 /// The index beside the rings: text, one line a key, closed by a checksum.
-struct KeyIndex {
-  RingStamp public_ring;
-  RingStamp secret_ring;
-  std::vector<RingEntry> entries;
-  bool operator==(const KeyIndex&) const = default;
+class KeyIndex {
+ public:
+  KeyIndex() = default;
+  /// Of lines as IndexLine makes them.
+  KeyIndex(RingStamp public_ring, RingStamp secret_ring, std::string lines);
+  /// Nothing when the text is no index, is cut off or damaged, or an entry lies outside its ring.
+  static std::optional<KeyIndex> Parse(std::string text);
+
+  std::string Format() const;
+  const RingStamp& PublicRing() const { return public_ring_; }
+  const RingStamp& SecretRing() const { return secret_ring_; }
+  const std::vector<RingEntry>& Entries() const { return entries_; }
+
+ private:
+  bool ReadEntries(std::string_view lines);
+
+  RingStamp public_ring_;
+  RingStamp secret_ring_;
+  std::shared_ptr<const std::string> text_;
+  std::vector<RingEntry> entries_;
 };
 
 /// Closes an index's text with its checksum line.
 std::string WithChecksum(std::string text);
-
-std::string FormatKeyIndex(const KeyIndex& index);
-
-/// Nothing when the text is no index, is cut off or damaged, or an entry lies outside its ring.
-std::optional<KeyIndex> ParseKeyIndex(std::string_view text);
 
 }  // namespace corvessa::engine

@@ -43,12 +43,13 @@ std::string ReadIndex(const std::filesystem::path& path) {
   }
 }
 
-std::vector<const RingEntry*> Found(
-    const std::unordered_map<std::string, std::vector<std::size_t>>& map, std::string_view what,
-    const std::vector<RingEntry>& entries) {
+/// The entries that list `what`. Looking through thousands takes microseconds, sorting them into a
+/// map would take a millisecond at every start.
+std::vector<const RingEntry*> Listing(std::string_view what, std::string_view RingEntry::*list,
+                                      const std::vector<RingEntry>& entries) {
   std::vector<const RingEntry*> found;
-  if (const auto at = map.find(std::string(what)); at != map.end()) {
-    for (const auto i : at->second) found.push_back(&entries[i]);
+  for (const auto& entry : entries) {
+    if (Lists(entry.*list, what)) found.push_back(&entry);
   }
   return found;
 }
@@ -79,7 +80,6 @@ void KeyRings::OrForget(Work work) {
     public_ = {};
     secret_ = {};
     index_ = {};
-    Remember();
     throw;
   }
 }
@@ -99,16 +99,14 @@ bool KeyRings::Refresh() {
     const bool public_changed = Reopen(false);
     const bool secret_changed = Reopen(true);
     changed = public_changed || secret_changed;
-    if (!changed) return;
-    if (!LoadIndex()) RebuildIndex();
-    Remember();
+    if (changed && !LoadIndex()) RebuildIndex();
   });
   return changed;
 }
 
 bool KeyRings::LoadIndex() {
-  auto index = ParseKeyIndex(ReadIndex(IndexPath()));
-  if (!index || index->public_ring != public_.stamp || index->secret_ring != secret_.stamp) {
+  auto index = KeyIndex::Parse(ReadIndex(IndexPath()));
+  if (!index || index->PublicRing() != public_.stamp || index->SecretRing() != secret_.stamp) {
     return false;
   }
   index_ = std::move(*index);
@@ -116,15 +114,18 @@ bool KeyRings::LoadIndex() {
 }
 
 void KeyRings::RebuildIndex() {
-  index_ = {public_.stamp, secret_.stamp, {}};
-  IndexRing(false);
-  IndexRing(true);
+  SetIndex(IndexRing(false), IndexRing(true));
   WriteIndex();
 }
 
-void KeyRings::IndexRing(bool secret) {
+void KeyRings::SetIndex(const std::string& public_lines, const std::string& secret_lines) {
+  index_ = KeyIndex(public_.stamp, secret_.stamp, public_lines + secret_lines);
+}
+
+std::string KeyRings::IndexRing(bool secret) const {
   const Ring& ring = RingOf(secret);
-  if (!ring.file.IsOpen()) return;
+  std::string lines;
+  if (!ring.file.IsOpen()) return lines;
   const std::string data = ring.file.ReadAt(0, static_cast<std::size_t>(ring.stamp.size));
   bool damaged = false;
   const auto pieces = SplitKeyRing(data, damaged);
@@ -137,10 +138,11 @@ void KeyRings::IndexRing(bool secret) {
       continue;
     }
     const auto key = FindKey(scratch.get(), loaded.front());
-    index_.entries.push_back({secret, piece.offset, piece.length, FactsOf(key.get())});
+    lines += IndexLine(secret, piece.offset, piece.length, FactsOf(key.get()));
   }
   // What cannot be read would be lost with the next write.
   if (damaged) Rescue(secret, data);
+  return lines;
 }
 
 void KeyRings::Rescue(bool secret, const std::string& data) const {
@@ -155,26 +157,17 @@ void KeyRings::Rescue(bool secret, const std::string& data) const {
   copy.CommitDurably();
 }
 
-void KeyRings::Remember() {
-  by_address_.clear();
-  by_key_id_.clear();
-  for (std::size_t i = 0; i < index_.entries.size(); ++i) {
-    for (const auto& address : index_.entries[i].facts.addresses) by_address_[address].push_back(i);
-    for (const auto& id : index_.entries[i].facts.key_ids) by_key_id_[id].push_back(i);
-  }
-}
-
 std::vector<const RingEntry*> KeyRings::FindByAddress(std::string_view address) const {
-  return Found(by_address_, address, index_.entries);
+  return Listing(address, &RingEntry::addresses, Entries());
 }
 
 std::vector<const RingEntry*> KeyRings::FindByKeyId(std::string_view key_id) const {
-  return Found(by_key_id_, key_id, index_.entries);
+  return Listing(key_id, &RingEntry::key_ids, Entries());
 }
 
 std::string KeyRings::Read(const RingEntry& entry) const {
-  const Ring& ring = entry.secret ? secret_ : public_;
-  std::string data = ring.file.ReadAt(entry.offset, static_cast<std::size_t>(entry.length));
+  std::string data =
+      RingOf(entry.secret).file.ReadAt(entry.offset, static_cast<std::size_t>(entry.length));
   if (data.size() != entry.length) {
     Fail(kKeyStoreTrouble, "The key ring " + RingPath(entry.secret).string() + " is damaged.");
   }
@@ -188,8 +181,6 @@ void KeyRings::Store(const Lock&, const std::vector<NewKey>& keys) {
     WriteRing(true, keys);
     WriteRing(false, keys);
   });
-  index_.public_ring = public_.stamp;
-  index_.secret_ring = secret_.stamp;
   WriteIndex();
 }
 
@@ -197,34 +188,36 @@ void KeyRings::WriteRing(bool secret, const std::vector<NewKey>& keys) {
   const auto belongs = [&](const auto& key) { return key.secret == secret; };
   if (std::ranges::none_of(keys, belongs)) return;
   FileSink file(RingPath(secret));
-  std::vector<RingEntry> entries;
+  std::string lines;
+  std::string other_lines;
   std::uint64_t offset = 0;
-  const auto append = [&](const KeyFacts& facts, const std::string& data) {
-    file.Write(data);
-    entries.push_back({secret, offset, data.size(), facts});
-    offset += data.size();
-  };
-  for (const auto& entry : index_.entries) {
+  for (auto entry : Entries()) {
     const bool replaced = std::ranges::any_of(keys, [&](const NewKey& key) {
-      return belongs(key) && key.facts.fingerprint == entry.facts.fingerprint;
+      return belongs(key) && key.facts.fingerprint == entry.fingerprint;
     });
-    if (entry.secret == secret && !replaced) append(entry.facts, Read(entry));
+    if (!belongs(entry)) {
+      other_lines += IndexLine(entry);
+    } else if (!replaced) {
+      file.Write(Read(entry));
+      entry.offset = std::exchange(offset, offset + entry.length);
+      lines += IndexLine(entry);
+    }
   }
   for (const auto& key : keys) {
-    if (belongs(key)) append(key.facts, key.data);
+    if (!belongs(key)) continue;
+    file.Write(key.data);
+    lines += IndexLine(secret, offset, key.data.size(), key.facts);
+    offset += key.data.size();
   }
   file.CommitDurably();
-  std::erase_if(index_.entries, belongs);
-  const auto place = secret ? index_.entries.end() : index_.entries.begin();
-  index_.entries.insert(place, entries.begin(), entries.end());
   Reopen(secret);
-  Remember();
+  secret ? SetIndex(other_lines, lines) : SetIndex(lines, other_lines);
 }
 
 void KeyRings::WriteIndex() {
   try {
     FileSink file(IndexPath());
-    file.Write(FormatKeyIndex(index_));
+    file.Write(index_.Format());
     file.Commit();
   } catch (const Failure&) {  // keys that are stored are stored, also on a disk that is full now
   }

@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "engine/key_index.h"
@@ -26,7 +25,7 @@ class KeyRings {
   /// when they are there but cannot be read: then no key is known and the next call tries again.
   bool Refresh();
 
-  const std::vector<RingEntry>& Entries() const { return index_.entries; }
+  const std::vector<RingEntry>& Entries() const { return index_.Entries(); }
   /// The entries whose key carries the address (in lower case), in ring order.
   std::vector<const RingEntry*> FindByAddress(std::string_view address) const;
   /// The entries that hold the key ID (16 capital hexadecimal digits), be it a subkey's.
@@ -60,6 +59,7 @@ class KeyRings {
     RingStamp stamp;
   };
   Ring& RingOf(bool secret) { return secret ? secret_ : public_; }
+  const Ring& RingOf(bool secret) const { return secret ? secret_ : public_; }
   std::filesystem::path RingPath(bool secret) const;
   std::filesystem::path IndexPath() const { return folder_ / "keys.index"; }
   /// Runs `work`; when it fails, forgets everything that was read, so that nothing half-read is
@@ -69,10 +69,10 @@ class KeyRings {
   bool Reopen(bool secret);
   bool LoadIndex();
   void RebuildIndex();
-  void IndexRing(bool secret);
+  std::string IndexRing(bool secret) const;
   void Rescue(bool secret, const std::string& data) const;
-  void Remember();
   void WriteRing(bool secret, const std::vector<NewKey>& keys);
+  void SetIndex(const std::string& public_lines, const std::string& secret_lines);
   /// As far as it can be written: a missing or old index is made again.
   void WriteIndex();
 
@@ -80,8 +80,6 @@ class KeyRings {
   Ring public_;
   Ring secret_;
   KeyIndex index_;
-  std::unordered_map<std::string, std::vector<std::size_t>> by_address_;
-  std::unordered_map<std::string, std::vector<std::size_t>> by_key_id_;
 };
 
 }  // namespace corvessa::engine

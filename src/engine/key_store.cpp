@@ -28,7 +28,7 @@ bool UnlockPackets(rnp_ffi_t ffi, const std::string& fingerprint, const SecretSt
 
 bool Fits(const std::string& data, const std::string& fingerprint, const SecretString& passphrase) {
   const Ffi scratch = MakeFfi();
-  LoadKeys(scratch.get(), data);
+  LoadSecretHalf(scratch.get(), data);
   return UnlockPackets(scratch.get(), fingerprint, passphrase);
 }
 
@@ -47,7 +47,7 @@ void KeyStore::Store(const KeyRings::Lock& lock, const std::vector<KeyRings::New
 
 bool KeyStore::IsOwn(const std::string& fingerprint) const {
   return std::ranges::any_of(rings_.Entries(), [&](const RingEntry& entry) {
-    return entry.secret && entry.facts.fingerprint == fingerprint;
+    return entry.secret && entry.fingerprint == fingerprint;
   });
 }
 
@@ -61,12 +61,12 @@ std::string KeyStore::ReadPublic(const RingEntry& entry) const {
   if (!entry.secret) return data;
   const Ffi scratch = MakeFfi();
   LoadKeys(scratch.get(), data);
-  const auto key = FindKey(scratch.get(), entry.facts.fingerprint);
+  const auto key = FindKey(scratch.get(), std::string(entry.fingerprint));
   return key ? ExportPublic(key.get()) : std::string();
 }
 
 Key KeyStore::Load(const RingEntry& entry) {
-  const std::string& fingerprint = entry.facts.fingerprint;
+  const std::string fingerprint(entry.fingerprint);
   if (loaded_.insert(fingerprint).second) {
     LoadKeys(ffi_.get(), ReadPublic(entry));
   }
@@ -126,7 +126,7 @@ void KeyStore::AddLookedUp(std::string_view data, Use use,
 bool KeyStore::IsOnlyLookedUp(const std::string& fingerprint) const {
   return (looked_up_.contains(fingerprint) || for_verifying_.contains(fingerprint)) &&
          std::ranges::none_of(rings_.Entries(), [&](const RingEntry& entry) {
-           return entry.facts.fingerprint == fingerprint;
+           return entry.fingerprint == fingerprint;
          });
 }
 
@@ -134,9 +134,10 @@ void KeyStore::Unlock(std::string_view address, const SecretString& passphrase) 
   bool has_secret = false;
   bool fits = false;
   for (const auto* entry : rings_.FindByAddress(address)) {
+    Load(*entry);  // the library asks the public half what a key may do
     if (!entry->secret) continue;
     has_secret = true;
-    const std::string& fingerprint = entry->facts.fingerprint;
+    const std::string fingerprint(entry->fingerprint);
     const std::string data = rings_.Read(*entry);
     const auto known = std::ranges::find(unlocked_, fingerprint);
     if (known != unlocked_.end()) {
@@ -144,7 +145,7 @@ void KeyStore::Unlock(std::string_view address, const SecretString& passphrase) 
       if (!Fits(data, fingerprint, passphrase)) continue;
       unlocked_.erase(known);
     } else {
-      LoadKeys(ffi_.get(), data);
+      LoadSecretHalf(ffi_.get(), data);
       if (!UnlockPackets(ffi_.get(), fingerprint, passphrase)) continue;
     }
     unlocked_.push_back(fingerprint);
@@ -168,7 +169,7 @@ std::vector<std::string> KeyStore::Unlocked(std::string_view address) const {
   std::vector<std::string> fingerprints;
   for (const auto& fingerprint : unlocked_) {
     if (std::ranges::any_of(rings_.FindByAddress(address), [&](const RingEntry* entry) {
-          return entry->facts.fingerprint == fingerprint;
+          return entry->fingerprint == fingerprint;
         })) {
       fingerprints.push_back(fingerprint);
     }

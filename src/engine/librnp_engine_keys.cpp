@@ -72,7 +72,7 @@ void AddForRings(rnp_ffi_t ffi, rnp_key_handle_t primary, std::vector<KeyRings::
 std::vector<const RingEntry*> EntriesOf(const KeyRings& rings, const std::string& fingerprint) {
   std::vector<const RingEntry*> entries;
   for (const auto& entry : rings.Entries()) {
-    if (entry.facts.fingerprint == fingerprint) entries.push_back(&entry);
+    if (entry.fingerprint == fingerprint) entries.push_back(&entry);
   }
   return entries;
 }
@@ -85,9 +85,9 @@ std::vector<const RingEntry*> Meant(const KeyRings& rings, std::string_view who)
 
 std::string PublicKeysOf(KeyStore& keys, std::string_view who) {
   std::string data;
-  std::set<std::string> seen;  // public entries come first
+  std::set<std::string_view> seen;  // public entries come first
   for (const auto* entry : Meant(keys.rings(), who)) {
-    if (seen.insert(entry->facts.fingerprint).second) data += keys.ReadPublic(*entry);
+    if (seen.insert(entry->fingerprint).second) data += keys.ReadPublic(*entry);
   }
   if (data.empty()) Fail(kNoKey, "There is no key for " + std::string(who) + ".");
   return Armour(data, "public key", {});

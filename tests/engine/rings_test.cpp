@@ -213,14 +213,20 @@ TEST_F(RingsTest, NoPassphraseAndNoPlainSecretKeyIsOnDisk) {
 }
 
 TEST_F(RingsTest, TheIndexReadsBackWhatItWrote) {
-  const KeyIndex index{
-      {10, -5, 7},
-      {20, 6, 8},
-      {{false, 0, 10, {"AB", {"CD", "EF"}, {"a@b.c", "d@e.f"}}}, {true, 4, 16, {"AB", {}, {}}}}};
-  EXPECT_EQ(ParseKeyIndex(FormatKeyIndex(index)), index);
-  auto outside = index;
-  outside.entries[1].length = 17;
-  EXPECT_EQ(ParseKeyIndex(FormatKeyIndex(outside)), std::nullopt);
+  const RingStamp public_ring{10, -5, 7};
+  const RingStamp secret_ring{20, 6, 8};
+  const std::string line = IndexLine(false, 0, 10, {"AB", {"CD", "EF"}, {"a@b.c", "d@e.f"}});
+  const KeyIndex index(public_ring, secret_ring, line + IndexLine(true, 4, 16, {"AB", {}, {}}));
+  const auto read = KeyIndex::Parse(index.Format());
+  ASSERT_TRUE(read);
+  EXPECT_EQ(read->PublicRing(), public_ring);
+  EXPECT_EQ(read->SecretRing(), secret_ring);
+  EXPECT_EQ(read->Entries(), index.Entries());
+  ASSERT_EQ(index.Entries().size(), 2U);
+  EXPECT_TRUE(Lists(index.Entries()[0].addresses, "d@e.f"));
+  EXPECT_FALSE(Lists(index.Entries()[0].addresses, "@e.f"));
+  const KeyIndex outside(public_ring, secret_ring, IndexLine(true, 4, 17, {"AB", {}, {}}));
+  EXPECT_FALSE(KeyIndex::Parse(outside.Format()));
 }
 
 }  // namespace
