@@ -25,17 +25,6 @@ using platform::RegistryKey;
 using platform::RegistryKeyPtr;
 using platform::RegistryStatus;
 
-constexpr std::string_view kGlobalKey =
-    "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Global";
-constexpr std::string_view kAccountsKey =
-    "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Accounts";
-constexpr std::string_view kVersionKey =
-    "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Version";
-constexpr std::string_view kOutlookSetupKey = "Software\\Microsoft\\Office\\9.0\\Outlook\\Setup";
-
-/// A longer string value reads as empty: older installers rely on values of at most 254 bytes.
-constexpr std::size_t kStringBufferBytes = 255;
-
 constexpr std::string_view kSeenMajor = "SeenUpdateMsgMaj";
 constexpr std::string_view kSeenMinor = "SeenUpdateMsgMin";
 constexpr std::string_view kSeenRevision = "SeenUpdateMsgRev";

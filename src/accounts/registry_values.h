@@ -1,11 +1,26 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
 #include "platform/registry.h"
 
 namespace corvessa {
+
+/// Of the user: preferences, one subkey an account, and where Outlook says how it was set up.
+inline constexpr std::string_view kGlobalKey =
+    "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Global";
+inline constexpr std::string_view kAccountsKey =
+    "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Accounts";
+inline constexpr std::string_view kOutlookSetupKey =
+    "Software\\Microsoft\\Office\\9.0\\Outlook\\Setup";
+/// Of the machine: what the installer of an edition chose.
+inline constexpr std::string_view kVersionKey =
+    "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Version";
+
+/// A longer string value reads as empty: older installers rely on values of at most 254 bytes.
+inline constexpr std::size_t kStringBufferBytes = 255;
 
 /// The account subkey's value for m_bSigning.
 inline constexpr std::string_view kSignValue = "Sign";

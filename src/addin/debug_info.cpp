@@ -15,8 +15,6 @@ bool g_bLogDebuggingInfo = false;
 namespace Debug_Info {
 namespace {
 
-constexpr std::string_view kTraceFile = "c:\\Nimbra_trace.txt";
-
 struct NamedAttribute {
   std::uint32_t bit;
   std::string_view line;

@@ -12,9 +12,11 @@ namespace corvessa {
 /// here so that whoever traces needs to know nothing else.
 extern bool g_bLogDebuggingInfo;
 
-/// The trace log: c:\Nimbra_trace.txt, one time-stamped line a call, opened and closed for each so
-/// that nothing is held between calls.
+/// The trace log: one time-stamped line a call, opened and closed for each so that nothing is held
+/// between calls.
 namespace Debug_Info {
+
+inline constexpr std::string_view kTraceFile = "c:\\Nimbra_trace.txt";
 
 /// Appends the current date and time, ": ", the message and CR LF, whatever the switch says. Every
 /// failure is swallowed: the line is lost and the caller carries on.

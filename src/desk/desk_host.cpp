@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <ostream>
 
+#include "addin/debug_info.h"
 #include "addin/process_state.h"
 #include "base/guard.h"
 #include "base/text.h"
@@ -18,7 +19,6 @@
 namespace corvessa::desk {
 namespace {
 
-constexpr std::string_view kTraceFile = "c:\\Nimbra_trace.txt";
 constexpr std::string_view kTraceSwitch = "LogDebuggingInfo";
 /// What all tags of the add-in's buttons begin with.
 constexpr std::string_view kAddInTag = "CorvessaPro_OL.";
@@ -62,7 +62,7 @@ class DeskHost::Trace {
     Ignoring([&] {
       SettingsStore(profile_.Registry()).Set(kTraceSwitch, was_on_);
       if (Length() <= start_) return;
-      const std::string text = profile_.Files().Read(kTraceFile);
+      const std::string text = profile_.Files().Read(Debug_Info::kTraceFile);
       messages_ << ForDisplayLines(std::string_view(text).substr(start_)) << std::flush;
     });
   }
@@ -72,7 +72,9 @@ class DeskHost::Trace {
  private:
   std::size_t Length() {
     auto& files = profile_.Files();
-    return files.FileExists(kTraceFile) ? static_cast<std::size_t>(files.Length(kTraceFile)) : 0;
+    return files.FileExists(Debug_Info::kTraceFile)
+               ? static_cast<std::size_t>(files.Length(Debug_Info::kTraceFile))
+               : 0;
   }
 
   Profile& profile_;

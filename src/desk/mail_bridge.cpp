@@ -8,6 +8,7 @@
 #include "base/text.h"
 #include "desk/mail/attachment_store.h"
 #include "desk/profile/system_clock.h"
+#include "platform/redemption.h"
 
 namespace corvessa::desk {
 namespace {
@@ -81,7 +82,7 @@ ItemData ItemOf(const mail::Mail& source) {
   }
   for (const mail::HeaderField& field : source.fields) {
     if (!IsAddInField(field.name)) continue;
-    item.properties[{std::string(kInternetHeaders), field.name}] = field.value;
+    item.properties[{std::string(platform::kInternetHeaders), field.name}] = field.value;
   }
   item.message_id = Bracketed(source.message_id);
   item.in_reply_to = Bracketed(source.in_reply_to);
@@ -129,7 +130,7 @@ ItemData DraftItem(const mail::Mail& source) {
   item.folder = kDrafts;
   // How it is protected is chosen anew, by whoever sends it.
   for (const char* choice : {"X-Nimbra-NoEncrypt", "X-Nimbra-NoSign"}) {
-    item.properties.erase({std::string(kInternetHeaders), choice});
+    item.properties.erase({std::string(platform::kInternetHeaders), choice});
   }
   return item;
 }

@@ -5,6 +5,7 @@
 #include "base/text.h"
 #include "desk/mail_bridge.h"
 #include "desk/message_report.h"
+#include "message/status_text.h"
 
 namespace corvessa::desk {
 namespace {
@@ -24,8 +25,6 @@ std::string Recipients(const ItemData& item, RecipientKind kind) {
 
 /// The faces of Office that the add-in gives to what is so and what is not.
 std::string MarkOf(const ButtonLook& look) {
-  constexpr std::int32_t kFaceOn = 1087;
-  constexpr std::int32_t kFaceOff = 1088;
   if (look.face_id == kFaceOn) return "[x] ";
   return look.face_id == kFaceOff ? "[ ] " : "";
 }

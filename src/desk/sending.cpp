@@ -8,6 +8,7 @@
 #include "desk/mail/mail_io.h"
 #include "desk/mail_bridge.h"
 #include "desk/terminal/answers.h"
+#include "platform/redemption.h"
 
 namespace corvessa::desk {
 namespace {
@@ -62,7 +63,8 @@ class SignatureWatch final : public platform::MailItemEvents {
 };
 
 bool Carries(const ItemData& item, std::string_view name) {
-  const auto found = item.properties.find({std::string(kInternetHeaders), std::string(name)});
+  const auto found =
+      item.properties.find({std::string(platform::kInternetHeaders), std::string(name)});
   return found != item.properties.end() && LCase(Trim(found->second)) == "true";
 }
 

@@ -5,6 +5,7 @@
 #include <limits>
 #include <optional>
 
+#include "accounts/registry_values.h"
 #include "base/text.h"
 #include "desk/failure.h"
 
@@ -19,17 +20,12 @@ struct Place {
   std::string_view path;
 };
 
-constexpr Place kGlobal = {
-    Root::kUser, "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Global"};
-constexpr Place kVersion = {
-    Root::kMachine, "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Version"};
-constexpr Place kOutlookSetup = {Root::kUser, "Software\\Microsoft\\Office\\9.0\\Outlook\\Setup"};
-constexpr std::string_view kAccounts =
-    "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Accounts";
-constexpr std::string_view kSign = "Sign";
+constexpr Place kGlobal = {Root::kUser, kGlobalKey};
+constexpr Place kVersion = {Root::kMachine, kVersionKey};
+constexpr Place kOutlookSetup = {Root::kUser, kOutlookSetupKey};
 
-/// The add-in reads a longer text as empty.
-constexpr std::size_t kLongestText = 254;
+/// With the byte that ends it, it fills the add-in's buffer.
+constexpr std::size_t kLongestText = kStringBufferBytes - 1;
 
 struct Value {
   std::string_view name;
@@ -169,7 +165,7 @@ std::string SettingsStore::Get(std::string_view name) const {
   const Value& value = FindValue(name);
   const auto key = Opened(registry_, value.place);
   if (value.kind == Kind::kText) {
-    return key ? key->ReadString(value.name, kLongestText + 1) : std::string();
+    return key ? key->ReadString(value.name, kStringBufferBytes) : std::string();
   }
   const std::int32_t number = key ? key->ReadNumber(value.name) : 0;
   if (value.kind == Kind::kSwitch) return number != 0 ? "1" : "0";
@@ -196,13 +192,13 @@ void SettingsStore::Set(std::string_view name, std::string_view text) {
 
 std::vector<AccountEntry> SettingsStore::Accounts() const {
   std::vector<AccountEntry> entries;
-  const auto accounts = Opened(registry_, {Root::kUser, kAccounts});
+  const auto accounts = Opened(registry_, {Root::kUser, kAccountsKey});
   std::string name;
   for (std::uint32_t i = 0;
        accounts && accounts->EnumerateKey(i, name) == platform::kRegistrySuccess; ++i) {
     platform::RegistryKeyPtr account;
     static_cast<void>(accounts->Open(name, account));
-    entries.push_back({name, account && account->ReadNumber(kSign) != 0});
+    entries.push_back({name, account && account->ReadNumber(kSignValue) != 0});
   }
   return entries;
 }
@@ -230,10 +226,10 @@ bool SettingsStore::AddAccount(std::string_view address, bool signs) {
   const bool had_signer =
       std::any_of(before.begin(), before.end(), [](const auto& entry) { return entry.signs; });
   {
-    const auto accounts = Made(registry_.CurrentUser(), kAccounts);
-    WriteNumber(*Made(*accounts, added), kSign, signs ? -1 : 0);
+    const auto accounts = Made(registry_.CurrentUser(), kAccountsKey);
+    WriteNumber(*Made(*accounts, added), kSignValue, signs ? -1 : 0);
     for (const AccountEntry& entry : before) {
-      if (signs && entry.signs) WriteNumber(*Made(*accounts, entry.address), kSign, 0);
+      if (signs && entry.signs) WriteNumber(*Made(*accounts, entry.address), kSignValue, 0);
     }
   }
   if (signs && !had_signer) Set("DisableOutgoingSigning", "0");
@@ -248,7 +244,7 @@ bool SettingsStore::RemoveAccount(std::string_view address) {
                                   [&](const auto& entry) { return entry.address == removed; });
   if (known == before.end()) return false;
   {
-    const auto accounts = Made(registry_.CurrentUser(), kAccounts);
+    const auto accounts = Made(registry_.CurrentUser(), kAccountsKey);
     if (accounts->DeleteKey(removed) != platform::kRegistrySuccess) {
       Fail(Outcome::kEnvironment, "the registry does not let go of " + ForDisplay(removed));
     }

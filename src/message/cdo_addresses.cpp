@@ -17,9 +17,6 @@ namespace {
 
 using Debug_Info::TraceLog;
 
-/// PR_SMTP_ADDRESS, an 8-bit string.
-constexpr std::int32_t kSmtpAddressTag = 972947486;
-
 platform::MAPISessionPtr session;
 
 bool IsExchangeName(std::string_view address) {
@@ -28,7 +25,7 @@ bool IsExchangeName(std::string_view address) {
 
 std::string SmtpAddress(std::string_view entry_id) {
   const auto utils = platform::Host().redemption.CreateMAPIUtils();
-  return utils->GetAddressEntryFromID(entry_id)->Fields(kSmtpAddressTag);
+  return utils->GetAddressEntryFromID(entry_id)->Fields(platform::kSmtpAddressTag);
 }
 
 /// Said once, not once a recipient: the next log-on that works makes it worth saying again.

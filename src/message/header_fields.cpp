@@ -10,7 +10,6 @@ namespace corvessa {
 namespace {
 
 /// The property set of Internet header fields (PS_INTERNET_HEADERS).
-constexpr std::string_view kInternetHeaders = "{00020386-0000-0000-C000-000000000046}";
 /// PT_STRING8, the type half of a property tag.
 constexpr std::int32_t kString8 = 30;
 
@@ -21,7 +20,7 @@ struct Field {
 
 Field OpenField(const platform::MailItemPtr& item, std::string_view name) {
   const auto safe_item = OpenSafely(item);
-  return {safe_item, safe_item->GetIDsFromNames(kInternetHeaders, name) | kString8};
+  return {safe_item, safe_item->GetIDsFromNames(platform::kInternetHeaders, name) | kString8};
 }
 
 std::string FieldName(std::string_view key) {

@@ -29,6 +29,12 @@ using AddressListPtr = std::shared_ptr<AddressList>;
 using AddressListsPtr = std::shared_ptr<AddressLists>;
 using MAPIUtilsPtr = std::shared_ptr<MAPIUtils>;
 
+/// PS_INTERNET_HEADERS: a named property of this set travels as a header line.
+inline constexpr std::string_view kInternetHeaders = "{00020386-0000-0000-C000-000000000046}";
+
+/// PR_SMTP_ADDRESS of an address entry, an 8-bit string.
+inline constexpr std::int32_t kSmtpAddressTag = 0x39FE001E;
+
 class AddressEntry {
  public:
   virtual ~AddressEntry() = default;

@@ -213,7 +213,7 @@ TEST_F(ReadingMail, MarksRepliesAndStripsForwardsOfDecryptedMessages) {
   ConnectAddIn();
   const std::string field = "X-Nimbra-Corvessa-Encrypted-Reply";
   const auto marked = [&](const desk::ItemPtr& response) {
-    return response->Data().properties.at({std::string(desk::kInternetHeaders), field});
+    return response->Data().properties.at({std::string(platform::kInternetHeaders), field});
   };
   const auto secret = Received(Encrypted(kText), {{"a.txt", "1"}, {"b.txt", "2"}});
   ExpectLogin(kAnnsPassphrase);

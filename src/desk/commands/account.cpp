@@ -4,6 +4,7 @@
 
 #include "base/text.h"
 #include "desk/commands/command_context.h"
+#include "desk/commands/shared_options.h"
 #include "desk/settings_store.h"
 
 namespace corvessa::desk {
@@ -47,26 +48,17 @@ void AddAccountCommands(CLI::App& app, CommandContext& context) {
     bool signs = false;
   };
   const auto options = std::make_shared<Options>();
-  const auto add_address = [&](CLI::App* command) {
-    command->add_option("address", options->address, "the e-mail address")
-        ->required()
-        ->type_name("ADDRESS");
-  };
 
   auto* const add = account->add_subcommand("add", "secure an address");
-  add_address(add);
+  AddAddress(*add, options->address);
   add->add_flag("--sign", options->signs, "sign outgoing mail with it");
-  add->callback([&context, options] {
-    context.run = [&context, options] { return Add(context, options->address, options->signs); };
-  });
+  OnRun(*add, context,
+        [&context, options] { return Add(context, options->address, options->signs); });
   auto* const remove = account->add_subcommand("remove", "secure an address no longer");
-  add_address(remove);
-  remove->callback([&context, options] {
-    context.run = [&context, options] { return Remove(context, options->address); };
-  });
-  account->add_subcommand("list", "show the secured addresses")->callback([&context] {
-    context.run = [&context] { return List(context); };
-  });
+  AddAddress(*remove, options->address);
+  OnRun(*remove, context, [&context, options] { return Remove(context, options->address); });
+  OnRun(*account->add_subcommand("list", "show the secured addresses"), context,
+        [&context] { return List(context); });
 }
 
 }  // namespace corvessa::desk

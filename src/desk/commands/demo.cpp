@@ -8,6 +8,7 @@
 #include "base/text.h"
 #include "desk/commands/command_context.h"
 #include "desk/commands/demo_folder.h"
+#include "desk/commands/shared_options.h"
 #include "desk/commands/text_file.h"
 #include "desk/desk_host.h"
 #include "desk/engine_setup.h"
@@ -296,11 +297,9 @@ void AddDemoCommand(CLI::App& app, CommandContext& context) {
   const auto keep = std::make_shared<std::string>();
   auto* const demo = app.add_subcommand("demo", "show a whole session of two people");
   demo->add_option("--keep", *keep, "a new folder for all that is made")->type_name("DIR");
-  demo->callback([&context, keep] {
-    context.run = [&context, keep] {
-      Demo(context, *keep).Run();
-      return Outcome::kDone;
-    };
+  OnRun(*demo, context, [&context, keep] {
+    Demo(context, *keep).Run();
+    return Outcome::kDone;
   });
 }
 

@@ -7,6 +7,7 @@
 
 #include "base/text.h"
 #include "desk/commands/command_context.h"
+#include "desk/commands/shared_options.h"
 #include "desk/commands/text_file.h"
 #include "desk/engine_setup.h"
 #include "desk/passphrase_source.h"
@@ -135,16 +136,11 @@ void AddKeyCommands(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<KeyOptions>();
   const auto add = [&](const char* name, const char* help, auto operation) {
     auto* const command = key->add_subcommand(name, help);
-    command->callback([&context, options, operation] {
-      context.run = [&context, options, operation] { return operation(context, *options); };
-    });
+    OnRun(*command, context,
+          [&context, options, operation] { return operation(context, *options); });
     return command;
   };
-  const auto add_address = [&](CLI::App* command) {
-    command->add_option("address", options->address, "the e-mail address")
-        ->required()
-        ->type_name("ADDRESS");
-  };
+  const auto add_address = [&](CLI::App* command) { AddAddress(*command, options->address); };
 
   auto* const generate = add("generate", "make a key pair for an address", Generate);
   add_address(generate);

@@ -6,8 +6,8 @@
 #include "base/text.h"
 #include "desk/attachment_saving.h"
 #include "desk/commands/command_context.h"
-#include "desk/commands/message_options.h"
 #include "desk/commands/received_message.h"
+#include "desk/commands/shared_options.h"
 #include "desk/json_report.h"
 #include "desk/message_printing.h"
 #include "desk/message_report.h"
@@ -89,9 +89,7 @@ void AddOpenCommand(CLI::App& app, CommandContext& context) {
   open->add_option("--save-attachments", options->save_folder, "save the attachments there")
       ->type_name("DIR");
   open->add_flag("--original", options->original, "show the message as it came, too");
-  open->callback([&context, options] {
-    context.run = [&context, options] { return Open(context, *options); };
-  });
+  OnRun(*open, context, [&context, options] { return Open(context, *options); });
 }
 
 }  // namespace corvessa::desk

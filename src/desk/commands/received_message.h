@@ -3,7 +3,7 @@
 #include <string>
 
 #include "desk/commands/command_context.h"
-#include "desk/commands/message_options.h"
+#include "desk/commands/shared_options.h"
 #include "desk/desk_host.h"
 #include "desk/mail/mail.h"
 

@@ -5,8 +5,8 @@
 
 #include "base/text.h"
 #include "desk/commands/command_context.h"
-#include "desk/commands/message_options.h"
 #include "desk/commands/received_message.h"
+#include "desk/commands/shared_options.h"
 #include "desk/commands/text_file.h"
 #include "desk/json_report.h"
 #include "desk/mail/mail_io.h"
@@ -83,10 +83,8 @@ CLI::App* AddCommand(CLI::App& app, CommandContext& context, const char* name, c
       ->type_name("FILE");
   command->add_option("--out", options->out_file, "write the draft there instead of the output")
       ->type_name("FILE");
-  command->callback([&context, options, response] {
-    context.run = [&context, options, response] {
-      return Run(context, *options, options->to_all ? Response::kReplyToAll : response);
-    };
+  OnRun(*command, context, [&context, options, response] {
+    return Run(context, *options, options->to_all ? Response::kReplyToAll : response);
   });
   return command;
 }

@@ -5,7 +5,7 @@
 
 #include "base/text.h"
 #include "desk/commands/command_context.h"
-#include "desk/commands/message_options.h"
+#include "desk/commands/shared_options.h"
 #include "desk/commands/text_file.h"
 #include "desk/desk_host.h"
 #include "desk/json_report.h"
@@ -100,12 +100,8 @@ void AddSendCommand(CLI::App& app, CommandContext& context) {
   send->add_flag("--no-sign", options->choices.no_sign, "release \"Sign on send\"");
   send->add_flag("--external", options->choices.external,
                  "send without a window, as another program does");
-  send->add_option("--outlook", options->outlook, "the version of Outlook to play")
-      ->check(CLI::IsMember({9, 10, 11}))
-      ->type_name("9|10|11");
-  send->callback([&context, options] {
-    context.run = [&context, options] { return Send(context, *options); };
-  });
+  AddOutlookVersion(*send, options->outlook);
+  OnRun(*send, context, [&context, options] { return Send(context, *options); });
 }
 
 }  // namespace corvessa::desk

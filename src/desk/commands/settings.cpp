@@ -5,6 +5,7 @@
 #include "base/error.h"
 #include "base/text.h"
 #include "desk/commands/command_context.h"
+#include "desk/commands/shared_options.h"
 #include "desk/desk_host.h"
 #include "desk/engine_setup.h"
 #include "desk/settings_store.h"
@@ -56,22 +57,17 @@ void AddSettingsCommands(CLI::App& app, CommandContext& context) {
     std::string name;
     std::string value;
   };
-  app.add_subcommand("settings", "open the add-in's settings dialog")->callback([&context] {
-    context.run = [&context] { return RunSettings(context); };
-  });
+  OnRun(*app.add_subcommand("settings", "open the add-in's settings dialog"), context,
+        [&context] { return RunSettings(context); });
   const auto options = std::make_shared<Options>();
 
   auto* const set = app.add_subcommand("set", "change a setting");
   set->add_option("name", options->name, "the setting")->required()->type_name("NAME");
   set->add_option("value", options->value, "its value")->required()->type_name("VALUE");
-  set->callback([&context, options] {
-    context.run = [&context, options] { return Set(context, options->name, options->value); };
-  });
+  OnRun(*set, context, [&context, options] { return Set(context, options->name, options->value); });
   auto* const get = app.add_subcommand("get", "show a setting, or all of them");
   get->add_option("name", options->name, "the setting")->type_name("NAME");
-  get->callback([&context, options] {
-    context.run = [&context, options] { return Get(context, options->name); };
-  });
+  OnRun(*get, context, [&context, options] { return Get(context, options->name); });
 }
 
 }  // namespace corvessa::desk

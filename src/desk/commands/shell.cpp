@@ -5,6 +5,7 @@
 #include "base/error.h"
 #include "base/text.h"
 #include "desk/commands/command_context.h"
+#include "desk/commands/shared_options.h"
 #include "desk/commands/shell_session.h"
 #include "desk/desk_host.h"
 #include "desk/owner.h"
@@ -60,12 +61,8 @@ void AddShellCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<ShellOptions>();
   auto* const shell = app.add_subcommand("shell", "an interactive session that stays connected");
   shell->add_flag("--trace", options->trace, "write what the add-in traces at the end");
-  shell->add_option("--outlook", options->outlook, "the version of Outlook to play")
-      ->check(CLI::IsMember({9, 10, 11}))
-      ->type_name("9|10|11");
-  shell->callback([&context, options] {
-    context.run = [&context, options] { return RunShell(context, *options); };
-  });
+  AddOutlookVersion(*shell, options->outlook);
+  OnRun(*shell, context, [&context, options] { return RunShell(context, *options); });
 }
 
 }  // namespace corvessa::desk

@@ -1,5 +1,7 @@
 #include "desk/outlook/item_data.h"
 
+#include "platform/redemption.h"
+
 namespace corvessa::desk {
 
 platform::SharedText EmptyText() {
@@ -39,7 +41,7 @@ std::string TypeNameOf(std::int32_t item_class) {
 std::vector<std::pair<std::string, std::string>> HeaderLines(const ItemData& data) {
   std::vector<std::pair<std::string, std::string>> lines;
   for (const auto& [key, value] : data.properties) {
-    if (key.first == kInternetHeaders) lines.emplace_back(key.second, value);
+    if (key.first == platform::kInternetHeaders) lines.emplace_back(key.second, value);
   }
   return lines;
 }

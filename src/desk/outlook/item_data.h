@@ -47,9 +47,6 @@ struct AttachmentData {
 };
 using AttachmentDataPtr = std::shared_ptr<const AttachmentData>;
 
-/// The property set of Internet header fields: such a named property travels as a header line.
-inline constexpr std::string_view kInternetHeaders = "{00020386-0000-0000-C000-000000000046}";
-
 // Class numbers of items.
 inline constexpr std::int32_t kAppointmentClass = 26;
 inline constexpr std::int32_t kContactClass = 40;

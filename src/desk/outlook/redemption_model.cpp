@@ -7,7 +7,6 @@
 namespace corvessa::desk {
 namespace {
 
-constexpr std::int32_t kSmtpAddress = 972947486;
 constexpr std::int32_t kDisplayName = 0x3001001E;
 constexpr std::int32_t kEmailAddress = 0x3003001E;
 
@@ -30,7 +29,7 @@ class DirectoryAddressEntry final : public platform::AddressEntry {
   }
   std::string Fields(std::int32_t tag) override {
     Read("AddressEntry.Fields");
-    if (tag == kSmtpAddress && !entry_->smtp.empty()) return entry_->smtp;
+    if (tag == platform::kSmtpAddressTag && !entry_->smtp.empty()) return entry_->smtp;
     if (tag == kDisplayName) return entry_->name;
     if (tag == kEmailAddress) return entry_->address;
     Raise(kMapiNotFound, "MAPI_E_NOT_FOUND");

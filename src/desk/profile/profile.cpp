@@ -8,6 +8,7 @@
 #include <system_error>
 #include <utility>
 
+#include "accounts/registry_values.h"
 #include "base/error.h"
 #include "desk/profile/brand_pictures.h"
 #include "desk/profile/leftovers.h"
@@ -18,8 +19,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::string_view kProductFolder = "c:\\Program Files\\Corvessa";
-constexpr std::string_view kVersionKey =
-    "HKEY_LOCAL_MACHINE\\Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Version";
 
 struct BrandValue {
   std::string_view name;
@@ -79,9 +78,10 @@ void WriteBrandValues(RegistryFile& registry) {
   // While a key is open nothing is saved, so that a new profile costs one write.
   platform::RegistryKeyPtr open_meanwhile;
   registry.LocalMachine().Open("", open_meanwhile);
+  const std::string edition = "HKEY_LOCAL_MACHINE\\" + std::string(kVersionKey);
   for (const BrandValue& value : kBrandValues) {
-    if (registry.FindValue(kVersionKey, value.name)) continue;
-    registry.WriteString(kVersionKey, value.name, value.text);
+    if (registry.FindValue(edition, value.name)) continue;
+    registry.WriteString(edition, value.name, value.text);
   }
 }
 
