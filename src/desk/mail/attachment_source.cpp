@@ -59,10 +59,8 @@ class Message final : public AttachmentSource {
 
  private:
   void Write(GMimeStream& stream) const {
-    const std::unique_ptr<GMimeFormatOptions, decltype(&g_mime_format_options_free)> options(
-        g_mime_format_options_new(), g_mime_format_options_free);
-    g_mime_format_options_set_newline_format(options.get(), GMIME_NEWLINE_FORMAT_DOS);
-    if (g_mime_object_write_to_stream(GMIME_OBJECT(message_.get()), options.get(), &stream) < 0)
+    const auto format = CrLfFormat();
+    if (g_mime_object_write_to_stream(GMIME_OBJECT(message_.get()), format.get(), &stream) < 0)
       RaiseIoError("An embedded mail", "cannot be read", errno);
   }
 

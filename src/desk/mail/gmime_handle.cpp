@@ -19,4 +19,21 @@ GMimeParserOptions* ParserOptions() {
   return options;
 }
 
+std::unique_ptr<GMimeParserOptions, GFree> ParserOptionsThatWarn(GMimeParserWarningFunc warn,
+                                                                 void* data) {
+  std::unique_ptr<GMimeParserOptions, GFree> options(g_mime_parser_options_clone(ParserOptions()));
+  g_mime_parser_options_set_warning_callback(options.get(), warn, data);
+  return options;
+}
+
+std::unique_ptr<GMimeFormatOptions, GFree> CrLfFormat() {
+  std::unique_ptr<GMimeFormatOptions, GFree> options(g_mime_format_options_new());
+  g_mime_format_options_set_newline_format(options.get(), GMIME_NEWLINE_FORMAT_DOS);
+  return options;
+}
+
+bool SameName(std::string_view a, std::string_view b) {
+  return a.size() == b.size() && g_ascii_strncasecmp(a.data(), b.data(), a.size()) == 0;
+}
+
 }  // namespace corvessa::desk::mail

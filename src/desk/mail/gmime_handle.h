@@ -2,6 +2,7 @@
 
 #include <gmime/gmime.h>
 #include <memory>
+#include <string_view>
 
 namespace corvessa::desk::mail {
 
@@ -21,6 +22,8 @@ Handle<T> AddReference(T* object) {
 
 struct GFree {
   void operator()(void* memory) const { g_free(memory); }
+  void operator()(GMimeParserOptions* options) const { g_mime_parser_options_free(options); }
+  void operator()(GMimeFormatOptions* options) const { g_mime_format_options_free(options); }
 };
 
 /// A string that GLib allocated.
@@ -29,5 +32,15 @@ using GText = std::unique_ptr<char, GFree>;
 /// The options of every parse, GMime being set up by the first call: unlabelled 8-bit text is UTF-8
 /// or else what Windows clients send.
 GMimeParserOptions* ParserOptions();
+
+/// A copy of these that reports what is wrong with the text to `warn`, with `data`.
+std::unique_ptr<GMimeParserOptions, GFree> ParserOptionsThatWarn(GMimeParserWarningFunc warn,
+                                                                 void* data);
+
+/// Mail is written with CR LF.
+std::unique_ptr<GMimeFormatOptions, GFree> CrLfFormat();
+
+/// Names of header fields, charsets and the like: capitals make no difference.
+bool SameName(std::string_view a, std::string_view b);
 
 }  // namespace corvessa::desk::mail

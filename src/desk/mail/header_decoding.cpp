@@ -41,10 +41,6 @@ std::string EncodeBase64(const std::string& bytes) {
   return GText(g_base64_encode(reinterpret_cast<const guchar*>(bytes.data()), bytes.size())).get();
 }
 
-bool SameCharset(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && g_ascii_strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
-
 /// The word at the start of the text and those that continue it; moves the text behind them.
 std::string TakeJoinedWord(std::string_view& text, const Base64Word& first) {
   const auto alone = text.substr(0, first.length);
@@ -54,7 +50,7 @@ std::string TakeJoinedWord(std::string_view& text, const Base64Word& first) {
     const auto next_at = text.find_first_not_of(" \t");
     if (next_at == 0 || next_at == std::string_view::npos) break;
     const auto next = FindBase64Word(text.substr(next_at));
-    if (!next || !SameCharset(next->charset, first.charset)) break;
+    if (!next || !SameName(next->charset, first.charset)) break;
     if (bytes.empty()) bytes = DecodeBase64(first.payload);
     bytes += DecodeBase64(next->payload);
     text.remove_prefix(next_at + next->length);
@@ -86,9 +82,7 @@ void NoteAddressWarning(gint64 /*offset*/, GMimeParserWarning warning, const gch
 /// Adds the mailboxes of a well-formed list; false, with nothing added, for any other.
 bool ParseMailboxes(const std::string& text, std::vector<Mailbox>& mailboxes) {
   bool understood = true;
-  const std::unique_ptr<GMimeParserOptions, decltype(&g_mime_parser_options_free)> options(
-      g_mime_parser_options_clone(ParserOptions()), g_mime_parser_options_free);
-  g_mime_parser_options_set_warning_callback(options.get(), NoteAddressWarning, &understood);
+  const auto options = ParserOptionsThatWarn(NoteAddressWarning, &understood);
   const Handle<InternetAddressList> list(internet_address_list_parse(options.get(), text.c_str()));
   if (list && understood) AppendMailboxes(list.get(), mailboxes);
   return list && understood;

@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <glib.h>
 #include <utility>
+
+#include "desk/mail/gmime_handle.h"
 
 namespace corvessa::desk::mail {
 
@@ -22,10 +23,6 @@ constexpr std::array<std::pair<std::string_view, FieldKind>, 11> kKinds{{
     {"References", FieldKind::kReferences},
     {"MIME-Version", FieldKind::kMime},
 }};
-
-bool SameName(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && g_ascii_strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
 
 }  // namespace
 

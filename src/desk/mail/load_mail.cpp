@@ -22,9 +22,7 @@ void NoteWarning(gint64 /*offset*/, GMimeParserWarning warning, const gchar* /*i
 
 /// Null when not even a header begins the stream.
 Handle<GMimeMessage> ParseStream(GMimeStream* stream, bool& incomplete) {
-  const std::unique_ptr<GMimeParserOptions, decltype(&g_mime_parser_options_free)> options(
-      g_mime_parser_options_clone(ParserOptions()), g_mime_parser_options_free);
-  g_mime_parser_options_set_warning_callback(options.get(), NoteWarning, &incomplete);
+  const auto options = ParserOptionsThatWarn(NoteWarning, &incomplete);
   const Handle<GMimeParser> parser(g_mime_parser_new_with_stream(stream));
   return Handle<GMimeMessage>(g_mime_parser_construct_message(parser.get(), options.get()));
 }

@@ -105,13 +105,11 @@ Prepared Prepare(const Mail& mail, MailPurpose purpose) {
 
 /// 0 or the code of the error that stopped it.
 int Write(const Prepared& mail, GMimeStream* stream) {
-  const std::unique_ptr<GMimeFormatOptions, decltype(&g_mime_format_options_free)> options(
-      g_mime_format_options_new(), g_mime_format_options_free);
-  g_mime_format_options_set_newline_format(options.get(), GMIME_NEWLINE_FORMAT_DOS);
+  const auto format = CrLfFormat();
   errno = 0;
   const bool is_written =
       g_mime_stream_write(stream, mail.header.data(), mail.header.size()) >= 0 &&
-      g_mime_object_write_to_stream(mail.parts.get(), options.get(), stream) >= 0 &&
+      g_mime_object_write_to_stream(mail.parts.get(), format.get(), stream) >= 0 &&
       g_mime_stream_flush(stream) >= 0;
   if (is_written) return 0;
   return errno != 0 ? errno : EIO;

@@ -122,10 +122,7 @@ class Parser {
       const auto number = HexNumber(line_, 8);
       if (!number) Refuse("dword: needs up to eight hexadecimal digits");
       value.type = kRegistryNumber;
-      value.data.clear();
-      for (int shift = 0; shift < 32; shift += 8) {
-        value.data.push_back(static_cast<char>(*number >> shift & 0xFF));
-      }
+      value.data = BytesOfNumber(*number);
     } else if (TakePrefix(line_, "hex")) {
       value.type = TakeHexType();
       ReadBytes(value.data);

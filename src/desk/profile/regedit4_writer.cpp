@@ -16,14 +16,6 @@ void AppendHex(std::string& out, std::uint32_t number, int digits) {
   }
 }
 
-std::uint32_t Number(std::string_view four_bytes) {
-  std::uint32_t number = 0;
-  for (std::size_t i = 0; i < 4; ++i) {
-    number |= static_cast<std::uint32_t>(static_cast<unsigned char>(four_bytes[i])) << (8 * i);
-  }
-  return number;
-}
-
 /// Whether the value can stand in quotes: one NUL, at its end, and nothing that would break a line.
 bool IsPlainString(const RegistryValue& value) {
   if (value.type != kRegistryString || !value.data.ends_with('\0')) return false;
@@ -72,7 +64,7 @@ void AppendValue(std::string& out, const RegistryValue& value) {
     AppendQuoted(out, std::string_view(value.data).substr(0, value.data.size() - 1));
   } else if (value.type == kRegistryNumber && value.data.size() == 4) {
     out += "dword:";
-    AppendHex(out, Number(value.data), 8);
+    AppendHex(out, NumberOfBytes(value.data), 8);
   } else {
     AppendBytes(out, value, line_start);
   }

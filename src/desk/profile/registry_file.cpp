@@ -110,15 +110,6 @@ bool SetValue(RegistryNode& key, std::string_view name, std::uint32_t type, std:
   return true;
 }
 
-std::string LittleEndian(std::int32_t value) {
-  const auto bits = static_cast<std::uint32_t>(value);
-  std::string bytes;
-  for (int shift = 0; shift < 32; shift += 8) {
-    bytes.push_back(static_cast<char>(bits >> shift & 0xFF));
-  }
-  return bytes;
-}
-
 class FileKey final : public platform::RegistryKey {
  public:
   /// The two roots stay open for the registry's life and hold up no saving.
@@ -156,11 +147,7 @@ class FileKey final : public platform::RegistryKey {
   std::int32_t ReadNumber(std::string_view name) override {
     const RegistryValue* value = Find(name);
     if (!value || value->data.size() > 4) return 0;
-    std::uint32_t number = 0;
-    for (std::size_t i = 0; i < value->data.size(); ++i) {
-      number |= static_cast<std::uint32_t>(static_cast<unsigned char>(value->data[i])) << (8 * i);
-    }
-    return static_cast<std::int32_t>(number);
+    return static_cast<std::int32_t>(NumberOfBytes(value->data));
   }
 
   std::string ReadString(std::string_view name, std::size_t buffer_size) override {
@@ -174,7 +161,8 @@ class FileKey final : public platform::RegistryKey {
   RegistryStatus WriteNumber(std::string_view name, std::int32_t number) override {
     if (node_->deleted) return kRegistryKeyDeleted;
     if (!IsRegistryName(name)) return kRegistryInvalidParameter;
-    if (SetValue(*node_, name, kRegistryNumber, LittleEndian(number))) store_->NoteChange();
+    if (SetValue(*node_, name, kRegistryNumber, BytesOfNumber(static_cast<std::uint32_t>(number))))
+      store_->NoteChange();
     store_->SaveWhenDue();
     return kRegistrySuccess;
   }

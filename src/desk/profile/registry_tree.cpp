@@ -22,6 +22,22 @@ void MarkDeleted(RegistryNode& node) {
 
 }  // namespace
 
+std::string BytesOfNumber(std::uint32_t number) {
+  std::string bytes;
+  for (int shift = 0; shift < 32; shift += 8) {
+    bytes.push_back(static_cast<char>(number >> shift & 0xFF));
+  }
+  return bytes;
+}
+
+std::uint32_t NumberOfBytes(std::string_view bytes) {
+  std::uint32_t number = 0;
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    number |= static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[i])) << (8 * i);
+  }
+  return number;
+}
+
 bool IsRegistryName(std::string_view name) {
   return Length(name) <= kMaximumNameLength && !HoldsControlCharacter(name);
 }

@@ -23,6 +23,11 @@ struct RegistryValue {
   std::string data;
 };
 
+/// The bytes of a number, the lowest first.
+std::string BytesOfNumber(std::uint32_t number);
+/// The number of up to four such bytes; missing ones are 0.
+std::uint32_t NumberOfBytes(std::string_view bytes);
+
 struct RegistryNode;
 using RegistryNodePtr = std::shared_ptr<RegistryNode>;
 
