@@ -12,6 +12,10 @@ install_missing() {
     local -n group_packages="packages_$group"
     wanted+=("${group_packages[@]}")
   done
+  if ! command -v dpkg-query >/dev/null; then
+    echo "This is no Debian system: install what stands for ${wanted[*]}, then build with cmake." >&2
+    return 1
+  fi
   for package in "${wanted[@]}"; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
   done

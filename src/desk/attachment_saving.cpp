@@ -68,16 +68,23 @@ void RefuseExisting(const std::vector<fs::path>& targets) {
   }
 }
 
-void SaveNew(const Content& content, const fs::path& target) {
-  mail::WriteFile(target, [&](posix::AtomicFile& file) {
-    content.Provide([&](std::string_view piece) { file.Write(piece); });
-    file.CommitNew();
-  });
+/// One that cannot be written does not keep the others, or the text, from the user.
+void SaveNew(const Content& content, const fs::path& target, AttachmentReport& attachment,
+             SavingResult& result) {
+  try {
+    mail::WriteFile(target, [&](posix::AtomicFile& file) {
+      content.Provide([&](std::string_view piece) { file.Write(piece); });
+      file.CommitNew();
+    });
+    attachment.saved_as = target.string();
+  } catch (const Error& error) {
+    result.Complain(WithoutFullStop(error.description), Outcome::kEnvironment);
+  }
 }
 
-std::vector<std::string> SaveFromItem(const Item& item, const std::vector<fs::path>& targets,
-                                      MessageReport& report) {
-  std::vector<std::string> complaints;
+SavingResult SaveFromItem(const Item& item, const std::vector<fs::path>& targets,
+                          MessageReport& report) {
+  SavingResult result;
   const bool message_failed = report.protection && report.protection->DecryptionFailed();
   for (std::size_t i = 0; i < targets.size(); ++i) {
     AttachmentReport& attachment = report.attachments[i];
@@ -85,13 +92,13 @@ std::vector<std::string> SaveFromItem(const Item& item, const std::vector<fs::pa
     const bool failed =
         attachment.protection ? attachment.protection->DecryptionFailed() : message_failed;
     if (failed || !content) {
-      complaints.push_back(attachment.name + " was not saved: it could not be decrypted");
-      continue;
+      result.Complain(attachment.name + " was not saved: it could not be decrypted",
+                      Outcome::kRefused);
+    } else {
+      SaveNew(*content, targets[i], attachment, result);
     }
-    SaveNew(*content, targets[i]);
-    attachment.saved_as = targets[i].string();
   }
-  return complaints;
+  return result;
 }
 
 /// A folder of the add-in's world that goes, with what is in it, at the end.
@@ -145,9 +152,8 @@ std::vector<Result> ResultsOf(std::string_view log) {
   return results;
 }
 
-std::vector<std::string> SaveThroughDialog(DeskHost& host, const ButtonPtr& button,
-                                           const std::vector<fs::path>& targets,
-                                           MessageReport& report) {
+SavingResult SaveThroughDialog(DeskHost& host, const ButtonPtr& button,
+                               const std::vector<fs::path>& targets, MessageReport& report) {
   const WorkFolder work(host);
   const TerminalUi::Quiet quiet(host.Ui());
   button->Click();
@@ -161,23 +167,30 @@ std::vector<std::string> SaveThroughDialog(DeskHost& host, const ButtonPtr& butt
   const std::vector<Result> results = ResultsOf(log->Text());
   dialog->PressCloseBox();
 
-  std::vector<std::string> complaints;
+  SavingResult saving;
   for (std::size_t i = 0; i < std::min(results.size(), targets.size()); ++i) {
     if (!results[i].complaint.empty()) {
-      complaints.push_back(results[i].name + ": " + results[i].complaint);
+      saving.Complain(results[i].name + ": " + results[i].complaint, Outcome::kRefused);
     }
     if (results[i].file.empty()) continue;
-    SaveNew(*FileContent(work.Local() / results[i].file), targets[i]);
-    report.attachments[i].saved_as = targets[i].string();
+    SaveNew(*FileContent(work.Local() / results[i].file), targets[i], report.attachments[i],
+            saving);
   }
-  if (results.size() < targets.size()) complaints.push_back("not all attachments were saved");
-  return complaints;
+  if (results.size() < targets.size()) {
+    saving.Complain("not all attachments were saved", Outcome::kRefused);
+  }
+  return saving;
 }
 
 }  // namespace
 
-std::vector<std::string> SaveAttachments(DeskHost& host, const InspectorWindowPtr& window,
-                                         const fs::path& folder, MessageReport& report) {
+void SavingResult::Complain(std::string complaint, Outcome because) {
+  complaints.push_back(std::move(complaint));
+  outcome = std::max(outcome, because);
+}
+
+SavingResult SaveAttachments(DeskHost& host, const InspectorWindowPtr& window,
+                             const fs::path& folder, MessageReport& report) {
   const std::vector<fs::path> targets = Targets(folder, report);
   RefuseExisting(targets);
   MakeFolder(folder);

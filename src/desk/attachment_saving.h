@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "desk/failure.h"
 #include "desk/outlook/windows.h"
 
 namespace corvessa::desk {
@@ -11,15 +12,22 @@ namespace corvessa::desk {
 class DeskHost;
 struct MessageReport;
 
+/// What was not saved and why, a line each, and how bad that is: kRefused where something could not
+/// be decrypted, kEnvironment where something could not be written.
+struct SavingResult {
+  std::vector<std::string> complaints;
+  Outcome outcome = Outcome::kDone;
+
+  void Complain(std::string complaint, Outcome because);
+};
+
 /// Saves the attachments of the open message into a folder, which is made when it is missing. An
 /// existing file is never replaced: before anything is saved, Failure says which one is in the way.
 ///
 /// Where the add-in leaves attachments to its button, the button is clicked and they are saved
 /// through its dialog; else they are saved as they stand in the open message. What could not be
-/// decrypted is not saved. Fills `saved_as` of the report's attachments. Gives the complaints, a
-/// line each.
-std::vector<std::string> SaveAttachments(DeskHost& host, const InspectorWindowPtr& window,
-                                         const std::filesystem::path& folder,
-                                         MessageReport& report);
+/// decrypted, or written, is not saved. Fills `saved_as` of the report's attachments.
+SavingResult SaveAttachments(DeskHost& host, const InspectorWindowPtr& window,
+                             const std::filesystem::path& folder, MessageReport& report);
 
 }  // namespace corvessa::desk

@@ -22,6 +22,12 @@ struct Failure {
   std::string message;
 };
 
+/// A sentence from elsewhere as a line of the program, or the end of one.
+inline std::string WithoutFullStop(std::string text) {
+  if (text.ends_with('.')) text.pop_back();
+  return text;
+}
+
 [[noreturn]] inline void Fail(Outcome outcome, std::string_view message) {
   throw Failure{outcome, std::string(message)};
 }

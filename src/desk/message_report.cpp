@@ -171,7 +171,7 @@ MessageReport ReadMessage(DeskHost& host, const InspectorWindowPtr& window) {
 std::optional<std::string> ReadOriginal(DeskHost& host, const InspectorWindowPtr& window) {
   std::optional<std::string> original;
   const auto button = window->Bars().FindButton("Show original message");
-  if (!button) return original;
+  if (!button) return *window->ShownItem()->Data().body;
   const TerminalUi::Quiet quiet(host.Ui());
   WithStatusWindow(button, [&](const Form& form) {
     if (const auto* box = FindControl<TextBox>(form, "txtOriginalMessage")) original = box->Text();

@@ -75,8 +75,8 @@ std::int32_t SignStatusOf(std::string_view text, std::vector<std::string>& signe
 /// Clicks the status bar for what it says of the attachments; the status window is closed again.
 MessageReport ReadMessage(DeskHost& host, const InspectorWindowPtr& window);
 
-/// The message as it came, which the status window shows; nothing when the status bar has no button
-/// for that.
+/// The text as it came: what the status window shows of it, or as it stands when the status bar has
+/// no button for that, because nothing was changed. Nothing when the window shows none.
 std::optional<std::string> ReadOriginal(DeskHost& host, const InspectorWindowPtr& window);
 
 }  // namespace corvessa::desk

@@ -4,6 +4,7 @@
 #include "desk/desk_host.h"
 #include "desk/failure.h"
 #include "desk/mail_bridge.h"
+#include "desk/message_report.h"
 #include "desk/outlook/html_text.h"
 
 namespace corvessa::desk {
@@ -35,6 +36,21 @@ ItemPtr NewItem(OutlookModel& outlook, const ItemPtr& original, Response respons
 }
 
 }  // namespace
+
+void RefuseToQuote(const MessageReport& report) {
+  if (report.left_to_button) {
+    Fail(Outcome::kRefused,
+         "the message was not decrypted, because DisableAutoDecryptAndVerify is on; no draft was "
+         "made");
+  }
+  if (!report.protection) return;
+  if (report.protection->DecryptionFailed()) {
+    Fail(Outcome::kRefused, "the message could not be decrypted; no draft was made");
+  }
+  if (report.protection->sign_status == kHasBadSignature) {
+    Fail(Outcome::kRefused, "the message has an invalid signature; no draft was made");
+  }
+}
 
 ItemPtr Respond(DeskHost& host, const ItemPtr& original, Response response,
                 const std::string& text) {

@@ -17,6 +17,7 @@ constexpr std::size_t kMaxKeys = 32;
 constexpr std::size_t kMaxAnswer = kMaxKeySize * kMaxKeys / 2 * 3;
 constexpr std::size_t kMaxOperation = std::size_t{64} << 20;
 constexpr std::string_view kBlock = "PUBLIC KEY BLOCK";
+constexpr std::string_view kSeparators = " ,;\t";
 
 /// The schemes of their own that key servers go by mean http on port 11371 and https.
 std::string WebAddress(std::string server) {
@@ -33,9 +34,9 @@ std::string WebAddress(std::string server) {
 std::vector<std::string> Servers(std::string_view list) {
   std::vector<std::string> servers;
   while (true) {
-    const auto begin = list.find_first_not_of(" ,\t");
+    const auto begin = list.find_first_not_of(kSeparators);
     if (begin == std::string_view::npos) return servers;
-    const auto end = std::min(list.find_first_of(" ,\t", begin), list.size());
+    const auto end = std::min(list.find_first_of(kSeparators, begin), list.size());
     std::string server = WebAddress(std::string(list.substr(begin, end - begin)));
     list.remove_prefix(end);
     if (!server.starts_with("http://") && !server.starts_with("https://")) {

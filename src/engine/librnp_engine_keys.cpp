@@ -10,6 +10,9 @@
 namespace corvessa::engine {
 namespace {
 
+/// The library makes no longer ones.
+constexpr std::size_t kLongestUserId = 128;
+
 std::string UserIdFor(std::string_view name, std::string_view address) {
   std::string normal = NormalAddress(address);
   if (normal.empty() || AddressOf(normal) != normal) {
@@ -18,7 +21,12 @@ std::string UserIdFor(std::string_view name, std::string_view address) {
   const bool plain_name = std::ranges::none_of(
       name, [](char c) { return c == '<' || c == '>' || static_cast<unsigned char>(c) < ' '; });
   if (!plain_name) Fail(kInvalidKey, "A name for a key holds neither < nor > nor line breaks.");
-  return name.empty() ? normal : std::string(name) + " <" + normal + ">";
+  std::string user_id = name.empty() ? normal : std::string(name) + " <" + normal + ">";
+  if (user_id.size() > kLongestUserId) {
+    Fail(kInvalidKey, "A name for a key takes, with the address, at most " +
+                          std::to_string(kLongestUserId) + " bytes.");
+  }
+  return user_id;
 }
 
 std::string AlgorithmOf(rnp_key_handle_t primary) {

@@ -18,9 +18,17 @@ std::size_t Moved(Call call) {
   }
 }
 
+int disk_failure = 0;
+
 }  // namespace
 
+int DiskFailure() {
+  return disk_failure;
+}
+
 void Throw(int error_code) {
+  const bool is_of_disk = error_code == ENOSPC || error_code == EDQUOT || error_code == EIO;
+  if (is_of_disk && disk_failure == 0) disk_failure = error_code;
   throw std::system_error(error_code, std::generic_category());
 }
 

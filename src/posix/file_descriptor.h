@@ -14,6 +14,10 @@ namespace corvessa::posix {
 /// Throws std::system_error for an errno.
 [[noreturn]] void Throw(int error_code);
 
+/// The first errno of this process that only who looks after the disk can mend: it is full, over
+/// quota or broken; 0 for none. For a host whose inner parts may not say why they failed.
+int DiskFailure();
+
 /// Owns an open file descriptor; -1 is none.
 class FileDescriptor {
  public:

@@ -10,7 +10,7 @@ import unittest
 from email import policy
 from email.message import EmailMessage
 
-from desk_case import ALICE, BOB, CANARY, DESK, DeskCase, read_mail
+from desk_case import ALICE, BOB, CANARY, DESK, TEXT, DeskCase, read_mail
 
 
 def small_files():
@@ -47,8 +47,9 @@ class Files(DeskCase):
     def test_a_mail_that_ends_early_is_shown_but_not_sent(self):
         whole = self.sent().read_bytes()
         cut = self.write("cut.eml", whole[:len(whole) // 2])
-        opened = self.bob("open", cut)
+        opened = self.bob("open", cut, "--json")
         self.assertIn(f"corvessa-desk: {cut} ends early; this is what is there\n", opened.err)
+        self.assertEqual((opened.code, opened.json()["resultCode"], opened.json()["endsEarly"]), (1, 1, True))
         draft = self.write("cut.draft.eml", self.draft().read_bytes()[:900])
         self.assertDone(self.alice("send", draft), 3, "", f"corvessa-desk: {draft} ends early; not sent\n")
 
@@ -102,14 +103,24 @@ class Disk(DeskCase):
                          [("out.eml", b"old")])
         if small:
             done = self.bob("open", sent, "--save-attachments", folder)
-            self.assertDone(done, 3, "", f"corvessa-desk: {folder}/big.bin cannot be written: the disk is full\n")
-            self.assertEqual([path.name for path in folder.iterdir()], ["out.eml"])
+            self.assertDone(done, 3, err=f"corvessa-desk: {folder}/big.bin cannot be written: the disk is full\n")
+            self.assertIn(TEXT, done.out)
+            self.assertEqual({path.name for path in folder.iterdir()}, {"big.bin.sig", "out.eml"})
 
     def test_a_full_disk_under_the_profile(self):
         small = self.full_disk()
         done = self.at(small or "/proc/profile", "set", "LogDebuggingInfo", "1")
         self.assertEqual(done.code, 3)
         self.assertRegex(done.err, r"\Acorvessa-desk: .+\n\Z")
+        if not small:
+            return
+        # The add-in says that it failed; only the desk knows why.
+        temporary = self.folder / "bob/drive_c/Temp"
+        subprocess.run(["mount", "-t", "tmpfs", "-o", "size=16k", "none", temporary], check=True)
+        self.addCleanup(subprocess.run, ["umount", "-l", temporary])
+        done = self.bob("open", self.sent(files={"big.bin": bytes(100_000)}), "--json")
+        self.assertEqual((done.code, done.json()["resultCode"]), (3, 3))
+        self.assertIn("corvessa-desk: that is because the disk failed: No space left on device\n", done.err)
 
     def test_the_output_that_cannot_be_written(self):
         with open("/dev/full", "wb") as full:

@@ -24,6 +24,12 @@ class Keys(DeskCase):
         gpg.run("--pinentry-mode", "loopback", "--passphrase-file", self.passphrase_file,
                 "--import", data=secret.out.encode())
         fingerprint = listed.out.split()[0]
+        second = self.alice("key", "generate", ALICE, "--passphrase-file", self.passphrase_file)
+        self.assertEqual((second.err, second.code),
+                         (f"corvessa-desk: there was a key for {ALICE} already, {fingerprint}; mail "
+                          "is encrypted to the new one from now on\n", 0))
+        self.assertDone(self.alice("key", "import", self.passphrase_file), 1, "",
+                        f"corvessa-desk: {self.passphrase_file}: There is no OpenPGP key in this\n")
         self.assertIn(fingerprint.encode(), gpg.run("--list-secret-keys", "--with-colons").stdout)
 
     def test_publishing_reaches_the_key_server(self):
@@ -56,7 +62,8 @@ class Keys(DeskCase):
 class Settings(DeskCase):
     def test_accounts_are_added_listed_and_removed(self):
         self.assertDone(self.alice("account", "add", " Second@Example.org", "--sign"),
-                        out="second@example.org is secured and signs.\n")
+                        out=f"second@example.org is secured and signs.\n"
+                            f"{ALICE} signs no longer: one account does.\n")
         self.assertDone(self.alice("account", "add", ALICE), out=f"{ALICE} was there already.\n")
         self.assertDone(self.alice("account", "list"),
                         out=f"{ALICE}\nsecond@example.org  signs\n")
@@ -97,8 +104,12 @@ class Settings(DeskCase):
                 (["opne", "x"], "there is no command opne; see corvessa-desk --help"),
                 (["key", "lits"], "there is no command lits; see corvessa-desk --help"),
                 (["get", "--answer", "x"], "--answer takes FORM=CONTROL"),
-                (["set", "EngineLookupServer", "keys.example.org"],
-                 "\"keys.example.org\" is no http or https address of a key server."),
+                (["set", "enginelookupserver", "http://a.example; keys.example.org"],
+                 "\"keys.example.org\" is no http or https address of a key server"),
+                (["get", "--profile", ""], "--profile: is empty; see corvessa-desk --help"),
+                (["key", "generate", ALICE, "--name", "n" * 200, "--passphrase-file",
+                  self.passphrase_file],
+                 "A name for a key takes, with the address, at most 128 bytes"),
                 (["account", "add", "no address"],
                  "no address is no e-mail address; write it as name@example.org"),
                 (["key", "generate", "x@example.org"],

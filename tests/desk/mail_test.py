@@ -1,8 +1,9 @@
 """Mail that other programs compose and read: Python's email library and gpg."""
 
 import email
-import socket
 import pathlib
+import socket
+import subprocess
 import unittest
 from email import policy
 from email.message import EmailMessage
@@ -33,6 +34,7 @@ class Sending(DeskCase):
              ("MIME-Version", "1.0")])
         self.assertTrue(mail["Date"].datetime and mail["Message-ID"].endswith("@example.org>"))
         self.assertTrue(all(byte < 128 for byte in path.read_bytes()))
+        self.assertNotIn(b"iso-8859", path.read_bytes().lower())
         self.assertEqual(self.leftovers(), [])
 
         decrypted = gpg.run("--decrypt", data=mail.get_body().get_payload(decode=True)).stdout
@@ -74,7 +76,8 @@ class Sending(DeskCase):
         mail = EmailMessage(policy=policy.SMTP)
         mail["To"], mail["Subject"] = BOB, "html"
         mail.set_content(f"<p>Hello <b>{CANARY}</b></p>", subtype="html")
-        done = self.alice("send", self.write("draft.eml", mail.as_bytes()), "--json")
+        # As some editors save it.
+        done = self.alice("send", self.write("draft.eml", b"\xef\xbb\xbf" + mail.as_bytes()), "--json")
         report = done.json()
         self.assertEqual((report["sent"], report["resultCode"], report["recipients"], done.code),
                          (True, 0, [BOB], 0))
@@ -93,7 +96,8 @@ class Sending(DeskCase):
             "corvessa-desk: not sent: the add-in cancelled the sending; the draft is unchanged\n")
         report = self.alice("send", nobody, "--json", "--answer", "frmNoKeysFound=cmdNo")
         self.assertEqual(report.code, 1)
-        self.assertEqual((report.json()["sent"], report.json()["resultCode"]), (False, 1))
+        self.assertEqual((report.json()["sent"], report.json()["resultCode"], report.json()["error"]),
+                         (False, 1, "not sent: the add-in cancelled the sending; the draft is unchanged"))
         self.assertEqual(report.json()["boxes"][-1],
                          {"name": "frmNoKeysFound", "caption": "Sending Email", "answer": "cmdNo",
                           "text": "The following recipients are not registered to receive secure "
@@ -148,6 +152,8 @@ class Opening(DeskCase):
         self.assertEqual({name: saved[name] for name in FILES}, FILES)
         self.assertIn("Original message:\n-----BEGIN PGP MESSAGE-----", opened.out)
         self.assertEqual(sent.read_bytes(), before)
+        with subprocess.Popen(["cat", sent], stdout=subprocess.PIPE) as cat:
+            self.assertEqual(self.bob("open", "-", "--json", stdin=cat.stdout).out, date.out)
 
         report = date.json()
         self.assertEqual(
@@ -266,10 +272,11 @@ class Opening(DeskCase):
                     b"--b\r\nContent-Type: application/pgp-encrypted\r\n\r\nVersion: 1\r\n--b\r\n"
                     b"Content-Type: application/octet-stream; name=e.asc\r\n\r\n-----BEGIN PGP "
                     b"MESSAGE-----\r\n\r\nwV4\r\n--b--\r\n")
-        report = self.alice("open", self.write("p.eml", pgp_mime), "--json")
+        report = self.alice("open", self.write("p.eml", pgp_mime), "--json", "--original")
         self.assertEqual((report.code, report.json()["decryptStatus"],
                           [entry["name"] for entry in report.json()["attachments"]]),
                          (0, 1, ["ATT00001.dat", "e.asc"]))
+        self.assertEqual(report.json()["original"], report.json()["body"])
 
 
 class Responding(DeskCase):
@@ -297,8 +304,11 @@ class Responding(DeskCase):
         self.assertEqual((forward.err, forward.code), ("", 0))
         mail = email.message_from_string(forward.out, policy=policy.SMTP)
         self.assertEqual((mail["To"], mail["Subject"], attachments_of(mail)), (None, "FW: Plâns", {}))
-        refused = self.at(self.folder / "bob", "reply", sent, "--out", self.folder / "none.eml")
+        refused = self.at(self.folder / "bob", "reply", sent, "--out", self.folder / "none.eml", "--json")
         self.assertEqual((refused.code, (self.folder / "none.eml").exists()), (1, False))
+        self.assertEqual([refused.json()["error"]] + [box["name"] for box in refused.json()["boxes"]],
+                         ["the message could not be decrypted; no draft was made", "frmSplashScreen",
+                          "frmProgress", "frmLogin", "frmMessageStatus"])
         self.assertTrue(refused.err.endswith("the message could not be decrypted; no draft was made\n"))
 
 

@@ -129,6 +129,13 @@ class Shell(DeskCase):
         self.assertDone(done, 2, err="corvessa-desk: the message in front was received; only a draft "
                                      "can be sent\n")
         self.assertTrue(done.out.replace("\n", "").endswith(TEXT.replace("\n", "")))
+        forged = self.write("forged.eml", self.sent("--no-encrypt", files={}).read_bytes().replace(b"Subject", b"X")
+                            .replace(TEXT.split()[0].encode(), b"Never"))
+        for script, complaint in ((f"open {forged}", ""),
+                                  (f"open {forged}\nreply", "the message has an invalid signature; no draft was made")):
+            with open(self.write("script", script), "rb") as lines:
+                done = self.bob("shell", stdin=lines)
+            self.assertDone(done, 1, err=complaint and f"corvessa-desk: {complaint}\n")
 
     def test_a_new_key_asks_twice_without_echo(self):
         arguments = ["--profile", str(self.folder / "new"), "key", "generate", BOB]

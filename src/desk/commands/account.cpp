@@ -13,8 +13,14 @@ namespace {
 Outcome Add(CommandContext& context, const std::string& address, bool signs) {
   Profile profile = context.OpenProfile();
   const std::string normal = SettingsStore::NormalAddress(address);
-  if (SettingsStore(profile.Registry()).AddAccount(normal, signs)) {
+  SettingsStore settings(profile.Registry());
+  const auto before = settings.Accounts();
+  if (settings.AddAccount(normal, signs)) {
     context.out << ForDisplay(normal) << (signs ? " is secured and signs.\n" : " is secured.\n");
+    for (const AccountEntry& entry : before) {
+      if (!signs || !entry.signs || entry.address == normal) continue;
+      context.out << ForDisplay(entry.address) << " signs no longer: one account does.\n";
+    }
   } else {
     context.out << ForDisplay(normal) << " was there already.\n";
   }

@@ -2,9 +2,12 @@
 
 #include <nlohmann/json.hpp>
 #include <ostream>
+#include <system_error>
+#include <utility>
 
 #include "base/text.h"
 #include "desk/json_report.h"
+#include "posix/file_descriptor.h"
 
 namespace corvessa::desk {
 
@@ -20,6 +23,15 @@ void CommandContext::Tell(std::string_view line) const {
 void CommandContext::WriteJson(const nlohmann::json& report) {
   out << TextOf(report);
   has_written_json = true;
+}
+
+Outcome CommandContext::Judge(Outcome outcome) {
+  const int trouble = posix::DiskFailure();
+  if (outcome != Outcome::kRefused || trouble == 0) return outcome;
+  if (!std::exchange(has_blamed_disk, true)) {
+    Tell("that is because the disk failed: " + std::generic_category().message(trouble));
+  }
+  return Outcome::kEnvironment;
 }
 
 void CommandContext::TellFailure(Outcome outcome, std::string_view message) {

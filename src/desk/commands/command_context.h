@@ -37,6 +37,7 @@ struct CommandContext {
   /// What the chosen command does once the whole command line has been read.
   std::function<Outcome()> run = {};
   bool has_written_json = false;
+  bool has_blamed_disk = false;
 
   /// Opens the profile that was named, or the user's own.
   Profile OpenProfile() const;
@@ -44,6 +45,9 @@ struct CommandContext {
   void Tell(std::string_view line) const;
   /// The one JSON object that --json asks for.
   void WriteJson(const nlohmann::json& report);
+  /// The outcome to end with: a refusal that the disk is to blame for is one of the environment,
+  /// and the user is told, because the add-in knows nothing of disks.
+  Outcome Judge(Outcome outcome);
   /// Why the command has ended early: one line, and with --json an object (resultCode, error)
   /// unless one has been written.
   void TellFailure(Outcome outcome, std::string_view message);

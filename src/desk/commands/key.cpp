@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <ctime>
 #include <filesystem>
 #include <memory>
@@ -24,10 +25,11 @@ struct KeyOptions {
   bool secret = false;
 };
 
-void Check(platform::EngineStatus status, platform::IEngine& engine) {
+/// Fails with the engine's own words, behind what they are about.
+void Check(platform::EngineStatus status, platform::IEngine& engine,
+           const std::string& about = {}) {
   if (status == 0) return;
-  std::string reason = engine.GetEngineLastError();
-  if (reason.ends_with('.')) reason.pop_back();
+  const std::string reason = about + WithoutFullStop(engine.GetEngineLastError());
   namespace answer = platform::engine_status;
   const bool is_environment = status == answer::kKeyStoreTrouble || status == answer::kIoTrouble;
   Fail(status == answer::kInvalidKey ? Outcome::kWrongUse
@@ -67,6 +69,21 @@ void Print(std::ostream& out, const engine::KeyInfo& key) {
   for (const std::string& user : key.user_ids) out << "    " << ForDisplay(user) << "\n";
 }
 
+/// Nothing of what was sealed to the older key is lost, but its passphrase is still asked for.
+void TellOfOlderKeys(const CommandContext& context, engine::OpenPgpEngine& engine,
+                     const engine::KeyInfo& made) {
+  std::vector<engine::KeyInfo> keys;
+  Check(engine.ListKeys(keys), engine);
+  const std::string& address = made.addresses.front();
+  for (const engine::KeyInfo& key : keys) {
+    const bool is_older = key.secret && key.fingerprint != made.fingerprint &&
+                          std::ranges::count(key.addresses, address) > 0;
+    if (!is_older) continue;
+    context.Tell("there was a key for " + address + " already, " + key.fingerprint +
+                 "; mail is encrypted to the new one from now on");
+  }
+}
+
 Outcome Generate(CommandContext& context, const KeyOptions& options) {
   Profile profile = context.OpenProfile();
   const auto engine = OpenEngine(profile);
@@ -75,6 +92,7 @@ Outcome Generate(CommandContext& context, const KeyOptions& options) {
   engine::KeyInfo made;
   Check(engine->GenerateKey(options.name, options.address, passphrase.View(), made), *engine);
   Print(context.out, made);
+  TellOfOlderKeys(context, *engine, made);
   return Outcome::kDone;
 }
 
@@ -83,9 +101,9 @@ Outcome Import(CommandContext& context, const KeyOptions& options) {
   for (const std::string& file : options.files) contents.push_back(ReadWholeFile(file));
   Profile profile = context.OpenProfile();
   const auto engine = OpenEngine(profile);
-  for (const std::string& content : contents) {
+  for (std::size_t i = 0; i < contents.size(); ++i) {
     std::vector<engine::KeyInfo> imported;
-    Check(engine->ImportKeys(content, imported), *engine);
+    Check(engine->ImportKeys(contents[i], imported), *engine, options.files[i] + ": ");
     for (const engine::KeyInfo& key : imported) {
       Print(context.out, key);
       if (!key.open) continue;

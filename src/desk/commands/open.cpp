@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <ostream>
@@ -6,6 +7,7 @@
 #include "base/text.h"
 #include "desk/attachment_saving.h"
 #include "desk/commands/command_context.h"
+#include "desk/commands/failure_report.h"
 #include "desk/commands/received_message.h"
 #include "desk/commands/shared_options.h"
 #include "desk/json_report.h"
@@ -25,21 +27,22 @@ struct OpenOptions {
 struct Opened {
   MessageReport report;
   std::optional<std::string> original;
-  std::vector<std::string> complaints;
+  SavingResult saving;
 };
 
 Opened Look(DeskHost& host, const InspectorWindowPtr& window, const OpenOptions& options) {
   Opened opened;
   opened.report = ReadMessage(host, window);
   if (opened.report.left_to_button) {
-    opened.complaints.push_back(
+    opened.saving.Complain(
         "not decrypted, because DisableAutoDecryptAndVerify is on; the shell can click \"" +
-        std::string(kDecryptNowButton) + "\"");
+            std::string(kDecryptNowButton) + "\"",
+        Outcome::kRefused);
     return opened;
   }
   if (options.original) opened.original = ReadOriginal(host, window);
   if (!options.save_folder.empty()) {
-    opened.complaints = SaveAttachments(host, window, options.save_folder, opened.report);
+    opened.saving = SaveAttachments(host, window, options.save_folder, opened.report);
   }
   return opened;
 }
@@ -51,33 +54,41 @@ void Print(CommandContext& context, const Opened& opened, const ItemData& item) 
   }
 }
 
-void PrintJson(CommandContext& context, DeskHost& host, const InspectorWindowPtr& window,
-               const Opened& opened, Outcome outcome) {
+Outcome OutcomeOf(const Opened& opened, const mail::Mail& mail) {
+  const bool failed = opened.report.Failed() || mail.incomplete;
+  return std::max(opened.saving.outcome, failed ? Outcome::kRefused : Outcome::kDone);
+}
+
+void PrintJson(CommandContext& context, ReceivedMessage& message, const Opened& opened,
+               Outcome outcome) {
+  const ItemData& shown = message.Window()->ShownItem()->Data();
   nlohmann::json json;
   AddMessage(json, opened.report);
-  json["subject"] = window->ShownItem()->Data().subject;
-  json["body"] = *window->ShownItem()->Data().body;
+  json["subject"] = shown.subject;
+  json["body"] = *shown.body;
+  json["endsEarly"] = message.Source().incomplete;
   if (opened.original) json["original"] = *opened.original;
   json["resultCode"] = static_cast<int>(outcome);
-  AddBars(json, window->Bars());
-  AddBoxes(json, host.Ui().Boxes());
+  AddBars(json, message.Window()->Bars());
+  AddBoxes(json, message.Host().Ui().Boxes());
   context.WriteJson(json);
 }
 
 Outcome Open(CommandContext& context, const OpenOptions& options) {
   ReceivedMessage message(context, options.message);
-  const Opened opened = Look(message.Host(), message.Window(), options);
-  for (const std::string& complaint : opened.complaints) context.Tell(complaint);
-  TellOfUnshownText(context, message.Source(), message.Window()->ShownItem()->Data());
-  const Outcome outcome =
-      opened.report.Failed() || !opened.complaints.empty() ? Outcome::kRefused : Outcome::kDone;
-  if (context.json) {
-    PrintJson(context, message.Host(), message.Window(), opened, outcome);
-  } else {
-    Print(context, opened, message.Window()->ShownItem()->Data());
-  }
-  message.Close();
-  return outcome;
+  return ReportingFailures(context, message.Host(), [&] {
+    const Opened opened = Look(message.Host(), message.Window(), options);
+    for (const std::string& complaint : opened.saving.complaints) context.Tell(complaint);
+    TellOfUnshownText(context, message.Source(), message.Window()->ShownItem()->Data());
+    const Outcome outcome = context.Judge(OutcomeOf(opened, message.Source()));
+    if (context.json) {
+      PrintJson(context, message, opened, outcome);
+    } else {
+      Print(context, opened, message.Window()->ShownItem()->Data());
+    }
+    message.Close();
+    return outcome;
+  });
 }
 
 }  // namespace

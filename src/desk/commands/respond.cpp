@@ -5,6 +5,7 @@
 
 #include "base/text.h"
 #include "desk/commands/command_context.h"
+#include "desk/commands/failure_report.h"
 #include "desk/commands/received_message.h"
 #include "desk/commands/shared_options.h"
 #include "desk/commands/text_file.h"
@@ -22,22 +23,6 @@ struct ResponseOptions {
   std::string out_file;
   bool to_all = false;
 };
-
-/// A draft must quote what was said, not armour, and nothing that was forged.
-void RefuseUnreadable(const MessageReport& report) {
-  if (report.left_to_button) {
-    Fail(Outcome::kRefused,
-         "the message was not decrypted, because DisableAutoDecryptAndVerify is on; no draft was "
-         "made");
-  }
-  if (!report.protection || !report.Failed()) return;
-  if (report.protection->DecryptionFailed()) {
-    Fail(Outcome::kRefused, "the message could not be decrypted; no draft was made");
-  }
-  if (report.protection->sign_status == kHasBadSignature) {
-    Fail(Outcome::kRefused, "the message has an invalid signature; no draft was made");
-  }
-}
 
 void Write(CommandContext& context, const ResponseOptions& options, DeskHost& host,
            const MessageReport& report, const mail::Mail& draft) {
@@ -67,12 +52,14 @@ Outcome Run(CommandContext& context, const ResponseOptions& options, Response re
   const std::string text =
       options.text_file.empty() ? std::string() : ReadWholeFile(options.text_file);
   ReceivedMessage message(context, options.message);
-  const MessageReport report = ReadMessage(message.Host(), message.Window());
-  RefuseUnreadable(report);
-  const ItemPtr draft = Respond(message.Host(), message.Window()->ShownItem(), response, text);
-  Write(context, options, message.Host(), report, DraftOf(message.Host(), draft->Data()));
-  message.Close();
-  return Outcome::kDone;
+  return ReportingFailures(context, message.Host(), [&] {
+    const MessageReport report = ReadMessage(message.Host(), message.Window());
+    RefuseToQuote(report);
+    const ItemPtr draft = Respond(message.Host(), message.Window()->ShownItem(), response, text);
+    Write(context, options, message.Host(), report, DraftOf(message.Host(), draft->Data()));
+    message.Close();
+    return Outcome::kDone;
+  });
 }
 
 CLI::App* AddCommand(CLI::App& app, CommandContext& context, const char* name, const char* help,

@@ -13,12 +13,6 @@
 namespace corvessa::desk {
 namespace {
 
-/// A sentence from elsewhere as the end of a line of ours.
-std::string AsMessage(std::string text) {
-  if (text.ends_with('.')) text.pop_back();
-  return text;
-}
-
 void AddGlobalOptions(CLI::App& app, CommandContext& context) {
   app.add_option("--profile", context.profile_folder,
                  "the profile folder (default: corvessa in the user's data folder)")
@@ -46,6 +40,17 @@ void AddCommands(CLI::App& app, CommandContext& context) {
   AddDemoCommand(app, context);
 }
 
+/// An unset variable of a script must not turn "there" into "nowhere in particular".
+void RefuseEmptyValues(CLI::App& app) {
+  const CLI::Validator not_empty(
+      [](const std::string& value) { return std::string(value.empty() ? "is empty" : ""); }, "");
+  for (CLI::Option* option : app.get_options()) {
+    const bool may_be_empty = option->get_type_name() == "VALUE";
+    if (option->get_expected_max() > 0 && !may_be_empty) option->check(not_empty);
+  }
+  for (CLI::App* command : app.get_subcommands({})) RefuseEmptyValues(*command);
+}
+
 /// A misspelt command is not taken for a missing one.
 std::string ComplaintOf(const CLI::App& app, const CLI::ParseError& error) {
   const auto rest = app.remaining(true);
@@ -68,15 +73,15 @@ void TakeAnswers(CommandContext& context) {
 Outcome Run(CommandContext& context) {
   try {
     TakeAnswers(context);
-    const Outcome outcome = context.run();
+    const Outcome outcome = context.Judge(context.run());
     context.out.flush();
     if (!context.out) Fail(Outcome::kEnvironment, "the output cannot be written");
     return outcome;
   } catch (const Failure& failure) {
     context.TellFailure(failure.outcome, failure.message);
-    return failure.outcome;
+    return context.Judge(failure.outcome);
   } catch (const Error& error) {
-    context.TellFailure(Outcome::kEnvironment, AsMessage(error.description));
+    context.TellFailure(Outcome::kEnvironment, WithoutFullStop(error.description));
   } catch (const std::exception& error) {
     context.TellFailure(Outcome::kEnvironment, error.what());
   }
@@ -92,6 +97,7 @@ int RunDesk(int argument_count, const char* const* arguments, Terminal& terminal
   app.set_version_flag("--version", std::string(kProgram) + " " CORVESSA_VERSION);
   AddGlobalOptions(app, context);
   AddCommands(app, context);
+  RefuseEmptyValues(app);
   try {
     app.parse(argument_count, arguments);
   } catch (const CLI::Success& help) {

@@ -5,6 +5,7 @@
 
 #include "base/text.h"
 #include "desk/commands/command_context.h"
+#include "desk/commands/failure_report.h"
 #include "desk/commands/shared_options.h"
 #include "desk/commands/text_file.h"
 #include "desk/desk_host.h"
@@ -33,22 +34,26 @@ nlohmann::json AddressesOf(const mail::Mail& mail) {
 }
 
 void PrintJson(CommandContext& context, DeskHost& host, const SendOptions& options,
-               const SentMail* sent, Outcome outcome) {
+               const SentMail& sent) {
   nlohmann::json json;
-  json["sent"] = sent != nullptr;
-  json["resultCode"] = static_cast<int>(outcome);
-  if (sent) {
-    json["encrypted"] = sent->encrypted;
-    json["signed"] = sent->is_signed;
-    json["recipients"] = AddressesOf(sent->mail);
-    if (options.out_file.empty()) {
-      json["message"] = mail::FormatMail(sent->mail, mail::MailPurpose::kTravel);
-    } else {
-      json["file"] = options.out_file;
-    }
+  json["sent"] = true;
+  json["resultCode"] = static_cast<int>(Outcome::kDone);
+  json["encrypted"] = sent.encrypted;
+  json["signed"] = sent.is_signed;
+  json["recipients"] = AddressesOf(sent.mail);
+  if (options.out_file.empty()) {
+    json["message"] = mail::FormatMail(sent.mail, mail::MailPurpose::kTravel);
+  } else {
+    json["file"] = options.out_file;
   }
   AddBoxes(json, host.Ui().Boxes());
   context.WriteJson(json);
+}
+
+void Print(CommandContext& context, const SendOptions& options, const SentMail& sent) {
+  if (const std::string text = BlindCopyText(sent); !text.empty()) context.Tell(text);
+  if (options.out_file.empty()) return;
+  context.out << "Sent " << ProtectionText(sent) << ": " << ForDisplay(options.out_file) << "\n";
 }
 
 Outcome Send(CommandContext& context, const SendOptions& options) {
@@ -70,22 +75,15 @@ Outcome Send(CommandContext& context, const SendOptions& options) {
       if (!context.out) Fail(Outcome::kEnvironment, "the output cannot be written; not sent");
     }
   };
-  try {
+  return ReportingFailures(context, host, [&] {
     const SentMail sent = SendDraft(host, draft, options.choices, deliver);
     if (context.json) {
-      PrintJson(context, host, options, &sent, Outcome::kDone);
-    } else if (const std::string text = BlindCopyText(sent); !text.empty()) {
-      context.Tell(text);
-    }
-    if (!options.out_file.empty() && !context.json) {
-      context.out << "Sent " << ProtectionText(sent) << ": " << ForDisplay(options.out_file)
-                  << "\n";
+      PrintJson(context, host, options, sent);
+    } else {
+      Print(context, options, sent);
     }
     return Outcome::kDone;
-  } catch (const Failure& failure) {
-    if (context.json) PrintJson(context, host, options, nullptr, failure.outcome);
-    throw;
-  }
+  });
 }
 
 }  // namespace

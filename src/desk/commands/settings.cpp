@@ -31,13 +31,13 @@ Outcome Set(CommandContext& context, const std::string& name, const std::string&
   SettingsStore settings(profile.Registry());
   const std::string earlier = settings.Get(name);
   settings.Set(name, value);
-  if (!name.starts_with("Engine")) return Outcome::kDone;
+  if (!LCase(name).starts_with("engine")) return Outcome::kDone;
   try {
     OpenEngine(profile);
   } catch (const Error& error) {
     // The add-in could not even start with it.
     settings.Set(name, earlier);
-    Fail(Outcome::kWrongUse, error.description);
+    Fail(Outcome::kWrongUse, WithoutFullStop(error.description));
   }
   return Outcome::kDone;
 }

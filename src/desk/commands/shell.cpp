@@ -24,12 +24,12 @@ struct ShellOptions {
 Outcome ObeyTelling(CommandContext& context, ShellSession& session, const std::string& line) {
   Outcome outcome = Outcome::kDone;
   try {
-    session.Obey(line);
+    outcome = session.Obey(line);
   } catch (const Failure& failure) {
     context.Tell(failure.message);
     outcome = failure.outcome;
   } catch (const Error& error) {
-    context.Tell(error.description);
+    context.Tell(WithoutFullStop(error.description));
     outcome = Outcome::kEnvironment;
   }
   context.out.flush();

@@ -66,9 +66,9 @@ const std::vector<ShellSession::Command>& ShellSession::Commands() {
   return commands;
 }
 
-void ShellSession::Obey(const std::string& line) {
+Outcome ShellSession::Obey(const std::string& line) {
   Arguments words = WordsOf(line);
-  if (words.empty()) return;
+  if (words.empty()) return Outcome::kDone;
   const std::string name = LCase(words.front());
   words.erase(words.begin());
   const auto& commands = Commands();
@@ -80,7 +80,9 @@ void ShellSession::Obey(const std::string& line) {
   if (words.size() < found->least || words.size() > found->most) {
     Fail(Outcome::kWrongUse, std::string("use it as: ") + found->usage);
   }
+  outcome_ = Outcome::kDone;
   (this->*found->run)(words);
+  return outcome_;
 }
 
 InspectorWindowPtr ShellSession::Front() const {
@@ -90,7 +92,9 @@ InspectorWindowPtr ShellSession::Front() const {
 }
 
 void ShellSession::PrintOpen(const InspectorWindowPtr& window) {
-  PrintMessage(context_.out, window->ShownItem()->Data(), ReadMessage(host_, window));
+  const MessageReport report = ReadMessage(host_, window);
+  PrintMessage(context_.out, window->ShownItem()->Data(), report);
+  if (report.Failed()) outcome_ = Outcome::kRefused;
 }
 
 void ShellSession::Open(const Arguments& arguments) {
@@ -99,6 +103,7 @@ void ShellSession::Open(const Arguments& arguments) {
   const auto window = OpenReceived(host_, mail);
   PrintOpen(window);
   TellOfUnshownText(context_, mail, window->ShownItem()->Data());
+  if (mail.incomplete) outcome_ = Outcome::kRefused;
 }
 
 void ShellSession::Compose(const Arguments& arguments) {
@@ -119,9 +124,9 @@ void ShellSession::Save(const Arguments& arguments) {
   host_.BeginOperation();
   const auto window = Front();
   MessageReport report = ReadMessage(host_, window);
-  for (const std::string& complaint : SaveAttachments(host_, window, arguments[0], report)) {
-    context_.Tell(complaint);
-  }
+  const SavingResult saving = SaveAttachments(host_, window, arguments[0], report);
+  for (const std::string& complaint : saving.complaints) context_.Tell(complaint);
+  outcome_ = saving.outcome;
   for (const AttachmentReport& attachment : report.attachments) {
     if (attachment.saved_as.empty()) continue;
     context_.out << "saved " << ForDisplay(attachment.saved_as) << "\n";
@@ -172,7 +177,9 @@ void ShellSession::Click(const Arguments& arguments) {
 void ShellSession::Answer(Response response, const Arguments& arguments) {
   read_files_.insert(read_files_.end(), arguments.begin(), arguments.end());
   const std::string text = arguments.empty() ? std::string() : ReadWholeFile(arguments[0]);
-  const ItemPtr item = Respond(host_, Front()->ShownItem(), response, text);
+  const auto original = Front();
+  RefuseToQuote(ReadMessage(host_, original));
+  const ItemPtr item = Respond(host_, original->ShownItem(), response, text);
   const auto window = host_.Outlook().Open(item);
   if (window) PrintBars(context_.out, window->Bars());
 }

@@ -17,8 +17,9 @@ class ShellSession {
  public:
   ShellSession(CommandContext& context, DeskHost& host);
 
-  /// Carries out one line. Throws Failure and Error for what did not work.
-  void Obey(const std::string& line);
+  /// Carries out one line. Throws Failure and Error for what did not work; gives kRefused when it
+  /// worked and the message it showed failed to be decrypted or has a bad signature.
+  Outcome Obey(const std::string& line);
   bool HasEnded() const { return has_ended_; }
 
  private:
@@ -60,6 +61,7 @@ class ShellSession {
   /// The mails that drafts in windows were made from.
   std::map<ItemPtr, mail::Mail> composed_;
   std::vector<std::string> read_files_;
+  Outcome outcome_ = Outcome::kDone;
   bool has_ended_ = false;
 };
 

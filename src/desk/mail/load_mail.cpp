@@ -1,4 +1,5 @@
 #include <string>
+#include <string_view>
 
 #include "base/error.h"
 #include "desk/mail/field_limits.h"
@@ -113,12 +114,24 @@ Mail ReadMail(GMimeStream* stream, const std::shared_ptr<const MailFile>& file,
   return mail;
 }
 
+/// Editors put a byte order mark before UTF-8; the first field would not be known behind it.
+Handle<GMimeStream> BehindByteOrderMark(GMimeStream* stream) {
+  constexpr std::string_view kMark = "\xEF\xBB\xBF";
+  char start[kMark.size()] = {};
+  const auto count = g_mime_stream_read(stream, start, sizeof start);
+  g_mime_stream_reset(stream);
+  const bool is_marked = count == sizeof start && std::string_view(start, sizeof start) == kMark;
+  return is_marked ? Handle<GMimeStream>(g_mime_stream_substream(stream, kMark.size(), -1))
+                   : AddReference(stream);
+}
+
 }  // namespace
 
 Mail LoadMail(const std::filesystem::path& path) {
   const auto file = MailFile::Open(path);
-  if (file->Size() == 0) Raise(kInvalidArgument, path.string() + " is empty, not a mail message.");
-  return ReadMail(file->Stream(), file, path.string());
+  const std::string title = path == "-" ? "The input" : path.string();
+  if (file->Size() == 0) Raise(kInvalidArgument, title + " is empty, not a mail message.");
+  return ReadMail(BehindByteOrderMark(file->Stream()).get(), file, title);
 }
 
 Mail ParseMail(const std::string& bytes) {

@@ -4,11 +4,14 @@
 #include <fcntl.h>
 #include <limits>
 #include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
 #include <utility>
 
 #include "base/error.h"
 #include "desk/mail/attachment_source.h"
 #include "desk/mail/io_error.h"
+#include "posix/file_descriptor.h"
 
 namespace corvessa::desk::mail {
 
@@ -20,11 +23,24 @@ struct stat Status(GMimeStream* stream) {
   return status;
 }
 
+/// GMime's own copying wants to go back to the start of what it copies, which no pipe can.
+Handle<GMimeStream> CopyOfPipe(const std::filesystem::path& path, int pipe) {
+  auto copy = ScratchStream(std::numeric_limits<std::uintmax_t>::max());
+  try {
+    posix::CopyAll(pipe, GMIME_STREAM_FS(copy.get())->fd);
+  } catch (const std::system_error& error) {
+    RaiseIoError(path, "cannot be read", error.code().value());
+  }
+  g_mime_stream_reset(copy.get());
+  return copy;
+}
+
 }  // namespace
 
 std::shared_ptr<const MailFile> MailFile::Open(const std::filesystem::path& path) {
   ParserOptions();
-  const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  const int descriptor = path == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
+                                     : open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (descriptor < 0) RaiseIoError(path, "cannot be read", errno);
   return std::shared_ptr<const MailFile>(new MailFile(path, descriptor));
 }
@@ -32,12 +48,8 @@ std::shared_ptr<const MailFile> MailFile::Open(const std::filesystem::path& path
 MailFile::MailFile(std::filesystem::path path, int descriptor)
     : path_(std::move(path)), stream_(g_mime_stream_fs_new(descriptor)) {
   const auto mode = Status(stream_.get()).st_mode;
-  if (S_ISFIFO(mode)) {
-    auto copy = ScratchStream(std::numeric_limits<std::uintmax_t>::max());
-    if (g_mime_stream_write_to_stream(stream_.get(), copy.get()) < 0)
-      RaiseIoError(path_, "cannot be read", errno);
-    g_mime_stream_reset(copy.get());
-    stream_ = std::move(copy);
+  if (S_ISFIFO(mode) || S_ISSOCK(mode)) {
+    stream_ = CopyOfPipe(path_, descriptor);
   } else if (!S_ISREG(mode)) {
     Raise(kPathFileAccess, path_.string() + " is not a file.");
   }

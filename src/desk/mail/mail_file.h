@@ -12,7 +12,7 @@ namespace corvessa::desk::mail {
 /// An open file that can tell whether somebody has changed it since. A pipe is copied first.
 class MailFile {
  public:
-  /// Raises Error.
+  /// "-" is the standard input. Raises Error.
   static std::shared_ptr<const MailFile> Open(const std::filesystem::path& path);
 
   GMimeStream* Stream() const { return stream_.get(); }

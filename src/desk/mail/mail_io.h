@@ -14,7 +14,7 @@ enum class MailPurpose {
   kTravel,
 };
 
-/// Reads a mail file; the attachments stay in it and are read on demand, so it is kept open.
+/// Reads a mail file, or the standard input for "-"; the attachments stay in it and are read on demand, so it is kept open.
 ///
 /// Raises Error with one line that names the file: kFileNotFound, kPermissionDenied,
 /// kPathFileAccess (a folder, a device, a failing disk), kInvalidArgument when it is empty or not a

@@ -57,8 +57,12 @@ void SetDisposition(GMimeObject* part, const Attachment& attachment) {
   g_mime_object_set_disposition(part, attachment.is_inline ? "inline" : "attachment");
   const auto& name = attachment.file_name.empty() ? attachment.display_name : attachment.file_name;
   const auto line = OneLine(name);
-  if (!line.empty())
-    g_mime_object_set_content_disposition_parameter(part, "filename", line.c_str());
+  if (line.empty()) return;
+  g_mime_object_set_content_disposition_parameter(part, "filename", line.c_str());
+  auto* const parameters =
+      g_mime_content_disposition_get_parameters(g_mime_object_get_content_disposition(part));
+  // GMime would look for the oldest charset that holds the name.
+  g_mime_param_set_charset(g_mime_param_list_get_parameter(parameters, "filename"), "utf-8");
 }
 
 void SetContent(GMimePart* part, const Attachment& attachment, GMimeContentEncoding encoding) {
