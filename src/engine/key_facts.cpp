@@ -44,20 +44,6 @@ bool IsBinary(std::string_view data) {
   return !data.empty() && (static_cast<unsigned char>(data.front()) & 0x80) != 0;
 }
 
-/// Binary as it is; of armour all public and secret key blocks, one after the other.
-std::string BinaryKeys(std::string_view data) {
-  if (IsBinary(data)) return std::string(data);
-  std::string keys;
-  for (const auto* kind : {"PUBLIC KEY BLOCK", "PRIVATE KEY BLOCK"}) {
-    auto rest = data;
-    while (const auto found = FindArmour(rest, kind)) {
-      keys += Dearmour(found->block);
-      rest = found->after;
-    }
-  }
-  return keys;
-}
-
 // The library names what it imported in JSON, the primary key first.
 std::string FirstFingerprint(std::string_view results) {
   static constexpr std::string_view kLabel = "\"fingerprint\":\"";
@@ -143,6 +129,19 @@ KeyFacts FactsOf(rnp_key_handle_t primary) {
   return facts;
 }
 
+std::string BinaryKeys(std::string_view data) {
+  if (IsBinary(data)) return std::string(data);
+  std::string keys;
+  for (const auto* kind : {"PUBLIC KEY BLOCK", "PRIVATE KEY BLOCK"}) {
+    auto rest = data;
+    while (const auto found = FindArmour(rest, kind)) {
+      keys += Dearmour(found->block);
+      rest = found->after;
+    }
+  }
+  return keys;
+}
+
 std::vector<std::string> LoadKeys(rnp_ffi_t ffi, std::string_view data) {
   std::vector<std::string> fingerprints;
   bool damaged = false;
@@ -153,14 +152,6 @@ std::vector<std::string> LoadKeys(rnp_ffi_t ffi, std::string_view data) {
     if (key) fingerprints.push_back(Text(rnp_key_get_fprint, key.get()));
   }
   return fingerprints;
-}
-
-void LoadSecretHalf(rnp_ffi_t ffi, std::string_view data) {
-  // Not imported as others are: an import takes the public half each time, too, and checks both.
-  TextSource source(data);
-  TextSink nothing;
-  const Stream stream(source, nothing);
-  rnp_load_keys(ffi, "GPG", stream.input(), RNP_LOAD_SAVE_SECRET_KEYS);
 }
 
 std::string ExportPublic(rnp_key_handle_t primary) {
@@ -186,12 +177,17 @@ bool IsUsable(rnp_key_handle_t key) {
          !IsPast(Get<std::uint64_t>(rnp_key_valid_till64, key));
 }
 
-Key UsableFor(rnp_ffi_t ffi, rnp_key_handle_t primary, const char* usage) {
+std::vector<Key> AllUsableFor(rnp_ffi_t ffi, rnp_key_handle_t primary, const char* usage) {
   if (!IsUsable(primary)) return {};
-  for (auto& subkey : NewestSubkeys(primary)) {
-    if (MayDo(subkey.get(), usage)) return std::move(subkey);
-  }
-  return MayDo(primary, usage) ? FindKey(ffi, Text(rnp_key_get_fprint, primary)) : Key();
+  auto keys = NewestSubkeys(primary);
+  keys.push_back(FindKey(ffi, Text(rnp_key_get_fprint, primary)));
+  std::erase_if(keys, [&](const Key& key) { return !MayDo(key.get(), usage); });
+  return keys;
+}
+
+Key UsableFor(rnp_ffi_t ffi, rnp_key_handle_t primary, const char* usage) {
+  auto keys = AllUsableFor(ffi, primary, usage);
+  return keys.empty() ? Key() : std::move(keys.front());
 }
 
 bool HasValidUserId(rnp_key_handle_t primary) {

@@ -27,13 +27,12 @@ std::vector<Key> WithSubkeys(rnp_ffi_t ffi, rnp_key_handle_t primary);
 
 KeyFacts FactsOf(rnp_key_handle_t primary);
 
+/// Binary keys as they are; of armour all public and secret key blocks, one after the other.
+std::string BinaryKeys(std::string_view data);
+
 /// Loads keys, armoured or binary, passing over what the library cannot read. Returns the
 /// fingerprints of the primary keys that the data held.
 std::vector<std::string> LoadKeys(rnp_ffi_t ffi, std::string_view data);
-
-/// Loads only the secret half of a ring's binary secret key. Does nothing when the library cannot
-/// read it.
-void LoadSecretHalf(rnp_ffi_t ffi, std::string_view data);
 
 /// The key in binary form.
 std::string ExportPublic(rnp_key_handle_t primary);
@@ -45,8 +44,11 @@ bool CarriesAddress(rnp_key_handle_t primary, std::string_view address);
 /// Valid, neither revoked nor expired.
 bool IsUsable(rnp_key_handle_t key);
 
-/// The newest usable subkey (else the primary key) that may do "encrypt" or "sign"; empty when the
-/// primary key is not usable or there is none.
+/// The usable subkeys that may do "encrypt" or "sign", newest first, and then the primary key if it
+/// may; none when the primary key is not usable.
+std::vector<Key> AllUsableFor(rnp_ffi_t ffi, rnp_key_handle_t primary, const char* usage);
+
+/// The first of these, or an empty one.
 Key UsableFor(rnp_ffi_t ffi, rnp_key_handle_t primary, const char* usage);
 
 /// Some user ID's self-signature holds.

@@ -65,10 +65,10 @@ bool ReadEntry(std::string_view line, RingEntry& entry) {
 }  // namespace
 
 bool Lists(std::string_view joined, std::string_view item) {
-  while (joined.size() > item.size()) {
+  while (joined.size() >= item.size() && !joined.empty()) {
     if (Cut(joined, ',') == item) return true;
   }
-  return !item.empty() && joined == item;
+  return false;
 }
 
 std::string IndexLine(const RingEntry& entry) {

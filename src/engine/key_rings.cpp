@@ -161,6 +161,10 @@ std::vector<const RingEntry*> KeyRings::FindByAddress(std::string_view address) 
   return Listing(address, &RingEntry::addresses, Entries());
 }
 
+std::vector<const RingEntry*> KeyRings::FindByFingerprint(std::string_view fingerprint) const {
+  return Listing(fingerprint, &RingEntry::fingerprint, Entries());
+}
+
 std::vector<const RingEntry*> KeyRings::FindByKeyId(std::string_view key_id) const {
   return Listing(key_id, &RingEntry::key_ids, Entries());
 }

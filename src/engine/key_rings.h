@@ -28,6 +28,7 @@ class KeyRings {
   const std::vector<RingEntry>& Entries() const { return index_.Entries(); }
   /// The entries whose key carries the address (in lower case), in ring order.
   std::vector<const RingEntry*> FindByAddress(std::string_view address) const;
+  std::vector<const RingEntry*> FindByFingerprint(std::string_view fingerprint) const;
   /// The entries that hold the key ID (16 capital hexadecimal digits), be it a subkey's.
   std::vector<const RingEntry*> FindByKeyId(std::string_view key_id) const;
 

@@ -4,6 +4,8 @@
 #include <tuple>
 
 #include "engine/key_facts.h"
+#include "engine/key_merging.h"
+#include "engine/packets.h"
 #include "engine/status.h"
 
 namespace corvessa::engine {
@@ -28,7 +30,7 @@ bool UnlockPackets(rnp_ffi_t ffi, const std::string& fingerprint, const SecretSt
 
 bool Fits(const std::string& data, const std::string& fingerprint, const SecretString& passphrase) {
   const Ffi scratch = MakeFfi();
-  LoadSecretHalf(scratch.get(), data);
+  LoadKeys(scratch.get(), data);
   return UnlockPackets(scratch.get(), fingerprint, passphrase);
 }
 
@@ -58,7 +60,7 @@ bool KeyStore::HasSecret(std::string_view address) const {
 
 std::string KeyStore::ReadPublic(const RingEntry& entry) const {
   std::string data = rings_.Read(entry);
-  if (!entry.secret) return data;
+  if (!HoldsSecretKeys(data)) return data;
   const Ffi scratch = MakeFfi();
   LoadKeys(scratch.get(), data);
   const auto key = FindKey(scratch.get(), std::string(entry.fingerprint));
@@ -106,10 +108,10 @@ bool KeyStore::LoadByKeyId(std::string_view key_id) {
   return !entries.empty();
 }
 
-Key KeyStore::FindPrimary(std::string_view key_id) const {
-  auto key = Make<Key>(rnp_locate_key, ffi_.get(), "keyid", std::string(key_id).c_str());
-  if (!key || Get<bool>(rnp_key_is_primary, key.get())) return key;
-  return FindKey(ffi_.get(), Text(rnp_key_get_primary_fprint, key.get()));
+Key KeyStore::PrimaryOf(rnp_key_handle_t key) const {
+  const bool is_primary = Get<bool>(rnp_key_is_primary, key);
+  return FindKey(ffi_.get(),
+                 Text(is_primary ? rnp_key_get_fprint : rnp_key_get_primary_fprint, key));
 }
 
 void KeyStore::AddLookedUp(std::string_view data, Use use,
@@ -117,7 +119,7 @@ void KeyStore::AddLookedUp(std::string_view data, Use use,
   const Ffi scratch = MakeFfi();
   for (const auto& fingerprint : LoadKeys(scratch.get(), data)) {
     const auto key = FindKey(scratch.get(), fingerprint);
-    if (!wanted(key.get())) continue;
+    if (!wanted(key.get()) || !ClaimedKey(rings_, FactsOf(key.get())).empty()) continue;
     LoadKeys(ffi_.get(), ExportPublic(key.get()));
     (use == Use::kVerify ? for_verifying_ : looked_up_).insert(fingerprint);
   }
@@ -134,7 +136,6 @@ void KeyStore::Unlock(std::string_view address, const SecretString& passphrase) 
   bool has_secret = false;
   bool fits = false;
   for (const auto* entry : rings_.FindByAddress(address)) {
-    Load(*entry);  // the library asks the public half what a key may do
     if (!entry->secret) continue;
     has_secret = true;
     const std::string fingerprint(entry->fingerprint);
@@ -144,10 +145,10 @@ void KeyStore::Unlock(std::string_view address, const SecretString& passphrase) 
       // Tried on a copy: the library takes any passphrase for a key that is unlocked already.
       if (!Fits(data, fingerprint, passphrase)) continue;
       unlocked_.erase(known);
-    } else {
-      LoadSecretHalf(ffi_.get(), data);
-      if (!UnlockPackets(ffi_.get(), fingerprint, passphrase)) continue;
     }
+    // Also what has come to a key since it was unlocked.
+    LoadKeys(ffi_.get(), data);
+    if (!UnlockPackets(ffi_.get(), fingerprint, passphrase)) continue;
     unlocked_.push_back(fingerprint);
     fits = true;
   }

@@ -28,7 +28,7 @@ class KeyStore {
   void Refresh();
 
   /// The public key of a ring entry, also of one that only the secret ring holds, as it may be
-  /// after a kill between the writing of the two.
+  /// after a kill between the writing of the two, and nothing secret whatever the rings hold.
   std::string ReadPublic(const RingEntry& entry) const;
   /// Puts keys into the rings, as KeyRings::Store does.
   void Store(const KeyRings::Lock& lock, const std::vector<KeyRings::NewKey>& keys);
@@ -42,8 +42,8 @@ class KeyStore {
 
   /// Loads the rings' public keys that hold the key ID; false when there is none.
   bool LoadByKeyId(std::string_view key_id);
-  /// The primary key that a key ID at hand belongs to; empty when none is loaded.
-  Key FindPrimary(std::string_view key_id) const;
+  /// The primary key that a loaded key belongs to, or is; empty when that is not loaded.
+  Key PrimaryOf(rnp_key_handle_t key) const;
 
   /// What a key from a key server may be used for.
   enum class Use {

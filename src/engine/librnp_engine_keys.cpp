@@ -5,6 +5,7 @@
 #include "engine/armour.h"
 #include "engine/key_facts.h"
 #include "engine/key_generation.h"
+#include "engine/key_merging.h"
 #include "engine/librnp_engine.h"
 
 namespace corvessa::engine {
@@ -77,18 +78,10 @@ void AddForRings(rnp_ffi_t ffi, rnp_key_handle_t primary, std::vector<KeyRings::
   if (HasSecretPart(ffi, primary)) keys.push_back({true, facts, ExportSecret(primary)});
 }
 
-std::vector<const RingEntry*> EntriesOf(const KeyRings& rings, const std::string& fingerprint) {
-  std::vector<const RingEntry*> entries;
-  for (const auto& entry : rings.Entries()) {
-    if (entry.fingerprint == fingerprint) entries.push_back(&entry);
-  }
-  return entries;
-}
-
 /// The entries that an address or a fingerprint means, in the order of the rings.
 std::vector<const RingEntry*> Meant(const KeyRings& rings, std::string_view who) {
   auto entries = rings.FindByAddress(NormalAddress(who));
-  return entries.empty() ? EntriesOf(rings, std::string(who)) : entries;
+  return entries.empty() ? rings.FindByFingerprint(who) : entries;
 }
 
 std::string PublicKeysOf(KeyStore& keys, std::string_view who) {
@@ -131,18 +124,7 @@ EngineStatus LibrnpEngine::ImportKeys(std::string_view data, std::vector<KeyInfo
   return Attempt([&] {
     const KeyRings::Lock lock(keys_.rings().Folder());
     keys_.Refresh();
-    const Ffi found = MakeFfi();
-    const auto fingerprints = LoadKeys(found.get(), data);
-    if (fingerprints.empty()) Fail(kBadFormat, "There is no OpenPGP key in this.");
-    const Ffi merged = MakeFfi();
-    // What the rings hold comes first: of two secret keys the library keeps the one it has, and
-    // foreign data must not take the place of a key that works.
-    for (const auto& fingerprint : fingerprints) {
-      for (const auto* entry : EntriesOf(keys_.rings(), fingerprint)) {
-        LoadKeys(merged.get(), keys_.rings().Read(*entry));
-      }
-    }
-    LoadKeys(merged.get(), data);
+    const Ffi merged = MergedWithRings(keys_.rings(), data);
     std::vector<KeyRings::NewKey> keys;
     std::vector<KeyInfo> infos;
     for (const auto& key : PrimaryKeys(merged.get())) {

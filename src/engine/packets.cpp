@@ -11,8 +11,12 @@ constexpr int kSignaturePacket = 2;
 constexpr int kPassphraseSessionPacket = 3;
 constexpr int kSecretKeyPacket = 5;
 constexpr int kPublicKeyPacket = 6;
+constexpr int kSecretSubkeyPacket = 7;
 constexpr int kUnprotectedDataPacket = 9;
 constexpr int kMarkerPacket = 10;
+constexpr int kUserIdPacket = 13;
+constexpr int kPublicSubkeyPacket = 14;
+constexpr int kUserAttributePacket = 17;
 constexpr int kProtectedDataPacket = 18;
 
 struct PacketHeader {
@@ -176,6 +180,58 @@ bool RevealRecipients(std::string& message_start, const EncryptedMessageStart& s
 bool IsSignature(std::string_view bytes) {
   const auto header = ReadPacketHeader(bytes);
   return header && header->tag == kSignaturePacket;
+}
+
+namespace {
+
+/// Calls `visit(tag, bytes)` for each whole packet.
+template <typename Visit>
+void ForEachPacket(std::string_view packets, Visit visit) {
+  while (const auto header = ReadPacketHeader(packets)) {
+    if (!header->body_length || *header->body_length > packets.size() - header->length) return;
+    const auto length = header->length + *header->body_length;
+    visit(header->tag, packets.substr(0, length));
+    packets.remove_prefix(length);
+  }
+}
+
+std::optional<KeyPart::Kind> PartThatBegins(int tag) {
+  switch (tag) {
+    case kPublicKeyPacket:
+    case kSecretKeyPacket:
+      return KeyPart::Kind::kPrimary;
+    case kUserIdPacket:
+    case kUserAttributePacket:
+      return KeyPart::Kind::kUserId;
+    case kPublicSubkeyPacket:
+    case kSecretSubkeyPacket:
+      return KeyPart::Kind::kSubkey;
+    default:
+      return std::nullopt;
+  }
+}
+
+}  // namespace
+
+std::vector<KeyPart> SplitKey(std::string_view key) {
+  std::vector<KeyPart> parts;
+  ForEachPacket(key, [&](int tag, std::string_view packet) {
+    if (const auto kind = PartThatBegins(tag)) {
+      parts.push_back({*kind, packet});
+    } else if (!parts.empty()) {
+      auto& bytes = parts.back().bytes;
+      bytes = std::string_view(bytes.data(), bytes.size() + packet.size());
+    }
+  });
+  return parts;
+}
+
+bool HoldsSecretKeys(std::string_view key) {
+  bool holds = false;
+  ForEachPacket(key, [&](int tag, std::string_view) {
+    holds = holds || tag == kSecretKeyPacket || tag == kSecretSubkeyPacket;
+  });
+  return holds;
 }
 
 std::vector<RingPiece> SplitKeyRing(std::string_view ring, bool& damaged) {

@@ -60,4 +60,18 @@ struct RingPiece {
 /// key; the keys before them are returned.
 std::vector<RingPiece> SplitKeyRing(std::string_view ring, bool& damaged);
 
+/// A part of a transferable key: the primary key, a user ID or attribute, or a subkey, with the
+/// signatures that follow it.
+struct KeyPart {
+  enum class Kind { kPrimary, kUserId, kSubkey };
+  Kind kind = Kind::kPrimary;
+  std::string_view bytes;
+};
+
+/// Cuts one key of a ring (a RingPiece's bytes) into its parts, in their order.
+std::vector<KeyPart> SplitKey(std::string_view key);
+
+/// There is a secret key packet in it.
+bool HoldsSecretKeys(std::string_view key);
+
 }  // namespace corvessa::engine

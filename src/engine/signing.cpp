@@ -15,8 +15,10 @@ Key SigningKey(const KeyStore& keys, std::string_view address) {
   std::ranges::reverse(latest_first);
   for (const auto& fingerprint : latest_first) {
     const auto primary = FindKey(keys.ffi(), fingerprint);
-    auto key = UsableFor(keys.ffi(), primary.get(), "sign");
-    if (key && keys.IsUnlocked(Text(rnp_key_get_keyid, key.get()))) return key;
+    // The newest may have been made on another machine, with only its public half here.
+    for (auto& key : AllUsableFor(keys.ffi(), primary.get(), "sign")) {
+      if (keys.IsUnlocked(Text(rnp_key_get_keyid, key.get()))) return std::move(key);
+    }
   }
   Fail(kNoKey, address.empty()
                    ? std::string("No key is unlocked to sign with.")

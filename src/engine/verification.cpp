@@ -77,16 +77,25 @@ Finding NoUsableKey(const std::string& address) {
 }
 
 // The library calls every signature of a revoked key invalid, whether it fits the content or not.
-bool IsRevoked(const KeyStore& keys, const std::string& key_id, rnp_key_handle_t primary) {
-  const auto key = Make<Key>(rnp_locate_key, keys.ffi(), "keyid", key_id.c_str());
-  return Get<bool>(rnp_key_is_revoked, primary) || Get<bool>(rnp_key_is_revoked, key.get());
+bool IsRevoked(rnp_key_handle_t key, rnp_key_handle_t primary) {
+  return Get<bool>(rnp_key_is_revoked, primary) || Get<bool>(rnp_key_is_revoked, key);
 }
 
-Finding JudgeGood(const KeyStore& keys, rnp_op_verify_signature_t signature,
-                  rnp_key_handle_t primary, const std::string& address) {
-  const auto key = Make<Key>(rnp_op_verify_signature_get_key, signature);
-  if (!HasValidUserId(primary) || !IsUsable(primary) || !IsUsable(key.get()))
-    return NoUsableKey(address);
+/// The key that the library checks a signature with: the one of the fingerprint in it, and only
+/// without that the one of the key ID. Anybody can write another key ID into a signature, so both
+/// have to mean the same key; empty when they do not, or when there is no such key.
+Key SigningKeyOf(const KeyStore& keys, rnp_signature_handle_t signature) {
+  const std::string fingerprint = Text(rnp_signature_get_key_fprint, signature);
+  const std::string key_id = Text(rnp_signature_get_keyid, signature);
+  auto key = fingerprint.empty() ? Make<Key>(rnp_locate_key, keys.ffi(), "keyid", key_id.c_str())
+                                 : FindKey(keys.ffi(), fingerprint);
+  const bool is_named = key && (key_id.empty() || Text(rnp_key_get_keyid, key.get()) == key_id);
+  return is_named ? std::move(key) : Key();
+}
+
+Finding JudgeGood(const KeyStore& keys, rnp_key_handle_t key, rnp_key_handle_t primary,
+                  const std::string& address) {
+  if (!HasValidUserId(primary) || !IsUsable(primary) || !IsUsable(key)) return NoUsableKey(address);
   if (IsImpostor(keys, primary)) {
     return {Kind::kInvalidKey, address,
             "The key that signed is not the key in your rings for " + address + "."};
@@ -97,7 +106,8 @@ Finding JudgeGood(const KeyStore& keys, rnp_op_verify_signature_t signature,
 Finding Judge(const KeyStore& keys, rnp_op_verify_signature_t signature, bool text_only) {
   const auto handle = Make<Signature>(rnp_op_verify_signature_get_handle, signature);
   const std::string key_id = Text(rnp_signature_get_keyid, handle.get());
-  const auto primary = keys.FindPrimary(key_id);
+  const auto key = SigningKeyOf(keys, handle.get());
+  const auto primary = key ? keys.PrimaryOf(key.get()) : Key();
   const auto status = rnp_op_verify_signature_get_status(signature);
   if (status == RNP_ERROR_KEY_NOT_FOUND || !primary) {
     return {Kind::kUnknown, key_id, "The signer's key " + key_id + " is not to be had."};
@@ -105,7 +115,7 @@ Finding Judge(const KeyStore& keys, rnp_op_verify_signature_t signature, bool te
   const auto addresses = ValidAddresses(primary.get());
   // Never the text of a user ID: it can say anything, also somebody else's address.
   const std::string address = addresses.empty() ? key_id : addresses.front();
-  if (status == RNP_ERROR_SIGNATURE_INVALID && !IsRevoked(keys, key_id, primary.get())) {
+  if (status == RNP_ERROR_SIGNATURE_INVALID && !IsRevoked(key.get(), primary.get())) {
     return {Kind::kBad, address, "The signature of " + address + " does not fit the content."};
   }
   if (status == RNP_ERROR_SIGNATURE_EXPIRED) {
@@ -115,7 +125,7 @@ Finding Judge(const KeyStore& keys, rnp_op_verify_signature_t signature, bool te
   if (status != RNP_SUCCESS || !IsForDocuments(handle.get(), text_only)) {
     return {Kind::kOther, address, "The signature of " + address + " is of an unknown kind."};
   }
-  return JudgeGood(keys, signature, primary.get(), address);
+  return JudgeGood(keys, key.get(), primary.get(), address);
 }
 
 std::vector<Finding> FindingsOf(const KeyStore& keys, rnp_op_verify_t op, bool text_only) {

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "engine/rnp_handles.h"
+
+namespace corvessa::engine {
+
+class KeyRings;
+struct KeyFacts;
+
+// Anybody can write a key file. What it holds must not spoil the keys that are there already: the
+// library puts all packets that bear a key's number together, without asking who wrote them.
+
+/// The keys of the data, armoured or binary, together with what the rings hold of them. Failure:
+/// there is no key in the data, or one claims a key of another.
+Ffi MergedWithRings(const KeyRings& rings, std::string_view data);
+
+/// The ID of a subkey of that key, or of the key itself, that belongs to another key of the rings;
+/// "" for none. The library would take the one for the other.
+std::string ClaimedKey(const KeyRings& rings, const KeyFacts& facts);
+
+}  // namespace corvessa::engine
