@@ -155,7 +155,6 @@ std::vector<Result> ResultsOf(std::string_view log) {
 SavingResult SaveThroughDialog(DeskHost& host, const ButtonPtr& button,
                                const std::vector<fs::path>& targets, MessageReport& report) {
   const WorkFolder work(host);
-  const TerminalUi::Quiet quiet(host.Ui());
   button->Click();
   const FormPtr dialog = FindVisibleForm(kSaveDialog);
   auto* const folder = dialog ? dynamic_cast<TextBox*>(dialog->Find("txtFolder")) : nullptr;

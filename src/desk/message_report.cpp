@@ -4,7 +4,6 @@
 #include <memory>
 
 #include "base/text.h"
-#include "desk/desk_host.h"
 #include "forms/controls.h"
 #include "forms/form.h"
 #include "forms/list_controls.h"
@@ -147,7 +146,7 @@ std::int32_t SignStatusOf(std::string_view text, std::vector<std::string>& signe
   return CodeOf(text);
 }
 
-MessageReport ReadMessage(DeskHost& host, const InspectorWindowPtr& window) {
+MessageReport ReadMessage(const InspectorWindowPtr& window) {
   MessageReport report;
   report.left_to_button = window->Bars().FindButton(kDecryptNowButton) != nullptr;
   std::vector<AttachmentReport> listed;
@@ -159,7 +158,6 @@ MessageReport ReadMessage(DeskHost& host, const InspectorWindowPtr& window) {
     report.protection->sign_status =
         SignStatusOf(OfMessage(report.status_lines[1]), report.protection->signers);
     if (!window->ShownItem()->Data().attachments.empty()) {
-      const TerminalUi::Quiet quiet(host.Ui());
       WithStatusWindow(buttons[0], [&](const Form& form) { listed = ListedAttachments(form); });
     }
   }
@@ -168,11 +166,10 @@ MessageReport ReadMessage(DeskHost& host, const InspectorWindowPtr& window) {
   return report;
 }
 
-std::optional<std::string> ReadOriginal(DeskHost& host, const InspectorWindowPtr& window) {
+std::optional<std::string> ReadOriginal(const InspectorWindowPtr& window) {
   std::optional<std::string> original;
   const auto button = window->Bars().FindButton("Show original message");
   if (!button) return *window->ShownItem()->Data().body;
-  const TerminalUi::Quiet quiet(host.Ui());
   WithStatusWindow(button, [&](const Form& form) {
     if (const auto* box = FindControl<TextBox>(form, "txtOriginalMessage")) original = box->Text();
   });

@@ -10,8 +10,6 @@
 
 namespace corvessa::desk {
 
-class DeskHost;
-
 /// What the status texts stand for; any other number is a failure code.
 inline constexpr std::int32_t kIsDecrypted = 0;
 inline constexpr std::int32_t kIsNotEncrypted = 1;
@@ -73,10 +71,10 @@ std::int32_t DecryptStatusOf(std::string_view text);
 std::int32_t SignStatusOf(std::string_view text, std::vector<std::string>& signers);
 
 /// Clicks the status bar for what it says of the attachments; the status window is closed again.
-MessageReport ReadMessage(DeskHost& host, const InspectorWindowPtr& window);
+MessageReport ReadMessage(const InspectorWindowPtr& window);
 
 /// The text as it came: what the status window shows of it, or as it stands when the status bar has
 /// no button for that, because nothing was changed. Nothing when the window shows none.
-std::optional<std::string> ReadOriginal(DeskHost& host, const InspectorWindowPtr& window);
+std::optional<std::string> ReadOriginal(const InspectorWindowPtr& window);
 
 }  // namespace corvessa::desk

@@ -44,6 +44,8 @@ frmMessageStatus::frmMessageStatus() : Form("frmMessageStatus", "Message Informa
   fraTab0.Hold({&lblEncrypted, &lblThisMsg1, &lvwEncryption});
   fraTab1.Hold({&lblSigned, &lblThisMsg2, &lvwSigning});
   fraTab2.Hold({&txtOriginalMessage});
+  lvwEncryption.Selectable = false;
+  lvwSigning.Selectable = false;
   cmdClose.Default = true;
   cmdClose.Cancel = true;
   tbsTabs.OnClick = [this] { ShowTab(tbsTabs.Selected()); };

@@ -29,6 +29,8 @@ class RowsControl : public Control {
   /// The user's click on a row.
   void ClickRow(int index);
 
+  /// Off for a list that only tells: its rows are none of the user's choices.
+  bool Selectable = true;
   Handler OnClick;
 
  protected:

@@ -91,8 +91,9 @@ class Sending(DeskCase):
         nobody = self.draft("nobody.draft.eml", to="carol@example.net")
         self.assertDone(
             self.alice("send", nobody, "--out", path), 1, "",
-            "corvessa-desk: closed frmNoKeysFound unanswered; answer it with --answer "
-            "frmNoKeysFound=cmdYes|cmdNo\n"
+            'corvessa-desk: closed frmNoKeysFound "The following recipients are not registered to '
+            "receive secure email: carol@example.net Would you like to send this email without "
+            'encryption?" unanswered; answer it with --answer frmNoKeysFound=cmdYes|cmdNo\n'
             "corvessa-desk: not sent: the add-in cancelled the sending; the draft is unchanged\n")
         report = self.alice("send", nobody, "--json", "--answer", "frmNoKeysFound=cmdNo")
         self.assertEqual(report.code, 1)

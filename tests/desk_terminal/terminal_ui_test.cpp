@@ -8,12 +8,17 @@
 #include "accounts/frm_login.h"
 #include "accounts/nimbra_account.h"
 #include "accounts/user_management.h"
+#include "addin/frm_splash_screen.h"
 #include "base/guard.h"
 #include "desk/terminal/answers.h"
+#include "desk/terminal/choices.h"
 #include "desk/terminal/form_drawing.h"
 #include "desk/terminal/terminal.h"
 #include "forms/controls.h"
+#include "forms/dialog_results.h"
+#include "forms/frm_generic.h"
 #include "forms/frm_no_keys_found.h"
+#include "forms/frm_progress.h"
 #include "forms/list_controls.h"
 #include "support/addin_fixture.h"
 
@@ -158,6 +163,83 @@ TEST_F(TerminalUiTest, LinesChooseByKeyAndNumber) {
   EXPECT_FALSE(form->IsLoaded());
 }
 
+/// Two texts to type, a list that only tells and no default button.
+class frmTexts final : public Form {
+ public:
+  frmTexts() : Form("frmTexts", "Texts", 400, 200) {
+    lstTold.AddRow("told");
+    lstTold.Selectable = false;
+    cmbOnly.AddRow("only");
+    cmbOnly.Select(0);
+    SetFocus(txtFirst);
+    cmdSave.OnClick = [this] {
+      saved.push_back(std::string(txtFirst.Text()).append(",").append(txtSecond.Text()));
+    };
+  }
+
+  ListBox lstTold{*this, "lstTold", {0, 0, 200, 20}};
+  ComboBox cmbOnly{*this, "cmbOnly", {0, 20, 200, 20}};
+  Label lblFirst{*this, "lblFirst", {0, 40, 50, 20}, "First:"};
+  TextBox txtFirst{*this, "txtFirst", {60, 40, 300, 20}};
+  Label lblSecond{*this, "lblSecond", {0, 60, 50, 20}, "Second:"};
+  TextBox txtSecond{*this, "txtSecond", {60, 60, 300, 20}, TextBox::Kind::kPassword};
+  CommandButton cmdSave{*this, "cmdSave", {0, 80, 75, 23}, "&Save"};
+  Strings saved;
+};
+
+TEST_F(TerminalUiTest, TextBoxesAreAskedForInTurnAndThenNoMore) {
+  const struct {
+    std::string_view typed;
+    Strings saved;
+    bool saves_by_enter;
+  } cases[] = {{"one\ntwo\ns\n1 three\ns\nq\n", {"one,two", "three,two"}, false},
+               {"\n\ns\none\n\ns\n\ns\n", {",", "one,", "one,"}, false},
+               {"one\ntwo\n\nq\n", {"one,two", "one,two"}, true}};
+  for (const auto& c : cases) {
+    Sit(c.typed);
+    const auto form = std::make_shared<frmTexts>();
+    form->cmdSave.Default = c.saves_by_enter;
+    form->ShowModal();
+    EXPECT_EQ(form->saved, c.saved) << c.typed;
+  }
+}
+
+TEST_F(TerminalUiTest, AFormIsDrawnOnceWithKeysForWhatCanBeChosenAndFitsANarrowTerminal) {
+  Sit("\n");
+  const auto form = std::make_shared<frmTexts>();
+  form->txtSecond.Enabled = false;
+  form->Show();
+  Ui().RunForm(*form);
+  EXPECT_EQ(Drawn(),
+            "┌─ Texts ───────────────────────────────────────────────┐\n"
+            "│   told                                                │\n"
+            "│ > only                                                │\n"
+            "│ First:  1) [________________________________________] │\n"
+            "│ Second:  ([________________________________________]) │\n"
+            "│ s) <Save>                                             │\n"
+            "└───────────────────────────────────────────────────────┘\n"
+            "First (Enter alone for the other choices): "
+            "Choice (leave = leave it open, q = close): ");
+  const desk::Choices choices(*form);
+  form->txtFirst.SetText(std::string(40, 'x'));
+  EXPECT_EQ(desk::DrawForm(*form, &choices, 30),
+            "┌─ Texts ────────────────────┐\n"
+            "│   told                     │\n"
+            "│ > only                     │\n"
+            "│ First:                     │\n"
+            "│ 1) [xxxxxxxxxxxxxxxxxxxx…] │\n"
+            "│ Second:                    │\n"
+            "│ ([______________________]) │\n"
+            "│ s) <Save>                  │\n"
+            "└────────────────────────────┘\n");
+  const auto progress = std::make_shared<frmProgress>();
+  progress->lblDescription.SetCaption("Storing attachments (2 of 5)");
+  progress->pgbProgress.Value = 50;
+  EXPECT_EQ(desk::StatusOf(*progress, 40), "[####----] Storing attachments (2 of 5)");
+  EXPECT_EQ(desk::StatusOf(*progress, 80),
+            "[###############---------------] Storing attachments (2 of 5)");
+}
+
 TEST_F(TerminalUiTest, EscapeCloseBoxAndTheEndOfInputAreToldApart) {
   const struct {
     std::string_view typed, answer;
@@ -188,18 +270,34 @@ TEST_F(TerminalUiTest, APassphraseIsNeverDrawn) {
 }
 
 TEST_F(TerminalUiTest, APromptThatNobodyAnswersIsClosedAndNamed) {
-  EXPECT_EQ(std::make_shared<frmNoKeysFound>()->SendUnencrypted(), 3);
+  const auto no_keys = std::make_shared<frmNoKeysFound>();
+  no_keys->lstEmailAddr.AddRow("nob\x1B[2Jody@example.net");
+  EXPECT_EQ(no_keys->SendUnencrypted(), 3);
+  EXPECT_EQ(ShowGeneric(std::string(400, 'x') + "\r\n" + std::string(93, 'y') + "Really?",
+                        frmGeneric::kYesNo),
+            kResultClosed);
+  const auto splash = std::make_shared<frmSplashScreen>();
+  splash->Show();
+  splash->SetCaption("Initializing");
+  Ui().RunForm(*splash);
   EXPECT_EQ(Ui().MessageBox("Secure this\r\naddress?", "Corvessa", platform::kBoxOkCancel),
             platform::kAnswerCancel);
   SecureAddresses({"ann@example.org"});
   EXPECT_EQ(Login(), "none");
-  EXPECT_EQ(messages.str(),
-            "corvessa-desk: closed frmNoKeysFound unanswered; answer it with --answer "
-            "frmNoKeysFound=cmdYes|cmdNo\n"
-            "corvessa-desk: closed MessageBox \"Secure this address?\" unanswered; answer it with "
-            "--answer MessageBox=OK|Cancel\n"
-            "corvessa-desk: closed frmLogin \"Please enter your Corvessa passphrase.\" unanswered; "
-            "answer it with --passphrase ADDRESS=FILE\n");
+  EXPECT_EQ(
+      messages.str(),
+      "corvessa-desk: closed frmNoKeysFound \"The following recipients are not registered to "
+      "receive secure email: nob[2Jody@example.net Would you like to send this email without "
+      "encryption?\" unanswered; answer it with --answer frmNoKeysFound=cmdYes|cmdNo\n"
+      "corvessa-desk: closed frmGeneric \"" +
+          std::string(300, 'x') + " … " + std::string(93, 'y') +
+          "Really?\" unanswered; answer it with --answer frmGeneric=cmdOK|cmdCancel\n"
+          "corvessa-desk: closed frmSplashScreen \"Corvessa Professional for Outlook Version 1.0.0 "
+          "Initializing\" unanswered\n"
+          "corvessa-desk: closed MessageBox \"Secure this address?\" unanswered; answer it with "
+          "--answer MessageBox=OK|Cancel\n"
+          "corvessa-desk: closed frmLogin \"Please enter your Corvessa passphrase.\" unanswered; "
+          "answer it with --passphrase ADDRESS=FILE\n");
   EXPECT_EQ(Drawn(), "");
 }
 
@@ -215,11 +313,25 @@ TEST_F(TerminalUiTest, AnAnswerThatDoesNotFitClosesTheFormAndSaysWhy) {
     answers.AddAnswer("frmAll=" + c.answer);
     std::make_shared<frmAll>()->ShowModal();
     EXPECT_EQ(Ui().Boxes().back().answer, "closed") << c.answer;
-    EXPECT_EQ(messages.str(),
-              "corvessa-desk: --answer frmAll=" + c.answer + ": the form " + c.problem +
-                  "\ncorvessa-desk: closed frmAll unanswered; answer it with --answer "
-                  "frmAll=cmdAdd|cmdOK|cmdCancel\n");
+    EXPECT_EQ(
+        messages.str(),
+        "corvessa-desk: --answer frmAll=" + c.answer + ": the form " + c.problem +
+            "\ncorvessa-desk: closed frmAll \"first second\" unanswered; answer it with --answer "
+            "frmAll=cmdAdd|cmdOK|cmdCancel\n");
   }
+}
+
+TEST_F(TerminalUiTest, AnswersThatNothingAskedForAreKnownAtTheEnd) {
+  for (const char* const answer :
+       {"frmNoKeyFound=cmdYes", "frmAll=cmdOK", "frmAll=txtLine:secret", "frm\x1B[2JX=cmd\x07Y"}) {
+    answers.AddAnswer(answer);
+  }
+  answers.PutFirst("frmAll", {"cmdAdd"});
+  answers.PutFirst("frmHTML", {"cmdConvert"});
+  std::make_shared<frmAll>()->ShowModal();
+  EXPECT_EQ(Ui().Boxes().back().answer, "cmdOK");
+  EXPECT_EQ(messages.str(), "");
+  EXPECT_EQ(answers.Unused(), (Strings{"frm[2JX=cmdY", "frmAll=txtLine", "frmNoKeyFound=cmdYes"}));
 }
 
 TEST_F(TerminalUiTest, PassphrasesAreTriedAddressByAddressAndThenNoMore) {

@@ -177,7 +177,7 @@ class Demo {
     auto terminal = Nobody();
     DeskHost host(profile, terminal, bob_.answers, messages_, {.owner = {bob_.name, bob_.address}});
     const auto window = Opened(host, folder_ / "2-sent.eml");
-    const MessageReport report = ReadMessage(host, window);
+    const MessageReport report = ReadMessage(window);
     std::ostringstream text;
     PrintBars(text, window->Bars());
     PrintMessage(text, window->ShownItem()->Data(), report);
@@ -220,7 +220,7 @@ class Demo {
     DeskHost host(profile, terminal, alice_.answers, messages_,
                   {.owner = {alice_.name, alice_.address}});
     const auto window = Opened(host, folder_ / "4-reply.eml");
-    const MessageReport report = ReadMessage(host, window);
+    const MessageReport report = ReadMessage(window);
     std::ostringstream text;
     PrintMessage(text, window->ShownItem()->Data(), report);
     Indented(out_, text.str());
@@ -250,7 +250,7 @@ class Demo {
     auto terminal = Nobody();
     DeskHost host(profile, terminal, bob_.answers, quiet_, {.owner = {bob_.name, bob_.address}});
     const auto window = Opened(host, folder_ / "5-tampered.eml");
-    const MessageReport report = ReadMessage(host, window);
+    const MessageReport report = ReadMessage(window);
     for (const std::string& line : report.status_lines) out_ << "   | " << line << "\n";
     const bool is_shown = window->ShownItem()->Data().body->find("Dear Bob") != std::string::npos;
     Expect(report.Failed() && !is_shown, "the changed message was accepted");

@@ -32,7 +32,7 @@ struct Opened {
 
 Opened Look(DeskHost& host, const InspectorWindowPtr& window, const OpenOptions& options) {
   Opened opened;
-  opened.report = ReadMessage(host, window);
+  opened.report = ReadMessage(window);
   if (opened.report.left_to_button) {
     opened.saving.Complain(
         "not decrypted, because DisableAutoDecryptAndVerify is on; the shell can click \"" +
@@ -40,7 +40,7 @@ Opened Look(DeskHost& host, const InspectorWindowPtr& window, const OpenOptions&
         Outcome::kRefused);
     return opened;
   }
-  if (options.original) opened.original = ReadOriginal(host, window);
+  if (options.original) opened.original = ReadOriginal(window);
   if (!options.save_folder.empty()) {
     opened.saving = SaveAttachments(host, window, options.save_folder, opened.report);
   }

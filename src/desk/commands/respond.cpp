@@ -53,7 +53,7 @@ Outcome Run(CommandContext& context, const ResponseOptions& options, Response re
       options.text_file.empty() ? std::string() : ReadWholeFile(options.text_file);
   ReceivedMessage message(context, options.message);
   return ReportingFailures(context, message.Host(), [&] {
-    const MessageReport report = ReadMessage(message.Host(), message.Window());
+    const MessageReport report = ReadMessage(message.Window());
     RefuseToQuote(report);
     const ItemPtr draft = Respond(message.Host(), message.Window()->ShownItem(), response, text);
     Write(context, options, message.Host(), report, DraftOf(message.Host(), draft->Data()));

@@ -92,7 +92,7 @@ InspectorWindowPtr ShellSession::Front() const {
 }
 
 void ShellSession::PrintOpen(const InspectorWindowPtr& window) {
-  const MessageReport report = ReadMessage(host_, window);
+  const MessageReport report = ReadMessage(window);
   PrintMessage(context_.out, window->ShownItem()->Data(), report);
   if (report.Failed()) outcome_ = Outcome::kRefused;
 }
@@ -123,7 +123,7 @@ void ShellSession::Show(const Arguments& /*arguments*/) {
 void ShellSession::Save(const Arguments& arguments) {
   host_.BeginOperation();
   const auto window = Front();
-  MessageReport report = ReadMessage(host_, window);
+  MessageReport report = ReadMessage(window);
   const SavingResult saving = SaveAttachments(host_, window, arguments[0], report);
   for (const std::string& complaint : saving.complaints) context_.Tell(complaint);
   outcome_ = saving.outcome;
@@ -178,7 +178,7 @@ void ShellSession::Answer(Response response, const Arguments& arguments) {
   read_files_.insert(read_files_.end(), arguments.begin(), arguments.end());
   const std::string text = arguments.empty() ? std::string() : ReadWholeFile(arguments[0]);
   const auto original = Front();
-  RefuseToQuote(ReadMessage(host_, original));
+  RefuseToQuote(ReadMessage(original));
   const ItemPtr item = Respond(host_, original->ShownItem(), response, text);
   const auto window = host_.Outlook().Open(item);
   if (window) PrintBars(context_.out, window->Bars());

@@ -65,12 +65,14 @@ void Answers::SetPassphrase(std::string_view address, std::string_view passphras
 
 void Answers::AddAnswer(std::string_view argument) {
   const auto [form, control] = Halves(argument, "--answer takes FORM=CONTROL");
-  controls_[std::string(form)].emplace_back(control);
+  controls_[std::string(form)].push_back({std::string(control), true});
 }
 
 void Answers::PutFirst(std::string_view form, const std::vector<std::string>& controls) {
   auto& all = controls_[std::string(form)];
-  all.insert(all.begin(), controls.begin(), controls.end());
+  for (auto control = controls.rbegin(); control != controls.rend(); ++control) {
+    all.push_front({*control, false});
+  }
 }
 
 bool Answers::HasAnswers(std::string_view form) const {
@@ -81,9 +83,24 @@ bool Answers::HasAnswers(std::string_view form) const {
 std::string Answers::NextAnswer(std::string_view form) {
   if (!HasAnswers(form)) return {};
   auto& controls = controls_.find(form)->second;
-  std::string next = std::move(controls.front());
+  std::string next = std::move(controls.front().control);
   controls.pop_front();
   return next;
+}
+
+std::vector<std::string> Answers::Unused() const {
+  std::vector<std::string> unused;
+  for (const auto& [form, controls] : controls_) {
+    for (const Given& given : controls) {
+      if (!given.by_user) continue;
+      unused.push_back(ForDisplay(form) + "=" + ForDisplay(ControlIn(given.control)));
+    }
+  }
+  return unused;
+}
+
+std::string_view ControlIn(std::string_view answer) {
+  return answer.substr(0, answer.find(':'));
 }
 
 void Answers::BeginRound() {

@@ -26,13 +26,19 @@ class Answers {
   /// meant for one question is none to the next. Throws Error 5 for what is no such text.
   void AddAnswer(std::string_view argument);
 
-  /// Answers for the form that come before those given so far.
+  /// Answers of the program's own for the form, before those given so far.
   void PutFirst(std::string_view form, const std::vector<std::string>& controls);
 
   /// Whether there are answers for the form that have not been used.
   bool HasAnswers(std::string_view form) const;
   /// The next answer for the form; empty when there is none.
   std::string NextAnswer(std::string_view form);
+
+  /// The answers of AddAnswer that nothing has asked for: "FORM=CONTROL", safe to print, without
+  /// what stands behind a colon. By form, those for one form in the order given. (A passphrase that
+  /// was not needed is no mistake: whether one is asked for depends on the message and on what is
+  /// remembered, and scripts give the same ones to every command.)
+  std::vector<std::string> Unused() const;
 
   /// A new operation begins, in which every passphrase may be tried afresh.
   void BeginRound();
@@ -45,9 +51,18 @@ class Answers {
   const SecretString& UsePassphrase(std::string_view address, std::string_view prompt);
 
  private:
+  struct Given {
+    std::string control;
+    bool by_user;
+  };
+
   std::map<std::string, SecretString> passphrases_;
-  std::map<std::string, std::deque<std::string>, std::less<>> controls_;
+  std::map<std::string, std::deque<Given>, std::less<>> controls_;
   std::set<std::pair<std::string, std::string>> tried_;
 };
+
+/// The control of an answer, without the text behind the colon, which is shown nowhere: it may be
+/// meant as a passphrase. The view lives as long as the answer.
+std::string_view ControlIn(std::string_view answer);
 
 }  // namespace corvessa::desk

@@ -21,8 +21,17 @@ std::string AccessKey(std::string_view caption) {
   return {};
 }
 
+/// A list that only tells has none, nor has one whose only row is selected.
+bool HasChoice(const RowsControl& rows) {
+  const auto* list = dynamic_cast<const ListBox*>(&rows);
+  const bool has_check_boxes = list != nullptr && list->HasCheckBoxes();
+  const bool is_settled = rows.RowCount() == 1 && rows.Selected() == 0 && !has_check_boxes;
+  return rows.Selectable && !is_settled;
+}
+
 bool CanBeChosen(const Control& control) {
   if (!control.TakesFocus() || !control.IsShown() || !control.IsUsable()) return false;
+  if (const auto* rows = dynamic_cast<const RowsControl*>(&control)) return HasChoice(*rows);
   const auto* box = dynamic_cast<const TextBox*>(&control);
   return box == nullptr || !box->IsMultiLine();
 }
@@ -105,9 +114,16 @@ CommandButton* CancelButton(const Form& form) {
   return FindButton(form, [](const CommandButton& button) { return button.Cancel; });
 }
 
-TextBox* FocusedTextBox(const Form& form) {
-  auto* box = dynamic_cast<TextBox*>(form.Focus());
-  return box != nullptr && CanBeChosen(*box) ? box : nullptr;
+std::vector<TextBox*> TextBoxesFromFocus(const Form& form) {
+  if (dynamic_cast<TextBox*>(form.Focus()) == nullptr) return {};
+  const std::vector<Control*>& controls = form.Controls();
+  std::vector<TextBox*> boxes;
+  for (auto at = std::find(controls.begin(), controls.end(), form.Focus()); at != controls.end();
+       ++at) {
+    auto* box = dynamic_cast<TextBox*>(*at);
+    if (box != nullptr && CanBeChosen(*box)) boxes.push_back(box);
+  }
+  return boxes;
 }
 
 std::string PromptOf(const TextBox& box) {

@@ -51,8 +51,9 @@ std::string DrawnCaption(std::string_view caption, bool has_mnemonic = true);
 CommandButton* DefaultButton(const Form& form);
 CommandButton* CancelButton(const Form& form);
 
-/// The text box with the focus, when it can be typed into; null otherwise.
-TextBox* FocusedTextBox(const Form& form);
+/// The text boxes that can be typed into, from the one with the focus on in tab order; none when
+/// the focus is elsewhere.
+std::vector<TextBox*> TextBoxesFromFocus(const Form& form);
 
 /// What names a text box to the user: the caption of the label before it.
 std::string PromptOf(const TextBox& box);

@@ -15,7 +15,6 @@ namespace {
 constexpr int kMostRows = 30;
 constexpr std::size_t kMostTextLines = 200;
 constexpr std::size_t kMostTextBytes = 64 * 1024;
-constexpr int kBarColumns = 30;
 
 /// Behind its key when it can be chosen, in parentheses when it is disabled.
 std::string WithKey(const std::string& drawn, const Control& control, const Choices* choices,
@@ -74,8 +73,10 @@ Lines DrawTextBox(const TextBox& box, const Choices* choices, int columns) {
   const std::string text = !box.IsPassword()    ? ForDisplay(box.Text())
                            : box.Text().empty() ? ""
                                                 : "********";
-  const int width = std::clamp(box.Bounds.width / kPixelsPerColumn, kFewestColumns, kMostColumns);
-  std::string field = CutToColumns(text, std::max(width, columns / 2));
+  const int room = columns - ColumnsOf(WithKey("[]", box, choices));
+  const int width =
+      std::min(room, std::clamp(box.Bounds.width / kPixelsPerColumn, kFewestColumns, kMostColumns));
+  std::string field = CutToColumns(text, std::min(room, std::max(width, columns / 2)));
   for (int i = ColumnsOf(field); i < width; ++i) field += '_';
   return {WithKey("[" + field + "]", box, choices)};
 }
@@ -121,15 +122,18 @@ Lines DrawControl(const Control& control, const Choices* choices, int columns) {
     return DrawRows(*rows, choices, columns);
   }
   if (const auto* tabs = dynamic_cast<const TabStrip*>(&control)) return {DrawTabs(*tabs, choices)};
-  if (const auto* bar = dynamic_cast<const ProgressBar*>(&control)) return {DrawBar(*bar)};
+  if (const auto* bar = dynamic_cast<const ProgressBar*>(&control))
+    return {DrawBar(*bar, std::min(columns, kMostBarColumns))};
   return {};
 }
 
-std::string DrawBar(const ProgressBar& bar) {
+std::string DrawBar(const ProgressBar& bar, int columns) {
+  const std::int64_t room = columns - 2;
   const std::int64_t range = std::max<std::int64_t>(1, std::int64_t{bar.Max} - bar.Min);
   const std::int64_t done = std::clamp<std::int64_t>(std::int64_t{bar.Value} - bar.Min, 0, range);
-  const auto filled = static_cast<std::size_t>(done * kBarColumns / range);
-  return "[" + std::string(filled, '#') + std::string(kBarColumns - filled, '-') + "]";
+  const auto filled = static_cast<std::size_t>(done * room / range);
+  return "[" + std::string(filled, '#') +
+         std::string(static_cast<std::size_t>(room) - filled, '-') + "]";
 }
 
 }  // namespace corvessa::desk

@@ -20,7 +20,9 @@ bool IsDrawn(const Control& control);
 /// The lines of one control, frames excepted, none wider than `columns`. `choices` may be null.
 Lines DrawControl(const Control& control, const Choices* choices, int columns);
 
-/// "[####----]".
-std::string DrawBar(const ProgressBar& bar);
+inline constexpr int kMostBarColumns = 32;
+
+/// "[####----]", `columns` wide.
+std::string DrawBar(const ProgressBar& bar, int columns);
 
 }  // namespace corvessa::desk

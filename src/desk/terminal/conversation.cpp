@@ -41,20 +41,25 @@ void Conversation::Run() {
 void Conversation::Turn() {
   const Choices choices(*form_);
   terminal_.Write(DrawForm(*form_, &choices, terminal_.Columns()));
-  if (TextBox* box = FocusedTextBox(*form_)) {
-    AskForFocusedText(*box);
-  } else {
-    AskForChoice(choices);
+  std::erase_if(asked_, [](const TextBox* box) { return box->Text().empty(); });
+  bool typed = false;
+  while (TextBox* box = NextText()) {
+    asked_.insert(box);
+    typed = TypeInto(*box, PromptOf(*box) + " (Enter alone for the other choices): ");
+    if (input_has_ended_ || !form_->IsVisible()) return;
+  }
+  if (!typed) {
+    AskForChoice(Choices(*form_));
+  } else if (CommandButton* button = DefaultButton(*form_)) {
+    Press(*button);
   }
 }
 
-void Conversation::AskForFocusedText(TextBox& box) {
-  if (TypeInto(box, PromptOf(box) + " (Enter alone for the other choices): ")) {
-    CommandButton* button = DefaultButton(*form_);
-    if (button != nullptr && form_->IsVisible()) Press(*button);
-  } else if (!input_has_ended_ && form_->IsVisible()) {
-    AskForChoice(Choices(*form_));
+TextBox* Conversation::NextText() const {
+  for (TextBox* box : TextBoxesFromFocus(*form_)) {
+    if (!asked_.contains(box)) return box;
   }
+  return nullptr;
 }
 
 bool Conversation::TypeInto(TextBox& box, std::string_view prompt) {
@@ -65,12 +70,14 @@ bool Conversation::TypeInto(TextBox& box, std::string_view prompt) {
     if (result == Terminal::SecretResult::kTooLong) terminal_.Write("That is too long.\n");
     if (secret.IsEmpty() || secret.View() == kEscape) return false;
     box.Type(secret.View());
+    box.Leave();
     return true;
   }
   const std::optional<std::string> line = terminal_.ReadLine(prompt);
   input_has_ended_ = !line;
   if (!line || line->empty() || *line == kEscape) return false;
   box.Type(*line);
+  box.Leave();
   return true;
 }
 
@@ -139,14 +146,13 @@ bool Conversation::Choose(std::string_view line, const Choices& choices) {
 
 void Conversation::FillTextBox(TextBox& box, std::string_view text) {
   if (text.empty()) {
-    if (!TypeInto(box, PromptOf(box) + ": ")) return;
+    TypeInto(box, PromptOf(box) + ": ");
   } else if (box.IsPassword()) {
     terminal_.Write("A passphrase is not typed where it can be seen; choose the box alone.\n");
-    return;
   } else {
     box.Type(text);
+    box.Leave();
   }
-  box.Leave();
 }
 
 void Conversation::Press(Control& control) {

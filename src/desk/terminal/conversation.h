@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -15,8 +16,10 @@ class Choices;
 class Terminal;
 
 /// A person answers a form line by line: the form is drawn, a line chooses what to do with it, and
-/// so on until the form is gone. Where the form has put the focus into a text box, the text is
-/// asked for first, and typing it presses the default button as Enter does.
+/// so on until the form is gone. Where the form has put the focus into a text box, its text and
+/// those of the boxes behind it are asked for first, each once: a line typed into the last one
+/// presses the default button as Enter does, and then come the choices. Only a box that is still
+/// empty is asked for again after the next choice.
 class Conversation {
  public:
   /// Whether the person may leave the form open, which a modal one does not allow.
@@ -32,7 +35,7 @@ class Conversation {
 
  private:
   void Turn();
-  void AskForFocusedText(TextBox& box);
+  TextBox* NextText() const;
   void AskForChoice(const Choices& choices);
   bool Obey(std::string_view line, const Choices& choices);
   bool Choose(std::string_view line, const Choices& choices);
@@ -48,6 +51,7 @@ class Conversation {
   bool may_leave_;
   bool has_left_ = false;
   bool input_has_ended_ = false;
+  std::set<const TextBox*> asked_;
   std::string answer_;
 };
 

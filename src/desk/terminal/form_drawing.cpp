@@ -178,14 +178,18 @@ std::string TextOf(const Form& form) {
   return text;
 }
 
-std::string StatusOf(const Form& form) {
+std::string StatusOf(const Form& form, int columns) {
+  constexpr int kStepColumns = 48;
+  constexpr int kFewestBarColumns = 10;
   const ProgressBar* bar = FindBar(form);
   // The step that runs now; a window without steps says what it says last.
   const auto* step =
       dynamic_cast<const Label*>(form.Find(bar != nullptr ? "lblDescription" : "lblCaption"));
   const std::string text =
       step == nullptr || step->Caption().empty() ? form.Caption : step->Caption();
-  return (bar == nullptr ? "" : DrawBar(*bar) + " ") + ForDisplay(text);
+  if (bar == nullptr) return ForDisplay(text);
+  const int bar_columns = std::clamp(columns - kStepColumns, kFewestBarColumns, kMostBarColumns);
+  return DrawBar(*bar, bar_columns) + " " + ForDisplay(text);
 }
 
 }  // namespace corvessa::desk

@@ -24,7 +24,8 @@ std::string DrawMessage(std::string_view text, std::string_view title, std::stri
 std::string TextOf(const Form& form);
 
 /// A window that only tells how far things are, in one line: "[####----] step" when it has a
-/// progress bar, its caption line otherwise.
-std::string StatusOf(const Form& form);
+/// progress bar, its caption line otherwise. The bar is the shorter the fewer `columns` there are,
+/// because the step tells more.
+std::string StatusOf(const Form& form, int columns);
 
 }  // namespace corvessa::desk

@@ -7,6 +7,7 @@
 #include "base/text.h"
 #include "desk/terminal/answers.h"
 #include "desk/terminal/choices.h"
+#include "desk/terminal/form_drawing.h"
 #include "forms/controls.h"
 #include "forms/form.h"
 #include "forms/list_controls.h"
@@ -107,8 +108,7 @@ GivenResult GiveAnswers(Form& form, Answers& answers) {
   if (form.Name() == kLogin) result.answer = GivePassphrase(form, answers);
   while (form.IsVisible() && answers.HasAnswers(form.Name())) {
     const std::string given = answers.NextAnswer(form.Name());
-    // What stands behind the colon is shown nowhere: it may be meant as a passphrase.
-    const std::string control = given.substr(0, given.find(':'));
+    const std::string control(ControlIn(given));
     const std::string problem = GiveAnswer(form, given);
     if (!problem.empty()) {
       result.problem =
@@ -120,10 +120,10 @@ GivenResult GiveAnswers(Form& form, Answers& answers) {
   return result;
 }
 
-std::string LoginPromptOf(const Form& form) {
+std::string QuestionOf(const Form& form) {
   const auto* prompt = dynamic_cast<const Label*>(form.Find("txtPrompt1"));
-  if (form.Name() != kLogin || prompt == nullptr) return {};
-  return " \"" + ForDisplay(prompt->Caption()) + "\"";
+  if (form.Name() == kLogin && prompt != nullptr) return ForDisplayLines(prompt->Caption());
+  return TextOf(form);
 }
 
 std::string ArgumentFor(const Form& form) {
@@ -133,7 +133,7 @@ std::string ArgumentFor(const Form& form) {
     if (dynamic_cast<const CommandButton*>(control) == nullptr || !control->IsShown()) continue;
     buttons += (buttons.empty() ? "" : "|") + AnswerName(*control);
   }
-  return "--answer " + form.Name() + "=" + buttons;
+  return buttons.empty() ? "" : "--answer " + form.Name() + "=" + buttons;
 }
 
 }  // namespace corvessa::desk

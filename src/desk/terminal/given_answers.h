@@ -25,11 +25,12 @@ struct GivenResult {
 /// check box to set ("on" or "off").
 GivenResult GiveAnswers(Form& form, Answers& answers);
 
-/// What a passphrase prompt asks, in quotation marks behind a blank, because it says what was wrong
-/// with the passphrase before; empty for other forms.
-std::string LoginPromptOf(const Form& form);
+/// What the form asks: its text, of a passphrase prompt only what was wrong with the passphrase
+/// before. Safe to print, lines ended by LF.
+std::string QuestionOf(const Form& form);
 
-/// The argument that would have answered the form: "--answer frmHTML=cmdConvert|cmdSend".
+/// The argument that would have answered the form: "--answer frmHTML=cmdConvert|cmdSend". Empty
+/// when it has no button.
 std::string ArgumentFor(const Form& form);
 
 }  // namespace corvessa::desk

@@ -42,6 +42,21 @@ std::string InOneLine(std::string_view text) {
   return Replace(ForDisplayLines(text), "\n", " ");
 }
 
+/// What was asked, for a complaint: behind a blank, in quotation marks; empty for an empty text. A
+/// long text loses its middle, because the question itself is at its end.
+std::string Quoted(std::string_view text) {
+  constexpr std::size_t kMost = 400;
+  constexpr std::size_t kEnd = 100;
+  std::string line = InOneLine(text);
+  if (line.empty()) return line;
+  const std::size_t length = Length(line);
+  if (length > kMost) {
+    const std::string_view before_end = Left(line, length - kEnd);
+    line = std::string(Left(line, kMost - kEnd)) + " … " + line.substr(before_end.size());
+  }
+  return " \"" + line + "\"";
+}
+
 }  // namespace
 
 TerminalUi::TerminalUi(Terminal& terminal, Answers& answers, TerminalUiOptions options)
@@ -82,8 +97,8 @@ std::string TerminalUi::AskBox(std::string_view text, std::string_view title, st
       Report(InOneLine(text));
       return std::string(kOk);
     }
-    Report("closed MessageBox \"" + InOneLine(text) +
-           "\" unanswered; answer it with --answer MessageBox=OK|Cancel");
+    Report("closed MessageBox" + Quoted(text) +
+           " unanswered; answer it with --answer MessageBox=OK|Cancel");
     return std::string(kCancel);
   }
   const bool is_error = (flags & platform::kBoxError) != 0;
@@ -120,11 +135,7 @@ void TerminalUi::ShowForm(Form& form) {
   // Nothing of it is for anybody to see.
   if (form.OffScreen) return;
   Record(form);
-  if (IsStatusOnly(form)) {
-    RefreshStatus();
-  } else if (quiet_ == 0) {
-    terminal_.Write(DrawForm(form, nullptr, terminal_.Columns()));
-  }
+  RefreshStatus();
 }
 
 void TerminalUi::RunModal(Form& form, Form* /*owner*/) {
@@ -157,8 +168,9 @@ std::string TerminalUi::AnswerBeforehand(Form& form) {
 }
 
 void TerminalUi::CloseUnanswered(Form& form) {
-  Report("closed " + form.Name() + LoginPromptOf(form) + " unanswered; answer it with " +
-         ArgumentFor(form));
+  const std::string argument = ArgumentFor(form);
+  Report("closed " + form.Name() + Quoted(QuestionOf(form)) + " unanswered" +
+         (argument.empty() ? "" : "; answer it with " + argument));
   form.PressCloseBox();
   // One that refuses would hold up the program for ever.
   form.Hide();
@@ -187,7 +199,7 @@ void TerminalUi::RefreshStatus() {
   if (newest == nullptr) {
     terminal_.ClearStatus();
   } else {
-    terminal_.ShowStatus(StatusOf(*newest));
+    terminal_.ShowStatus(StatusOf(*newest, terminal_.Columns()));
   }
 }
 

@@ -48,6 +48,8 @@ class TerminalUi final : public platform::Ui {
 
   std::int32_t MessageBox(std::string_view text, std::string_view title,
                           std::int32_t flags) override;
+  /// Records it. Nothing but the status line is drawn: the form is when RunForm asks what to do
+  /// with it, and not at all when the program reads it itself.
   void ShowForm(Form& form) override;
   void RunModal(Form& form, Form* owner) override;
   void FormGone(Form& form) override;
@@ -63,18 +65,6 @@ class TerminalUi final : public platform::Ui {
   void RunForm(Form& form);
   /// Lets that much time pass, and everything happen that happens meanwhile.
   void Wait(std::chrono::milliseconds time);
-  /// While one lives, forms shown without blocking are recorded but not drawn, because the program
-  /// reads them itself and tells what they say.
-  class Quiet {
-   public:
-    explicit Quiet(TerminalUi& ui) : ui_(ui) { ++ui_.quiet_; }
-    ~Quiet() { --ui_.quiet_; }
-    Quiet(const Quiet&) = delete;
-    Quiet& operator=(const Quiet&) = delete;
-
-   private:
-    TerminalUi& ui_;
-  };
 
   /// Everything shown so far, in order.
   const std::vector<ShownBox>& Boxes() const { return boxes_; }
@@ -95,7 +85,6 @@ class TerminalUi final : public platform::Ui {
   TerminalUiOptions options_;
   TimerDriver timers_;
   std::vector<ShownBox> boxes_;
-  int quiet_ = 0;
   /// The visible forms and their places in boxes_.
   std::map<const Form*, std::size_t> on_screen_;
 };
