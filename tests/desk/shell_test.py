@@ -58,7 +58,7 @@ class Shell(DeskCase):
         self.assertIn("Corvessa Options: [x] Encrypt on send, [x] Sign on send\n",
                       self.obey(child, f"reply {answer}"))
         self.assertIn("Corvessa Options: [x] Encrypt on send, [ ] Sign on send\n",
-                      self.obey(child, "click Sign on send"))
+                      self.obey(child, "click sign ON send"))
         self.assertIn(f"Sent encrypted, not signed: {out}\n", self.obey(child, f"send {out}"))
         self.assertIn("there is no command opne", self.obey(child, "opne"))
         # The line before comes back with the arrow key.
@@ -123,11 +123,12 @@ class Shell(DeskCase):
 
     def test_a_script_learns_of_a_failure(self):
         sent = self.sent(files={})
-        script = self.write("script", f"open {sent}\nsend x.eml\nclose\nquit\n")
+        empty = self.write("empty.eml", "")
+        script = self.write("script", f"open {sent}\nsend x.eml\nclose\nopen {empty}\nquit\n")
         with open(script, "rb") as lines:
             done = self.bob("shell", stdin=lines)
         self.assertDone(done, 2, err="corvessa-desk: the message in front was received; only a draft "
-                                     "can be sent\n")
+                                     f"can be sent\ncorvessa-desk: {empty} is empty, not a mail message\n")
         self.assertTrue(done.out.replace("\n", "").endswith(TEXT.replace("\n", "")))
         forged = self.write("forged.eml", self.sent("--no-encrypt", files={}).read_bytes().replace(b"Subject", b"X")
                             .replace(TEXT.split()[0].encode(), b"Never"))

@@ -16,9 +16,23 @@
 #include "desk/message_printing.h"
 #include "desk/message_report.h"
 #include "desk/sending.h"
+#include "desk/terminal/choices.h"
 
 namespace corvessa::desk {
 namespace {
+
+/// The caption of the visible button that was meant: as it is given, else in any case.
+std::string ButtonMeant(const Bars& bars, const std::string& caption) {
+  if (bars.FindButton(caption)) return caption;
+  for (const BarPtr& bar : bars.All()) {
+    if (!bar->IsVisible()) continue;
+    for (const ButtonPtr& button : bar->Buttons()) {
+      const std::string& shown = button->Look().caption;
+      if (button->Look().visible && LCase(DrawnCaption(shown)) == LCase(caption)) return shown;
+    }
+  }
+  return caption;
+}
 
 /// Words; quotation marks keep blanks together.
 std::vector<std::string> WordsOf(const std::string& line) {
@@ -165,7 +179,7 @@ void ShellSession::Click(const Arguments& arguments) {
   for (const std::string& word : arguments) caption += (caption.empty() ? "" : " ") + word;
   host_.BeginOperation();
   const auto window = Front();
-  if (!OutlookModel::Click(window->Bars(), caption)) {
+  if (!OutlookModel::Click(window->Bars(), ButtonMeant(window->Bars(), caption))) {
     Fail(Outcome::kWrongUse, "no button \"" + caption + "\" can be clicked; \"bars\" shows them");
   }
   host_.RunOpenForms();
