@@ -47,13 +47,14 @@ std::string WithoutNames(std::string_view key) {
   return bare;
 }
 
+/// Its secret numbers are kept elsewhere: in a backup or on a smartcard.
 bool IsStub(const std::string& secret_key) {
   const Ffi scratch = MakeFfi();
   const auto loaded = LoadKeys(scratch.get(), secret_key);
   if (loaded.empty()) return false;
   const auto key = FindKey(scratch.get(), loaded.front());
   return Get<bool>(rnp_key_have_secret, key.get()) &&
-         Text(rnp_key_get_protection_mode, key.get()) == "GPG-None";
+         Text(rnp_key_get_protection_type, key.get()).starts_with("GPG-");
 }
 
 /// A key of the data.
@@ -115,7 +116,8 @@ void Merge(rnp_ffi_t merged, const KeyRings& rings, const NewKey& key) {
   }
   if (!proven.empty()) {
     first.push_back(proven);
-  } else if (!is_known || key.has_secret) {
+  } else {
+    // A revocation, say, is worth having without a name.
     first.push_back(is_known ? WithoutNames(key.bytes) : key.bytes);
   }
   for (const auto* list : {&first, &last}) {

@@ -82,15 +82,12 @@ bool IsRevoked(rnp_key_handle_t key, rnp_key_handle_t primary) {
 }
 
 /// The key that the library checks a signature with: the one of the fingerprint in it, and only
-/// without that the one of the key ID. Anybody can write another key ID into a signature, so both
-/// have to mean the same key; empty when they do not, or when there is no such key.
-Key SigningKeyOf(const KeyStore& keys, rnp_signature_handle_t signature) {
+/// without that the one of the key ID. Empty when there is no such key.
+Key SigningKeyOf(const KeyStore& keys, rnp_signature_handle_t signature,
+                 const std::string& key_id) {
   const std::string fingerprint = Text(rnp_signature_get_key_fprint, signature);
-  const std::string key_id = Text(rnp_signature_get_keyid, signature);
-  auto key = fingerprint.empty() ? Make<Key>(rnp_locate_key, keys.ffi(), "keyid", key_id.c_str())
-                                 : FindKey(keys.ffi(), fingerprint);
-  const bool is_named = key && (key_id.empty() || Text(rnp_key_get_keyid, key.get()) == key_id);
-  return is_named ? std::move(key) : Key();
+  if (!fingerprint.empty()) return FindKey(keys.ffi(), fingerprint);
+  return Make<Key>(rnp_locate_key, keys.ffi(), "keyid", key_id.c_str());
 }
 
 Finding JudgeGood(const KeyStore& keys, rnp_key_handle_t key, rnp_key_handle_t primary,
@@ -106,11 +103,15 @@ Finding JudgeGood(const KeyStore& keys, rnp_key_handle_t key, rnp_key_handle_t p
 Finding Judge(const KeyStore& keys, rnp_op_verify_signature_t signature, bool text_only) {
   const auto handle = Make<Signature>(rnp_op_verify_signature_get_handle, signature);
   const std::string key_id = Text(rnp_signature_get_keyid, handle.get());
-  const auto key = SigningKeyOf(keys, handle.get());
+  const auto key = SigningKeyOf(keys, handle.get(), key_id);
   const auto primary = key ? keys.PrimaryOf(key.get()) : Key();
   const auto status = rnp_op_verify_signature_get_status(signature);
   if (status == RNP_ERROR_KEY_NOT_FOUND || !primary) {
     return {Kind::kUnknown, key_id, "The signer's key " + key_id + " is not to be had."};
+  }
+  // Nothing protects the key ID in a signature: anybody can write somebody else's into it.
+  if (!key_id.empty() && Text(rnp_key_get_keyid, key.get()) != key_id) {
+    return {Kind::kBad, key_id, "The signature names another key than the one that made it."};
   }
   const auto addresses = ValidAddresses(primary.get());
   // Never the text of a user ID: it can say anything, also somebody else's address.

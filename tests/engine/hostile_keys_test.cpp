@@ -1,0 +1,152 @@
+#include <gtest/gtest.h>
+
+#include "engine/armour.h"
+#include "engine/packets.h"
+#include "engine/profile.h"
+#include "support/gpg.h"
+
+namespace corvessa::engine {
+namespace {
+
+constexpr const char* kBob = "bob@example.org";
+constexpr const char* kMallory = "mallory@example.org";
+
+std::string Binary(std::string_view armoured, std::string_view kind = "PUBLIC KEY BLOCK") {
+  return Dearmour(FindArmour(armoured, kind)->block);
+}
+
+std::string IdBytes(const std::string& fingerprint) {
+  std::string bytes;
+  for (std::size_t i = fingerprint.size() - 16; i < fingerprint.size(); i += 2) {
+    bytes += static_cast<char>(std::stoi(fingerprint.substr(i, 2), nullptr, 16));
+  }
+  return bytes;
+}
+
+TEST(HostileKeysTest, AnothersKeyIdInASignatureMakesItNobodys) {
+  Profile reader;
+  Profile mallory;
+  const std::string bob = reader.Generate(kBob);
+  const std::string attacker = mallory.Generate(kMallory);
+  reader.Import(mallory.PublicKeys(kMallory));
+  mallory.Unlock(kMallory);
+  const std::string text = mallory.SignText("Pay me").second;
+  EXPECT_EQ(reader.VerifyText(text), "1 [mallory@example.org] [] Pay me");
+  EXPECT_EQ(reader.QueryKeyPair(kBob), 0);
+  const auto begin = text.find("-----BEGIN PGP SIGNATURE-----");
+  std::string signature = Dearmour(std::string_view(text).substr(begin));
+  const auto issuer = signature.find("\x09\x10" + IdBytes(attacker));
+  ASSERT_NE(issuer, std::string::npos);
+  signature.replace(issuer + 2, kKeyIdLength, IdBytes(bob));
+  const std::string forged = text.substr(0, begin) + Armour(signature, "signature", {});
+  EXPECT_EQ(reader.VerifyText(forged), "0 [" + bob.substr(24) + "] [] ");
+}
+
+TEST(HostileKeysTest, MadeUpNamesDoNotSpoilAKey) {
+  Profile profile;
+  profile.Generate(kBob);
+  const std::string key = Binary(profile.PublicKeys(kBob));
+  const auto parts = SplitKey(key);
+  ASSERT_EQ(parts.size(), 3U);
+  const std::string name(parts[1].bytes);
+  const std::string real = "bob@example.org";
+  const auto at = name.find(real);
+  ASSERT_NE(at, std::string::npos);
+  std::string made_up = name;
+  made_up.replace(at, real.size(), "evil@example.or");
+  const std::string primary(parts[0].bytes);
+  const std::string subkey(parts[2].bytes);
+  const std::string only = primary + made_up + subkey;
+  for (const auto& poison :
+       {primary + name + made_up + subkey, primary + made_up + name + subkey, only}) {
+    profile.Import(poison);
+    EXPECT_EQ(profile.QueryKeyPair(kBob), 0);
+    EXPECT_EQ(profile.QueryKeyPair("evil@example.or"), -13);
+  }
+  Profile other;
+  other.Import(only);
+  other.Import(key);
+  EXPECT_EQ(other.QueryKeyPair(kBob), 0);
+}
+
+TEST(HostileKeysTest, AKeyWithAnothersSubkeyIsRefused) {
+  testing::Gpg gpg;
+  gpg.Generate(kBob, "ed25519");
+  gpg.Generate(kMallory, "ed25519");
+  Profile profile;
+  const std::string bob = gpg.Make("--export bob@example.org");
+  const std::string mallory = gpg.Make("--export mallory@example.org");
+  profile.Import(bob);
+  std::vector<KeyInfo> imported;
+  EXPECT_EQ(profile.engine->ImportKeys(mallory + std::string(SplitKey(bob)[2].bytes), imported),
+            -6);
+  EXPECT_EQ(profile.QueryKeyPair(kMallory), -13);
+  EXPECT_EQ(profile.QueryKeyPair(kBob), 0);
+}
+
+class OwnKeysTest : public ::testing::Test {
+ protected:
+  OwnKeysTest() { gpg.Generate(kBob, "ed25519"); }
+  std::string Secret() { return gpg.Make("--export-secret-keys bob@example.org"); }
+  void AddSubkey(const std::string& kind) {
+    gpg.Make("--quick-add-key " + gpg.Fingerprint(kBob) + " " + kind + " never");
+  }
+
+  testing::Gpg gpg;
+  Profile profile;
+};
+
+TEST_F(OwnKeysTest, AWholeSecretKeyTakesThePlaceOfItsStub) {
+  profile.Import(gpg.Make("--export-secret-subkeys bob@example.org"));
+  profile.Import(Secret());
+  profile.Unlock(kBob);
+  EXPECT_EQ(profile.SignText("x").first, 0);
+}
+
+TEST_F(OwnKeysTest, ASecretSubkeyThatComesLaterIsUnlockedWithTheNextPassphrase) {
+  profile.Import(Secret());
+  profile.Unlock(kBob);
+  AddSubkey("cv25519 encr");
+  std::vector<KeyInfo> imported;
+  EXPECT_EQ(profile.Reopened()->ImportKeys(Secret(), imported), 0);
+  profile.Unlock(kBob);
+  EXPECT_EQ(profile.DecryptText(gpg.Make("--armor --encrypt -r bob@example.org", "x")),
+            Outcome(0, "x"));
+}
+
+TEST_F(OwnKeysTest, ASubkeyWhoseSecretIsElsewhereDoesNotKeepFromSigning) {
+  profile.Import(Secret());
+  AddSubkey("ed25519 sign");
+  profile.Import(gpg.Make("--export bob@example.org"));
+  profile.Unlock(kBob);
+  EXPECT_EQ(profile.SignText("x").first, 0);
+}
+
+TEST_F(OwnKeysTest, APublicRingThatIsOlderThanTheSecretOneLosesNothing) {
+  profile.Import(Secret());
+  const auto ring = profile.folder / "keys" / "public.ring";
+  const std::string older = testing::ContentOf(ring);
+  AddSubkey("cv25519 encr");
+  profile.Import(Secret());
+  testing::WriteContent(ring, older);
+  profile.Unlock(kBob);
+  EXPECT_EQ(profile.DecryptText(gpg.Make("--armor --encrypt -r bob@example.org", "x")),
+            Outcome(0, "x"));
+}
+
+TEST_F(OwnKeysTest, ARevocationReachesAKeyThatIsThere) {
+  profile.Import(gpg.Make("--export bob@example.org"));
+  EXPECT_EQ(profile.QueryKeyPair(kBob), 0);
+  gpg.Revoke(kBob);
+  profile.Import(gpg.Make("--export bob@example.org"));
+  EXPECT_EQ(profile.QueryKeyPair(kBob), -13);
+}
+
+TEST_F(OwnKeysTest, SecretPacketsInThePublicRingStayInIt) {
+  profile.Import(gpg.Make("--export bob@example.org"));
+  testing::WriteContent(profile.folder / "keys" / "public.ring", Secret());
+  EXPECT_FALSE(HoldsSecretKeys(Binary(profile.PublicKeys(kBob))));
+}
+
+}  // namespace
+}  // namespace corvessa::engine
