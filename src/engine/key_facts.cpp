@@ -113,6 +113,11 @@ std::vector<Key> WithSubkeys(rnp_ffi_t ffi, rnp_key_handle_t primary) {
   return keys;
 }
 
+bool IsStub(rnp_key_handle_t key) {
+  return Get<bool>(rnp_key_have_secret, key) &&
+         Text(rnp_key_get_protection_type, key).starts_with("GPG-");
+}
+
 KeyFacts FactsOf(rnp_key_handle_t primary) {
   KeyFacts facts;
   facts.fingerprint = Text(rnp_key_get_fprint, primary);

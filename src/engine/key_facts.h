@@ -27,6 +27,9 @@ std::vector<Key> WithSubkeys(rnp_ffi_t ffi, rnp_key_handle_t primary);
 
 KeyFacts FactsOf(rnp_key_handle_t primary);
 
+/// It stands for a secret key whose numbers are kept elsewhere: in a backup or on a smartcard.
+bool IsStub(rnp_key_handle_t key);
+
 /// Binary keys as they are; of armour all public and secret key blocks, one after the other.
 std::string BinaryKeys(std::string_view data);
 

@@ -47,14 +47,10 @@ std::string WithoutNames(std::string_view key) {
   return bare;
 }
 
-/// Its secret numbers are kept elsewhere: in a backup or on a smartcard.
-bool IsStub(const std::string& secret_key) {
+bool HoldsStub(const std::string& secret_key) {
   const Ffi scratch = MakeFfi();
   const auto loaded = LoadKeys(scratch.get(), secret_key);
-  if (loaded.empty()) return false;
-  const auto key = FindKey(scratch.get(), loaded.front());
-  return Get<bool>(rnp_key_have_secret, key.get()) &&
-         Text(rnp_key_get_protection_type, key.get()).starts_with("GPG-");
+  return !loaded.empty() && IsStub(FindKey(scratch.get(), loaded.front()).get());
 }
 
 /// A key of the data.
@@ -112,7 +108,7 @@ void Merge(rnp_ffi_t merged, const KeyRings& rings, const NewKey& key) {
     const bool holds_names = !WithProvenNames(held).empty();
     is_known = is_known || holds_names;
     if (!entry->secret && !holds_names && !proven.empty()) continue;
-    (entry->secret && IsStub(held) ? last : first).push_back(std::move(held));
+    (entry->secret && HoldsStub(held) ? last : first).push_back(std::move(held));
   }
   if (!proven.empty()) {
     first.push_back(proven);

@@ -19,6 +19,7 @@ bool UnlockPackets(rnp_ffi_t ffi, const std::string& fingerprint, const SecretSt
   bool is_protected = false;
   bool fits = false;
   for (const auto& key : WithSubkeys(ffi, primary.get())) {
+    if (IsStub(key.get())) continue;
     const bool opened = rnp_key_unlock(key.get(), passphrase.View().data()) == RNP_SUCCESS;
     if (!opened || Get<bool>(rnp_key_is_protected, key.get())) {
       is_protected = true;
@@ -26,6 +27,11 @@ bool UnlockPackets(rnp_ffi_t ffi, const std::string& fingerprint, const SecretSt
     }
   }
   return fits || !is_protected;
+}
+
+void ForgetStub(rnp_ffi_t ffi, const std::string& fingerprint) {
+  const auto key = FindKey(ffi, fingerprint);
+  if (key && IsStub(key.get())) Check(rnp_key_remove(key.get(), RNP_KEY_REMOVE_SECRET));
 }
 
 bool Fits(const std::string& data, const std::string& fingerprint, const SecretString& passphrase) {
@@ -146,7 +152,8 @@ void KeyStore::Unlock(std::string_view address, const SecretString& passphrase) 
       if (!Fits(data, fingerprint, passphrase)) continue;
       unlocked_.erase(known);
     }
-    // Also what has come to a key since it was unlocked.
+    // Also what has come to a key since it was unlocked, be it the whole key in place of a stub.
+    ForgetStub(ffi_.get(), fingerprint);
     LoadKeys(ffi_.get(), data);
     if (!UnlockPackets(ffi_.get(), fingerprint, passphrase)) continue;
     unlocked_.push_back(fingerprint);

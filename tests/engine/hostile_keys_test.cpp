@@ -98,6 +98,8 @@ class OwnKeysTest : public ::testing::Test {
 
 TEST_F(OwnKeysTest, AWholeSecretKeyTakesThePlaceOfItsStub) {
   profile.Import(gpg.Make("--export-secret-subkeys bob@example.org"));
+  profile.Unlock(kBob);
+  EXPECT_EQ(profile.SignText("x").first, -13);
   profile.Import(Secret());
   profile.Unlock(kBob);
   EXPECT_EQ(profile.SignText("x").first, 0);

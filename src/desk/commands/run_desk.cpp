@@ -70,15 +70,24 @@ void TakeAnswers(CommandContext& context) {
   }
 }
 
+/// A misspelt answer answers nothing, which nobody would notice else.
+void TellOfUnusedAnswers(const CommandContext& context) {
+  for (const std::string& answer : context.answers.Unused()) {
+    context.Tell("the answer " + answer + " was not asked for");
+  }
+}
+
 Outcome Run(CommandContext& context) {
   try {
     TakeAnswers(context);
     const Outcome outcome = context.Judge(context.run());
+    TellOfUnusedAnswers(context);
     context.out.flush();
     if (!context.out) Fail(Outcome::kEnvironment, "the output cannot be written");
     return outcome;
   } catch (const Failure& failure) {
     context.TellFailure(failure.outcome, failure.message);
+    if (failure.outcome == Outcome::kRefused) TellOfUnusedAnswers(context);
     return context.Judge(failure.outcome);
   } catch (const Error& error) {
     context.TellFailure(Outcome::kEnvironment, WithoutFullStop(error.description));
