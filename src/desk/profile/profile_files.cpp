@@ -86,9 +86,15 @@ ProfileFiles::ProfileFiles(fs::path drive_c) : drive_c_(std::move(drive_c)) {
 }
 
 fs::path ProfileFiles::LocalPath(std::string_view windows_path) const {
+  auto local = PathOnDriveC(windows_path);
+  if (!local) Raise(kPathNotFound);
+  return std::move(*local);
+}
+
+std::optional<fs::path> ProfileFiles::PathOnDriveC(std::string_view windows_path) const {
   const bool on_drive_c = windows_path.size() >= 3 && LCase(windows_path.substr(0, 2)) == "c:" &&
                           IsSeparator(windows_path[2]);
-  if (!on_drive_c || windows_path.find('\0') != std::string_view::npos) Raise(kPathNotFound);
+  if (!on_drive_c || windows_path.find('\0') != std::string_view::npos) return std::nullopt;
   windows_path.remove_prefix(3);
   fs::path local = drive_c_;
   while (!windows_path.empty()) {
@@ -96,7 +102,7 @@ fs::path ProfileFiles::LocalPath(std::string_view windows_path) const {
     const auto length = static_cast<std::size_t>(end - windows_path.begin());
     const std::string_view name = windows_path.substr(0, length);
     windows_path.remove_prefix(std::min(length + 1, windows_path.size()));
-    if (name == "..") Raise(kPathNotFound);
+    if (name == "..") return std::nullopt;
     if (!name.empty() && name != ".") local /= name;
   }
   return local;
@@ -159,12 +165,14 @@ void ProfileFiles::Delete(std::string_view path) {
 }
 
 bool ProfileFiles::FileExists(std::string_view path) {
-  const auto found = Look(LocalPath(path));
+  const auto local = PathOnDriveC(path);
+  const auto found = local ? Look(*local) : std::nullopt;
   return found && !S_ISDIR(found->st_mode);
 }
 
 bool ProfileFiles::FolderExists(std::string_view path) {
-  const auto found = Look(LocalPath(path));
+  const auto local = PathOnDriveC(path);
+  const auto found = local ? Look(*local) : std::nullopt;
   return found && S_ISDIR(found->st_mode);
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,7 +13,8 @@ namespace corvessa::desk {
 
 /// The files of a profile: drive C is a folder, every other drive is not there. Names keep their
 /// case and are told apart by it, so that two attachments never fall on one file. A path stays
-/// below the folder: ".." is refused (76), and so is whatever is no absolute path of drive C.
+/// below the folder: ".." is refused (76), and so is whatever is no absolute path of drive C;
+/// nothing exists there.
 class ProfileFiles final : public platform::Files {
  public:
   /// Makes the folder, and that for temporary files in it, private to the owner, where missing.
@@ -42,6 +44,9 @@ class ProfileFiles final : public platform::Files {
   std::string TemporaryFolder() override;
 
  private:
+  /// Nothing for a path that leads elsewhere.
+  std::optional<std::filesystem::path> PathOnDriveC(std::string_view windows_path) const;
+
   std::filesystem::path drive_c_;
 };
 
