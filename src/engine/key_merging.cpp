@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "engine/key_facts.h"
-#include "engine/key_rings.h"
 #include "engine/packets.h"
 #include "engine/status.h"
 
@@ -130,6 +129,18 @@ Ffi MergedWithRings(const KeyRings& rings, std::string_view data) {
   Ffi merged = MakeFfi();
   for (const auto& key : keys) Merge(merged.get(), rings, key);
   return merged;
+}
+
+void RefuseLosses(const KeyRings& rings, const std::vector<KeyRings::NewKey>& keys) {
+  for (const auto& key : keys) {
+    for (const auto* entry : rings.FindByFingerprint(key.facts.fingerprint)) {
+      if (entry->secret != key.secret) continue;
+      if (SplitKey(rings.Read(*entry)).size() <= SplitKey(key.data).size()) continue;
+      Fail(kKeyStoreTrouble, "The key " + key.facts.fingerprint +
+                                 " holds parts that are unknown here and would be lost; nothing "
+                                 "was taken.");
+    }
+  }
 }
 
 std::string ClaimedKey(const KeyRings& rings, const KeyFacts& facts) {

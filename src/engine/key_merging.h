@@ -2,12 +2,13 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "engine/key_rings.h"
 #include "engine/rnp_handles.h"
 
 namespace corvessa::engine {
 
-class KeyRings;
 struct KeyFacts;
 
 // Anybody can write a key file. What it holds must not spoil the keys that are there already: the
@@ -16,6 +17,10 @@ struct KeyFacts;
 /// The keys of the data, armoured or binary, together with what the rings hold of them. Failure:
 /// there is no key in the data, or one claims a key of another.
 Ffi MergedWithRings(const KeyRings& rings, std::string_view data);
+
+/// Failure when one of the keys has fewer names or subkeys than the rings hold of it: another
+/// program wrote there what the library does not know, and it would be lost.
+void RefuseLosses(const KeyRings& rings, const std::vector<KeyRings::NewKey>& keys);
 
 /// The ID of a subkey of that key, or of the key itself, that belongs to another key of the rings;
 /// "" for none. The library would take the one for the other.

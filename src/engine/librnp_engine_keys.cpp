@@ -131,6 +131,7 @@ EngineStatus LibrnpEngine::ImportKeys(std::string_view data, std::vector<KeyInfo
       AddForRings(merged.get(), key.get(), keys);
       infos.push_back(InfoOf(merged.get(), key.get()));
     }
+    RefuseLosses(keys_.rings(), keys);
     keys_.Store(lock, keys);
     imported = std::move(infos);
     return kDone;

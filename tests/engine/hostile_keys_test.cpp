@@ -136,6 +136,17 @@ TEST_F(OwnKeysTest, APublicRingThatIsOlderThanTheSecretOneLosesNothing) {
             Outcome(0, "x"));
 }
 
+TEST_F(OwnKeysTest, WhatAnotherProgramPutIntoARingIsNotLost) {
+  const std::string unknown_subkey("\xCE\x0A\x04zzzz\x63numb", 12);
+  profile.Import(Secret());
+  const auto ring = profile.folder / "keys" / "public.ring";
+  const std::string content = testing::ContentOf(ring) + unknown_subkey;
+  testing::WriteContent(ring, content);
+  std::vector<KeyInfo> imported;
+  EXPECT_EQ(profile.engine->ImportKeys(Secret(), imported), -7);
+  EXPECT_EQ(testing::ContentOf(ring), content);
+}
+
 TEST_F(OwnKeysTest, ARevocationReachesAKeyThatIsThere) {
   profile.Import(gpg.Make("--export bob@example.org"));
   EXPECT_EQ(profile.QueryKeyPair(kBob), 0);
