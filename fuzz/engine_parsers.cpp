@@ -43,6 +43,11 @@ void ReadRing(std::string_view ring) {
   std::size_t end = 0;
   for (const auto& piece : SplitKeyRing(ring, damaged)) {
     Require(piece.offset == end && piece.length > 0);
+    std::size_t covered = 0;
+    for (const auto& part : SplitKey(ring.substr(piece.offset, piece.length))) {
+      covered += part.bytes.size();
+    }
+    Require(covered == piece.length);
     end += piece.length;
   }
   Require(end <= ring.size() && (damaged || end == ring.size()));
