@@ -189,8 +189,14 @@ std::string ForDisplay(std::string_view text) {
   return shown;
 }
 
-std::string ForDisplayLines(std::string_view text) {
+std::string ForDisplayLines(std::string_view raw) {
   constexpr std::size_t kTabWidth = 8;
+  // Line ends of other worlds must not vanish: they part what stands around them.
+  std::string lines(raw);
+  for (const char* end : {"\xC2\x85", "\xE2\x80\xA8", "\xE2\x80\xA9"}) {
+    lines = Replace(lines, end, "\n");
+  }
+  std::string_view text = lines;
   std::string shown;
   std::size_t line_begin = 0;
   while (!text.empty()) {

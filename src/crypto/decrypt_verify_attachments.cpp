@@ -93,6 +93,11 @@ std::int32_t CryptoOperations::VerifyAllAttachments(AttachmentNodes& attachments
       data->lSignStatus = signature->lSignStatus = platform::engine_status::kUnexpected;
       Guarded("CryptoOperations:VerifyAllAttachments - ",
               [&] { VerifyAttachment(*data, *signature); });
+      // A document that only holds a signature is nobody's word itself.
+      if (!HoldsReadableSignature(signature->sFilename)) {
+        signature->lSignStatus = kNotSigned;
+        signature->sSigners.clear();
+      }
       if (data->lSignStatus != kGoodSignature) result = data->lSignStatus;
     });
   });

@@ -172,6 +172,13 @@ SavingResult SaveThroughDialog(DeskHost& host, const ButtonPtr& button,
       saving.Complain(results[i].name + ": " + results[i].complaint, Outcome::kRefused);
     }
     if (results[i].file.empty()) continue;
+    const auto is_of_that_name = [&](const Result& later) { return later.file == results[i].file; };
+    if (std::any_of(results.begin() + static_cast<std::ptrdiff_t>(i) + 1, results.end(),
+                    is_of_that_name)) {
+      saving.Complain(results[i].name + " was not saved: another attachment has the same name",
+                      Outcome::kRefused);
+      continue;
+    }
     SaveNew(*FileContent(work.Local() / results[i].file), targets[i], report.attachments[i],
             saving);
   }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "desk/mail/attachment_name.h"
 #include "desk/mail/attachment_store.h"
 #include "desk/profile/system_clock.h"
 #include "platform/redemption.h"
@@ -69,7 +70,9 @@ ItemData ItemOf(const mail::Mail& source) {
   AddRecipients(source.bcc, RecipientKind::kBcc, item.recipients);
   for (const mail::Mailbox& mailbox : source.reply_to) item.reply_to.push_back(PersonOf(mailbox));
   item.subject = source.subject;
-  item.body = Share(source.body_text);
+  // Some programs put a blank text beside the HTML that says everything.
+  const bool is_blank = source.body_text.find_first_not_of(" \t\r\n") == std::string::npos;
+  if (!is_blank || source.body_html.empty()) item.body = Share(source.body_text);
   item.html = Share(source.body_html);
   for (const mail::Attachment& attachment : source.attachments) {
     item.attachments.push_back(std::make_shared<const AttachmentData>(
@@ -129,8 +132,17 @@ ItemData DraftItem(const mail::Mail& source) {
   ItemData item = ItemOf(source);
   item.folder = kDrafts;
   // How it is protected is chosen anew, by whoever sends it.
-  for (const char* choice : {"X-Nimbra-NoEncrypt", "X-Nimbra-NoSign"}) {
-    item.properties.erase({std::string(platform::kInternetHeaders), choice});
+  std::erase_if(item.properties, [](const auto& property) {
+    const std::string name = LCase(property.first.second);
+    return name == "x-nimbra-noencrypt" || name == "x-nimbra-nosign";
+  });
+  // The name of an embedded mail that nobody named is its subject, which is not for all to read.
+  for (std::size_t i = 0; i < source.attachments.size(); ++i) {
+    if (!source.attachments[i].is_named_by_subject) continue;
+    AttachmentData attachment = *item.attachments[i];
+    attachment.file_name = attachment.display_name =
+        mail::GenericFileName(i + 1, source.attachments[i].content_type);
+    item.attachments[i] = std::make_shared<const AttachmentData>(std::move(attachment));
   }
   return item;
 }

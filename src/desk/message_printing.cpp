@@ -48,11 +48,11 @@ void PrintMessage(std::ostream& out, const ItemData& item, const MessageReport& 
   PrintField(out, "Date:    ", item.received_time);
   PrintField(out, "Subject: ", item.subject);
   for (const std::string& line : report.status_lines) PrintField(out, "Status:  ", line);
+  // Above the text, which could be written to look like a list of attachments.
+  if (!report.attachments.empty()) out << "Attachments:\n";
+  for (const AttachmentReport& attachment : report.attachments) PrintAttachment(out, attachment);
   const std::string text = ForDisplayLines(*item.body);
   out << "\n" << text << (text.ends_with('\n') || text.empty() ? "" : "\n");
-  if (report.attachments.empty()) return;
-  out << "\nAttachments:\n";
-  for (const AttachmentReport& attachment : report.attachments) PrintAttachment(out, attachment);
 }
 
 void PrintBars(std::ostream& out, const Bars& bars) {

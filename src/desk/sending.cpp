@@ -1,6 +1,8 @@
 #include "desk/sending.h"
 
 #include <algorithm>
+#include <iterator>
+#include <set>
 
 #include "base/text.h"
 #include "desk/desk_host.h"
@@ -83,12 +85,32 @@ bool AgreedToSendInClear(const std::vector<ShownBox>& boxes, std::size_t first) 
 
 /// Outlook would let it go, also where the add-in is switched off. A program for people who cannot
 /// afford that does not.
-void RefuseUnagreedClearText(DeskHost& host, const ItemData& item, std::size_t first_box) {
-  if (Carries(item, "X-Nimbra-NoEncrypt") || AgreedToSendInClear(host.Ui().Boxes(), first_box)) {
-    return;
-  }
+void RefuseUnagreedClearText(DeskHost& host, const ItemPtr& sent, const ItemData& item,
+                             std::size_t first_box) {
+  // Without a window nobody has seen that an answer to an encrypted message is not to be encrypted.
+  const bool was_chosen = Carries(item, "X-Nimbra-NoEncrypt") &&
+                          (sent->Window() || !Carries(item, "X-Nimbra-Corvessa-Encrypted-Reply"));
+  if (was_chosen || AgreedToSendInClear(host.Ui().Boxes(), first_box)) return;
   Fail(Outcome::kRefused,
        "not sent: the add-in would have let it travel without encryption; --no-encrypt agrees");
+}
+
+/// The add-in sends a message without an attachment that it could not put back.
+void RequireAttachments(const ItemData& before, const ItemData& travelling) {
+  std::multiset<std::string> missing;
+  for (const auto& attachment : before.attachments) missing.insert(attachment->display_name);
+  std::ptrdiff_t others = 0;
+  for (const auto& attachment : travelling.attachments) {
+    const auto found = missing.find(attachment->display_name);
+    if (found != missing.end()) {
+      missing.erase(found);
+    } else if (!attachment->display_name.ends_with(".sig")) {
+      ++others;  // one that was given another name
+    }
+  }
+  if (std::ssize(missing) <= others) return;
+  Fail(Outcome::kRefused,
+       "not sent: " + ForDisplay(*missing.begin()) + " is missing from what would have travelled");
 }
 
 void RequireRecipients(const ItemData& item) {
@@ -143,14 +165,17 @@ SentMail SendItem(DeskHost& host, const ItemPtr& item, const mail::Mail& base,
   RequireRecipients(item->Data());
   const std::size_t first_box = host.BeginOperation();
   SentMail sent;
-  const std::string text_before = *item->Data().body;
+  const ItemData before = item->Data();
   const SignatureWatch watch(item);
   host.Outlook().OnDeliver([&](const ItemData& travelling) {
     if (host.IsInterrupted()) Fail(Outcome::kRefused, "not sent: interrupted");
     // A text that somebody wrote to look so was not encrypted here.
-    sent.encrypted = IsArmour(*travelling.body, kEncryptedStart) && *travelling.body != text_before;
+    sent.encrypted =
+        IsArmour(*travelling.body, kEncryptedStart) && *travelling.body != *before.body;
     sent.is_signed = watch.IsSigned();
-    if (!sent.encrypted && !may_be_clear) RefuseUnagreedClearText(host, travelling, first_box);
+    if (!sent.encrypted && !may_be_clear)
+      RefuseUnagreedClearText(host, item, travelling, first_box);
+    RequireAttachments(before, travelling);
     sent.mail = MailOf(travelling, WithSender(base, host.Owner()));
     mail::StampMail(sent.mail);
     deliver(sent.mail);

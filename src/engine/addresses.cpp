@@ -14,12 +14,32 @@ bool IsPlain(char c) {
   return c > ' ' && c < '\x7f';
 }
 
+bool IsAlphanumeric(char c) {
+  return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+bool IsDomain(std::string_view text) {
+  const bool has_empty_part =
+      text.starts_with('.') || text.ends_with('.') || text.find("..") != std::string_view::npos;
+  return !text.empty() && !has_empty_part && std::ranges::all_of(text, [](char c) {
+    return IsAlphanumeric(c) || c == '-' || c == '.';
+  });
+}
+
+// Quotes, brackets and the like around an address would be one to a reader, but not to a
+// comparison.
+bool IsLocalPart(std::string_view text) {
+  return !text.empty() && (IsAlphanumeric(text.front()) || text.front() == '_') &&
+         std::ranges::all_of(text, [](char c) {
+           return IsPlain(c) &&
+                  std::string_view("()<>[]:;@\\,\"`*").find(c) == std::string_view::npos;
+         });
+}
+
 bool IsAddress(std::string_view text) {
   const auto at = text.find('@');
-  return at != std::string_view::npos && at > 0 && at + 1 < text.size() &&
-         text.find('@', at + 1) == std::string_view::npos &&
-         text.find_first_of("<>,;\"") == std::string_view::npos &&
-         std::ranges::all_of(text, IsPlain);
+  return at != std::string_view::npos && IsLocalPart(text.substr(0, at)) &&
+         !text.substr(0, at).ends_with('\'') && IsDomain(text.substr(at + 1));
 }
 
 }  // namespace

@@ -65,7 +65,8 @@ KeyRings::Lock::Lock(const std::filesystem::path& folder)
 
 KeyRings::KeyRings(std::filesystem::path folder) : folder_(std::move(folder)) {
   std::error_code ignored;
-  std::filesystem::create_directories(folder_, ignored);
+  if (!std::filesystem::create_directories(folder_, ignored)) return;
+  std::filesystem::permissions(folder_, std::filesystem::perms::owner_all, ignored);
 }
 
 std::filesystem::path KeyRings::RingPath(bool secret) const {

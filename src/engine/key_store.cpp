@@ -86,8 +86,11 @@ Key KeyStore::Load(const RingEntry& entry) {
 std::vector<Key> KeyStore::PublicKeys(std::string_view address) {
   std::vector<Key> keys;
   for (const auto* entry : rings_.FindByAddress(address)) keys.push_back(Load(*entry));
-  for (const auto& fingerprint : looked_up_) {
-    if (auto key = FindKey(ffi_.get(), fingerprint)) keys.push_back(std::move(key));
+  // Whom the user has a key of, usable or not, no key server speaks for.
+  if (keys.empty()) {
+    for (const auto& fingerprint : looked_up_) {
+      if (auto key = FindKey(ffi_.get(), fingerprint)) keys.push_back(std::move(key));
+    }
   }
   std::erase_if(keys, [&](const Key& key) { return !CarriesAddress(key.get(), address); });
   return keys;
@@ -125,7 +128,10 @@ void KeyStore::AddLookedUp(std::string_view data, Use use,
   const Ffi scratch = MakeFfi();
   for (const auto& fingerprint : LoadKeys(scratch.get(), data)) {
     const auto key = FindKey(scratch.get(), fingerprint);
-    if (!wanted(key.get()) || !ClaimedKey(rings_, FactsOf(key.get())).empty()) continue;
+    if (!rings_.FindByFingerprint(fingerprint).empty() || !wanted(key.get()) ||
+        !ClaimedKey(rings_, FactsOf(key.get())).empty()) {
+      continue;
+    }
     LoadKeys(ffi_.get(), ExportPublic(key.get()));
     (use == Use::kVerify ? for_verifying_ : looked_up_).insert(fingerprint);
   }

@@ -51,7 +51,8 @@ class KeyStore {
     kVerify,  ///< fetched because a mail named its ID: whoever wrote the mail chose the key
   };
   /// Takes the public half of a key from a key server into this session if it is what was wanted.
-  /// It is never put into a ring.
+  /// It is never put into a ring, and a key of the rings is never changed by it: its owner could
+  /// give it somebody else's name there.
   void AddLookedUp(std::string_view data, Use use,
                    const std::function<bool(rnp_key_handle_t)>& wanted);
   /// The key came from a key server and is in no ring.

@@ -71,9 +71,9 @@ bool IsImpostor(const KeyStore& keys, rnp_key_handle_t primary) {
 }
 
 Finding NoUsableKey(const std::string& address) {
-  return {
-      Kind::kInvalidKey, address,
-      "The key of " + address + " is not usable: it is expired, revoked or without a valid name."};
+  return {Kind::kInvalidKey, address,
+          "The key of " + address +
+              " is not usable: it is expired, revoked, without a valid name or not for signing."};
 }
 
 // The library calls every signature of a revoked key invalid, whether it fits the content or not.
@@ -92,7 +92,10 @@ Key SigningKeyOf(const KeyStore& keys, rnp_signature_handle_t signature,
 
 Finding JudgeGood(const KeyStore& keys, rnp_key_handle_t key, rnp_key_handle_t primary,
                   const std::string& address) {
-  if (!HasValidUserId(primary) || !IsUsable(primary) || !IsUsable(key)) return NoUsableKey(address);
+  const bool may_sign = Get<bool>(rnp_key_allows_usage, key, "sign");
+  if (!HasValidUserId(primary) || !IsUsable(primary) || !IsUsable(key) || !may_sign) {
+    return NoUsableKey(address);
+  }
   if (IsImpostor(keys, primary)) {
     return {Kind::kInvalidKey, address,
             "The key that signed is not the key in your rings for " + address + "."};

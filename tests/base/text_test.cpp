@@ -74,6 +74,10 @@ TEST(Text, ForDisplayDropsWhatWouldDisguiseATextButKeepsTheRest) {
 TEST(Text, ForDisplayLinesKeepsLinesAndWidensTabs) {
   EXPECT_EQ(ForDisplayLines("a\r\nb\rc\n\n\x1b[2Jd\r\n"), "a\nb\nc\n\n[2Jd\n");
   EXPECT_EQ(ForDisplayLines("\té\tx\n1234567\t8\t"), "        é       x\n1234567 8       ");
+  EXPECT_EQ(ForDisplayLines("1\xC2\x85"
+                            "0\xE2\x80\xA8"
+                            "0"),
+            "1\n0\n0");
   EXPECT_EQ(ForDisplayLines(""), "");
 }
 

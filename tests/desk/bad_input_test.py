@@ -122,6 +122,25 @@ class Disk(DeskCase):
         self.assertEqual((done.code, done.json()["resultCode"]), (3, 3))
         self.assertIn("corvessa-desk: that is because the disk failed: No space left on device\n", done.err)
 
+    def test_no_attachment_is_lost_on_a_full_disk(self):
+        temporary = self.folder / "alice/drive_c/Temp"
+        files = {f"{name}.bin": bytes(os.urandom(50_000)) for name in "abc"}
+        out, codes = self.folder / "out.eml", []
+        for size in range(100, 720, 40):
+            mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", f"size={size}k", "none", temporary],
+                                     capture_output=True)
+            if mounted.returncode != 0:
+                return
+            try:
+                codes.append(self.alice("send", self.draft(files=files), "--out", out).code)
+            finally:
+                subprocess.run(["umount", "-l", temporary], check=True)
+            if codes[-1] == 0:
+                self.assertEqual(len(list(read_mail(out).iter_attachments())), 6)
+                out.unlink()
+            self.assertFalse(out.exists())
+        self.assertEqual(set(codes), {0, 3})
+
     def test_the_output_that_cannot_be_written(self):
         with open("/dev/full", "wb") as full:
             done = subprocess.run([DESK, "--profile", self.folder / "alice", "get"], stdout=full,

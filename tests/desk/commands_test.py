@@ -28,6 +28,12 @@ class Keys(DeskCase):
         self.assertEqual((second.err, second.code),
                          (f"corvessa-desk: there was a key for {ALICE} already, {fingerprint}; mail "
                           "is encrypted to the new one from now on\n", 0))
+        other = self.folder / "other"
+        self.at(other, "key", "generate", BOB, "--passphrase-file", self.passphrase_file)
+        bobs = self.write("other.asc", self.at(other, "key", "export", BOB).out)
+        self.assertRegex(self.alice("key", "import", bobs).err,
+                         rf"\Acorvessa-desk: the key [0-9A-F]{{40}} names {BOB}, which has the key "
+                         r"[0-9A-F]{40} already; mail is encrypted to the newer one\n\Z")
         self.assertDone(self.alice("key", "import", self.passphrase_file), 1, "",
                         f"corvessa-desk: {self.passphrase_file}: There is no OpenPGP key in this\n")
         self.assertIn(fingerprint.encode(), gpg.run("--list-secret-keys", "--with-colons").stdout)

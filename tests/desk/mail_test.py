@@ -75,16 +75,23 @@ class Sending(DeskCase):
     def test_html_is_encrypted_as_its_text(self):
         mail = EmailMessage(policy=policy.SMTP)
         mail["To"], mail["Subject"] = BOB, "html"
-        mail.set_content(f"<p>Hello <b>{CANARY}</b></p>", subtype="html")
+        mail.set_content(" \n")
+        mail.add_alternative(f"<p>Hello <b>{CANARY}</b><tr><td>1</td><td>2</td></tr></p>", subtype="html")
+        inner = EmailMessage(policy=policy.SMTP)
+        inner["From"], inner["Subject"] = ALICE, "not for all to read"
+        mail.add_attachment(inner)
+        mail.get_payload()[-1].replace_header("Content-Disposition", "attachment")
         # As some editors save it.
         done = self.alice("send", self.write("draft.eml", b"\xef\xbb\xbf" + mail.as_bytes()), "--json")
         report = done.json()
         self.assertEqual((report["sent"], report["resultCode"], report["recipients"], done.code),
                          (True, 0, [BOB], 0))
         travelling = email.message_from_string(report["message"], policy=policy.SMTP)
-        self.assertEqual((travelling["From"], travelling.get_content_type()), (ALICE, "text/plain"))
+        self.assertEqual((travelling["From"], set(attachments_of(travelling))),
+                         (ALICE, {"ATT00001.eml", "ATT00001.eml.sig"}))
+        self.assertNotIn("not for all", report["message"])
         opened = self.bob("open", self.write("sent.eml", report["message"]), "--json").json()
-        self.assertEqual(opened["body"].strip(), f"Hello {CANARY}")
+        self.assertEqual(opened["body"].strip(), f"Hello {CANARY}\r\n1\t2")
 
     def test_nothing_is_sent_when_the_add_in_cancels(self):
         path = self.folder / "sent.eml"
@@ -147,7 +154,10 @@ class Opening(DeskCase):
                          ["From:    Alice <alice@example.org>", "To:      bob@example.com",
                           "Subject: Plâns", "Status:  Message is encrypted",
                           "Status:  Message is digitally signed by alice@example.org"])
-        self.assertEqual("\n".join(lines[7:12]) + "\n", TEXT)
+        # The add-in's word comes before the sender's.
+        start = lines.index("") + 1
+        self.assertIn("  t.csv, 8 bytes: is encrypted, is digitally signed by alice@example.org", lines[:start])
+        self.assertEqual("\n".join(lines[start:start + 5]) + "\n", TEXT)
         saved = {path.name: path.read_bytes() for path in (self.folder / "saved").iterdir()}
         self.assertEqual(set(saved), set(EVERYTHING))
         self.assertEqual({name: saved[name] for name in FILES}, FILES)
@@ -202,8 +212,9 @@ class Opening(DeskCase):
         with open(self.write("script", f"open {sent}\nclick Decrypt/verify\nshow\n"), "rb") as lines:
             shown = self.bob("shell", stdin=lines)
         self.assertDone(shown)
-        self.assertIn(f"Status:  Message is encrypted\nStatus:  Message is digitally signed by {ALICE}"
-                      f"\n\n{TEXT}", shown.out)
+        self.assertIn(f"Status:  Message is encrypted\nStatus:  Message is digitally signed by {ALICE}\n",
+                      shown.out)
+        self.assertIn(f"\n\n{TEXT}", shown.out)
 
     def test_what_cannot_be_read_or_was_changed_is_refused(self):
         sent = self.sent()
@@ -298,6 +309,10 @@ class Responding(DeskCase):
         self.assertTrue(body.startswith("Thanks – Bob\n\n\n-----Original Message-----\nFrom: Alice"))
         self.assertTrue(body.endswith("\n\n" + TEXT))
         self.assertDone(self.bob("reply", sent, "--out", draft), out=f"The draft is in {draft}.\n")
+        self.assertDone(self.bob("send", draft, "--external", "--answer",
+                                 "frmSendFromExternalApplication=cmdContinue"), 1, "",
+                        "corvessa-desk: not sent: the add-in would have let it travel without "
+                        "encryption; --no-encrypt agrees\n")
         reply = self.bob("send", draft, "--json").json()
         self.assertEqual((reply["encrypted"], reply["signed"]), (True, True))
 

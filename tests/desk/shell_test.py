@@ -1,6 +1,7 @@
 """The interactive session, driven through a pseudo-terminal as a person would."""
 
 import os
+import pathlib
 import re
 import signal
 import unittest
@@ -59,6 +60,7 @@ class Shell(DeskCase):
                       self.obey(child, f"reply {answer}"))
         self.assertIn("Corvessa Options: [x] Encrypt on send, [ ] Sign on send\n",
                       self.obey(child, "click sign ON send"))
+        self.assertIn("cannot be written", self.obey(child, f"send {self.folder}/none/out.eml"))
         self.assertIn(f"Sent encrypted, not signed: {out}\n", self.obey(child, f"send {out}"))
         self.assertIn("there is no command opne", self.obey(child, "opne"))
         # The line before comes back with the arrow key.
@@ -103,6 +105,8 @@ class Shell(DeskCase):
         self.log_in(child)
         child.expect_exact("desk> ")
         self.assertNotEqual(self.leftovers(), [])  # the attachments of the open message
+        limits = pathlib.Path(f"/proc/{child.pid}/limits").read_text()
+        self.assertRegex(limits, r"Max core file size +0 +0 ")
         child.kill(signal.SIGTERM)
         child.kill(signal.SIGHUP)
         child.expect(pexpect.EOF)

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "engine/addresses.h"
 #include "engine/armour.h"
 #include "engine/packets.h"
 #include "engine/profile.h"
@@ -40,6 +41,17 @@ TEST(HostileKeysTest, AnothersKeyIdInASignatureMakesItNobodys) {
   signature.replace(issuer + 2, kKeyIdLength, IdBytes(bob));
   const std::string forged = text.substr(0, begin) + Armour(signature, "signature", {});
   EXPECT_EQ(reader.VerifyText(forged), "0 [" + bob.substr(24) + "] [] ");
+}
+
+TEST(HostileKeysTest, WhatOnlyLooksLikeAnAddressIsNone) {
+  for (const auto* address : {"bob@example.org", "b.o'b+tag@sub.example-1.org", "_b@x.org"}) {
+    EXPECT_EQ(AddressOf(std::string("B <") + address + ">"), address);
+  }
+  for (const auto* address : {"'bob@example.org'", "[bob@example.org]", "bob@example.org.",
+                              "bob@example.org(x)", "`b@x.org`", "mailto:bob@example.org",
+                              "*bob@example.org*", "bob@example..org", "bob@[1.2.3.4]"}) {
+    EXPECT_EQ(AddressOf(std::string("B <") + address + ">"), "") << address;
+  }
 }
 
 TEST(HostileKeysTest, MadeUpNamesDoNotSpoilAKey) {

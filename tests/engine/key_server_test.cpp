@@ -12,6 +12,7 @@
 #include "engine/key_facts.h"
 #include "engine/key_generation.h"
 #include "engine/profile.h"
+#include "support/gpg.h"
 #include "support/http_server.h"
 
 namespace corvessa::engine {
@@ -124,6 +125,22 @@ TEST_F(KeyServerTest, FindsAndPublishesOnARealServer) {
   const auto armoured = stranger.EncryptText(To({"alice@example.org"}), "x").second;
   EXPECT_EQ(alice->DecryptText(armoured), Outcome(0, "x"));
   EXPECT_EQ(stranger.EncryptText(To({"alice@example.org", "bob@example.org"}), "x").first, -13);
+}
+
+TEST_F(KeyServerTest, AServerDoesNotSpeakForWhoIsInTheRings) {
+  // The ring's copy of mallory's key names nobody else; the server's also names bob.
+  testing::Gpg gpg;
+  gpg.Generate("mallory@example.org", "ed25519");
+  Profile reader;
+  reader.Generate("bob@example.org");
+  reader.Import(gpg.Make("--export mallory@example.org"));
+  gpg.Make("--quick-add-uid " + gpg.Fingerprint("mallory@example.org") + " bob@example.org");
+  gpg.Make("--quick-add-key " + gpg.Fingerprint("mallory@example.org") + " ed25519 sign never");
+  const HttpServer server(Says(gpg.Make("--armor --export mallory@example.org")));
+  reader.engine->SetOption("lookupKeyservers", server.Url());
+  const std::string text = gpg.Make("--armor --clearsign", "x");
+  EXPECT_EQ(reader.VerifyText(text).substr(0, 3), "-13");
+  EXPECT_EQ(reader.QueryKeyPair("bob@example.org"), 0);
 }
 
 TEST_F(KeyServerTest, AServerThatCannotBeReachedIsTold) {

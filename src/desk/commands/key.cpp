@@ -96,16 +96,36 @@ Outcome Generate(CommandContext& context, const KeyOptions& options) {
   return Outcome::kDone;
 }
 
+/// A key can name anybody; only the user knows whether it is that person's.
+void TellOfSharedAddresses(const CommandContext& context, const std::vector<engine::KeyInfo>& known,
+                           const engine::KeyInfo& imported) {
+  const auto is_same = [&](const engine::KeyInfo& key) {
+    return key.fingerprint == imported.fingerprint;
+  };
+  if (std::ranges::any_of(known, is_same)) return;
+  for (const engine::KeyInfo& key : known) {
+    for (const std::string& address : imported.addresses) {
+      if (!std::ranges::count(key.addresses, address)) continue;
+      context.Tell("the key " + imported.fingerprint + " names " + address +
+                   ", which has the key " + key.fingerprint +
+                   " already; mail is encrypted to the newer one");
+    }
+  }
+}
+
 Outcome Import(CommandContext& context, const KeyOptions& options) {
   std::vector<std::string> contents;
   for (const std::string& file : options.files) contents.push_back(ReadWholeFile(file));
   Profile profile = context.OpenProfile();
   const auto engine = OpenEngine(profile);
   for (std::size_t i = 0; i < contents.size(); ++i) {
+    std::vector<engine::KeyInfo> known;
+    Check(engine->ListKeys(known), *engine);
     std::vector<engine::KeyInfo> imported;
     Check(engine->ImportKeys(contents[i], imported), *engine, options.files[i] + ": ");
     for (const engine::KeyInfo& key : imported) {
       Print(context.out, key);
+      TellOfSharedAddresses(context, known, key);
       if (!key.open) continue;
       context.Tell("the secret key " + key.fingerprint +
                    " has no passphrase: who can read the profile can use it");

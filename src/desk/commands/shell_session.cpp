@@ -11,6 +11,7 @@
 #include "desk/attachment_saving.h"
 #include "desk/commands/received_message.h"
 #include "desk/commands/text_file.h"
+#include "desk/mail/io_error.h"
 #include "desk/mail/mail_io.h"
 #include "desk/mail_bridge.h"
 #include "desk/message_printing.h"
@@ -216,6 +217,8 @@ void ShellSession::Send(const Arguments& arguments) {
     Fail(Outcome::kWrongUse, "the message in front was received; only a draft can be sent");
   }
   RefuseToReplace(arguments[0], read_files_);
+  // Sending closes the window: a file that cannot be written would cost the draft.
+  mail::WriteFile(arguments[0], [](posix::AtomicFile&) {});
   const auto composed = composed_.find(item);
   const mail::Mail base =
       composed == composed_.end() ? DraftOf(host_, item->Data()) : composed->second;

@@ -33,6 +33,8 @@ struct Attachment {
   /// separators, no control characters, at most 200 bytes. A part without one is called after its
   /// subject (an embedded mail) or ATT00001.txt, ATT00002.dat… by its place among the attachments.
   std::string file_name;
+  /// The embedded mail had no name of its own.
+  bool is_named_by_subject = false;
   /// "type/subtype" in lower case.
   std::string content_type = "application/octet-stream";
   /// The content type's parameters other than its name, such as charset or method.

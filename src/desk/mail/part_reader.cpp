@@ -167,7 +167,10 @@ class PartReader {
     attachment.parameters = Parameters(part);
     attachment.display_name = FileName(part);
     attachment.file_name = SafeFileName(attachment.display_name);
-    if (attachment.file_name.empty()) attachment.file_name = SubjectFileName(subject);
+    if (attachment.file_name.empty()) {
+      attachment.file_name = SubjectFileName(subject);
+      attachment.is_named_by_subject = !attachment.file_name.empty();
+    }
     if (attachment.file_name.empty())
       attachment.file_name = GenericFileName(mail_.attachments.size(), type);
     if (attachment.display_name.empty()) attachment.display_name = attachment.file_name;

@@ -47,9 +47,10 @@ constexpr std::array<std::pair<std::string_view, std::uint32_t>, 16> kOthers = {
 // Longer than any name above and any number that can be a character.
 constexpr std::size_t kLongestReference = 10;
 
-constexpr std::array<std::string_view, 14> kBlocks = {"div",        "tr",  "li", "ul", "ol",
-                                                      "table",      "h1",  "h2", "h3", "h4",
-                                                      "blockquote", "pre", "hr", "dt"};
+constexpr std::array<std::string_view, 23> kBlocks = {
+    "div", "tr", "li",      "ul",      "ol",      "table",  "h1",    "h2",
+    "h3",  "h4", "h5",      "h6",      "hr",      "dt",     "dd",    "blockquote",
+    "pre", "dl", "address", "section", "article", "header", "footer"};
 
 template <class Names>
 bool IsOneOf(const Names& names, std::string_view name) {
@@ -129,6 +130,8 @@ class TextOfHtml {
       blank_ = false;
     } else if (name == "p") {
       Break(2);
+    } else if (!closing && (name == "td" || name == "th")) {
+      cell_ = !text_.empty() && breaks_ == 0;
     } else if (IsOneOf(kBlocks, name)) {
       Break(1);
       if (name == "pre") pre_ = !closing;
@@ -170,15 +173,19 @@ class TextOfHtml {
 
   void Break(int lines) {
     breaks_ = std::max(breaks_, lines);
-    blank_ = false;
+    blank_ = cell_ = false;
   }
 
   void Put(std::string_view piece) {
     for (; breaks_ > 0; --breaks_) {
       if (!text_.empty()) text_ += kCrLf;
     }
-    if (blank_) text_ += ' ';
-    blank_ = false;
+    if (cell_) {
+      text_ += '\t';
+    } else if (blank_) {
+      text_ += ' ';
+    }
+    blank_ = cell_ = false;
     text_ += piece;
   }
 
@@ -186,6 +193,8 @@ class TextOfHtml {
   std::string text_;
   int breaks_ = 0;
   bool blank_ = false;
+  /// A cell of a table begins beside another.
+  bool cell_ = false;
   bool pre_ = false;
 };
 

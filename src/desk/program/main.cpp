@@ -1,6 +1,8 @@
 #include <csignal>
 #include <fcntl.h>
 #include <iostream>
+#include <sys/prctl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "desk/commands/run_desk.h"
@@ -18,10 +20,18 @@ void FillClosedStreams() {
   }
 }
 
+/// A dump of this process would write decrypted text and passphrases to the disk.
+void ForbidDumps() {
+  const rlimit none{0, 0};
+  setrlimit(RLIMIT_CORE, &none);
+  prctl(PR_SET_DUMPABLE, 0);
+}
+
 }  // namespace
 
 int main(int argument_count, char** arguments) {
   FillClosedStreams();
+  ForbidDumps();
   // A reader that goes away is a write error, told in words.
   std::signal(SIGPIPE, SIG_IGN);
   std::ios::sync_with_stdio(false);
