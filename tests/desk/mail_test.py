@@ -283,11 +283,12 @@ class Opening(DeskCase):
                     b"multipart/encrypted; protocol=\"application/pgp-encrypted\"; boundary=b\r\n\r\n"
                     b"--b\r\nContent-Type: application/pgp-encrypted\r\n\r\nVersion: 1\r\n--b\r\n"
                     b"Content-Type: application/octet-stream; name=e.asc\r\n\r\n-----BEGIN PGP "
-                    b"MESSAGE-----\r\n\r\nwV4\r\n--b--\r\n")
+                    b"MESSAGE-----\r\n\r\nwV4\r\n--b\r\nContent-Type: application/octet-stream; name=b\r\n"
+                    b"Content-Transfer-Encoding: base64\r\n\r\naGVsbG8\r\n--b--\r\n")  # without its "="
         report = self.alice("open", self.write("p.eml", pgp_mime), "--json", "--original")
         self.assertEqual((report.code, report.json()["decryptStatus"],
-                          [entry["name"] for entry in report.json()["attachments"]]),
-                         (0, 1, ["ATT00001.dat", "e.asc"]))
+                          [(entry["name"], entry["size"]) for entry in report.json()["attachments"]]),
+                         (0, 1, [("ATT00001.dat", 10), ("e.asc", 34), ("b", 5)]))
         self.assertEqual(report.json()["original"], report.json()["body"])
 
 

@@ -19,6 +19,33 @@ namespace {
 // Many small attachments must not use up the process's file descriptors.
 constexpr std::uintmax_t kMostBytesInMemory = 64 * 1024;
 
+/// What the base64 text lacks at its end, or nothing.
+std::string MissingPadding(GMimeStream& text) {
+  std::size_t count = 0;
+  bool is_padded = false;
+  char piece[16 * 1024];
+  for (ssize_t size = 0; (size = g_mime_stream_read(&text, piece, sizeof piece)) > 0;) {
+    for (const char c : std::string_view(piece, static_cast<std::size_t>(size))) {
+      is_padded = is_padded || c == '=';
+      count += g_ascii_isalnum(c) || c == '+' || c == '/' ? 1 : 0;
+    }
+  }
+  const std::size_t missing = count % 4 == 0 || is_padded ? 0 : 4 - count % 4;
+  return std::string(missing % 3, '=');
+}
+
+/// Some programs leave the padding out, and the decoder drops what is not complete.
+Handle<GMimeStream> Padded(GMimeStream& text) {
+  const std::string padding = MissingPadding(text);
+  g_mime_stream_reset(&text);
+  if (padding.empty()) return AddReference(&text);
+  const Handle<GMimeStream> end(g_mime_stream_mem_new_with_buffer(padding.data(), padding.size()));
+  Handle<GMimeStream> whole(g_mime_stream_cat_new());
+  g_mime_stream_cat_add_source(GMIME_STREAM_CAT(whole.get()), &text);
+  g_mime_stream_cat_add_source(GMIME_STREAM_CAT(whole.get()), end.get());
+  return whole;
+}
+
 class Range final : public AttachmentSource {
  public:
   Range(GMimeStream* range, GMimeContentEncoding encoding, std::shared_ptr<const MailFile> file)
@@ -30,7 +57,9 @@ class Range final : public AttachmentSource {
         g_mime_stream_substream(range_.get(), range_->bound_start, range_->bound_end));
     g_mime_stream_reset(encoded.get());
     if (encoding_ < GMIME_CONTENT_ENCODING_BASE64) return encoded;
-    Handle<GMimeStream> decoded(g_mime_stream_filter_new(encoded.get()));
+    const auto whole =
+        encoding_ == GMIME_CONTENT_ENCODING_BASE64 ? Padded(*encoded) : AddReference(encoded.get());
+    Handle<GMimeStream> decoded(g_mime_stream_filter_new(whole.get()));
     const Handle<GMimeFilter> decoder(g_mime_filter_basic_new(encoding_, FALSE));
     g_mime_stream_filter_add(GMIME_STREAM_FILTER(decoded.get()), decoder.get());
     return decoded;
