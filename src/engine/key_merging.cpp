@@ -83,6 +83,7 @@ std::vector<NewKey> KeysIn(std::string_view data) {
 /// A secret key is taken whoever else claims it: its owner must not be kept from it.
 void RefuseClaims(const KeyRings& rings, const std::vector<NewKey>& keys) {
   std::map<std::string, std::string> owners;
+  for (const auto& key : keys) owners.emplace(key.facts.key_ids.front(), key.facts.fingerprint);
   for (const auto& key : keys) {
     if (key.has_secret) continue;
     const auto claimed = ClaimedKey(rings, key.facts);
@@ -144,9 +145,9 @@ void RefuseLosses(const KeyRings& rings, const std::vector<KeyRings::NewKey>& ke
 }
 
 std::string ClaimedKey(const KeyRings& rings, const KeyFacts& facts) {
-  for (const auto& id : facts.key_ids) {
-    for (const auto* entry : rings.FindByKeyId(id)) {
-      if (entry->fingerprint != facts.fingerprint) return id;
+  for (std::size_t i = 1; i < facts.key_ids.size(); ++i) {
+    for (const auto* entry : rings.FindByKeyId(facts.key_ids[i])) {
+      if (entry->fingerprint != facts.fingerprint) return facts.key_ids[i];
     }
   }
   return {};

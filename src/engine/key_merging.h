@@ -22,8 +22,8 @@ Ffi MergedWithRings(const KeyRings& rings, std::string_view data);
 /// program wrote there what the library does not know, and it would be lost.
 void RefuseLosses(const KeyRings& rings, const std::vector<KeyRings::NewKey>& keys);
 
-/// The ID of a subkey of that key, or of the key itself, that belongs to another key of the rings;
-/// "" for none. The library would take the one for the other.
+/// The ID of a subkey of that key that belongs to another key of the rings; "" for none. The
+/// library would take the one for the other. (A primary key is its own, whoever else claims it.)
 std::string ClaimedKey(const KeyRings& rings, const KeyFacts& facts);
 
 }  // namespace corvessa::engine

@@ -39,6 +39,8 @@ class KeyStore {
   /// Some key in the rings carries the address, usable or not.
   bool IsInRings(std::string_view address) const { return !rings_.FindByAddress(address).empty(); }
   bool HasSecret(std::string_view address) const;
+  /// The rings hold the secret key with that fingerprint.
+  bool IsOwn(const std::string& fingerprint) const;
 
   /// Loads the rings' public keys that hold the key ID; false when there is none.
   bool LoadByKeyId(std::string_view key_id);
@@ -71,7 +73,6 @@ class KeyStore {
  private:
   Key Load(const RingEntry& entry);
   std::vector<Key> PublicKeys(std::string_view address);
-  bool IsOwn(const std::string& fingerprint) const;
 
   KeyRings rings_;
   Ffi ffi_;

@@ -63,11 +63,14 @@ bool IsForDocuments(rnp_signature_handle_t signature, bool text_only) {
   return type == "text" || (!text_only && type == "binary");
 }
 
-// A key server must not be able to speak for an address whose key the user has.
+// Nobody else speaks for an own address, and no key server for one whose key the user has.
 bool IsImpostor(const KeyStore& keys, rnp_key_handle_t primary) {
-  return keys.IsOnlyLookedUp(Text(rnp_key_get_fprint, primary)) &&
-         std::ranges::any_of(ValidAddresses(primary),
-                             [&](const std::string& address) { return keys.IsInRings(address); });
+  const std::string fingerprint = Text(rnp_key_get_fprint, primary);
+  const bool is_from_server = keys.IsOnlyLookedUp(fingerprint);
+  return !keys.IsOwn(fingerprint) &&
+         std::ranges::any_of(ValidAddresses(primary), [&](const std::string& address) {
+           return keys.HasSecret(address) || (is_from_server && keys.IsInRings(address));
+         });
 }
 
 Finding NoUsableKey(const std::string& address) {
@@ -90,10 +93,18 @@ Key SigningKeyOf(const KeyStore& keys, rnp_signature_handle_t signature,
   return Make<Key>(rnp_locate_key, keys.ffi(), "keyid", key_id.c_str());
 }
 
+/// A subkey for signing has to have signed its binding itself, else anybody could bind another's.
+/// The library sees to that only where the binding says that it is for signing; where it says
+/// nothing, everything is allowed, even what no subkey may do.
+bool MaySign(rnp_key_handle_t key) {
+  const bool is_bound_for_anything =
+      !Get<bool>(rnp_key_is_primary, key) && Get<bool>(rnp_key_allows_usage, key, "certify");
+  return Get<bool>(rnp_key_allows_usage, key, "sign") && !is_bound_for_anything;
+}
+
 Finding JudgeGood(const KeyStore& keys, rnp_key_handle_t key, rnp_key_handle_t primary,
                   const std::string& address) {
-  const bool may_sign = Get<bool>(rnp_key_allows_usage, key, "sign");
-  if (!HasValidUserId(primary) || !IsUsable(primary) || !IsUsable(key) || !may_sign) {
+  if (!HasValidUserId(primary) || !IsUsable(primary) || !IsUsable(key) || !MaySign(key)) {
     return NoUsableKey(address);
   }
   if (IsImpostor(keys, primary)) {

@@ -43,6 +43,16 @@ TEST(HostileKeysTest, AnothersKeyIdInASignatureMakesItNobodys) {
   EXPECT_EQ(reader.VerifyText(forged), "0 [" + bob.substr(24) + "] [] ");
 }
 
+TEST(HostileKeysTest, NobodyElseSpeaksForAnOwnAddress) {
+  Profile reader;
+  Profile mallory;
+  reader.Generate(kBob);
+  mallory.Generate(kBob);
+  mallory.Unlock(kBob);
+  reader.Import(mallory.PublicKeys(kBob));
+  EXPECT_EQ(reader.VerifyText(mallory.SignText("x").second).substr(0, 2), "-6");
+}
+
 TEST(HostileKeysTest, WhatOnlyLooksLikeAnAddressIsNone) {
   for (const auto* address : {"bob@example.org", "b.o'b+tag@sub.example-1.org", "_b@x.org"}) {
     EXPECT_EQ(AddressOf(std::string("B <") + address + ">"), address);
