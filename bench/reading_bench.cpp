@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "addin/debug_info.h"
+#include "base/text.h"
 #include "message/message_operations.h"
 #include "support/reading_fixture.h"
 
@@ -71,6 +72,15 @@ class Reading final : public ReadingFixture {
         "plain message, 1 MiB: Outlook alone %.1f us, with the add-in %.1f us more; "
         "1 MiB / 1 KiB %.2f\n",
         bare, with_large - bare, with_large / with_small);
+  }
+
+  void Tabs() {
+    const auto shown = [](std::size_t tabs) {
+      return Microseconds(1, [text = std::string(tabs, '\t')] {
+        Require(ForDisplayLines(text).size() == text.size() * 8, "widening");
+      });
+    };
+    std::printf("line of tabs as shown: 80,000 / 20,000 %.2f\n", shown(80'000) / shown(20'000));
   }
 
   void ProtectedMessage() {
@@ -152,6 +162,7 @@ int main(int argc, char** argv) {
   ::testing::InitGoogleTest(&argc, argv);
   corvessa::testing::Reading reading;
   reading.PlainMessage();
+  reading.Tabs();
   reading.ProtectedMessage();
   reading.DuplicateNames();
   reading.ManyAttachments();

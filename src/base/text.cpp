@@ -198,17 +198,16 @@ std::string ForDisplayLines(std::string_view raw) {
   }
   std::string_view text = lines;
   std::string shown;
-  std::size_t line_begin = 0;
   while (!text.empty()) {
+    // It begins a line or follows a tab, so its own length says how wide the next tab is.
     const std::size_t end = std::min(text.find_first_of("\t\r\n"), text.size());
-    shown += ForDisplay(text.substr(0, end));
+    const std::string piece = ForDisplay(text.substr(0, end));
+    shown += piece;
     text.remove_prefix(end);
     if (text.starts_with('\t')) {
-      const std::size_t column = Length(std::string_view(shown).substr(line_begin));
-      shown.append(kTabWidth - column % kTabWidth, ' ');
+      shown.append(kTabWidth - Length(piece) % kTabWidth, ' ');
     } else if (!text.empty()) {
       shown += '\n';
-      line_begin = shown.size();
     }
     if (!text.empty()) text.remove_prefix(text.starts_with(kCrLf) ? kCrLf.size() : 1);
   }
