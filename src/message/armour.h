@@ -15,4 +15,9 @@ bool IsPGPMessage(std::string_view text);
 /// The same for a clear-signed message.
 bool IsPGPSignedMessage(std::string_view text);
 
+/// Whether a text that is one of the two holds anything but blanks and line ends outside its first
+/// block: behind it, or in the line that should be nothing but its marker. Reading the block drops
+/// that.
+bool HoldsMoreThanArmour(std::string_view text);
+
 }  // namespace corvessa

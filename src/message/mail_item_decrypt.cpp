@@ -97,6 +97,12 @@ void MailItemNode::DecryptVerifyBody(const platform::MailItemPtr& item, std::str
   if (text != armour) body_decrypted_ = true;
   // Behind the passphrase dialog the message may have been closed.
   if (!IsStillOpen()) return;
+  // Only the signed part would be left of it, and nobody could look at the rest: it is all shown,
+  // and nobody vouches for it.
+  if (body_decrypted_ && IsPGPSignedMessage(text) && HoldsMoreThanArmour(text)) {
+    m_lSignStatus = kNotSigned;
+    return;
+  }
   m_lSignStatus = crypto->VerifyMailItem(item, text, attachments, m_sSigners);
 }
 

@@ -226,10 +226,17 @@ class Opening(DeskCase):
         self.assertEqual(list((self.folder / "no").iterdir()), [])
         self.assertIn('corvessa-desk: closed frmLogin "Please enter your Corvessa passphrase." '
                       "unanswered; answer it with --passphrase ADDRESS=FILE\n", unanswered.err)
-        footer = self.write("footer.eml", sent.read_bytes().replace(
-            b"-----END PGP MESSAGE-----", b"-----END PGP MESSAGE-----\r\nA list's footer"))
-        self.assertDone(self.bob("open", footer), err="corvessa-desk: the mail goes on behind its protected "
-                                                      "part; open it with --original to see that\n")
+        footer = sent.read_bytes().replace(b"-----END PGP MESSAGE-----",
+                                           b"-----END PGP MESSAGE-----\r\n<p>A list's footer")
+        html = footer.replace(b"text/plain", b"text/html", 1).replace(b"-----BEGIN", b"<pre>-----BEGIN", 1)
+        for mail in (footer, html):
+            script = self.write("script", f"open {self.write('footer.eml', mail)}\n")
+            told = "the mail goes on behind its protected part; open it with --original to see that"
+            opened = self.bob("open", self.folder / "footer.eml", "--json")
+            self.assertDone(opened, err=f"corvessa-desk: {told}\n")
+            self.assertEqual((opened.json()["goesOn"], opened.json()["signers"]), (True, [ALICE]))
+            with open(script, "rb") as lines:
+                self.assertDone(self.bob("shell", stdin=lines), err=f"corvessa-desk: {told}\n")
         nothing = self.bob("open", self.folder / "nothing", "--json")
         self.assertEqual((nothing.json()["resultCode"], nothing.code), (3, 3))
         self.assertIn("cannot be read", nothing.json()["error"])

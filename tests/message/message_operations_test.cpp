@@ -33,6 +33,20 @@ TEST(Armour, IsFoundAtTheStartOfTheFirst72CharactersOnly) {
   EXPECT_EQ(StripLeadingBlankLines(" \r x"), "\r x");
 }
 
+TEST(Armour, IsNotAllOfATextThatSaysSomethingOutsideIt) {
+  const std::string block = "-----BEGIN PGP MESSAGE-----\r\n\r\nx\r\n-----END PGP MESSAGE-----";
+  const std::string signed_block =
+      "-----BEGIN PGP SIGNED MESSAGE-----\n\n- -----END PGP SIGNATURE-----\n"
+      "-----BEGIN PGP SIGNATURE-----\nx\n-----END PGP SIGNATURE-----";
+  for (const std::string& armour : {block, signed_block}) {
+    for (const char* blank : {"", " \t\r\n\r\n"}) EXPECT_FALSE(HoldsMoreThanArmour(armour + blank));
+    for (const char* more : {"x", "\r\nx", "\rx", "\n\n-----BEGIN PGP MESSAGE-----"}) {
+      EXPECT_TRUE(HoldsMoreThanArmour("  \r\n" + armour + more)) << more;
+    }
+    EXPECT_TRUE(HoldsMoreThanArmour(Replace(armour, "SAGE-----", "SAGE-----, I promise")));
+  }
+}
+
 TEST(StatusText, WordsEveryStatus) {
   const auto words = [](std::int32_t status) {
     return DecryptStatusText(status) + " / " + SignStatusText(status, false) + " / " +

@@ -145,6 +145,13 @@ TEST_F(ReadingMail, TellsSignedEncryptedForgedAndPlainMessagesApart) {
       {forged, forged,
        "Message is not encrypted 1088; Message has an invalid digital signature 1088; "
        "Show original message 37; "},
+      {Signed(kText) + "A list's footer", std::string(kText),
+       "Message is not encrypted 1088; Message is digitally signed 1087; "
+       "Show original message 37; "},
+      // What stands behind a signed text is lost for good when that is all that comes out.
+      {Encrypted(Signed(kText) + "Do not believe Bob."), Signed(kText) + "Do not believe Bob.",
+       "Message is encrypted 1087; Message is not digitally signed 1088; "
+       "Show original message 37; "},
       {marker, marker, "Message is not encrypted 1088; Message is not digitally signed 1088; "}};
   ConnectAddIn();
   ExpectLogin(kAnnsPassphrase);

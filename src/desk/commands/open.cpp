@@ -61,11 +61,12 @@ Outcome OutcomeOf(const Opened& opened, const mail::Mail& mail) {
 
 void PrintJson(CommandContext& context, ReceivedMessage& message, const Opened& opened,
                Outcome outcome) {
-  const ItemData& shown = message.Window()->ShownItem()->Data();
+  const Item& item = *message.Window()->ShownItem();
   nlohmann::json json;
   AddMessage(json, opened.report);
-  json["subject"] = shown.subject;
-  json["body"] = *shown.body;
+  json["subject"] = item.Data().subject;
+  json["body"] = *item.Data().body;
+  json["goesOn"] = HasUnshownText(item);
   json["endsEarly"] = message.Source().incomplete;
   if (opened.original) json["original"] = *opened.original;
   json["resultCode"] = static_cast<int>(outcome);
@@ -79,7 +80,7 @@ Outcome Open(CommandContext& context, const OpenOptions& options) {
   return ReportingFailures(context, message.Host(), [&] {
     const Opened opened = Look(message.Host(), message.Window(), options);
     for (const std::string& complaint : opened.saving.complaints) context.Tell(complaint);
-    TellOfUnshownText(context, message.Source(), message.Window()->ShownItem()->Data());
+    TellOfUnshownText(context, *message.Window()->ShownItem());
     const Outcome outcome = context.Judge(OutcomeOf(opened, message.Source()));
     if (context.json) {
       PrintJson(context, message, opened, outcome);

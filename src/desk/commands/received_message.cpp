@@ -4,6 +4,7 @@
 #include "desk/mail_bridge.h"
 #include "desk/owner.h"
 #include "desk/settings_store.h"
+#include "message/armour.h"
 
 namespace corvessa::desk {
 
@@ -20,14 +21,13 @@ InspectorWindowPtr OpenReceived(DeskHost& host, const mail::Mail& mail) {
   return window;
 }
 
-void TellOfUnshownText(const CommandContext& context, const mail::Mail& mail,
-                       const ItemData& shown) {
-  constexpr std::string_view kBlockEnd = "\n-----END PGP ";
-  const std::string& text = mail.body_text;
-  const std::size_t end = text.find(kBlockEnd);
-  if (end == std::string::npos || shown.body->find(kBlockEnd) != std::string::npos) return;
-  const std::size_t behind = text.find('\n', end + kBlockEnd.size());
-  if (text.find_first_not_of(" \t\r\n", behind) == std::string::npos) return;
+bool HasUnshownText(const Item& item) {
+  const ItemData* const came = item.Stored();
+  return came != nullptr && *came->body != *item.Data().body && HoldsMoreThanArmour(*came->body);
+}
+
+void TellOfUnshownText(const CommandContext& context, const Item& item) {
+  if (!HasUnshownText(item)) return;
   context.Tell("the mail goes on behind its protected part; open it with --original to see that");
 }
 

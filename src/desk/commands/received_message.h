@@ -15,10 +15,10 @@ mail::Mail LoadReceived(const CommandContext& context, const std::string& file);
 /// Opens it in a window, as one operation. Throws Failure (refused) when it does not stay open.
 InspectorWindowPtr OpenReceived(DeskHost& host, const mail::Mail& mail);
 
-/// Says so when the mail goes on behind its protected block, of which only that block is shown:
-/// nobody vouches for the rest.
-void TellOfUnshownText(const CommandContext& context, const mail::Mail& mail,
-                       const ItemData& shown);
+/// Whether the open message holds text outside its protected block, of which only that block is
+/// shown: nobody vouches for the rest.
+bool HasUnshownText(const Item& item);
+void TellOfUnshownText(const CommandContext& context, const Item& item);
 
 /// The message that a command is about, open in the mailbox of the one who received it.
 class ReceivedMessage {

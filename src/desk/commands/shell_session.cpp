@@ -109,6 +109,7 @@ InspectorWindowPtr ShellSession::Front() const {
 void ShellSession::PrintOpen(const InspectorWindowPtr& window) {
   const MessageReport report = ReadMessage(window);
   PrintMessage(context_.out, window->ShownItem()->Data(), report);
+  TellOfUnshownText(context_, *window->ShownItem());
   if (report.Failed()) outcome_ = Outcome::kRefused;
 }
 
@@ -117,7 +118,6 @@ void ShellSession::Open(const Arguments& arguments) {
   const mail::Mail mail = LoadReceived(context_, arguments[0]);
   const auto window = OpenReceived(host_, mail);
   PrintOpen(window);
-  TellOfUnshownText(context_, mail, window->ShownItem()->Data());
   if (mail.incomplete) outcome_ = Outcome::kRefused;
 }
 
