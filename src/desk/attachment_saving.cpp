@@ -7,6 +7,7 @@
 #include "base/error.h"
 #include "base/guard.h"
 #include "base/text.h"
+#include "crypto/signature_name.h"
 #include "desk/desk_host.h"
 #include "desk/failure.h"
 #include "desk/mail/attachment_name.h"
@@ -36,11 +37,10 @@ void MakeFolder(const fs::path& folder) {
 
 /// "name (2).ext" for the second of a name, and "name (2).ext.sig" for that one's signature.
 std::string Numbered(const std::string& name, int number) {
-  constexpr std::string_view kSignature = ".sig";
   if (number == 1) return name;
-  if (name.ends_with(kSignature) && name.size() > kSignature.size()) {
-    return Numbered(name.substr(0, name.size() - kSignature.size()), number) +
-           std::string(kSignature);
+  if (HasSignatureName(name)) {
+    const std::string data_file(SignedName(name));
+    return Numbered(data_file, number) + name.substr(data_file.size());
   }
   const fs::path path(name);
   return path.stem().string() + " (" + std::to_string(number) + ")" + path.extension().string();

@@ -159,10 +159,13 @@ TEST(LoadMail, AttachmentNamesAreSafeAndComplete) {
       {"*0*=utf-8''%e6%97; filename*1*=%a5; filename*2=.txt", "日.txt"},
       {"=\"../../etc/passwd\"", "passwd"},
       {"=\"C:\\\\temp\\\\..\\\\x.exe\"", "x.exe"},
-      {"=\"..\"", "ATT00001.pdf"},
+      {"=\"..\"", "__"},
+      {"=\"...sig.sig\"", "__.sig.sig"},
+      {"=\" \"", "ATT00001.pdf"},
       {"*=utf-8''a%0d%0ab%00c", "a  b"},
       {"=\"caf\xE9 \xC0.txt\"", "café À.txt"},
       {"=" + std::string(300, 'a') + ".pdf", std::string(196, 'a') + ".pdf"},
+      {"=" + std::string(300, 'a') + ".pdf.sig", std::string(196, 'a') + ".pdf.sig"},
       {"*=utf-8''" + std::string(199, 'a') + "%C3%A9", std::string(199, 'a')},
   };
   for (const auto& [raw, name] : names) {

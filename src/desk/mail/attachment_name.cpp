@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "crypto/signature_name.h"
 #include "desk/mail/header_decoding.h"
 
 namespace corvessa::desk::mail {
@@ -13,6 +14,7 @@ namespace {
 
 // File systems end at 255 bytes; the rest is for the suffixes that decrypting and saving add.
 constexpr std::size_t kLongestName = 200;
+constexpr std::size_t kLongestSuffix = 20;
 
 constexpr std::array<std::pair<std::string_view, std::string_view>, 13> kExtensions{{
     {"text/plain", ".txt"},
@@ -30,14 +32,24 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 13> kExtensi
     {"message/delivery-status", ".txt"},
 }};
 
+/// What a file is called must follow from its name alone, or its signature would not be found.
+std::string CleanName(std::string_view name) {
+  auto safe = ShortenedFileName(OneLine(name), kLongestName);
+  if (safe.find_first_not_of(". ") == std::string::npos) std::ranges::replace(safe, '.', '_');
+  return safe;
+}
+
 }  // namespace
 
 std::string SafeFileName(std::string_view name) {
   const auto separator = name.find_last_of("/\\");
   if (separator != std::string_view::npos) name.remove_prefix(separator + 1);
-  const auto safe = ShortenedFileName(OneLine(name), kLongestName);
-  const bool only_dots = safe.find_first_not_of(". ") == std::string::npos;
-  return only_dots ? "" : safe;
+  const auto line = OneLine(name);
+  std::string_view signed_name = line;
+  while (HasSignatureName(signed_name)) signed_name = SignedName(signed_name);
+  // A signature's signature may be signed, too, but not without end.
+  if (line.size() - signed_name.size() > kLongestSuffix) return CleanName(line);
+  return CleanName(signed_name) + line.substr(signed_name.size());
 }
 
 std::string GenericFileName(std::size_t place, std::string_view content_type) {

@@ -30,7 +30,7 @@ struct Attachment {
   /// The name as the sender wrote it; only for showing.
   std::string display_name;
   /// The name that travels. After loading it is never empty and never leads out of a folder: no
-  /// separators, no control characters, at most 200 bytes. A part without one is called after its
+  /// separators, no control characters, at most 220 bytes. A part without one is called after its
   /// subject (an embedded mail) or ATT00001.txt, ATT00002.dat… by its place among the attachments.
   std::string file_name;
   /// The embedded mail had no name of its own.
