@@ -150,7 +150,31 @@ TEST(LoadMail, SortsPartsIntoBodiesAndAttachments) {
             "one\n<p>\nf=file\nATT00002.htm=<p>\n");
   EXPECT_EQ(Sorted("Content-Type: message/rfc822\n\nSubject: a/b\n\nhi\n"),
             "\n\na-b.eml=Subject: a/b\r\n\r\nhi\r\n\n");
-  EXPECT_EQ(Sorted("Content-Type: multipart/mixed\n\n--X\n\nlost?\n"), "--X\r\n\r\nlost?\r\n\n\n");
+  const std::string undivided = "Content-Type: multipart/mixed\n\n--X\n\nlost?\n";
+  EXPECT_EQ(Sorted(undivided), "--X\r\n\r\nlost?\r\n\n\n");
+  EXPECT_EQ(Sorted(Multipart("mixed", {one, undivided})), "one\n\nATT00001.txt=--X\n\nlost?\n\n");
+}
+
+TEST(LoadMail, AnEmbeddedMailKeepsEveryByteWhateverItIs) {
+  const std::string odd("From: a\r\nno field\r\nX:\0 y\r\n\r\n-\0-\r\n", 33);
+  const auto part = [](const std::string& content, const std::string& encoding) {
+    return "Content-Type: message/rfc822\nContent-Disposition: attachment; filename=f\n"
+           "Content-Transfer-Encoding: " +
+           encoding + "\n\n" + content;
+  };
+  for (const auto& [content, encoding, bytes] :
+       std::vector<std::array<std::string, 3>>{{odd, "8bit", odd},
+                                               {"%PDF-1.4\nmore", "7bit", "%PDF-1.4\r\nmore"},
+                                               {"\n\n\nwords", "7bit", "\r\n\r\n\r\nwords"},
+                                               {"VG86CmEK", "base64", "To:\na\n"}}) {
+    const auto raw = "From: a@b\n" + Multipart("mixed", {"\none", part(content, encoding)});
+    const auto mail = ParseMail(raw);
+    ASSERT_EQ(mail.attachments.size(), 1U);
+    EXPECT_EQ(mail.attachments[0].data.Bytes(), bytes);
+    const auto again = ParseMail(FormatMail(mail, MailPurpose::kDraft));
+    EXPECT_EQ(again.attachments.at(0).data.Bytes(), bytes);
+    EXPECT_EQ(again.attachments[0].content_type, "application/octet-stream") << content;
+  }
 }
 
 TEST(LoadMail, AttachmentNamesAreSafeAndComplete) {

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
+#include <limits>
 #include <stdlib.h>
 #include <unistd.h>
 #include <utility>
@@ -71,30 +72,20 @@ class Range final : public AttachmentSource {
   std::shared_ptr<const MailFile> file_;
 };
 
-class Message final : public AttachmentSource {
+class CrLfLines final : public AttachmentSource {
  public:
-  Message(GMimeMessage* message, std::shared_ptr<const MailFile> file)
-      : message_(AddReference(message)), file_(std::move(file)) {}
+  explicit CrLfLines(std::shared_ptr<const AttachmentSource> text) : text_(std::move(text)) {}
 
   Handle<GMimeStream> Open() const override {
-    if (file_) file_->CheckUnchanged();
-    const Handle<GMimeStream> counter(g_mime_stream_null_new());
-    Write(*counter);
-    auto stream = ScratchStream(static_cast<std::uintmax_t>(g_mime_stream_tell(counter.get())));
-    Write(*stream);
-    g_mime_stream_reset(stream.get());
-    return stream;
+    const auto text = text_->Open();
+    Handle<GMimeStream> lines(g_mime_stream_filter_new(text.get()));
+    const Handle<GMimeFilter> filter(g_mime_filter_unix2dos_new(FALSE));
+    g_mime_stream_filter_add(GMIME_STREAM_FILTER(lines.get()), filter.get());
+    return lines;
   }
 
  private:
-  void Write(GMimeStream& stream) const {
-    const auto format = CrLfFormat();
-    if (g_mime_object_write_to_stream(GMIME_OBJECT(message_.get()), format.get(), &stream) < 0)
-      RaiseIoError("An embedded mail", "cannot be read", errno);
-  }
-
-  Handle<GMimeMessage> message_;
-  std::shared_ptr<const MailFile> file_;
+  std::shared_ptr<const AttachmentSource> text_;
 };
 
 }  // namespace
@@ -105,9 +96,8 @@ std::shared_ptr<const AttachmentSource> RangeSource(GMimeStream* range,
   return std::make_shared<Range>(range, encoding, std::move(file));
 }
 
-std::shared_ptr<const AttachmentSource> MessageSource(GMimeMessage* message,
-                                                      std::shared_ptr<const MailFile> file) {
-  return std::make_shared<Message>(message, std::move(file));
+std::shared_ptr<const AttachmentSource> WithCrLf(std::shared_ptr<const AttachmentSource> text) {
+  return std::make_shared<CrLfLines>(std::move(text));
 }
 
 Handle<GMimeStream> ScratchStream(std::uintmax_t expected_size) {
@@ -122,9 +112,13 @@ Handle<GMimeStream> ScratchStream(std::uintmax_t expected_size) {
 }
 
 std::string ReadAll(GMimeStream& stream) {
+  return ReadUpTo(std::numeric_limits<std::size_t>::max(), stream);
+}
+
+std::string ReadUpTo(std::size_t most, GMimeStream& stream) {
   std::string bytes;
   char piece[16 * 1024];
-  while (g_mime_stream_eos(&stream) == 0) {
+  while (bytes.size() < most && g_mime_stream_eos(&stream) == 0) {
     const auto count = g_mime_stream_read(&stream, piece, sizeof piece);
     if (count < 0) RaiseIoError("A part of the mail", "cannot be read", errno);
     bytes.append(piece, static_cast<std::size_t>(count));

@@ -24,14 +24,15 @@ std::shared_ptr<const AttachmentSource> RangeSource(GMimeStream* range,
                                                     GMimeContentEncoding encoding,
                                                     std::shared_ptr<const MailFile> file);
 
-/// An embedded mail with CRLF line ends; what it consists of lies in the file.
-std::shared_ptr<const AttachmentSource> MessageSource(GMimeMessage* message,
-                                                      std::shared_ptr<const MailFile> file);
+/// The same text with CRLF at the end of every line.
+std::shared_ptr<const AttachmentSource> WithCrLf(std::shared_ptr<const AttachmentSource> text);
 
 /// An empty stream for about this many bytes: in memory when they are few, else a nameless
 /// temporary file that vanishes with it. Raises Error.
 Handle<GMimeStream> ScratchStream(std::uintmax_t expected_size);
 
 std::string ReadAll(GMimeStream& stream);
+/// This many bytes or some more, or all.
+std::string ReadUpTo(std::size_t most, GMimeStream& stream);
 
 }  // namespace corvessa::desk::mail

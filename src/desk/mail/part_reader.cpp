@@ -7,6 +7,7 @@
 #include "desk/mail/attachment_name.h"
 #include "desk/mail/attachment_source.h"
 #include "desk/mail/charset.h"
+#include "desk/mail/field_limits.h"
 #include "desk/mail/header_decoding.h"
 #include "desk/mail/mail.h"
 
@@ -50,8 +51,6 @@ class PartReader {
   void Read(GMimeObject* part, Place place) {
     if (GMIME_IS_MULTIPART(part))
       ReadMultipart(GMIME_MULTIPART(part), place);
-    else if (GMIME_IS_MESSAGE_PART(part))
-      AttachMessage(GMIME_MESSAGE_PART(part));
     else if (GMIME_IS_PART(part))
       ReadLeaf(GMIME_PART(part), place);
   }
@@ -100,7 +99,11 @@ class PartReader {
   /// A multipart without any boundary: all of it is one text.
   void ReadUndivided(GMimeMultipart* multipart) {
     const auto text = TextOrEmpty(g_mime_multipart_get_prologue(multipart));
-    if (!HasBody() && !text.empty()) SetBody(mail_.body_text, has_text_, text, "");
+    if (text.empty()) return;
+    if (!HasBody()) return SetBody(mail_.body_text, has_text_, text, "");
+    auto& attachment = mail_.attachments.emplace_back();
+    Describe(GMIME_OBJECT(multipart), "text/plain", attachment);
+    attachment.data = AttachmentData::FromBytes(text);
   }
 
   void ReadLeaf(GMimePart* part, Place place) {
@@ -144,36 +147,49 @@ class PartReader {
   }
 
   void Attach(GMimePart* part, const std::string& type, Place place) {
+    const auto source = Content(part, type);
     auto& attachment = mail_.attachments.emplace_back();
-    Describe(GMIME_OBJECT(part), type, attachment);
+    Describe(GMIME_OBJECT(part), type, attachment, source.get());
     attachment.is_inline =
         !attachment.content_id.empty() &&
         (place == Place::kRelated || HasDisposition(GMIME_OBJECT(part), "inline"));
-    attachment.data = AttachmentData(ContentSource(part));
+    attachment.data = AttachmentData(source);
   }
 
-  void AttachMessage(GMimeMessagePart* part) {
-    auto* const message = g_mime_message_part_get_message(part);
-    auto& attachment = mail_.attachments.emplace_back();
-    const auto subject = message ? PartField(GMIME_OBJECT(message), "Subject") : "";
-    Describe(GMIME_OBJECT(part), TypeName(GMIME_OBJECT(part)), attachment, DecodeText(subject));
-    if (message) attachment.data = AttachmentData(MessageSource(message, file_));
+  /// A mail that stands in another one unencoded is text, which the file may hold with any line
+  /// ends.
+  std::shared_ptr<const AttachmentSource> Content(GMimePart* part, const std::string& type) const {
+    const auto source = ContentSource(part);
+    const bool is_encoded = g_mime_part_get_content_encoding(part) >= GMIME_CONTENT_ENCODING_BINARY;
+    return source && type.starts_with("message/") && !is_encoded ? WithCrLf(source) : source;
   }
 
   void Describe(GMimeObject* part, const std::string& type, Attachment& attachment,
-                const std::string& subject = "") const {
+                const AttachmentSource* source = nullptr) const {
     attachment.content_type = type;
     attachment.content_id = OneLine(TextOrEmpty(g_mime_object_get_content_id(part)));
     attachment.parameters = Parameters(part);
     attachment.display_name = FileName(part);
     attachment.file_name = SafeFileName(attachment.display_name);
-    if (attachment.file_name.empty()) {
-      attachment.file_name = SubjectFileName(subject);
+    if (attachment.file_name.empty() && source && type.starts_with("message/")) {
+      attachment.file_name = SubjectFileName(SubjectOf(*source));
       attachment.is_named_by_subject = !attachment.file_name.empty();
     }
     if (attachment.file_name.empty())
       attachment.file_name = GenericFileName(mail_.attachments.size(), type);
     if (attachment.display_name.empty()) attachment.display_name = attachment.file_name;
+  }
+
+  /// Of an embedded mail, if its header is not longer than any that mail programs write.
+  static std::string SubjectOf(const AttachmentSource& source) {
+    constexpr std::size_t kLongestHeader = 64 * 1024;
+    const auto text = ReadUpTo(kLongestHeader, *source.Open());
+    const Handle<GMimeStream> start(g_mime_stream_mem_new_with_buffer(text.data(), text.size()));
+    if (HasRunawayField(start.get())) return "";
+    const Handle<GMimeParser> parser(g_mime_parser_new_with_stream(start.get()));
+    const Handle<GMimeMessage> message(
+        g_mime_parser_construct_message(parser.get(), ParserOptions()));
+    return message ? DecodeText(PartField(GMIME_OBJECT(message.get()), "Subject")) : "";
   }
 
   static std::string SubjectFileName(std::string subject) {

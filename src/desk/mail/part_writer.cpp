@@ -33,11 +33,21 @@ bool PassesAs7Bit(const Attachment& attachment) {
   const Handle<GMimeStream> null(g_mime_stream_null_new());
   const Handle<GMimeStream> examined(g_mime_stream_filter_new(null.get()));
   const Handle<GMimeFilter> examiner(g_mime_filter_best_new(GMIME_FILTER_BEST_ENCODING));
+  const Handle<GMimeFilter> line_ends(g_mime_filter_unix2dos_new(FALSE));
   g_mime_stream_filter_add(GMIME_STREAM_FILTER(examined.get()), examiner.get());
-  g_mime_stream_write_to_stream(OpenData(attachment).get(), examined.get());
+  g_mime_stream_filter_add(GMIME_STREAM_FILTER(examined.get()), line_ends.get());
+  const auto size = g_mime_stream_write_to_stream(OpenData(attachment).get(), examined.get());
   g_mime_stream_flush(examined.get());
-  return g_mime_filter_best_encoding(GMIME_FILTER_BEST(examiner.get()),
+  return size == g_mime_stream_tell(null.get()) &&
+         g_mime_filter_best_encoding(GMIME_FILTER_BEST(examiner.get()),
                                      GMIME_ENCODING_CONSTRAINT_7BIT) < GMIME_CONTENT_ENCODING_8BIT;
+}
+
+/// Other programs read a header there and may drop what is none.
+bool BeginsWithField(const Attachment& attachment) {
+  constexpr std::size_t kLongestName = 1000;
+  const auto start = ReadUpTo(kLongestName, *OpenData(attachment));
+  return IsFieldName(std::string_view(start).substr(0, start.find(':')));
 }
 
 bool IsToken(std::string_view text) {
@@ -74,9 +84,10 @@ void SetContent(GMimePart* part, const Attachment& attachment, GMimeContentEncod
 }
 
 /// Base64, except that parts which are mail themselves may not be encoded: they stand as they are,
-/// or travel as a file when they would not pass.
+/// or travel as a file when they would not pass unchanged.
 Part AttachmentPart(const Attachment& attachment) {
-  const bool is_mail = attachment.content_type.starts_with("message/") && PassesAs7Bit(attachment);
+  const bool is_mail = attachment.content_type.starts_with("message/") &&
+                       BeginsWithField(attachment) && PassesAs7Bit(attachment);
   const bool is_file = !is_mail && (attachment.content_type.starts_with("message/") ||
                                     attachment.content_type.starts_with("multipart/"));
   Part part(GMIME_OBJECT(g_mime_part_new()));
