@@ -48,10 +48,11 @@ class Files(DeskCase):
         whole = self.sent().read_bytes()
         cut = self.write("cut.eml", whole[:len(whole) // 2])
         opened = self.bob("open", cut, "--json")
-        self.assertIn(f"corvessa-desk: {cut} ends early; this is what is there\n", opened.err)
+        self.assertIn(f"corvessa-desk: {cut} ends early or is damaged; this is what is there\n", opened.err)
         self.assertEqual((opened.code, opened.json()["resultCode"], opened.json()["endsEarly"]), (1, 1, True))
         draft = self.write("cut.draft.eml", self.draft().read_bytes()[:900])
-        self.assertDone(self.alice("send", draft), 3, "", f"corvessa-desk: {draft} ends early; not sent\n")
+        self.assertDone(self.alice("send", draft), 3, "",
+                        f"corvessa-desk: {draft} ends early or is damaged; not sent\n")
 
     def test_many_attachments_and_long_headers(self):
         parts = b"".join(b"--b\r\nContent-Type: text/plain; name=n%d.txt\r\nContent-Disposition: "

@@ -226,6 +226,8 @@ TEST(LoadMail, BadFilesGiveOneClearLine) {
     WriteContent(path, "From: a@b.c\n" + field + "\n\nbody");
     EXPECT_EQ(failure(path), name + " holds a header field that cannot be read.");
   }
+  WriteContent(path, "From: a@b.c\nTo: b@b.c" + std::string(1, '\0') + ", c@b.c\n\nbody");
+  EXPECT_EQ(failure(path), name + " holds a header field that cannot be read.");
   WriteContent(path, "From: a@b.c\nTo: " + repeated("A, B <a@b.c>, ", 20000) +
                          "\nSubject: " + repeated("=?utf-8?B?w6TDtg==?= ", 3000) + "\n\nbody");
   EXPECT_EQ(failure(path), "");
@@ -243,6 +245,12 @@ TEST(LoadMail, CutMailsLoadAsFarAsTheyGo) {
       EXPECT_TRUE(std::string("\0\1\2\3\4\5\6\7", 8).starts_with(attachment.data.Bytes()))
           << length;
   }
+}
+
+TEST(LoadMail, AMailWithLinesInAHeaderThatAreNoFieldIsNotWhole) {
+  EXPECT_TRUE(ParseMail("From: a@b\nTo: c@d\n, e@f\n\nbody").incomplete);
+  EXPECT_TRUE(ParseMail("From: a@b\n" + Multipart("mixed", {"\none", "lost\n\ntwo"})).incomplete);
+  EXPECT_FALSE(ParseMail("From a@b Sat\nFrom: a@b\n\n" + std::string(1, '\0')).incomplete);
 }
 
 TEST(LoadMail, ADeepMailLoadsAsFarAsItIsFollowed) {

@@ -10,7 +10,7 @@ namespace corvessa::desk {
 
 mail::Mail LoadReceived(const CommandContext& context, const std::string& file) {
   mail::Mail mail = mail::LoadMail(file);
-  if (mail.incomplete) context.Tell(file + " ends early; this is what is there");
+  if (mail.incomplete) context.Tell(file + " ends early or is damaged; this is what is there");
   return mail;
 }
 

@@ -9,7 +9,7 @@
 
 namespace corvessa::desk {
 
-/// Loads a received mail and says so when it ends early.
+/// Loads a received mail and says so when it is not whole.
 mail::Mail LoadReceived(const CommandContext& context, const std::string& file);
 
 /// Opens it in a window, as one operation. Throws Failure (refused) when it does not stay open.

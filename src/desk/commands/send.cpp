@@ -58,7 +58,8 @@ void Print(CommandContext& context, const SendOptions& options, const SentMail& 
 
 Outcome Send(CommandContext& context, const SendOptions& options) {
   const mail::Mail draft = mail::LoadMail(options.message.file);
-  if (draft.incomplete) Fail(Outcome::kEnvironment, options.message.file + " ends early; not sent");
+  if (draft.incomplete)
+    Fail(Outcome::kEnvironment, options.message.file + " ends early or is damaged; not sent");
   RefuseToReplace(options.out_file, {options.message.file});
   Profile profile = context.OpenProfile();
   const Person sender = SenderOf(draft, SettingsStore(profile.Registry()));

@@ -124,7 +124,7 @@ void ShellSession::Open(const Arguments& arguments) {
 void ShellSession::Compose(const Arguments& arguments) {
   read_files_.push_back(arguments[0]);
   const mail::Mail draft = mail::LoadMail(arguments[0]);
-  if (draft.incomplete) Fail(Outcome::kEnvironment, arguments[0] + " ends early");
+  if (draft.incomplete) Fail(Outcome::kEnvironment, arguments[0] + " ends early or is damaged");
   const ItemPtr item = host_.Outlook().AddItem(DraftItem(draft));
   const auto window = host_.Outlook().Open(item);
   composed_[item] = draft;

@@ -23,8 +23,11 @@ class FieldScanner {
     return true;
   }
 
+  bool HoldsNul() const { return holds_nul_; }
+
  private:
   bool TakeByte(char c) {
+    holds_nul_ = holds_nul_ || (c == '\0' && in_first_header_);
     if (c == '\r') return true;
     if (c == '\n') {
       EndLine();
@@ -48,6 +51,7 @@ class FieldScanner {
   /// begins with "--" may be a boundary, behind which a part's header begins.
   void EndLine() {
     if (column_ == 0) {
+      in_first_header_ = false;
       in_header_ = in_header_ && embeds_mail_;
       embeds_mail_ = false;
     } else if (is_boundary_ && column_ > 2) {
@@ -76,6 +80,8 @@ class FieldScanner {
     }
   }
 
+  bool in_first_header_ = true;
+  bool holds_nul_ = false;
   bool in_header_ = true;
   bool embeds_mail_ = false;
   bool is_boundary_ = false;
@@ -91,17 +97,18 @@ class FieldScanner {
 
 }  // namespace
 
-bool HasRunawayField(GMimeStream* stream) {
+FieldFault FindFieldFault(GMimeStream* stream) {
   FieldScanner scanner;
   std::array<char, 65536> buffer{};
   g_mime_stream_reset(stream);
-  bool runs_away = false;
+  bool is_sane = true;
   ssize_t bytes = 0;
-  while (!runs_away && (bytes = g_mime_stream_read(stream, buffer.data(), buffer.size())) > 0) {
-    runs_away = !scanner.Take({buffer.data(), static_cast<std::size_t>(bytes)});
+  while (is_sane && (bytes = g_mime_stream_read(stream, buffer.data(), buffer.size())) > 0) {
+    is_sane = scanner.Take({buffer.data(), static_cast<std::size_t>(bytes)});
   }
   g_mime_stream_reset(stream);
-  return runs_away;
+  if (!is_sane) return FieldFault::kRunaway;
+  return scanner.HoldsNul() ? FieldFault::kNul : FieldFault::kNone;
 }
 
 }  // namespace corvessa::desk::mail

@@ -15,9 +15,11 @@ namespace corvessa::desk::mail {
 
 namespace {
 
+/// GMime skips what should be a header field and is none.
 void NoteWarning(gint64 /*offset*/, GMimeParserWarning warning, const gchar* /*item*/,
                  gpointer incomplete) {
-  if (warning == GMIME_WARN_TRUNCATED_MESSAGE || warning == GMIME_CRIT_NESTING_OVERFLOW)
+  if (warning == GMIME_WARN_TRUNCATED_MESSAGE || warning == GMIME_CRIT_NESTING_OVERFLOW ||
+      warning == GMIME_CRIT_INVALID_HEADER_NAME)
     *static_cast<bool*>(incomplete) = true;
 }
 
@@ -98,10 +100,14 @@ Handle<GMimeMessage> ParseCutHeader(GMimeStream* stream) {
   return ParseStream(whole.get(), ignored);
 }
 
+[[noreturn]] void RaiseUnreadable(const std::string& title) {
+  Raise(kInvalidArgument, title + " holds a header field that cannot be read.");
+}
+
 Mail ReadMail(GMimeStream* stream, const std::shared_ptr<const MailFile>& file,
               const std::string& title) {
-  if (HasRunawayField(stream))
-    Raise(kInvalidArgument, title + " holds a header field that cannot be read.");
+  const auto fault = FindFieldFault(stream);
+  if (fault == FieldFault::kRunaway) RaiseUnreadable(title);
   Mail mail;
   auto message = ParseStream(stream, mail.incomplete);
   if (!message) {
@@ -110,6 +116,7 @@ Mail ReadMail(GMimeStream* stream, const std::shared_ptr<const MailFile>& file,
   }
   if (!message || !ReadHeader(message.get(), mail))
     Raise(kInvalidArgument, title + " is not a mail message.");
+  if (fault == FieldFault::kNul) RaiseUnreadable(title);
   if (auto* const root = g_mime_message_get_mime_part(message.get())) ReadParts(root, file, mail);
   return mail;
 }

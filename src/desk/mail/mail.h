@@ -70,8 +70,8 @@ struct Mail {
 
   std::vector<Attachment> attachments;
 
-  /// The file ended early (a cut header or a multipart without its end) or nested too deeply to be
-  /// read whole. What is here is what could be read.
+  /// The file ended early (a cut header or a multipart without its end), has lines in a header that
+  /// are no field or nests too deeply to be read whole. What is here is what could be read.
   bool incomplete = false;
 };
 

@@ -14,15 +14,16 @@ enum class MailPurpose {
   kTravel,
 };
 
-/// Reads a mail file, or the standard input for "-"; the attachments stay in it and are read on demand, so it is kept open.
+/// Reads a mail file, or the standard input for "-"; the attachments stay in it and are read on
+/// demand, so it is kept open.
 ///
 /// Raises Error with one line that names the file: kFileNotFound, kPermissionDenied,
 /// kPathFileAccess (a folder, a device, a failing disk), kInvalidArgument when it is empty or not a
 /// mail message, that is when no header with at least one of the fields that every mail has some of
 /// (From, To, Subject, Date…) begins it, or when a header field is made to keep the reader busy
-/// (groups nested in thousands and the like). Everything else loads as far as it goes: unknown or
-/// wrong charsets, undecodable bytes (U+FFFD), broken encodings, missing ends (Mail::incomplete),
-/// any number of attachments, any length of header.
+/// (groups nested in thousands and the like) or holds a NUL. Everything else loads as far as it
+/// goes: unknown or wrong charsets, undecodable bytes (U+FFFD), broken encodings, missing ends
+/// (Mail::incomplete), any number of attachments, any length of header.
 Mail LoadMail(const std::filesystem::path& path);
 
 /// The same for a mail in memory, which is copied.

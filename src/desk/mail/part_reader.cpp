@@ -185,7 +185,7 @@ class PartReader {
     constexpr std::size_t kLongestHeader = 64 * 1024;
     const auto text = ReadUpTo(kLongestHeader, *source.Open());
     const Handle<GMimeStream> start(g_mime_stream_mem_new_with_buffer(text.data(), text.size()));
-    if (HasRunawayField(start.get())) return "";
+    if (FindFieldFault(start.get()) == FieldFault::kRunaway) return "";
     const Handle<GMimeParser> parser(g_mime_parser_new_with_stream(start.get()));
     const Handle<GMimeMessage> message(
         g_mime_parser_construct_message(parser.get(), ParserOptions()));
