@@ -17,6 +17,10 @@ constexpr int kRsa = 1;
 constexpr int kElGamal = 16;
 constexpr int kEcdh = 18;
 
+// Each try with an RSA key costs some 20 ms, and a message may name a key as often as it likes.
+constexpr std::size_t kMaxNamed = 16;
+constexpr std::size_t kMaxHidden = 500;
+
 /// The algorithm number of a key that can decrypt; 0 for others.
 int EncryptionAlgorithm(rnp_key_handle_t key) {
   static const std::map<std::string, int> kNumbers = {
@@ -82,6 +86,27 @@ bool NamesUnlocked(const EncryptedMessage& message, const EncryptedMessageStart&
   });
 }
 
+/// Refuses a message that would keep the library trying for minutes.
+void RequireFewTries(const KeyStore& keys, const EncryptedMessage& message,
+                     const EncryptedMessageStart& start, const std::vector<UnlockedKey>& unlocked) {
+  std::map<std::string, std::size_t> named;
+  std::size_t hidden = 0;
+  for (const auto& packet : start.session_keys) {
+    if (IsHidden(message.start, packet)) {
+      hidden += static_cast<std::size_t>(
+          std::ranges::count(unlocked, packet.algorithm, &UnlockedKey::algorithm));
+    } else {
+      ++named[KeyIdOf(message.start, packet)];
+    }
+  }
+  const bool too_often = std::ranges::any_of(
+      named, [&](const auto& key) { return key.second > kMaxNamed && keys.IsUnlocked(key.first); });
+  if (too_often) Fail(kBadContent, "The message is encrypted to the same key again and again.");
+  if (hidden > kMaxHidden) {
+    Fail(kBadContent, "The message hides too many recipients to try the keys on all of them.");
+  }
+}
+
 [[noreturn]] void FailForKey(KeyStore& keys, const EncryptedMessage& message,
                              const EncryptedMessageStart& start) {
   for (const auto& packet : start.session_keys) {
@@ -101,6 +126,7 @@ void Decrypt(KeyStore& keys, std::string_view address, const EncryptedMessage& m
   const auto start = ReadEncryptedMessageStart(message.start);
   if (!start) Fail(kBadContent, "The OpenPGP message is damaged or not encrypted.");
   const auto unlocked = UnlockedKeys(keys, address);
+  RequireFewTries(keys, message, *start, unlocked);
   const std::string original(message.start.substr(0, start->length));
   const bool named = NamesUnlocked(message, *start, unlocked);
   if (named && TryKeys(keys, message, original, output) == Outcome::kDone) return;

@@ -115,6 +115,28 @@ TEST_F(TextTest, HiddenRecipientsAreInNoPacketAndStillCanRead) {
   }
 }
 
+TEST_F(TextTest, KeysAreNotTriedWithoutEnd) {
+  const std::string binary = Dearmour(Encrypted("x"));
+  const auto length = ReadEncryptedMessageStart(binary)->length;
+  const auto repeated = [&](int times, bool hidden) {
+    std::string message;
+    for (int i = 0; i < times; ++i) message += binary.substr(0, length);
+    message += binary.substr(length);
+    EXPECT_TRUE(!hidden || HideRecipients(message));
+    return InArmour(message);
+  };
+  const Outcome good(0, "x");
+  EXPECT_EQ(bob->DecryptText(repeated(16, false)), good);
+  EXPECT_EQ(bob->DecryptText(repeated(17, false)), Outcome(-3, ""));
+  EXPECT_EQ(bob->engine->GetEngineLastError(),
+            "The message is encrypted to the same key again and again.");
+  EXPECT_EQ(bob->DecryptText(repeated(500, true)), good);
+  EXPECT_EQ(bob->DecryptText(repeated(501, true)), Outcome(-3, ""));
+  EXPECT_EQ(bob->engine->GetEngineLastError(),
+            "The message hides too many recipients to try the keys on all of them.");
+  EXPECT_EQ(alice->DecryptText(repeated(501, false)), Outcome(-13, "")) << "not one of her keys";
+}
+
 TEST_F(TextTest, WhatIsNoMessageOrIsDamagedGivesItsStatusAndNoText) {
   std::string text(256, '\0');
   for (int i = 0; i < 256; ++i) text[static_cast<std::size_t>(i)] = static_cast<char>(i * 7);
