@@ -62,7 +62,8 @@ void ReadIndex(const std::string& text) {
 
 void ReadAnswer(std::string_view answer) {
   std::vector<std::string> keys;
-  ReadKeyServerAnswer(answer, keys);
+  std::size_t packets = 5000;
+  ReadKeyServerAnswer(answer, packets, keys);
   Require(keys.size() <= 32);
   for (const auto& key : keys) Require(key.size() <= (1U << 20));
 }

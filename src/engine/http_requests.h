@@ -20,10 +20,12 @@ struct HttpAnswer {
   std::string trouble;  ///< why the status is not 200
 };
 
-/// What one operation may still take of the network, however many requests it makes.
+/// What one operation may still take of the network, however many requests it makes, all answers
+/// together.
 struct Allowance {
   std::chrono::steady_clock::time_point until;
-  std::size_t bytes = 0;  ///< of all answers together
+  std::size_t bytes = 0;
+  std::size_t packets = 0;  ///< of keys, for whoever reads the answers
 };
 
 /// Runs the requests side by side, over http and https only. An answer longer than `max_size`

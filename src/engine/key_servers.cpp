@@ -16,6 +16,10 @@ constexpr std::size_t kMaxKeys = 32;
 // Armour takes four characters for three bytes, and line ends.
 constexpr std::size_t kMaxAnswer = kMaxKeySize * kMaxKeys / 2 * 3;
 constexpr std::size_t kMaxOperation = std::size_t{64} << 20;
+// The library takes up to a millisecond for each when it reads a key and checks its signatures,
+// and within one key more: it looks at every signature again for each subkey.
+constexpr std::size_t kMaxKeyPackets = 1000;
+constexpr std::size_t kMaxOperationPackets = 5000;
 constexpr std::string_view kBlock = "PUBLIC KEY BLOCK";
 constexpr std::string_view kSeparators = " ,;\t";
 
@@ -47,14 +51,15 @@ std::vector<std::string> Servers(std::string_view list) {
   }
 }
 
-bool TakeAnswer(const HttpAnswer& answer, KeyServers::Answer& into) {
+bool TakeAnswer(const HttpAnswer& answer, Allowance& allowance, KeyServers::Answer& into) {
   if (answer.status == 404) return true;
-  return answer.status == 200 && ReadKeyServerAnswer(answer.body, into.keys);
+  return answer.status == 200 && ReadKeyServerAnswer(answer.body, allowance.packets, into.keys);
 }
 
 }  // namespace
 
-bool ReadKeyServerAnswer(std::string_view answer, std::vector<std::string>& keys) {
+bool ReadKeyServerAnswer(std::string_view answer, std::size_t& packets,
+                         std::vector<std::string>& keys) {
   auto block = FindArmour(answer, kBlock);
   if (!block) return false;
   for (; block; block = FindArmour(block->after, kBlock)) {
@@ -67,7 +72,10 @@ bool ReadKeyServerAnswer(std::string_view answer, std::vector<std::string>& keys
     bool damaged = false;
     for (const auto& piece : SplitKeyRing(ring, damaged)) {
       if (keys.size() >= kMaxKeys) return true;
-      if (piece.length <= kMaxKeySize) keys.push_back(ring.substr(piece.offset, piece.length));
+      if (piece.length > kMaxKeySize || piece.packets > kMaxKeyPackets) continue;
+      if (piece.packets > packets) return false;
+      packets -= piece.packets;
+      keys.push_back(ring.substr(piece.offset, piece.length));
     }
     if (damaged) return false;
   }
@@ -83,7 +91,7 @@ void KeyServers::SetUpdate(std::string_view servers) {
 }
 
 Allowance KeyServers::NewAllowance() const {
-  return {std::chrono::steady_clock::now() + total_time_, kMaxOperation};
+  return {std::chrono::steady_clock::now() + total_time_, kMaxOperation, kMaxOperationPackets};
 }
 
 std::vector<KeyServers::Answer> KeyServers::LookUp(const std::vector<std::string>& searches,
@@ -102,7 +110,7 @@ std::vector<KeyServers::Answer> KeyServers::LookUp(const std::vector<std::string
   for (std::size_t i = 0; i < searches.size(); ++i) {
     answers[i].reached = lookup_.empty();
     for (std::size_t j = 0; j < lookup_.size(); ++j) {
-      const bool believed = TakeAnswer(responses[i * lookup_.size() + j], answers[i]);
+      const bool believed = TakeAnswer(responses[i * lookup_.size() + j], allowance, answers[i]);
       answers[i].reached = answers[i].reached || believed;
     }
   }

@@ -27,7 +27,7 @@ class KeyServers {
     bool reached =
         true;  ///< at least one server gave an answer that can be believed, or there is none
   };
-  /// What one operation may take, from now on: the total time, and 64 MiB.
+  /// What one operation may take, from now on: the total time, 64 MiB, and keys of 5000 packets.
   Allowance NewAllowance() const;
   /// Searches for several texts (addresses, or key IDs as "0x…") at once, on all servers.
   std::vector<Answer> LookUp(const std::vector<std::string>& searches, Allowance& allowance) const;
@@ -43,8 +43,10 @@ class KeyServers {
   std::string customer_;
 };
 
-/// The keys of a key server's answer: those of its armoured blocks, each at most 1 MiB, at most 32.
-/// False when the answer is not what a key server says (no armour, or damaged).
-bool ReadKeyServerAnswer(std::string_view answer, std::vector<std::string>& keys);
+/// The keys of a key server's answer: those of its armoured blocks, each at most 1 MiB and 1000
+/// packets, at most 32 and of `packets` packets, which it counts down. False when that does not
+/// suffice, or the answer is not what a key server says (no armour, or damaged).
+bool ReadKeyServerAnswer(std::string_view answer, std::size_t& packets,
+                         std::vector<std::string>& keys);
 
 }  // namespace corvessa::engine

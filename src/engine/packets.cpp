@@ -246,9 +246,10 @@ std::vector<RingPiece> SplitKeyRing(std::string_view ring, bool& damaged) {
       damaged = true;
       break;
     }
-    if (IsKeyStart(header->tag)) keys.push_back({position, 0});
+    if (IsKeyStart(header->tag)) keys.push_back({position, 0, 0});
     position += header->length + *header->body_length;
     keys.back().length = position - keys.back().offset;
+    ++keys.back().packets;
   }
   return keys;
 }

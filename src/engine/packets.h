@@ -54,6 +54,7 @@ bool IsSignature(std::string_view bytes);
 struct RingPiece {
   std::size_t offset = 0;
   std::size_t length = 0;
+  std::size_t packets = 0;
 };
 
 /// Cuts a binary key ring into its keys. `damaged` is set when bytes were left over that form no

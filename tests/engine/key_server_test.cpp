@@ -163,6 +163,15 @@ TEST_F(KeyServerTest, RogueServersGiveNoKey) {
   Profile mallory;
   mallory.Generate("mallory@example.org");
   const HttpServer elsewhere(Says(keys));
+  const auto in_armour = [](std::string_view key) { return Armour(key, "public key", {}); };
+  const auto with_names = [](const std::string& armoured, int count) {
+    std::string key = Dearmour(armoured);
+    for (int i = 0; i < count; ++i) key += "\xcd\x01x";
+    return key;
+  };
+  std::string six;
+  for (int i = 0; i < 5; ++i) six += with_names(mallory.PublicKeys("mallory@example.org"), 995);
+  six += Dearmour(keys);
   const auto flood = [](int socket) {
     const std::string block(1 << 20, 'A');
     if (!Send(socket, "HTTP/1.0 200 OK\r\n\r\n-----BEGIN PGP PUBLIC KEY BLOCK-----\r\n\r\n"))
@@ -182,6 +191,9 @@ TEST_F(KeyServerTest, RogueServersGiveNoKey) {
   for (const auto& [what, answer, outcome] :
        {Case{"the key itself", Says(keys), kFound},
         Case{"text round it", Says("<html><pre>\r\n" + keys + "\r\n</pre>"), kFound},
+        Case{"many packets", Says(in_armour(with_names(keys, 995))), kFound},
+        Case{"too many packets", Says(in_armour(with_names(keys, 996))), kNone},
+        Case{"many keys", Says(in_armour(six)), kUnreachable},
         Case{"garbage", Says("Hello"), kUnreachable}, Case{"nothing", Says(""), kUnreachable},
         Case{"cut off", Says(keys.substr(0, 200)), kUnreachable},
         Case{"another key", Says(mallory.PublicKeys("mallory@example.org")), kNone},
