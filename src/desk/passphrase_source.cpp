@@ -52,4 +52,16 @@ SecretString ChoosePassphrase(std::string_view address, const std::string& file,
   return first;
 }
 
+std::optional<SecretString> FindPassphrase(const std::vector<std::string>& addresses,
+                                           const std::string& prompt, Answers& answers,
+                                           Terminal& terminal) {
+  if (const auto known = answers.ChooseAddress(addresses, prompt)) {
+    return answers.UsePassphrase(*known, prompt);
+  }
+  SecretString typed;
+  const bool read =
+      terminal.IsThere() && terminal.ReadSecret(prompt, typed) == Terminal::SecretResult::kRead;
+  return read ? std::optional(typed) : std::nullopt;
+}
+
 }  // namespace corvessa::desk

@@ -118,6 +118,14 @@ bool IsStub(rnp_key_handle_t key) {
          Text(rnp_key_get_protection_type, key).starts_with("GPG-");
 }
 
+void ForgetStubs(rnp_ffi_t ffi, const std::string& fingerprint) {
+  const auto primary = FindKey(ffi, fingerprint);
+  if (!primary) return;
+  for (const auto& key : WithSubkeys(ffi, primary.get())) {
+    if (IsStub(key.get())) Check(rnp_key_remove(key.get(), RNP_KEY_REMOVE_SECRET));
+  }
+}
+
 KeyFacts FactsOf(rnp_key_handle_t primary) {
   KeyFacts facts;
   facts.fingerprint = Text(rnp_key_get_fprint, primary);

@@ -30,6 +30,9 @@ KeyFacts FactsOf(rnp_key_handle_t primary);
 /// It stands for a secret key whose numbers are kept elsewhere: in a backup or on a smartcard.
 bool IsStub(rnp_key_handle_t key);
 
+/// Leaves the public halves of what are stubs of the primary key and its subkeys.
+void ForgetStubs(rnp_ffi_t ffi, const std::string& fingerprint);
+
 /// Binary keys as they are; of armour all public and secret key blocks, one after the other.
 std::string BinaryKeys(std::string_view data);
 

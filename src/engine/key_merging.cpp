@@ -1,10 +1,13 @@
 #include "engine/key_merging.h"
 
 #include <algorithm>
+#include <functional>
 #include <map>
+#include <set>
 #include <vector>
 
 #include "engine/key_facts.h"
+#include "engine/key_proof.h"
 #include "engine/packets.h"
 #include "engine/status.h"
 
@@ -46,16 +49,10 @@ std::string WithoutNames(std::string_view key) {
   return bare;
 }
 
-bool HoldsStub(const std::string& secret_key) {
-  const Ffi scratch = MakeFfi();
-  const auto loaded = LoadKeys(scratch.get(), secret_key);
-  return !loaded.empty() && IsStub(FindKey(scratch.get(), loaded.front()).get());
-}
-
-/// A key of the data.
+/// A key of the data, which may hold its public and its secret half in several pieces.
 struct NewKey {
   KeyFacts facts;
-  std::string bytes;
+  std::vector<std::string> pieces;
   bool has_secret = false;
 };
 
@@ -64,13 +61,16 @@ std::vector<NewKey> KeysIn(std::string_view data) {
   bool damaged = false;
   const std::string ring = BinaryKeys(data);
   for (const auto& piece : SplitKeyRing(ring, damaged)) {
-    std::string bytes = ring.substr(piece.offset, piece.length);
+    const std::string bytes = ring.substr(piece.offset, piece.length);
     const Ffi scratch = MakeFfi();
     const auto loaded = LoadKeys(scratch.get(), bytes);
     if (loaded.empty()) continue;
-    const auto key = FindKey(scratch.get(), loaded.front());
-    const bool has_secret = HoldsSecretKeys(bytes);
-    keys.push_back({FactsOf(key.get()), std::move(bytes), has_secret});
+    const auto facts = FactsOf(FindKey(scratch.get(), loaded.front()).get());
+    auto key = std::ranges::find(keys, facts.fingerprint,
+                                 [](const NewKey& known) { return known.facts.fingerprint; });
+    if (key == keys.end()) key = keys.insert(key, {facts, {}, false});
+    key->pieces.push_back(bytes);
+    key->has_secret = key->has_secret || HoldsSecretKeys(bytes);
   }
   return keys;
 }
@@ -95,40 +95,91 @@ void RefuseClaims(const KeyRings& rings, const std::vector<NewKey>& keys) {
   }
 }
 
-/// Puts a key and what the rings hold of it together. What the rings hold comes first: of two
-/// secret keys the library keeps the one it has, and foreign data must not take the place of a key
-/// that works. A secret key that is only a stub makes way for a whole one.
-void Merge(rnp_ffi_t merged, const KeyRings& rings, const NewKey& key) {
-  std::vector<std::string> first;
-  std::vector<std::string> last;
-  bool is_known = false;
-  const std::string proven = WithProvenNames(key.bytes);
-  for (const auto* entry : rings.FindByFingerprint(key.facts.fingerprint)) {
-    std::string held = rings.Read(*entry);
-    const bool holds_names = !WithProvenNames(held).empty();
-    is_known = is_known || holds_names;
-    if (!entry->secret && !holds_names && !proven.empty()) continue;
-    (entry->secret && HoldsStub(held) ? last : first).push_back(std::move(held));
+/// What the rings hold of a key.
+struct HeldKey {
+  std::vector<std::string> public_halves;
+  std::vector<std::string> secret_halves;
+};
+
+HeldKey Held(const KeyRings& rings, const std::string& fingerprint) {
+  HeldKey held;
+  for (const auto* entry : rings.FindByFingerprint(fingerprint)) {
+    (entry->secret ? held.secret_halves : held.public_halves).push_back(rings.Read(*entry));
   }
-  if (!proven.empty()) {
-    first.push_back(proven);
-  } else {
-    // A revocation, say, is worth having without a name.
-    first.push_back(is_known ? WithoutNames(key.bytes) : key.bytes);
+  return held;
+}
+
+/// The key is known, and its secret half is not the one that is known.
+bool BringsAnotherSecret(const HeldKey& held, const NewKey& key) {
+  if (!key.has_secret || (held.public_halves.empty() && held.secret_halves.empty())) return false;
+  if (held.secret_halves.empty()) return true;
+  std::set<std::string_view> known;
+  for (const auto& half : held.secret_halves) {
+    for (const auto& body : SecretPackets(half)) known.insert(body);
   }
-  for (const auto* list : {&first, &last}) {
-    for (const auto& bytes : *list) LoadKeys(merged, bytes);
+  return std::ranges::any_of(key.pieces, [&](const std::string& piece) {
+    return std::ranges::any_of(SecretPackets(piece), [&](std::string_view body) {
+      return !IsStubPacket(body) && !known.contains(body);
+    });
+  });
+}
+
+/// Loads the pieces of one key. Of two secret halves the library keeps the one that came first,
+/// which is not to be a stub where there is a whole one.
+void LoadPieces(rnp_ffi_t ffi, const std::string& fingerprint,
+                const std::vector<std::string>& pieces) {
+  for (const auto& piece : pieces) {
+    LoadKeys(ffi, piece);
+    ForgetStubs(ffi, fingerprint);
   }
+  for (const auto& piece : pieces) LoadKeys(ffi, piece);
+}
+
+/// What is to be taken of the key: its proven names, or everything but names if there are none and
+/// the key is known by others. (A revocation, say, is worth having without a name.)
+std::vector<std::string> Taken(const NewKey& key, bool is_known) {
+  std::vector<std::string> taken;
+  for (const auto& piece : key.pieces) {
+    const std::string proven = WithProvenNames(piece);
+    taken.push_back(!proven.empty() ? proven : is_known ? WithoutNames(piece) : piece);
+  }
+  return taken;
+}
+
+bool HasProvenNames(const std::string& key) {
+  return !WithProvenNames(key).empty();
+}
+
+/// Puts a key and what the rings hold of it together.
+Ffi Merged(const KeyRings& rings, const NewKey& key, const AskPassphrase& ask) {
+  auto held = Held(rings, key.facts.fingerprint);
+  const bool is_newer_secret = BringsAnotherSecret(held, key);
+  if (is_newer_secret) RequireProof(key.facts, key.pieces, ask);
+  const bool is_known = std::ranges::any_of(held.public_halves, HasProvenNames) ||
+                        std::ranges::any_of(held.secret_halves, HasProvenNames);
+  if (std::ranges::any_of(key.pieces, HasProvenNames)) {
+    std::erase_if(held.public_halves, std::not_fn(HasProvenNames));
+  }
+  auto pieces = std::move(held.secret_halves);
+  pieces.insert(pieces.end(), held.public_halves.begin(), held.public_halves.end());
+  const auto taken = Taken(key, is_known);
+  pieces.insert(is_newer_secret ? pieces.begin() : pieces.end(), taken.begin(), taken.end());
+  Ffi merged = MakeFfi();
+  LoadPieces(merged.get(), key.facts.fingerprint, pieces);
+  return merged;
 }
 
 }  // namespace
 
-Ffi MergedWithRings(const KeyRings& rings, std::string_view data) {
+std::vector<MergedKey> MergedWithRings(const KeyRings& rings, std::string_view data,
+                                       const AskPassphrase& ask) {
   const auto keys = KeysIn(data);
   if (keys.empty()) Fail(kBadFormat, "There is no OpenPGP key in this.");
   RefuseClaims(rings, keys);
-  Ffi merged = MakeFfi();
-  for (const auto& key : keys) Merge(merged.get(), rings, key);
+  std::vector<MergedKey> merged;
+  for (const auto& key : keys) {
+    merged.push_back({key.facts.fingerprint, Merged(rings, key, ask)});
+  }
   return merged;
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "engine/key_rings.h"
+#include "engine/key_upkeep.h"
 #include "engine/rnp_handles.h"
 
 namespace corvessa::engine {
@@ -14,9 +15,17 @@ struct KeyFacts;
 // Anybody can write a key file. What it holds must not spoil the keys that are there already: the
 // library puts all packets that bear a key's number together, without asking who wrote them.
 
-/// The keys of the data, armoured or binary, together with what the rings hold of them. Failure:
-/// there is no key in the data, or one claims a key of another.
-Ffi MergedWithRings(const KeyRings& rings, std::string_view data);
+/// A key, alone in a key store of the library.
+struct MergedKey {
+  std::string fingerprint;
+  Ffi ffi;
+};
+
+/// The keys of the data, armoured or binary, each together with what the rings hold of it. Failure:
+/// there is no key in the data, one claims a key of another, or a secret key that is to take the
+/// place of what the rings hold does not prove itself.
+std::vector<MergedKey> MergedWithRings(const KeyRings& rings, std::string_view data,
+                                       const AskPassphrase& ask);
 
 /// Failure when one of the keys has fewer names or subkeys than the rings hold of it: another
 /// program wrote there what the library does not know, and it would be lost.

@@ -29,9 +29,13 @@ bool UnlockPackets(rnp_ffi_t ffi, const std::string& fingerprint, const SecretSt
   return fits || !is_protected;
 }
 
-void ForgetStub(rnp_ffi_t ffi, const std::string& fingerprint) {
-  const auto key = FindKey(ffi, fingerprint);
-  if (key && IsStub(key.get())) Check(rnp_key_remove(key.get(), RNP_KEY_REMOVE_SECRET));
+void ForgetSecret(rnp_ffi_t ffi, const std::string& fingerprint) {
+  const auto primary = FindKey(ffi, fingerprint);
+  if (!primary) return;
+  for (const auto& key : WithSubkeys(ffi, primary.get())) {
+    if (!Get<bool>(rnp_key_have_secret, key.get())) continue;
+    Check(rnp_key_remove(key.get(), RNP_KEY_REMOVE_SECRET));
+  }
 }
 
 bool Fits(const std::string& data, const std::string& fingerprint, const SecretString& passphrase) {
@@ -158,8 +162,8 @@ void KeyStore::Unlock(std::string_view address, const SecretString& passphrase) 
       if (!Fits(data, fingerprint, passphrase)) continue;
       unlocked_.erase(known);
     }
-    // Also what has come to a key since it was unlocked, be it the whole key in place of a stub.
-    ForgetStub(ffi_.get(), fingerprint);
+    // Also what has come to a key since it was unlocked, in place of what the library would keep.
+    ForgetSecret(ffi_.get(), fingerprint);
     LoadKeys(ffi_.get(), data);
     if (!UnlockPackets(ffi_.get(), fingerprint, passphrase)) continue;
     unlocked_.push_back(fingerprint);

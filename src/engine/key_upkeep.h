@@ -1,10 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "base/secret_string.h"
 #include "platform/engine.h"
 
 namespace corvessa::engine {
@@ -23,6 +26,10 @@ struct KeyInfo {
   bool expired = false;
 };
 
+/// Asks the user for the passphrase of a secret key; nothing when there is none to be had.
+using AskPassphrase = std::function<std::optional<SecretString>(
+    const std::string& fingerprint, const std::vector<std::string>& addresses)>;
+
 /// The upkeep of the key rings. Statuses are the engine's: 0 done; the engine's last error says why
 /// not.
 class KeyUpkeep {
@@ -32,9 +39,11 @@ class KeyUpkeep {
   /// name), protected by the passphrase, and puts it into the rings. -6: the address is none.
   virtual platform::EngineStatus GenerateKey(std::string_view name, std::string_view address,
                                              std::string_view passphrase, KeyInfo& made) = 0;
-  /// Adds public and secret keys, armoured or binary; keys that are there gain what is new. -9: the
-  /// data holds no key.
-  virtual platform::EngineStatus ImportKeys(std::string_view data,
+  /// Adds public and secret keys, armoured or binary; keys that are there gain what is new. A
+  /// secret key other than the one held of a known key takes its place if it proves itself: `ask`
+  /// gives the passphrase that opens it, and its numbers fit. -9: the data holds no key; -4: such a
+  /// key's passphrase is missing or wrong. Nothing is taken when it fails.
+  virtual platform::EngineStatus ImportKeys(std::string_view data, const AskPassphrase& ask,
                                             std::vector<KeyInfo>& imported) = 0;
   /// Every public key of the address (or of the fingerprint), armoured. -13: there is none.
   virtual platform::EngineStatus ExportPublicKeys(std::string_view who, std::string& armoured) = 0;

@@ -50,7 +50,8 @@ class LibrnpEngine final : public OpenPgpEngine {
 
   EngineStatus GenerateKey(std::string_view name, std::string_view address,
                            std::string_view passphrase, KeyInfo& made) override;
-  EngineStatus ImportKeys(std::string_view data, std::vector<KeyInfo>& imported) override;
+  EngineStatus ImportKeys(std::string_view data, const AskPassphrase& ask,
+                          std::vector<KeyInfo>& imported) override;
   EngineStatus ExportPublicKeys(std::string_view who, std::string& armoured) override;
   EngineStatus ExportSecretKeys(std::string_view who, std::string& armoured) override;
   EngineStatus ListKeys(std::vector<KeyInfo>& keys) override;

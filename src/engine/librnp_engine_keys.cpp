@@ -120,16 +120,17 @@ EngineStatus LibrnpEngine::GenerateKey(std::string_view name, std::string_view a
   });
 }
 
-EngineStatus LibrnpEngine::ImportKeys(std::string_view data, std::vector<KeyInfo>& imported) {
+EngineStatus LibrnpEngine::ImportKeys(std::string_view data, const AskPassphrase& ask,
+                                      std::vector<KeyInfo>& imported) {
   return Attempt([&] {
     const KeyRings::Lock lock(keys_.rings().Folder());
     keys_.Refresh();
-    const Ffi merged = MergedWithRings(keys_.rings(), data);
     std::vector<KeyRings::NewKey> keys;
     std::vector<KeyInfo> infos;
-    for (const auto& key : PrimaryKeys(merged.get())) {
-      AddForRings(merged.get(), key.get(), keys);
-      infos.push_back(InfoOf(merged.get(), key.get()));
+    for (const auto& merged : MergedWithRings(keys_.rings(), data, ask)) {
+      const auto key = FindKey(merged.ffi.get(), merged.fingerprint);
+      AddForRings(merged.ffi.get(), key.get(), keys);
+      infos.push_back(InfoOf(merged.ffi.get(), key.get()));
     }
     RefuseLosses(keys_.rings(), keys);
     keys_.Store(lock, keys);

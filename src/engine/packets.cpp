@@ -184,13 +184,14 @@ bool IsSignature(std::string_view bytes) {
 
 namespace {
 
-/// Calls `visit(tag, bytes)` for each whole packet.
+/// Calls `visit(tag, packet, body)` for each whole packet.
 template <typename Visit>
 void ForEachPacket(std::string_view packets, Visit visit) {
   while (const auto header = ReadPacketHeader(packets)) {
     if (!header->body_length || *header->body_length > packets.size() - header->length) return;
     const auto length = header->length + *header->body_length;
-    visit(header->tag, packets.substr(0, length));
+    visit(header->tag, packets.substr(0, length),
+          packets.substr(header->length, *header->body_length));
     packets.remove_prefix(length);
   }
 }
@@ -215,7 +216,7 @@ std::optional<KeyPart::Kind> PartThatBegins(int tag) {
 
 std::vector<KeyPart> SplitKey(std::string_view key) {
   std::vector<KeyPart> parts;
-  ForEachPacket(key, [&](int tag, std::string_view packet) {
+  ForEachPacket(key, [&](int tag, std::string_view packet, std::string_view) {
     if (const auto kind = PartThatBegins(tag)) {
       parts.push_back({*kind, packet});
     } else if (!parts.empty()) {
@@ -226,12 +227,28 @@ std::vector<KeyPart> SplitKey(std::string_view key) {
   return parts;
 }
 
-bool HoldsSecretKeys(std::string_view key) {
-  bool holds = false;
-  ForEachPacket(key, [&](int tag, std::string_view) {
-    holds = holds || tag == kSecretKeyPacket || tag == kSecretSubkeyPacket;
+std::string_view FirstPacket(std::string_view key) {
+  std::string_view first;
+  ForEachPacket(key, [&](int, std::string_view packet, std::string_view) {
+    if (first.empty()) first = packet;
   });
-  return holds;
+  return first;
+}
+
+std::vector<std::string_view> SecretPackets(std::string_view key) {
+  std::vector<std::string_view> bodies;
+  ForEachPacket(key, [&](int tag, std::string_view, std::string_view body) {
+    if (tag == kSecretKeyPacket || tag == kSecretSubkeyPacket) bodies.push_back(body);
+  });
+  return bodies;
+}
+
+bool HoldsSecretKeys(std::string_view key) {
+  return !SecretPackets(key).empty();
+}
+
+bool IsStubPacket(std::string_view secret_body) {
+  return secret_body.ends_with("GNU\1");
 }
 
 std::vector<RingPiece> SplitKeyRing(std::string_view ring, bool& damaged) {

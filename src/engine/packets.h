@@ -72,7 +72,14 @@ struct KeyPart {
 /// Cuts one key of a ring (a RingPiece's bytes) into its parts, in their order.
 std::vector<KeyPart> SplitKey(std::string_view key);
 
-/// There is a secret key packet in it.
+/// The primary key packet alone, of a key that begins with it.
+std::string_view FirstPacket(std::string_view key);
+
+/// The secret key packets of a key, without their headers.
+std::vector<std::string_view> SecretPackets(std::string_view key);
 bool HoldsSecretKeys(std::string_view key);
+
+/// It stands for a secret key that is kept elsewhere, as gpg writes it.
+bool IsStubPacket(std::string_view secret_body);
 
 }  // namespace corvessa::engine

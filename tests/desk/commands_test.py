@@ -34,6 +34,14 @@ class Keys(DeskCase):
         self.assertRegex(self.alice("key", "import", bobs).err,
                          rf"\Acorvessa-desk: the key [0-9A-F]{{40}} names {BOB}, which has the key "
                          r"[0-9A-F]{40} already; mail is encrypted to the newer one\n\Z")
+        own = self.write("own.asc", secret.out)
+        self.at(other, "key", "import", self.template / "alice.asc")
+        self.assertDone(self.at(other, "key", "import", own), 1, "",
+                        f"corvessa-desk: {own}: The key {fingerprint} is known without this secret "
+                        "half, which is taken only with its passphrase; nothing was taken; give it "
+                        "with --passphrase ADDRESS=FILE or at a terminal\n")
+        self.assertRegex(self.at(other, "--passphrase", f"{ALICE}={self.passphrase_file}", "key",
+                                 "import", own).out, rf"\A{fingerprint}  own  ")
         self.assertDone(self.alice("key", "import", self.passphrase_file), 1, "",
                         f"corvessa-desk: {self.passphrase_file}: There is no OpenPGP key in this\n")
         self.assertIn(fingerprint.encode(), gpg.run("--list-secret-keys", "--with-colons").stdout)

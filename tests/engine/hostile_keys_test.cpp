@@ -99,9 +99,7 @@ TEST(HostileKeysTest, AKeyWithAnothersSubkeyIsRefused) {
   const std::string bob = gpg.Make("--export bob@example.org");
   const std::string mallory = gpg.Make("--export mallory@example.org");
   profile.Import(bob);
-  std::vector<KeyInfo> imported;
-  EXPECT_EQ(profile.engine->ImportKeys(mallory + std::string(SplitKey(bob)[2].bytes), imported),
-            -6);
+  EXPECT_EQ(profile.ImportStatus(mallory + std::string(SplitKey(bob)[2].bytes)), -6);
   EXPECT_EQ(profile.QueryKeyPair(kMallory), -13);
   EXPECT_EQ(profile.QueryKeyPair(kBob), 0);
 }
@@ -122,17 +120,68 @@ TEST_F(OwnKeysTest, AWholeSecretKeyTakesThePlaceOfItsStub) {
   profile.Import(gpg.Make("--export-secret-subkeys bob@example.org"));
   profile.Unlock(kBob);
   EXPECT_EQ(profile.SignText("x").first, -13);
-  profile.Import(Secret());
+  profile.Import(Secret(), "secret");
+  profile.Import(gpg.Make("--export-secret-subkeys bob@example.org"), "secret");
   profile.Unlock(kBob);
   EXPECT_EQ(profile.SignText("x").first, 0);
+}
+
+TEST_F(OwnKeysTest, ASecretKeyOfAKnownKeyProvesItself) {
+  const auto signs = [](Profile& own) {
+    return own.engine->AuthenticateAccount(kBob, "secret") == 0 && own.SignText("x").first == 0;
+  };
+  const std::string real = Secret();
+  std::string made_up = real;
+  made_up[static_cast<std::size_t>(SecretPackets(real)[0].end() - real.data() - 1)] ^= 1;
+  profile.Import(gpg.Make("--export bob@example.org"));
+  EXPECT_EQ(profile.ImportStatus(real), -4);
+  EXPECT_EQ(profile.ImportStatus(real, "wrong"), -4);
+  EXPECT_EQ(profile.ImportStatus(made_up, "secret"), -4);
+  EXPECT_EQ(profile.engine->AuthenticateAccount(kBob, "secret"), -13);
+  profile.Import(real, "secret");
+  profile.Import(real);
+  EXPECT_TRUE(signs(profile));
+  // What came first is no obstacle to the backup.
+  Profile other;
+  other.Import(made_up);
+  EXPECT_FALSE(signs(other));
+  other.Import(real, "secret");
+  EXPECT_TRUE(signs(other));
+}
+
+TEST_F(OwnKeysTest, OpenSecretKeysProveThemselvesByTheirNumbers) {
+  constexpr std::size_t kPublicLength = 51;  // of an ed25519 key
+  gpg.Write("passphrase", "");
+  gpg.Generate("open@example.org", "ed25519");
+  gpg.Generate(kMallory, "ed25519");
+  const std::string real = gpg.Make("--export-secret-keys open@example.org");
+  const std::string others = gpg.Make("--export-secret-keys mallory@example.org");
+  std::string numbers(SecretPackets(real)[0].substr(0, kPublicLength));
+  numbers += SecretPackets(others)[0].substr(kPublicLength);
+  const auto rest = static_cast<std::size_t>(SecretPackets(real)[0].end() - real.data());
+  const std::string forged =
+      "\xC5" + std::string(1, static_cast<char>(numbers.size())) + numbers + real.substr(rest);
+  const std::string subkeys = gpg.Make("--export-secret-subkeys open@example.org");
+  std::string forged_subkey = subkeys;
+  // In the middle of the number; its checksum at the end is then to be one more, too.
+  const auto end = static_cast<std::size_t>(SecretPackets(subkeys)[1].end() - subkeys.data());
+  ++forged_subkey[end - 10];
+  ++forged_subkey[end - 1];
+  for (const auto& [good, bad] : {std::pair(real, forged), std::pair(subkeys, forged_subkey)}) {
+    Profile other;
+    other.Import(gpg.Make("--export open@example.org"));
+    EXPECT_EQ(other.ImportStatus(bad), -3);
+    EXPECT_EQ(other.engine->AuthenticateAccount("open@example.org", ""), -13);
+    other.Import(good);
+    EXPECT_EQ(other.engine->AuthenticateAccount("open@example.org", ""), 0);
+  }
 }
 
 TEST_F(OwnKeysTest, ASecretSubkeyThatComesLaterIsUnlockedWithTheNextPassphrase) {
   profile.Import(Secret());
   profile.Unlock(kBob);
   AddSubkey("cv25519 encr");
-  std::vector<KeyInfo> imported;
-  EXPECT_EQ(profile.Reopened()->ImportKeys(Secret(), imported), 0);
+  profile.Import(Secret(), "secret");
   profile.Unlock(kBob);
   EXPECT_EQ(profile.DecryptText(gpg.Make("--armor --encrypt -r bob@example.org", "x")),
             Outcome(0, "x"));
@@ -151,7 +200,7 @@ TEST_F(OwnKeysTest, APublicRingThatIsOlderThanTheSecretOneLosesNothing) {
   const auto ring = profile.folder / "keys" / "public.ring";
   const std::string older = testing::ContentOf(ring);
   AddSubkey("cv25519 encr");
-  profile.Import(Secret());
+  profile.Import(Secret(), "secret");
   testing::WriteContent(ring, older);
   profile.Unlock(kBob);
   EXPECT_EQ(profile.DecryptText(gpg.Make("--armor --encrypt -r bob@example.org", "x")),
@@ -164,8 +213,7 @@ TEST_F(OwnKeysTest, WhatAnotherProgramPutIntoARingIsNotLost) {
   const auto ring = profile.folder / "keys" / "public.ring";
   const std::string content = testing::ContentOf(ring) + unknown_subkey;
   testing::WriteContent(ring, content);
-  std::vector<KeyInfo> imported;
-  EXPECT_EQ(profile.engine->ImportKeys(Secret(), imported), -7);
+  EXPECT_EQ(profile.ImportStatus(Secret(), "secret"), -7);
   EXPECT_EQ(testing::ContentOf(ring), content);
 }
 

@@ -41,9 +41,16 @@ class Profile {
   void Unlock(std::string_view address) {
     EXPECT_EQ(engine->AuthenticateAccount(address, "secret"), 0) << engine->GetEngineLastError();
   }
-  void Import(std::string_view keys) {
+  void Import(std::string_view keys, std::string_view passphrase = {}) {
+    EXPECT_EQ(ImportStatus(keys, passphrase), 0) << engine->GetEngineLastError();
+  }
+  /// With the passphrase for keys that have to prove themselves; none when it is empty.
+  platform::EngineStatus ImportStatus(std::string_view keys, std::string_view passphrase = {}) {
     std::vector<KeyInfo> imported;
-    EXPECT_EQ(engine->ImportKeys(keys, imported), 0) << engine->GetEngineLastError();
+    const auto ask = [&](const std::string&, const std::vector<std::string>&) {
+      return passphrase.empty() ? std::nullopt : std::optional<SecretString>(passphrase);
+    };
+    return engine->ImportKeys(keys, ask, imported);
   }
   std::string PublicKeys(std::string_view who) const {
     std::string keys;

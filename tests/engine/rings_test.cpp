@@ -101,7 +101,7 @@ TEST_F(RingsTest, ARingThatCannotBeReadIsNeitherUsedNorReplaced) {
   std::vector<KeyInfo> keys;
   for (const auto& engine : {profile.engine, profile.Reopened()}) {
     for (int again = 0; again < 2; ++again) {
-      EXPECT_EQ(engine->ImportKeys(donor->SecretKeys(Address(1)), keys), -8);
+      EXPECT_EQ(engine->ImportKeys(donor->SecretKeys(Address(1)), {}, keys), -8);
       EXPECT_EQ(engine->ListKeys(keys), -8);
     }
   }
@@ -121,7 +121,7 @@ TEST_F(RingsTest, SurvivesBeingKilledAtAnyMoment) {
     const pid_t child = InChild(profile, [&](OpenPgpEngine& engine) {
       std::vector<KeyInfo> imported;
       for (int i = 0; i < kKeys; ++i) {
-        engine.ImportKeys(donor->SecretKeys(Address(i)), imported);
+        engine.ImportKeys(donor->SecretKeys(Address(i)), {}, imported);
         if (write(acknowledged[1], "x", 1) != 1) _exit(1);
       }
     });
@@ -154,7 +154,8 @@ TEST_F(RingsTest, TwoProcessesLoseNoKeyAndSeeEachOthers) {
   Profile profile;
   const pid_t first = InChild(profile, [](OpenPgpEngine& engine) {
     std::vector<KeyInfo> imported;
-    for (int i = 1; i < kKeys; i += 2) engine.ImportKeys(donor->PublicKeys(Address(i)), imported);
+    for (int i = 1; i < kKeys; i += 2)
+      engine.ImportKeys(donor->PublicKeys(Address(i)), {}, imported);
   });
   for (int i = 0; i < kKeys; i += 2) profile.Import(donor->PublicKeys(Address(i)));
   waitpid(first, nullptr, 0);
@@ -186,13 +187,12 @@ TEST_F(RingsTest, GeneratesListsExportsAndMerges) {
   other.Import(profile.PublicKeys("mueller@example.org"));
   EXPECT_EQ(other.engine->AuthenticateAccount("mueller@example.org", "pw"), -13);
   const auto both = profile.SecretKeys("mueller@example.org") + donor->PublicKeys(Address(0));
-  other.Import(both);
+  other.Import(both, "pw");
   other.Import(Dearmour(profile.SecretKeys("mueller@example.org")));
   EXPECT_EQ(other.engine->AuthenticateAccount("mueller@example.org", "pw"), 0);
   EXPECT_THAT(Listed(other), UnorderedElementsAre("mueller@example.org", Address(0)));
-  std::vector<KeyInfo> imported;
   for (const auto* data : {"", "Hello", "\x99\x01", "-----BEGIN PGP PUBLIC KEY BLOCK-----\n\nx"}) {
-    EXPECT_LT(other.engine->ImportKeys(data, imported), 0) << data;
+    EXPECT_LT(other.ImportStatus(data), 0) << data;
   }
   EXPECT_EQ(Listed(other).size(), 2U);
 }

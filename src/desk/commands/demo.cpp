@@ -119,7 +119,7 @@ class Demo {
       WriteText(file, armoured);
       Profile profile(to->profile);
       std::vector<engine::KeyInfo> imported;
-      Expect(OpenEngine(profile)->ImportKeys(ReadWholeFile(file), imported) == 0, "no import");
+      Expect(OpenEngine(profile)->ImportKeys(ReadWholeFile(file), {}, imported) == 0, "no import");
     }
   }
 

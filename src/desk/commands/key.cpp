@@ -113,6 +113,24 @@ void TellOfSharedAddresses(const CommandContext& context, const std::vector<engi
   }
 }
 
+void ImportFile(CommandContext& context, engine::OpenPgpEngine& engine, const std::string& file,
+                const std::string& content, std::vector<engine::KeyInfo>& imported) {
+  bool lacks_passphrase = false;
+  const auto ask = [&](const std::string& fingerprint, const std::vector<std::string>& addresses) {
+    auto passphrase =
+        FindPassphrase(addresses, "Passphrase of the secret key " + fingerprint + ": ",
+                       context.answers, context.terminal);
+    lacks_passphrase = !passphrase;
+    return passphrase;
+  };
+  const auto status = engine.ImportKeys(content, ask, imported);
+  if (status != 0 && lacks_passphrase) {
+    Fail(Outcome::kRefused, file + ": " + WithoutFullStop(engine.GetEngineLastError()) +
+                                "; give it with --passphrase ADDRESS=FILE or at a terminal");
+  }
+  Check(status, engine, file + ": ");
+}
+
 Outcome Import(CommandContext& context, const KeyOptions& options) {
   std::vector<std::string> contents;
   for (const std::string& file : options.files) contents.push_back(ReadWholeFile(file));
@@ -122,7 +140,7 @@ Outcome Import(CommandContext& context, const KeyOptions& options) {
     std::vector<engine::KeyInfo> known;
     Check(engine->ListKeys(known), *engine);
     std::vector<engine::KeyInfo> imported;
-    Check(engine->ImportKeys(contents[i], imported), *engine, options.files[i] + ": ");
+    ImportFile(context, *engine, options.files[i], contents[i], imported);
     for (const engine::KeyInfo& key : imported) {
       Print(context.out, key);
       TellOfSharedAddresses(context, known, key);
