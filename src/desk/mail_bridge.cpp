@@ -9,16 +9,14 @@
 #include "desk/mail/attachment_name.h"
 #include "desk/mail/attachment_store.h"
 #include "desk/profile/system_clock.h"
+#include "message/header_fields.h"
 #include "platform/redemption.h"
 
 namespace corvessa::desk {
 namespace {
 
-/// What the fields of the add-in begin with, in lower case.
-constexpr std::string_view kAddInField = "x-nimbra-";
-
 bool IsAddInField(std::string_view name) {
-  return LCase(name).starts_with(kAddInField);
+  return LCase(name).starts_with(LCase(HeaderFieldName("")));
 }
 
 /// An attachment that is still the one of a mail.
@@ -134,7 +132,7 @@ ItemData DraftItem(const mail::Mail& source) {
   // How it is protected is chosen anew, by whoever sends it.
   std::erase_if(item.properties, [](const auto& property) {
     const std::string name = LCase(property.first.second);
-    return name == "x-nimbra-noencrypt" || name == "x-nimbra-nosign";
+    return name == LCase(HeaderFieldName(kNoEncrypt)) || name == LCase(HeaderFieldName(kNoSign));
   });
   // The name of an embedded mail that nobody named is its subject, which is not for all to read.
   for (std::size_t i = 0; i < source.attachments.size(); ++i) {

@@ -10,6 +10,7 @@
 #include "desk/mail/mail_io.h"
 #include "desk/mail_bridge.h"
 #include "desk/terminal/answers.h"
+#include "message/header_fields.h"
 #include "platform/redemption.h"
 
 namespace corvessa::desk {
@@ -64,10 +65,21 @@ class SignatureWatch final : public platform::MailItemEvents {
   bool is_signed_ = false;
 };
 
-bool Carries(const ItemData& item, std::string_view name) {
+bool IsTrue(std::string_view field) {
+  return LCase(Trim(field)) == "true";
+}
+
+bool ChoseNoEncryption(const ItemData& item) {
   const auto found =
-      item.properties.find({std::string(platform::kInternetHeaders), std::string(name)});
-  return found != item.properties.end() && LCase(Trim(found->second)) == "true";
+      item.properties.find({std::string(platform::kInternetHeaders), HeaderFieldName(kNoEncrypt)});
+  return found != item.properties.end() && IsTrue(found->second);
+}
+
+/// Whatever the add-in was called when the answer was written: its name is in that of the field.
+bool AnswersEncrypted(const ItemData& item) {
+  return std::ranges::any_of(item.properties, [](const auto& property) {
+    return LCase(property.first.second).ends_with("-encrypted-reply") && IsTrue(property.second);
+  });
 }
 
 /// Whether the user said yes to one of the questions whether to send without protection. The
@@ -88,8 +100,7 @@ bool AgreedToSendInClear(const std::vector<ShownBox>& boxes, std::size_t first) 
 void RefuseUnagreedClearText(DeskHost& host, const ItemPtr& sent, const ItemData& item,
                              std::size_t first_box) {
   // Without a window nobody has seen that an answer to an encrypted message is not to be encrypted.
-  const bool was_chosen = Carries(item, "X-Nimbra-NoEncrypt") &&
-                          (sent->Window() || !Carries(item, "X-Nimbra-Corvessa-Encrypted-Reply"));
+  const bool was_chosen = ChoseNoEncryption(item) && (sent->Window() || !AnswersEncrypted(item));
   if (was_chosen || AgreedToSendInClear(host.Ui().Boxes(), first_box)) return;
   Fail(Outcome::kRefused,
        "not sent: the add-in would have let it travel without encryption; --no-encrypt agrees");

@@ -9,7 +9,6 @@
 namespace corvessa {
 namespace {
 
-/// The property set of Internet header fields (PS_INTERNET_HEADERS).
 /// PT_STRING8, the type half of a property tag.
 constexpr std::int32_t kString8 = 30;
 
@@ -23,11 +22,11 @@ Field OpenField(const platform::MailItemPtr& item, std::string_view name) {
   return {safe_item, safe_item->GetIDsFromNames(platform::kInternetHeaders, name) | kString8};
 }
 
-std::string FieldName(std::string_view key) {
+}  // namespace
+
+std::string HeaderFieldName(std::string_view key) {
   return "X-Nimbra-" + Replace(key, " ", "-");
 }
-
-}  // namespace
 
 void SetItemField(const platform::MailItemPtr& item, std::string_view name,
                   std::string_view value) {
@@ -43,11 +42,11 @@ std::string GetItemField(const platform::MailItemPtr& item, std::string_view nam
 }
 
 void WriteHeaderFlag(const platform::MailItemPtr& item, std::string_view key, bool flag) {
-  SetItemField(item, FieldName(key), flag ? "True" : "False");
+  SetItemField(item, HeaderFieldName(key), flag ? "True" : "False");
 }
 
 bool ReadHeaderFlag(const platform::MailItemPtr& item, std::string_view key) {
-  return LCase(Trim(GetItemField(item, FieldName(key)))) == "true";
+  return LCase(Trim(GetItemField(item, HeaderFieldName(key)))) == "true";
 }
 
 }  // namespace corvessa

@@ -16,7 +16,10 @@ inline constexpr std::string_view kNoSign = "NoSign";
 void SetItemField(const platform::MailItemPtr& item, std::string_view name, std::string_view value);
 std::string GetItemField(const platform::MailItemPtr& item, std::string_view name);
 
-/// The add-in's own fields, "X-Nimbra-" and the key with hyphens for blanks, "True" or "False".
+/// The name of one of the add-in's own fields: "X-Nimbra-" and the key with hyphens for blanks.
+std::string HeaderFieldName(std::string_view key);
+
+/// The add-in's own fields, "True" or "False".
 /// WriteHeaderFlag throws when the field could not be written, because a choice that is not kept
 /// would be a mail sent otherwise than its sender asked.
 void WriteHeaderFlag(const platform::MailItemPtr& item, std::string_view key, bool flag);

@@ -316,11 +316,14 @@ class Responding(DeskCase):
         body = mail.get_body().get_content().replace("\r\n", "\n")
         self.assertTrue(body.startswith("Thanks – Bob\n\n\n-----Original Message-----\nFrom: Alice"))
         self.assertTrue(body.endswith("\n\n" + TEXT))
+        for brand in ("A Brand", "Corvessa"):  # and what one has written, the other does not send
+            self.assertDone(self.bob("reply", sent, "--out", draft), out=f"The draft is in {draft}.\n")
+            self.assertDone(self.bob("set", "AppShortName", brand))
+            self.assertDone(self.bob("send", draft, "--external", "--answer",
+                                     "frmSendFromExternalApplication=cmdContinue"), 1, "",
+                            "corvessa-desk: not sent: the add-in would have let it travel without "
+                            "encryption; --no-encrypt agrees\n")
         self.assertDone(self.bob("reply", sent, "--out", draft), out=f"The draft is in {draft}.\n")
-        self.assertDone(self.bob("send", draft, "--external", "--answer",
-                                 "frmSendFromExternalApplication=cmdContinue"), 1, "",
-                        "corvessa-desk: not sent: the add-in would have let it travel without "
-                        "encryption; --no-encrypt agrees\n")
         reply = self.bob("send", draft, "--json").json()
         self.assertEqual((reply["encrypted"], reply["signed"]), (True, True))
 
