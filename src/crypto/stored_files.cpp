@@ -27,7 +27,7 @@ std::string CreatePrivateFolder() {
   auto number = static_cast<std::int64_t>(std::floor(clock.Random() * kNames));
   std::string folder;
   do {
-    folder = Files().TemporaryFolder() + "mail" + Decimal(number++);
+    folder = Files().TemporaryFolder() + std::string(kPrivateFolderPrefix) + Decimal(number++);
   } while (Files().FolderExists(folder) || Files().FileExists(folder));
   // Something that has come between fails here: what is there already is never used.
   Files().CreateFolder(folder);

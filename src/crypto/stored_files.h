@@ -7,6 +7,9 @@
 
 namespace corvessa {
 
+/// What the name of a private folder begins with; a number follows.
+inline constexpr std::string_view kPrivateFolderPrefix = "mail";
+
 /// A new, randomly named, private folder below the user's folder for temporary files, with a
 /// trailing backslash.
 std::string CreatePrivateFolder();

@@ -13,6 +13,7 @@
 #include "desk/mail/attachment_name.h"
 #include "desk/mail/io_error.h"
 #include "desk/message_report.h"
+#include "desk/profile/leftovers.h"
 #include "forms/controls.h"
 #include "forms/form.h"
 #include "platform/files.h"
@@ -105,7 +106,8 @@ SavingResult SaveFromItem(const Item& item, const std::vector<fs::path>& targets
 class WorkFolder {
  public:
   explicit WorkFolder(DeskHost& host)
-      : path_(platform::Host().files.TemporaryFolder() + "Saving"), local_(host.LocalPath(path_)) {
+      : path_(platform::Host().files.TemporaryFolder() + std::string(kSavingFolder)),
+        local_(host.LocalPath(path_)) {
     platform::Host().files.CreateFolder(path_);
   }
   ~WorkFolder() {

@@ -12,7 +12,7 @@ engine::EngineConfig EngineSetup(Profile& profile) {
       .rings_folder = profile.KeysFolder(),
       .adk_file = profile.AdkFile(),
       .local_path = [&profile](std::string_view path) { return profile.Files().LocalPath(path); },
-      .new_temporary_path = [&profile] { return profile.Files().FreshTemporaryPath(".tmp"); }};
+      .new_temporary_path = [&profile] { return profile.Files().FreshTemporaryPath(); }};
 }
 
 std::shared_ptr<engine::OpenPgpEngine> OpenEngine(Profile& profile) {

@@ -108,7 +108,7 @@ void AddInFixture::InstallHostWith(platform::Ui& back_end) {
 engine::EngineConfig AddInFixture::EngineSetup() {
   return {profile / "keys", profile / "adk.txt",
           [this](std::string_view path) { return files.LocalPath(path); },
-          [this] { return files.FreshTemporaryPath(".tmp"); }};
+          [this] { return files.FreshTemporaryPath(); }};
 }
 
 engine::OpenPgpEngine& AddInFixture::Keys() {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/error.h"
+#include "crypto/stored_files.h"
 #include "posix/atomic_file.h"
 
 namespace corvessa::desk {
@@ -29,7 +30,8 @@ bool IsNumbered(std::string_view prefix, std::string_view suffix, std::string_vi
 }
 
 bool IsOurs(std::string_view name) {
-  return IsNumbered("mail", "", name) || IsNumbered("~", ".tmp", name) || name == "Saving" ||
+  return IsNumbered(kPrivateFolderPrefix, "", name) ||
+         IsNumbered(kFreshFilePrefix, kFreshFileSuffix, name) || name == kSavingFolder ||
          posix::IsTemporaryName(name);
 }
 

@@ -1,8 +1,15 @@
 #pragma once
 
 #include <filesystem>
+#include <string_view>
 
 namespace corvessa::desk {
+
+// What this program calls its temporary things, beside the add-in's private folders: fresh files
+// (a number stands between) and the folder to which attachments are saved.
+inline constexpr std::string_view kFreshFilePrefix = "~";
+inline constexpr std::string_view kFreshFileSuffix = ".tmp";
+inline constexpr std::string_view kSavingFolder = "Saving";
 
 /// Removes what an earlier run that was cut short has left in its folder for temporary files. Only
 /// names that this program gives go; whatever else is there is somebody's own and stays, and so

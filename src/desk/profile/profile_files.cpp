@@ -14,6 +14,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "desk/profile/leftovers.h"
 #include "posix/atomic_file.h"
 #include "posix/error_number.h"
 
@@ -108,10 +109,11 @@ std::optional<fs::path> ProfileFiles::PathOnDriveC(std::string_view windows_path
   return local;
 }
 
-std::string ProfileFiles::FreshTemporaryPath(std::string_view suffix) {
+std::string ProfileFiles::FreshTemporaryPath() {
   auto number = std::chrono::system_clock::now().time_since_epoch().count();
   for (;; ++number) {
-    std::string path = TemporaryFolder() + "~" + Decimal(number) + std::string(suffix);
+    std::string path = TemporaryFolder() + std::string(kFreshFilePrefix) + Decimal(number) +
+                       std::string(kFreshFileSuffix);
     if (!Look(LocalPath(path))) return path;
   }
 }

@@ -22,9 +22,8 @@ class ProfileFiles final : public platform::Files {
 
   /// The local file that a Windows path means; "c:\" is the folder itself. Throws Error 76.
   std::filesystem::path LocalPath(std::string_view windows_path) const;
-  /// A path in the folder for temporary files that nothing has yet, ending in the suffix. No file
-  /// is made.
-  std::string FreshTemporaryPath(std::string_view suffix);
+  /// A path in the folder for temporary files that nothing has yet. No file is made.
+  std::string FreshTemporaryPath();
 
   void AppendText(std::string_view path, std::string_view text) override;
   std::string Read(std::string_view path) override;
