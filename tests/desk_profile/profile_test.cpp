@@ -1,6 +1,7 @@
 #include "desk/profile/profile.h"
 
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -28,6 +29,25 @@ TEST(ProfileTest, SaysWhyItCannotBeMade) {
   WriteContent(folder / "file", "x");
   EXPECT_EQ(Attempt([&] { Profile profile(folder / "file"); }).description,
             "The profile " + (folder / "file").string() + " cannot be made: File exists");
+}
+
+TEST(ProfileTest, IsWholeAndFreeWhenItsProcessIsKilledInMidWrite) {
+  const testing::TempFolder folder;
+  int ready[2];
+  ASSERT_EQ(pipe(ready), 0);
+  const pid_t child = fork();
+  if (child == 0) {
+    Profile profile(folder / "p");
+    for (int i = 0;; ++i) {
+      profile.Registry().WriteString("HKEY_CURRENT_USER\\K", "Count", std::to_string(i));
+      if (i == 0 && write(ready[1], "r", 1) != 1) _exit(1);
+    }
+  }
+  char byte = 0;
+  ASSERT_EQ(read(ready[0], &byte, 1), 1);
+  kill(child, SIGKILL);
+  waitpid(child, nullptr, 0);
+  EXPECT_TRUE(Profile(folder / "p").Registry().FindValue("HKEY_CURRENT_USER\\K", "Count"));
 }
 
 TEST(SystemShellTest, HandsThePageOverAsOneArgumentAndLeavesNoChild) {

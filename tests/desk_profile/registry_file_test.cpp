@@ -1,11 +1,8 @@
 #include "desk/profile/registry_file.h"
 
-#include <csignal>
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
 
 #include "base/error.h"
@@ -157,29 +154,6 @@ TEST_F(RegistryFileTest, RefusesADamagedFileWithItsLineAndLeavesIt) {
                                      " is damaged and was left as it is: " + reason);
     EXPECT_EQ(Content(), text);
   }
-}
-
-TEST_F(RegistryFileTest, KeepsASecondProcessOutUntilTheFirstEnds) {
-  int ready[2];
-  ASSERT_EQ(pipe(ready), 0);
-  const pid_t child = fork();
-  if (child == 0) {
-    RegistryFile registry(path_);
-    for (int i = 0;; ++i) {
-      Created(registry.CurrentUser(), "Child")->WriteNumber("Count", i);
-      if (i == 0 && write(ready[1], "r", 1) != 1) _exit(1);
-    }
-  }
-  char byte = 0;
-  ASSERT_EQ(read(ready[0], &byte, 1), 1);
-  EXPECT_EQ(
-      Attempt([&] { RegistryFile registry(path_); }).description,
-      "The registry file " + path_.string() + " is in use by another program; close that first");
-  // Killed in the middle of its writing, it leaves a whole file and no lock.
-  kill(child, SIGKILL);
-  waitpid(child, nullptr, 0);
-  RegistryFile registry(path_);
-  EXPECT_EQ(Names(registry.CurrentUser()), std::vector<std::string>{"Child"});
 }
 
 TEST_F(RegistryFileTest, AFailedSaveIsToldAndTriedAgain) {

@@ -28,15 +28,6 @@ constexpr std::string_view kLocalMachineRoot = "HKEY_LOCAL_MACHINE";
   Raise(kPathFileAccess, "The registry file " + path.string() + " " + std::string(what));
 }
 
-FileLock LockOrRaise(const fs::path& path) {
-  try {
-    if (auto lock = FileLock::Try(path.string() + ".lock")) return std::move(*lock);
-  } catch (const std::system_error& error) {
-    RaiseForFile(path, "cannot be locked: " + error.code().message());
-  }
-  RaiseForFile(path, "is in use by another program; close that first");
-}
-
 RegistryNodePtr Load(const fs::path& path) {
   const posix::FileDescriptor file(
       open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
@@ -55,8 +46,7 @@ RegistryNodePtr Load(const fs::path& path) {
 
 class RegistryFile::Store {
  public:
-  explicit Store(fs::path path)
-      : path_(std::move(path)), lock_(LockOrRaise(path_)), roots_(Load(path_)) {
+  explicit Store(fs::path path) : path_(std::move(path)), roots_(Load(path_)) {
     for (const std::string_view root : {kCurrentUserRoot, kLocalMachineRoot}) {
       bool ignored = false;
       FindOrAddKey(roots_, root, ignored);
@@ -90,11 +80,11 @@ class RegistryFile::Store {
 
  private:
   fs::path path_;
-  FileLock lock_;
   RegistryNodePtr roots_;
   int open_keys_ = 0;
-  /// The file lacks something; and that is not to wait.
+  /// The file lacks something.
   bool unsaved_ = false;
+  /// And that is not to wait.
   bool due_ = false;
 };
 

@@ -6,7 +6,6 @@
 #include <string>
 #include <string_view>
 
-#include "desk/profile/file_lock.h"
 #include "desk/profile/registry_tree.h"
 #include "platform/registry.h"
 
@@ -22,12 +21,12 @@ inline constexpr platform::RegistryStatus kRegistryKeyDeleted = 1018;
 ///
 /// Changes reach the file, whole and atomically, when the last open key is closed, so that a
 /// routine that writes many values costs one write. A deletion alone waits for the next change: who
-/// deletes a key to fill it anew loses nothing when the process ends in between.
+/// deletes a key to fill it anew loses nothing when the process ends in between. Nobody else may
+/// have the file open: it keeps nobody out.
 class RegistryFile final : public platform::Registry {
  public:
   /// Opens the file, or starts empty when there is none. Throws Error 75 with a line for the user
-  /// when another process has it open, it cannot be read or it is damaged; a damaged file is never
-  /// written to.
+  /// when it cannot be read or is damaged; a damaged file is never written to.
   explicit RegistryFile(std::filesystem::path path);
   /// Saves; a failure is lost here, so whoever wants to know calls Save before.
   ~RegistryFile() override;
