@@ -4,7 +4,6 @@
 #include <ostream>
 
 #include "addin/debug_info.h"
-#include "addin/process_state.h"
 #include "base/guard.h"
 #include "base/text.h"
 #include "desk/engine_setup.h"
@@ -105,7 +104,6 @@ DeskHost::DeskHost(Profile& profile, Terminal& terminal, Answers& answers, std::
 
 DeskHost::~DeskHost() {
   connect_.AddinInstance_OnDisconnection();
-  ResetProcessState();
   platform::RemoveHost();
 }
 
