@@ -8,7 +8,6 @@
 #include "desk/mail/gmime_handle.h"
 #include "desk/mail/io_error.h"
 #include "desk/mail/mail_file.h"
-#include "posix/atomic_file.h"
 
 namespace corvessa::desk::mail {
 
@@ -52,18 +51,6 @@ std::uintmax_t AttachmentData::Size() const {
   const auto size = g_mime_stream_write_to_stream(source_->Open().get(), counter.get());
   if (size < 0) RaiseIoError("A part of the mail", "cannot be read", errno);
   return static_cast<std::uintmax_t>(size);
-}
-
-void AttachmentData::SaveTo(const std::filesystem::path& path) const {
-  WriteFile(path, [&](posix::AtomicFile& file) {
-    if (source_) {
-      const Handle<GMimeStream> out(g_mime_stream_fs_new(file.Descriptor()));
-      g_mime_stream_fs_set_owner(GMIME_STREAM_FS(out.get()), FALSE);
-      errno = 0;
-      if (g_mime_stream_write_to_stream(source_->Open().get(), out.get()) < 0) posix::Throw(errno);
-    }
-    file.Commit();
-  });
 }
 
 }  // namespace corvessa::desk::mail

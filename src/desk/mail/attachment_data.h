@@ -37,8 +37,6 @@ class AttachmentData {
   void Provide(const PieceSink& sink) const;
   /// Decodes the whole attachment to count it.
   std::uintmax_t Size() const;
-  /// Writes a file that only its owner can read, whole or not at all.
-  void SaveTo(const std::filesystem::path& path) const;
 
   /// Null for no bytes; for the MIME layer's own use.
   const std::shared_ptr<const AttachmentSource>& Source() const { return source_; }

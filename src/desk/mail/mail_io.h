@@ -45,9 +45,6 @@ void StampMail(Mail& mail);
 /// the disk said.
 void WriteMail(const Mail& mail, const std::filesystem::path& path, MailPurpose purpose);
 
-/// The same to an open file descriptor, which stays open.
-void WriteMail(const Mail& mail, int descriptor, MailPurpose purpose);
-
 /// The same in memory.
 std::string FormatMail(const Mail& mail, MailPurpose purpose);
 

@@ -147,11 +147,6 @@ void WriteMail(const Mail& mail, const std::filesystem::path& path, MailPurpose 
   });
 }
 
-void WriteMail(const Mail& mail, int descriptor, MailPurpose purpose) {
-  if (const int error_code = WriteToDescriptor(Prepare(mail, purpose), descriptor))
-    RaiseIoError("The mail", "cannot be written", error_code);
-}
-
 std::string FormatMail(const Mail& mail, MailPurpose purpose) {
   const auto prepared = Prepare(mail, purpose);
   const Handle<GMimeStream> stream(g_mime_stream_mem_new());
