@@ -30,8 +30,8 @@ struct BrandValue {
 constexpr BrandValue kBrandValues[] = {
     {"AppShortName", "Corvessa"},
     {"AppLongName", "Corvessa Professional for Outlook"},
-    {"EnginePGPMessageHeader", "Corvessa Professional for Outlook 1.0"},
-    {"EnginePGPSignatureHeader", "Corvessa Professional for Outlook 1.0"},
+    {"EnginePGPMessageHeader", "Corvessa Professional for Outlook " CORVESSA_EDITION},
+    {"EnginePGPSignatureHeader", "Corvessa Professional for Outlook " CORVESSA_EDITION},
     {"EngineCustomerID", ""},
     {"EngineLookupServer", ""},
     {"EngineUpdateServer", ""},
@@ -120,7 +120,8 @@ fs::path Profile::DefaultFolder() {
 }
 
 platform::ProductInfo Profile::Product() const {
-  return {1, 0, 0, std::string(kProductFolder)};
+  return {CORVESSA_VERSION_MAJOR, CORVESSA_VERSION_MINOR, CORVESSA_VERSION_PATCH,
+          std::string(kProductFolder)};
 }
 
 }  // namespace corvessa::desk
