@@ -19,6 +19,26 @@ inline constexpr std::string_view kOutlookSetupKey =
 inline constexpr std::string_view kVersionKey =
     "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Version";
 
+/// The texts of an edition, in its key.
+inline constexpr std::string_view kEditionTexts[] = {
+    "AppShortName",
+    "AppLongName",
+    "EnginePGPMessageHeader",
+    "EnginePGPSignatureHeader",
+    "EngineCustomerID",
+    "EngineLookupServer",
+    "EngineUpdateServer",
+    "URLMain",
+    "URLHelp",
+    "URLHelpAddInstructions",
+    "URLTools",
+    "URLKeyGen",
+    "URLPassphrase",
+    "URLIMAPInfo",
+    "URLIMAPCheck",
+    "URLUpdate",
+};
+
 /// A longer string value reads as empty: older installers rely on values of at most 254 bytes.
 inline constexpr std::size_t kStringBufferBytes = 255;
 

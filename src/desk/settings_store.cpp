@@ -33,46 +33,40 @@ struct Value {
   Kind kind;
 };
 
-constexpr Value kValues[] = {
-    {"DisableKVPEntirely", kGlobal, Kind::kSwitch},
-    {"DisableAutoDecryptAndVerify", kGlobal, Kind::kSwitch},
-    {"DisableOutgoingEncryption", kGlobal, Kind::kSwitch},
-    {"DisableOutgoingSigning", kGlobal, Kind::kSwitch},
-    {"LogDebuggingInfo", kGlobal, Kind::kSwitch},
-    {"PassphraseMemory", kGlobal, Kind::kMinutes},
-    {"SeenUpdateMsgMaj", kGlobal, Kind::kNumber},
-    {"SeenUpdateMsgMin", kGlobal, Kind::kNumber},
-    {"SeenUpdateMsgRev", kGlobal, Kind::kNumber},
-    {"DisableInternetMode", kVersion, Kind::kSwitch},
-    {"DisableCorporateOrWorkgroupMode", kVersion, Kind::kSwitch},
-    {"DisableAutoDecryptAttachments", kVersion, Kind::kSwitch},
-    {"DisableKeyGen", kVersion, Kind::kSwitch},
-    {"NoToolbarButtonText", kVersion, Kind::kSwitch},
-    {"ADKEnabled", kVersion, Kind::kSwitch},
-    {"AppShortName", kVersion, Kind::kText},
-    {"AppLongName", kVersion, Kind::kText},
-    {"EnginePGPMessageHeader", kVersion, Kind::kText},
-    {"EnginePGPSignatureHeader", kVersion, Kind::kText},
-    {"EngineCustomerID", kVersion, Kind::kText},
-    {"EngineLookupServer", kVersion, Kind::kText},
-    {"EngineUpdateServer", kVersion, Kind::kText},
-    {"URLMain", kVersion, Kind::kText},
-    {"URLHelp", kVersion, Kind::kText},
-    {"URLHelpAddInstructions", kVersion, Kind::kText},
-    {"URLTools", kVersion, Kind::kText},
-    {"URLKeyGen", kVersion, Kind::kText},
-    {"URLPassphrase", kVersion, Kind::kText},
-    {"URLIMAPInfo", kVersion, Kind::kText},
-    {"URLIMAPCheck", kVersion, Kind::kText},
-    {"URLUpdate", kVersion, Kind::kText},
-    {"MailSupport", kOutlookSetup, Kind::kNumber},
-};
+std::vector<Value> AllValues() {
+  std::vector<Value> values = {
+      {"DisableKVPEntirely", kGlobal, Kind::kSwitch},
+      {"DisableAutoDecryptAndVerify", kGlobal, Kind::kSwitch},
+      {"DisableOutgoingEncryption", kGlobal, Kind::kSwitch},
+      {"DisableOutgoingSigning", kGlobal, Kind::kSwitch},
+      {"LogDebuggingInfo", kGlobal, Kind::kSwitch},
+      {"PassphraseMemory", kGlobal, Kind::kMinutes},
+      {"SeenUpdateMsgMaj", kGlobal, Kind::kNumber},
+      {"SeenUpdateMsgMin", kGlobal, Kind::kNumber},
+      {"SeenUpdateMsgRev", kGlobal, Kind::kNumber},
+      {"DisableInternetMode", kVersion, Kind::kSwitch},
+      {"DisableCorporateOrWorkgroupMode", kVersion, Kind::kSwitch},
+      {"DisableAutoDecryptAttachments", kVersion, Kind::kSwitch},
+      {"DisableKeyGen", kVersion, Kind::kSwitch},
+      {"NoToolbarButtonText", kVersion, Kind::kSwitch},
+      {"ADKEnabled", kVersion, Kind::kSwitch},
+  };
+  for (const std::string_view text : kEditionTexts) values.push_back({text, kVersion, Kind::kText});
+  values.push_back({"MailSupport", kOutlookSetup, Kind::kNumber});
+  return values;
+}
+
+/// In the order in which they are listed.
+const std::vector<Value>& Values() {
+  static const std::vector<Value> values = AllValues();
+  return values;
+}
 
 const Value& FindValue(std::string_view name) {
   const std::string lower = LCase(name);
-  const auto* found = std::find_if(std::begin(kValues), std::end(kValues),
-                                   [&](const Value& value) { return LCase(value.name) == lower; });
-  if (found == std::end(kValues)) {
+  const auto found = std::ranges::find_if(
+      Values(), [&](const Value& value) { return LCase(value.name) == lower; });
+  if (found == Values().end()) {
     Fail(Outcome::kWrongUse,
          "there is no setting " + ForDisplay(name) + "; \"get\" alone lists them all");
   }
@@ -157,7 +151,7 @@ void CheckText(const Value& value, std::string_view text) {
 
 std::vector<std::string_view> SettingsStore::Names() {
   std::vector<std::string_view> names;
-  for (const Value& value : kValues) names.push_back(value.name);
+  for (const Value& value : Values()) names.push_back(value.name);
   return names;
 }
 

@@ -25,26 +25,21 @@ struct BrandValue {
   std::string_view text;
 };
 
-/// Servers and pages are the user's choice: an address that nobody chose would be told who writes
-/// to whom. They stand there empty so that their names can be seen.
 constexpr BrandValue kBrandValues[] = {
     {"AppShortName", "Corvessa"},
     {"AppLongName", "Corvessa Professional for Outlook"},
     {"EnginePGPMessageHeader", "Corvessa Professional for Outlook " CORVESSA_EDITION},
     {"EnginePGPSignatureHeader", "Corvessa Professional for Outlook " CORVESSA_EDITION},
-    {"EngineCustomerID", ""},
-    {"EngineLookupServer", ""},
-    {"EngineUpdateServer", ""},
-    {"URLMain", ""},
-    {"URLHelp", ""},
-    {"URLHelpAddInstructions", ""},
-    {"URLTools", ""},
-    {"URLKeyGen", ""},
-    {"URLPassphrase", ""},
-    {"URLIMAPInfo", ""},
-    {"URLIMAPCheck", ""},
-    {"URLUpdate", ""},
 };
+
+/// Servers and pages are the user's choice: an address that nobody chose would be told who writes
+/// to whom. They stand there empty so that their names can be seen.
+std::string_view BrandText(std::string_view name) {
+  for (const BrandValue& value : kBrandValues) {
+    if (value.name == name) return value.text;
+  }
+  return {};
+}
 
 [[noreturn]] void RaiseForProfile(const fs::path& folder, std::string_view what) {
   Raise(kPathFileAccess, "The profile " + folder.string() + " " + std::string(what));
@@ -79,9 +74,8 @@ void WriteBrandValues(RegistryFile& registry) {
   platform::RegistryKeyPtr open_meanwhile;
   registry.LocalMachine().Open("", open_meanwhile);
   const std::string edition = "HKEY_LOCAL_MACHINE\\" + std::string(kVersionKey);
-  for (const BrandValue& value : kBrandValues) {
-    if (registry.FindValue(edition, value.name)) continue;
-    registry.WriteString(edition, value.name, value.text);
+  for (const std::string_view name : kEditionTexts) {
+    if (!registry.FindValue(edition, name)) registry.WriteString(edition, name, BrandText(name));
   }
 }
 
