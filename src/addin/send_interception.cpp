@@ -29,7 +29,7 @@ using Debug_Info::TraceLog;
 constexpr std::string_view kItemSendPrefix = "m_oApplication_ItemSend: ";
 
 bool IsMailItem(const platform::MailItemPtr& item) {
-  return item->TypeName() == "MailItem" && item->Class() == platform::kMailItemClass;
+  return item->TypeName() == platform::kMailItemType && item->Class() == platform::kMailItemClass;
 }
 
 bool NeedsSendProcessing(const platform::MailItemPtr& item) {

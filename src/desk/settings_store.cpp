@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "accounts/registry_values.h"
+#include "accounts/settings.h"
 #include "base/text.h"
 #include "desk/failure.h"
 
@@ -120,8 +121,7 @@ std::optional<std::int32_t> NumberOf(std::string_view text, std::int32_t least) 
 
 std::optional<std::int32_t> NumberFor(const Value& value, std::string_view text) {
   if (value.kind == Kind::kSwitch) return SwitchOf(text);
-  constexpr std::int32_t kAfterEachUse = -1;
-  return NumberOf(text, value.kind == Kind::kMinutes ? kAfterEachUse
+  return NumberOf(text, value.kind == Kind::kMinutes ? kForgetAfterEachUse
                                                      : std::numeric_limits<std::int32_t>::min());
 }
 

@@ -24,8 +24,6 @@
 namespace corvessa {
 namespace {
 
-constexpr std::string_view kMailItemType = "MailItem";
-
 std::string_view BooleanText(bool value) {
   return value ? "True" : "False";
 }
@@ -119,7 +117,7 @@ void MailItemNode::m_oMailItem_AttachmentRead(const platform::AttachmentPtr& att
   const auto held = shared_from_this();
   Guarded("MailItemNode::m_oMailItem_AttachmentRead - ", [&] {
     if (g_bDisableKVPEntirely || m_bAttachmentNoticeShown || !IsGoodlyProtected()) return;
-    if (attachment->ParentTypeName() != kMailItemType) return;
+    if (attachment->ParentTypeName() != platform::kMailItemType) return;
     m_bAttachmentNoticeShown = true;
     if (!g_bDisableAutoDecryptAttachments) return;
     ShowGeneric(
@@ -140,7 +138,7 @@ void MailItemNode::m_oMailItem_Close(bool& /*cancel*/) {
   Guarded("MailItemNode::m_oMailItem_Close - ", [&] {
     ++closings_;
     m_bProcessed = false;
-    if (g_bDisableKVPEntirely || m_oMailItem->TypeName() != kMailItemType) return;
+    if (g_bDisableKVPEntirely || m_oMailItem->TypeName() != platform::kMailItemType) return;
     // A message whose attachment failed, or that was only signed, holds a changed body too.
     if (m_lDecryptStatus != kDecrypted && !body_replaced_ && !attachments_replaced_) return;
     const Error error = Attempt([&] { RestoreOriginal(); });
@@ -198,7 +196,7 @@ void MailItemNode::m_oMailItem_Forward(const platform::MailItemPtr& forward, boo
   const auto held = shared_from_this();
   Guarded("MailItemNode::m_oMailItem_Forward - ", [&] {
     if (g_bDisableKVPEntirely || !body_decrypted_) return;
-    if (forward->TypeName() != kMailItemType) return;
+    if (forward->TypeName() != platform::kMailItemType) return;
     const auto attachments = forward->Attachments();
     for (std::int32_t i = attachments->Count(); i >= 1; --i) attachments->Remove(i);
   });

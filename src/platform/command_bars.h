@@ -27,6 +27,10 @@ inline constexpr std::int32_t kButtonIconAndCaption = 3;
 inline constexpr std::int32_t kButtonUp = 0;
 inline constexpr std::int32_t kButtonDown = -1;
 
+/// Clipboard formats of a button's picture and its mask.
+inline constexpr std::string_view kFaceFormat = "Toolbar Button Face";
+inline constexpr std::string_view kMaskFormat = "Toolbar Button Mask";
+
 class CommandBars {
  public:
   virtual ~CommandBars() = default;
@@ -81,7 +85,7 @@ class CommandBarButton {
   virtual void SetVisible(bool visible) = 0;
   virtual std::string Tag() = 0;
   virtual void SetTag(std::string_view tag) = 0;
-  /// Takes its picture from the clipboard's "Toolbar Button Face" and "Toolbar Button Mask".
+  /// Takes its picture from the clipboard's kFaceFormat and kMaskFormat.
   virtual void PasteFace() = 0;
   virtual void Delete() = 0;
   virtual Subscription Subscribe(CommandBarButtonEvents& sink) = 0;

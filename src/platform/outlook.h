@@ -38,6 +38,8 @@ using SharedText = std::shared_ptr<const std::string>;
 
 /// olMail, the Class of a mail item.
 inline constexpr std::int32_t kMailItemClass = 43;
+/// Its type name.
+inline constexpr std::string_view kMailItemType = "MailItem";
 /// olFormatPlain of BodyFormat.
 inline constexpr std::int32_t kBodyFormatPlain = 1;
 

@@ -2,6 +2,7 @@
 
 #include "base/error.h"
 #include "platform/clipboard.h"
+#include "platform/command_bars.h"
 #include "platform/host.h"
 
 namespace corvessa::TranspCmdBar {
@@ -85,8 +86,8 @@ std::optional<MaskBitmap> CreateMaskBitmap(const platform::Picture& picture, std
 void PutFaceAndMaskOnClipboard(const MaskBitmap& mask) {
   platform::Clipboard& clipboard = platform::Host().clipboard;
   if (mask.bits.empty() || !clipboard.Open()) return;
-  const std::uint32_t face_format = clipboard.RegisterFormat("Toolbar Button Face");
-  const std::uint32_t mask_format = clipboard.RegisterFormat("Toolbar Button Mask");
+  const std::uint32_t face_format = clipboard.RegisterFormat(platform::kFaceFormat);
+  const std::uint32_t mask_format = clipboard.RegisterFormat(platform::kMaskFormat);
   if (const auto face = clipboard.GetData(platform::kClipboardDib)) {
     static_cast<void>(clipboard.SetData(face_format, *face));
   }

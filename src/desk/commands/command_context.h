@@ -19,8 +19,6 @@ class App;
 
 namespace corvessa::desk {
 
-inline constexpr std::string_view kProgram = "corvessa-desk";
-
 /// What all commands share: where results and complaints go and what was said on the command line.
 struct CommandContext {
   std::ostream& out;

@@ -105,8 +105,8 @@ void Button::PasteFace() {
   Called("CommandBarButton.PasteFace");
   platform::Clipboard* const clipboard = world_->Clipboard();
   if (!clipboard || !clipboard->Open()) Raise(kInvalidArgument);
-  auto face = clipboard->GetData(clipboard->RegisterFormat("Toolbar Button Face"));
-  auto mask = clipboard->GetData(clipboard->RegisterFormat("Toolbar Button Mask"));
+  auto face = clipboard->GetData(clipboard->RegisterFormat(platform::kFaceFormat));
+  auto mask = clipboard->GetData(clipboard->RegisterFormat(platform::kMaskFormat));
   if (!face) face = clipboard->GetData(platform::kClipboardDib);
   clipboard->Close();
   if (!face) Raise(kInvalidArgument);
@@ -203,7 +203,7 @@ platform::CommandBarButtonPtr Bar::Item(std::int32_t index) {
   DropDeleted();
   if (index < 1 || static_cast<std::size_t>(index) > controls_.size()) Raise(kInvalidArgument);
   const auto& control = controls_[static_cast<std::size_t>(index) - 1];
-  if (!control) Raise(13, "Type mismatch");
+  if (!control) Raise(kTypeMismatch, "Type mismatch");
   return control;
 }
 

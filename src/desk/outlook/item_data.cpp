@@ -12,7 +12,7 @@ platform::SharedText EmptyText() {
 std::string TypeNameOf(std::int32_t item_class) {
   switch (item_class) {
     case platform::kMailItemClass:
-      return "MailItem";
+      return std::string(platform::kMailItemType);
     case kAppointmentClass:
       return "AppointmentItem";
     case kContactClass:

@@ -24,7 +24,8 @@ using PathMapper = std::function<std::filesystem::path(std::string_view windows_
 /// before it does anything; an Error that it throws is the call's failure.
 using CallHook = std::function<void(std::string_view call)>;
 
-// Numbers of failed calls: the run-time one of a missing member, else HRESULTs.
+// Numbers of failed calls: the run-time ones of a wrong type and a missing member, else HRESULTs.
+inline constexpr long kTypeMismatch = 13;
 inline constexpr long kNotSupported = 438;
 inline constexpr long kDisconnected = -2147417848;
 inline constexpr long kArrayBounds = -2147352567;

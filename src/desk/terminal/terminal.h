@@ -11,6 +11,9 @@
 
 namespace corvessa::desk {
 
+/// What every line to the user begins with.
+inline constexpr std::string_view kProgram = "corvessa-desk";
+
 /// Where a person sits: lines and passphrases come in, boxes and one redrawn status line go out.
 /// Without a person (`is_there` false) nothing is drawn; lines are still read. Reads byte by byte,
 /// so that nothing is lost between it and others who read the same input.

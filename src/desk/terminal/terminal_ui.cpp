@@ -73,7 +73,7 @@ TerminalUi::~TerminalUi() {
 
 void TerminalUi::Report(std::string_view line) {
   terminal_.ClearStatus();
-  options_.messages << options_.program << ": " << line << "\n" << std::flush;
+  options_.messages << kProgram << ": " << line << "\n" << std::flush;
 }
 
 std::int32_t TerminalUi::MessageBox(std::string_view text, std::string_view title,

@@ -29,9 +29,8 @@ struct ShownBox {
 };
 
 struct TerminalUiOptions {
-  /// Where complaints go, one line each, before which `program` stands.
+  /// Where complaints go, one line each.
   std::ostream& messages;
-  std::string program = "corvessa-desk";
   std::function<platform::PicturePtr(std::string_view path)> load_picture;
   std::function<TimerDriver::Time()> now = std::chrono::steady_clock::now;
 };
