@@ -11,7 +11,6 @@
 #include "desk/desk_host.h"
 #include "desk/failure.h"
 #include "desk/mail/attachment_name.h"
-#include "desk/mail/io_error.h"
 #include "desk/message_report.h"
 #include "desk/profile/leftovers.h"
 #include "forms/controls.h"
@@ -19,6 +18,7 @@
 #include "platform/files.h"
 #include "platform/host.h"
 #include "posix/atomic_file.h"
+#include "posix/io_error.h"
 
 namespace corvessa::desk {
 namespace {
@@ -73,7 +73,7 @@ void RefuseExisting(const std::vector<fs::path>& targets) {
 void SaveNew(const Content& content, const fs::path& target, AttachmentReport& attachment,
              SavingResult& result) {
   try {
-    mail::WriteFile(target, [&](posix::AtomicFile& file) {
+    posix::WriteFile(target, [&](posix::AtomicFile& file) {
       content.Provide([&](std::string_view piece) { file.Write(piece); });
       file.CommitNew();
     });

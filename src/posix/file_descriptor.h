@@ -8,7 +8,7 @@
 
 namespace corvessa::posix {
 
-// What fails in this room throws std::system_error with the errno of the call: only the callers
+// What fails here throws std::system_error with the errno of the call: only the callers
 // know what it means for them.
 
 /// Throws std::system_error for an errno.

@@ -11,13 +11,13 @@
 #include "desk/attachment_saving.h"
 #include "desk/commands/received_message.h"
 #include "desk/commands/text_file.h"
-#include "desk/mail/io_error.h"
 #include "desk/mail/mail_io.h"
 #include "desk/mail_bridge.h"
 #include "desk/message_printing.h"
 #include "desk/message_report.h"
 #include "desk/sending.h"
 #include "desk/terminal/choices.h"
+#include "posix/io_error.h"
 
 namespace corvessa::desk {
 namespace {
@@ -218,7 +218,7 @@ void ShellSession::Send(const Arguments& arguments) {
   }
   RefuseToReplace(arguments[0], read_files_);
   // Sending closes the window: a file that cannot be written would cost the draft.
-  mail::WriteFile(arguments[0], [](posix::AtomicFile&) {});
+  posix::WriteFile(arguments[0], [](posix::AtomicFile&) {});
   const auto composed = composed_.find(item);
   const mail::Mail base =
       composed == composed_.end() ? DraftOf(host_, item->Data()) : composed->second;

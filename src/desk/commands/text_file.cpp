@@ -9,7 +9,7 @@
 
 #include "base/text.h"
 #include "desk/failure.h"
-#include "desk/mail/io_error.h"
+#include "posix/io_error.h"
 
 namespace corvessa::desk {
 
@@ -23,7 +23,7 @@ std::string ReadWholeFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   // An empty file gives the stream nothing to take, which is no failure of the file.
   if (file && file.peek() != std::ifstream::traits_type::eof()) content << file.rdbuf();
-  if (file.bad() || !file.is_open()) mail::RaiseIoError(path, "cannot be read", errno);
+  if (file.bad() || !file.is_open()) posix::RaiseIoError(path, "cannot be read", errno);
   return content.str();
 }
 

@@ -6,8 +6,8 @@
 
 #include "desk/mail/attachment_source.h"
 #include "desk/mail/gmime_handle.h"
-#include "desk/mail/io_error.h"
 #include "desk/mail/mail_file.h"
+#include "posix/io_error.h"
 
 namespace corvessa::desk::mail {
 
@@ -25,7 +25,7 @@ AttachmentData AttachmentData::FromFile(const std::filesystem::path& path) {
   const auto copy = ScratchStream(file->Size());
   errno = 0;
   if (g_mime_stream_write_to_stream(file->Stream(), copy.get()) < 0)
-    RaiseIoError(path, "cannot be copied", errno);
+    posix::RaiseIoError(path, "cannot be copied", errno);
   return AttachmentData(RangeSource(copy.get(), GMIME_CONTENT_ENCODING_BINARY, nullptr));
 }
 
@@ -36,7 +36,7 @@ void AttachmentData::Provide(const PieceSink& sink) const {
   while (g_mime_stream_eos(stream.get()) == 0) {
     errno = 0;
     const ssize_t got = g_mime_stream_read(stream.get(), piece.data(), piece.size());
-    if (got < 0) RaiseIoError("A part of the mail", "cannot be read", errno);
+    if (got < 0) posix::RaiseIoError("A part of the mail", "cannot be read", errno);
     if (got > 0) sink({piece.data(), static_cast<std::size_t>(got)});
   }
 }
@@ -49,7 +49,7 @@ std::uintmax_t AttachmentData::Size() const {
   if (!source_) return 0;
   const Handle<GMimeStream> counter(g_mime_stream_null_new());
   const auto size = g_mime_stream_write_to_stream(source_->Open().get(), counter.get());
-  if (size < 0) RaiseIoError("A part of the mail", "cannot be read", errno);
+  if (size < 0) posix::RaiseIoError("A part of the mail", "cannot be read", errno);
   return static_cast<std::uintmax_t>(size);
 }
 

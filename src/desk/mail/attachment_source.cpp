@@ -9,9 +9,9 @@
 #include <utility>
 
 #include "base/error.h"
-#include "desk/mail/io_error.h"
 #include "desk/mail/mail_file.h"
 #include "posix/atomic_file.h"
+#include "posix/io_error.h"
 
 namespace corvessa::desk::mail {
 
@@ -106,7 +106,7 @@ Handle<GMimeStream> ScratchStream(std::uintmax_t expected_size) {
   const auto folder = std::filesystem::temp_directory_path();
   std::string name = posix::TemporaryPattern(folder);
   const int descriptor = mkostemp(name.data(), O_CLOEXEC);
-  if (descriptor < 0) RaiseIoError(folder, "takes no temporary file", errno);
+  if (descriptor < 0) posix::RaiseIoError(folder, "takes no temporary file", errno);
   unlink(name.c_str());
   return Handle<GMimeStream>(g_mime_stream_fs_new(descriptor));
 }
@@ -120,7 +120,7 @@ std::string ReadUpTo(std::size_t most, GMimeStream& stream) {
   char piece[16 * 1024];
   while (bytes.size() < most && g_mime_stream_eos(&stream) == 0) {
     const auto count = g_mime_stream_read(&stream, piece, sizeof piece);
-    if (count < 0) RaiseIoError("A part of the mail", "cannot be read", errno);
+    if (count < 0) posix::RaiseIoError("A part of the mail", "cannot be read", errno);
     bytes.append(piece, static_cast<std::size_t>(count));
   }
   return bytes;

@@ -5,7 +5,7 @@
 
 #include "desk/mail/attachment_source.h"
 #include "desk/mail/gmime_handle.h"
-#include "desk/mail/io_error.h"
+#include "posix/io_error.h"
 
 namespace corvessa::desk::mail {
 
@@ -26,7 +26,7 @@ AttachmentData AttachmentStore::Keep(const std::function<void(const PieceSink& s
     g_mime_stream_seek(stream, file_->end, GMIME_STREAM_SEEK_SET);
     const auto size = static_cast<ssize_t>(piece.size());
     if (g_mime_stream_write(stream, piece.data(), piece.size()) != size)
-      RaiseIoError("A copy of an attachment", "cannot be written", errno);
+      posix::RaiseIoError("A copy of an attachment", "cannot be written", errno);
     file_->end += size;
   });
   if (start == file_->end) return {};

@@ -10,11 +10,11 @@
 #include "desk/mail/header_decoding.h"
 #include "desk/mail/header_encoding.h"
 #include "desk/mail/header_fields.h"
-#include "desk/mail/io_error.h"
 #include "desk/mail/mail.h"
 #include "desk/mail/mail_io.h"
 #include "desk/mail/part_writer.h"
 #include "posix/atomic_file.h"
+#include "posix/io_error.h"
 
 namespace corvessa::desk::mail {
 
@@ -140,7 +140,7 @@ void StampMail(Mail& mail) {
 
 void WriteMail(const Mail& mail, const std::filesystem::path& path, MailPurpose purpose) {
   const auto prepared = Prepare(mail, purpose);
-  WriteFile(path, [&](posix::AtomicFile& file) {
+  posix::WriteFile(path, [&](posix::AtomicFile& file) {
     if (const int error_code = WriteToDescriptor(prepared, file.Descriptor()))
       posix::Throw(error_code);
     file.CommitDurably();

@@ -1,4 +1,4 @@
-#include "desk/mail/io_error.h"
+#include "posix/io_error.h"
 
 #include <cerrno>
 #include <string>
@@ -8,8 +8,7 @@
 #include "posix/atomic_file.h"
 #include "posix/error_number.h"
 
-namespace corvessa::desk::mail {
-
+namespace corvessa::posix {
 namespace {
 
 std::string Cause(int error_code) {
@@ -20,23 +19,23 @@ std::string Cause(int error_code) {
 }  // namespace
 
 void RaiseIoError(const std::filesystem::path& file, std::string_view problem, int error_code) {
-  Raise(posix::ErrorNumberOf(error_code),
+  Raise(ErrorNumberOf(error_code),
         file.string() + " " + std::string(problem) + ": " + Cause(error_code) + ".");
 }
 
 void WriteFile(const std::filesystem::path& path,
-               const std::function<void(posix::AtomicFile& file)>& write) {
+               const std::function<void(AtomicFile& file)>& write) {
   // A device or a pipe would be replaced by a file, to the surprise of whoever named it.
   std::error_code ignored;
   const auto status = std::filesystem::status(path, ignored);
   if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
     Raise(kPathFileAccess, path.string() + " is there already and is no file.");
   try {
-    posix::AtomicFile file(path);
+    AtomicFile file(path);
     write(file);
   } catch (const std::system_error& error) {
     RaiseIoError(path, "cannot be written", error.code().value());
   }
 }
 
-}  // namespace corvessa::desk::mail
+}  // namespace corvessa::posix
