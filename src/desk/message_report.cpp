@@ -30,6 +30,24 @@ std::int32_t CodeOf(std::string_view text) {
   return code >= 0 && code <= kIsNotSigned ? kUnknownStatus : code;
 }
 
+/// What the texts "is encrypted" and the like stand for; any other text is a failure.
+std::int32_t DecryptStatusFromText(std::string_view text) {
+  if (text == kNotEncrypted) return kIsNotEncrypted;
+  if (text == kEncrypted) return kIsDecrypted;
+  return CodeOf(text);
+}
+
+std::int32_t SignStatusFromText(std::string_view text, std::vector<std::string>& signers) {
+  if (text.starts_with(kSignedBy)) {
+    signers = Split(text.substr(kSignedBy.size()), ", ");
+    return kHasGoodSignature;
+  }
+  if (text == kNotSigned) return kIsNotSigned;
+  if (text == kSigned) return kHasGoodSignature;
+  if (text == kInvalid) return kHasBadSignature;
+  return CodeOf(text);
+}
+
 /// Where the status text begins in a row that a name stands before; a name can hold such words too,
 /// so the last one counts.
 std::size_t StartOfDecryptText(std::string_view row) {
@@ -71,8 +89,9 @@ std::vector<AttachmentReport> ListedAttachments(const Form& window) {
     report.decrypt_text = row.substr(start);
     report.sign_text = signing->Row(i).substr(std::min(start, signing->Row(i).size()));
     report.protection.emplace();
-    report.protection->decrypt_status = DecryptStatusOf(report.decrypt_text);
-    report.protection->sign_status = SignStatusOf(report.sign_text, report.protection->signers);
+    report.protection->decrypt_status = DecryptStatusFromText(report.decrypt_text);
+    report.protection->sign_status =
+        SignStatusFromText(report.sign_text, report.protection->signers);
     reports.push_back(std::move(report));
   }
   return reports;
@@ -129,23 +148,6 @@ bool MessageReport::Failed() const {
   });
 }
 
-std::int32_t DecryptStatusOf(std::string_view text) {
-  if (text == kNotEncrypted) return kIsNotEncrypted;
-  if (text == kEncrypted) return kIsDecrypted;
-  return CodeOf(text);
-}
-
-std::int32_t SignStatusOf(std::string_view text, std::vector<std::string>& signers) {
-  if (text.starts_with(kSignedBy)) {
-    signers = Split(text.substr(kSignedBy.size()), ", ");
-    return kHasGoodSignature;
-  }
-  if (text == kNotSigned) return kIsNotSigned;
-  if (text == kSigned) return kHasGoodSignature;
-  if (text == kInvalid) return kHasBadSignature;
-  return CodeOf(text);
-}
-
 MessageReport ReadMessage(const InspectorWindowPtr& window) {
   MessageReport report;
   report.left_to_button = window->Bars().FindButton(kDecryptNowButton) != nullptr;
@@ -154,9 +156,9 @@ MessageReport ReadMessage(const InspectorWindowPtr& window) {
     const auto buttons = bar->Buttons();
     for (std::size_t i = 0; i < 2; ++i) report.status_lines.push_back(buttons[i]->Look().tooltip);
     report.protection.emplace();
-    report.protection->decrypt_status = DecryptStatusOf(OfMessage(report.status_lines[0]));
+    report.protection->decrypt_status = DecryptStatusFromText(OfMessage(report.status_lines[0]));
     report.protection->sign_status =
-        SignStatusOf(OfMessage(report.status_lines[1]), report.protection->signers);
+        SignStatusFromText(OfMessage(report.status_lines[1]), report.protection->signers);
     if (!window->ShownItem()->Data().attachments.empty()) {
       WithStatusWindow(buttons[0], [&](const Form& form) { listed = ListedAttachments(form); });
     }

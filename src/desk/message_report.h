@@ -66,10 +66,6 @@ struct MessageReport {
 /// The button that a message may be left to.
 inline constexpr std::string_view kDecryptNowButton = "Decrypt/verify";
 
-/// What the texts "is encrypted" and the like stand for; any other text is a failure.
-std::int32_t DecryptStatusOf(std::string_view text);
-std::int32_t SignStatusOf(std::string_view text, std::vector<std::string>& signers);
-
 /// Clicks the status bar for what it says of the attachments; the status window is closed again.
 MessageReport ReadMessage(const InspectorWindowPtr& window);
 

@@ -275,7 +275,7 @@ Attachment File(const std::string& name, const std::string& bytes,
   Attachment attachment;
   attachment.file_name = name;
   attachment.content_type = type;
-  attachment.data = AttachmentData::FromBytes(bytes);
+  attachment.data = AttachmentBytes::FromBytes(bytes);
   return attachment;
 }
 

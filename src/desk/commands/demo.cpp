@@ -133,12 +133,12 @@ class Demo {
     mail::Attachment figures;
     figures.file_name = figures.display_name = "figures.csv";
     figures.content_type = "text/csv";
-    figures.data = mail::AttachmentData::FromBytes("quarter,result\r\n1,120\r\n2,-35\r\n");
+    figures.data = mail::AttachmentBytes::FromBytes("quarter,result\r\n1,120\r\n2,-35\r\n");
     mail::Attachment logo;
     logo.file_name = logo.display_name = "logo.gif";
     logo.content_type = "image/gif";
-    logo.data = mail::AttachmentData::FromFile(alice_.profile / "drive_c" / "Program Files" /
-                                               "Corvessa" / "Customization" / "48hLogo.gif");
+    logo.data = mail::AttachmentBytes::FromFile(alice_.profile / "drive_c" / "Program Files" /
+                                                "Corvessa" / "Customization" / "48hLogo.gif");
     draft_.attachments = {figures, logo};
     mail::WriteMail(draft_, folder_ / "1-draft.eml", mail::MailPurpose::kDraft);
     Indented(out_, *DraftItem(draft_).body);

@@ -17,7 +17,7 @@ struct AttachmentStore::File {
 AttachmentStore::AttachmentStore() = default;
 AttachmentStore::~AttachmentStore() = default;
 
-AttachmentData AttachmentStore::Keep(const std::function<void(const PieceSink& sink)>& provide) {
+AttachmentBytes AttachmentStore::Keep(const std::function<void(const PieceSink& sink)>& provide) {
   if (!file_) file_ = std::make_unique<File>();
   auto* const stream = file_->stream.get();
   const gint64 start = file_->end;
@@ -31,7 +31,7 @@ AttachmentData AttachmentStore::Keep(const std::function<void(const PieceSink& s
   });
   if (start == file_->end) return {};
   const Handle<GMimeStream> range(g_mime_stream_substream(stream, start, file_->end));
-  return AttachmentData(RangeSource(range.get(), GMIME_CONTENT_ENCODING_BINARY, nullptr));
+  return AttachmentBytes(RangeSource(range.get(), GMIME_CONTENT_ENCODING_BINARY, nullptr));
 }
 
 }  // namespace corvessa::desk::mail

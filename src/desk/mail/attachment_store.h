@@ -3,7 +3,7 @@
 #include <functional>
 #include <memory>
 
-#include "desk/mail/attachment_data.h"
+#include "desk/mail/attachment_bytes.h"
 
 namespace corvessa::desk::mail {
 
@@ -17,7 +17,7 @@ class AttachmentStore {
   AttachmentStore& operator=(const AttachmentStore&) = delete;
 
   /// Keeps what `provide` gives. Raises Error.
-  AttachmentData Keep(const std::function<void(const PieceSink& sink)>& provide);
+  AttachmentBytes Keep(const std::function<void(const PieceSink& sink)>& provide);
 
  private:
   struct File;

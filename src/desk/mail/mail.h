@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "desk/mail/attachment_data.h"
+#include "desk/mail/attachment_bytes.h"
 
 namespace corvessa::desk::mail {
 
@@ -43,7 +43,7 @@ struct Attachment {
   std::string content_id;
   /// Belongs to the HTML body (a picture in it) rather than beside it.
   bool is_inline = false;
-  AttachmentData data;
+  AttachmentBytes data;
 };
 
 /// A mail as a plain value. Copies share the attachments' bytes.

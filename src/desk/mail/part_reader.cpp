@@ -103,7 +103,7 @@ class PartReader {
     if (!HasBody()) return SetBody(mail_.body_text, has_text_, text, "");
     auto& attachment = mail_.attachments.emplace_back();
     Describe(GMIME_OBJECT(multipart), "text/plain", attachment);
-    attachment.data = AttachmentData::FromBytes(text);
+    attachment.data = AttachmentBytes::FromBytes(text);
   }
 
   void ReadLeaf(GMimePart* part, Place place) {
@@ -153,7 +153,7 @@ class PartReader {
     attachment.is_inline =
         !attachment.content_id.empty() &&
         (place == Place::kRelated || HasDisposition(GMIME_OBJECT(part), "inline"));
-    attachment.data = AttachmentData(source);
+    attachment.data = AttachmentBytes(source);
   }
 
   /// A mail that stands in another one unencoded is text, which the file may hold with any line

@@ -22,15 +22,15 @@ using PieceSink = std::function<void(std::string_view piece)>;
 /// Every reader raises Error, "Permission denied" and the like, or kPathFileAccess when the mail's
 /// file was changed since it was loaded: what stood there is gone then, and no wrong bytes are
 /// given.
-class AttachmentData {
+class AttachmentBytes {
  public:
   /// No bytes.
-  AttachmentData() = default;
-  explicit AttachmentData(std::shared_ptr<const AttachmentSource> source);
+  AttachmentBytes() = default;
+  explicit AttachmentBytes(std::shared_ptr<const AttachmentSource> source);
 
-  static AttachmentData FromBytes(const std::string& bytes);
+  static AttachmentBytes FromBytes(const std::string& bytes);
   /// The file as it is now; it may be changed or deleted afterwards. Raises Error.
-  static AttachmentData FromFile(const std::filesystem::path& path);
+  static AttachmentBytes FromFile(const std::filesystem::path& path);
 
   std::string Bytes() const;
   /// Gives them piece by piece.

@@ -1,4 +1,4 @@
-#include "desk/mail/attachment_data.h"
+#include "desk/mail/attachment_bytes.h"
 
 #include <array>
 #include <cerrno>
@@ -11,25 +11,25 @@
 
 namespace corvessa::desk::mail {
 
-AttachmentData::AttachmentData(std::shared_ptr<const AttachmentSource> source)
+AttachmentBytes::AttachmentBytes(std::shared_ptr<const AttachmentSource> source)
     : source_(std::move(source)) {}
 
-AttachmentData AttachmentData::FromBytes(const std::string& bytes) {
+AttachmentBytes AttachmentBytes::FromBytes(const std::string& bytes) {
   ParserOptions();
   const Handle<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(bytes.data(), bytes.size()));
-  return AttachmentData(RangeSource(stream.get(), GMIME_CONTENT_ENCODING_BINARY, nullptr));
+  return AttachmentBytes(RangeSource(stream.get(), GMIME_CONTENT_ENCODING_BINARY, nullptr));
 }
 
-AttachmentData AttachmentData::FromFile(const std::filesystem::path& path) {
+AttachmentBytes AttachmentBytes::FromFile(const std::filesystem::path& path) {
   const auto file = MailFile::Open(path);
   const auto copy = ScratchStream(file->Size());
   errno = 0;
   if (g_mime_stream_write_to_stream(file->Stream(), copy.get()) < 0)
     posix::RaiseIoError(path, "cannot be copied", errno);
-  return AttachmentData(RangeSource(copy.get(), GMIME_CONTENT_ENCODING_BINARY, nullptr));
+  return AttachmentBytes(RangeSource(copy.get(), GMIME_CONTENT_ENCODING_BINARY, nullptr));
 }
 
-void AttachmentData::Provide(const PieceSink& sink) const {
+void AttachmentBytes::Provide(const PieceSink& sink) const {
   if (!source_) return;
   const auto stream = source_->Open();
   std::array<char, 65536> piece;
@@ -41,11 +41,11 @@ void AttachmentData::Provide(const PieceSink& sink) const {
   }
 }
 
-std::string AttachmentData::Bytes() const {
+std::string AttachmentBytes::Bytes() const {
   return source_ ? ReadAll(*source_->Open()) : "";
 }
 
-std::uintmax_t AttachmentData::Size() const {
+std::uintmax_t AttachmentBytes::Size() const {
   if (!source_) return 0;
   const Handle<GMimeStream> counter(g_mime_stream_null_new());
   const auto size = g_mime_stream_write_to_stream(source_->Open().get(), counter.get());
