@@ -1,6 +1,5 @@
 #include "desk/mail/attachment_bytes.h"
 
-#include <array>
 #include <cerrno>
 #include <utility>
 
@@ -30,15 +29,7 @@ AttachmentBytes AttachmentBytes::FromFile(const std::filesystem::path& path) {
 }
 
 void AttachmentBytes::Provide(const PieceSink& sink) const {
-  if (!source_) return;
-  const auto stream = source_->Open();
-  std::array<char, 65536> piece;
-  while (g_mime_stream_eos(stream.get()) == 0) {
-    errno = 0;
-    const ssize_t got = g_mime_stream_read(stream.get(), piece.data(), piece.size());
-    if (got < 0) posix::RaiseIoError("A part of the mail", "cannot be read", errno);
-    if (got > 0) sink({piece.data(), static_cast<std::size_t>(got)});
-  }
+  if (source_) ForEachPiece(*source_->Open(), sink);
 }
 
 std::string AttachmentBytes::Bytes() const {

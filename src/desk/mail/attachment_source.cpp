@@ -1,5 +1,6 @@
 #include "desk/mail/attachment_source.h"
 
+#include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
@@ -19,6 +20,15 @@ namespace {
 
 // Many small attachments must not use up the process's file descriptors.
 constexpr std::uintmax_t kMostBytesInMemory = 64 * 1024;
+
+using Buffer = std::array<char, 16 * 1024>;
+
+std::string_view NextPiece(GMimeStream& stream, Buffer& buffer) {
+  errno = 0;
+  const ssize_t got = g_mime_stream_read(&stream, buffer.data(), buffer.size());
+  if (got < 0) posix::RaiseIoError("A part of the mail", "cannot be read", errno);
+  return {buffer.data(), static_cast<std::size_t>(got)};
+}
 
 /// What the base64 text lacks at its end, or nothing.
 std::string MissingPadding(GMimeStream& text) {
@@ -111,18 +121,22 @@ Handle<GMimeStream> ScratchStream(std::uintmax_t expected_size) {
   return Handle<GMimeStream>(g_mime_stream_fs_new(descriptor));
 }
 
+void ForEachPiece(GMimeStream& stream, const std::function<void(std::string_view piece)>& sink) {
+  Buffer buffer;
+  while (g_mime_stream_eos(&stream) == 0) {
+    const std::string_view piece = NextPiece(stream, buffer);
+    if (!piece.empty()) sink(piece);
+  }
+}
+
 std::string ReadAll(GMimeStream& stream) {
   return ReadUpTo(std::numeric_limits<std::size_t>::max(), stream);
 }
 
 std::string ReadUpTo(std::size_t most, GMimeStream& stream) {
   std::string bytes;
-  char piece[16 * 1024];
-  while (bytes.size() < most && g_mime_stream_eos(&stream) == 0) {
-    const auto count = g_mime_stream_read(&stream, piece, sizeof piece);
-    if (count < 0) posix::RaiseIoError("A part of the mail", "cannot be read", errno);
-    bytes.append(piece, static_cast<std::size_t>(count));
-  }
+  Buffer buffer;
+  while (bytes.size() < most && g_mime_stream_eos(&stream) == 0) bytes += NextPiece(stream, buffer);
   return bytes;
 }
 

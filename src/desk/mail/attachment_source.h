@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "desk/mail/gmime_handle.h"
 
@@ -30,6 +32,9 @@ std::shared_ptr<const AttachmentSource> WithCrLf(std::shared_ptr<const Attachmen
 /// An empty stream for about this many bytes: in memory when they are few, else a nameless
 /// temporary file that vanishes with it. Raises Error.
 Handle<GMimeStream> ScratchStream(std::uintmax_t expected_size);
+
+/// Gives the rest of the stream piece by piece. Raises Error.
+void ForEachPiece(GMimeStream& stream, const std::function<void(std::string_view piece)>& sink);
 
 std::string ReadAll(GMimeStream& stream);
 /// This many bytes or some more, or all.
