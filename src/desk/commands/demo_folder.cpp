@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <sys/stat.h>
 #include <system_error>
 
@@ -16,7 +15,8 @@ namespace fs = std::filesystem;
 fs::path Temporary() {
   std::string pattern = (fs::temp_directory_path() / "corvessa-demo-XXXXXX").string();
   if (!mkdtemp(pattern.data())) {
-    Fail(Outcome::kEnvironment, "no temporary folder can be made: " + std::string(strerror(errno)));
+    Fail(Outcome::kEnvironment,
+         "no temporary folder can be made: " + std::generic_category().message(errno));
   }
   return pattern;
 }

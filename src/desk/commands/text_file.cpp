@@ -1,30 +1,27 @@
 #include "desk/commands/text_file.h"
 
 #include <cerrno>
+#include <fcntl.h>
 #include <filesystem>
-#include <fstream>
-#include <iostream>
-#include <sstream>
 #include <system_error>
+#include <unistd.h>
 
 #include "base/text.h"
 #include "desk/failure.h"
+#include "posix/file_descriptor.h"
 #include "posix/io_error.h"
 
 namespace corvessa::desk {
 
 std::string ReadWholeFile(const std::string& path) {
-  std::ostringstream content;
-  if (path == "-") {
-    content << std::cin.rdbuf();
-    return content.str();
+  try {
+    if (path == "-") return posix::ReadAll(STDIN_FILENO);
+    const posix::FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file) posix::Throw(errno);
+    return posix::ReadAll(file.Get());
+  } catch (const std::system_error& error) {
+    posix::RaiseIoError(path, "cannot be read", error.code().value());
   }
-  errno = 0;
-  std::ifstream file(path, std::ios::binary);
-  // An empty file gives the stream nothing to take, which is no failure of the file.
-  if (file && file.peek() != std::ifstream::traits_type::eof()) content << file.rdbuf();
-  if (file.bad() || !file.is_open()) posix::RaiseIoError(path, "cannot be read", errno);
-  return content.str();
 }
 
 void RefuseToReplace(const std::string& out_file, const std::vector<std::string>& read_files) {

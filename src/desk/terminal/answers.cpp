@@ -2,13 +2,14 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
-#include <unistd.h>
+#include <system_error>
 
 #include "base/error.h"
 #include "base/text.h"
 #include "desk/terminal/secret_line.h"
+#include "posix/error_number.h"
+#include "posix/file_descriptor.h"
 
 namespace corvessa::desk {
 namespace {
@@ -27,26 +28,23 @@ std::pair<std::string_view, std::string_view> Halves(std::string_view argument,
   return {argument.substr(0, equals), argument.substr(equals + 1)};
 }
 
-[[noreturn]] void RaiseUnreadable(const std::string& path, int error) {
-  const long number = error == ENOENT   ? kFileNotFound
-                      : error == EACCES ? kPermissionDenied
-                                        : kPathFileAccess;
-  Raise(number,
-        "the passphrase file " + ForDisplay(path) + " cannot be read: " + std::strerror(error));
-}
-
+/// No byte more than the line: what follows in a pipe is for somebody else.
 void ReadFirstLine(const std::string& path, SecretLine& line) {
-  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (file < 0) RaiseUnreadable(path, errno);
-  char byte = 0;
-  ssize_t count = 0;
-  while ((count = read(file, &byte, 1)) == 1 && byte != '\n' && !line.IsTooLong()) line.Add(byte);
-  const int error = errno;
-  close(file);
-  if (count < 0) RaiseUnreadable(path, error);
+  const std::string file_name = "the passphrase file " + ForDisplay(path);
+  try {
+    const posix::FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file) posix::Throw(errno);
+    char byte = 0;
+    while (posix::ReadSome(file.Get(), &byte, 1) == 1 && byte != '\n' && !line.IsTooLong()) {
+      line.Add(byte);
+    }
+  } catch (const std::system_error& error) {
+    Raise(posix::ErrorNumberOf(error.code().value()),
+          file_name + " cannot be read: " + error.code().message());
+  }
   if (line.View().empty() || line.IsTooLong()) {
-    Raise(kInvalidArgument, "the first line of the passphrase file " + ForDisplay(path) + " is " +
-                                (line.IsTooLong() ? "too long" : "empty"));
+    Raise(kInvalidArgument,
+          "the first line of " + file_name + " is " + (line.IsTooLong() ? "too long" : "empty"));
   }
 }
 
