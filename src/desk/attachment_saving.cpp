@@ -154,35 +154,44 @@ std::vector<Result> ResultsOf(std::string_view log) {
   return results;
 }
 
+/// Has the dialog that the button opens save everything into the folder.
+std::vector<Result> DialogResults(const ButtonPtr& button, const std::string& target) {
+  button->Click();
+  const FormPtr dialog = FindVisibleForm(kSaveDialog);
+  auto* const folder = dialog ? dialog->Find<TextBox>("txtFolder") : nullptr;
+  auto* const save = dialog ? dialog->Find<CommandButton>("cmdSave") : nullptr;
+  auto* const log = dialog ? dialog->Find<TextBox>("txtResults") : nullptr;
+  if (!folder || !save || !log) Fail(Outcome::kRefused, "the attachments were not offered to save");
+  folder->Type(target);
+  save->Press();
+  std::vector<Result> results = ResultsOf(log->Text());
+  dialog->PressCloseBox();
+  return results;
+}
+
+/// Whether a later attachment was saved under the same name.
+bool IsOverwritten(const std::vector<Result>& results, std::size_t i) {
+  return std::any_of(results.begin() + static_cast<std::ptrdiff_t>(i) + 1, results.end(),
+                     [&](const Result& later) { return later.file == results[i].file; });
+}
+
 SavingResult SaveThroughDialog(DeskHost& host, const ButtonPtr& button,
                                const std::vector<fs::path>& targets, MessageReport& report) {
   const WorkFolder work(host);
-  button->Click();
-  const FormPtr dialog = FindVisibleForm(kSaveDialog);
-  auto* const folder = dialog ? dynamic_cast<TextBox*>(dialog->Find("txtFolder")) : nullptr;
-  auto* const save = dialog ? dynamic_cast<CommandButton*>(dialog->Find("cmdSave")) : nullptr;
-  auto* const log = dialog ? dynamic_cast<TextBox*>(dialog->Find("txtResults")) : nullptr;
-  if (!folder || !save || !log) Fail(Outcome::kRefused, "the attachments were not offered to save");
-  folder->Type(work.Path());
-  save->Press();
-  const std::vector<Result> results = ResultsOf(log->Text());
-  dialog->PressCloseBox();
-
+  const std::vector<Result> results = DialogResults(button, work.Path());
   SavingResult saving;
   for (std::size_t i = 0; i < std::min(results.size(), targets.size()); ++i) {
-    if (!results[i].complaint.empty()) {
-      saving.Complain(results[i].name + ": " + results[i].complaint, Outcome::kRefused);
+    const Result& result = results[i];
+    if (!result.complaint.empty()) {
+      saving.Complain(result.name + ": " + result.complaint, Outcome::kRefused);
     }
-    if (results[i].file.empty()) continue;
-    const auto is_of_that_name = [&](const Result& later) { return later.file == results[i].file; };
-    if (std::any_of(results.begin() + static_cast<std::ptrdiff_t>(i) + 1, results.end(),
-                    is_of_that_name)) {
-      saving.Complain(results[i].name + " was not saved: another attachment has the same name",
+    if (result.file.empty()) continue;
+    if (IsOverwritten(results, i)) {
+      saving.Complain(result.name + " was not saved: another attachment has the same name",
                       Outcome::kRefused);
-      continue;
+    } else {
+      SaveNew(*FileContent(work.Local() / result.file), targets[i], report.attachments[i], saving);
     }
-    SaveNew(*FileContent(work.Local() / results[i].file), targets[i], report.attachments[i],
-            saving);
   }
   if (results.size() < targets.size()) {
     saving.Complain("not all attachments were saved", Outcome::kRefused);

@@ -71,16 +71,11 @@ BarPtr FindStatusBar(const Bars& bars) {
   return nullptr;
 }
 
-template <class ControlType>
-ControlType* FindControl(const Form& form, std::string_view name) {
-  return dynamic_cast<ControlType*>(form.Find(name));
-}
-
 /// The attachments as the status window lists them, in its order.
 std::vector<AttachmentReport> ListedAttachments(const Form& window) {
   std::vector<AttachmentReport> reports;
-  const auto* encryption = FindControl<ListView>(window, "lvwEncryption");
-  const auto* signing = FindControl<ListView>(window, "lvwSigning");
+  const auto* encryption = window.Find<ListView>("lvwEncryption");
+  const auto* signing = window.Find<ListView>("lvwSigning");
   if (encryption == nullptr || signing == nullptr) return reports;
   for (int i = 0; i < std::min(encryption->RowCount(), signing->RowCount()); ++i) {
     const std::string& row = encryption->Row(i);
@@ -173,7 +168,7 @@ std::optional<std::string> ReadOriginal(const InspectorWindowPtr& window) {
   const auto button = window->Bars().FindButton("Show original message");
   if (!button) return *window->ShownItem()->Data().body;
   WithStatusWindow(button, [&](const Form& form) {
-    if (const auto* box = FindControl<TextBox>(form, "txtOriginalMessage")) original = box->Text();
+    if (const auto* box = form.Find<TextBox>("txtOriginalMessage")) original = box->Text();
   });
   return original;
 }

@@ -28,6 +28,11 @@ class Form : public std::enable_shared_from_this<Form> {
   const std::vector<Control*>& Controls() const { return controls_; }
   /// The control of that name (and place in its array); null when the form has none.
   Control* Find(std::string_view control_name, int index = -1) const;
+  /// The same for one of a kind; null for another kind.
+  template <typename Kind>
+  Kind* Find(std::string_view control_name) const {
+    return dynamic_cast<Kind*>(Find(control_name));
+  }
 
   /// Puts the form on the list of loaded forms and runs Form_Load, unless it is loaded.
   void Load();

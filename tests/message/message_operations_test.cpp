@@ -133,7 +133,7 @@ TEST_F(MessageOperations, AnEncryptionFailureListsTheRecipientsConcerned) {
       if (c.button == nullptr) {
         form.PressCloseBox();
       } else {
-        dynamic_cast<CommandButton*>(form.Find(c.button))->Press();
+        form.Find<CommandButton>(c.button)->Press();
       }
     });
     EXPECT_EQ(ReportEncryptionFailure(c.code, item), c.answer);

@@ -183,8 +183,7 @@ std::string StatusOf(const Form& form, int columns) {
   constexpr int kFewestBarColumns = 10;
   const ProgressBar* bar = FindBar(form);
   // The step that runs now; a window without steps says what it says last.
-  const auto* step =
-      dynamic_cast<const Label*>(form.Find(bar != nullptr ? "lblDescription" : "lblCaption"));
+  const auto* step = form.Find<Label>(bar != nullptr ? "lblDescription" : "lblCaption");
   const std::string text =
       step == nullptr || step->Caption().empty() ? form.Caption : step->Caption();
   if (bar == nullptr) return ForDisplay(text);

@@ -19,10 +19,10 @@ constexpr std::string_view kLogin = "frmLogin";
 
 /// Gives the name of the button pressed; empty when no passphrase fits.
 std::string GivePassphrase(Form& form, Answers& answers) {
-  auto* users = dynamic_cast<ComboBox*>(form.Find("cmbUsers"));
-  auto* password = dynamic_cast<TextBox*>(form.Find("txtPassword"));
-  auto* ok = dynamic_cast<CommandButton*>(form.Find("cmdOK"));
-  auto* prompt = dynamic_cast<Label*>(form.Find("txtPrompt1"));
+  auto* users = form.Find<ComboBox>("cmbUsers");
+  auto* password = form.Find<TextBox>("txtPassword");
+  auto* ok = form.Find<CommandButton>("cmdOK");
+  auto* prompt = form.Find<Label>("txtPrompt1");
   if (users == nullptr || password == nullptr || ok == nullptr || prompt == nullptr) return {};
   std::vector<std::string> offered;
   for (int row = 0; row < users->RowCount(); ++row) offered.push_back(users->Row(row));
@@ -121,7 +121,7 @@ GivenResult GiveAnswers(Form& form, Answers& answers) {
 }
 
 std::string QuestionOf(const Form& form) {
-  const auto* prompt = dynamic_cast<const Label*>(form.Find("txtPrompt1"));
+  const auto* prompt = form.Find<Label>("txtPrompt1");
   if (form.Name() == kLogin && prompt != nullptr) return ForDisplayLines(prompt->Caption());
   return TextOf(form);
 }
