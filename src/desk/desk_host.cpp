@@ -7,6 +7,7 @@
 #include "base/guard.h"
 #include "base/text.h"
 #include "desk/engine_setup.h"
+#include "desk/failure.h"
 #include "desk/profile/pictures.h"
 #include "desk/settings_store.h"
 #include "desk/terminal/answers.h"
@@ -123,7 +124,7 @@ void DeskHost::RunOpenForms() {
   }
 }
 
-bool DeskHost::RunSettings() {
+void DeskHost::RunSettings() {
   const auto explorers = outlook_.Explorers();
   for (const ExplorerWindowPtr& explorer : explorers) {
     for (const BarPtr& bar : explorer->Bars().All()) {
@@ -131,11 +132,11 @@ bool DeskHost::RunSettings() {
         if (!button->Look().tag.starts_with(kAddInTag)) continue;
         button->Click();
         RunOpenForms();
-        return true;
+        return;
       }
     }
   }
-  return false;
+  Fail(Outcome::kRefused, "the add-in has put no button there");
 }
 
 }  // namespace corvessa::desk

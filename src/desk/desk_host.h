@@ -51,9 +51,9 @@ class DeskHost {
   /// Begins what a user would call one operation: every passphrase may be tried afresh. Gives the
   /// place in Ui().Boxes() of the first box of the operation.
   std::size_t BeginOperation();
-  /// Opens the settings dialog by the add-in's toolbar button and lets the user have it; false when
-  /// there is no such button.
-  bool RunSettings();
+  /// Opens the settings dialog by the add-in's toolbar button and lets the user have it. Throws
+  /// Failure (refused) when there is no such button.
+  void RunSettings();
   /// Lets the user have each window of the add-in that is open without blocking, or closes it when
   /// nobody can answer it.
   void RunOpenForms();
