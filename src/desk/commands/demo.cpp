@@ -1,5 +1,4 @@
 #include <CLI/CLI.hpp>
-#include <fstream>
 #include <memory>
 #include <ostream>
 #include <random>
@@ -20,6 +19,8 @@
 #include "desk/responding.h"
 #include "desk/sending.h"
 #include "desk/settings_store.h"
+#include "posix/atomic_file.h"
+#include "posix/io_error.h"
 
 namespace corvessa::desk {
 namespace {
@@ -34,6 +35,18 @@ struct Actor {
   Answers answers;
 };
 
+/// Somebody at work. Everything is answered beforehand.
+struct Desk {
+  Desk(Actor& actor, std::ostream& messages)
+      : profile(actor.profile),
+        terminal(-1, -1, false),
+        host(profile, terminal, actor.answers, messages, {.owner = {actor.name, actor.address}}) {}
+
+  Profile profile;
+  Terminal terminal;
+  DeskHost host;
+};
+
 std::string RandomPassphrase() {
   std::random_device random;
   std::ostringstream text;
@@ -42,9 +55,10 @@ std::string RandomPassphrase() {
 }
 
 void WriteText(const fs::path& path, const std::string& text) {
-  std::ofstream file(path, std::ios::binary);
-  file << text << std::flush;
-  if (!file) Fail(Outcome::kEnvironment, path.string() + " cannot be written");
+  posix::WriteFile(path, [&](posix::AtomicFile& file) {
+    file.Write(text);
+    file.Commit();
+  });
 }
 
 /// The demo proves what it tells.
@@ -146,17 +160,10 @@ class Demo {
 
   void Send() {
     Step("She sends it. The add-in signs and encrypts the text and each attachment.");
-    Profile profile(alice_.profile);
-    auto terminal = Nobody();
-    DeskHost host(profile, terminal, alice_.answers, messages_,
-                  {.owner = {alice_.name, alice_.address}});
-    const std::size_t first_box = host.Ui().Boxes().size();
-    const SentMail sent =
-        SendDraft(host, mail::LoadMail(folder_ / "1-draft.eml"), {}, [&](const mail::Mail& mail) {
-          mail::WriteMail(mail, folder_ / "2-sent.eml", mail::MailPurpose::kTravel);
-        });
-    TellBoxes(out_, host, first_box);
-    Expect(sent.encrypted && sent.is_signed, "the message was not protected");
+    Desk desk(alice_, messages_);
+    const std::size_t first_box = desk.host.Ui().Boxes().size();
+    SendMail(desk.host, mail::LoadMail(folder_ / "1-draft.eml"), "2-sent.eml");
+    TellBoxes(out_, desk.host, first_box);
   }
 
   void ShowTravelling() {
@@ -173,15 +180,11 @@ class Demo {
 
   void Open() {
     Step("Bob opens it. The add-in asks for his passphrase, decrypts and verifies.");
-    Profile profile(bob_.profile);
-    auto terminal = Nobody();
-    DeskHost host(profile, terminal, bob_.answers, messages_, {.owner = {bob_.name, bob_.address}});
-    const auto window = Opened(host, folder_ / "2-sent.eml");
+    Desk desk(bob_, messages_);
+    const auto window = Opened(desk.host, "2-sent.eml");
     const MessageReport report = ReadMessage(window);
-    std::ostringstream text;
-    PrintBars(text, window->Bars());
-    PrintMessage(text, window->ShownItem()->Data(), report);
-    Indented(out_, text.str());
+    ShowBars(window);
+    ShowMessage(window, report);
     Expect(!report.Failed() && *window->ShownItem()->Data().body == draft_.body_text,
            "Bob does not read what Alice wrote");
     for (std::size_t i = 0; i < draft_.attachments.size(); ++i) {
@@ -190,10 +193,10 @@ class Demo {
              "an attachment is not what Alice attached");
     }
     const ItemPtr reply =
-        Respond(host, window->ShownItem(), Response::kReply, "Thank you, Alice.\n");
-    mail::WriteMail(DraftOf(host, reply->Data()), folder_ / "3-reply-draft.eml",
+        Respond(desk.host, window->ShownItem(), Response::kReply, "Thank you, Alice.\n");
+    mail::WriteMail(DraftOf(desk.host, reply->Data()), folder_ / "3-reply-draft.eml",
                     mail::MailPurpose::kDraft);
-    host.Outlook().Close(window);
+    desk.host.Outlook().Close(window);
   }
 
   void Reply() {
@@ -201,39 +204,26 @@ class Demo {
         "He answers. He does not encrypt by default, but \"Encrypt on send\" is pressed by "
         "itself,");
     out_ << "   because the message that he answers was encrypted.\n";
+    SettingsStore(Profile(bob_.profile).Registry()).Set("DisableOutgoingEncryption", "1");
     {
-      Profile profile(bob_.profile);
-      SettingsStore(profile.Registry()).Set("DisableOutgoingEncryption", "1");
-      auto terminal = Nobody();
-      DeskHost host(profile, terminal, bob_.answers, messages_,
-                    {.owner = {bob_.name, bob_.address}});
+      Desk desk(bob_, messages_);
       const mail::Mail draft = mail::LoadMail(folder_ / "3-reply-draft.eml");
-      ShowOptions(host, draft);
-      const SentMail sent = SendDraft(host, draft, {}, [&](const mail::Mail& mail) {
-        mail::WriteMail(mail, folder_ / "4-reply.eml", mail::MailPurpose::kTravel);
-      });
-      Expect(sent.encrypted && sent.is_signed, "the reply was not protected");
+      ShowOptions(desk.host, draft);
+      SendMail(desk.host, draft, "4-reply.eml");
     }
     Step("Alice opens the reply.");
-    Profile profile(alice_.profile);
-    auto terminal = Nobody();
-    DeskHost host(profile, terminal, alice_.answers, messages_,
-                  {.owner = {alice_.name, alice_.address}});
-    const auto window = Opened(host, folder_ / "4-reply.eml");
+    Desk desk(alice_, messages_);
+    const auto window = Opened(desk.host, "4-reply.eml");
     const MessageReport report = ReadMessage(window);
-    std::ostringstream text;
-    PrintMessage(text, window->ShownItem()->Data(), report);
-    Indented(out_, text.str());
+    ShowMessage(window, report);
     Expect(!report.Failed() && report.protection->decrypt_status == kIsDecrypted,
            "Alice does not read what Bob wrote");
-    host.Outlook().Close(window);
+    desk.host.Outlook().Close(window);
   }
 
   void ShowOptions(DeskHost& host, const mail::Mail& draft) {
     const auto window = host.Outlook().Open(host.Outlook().AddItem(DraftItem(draft)));
-    std::ostringstream bars;
-    PrintBars(bars, window->Bars());
-    Indented(out_, bars.str());
+    ShowBars(window);
     host.Outlook().Close(window);
   }
 
@@ -246,15 +236,13 @@ class Demo {
     letter = letter == 'A' ? 'B' : 'A';
     WriteText(folder_ / "5-tampered.eml", text);
 
-    Profile profile(bob_.profile);
-    auto terminal = Nobody();
-    DeskHost host(profile, terminal, bob_.answers, quiet_, {.owner = {bob_.name, bob_.address}});
-    const auto window = Opened(host, folder_ / "5-tampered.eml");
+    Desk desk(bob_, quiet_);
+    const auto window = Opened(desk.host, "5-tampered.eml");
     const MessageReport report = ReadMessage(window);
     for (const std::string& line : report.status_lines) out_ << "   | " << line << "\n";
     const bool is_shown = window->ShownItem()->Data().body->find("Dear Bob") != std::string::npos;
     Expect(report.Failed() && !is_shown, "the changed message was accepted");
-    host.Outlook().Close(window);
+    desk.host.Outlook().Close(window);
   }
 
   void Finish() {
@@ -268,17 +256,33 @@ class Demo {
          << "Bob.passphrase open " << kept << "2-sent.eml\n";
   }
 
-  InspectorWindowPtr Opened(DeskHost& host, const fs::path& file) {
+  void SendMail(DeskHost& host, const mail::Mail& draft, const char* file) {
+    const SentMail sent = SendDraft(host, draft, {}, [&](const mail::Mail& mail) {
+      mail::WriteMail(mail, folder_ / file, mail::MailPurpose::kTravel);
+    });
+    Expect(sent.encrypted && sent.is_signed, "the message was not protected");
+  }
+
+  InspectorWindowPtr Opened(DeskHost& host, const char* file) {
     const std::size_t first_box = host.BeginOperation();
-    const mail::Mail mail = mail::LoadMail(file);
+    const mail::Mail mail = mail::LoadMail(folder_ / file);
     const auto window = host.Outlook().Open(host.Outlook().AddReceived(ReceivedItem(mail)));
     Expect(window != nullptr, "the message did not stay open");
     TellBoxes(out_, host, first_box);
     return window;
   }
 
-  /// Everything is answered beforehand.
-  static Terminal Nobody() { return Terminal(-1, -1, false); }
+  void ShowBars(const InspectorWindowPtr& window) {
+    std::ostringstream text;
+    PrintBars(text, window->Bars());
+    Indented(out_, text.str());
+  }
+
+  void ShowMessage(const InspectorWindowPtr& window, const MessageReport& report) {
+    std::ostringstream text;
+    PrintMessage(text, window->ShownItem()->Data(), report);
+    Indented(out_, text.str());
+  }
 
   std::ostream& out_;
   std::ostream& messages_;
