@@ -4,7 +4,6 @@
 
 #include "base/error.h"
 #include "base/text.h"
-#include "platform/clipboard.h"
 
 namespace corvessa::desk {
 namespace {
@@ -15,122 +14,11 @@ bool SameCaption(std::string_view caption, std::string_view wanted) {
 
 }  // namespace
 
-Button::Button(WorldPtr world, ButtonLook look)
-    : world_(std::move(world)), look_(std::move(look)) {}
-
-void Button::Called(std::string_view call) const {
-  world_->Called(call);
-  if (!there_) RaiseDisconnected();
-}
-
-bool Button::Click() {
-  if (!there_ || !look_.visible || !look_.enabled) return false;
-  auto clicked = std::vector<ButtonPtr>{shared_from_this()};
-  if (!look_.tag.empty()) clicked = world_->ButtonsTagged(look_.tag);
-  bool cancel_default = false;
-  for (const auto& button : clicked) {
-    button->sinks_.Raise([&](auto& sink) { sink.Click(cancel_default); });
-  }
-  return true;
-}
-
-std::string Button::Caption() {
-  Called("CommandBarButton.Caption");
-  return look_.caption;
-}
-
-void Button::SetCaption(std::string_view caption) {
-  Called("CommandBarButton.SetCaption");
-  look_.caption = caption;
-}
-
-void Button::SetTooltipText(std::string_view text) {
-  Called("CommandBarButton.SetTooltipText");
-  look_.tooltip = text;
-}
-
-void Button::SetStyle(std::int32_t style) {
-  Called("CommandBarButton.SetStyle");
-  look_.style = style;
-}
-
-void Button::SetFaceId(std::int32_t face) {
-  Called("CommandBarButton.SetFaceId");
-  look_.face_id = face;
-  look_.pasted_face.reset();
-  look_.pasted_mask.reset();
-}
-
-std::int32_t Button::State() {
-  Called("CommandBarButton.State");
-  return look_.state;
-}
-
-void Button::SetState(std::int32_t state) {
-  Called("CommandBarButton.SetState");
-  look_.state = state;
-}
-
-void Button::SetEnabled(bool enabled) {
-  Called("CommandBarButton.SetEnabled");
-  look_.enabled = enabled;
-}
-
-void Button::SetBeginGroup(bool begins_group) {
-  Called("CommandBarButton.SetBeginGroup");
-  look_.begins_group = begins_group;
-}
-
-void Button::SetOnAction(std::string_view action) {
-  Called("CommandBarButton.SetOnAction");
-  look_.on_action = action;
-}
-
-void Button::SetVisible(bool visible) {
-  Called("CommandBarButton.SetVisible");
-  look_.visible = visible;
-}
-
-std::string Button::Tag() {
-  Called("CommandBarButton.Tag");
-  return look_.tag;
-}
-
-void Button::SetTag(std::string_view tag) {
-  Called("CommandBarButton.SetTag");
-  look_.tag = tag;
-}
-
-void Button::PasteFace() {
-  Called("CommandBarButton.PasteFace");
-  platform::Clipboard* const clipboard = world_->Clipboard();
-  if (!clipboard || !clipboard->Open()) Raise(kInvalidArgument);
-  auto face = clipboard->GetData(clipboard->RegisterFormat(platform::kFaceFormat));
-  auto mask = clipboard->GetData(clipboard->RegisterFormat(platform::kMaskFormat));
-  if (!face) face = clipboard->GetData(platform::kClipboardDib);
-  clipboard->Close();
-  if (!face) Raise(kInvalidArgument);
-  look_.pasted_face = std::move(face);
-  look_.pasted_mask = std::move(mask);
-}
-
-void Button::Delete() {
-  Called("CommandBarButton.Delete");
-  there_ = false;
-}
-
-platform::Subscription Button::Subscribe(platform::CommandBarButtonEvents& sink) {
-  Called("CommandBarButton.Subscribe");
-  return sinks_.Add(sink);
-}
-
 Bar::Bar(WorldPtr world, std::string name, bool temporary, bool visible)
-    : world_(std::move(world)), name_(std::move(name)), temporary_(temporary), visible_(visible) {}
-
-void Bar::Called(std::string_view call) const {
-  world_->Called(call);
-  if (!there_) RaiseDisconnected();
-}
+    : Connected(std::move(world)),
+      name_(std::move(name)),
+      temporary_(temporary),
+      visible_(visible) {}
 
 void Bar::DropDeleted() {
   std::erase_if(controls_, [](const ButtonPtr& button) { return button && !button->IsThere(); });
@@ -163,7 +51,7 @@ void Bar::AddOwnButton(std::string_view caption, std::int32_t face_id) {
 }
 
 void Bar::Remove() {
-  there_ = false;
+  Disconnect();
   for (const auto& button : Buttons()) button->Remove();
 }
 
@@ -214,7 +102,7 @@ platform::CommandBarButtonPtr Bar::AddButton(bool temporary) {
   return NewButton(std::move(look));
 }
 
-Bars::Bars(WorldPtr world, Window window) : world_(std::move(world)) {
+Bars::Bars(WorldPtr world, Window window) : Connected(std::move(world)) {
   const bool explorer = window == Window::kExplorer;
   const auto menu = AddOwnBar("Menu Bar");
   for (int menus = 0; menus < 6; ++menus) menu->AddMenu();
@@ -229,11 +117,6 @@ BarPtr Bars::AddOwnBar(std::string_view name) {
   const auto bar = std::make_shared<Bar>(world_, std::string(name), false, true);
   bars_.push_back(bar);
   return bar;
-}
-
-void Bars::Called(std::string_view call) const {
-  world_->Called(call);
-  if (!there_) RaiseDisconnected();
 }
 
 std::vector<BarPtr> Bars::All() const {
@@ -260,7 +143,7 @@ ButtonPtr Bars::FindButton(std::string_view caption) const {
 }
 
 void Bars::Remove() {
-  there_ = false;
+  Disconnect();
   for (const auto& bar : bars_) bar->Remove();
 }
 

@@ -6,16 +6,11 @@
 namespace corvessa::desk {
 
 ExplorerWindow::ExplorerWindow(WorldPtr world)
-    : world_(std::move(world)),
+    : Connected(std::move(world)),
       bars_(std::make_shared<desk::Bars>(world_, desk::Bars::Window::kExplorer)) {}
 
-void ExplorerWindow::Called(std::string_view call) const {
-  world_->Called(call);
-  if (!there_) RaiseDisconnected();
-}
-
 void ExplorerWindow::Remove() {
-  there_ = false;
+  Disconnect();
   bars_->Remove();
 }
 
@@ -30,18 +25,14 @@ platform::Subscription ExplorerWindow::Subscribe(platform::ExplorerEvents& sink)
 }
 
 InspectorWindow::InspectorWindow(WorldPtr world, ItemPtr item)
-    : world_(std::move(world)),
+    : Connected(std::move(world)),
       item_(std::move(item)),
       word_mail_(world_->word_mail),
       bars_(std::make_shared<desk::Bars>(world_, desk::Bars::Window::kInspector)) {}
 
-void InspectorWindow::Called(std::string_view call) const {
-  world_->Called(call);
-  if (state_ == State::kClosed) RaiseDisconnected();
-}
-
 void InspectorWindow::Remove() {
   state_ = State::kClosed;
+  Disconnect();
   bars_->Remove();
 }
 

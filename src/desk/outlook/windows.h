@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "desk/outlook/bars.h"
+#include "desk/outlook/connected.h"
 #include "desk/outlook/item.h"
 #include "desk/outlook/sink_list.h"
 #include "desk/outlook/world.h"
@@ -13,7 +14,7 @@
 namespace corvessa::desk {
 
 /// A folder window. Once it is closed every call on it fails.
-class ExplorerWindow final : public platform::Explorer {
+class ExplorerWindow final : public platform::Explorer, public Connected {
  public:
   explicit ExplorerWindow(WorldPtr world);
 
@@ -25,17 +26,13 @@ class ExplorerWindow final : public platform::Explorer {
   platform::Subscription Subscribe(platform::ExplorerEvents& sink) override;
 
  private:
-  void Called(std::string_view call) const;
-
-  WorldPtr world_;
-  bool there_ = true;
   BarsPtr bars_;
   SinkList<platform::ExplorerEvents> sinks_;
 };
 using ExplorerWindowPtr = std::shared_ptr<ExplorerWindow>;
 
 /// The window of one item. Once it is closed every call on it fails.
-class InspectorWindow final : public platform::Inspector {
+class InspectorWindow final : public platform::Inspector, public Connected {
  public:
   /// Made by an add-in's call only; opening, that is raising its first events; shown; raising the
   /// item's Close; gone.
@@ -56,9 +53,6 @@ class InspectorWindow final : public platform::Inspector {
   platform::Subscription Subscribe(platform::InspectorEvents& sink) override;
 
  private:
-  void Called(std::string_view call) const;
-
-  WorldPtr world_;
   ItemPtr item_;
   bool word_mail_;
   State state_ = State::kMade;
