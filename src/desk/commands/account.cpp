@@ -4,6 +4,7 @@
 
 #include "base/text.h"
 #include "desk/commands/command_context.h"
+#include "desk/commands/commands.h"
 #include "desk/commands/shared_options.h"
 #include "desk/settings_store.h"
 

@@ -13,10 +13,6 @@
 #include "desk/terminal/answers.h"
 #include "desk/terminal/terminal.h"
 
-namespace CLI {
-class App;
-}
-
 namespace corvessa::desk {
 
 /// What all commands share: where results and complaints go and what was said on the command line.
@@ -50,15 +46,5 @@ struct CommandContext {
   /// unless one has been written.
   void TellFailure(Outcome outcome, std::string_view message);
 };
-
-/// Each adds its commands to the command line.
-void AddKeyCommands(CLI::App& app, CommandContext& context);
-void AddAccountCommands(CLI::App& app, CommandContext& context);
-void AddSettingsCommands(CLI::App& app, CommandContext& context);
-void AddOpenCommand(CLI::App& app, CommandContext& context);
-void AddSendCommand(CLI::App& app, CommandContext& context);
-void AddResponseCommands(CLI::App& app, CommandContext& context);
-void AddShellCommand(CLI::App& app, CommandContext& context);
-void AddDemoCommand(CLI::App& app, CommandContext& context);
 
 }  // namespace corvessa::desk

@@ -7,6 +7,7 @@
 #include "base/text.h"
 #include "desk/attachment_saving.h"
 #include "desk/commands/command_context.h"
+#include "desk/commands/commands.h"
 #include "desk/commands/failure_report.h"
 #include "desk/commands/received_message.h"
 #include "desk/commands/shared_options.h"

@@ -9,6 +9,7 @@
 #include "base/error.h"
 #include "base/text.h"
 #include "desk/commands/command_context.h"
+#include "desk/commands/commands.h"
 
 namespace corvessa::desk {
 namespace {

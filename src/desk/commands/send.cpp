@@ -5,6 +5,7 @@
 
 #include "base/text.h"
 #include "desk/commands/command_context.h"
+#include "desk/commands/commands.h"
 #include "desk/commands/failure_report.h"
 #include "desk/commands/shared_options.h"
 #include "desk/commands/text_file.h"

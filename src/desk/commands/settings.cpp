@@ -5,6 +5,7 @@
 #include "base/error.h"
 #include "base/text.h"
 #include "desk/commands/command_context.h"
+#include "desk/commands/commands.h"
 #include "desk/commands/shared_options.h"
 #include "desk/desk_host.h"
 #include "desk/engine_setup.h"
