@@ -61,6 +61,15 @@ void AddRecipients(const std::vector<mail::Mailbox>& mailboxes, RecipientKind ki
   }
 }
 
+AttachmentData DataOf(const mail::Attachment& attachment) {
+  return {.file_name = attachment.file_name,
+          .display_name =
+              attachment.display_name.empty() ? attachment.file_name : attachment.display_name,
+          .content = std::make_shared<MailContent>(attachment),
+          .content_type = attachment.content_type,
+          .content_id = attachment.content_id};
+}
+
 ItemData ItemOf(const mail::Mail& source) {
   ItemData item;
   AddRecipients(source.to, RecipientKind::kTo, item.recipients);
@@ -73,13 +82,7 @@ ItemData ItemOf(const mail::Mail& source) {
   if (!is_blank || source.body_html.empty()) item.body = Share(source.body_text);
   item.html = Share(source.body_html);
   for (const mail::Attachment& attachment : source.attachments) {
-    item.attachments.push_back(std::make_shared<const AttachmentData>(
-        AttachmentData{.file_name = attachment.file_name,
-                       .display_name = attachment.display_name.empty() ? attachment.file_name
-                                                                       : attachment.display_name,
-                       .content = std::make_shared<MailContent>(attachment),
-                       .content_type = attachment.content_type,
-                       .content_id = attachment.content_id}));
+    item.attachments.push_back(std::make_shared<const AttachmentData>(DataOf(attachment)));
   }
   for (const mail::HeaderField& field : source.fields) {
     if (!IsAddInField(field.name)) continue;

@@ -57,6 +57,15 @@ void Print(CommandContext& context, const SendOptions& options, const SentMail& 
   context.out << "Sent " << ProtectionText(sent) << ": " << ForDisplay(options.out_file) << "\n";
 }
 
+void Deliver(CommandContext& context, const SendOptions& options, const mail::Mail& mail) {
+  if (!options.out_file.empty()) {
+    mail::WriteMail(mail, options.out_file, mail::MailPurpose::kTravel);
+  } else if (!context.json) {
+    context.out << mail::FormatMail(mail, mail::MailPurpose::kTravel) << std::flush;
+    if (!context.out) Fail(Outcome::kEnvironment, "the output cannot be written; not sent");
+  }
+}
+
 Outcome Send(CommandContext& context, const SendOptions& options) {
   const mail::Mail draft = mail::LoadMail(options.message.file);
   if (draft.incomplete)
@@ -68,17 +77,10 @@ Outcome Send(CommandContext& context, const SendOptions& options) {
   DeskHost host(
       profile, context.terminal, context.answers, context.messages,
       {.outlook_version = options.outlook, .owner = sender, .trace = options.message.trace});
-  const bool to_output = options.out_file.empty() && !context.json;
-  const auto deliver = [&](const mail::Mail& mail) {
-    if (!options.out_file.empty()) {
-      mail::WriteMail(mail, options.out_file, mail::MailPurpose::kTravel);
-    } else if (to_output) {
-      context.out << mail::FormatMail(mail, mail::MailPurpose::kTravel) << std::flush;
-      if (!context.out) Fail(Outcome::kEnvironment, "the output cannot be written; not sent");
-    }
-  };
   return ReportingFailures(context, host, [&] {
-    const SentMail sent = SendDraft(host, draft, options.choices, deliver);
+    const SentMail sent = SendDraft(host, draft, options.choices, [&](const mail::Mail& mail) {
+      Deliver(context, options, mail);
+    });
     if (context.json) {
       PrintJson(context, host, options, sent);
     } else {

@@ -43,6 +43,24 @@ Control* FindByAnswerName(const Form& form, std::string_view name) {
   return nullptr;
 }
 
+bool ChooseRow(RowsControl& rows, std::string_view text) {
+  for (int row = 0; row < rows.RowCount(); ++row) {
+    if (rows.Row(row) != text) continue;
+    Click(rows, row);
+    return true;
+  }
+  return false;
+}
+
+bool ChooseTab(TabStrip& tabs, std::string_view text) {
+  for (int tab = 1; tab <= static_cast<int>(tabs.Captions().size()); ++tab) {
+    if (DrawnCaption(tabs.Captions()[static_cast<std::size_t>(tab - 1)]) != text) continue;
+    tabs.ClickTab(tab);
+    return true;
+  }
+  return false;
+}
+
 /// Chooses or types the text; false when the control does not take it.
 bool GiveText(Control& control, std::string_view text) {
   if (auto* box = dynamic_cast<TextBox*>(&control)) {
@@ -56,20 +74,8 @@ bool GiveText(Control& control, std::string_view text) {
     check->Toggle();
     return true;
   }
-  if (auto* rows = dynamic_cast<RowsControl*>(&control)) {
-    for (int row = 0; row < rows->RowCount(); ++row) {
-      if (rows->Row(row) != text) continue;
-      Click(*rows, row);
-      return true;
-    }
-  }
-  if (auto* tabs = dynamic_cast<TabStrip*>(&control)) {
-    for (int tab = 1; tab <= static_cast<int>(tabs->Captions().size()); ++tab) {
-      if (DrawnCaption(tabs->Captions()[static_cast<std::size_t>(tab - 1)]) != text) continue;
-      tabs->ClickTab(tab);
-      return true;
-    }
-  }
+  if (auto* rows = dynamic_cast<RowsControl*>(&control)) return ChooseRow(*rows, text);
+  if (auto* tabs = dynamic_cast<TabStrip*>(&control)) return ChooseTab(*tabs, text);
   return false;
 }
 

@@ -103,14 +103,21 @@ std::string TerminalUi::AskBox(std::string_view text, std::string_view title, st
   }
   const bool is_error = (flags & platform::kBoxError) != 0;
   terminal_.Write(DrawMessage(text, title, is_error ? "(!)" : "(i)", terminal_.Columns()));
+  return std::string(HasAgreed(can_cancel) ? kOk : kCancel);
+}
+
+bool TerminalUi::HasAgreed(bool can_cancel) {
+  if (!can_cancel) {
+    terminal_.ReadLine("Enter = OK: ");
+    return true;
+  }
   for (;;) {
-    const std::optional<std::string> line =
-        terminal_.ReadLine(can_cancel ? "Enter = OK, c = Cancel: " : "Enter = OK: ");
-    if (!line || !can_cancel) return std::string(line || !can_cancel ? kOk : kCancel);
+    const std::optional<std::string> line = terminal_.ReadLine("Enter = OK, c = Cancel: ");
+    if (!line) return false;
     const std::string word = LCase(Trim(*line));
-    if (word.empty() || word == "o" || word == "ok") return std::string(kOk);
+    if (word.empty() || word == "o" || word == "ok") return true;
     if (word == "c" || word == "cancel" || word == "esc" || word == "\x1B" || word == "q") {
-      return std::string(kCancel);
+      return false;
     }
   }
 }

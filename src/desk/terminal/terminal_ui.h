@@ -74,6 +74,8 @@ class TerminalUi final : public platform::Ui {
   std::string AnswerBeforehand(Form& form);
   void CloseUnanswered(Form& form);
   std::string AskBox(std::string_view text, std::string_view title, std::int32_t flags);
+  /// Asks whoever sits there until an answer is one.
+  bool HasAgreed(bool can_cancel);
   std::string BoxAnsweredBeforehand();
   void RefreshStatus();
   void Report(std::string_view line);
