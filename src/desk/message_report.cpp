@@ -113,10 +113,9 @@ std::vector<AttachmentReport> AttachmentsOf(const Item& item,
 /// Where the message itself could not be decrypted its attachments were not looked at, whatever the
 /// list says of them.
 void ForgetUntried(std::vector<AttachmentReport>& attachments) {
-  const bool tried =
-      std::any_of(attachments.begin(), attachments.end(), [](const auto& attachment) {
-        return attachment.protection && attachment.protection->decrypt_status != kIsNotEncrypted;
-      });
+  const bool tried = std::ranges::any_of(attachments, [](const auto& attachment) {
+    return attachment.protection && attachment.protection->decrypt_status != kIsNotEncrypted;
+  });
   for (AttachmentReport& attachment : attachments) {
     if (!tried) attachment.protection.reset();
   }
@@ -124,7 +123,7 @@ void ForgetUntried(std::vector<AttachmentReport>& attachments) {
 
 /// Runs `read` with the status window that the button opens; the window is closed again unless it
 /// was open before.
-template <class Read>
+template <typename Read>
 void WithStatusWindow(const ButtonPtr& button, Read read) {
   const bool was_open = FindVisibleForm(kStatusWindow) != nullptr;
   if (!button->Click()) return;
@@ -138,7 +137,7 @@ void WithStatusWindow(const ButtonPtr& button, Read read) {
 
 bool MessageReport::Failed() const {
   if (protection && protection->Failed()) return true;
-  return std::any_of(attachments.begin(), attachments.end(), [](const auto& attachment) {
+  return std::ranges::any_of(attachments, [](const auto& attachment) {
     return attachment.protection && attachment.protection->Failed();
   });
 }

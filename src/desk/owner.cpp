@@ -11,8 +11,8 @@ namespace {
 
 Person SignerOrFirst(const std::vector<AccountEntry>& accounts) {
   if (accounts.empty()) return {};
-  const auto signer = std::find_if(accounts.begin(), accounts.end(),
-                                   [](const AccountEntry& entry) { return entry.signs; });
+  const auto signer =
+      std::ranges::find_if(accounts, [](const AccountEntry& entry) { return entry.signs; });
   return {"", signer == accounts.end() ? accounts.front().address : signer->address};
 }
 
@@ -23,8 +23,8 @@ Person OwnerFor(const mail::Mail& received, const SettingsStore& settings) {
   for (const auto* list : {&received.to, &received.cc, &received.bcc}) {
     for (const mail::Mailbox& mailbox : *list) {
       const std::string address = LCase(mailbox.address);
-      const bool is_own = std::any_of(accounts.begin(), accounts.end(),
-                                      [&](const auto& entry) { return entry.address == address; });
+      const bool is_own = std::ranges::any_of(
+          accounts, [&](const auto& entry) { return entry.address == address; });
       if (is_own) return {mailbox.name, mailbox.address};
     }
   }

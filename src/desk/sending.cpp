@@ -126,7 +126,7 @@ void RequireAttachments(const ItemData& before, const ItemData& travelling) {
 
 void RequireRecipients(const ItemData& item) {
   const auto has_address = [](const RecipientData& one) { return !one.address.empty(); };
-  if (std::any_of(item.recipients.begin(), item.recipients.end(), has_address)) return;
+  if (std::ranges::any_of(item.recipients, has_address)) return;
   Fail(Outcome::kRefused, "not sent: there is no recipient");
 }
 

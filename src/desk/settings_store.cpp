@@ -214,11 +214,11 @@ std::string SettingsStore::NormalAddress(std::string_view address) {
 bool SettingsStore::AddAccount(std::string_view address, bool signs) {
   const std::string added = NormalAddress(address);
   const auto before = Accounts();
-  const auto known = std::find_if(before.begin(), before.end(),
-                                  [&](const auto& entry) { return entry.address == added; });
+  const auto known =
+      std::ranges::find_if(before, [&](const auto& entry) { return entry.address == added; });
   if (known != before.end() && (!signs || known->signs)) return false;
   const bool had_signer =
-      std::any_of(before.begin(), before.end(), [](const auto& entry) { return entry.signs; });
+      std::ranges::any_of(before, [](const auto& entry) { return entry.signs; });
   {
     const auto accounts = Made(registry_.CurrentUser(), kAccountsKey);
     WriteNumber(*Made(*accounts, added), kSignValue, signs ? -1 : 0);
@@ -234,8 +234,8 @@ bool SettingsStore::AddAccount(std::string_view address, bool signs) {
 bool SettingsStore::RemoveAccount(std::string_view address) {
   const std::string removed = LCase(Trim(address));
   const auto before = Accounts();
-  const auto known = std::find_if(before.begin(), before.end(),
-                                  [&](const auto& entry) { return entry.address == removed; });
+  const auto known =
+      std::ranges::find_if(before, [&](const auto& entry) { return entry.address == removed; });
   if (known == before.end()) return false;
   {
     const auto accounts = Made(registry_.CurrentUser(), kAccountsKey);

@@ -87,8 +87,8 @@ Outcome ShellSession::Obey(const std::string& line) {
   const std::string name = LCase(words.front());
   words.erase(words.begin());
   const auto& commands = Commands();
-  const auto found = std::find_if(commands.begin(), commands.end(),
-                                  [&](const Command& command) { return command.name == name; });
+  const auto found =
+      std::ranges::find_if(commands, [&](const Command& command) { return command.name == name; });
   if (found == commands.end()) {
     Fail(Outcome::kWrongUse, "there is no command " + name + "; \"help\" lists them all");
   }

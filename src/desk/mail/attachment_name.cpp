@@ -55,9 +55,8 @@ std::string SafeFileName(std::string_view name) {
 std::string GenericFileName(std::size_t place, std::string_view content_type) {
   auto digits = std::to_string(place);
   if (digits.size() < 5) digits.insert(0, 5 - digits.size(), '0');
-  const auto* const known =
-      std::find_if(kExtensions.begin(), kExtensions.end(),
-                   [&](const auto& entry) { return entry.first == content_type; });
+  const auto* const known = std::ranges::find_if(
+      kExtensions, [&](const auto& entry) { return entry.first == content_type; });
   return "ATT" + digits + std::string(known == kExtensions.end() ? ".dat" : known->second);
 }
 

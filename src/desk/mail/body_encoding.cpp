@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t kLongestLine = 998;
 
 /// Calls with each line (without its LF) until one is refused.
-template <class Accepts>
+template <typename Accepts>
 bool AllLines(std::string_view text, Accepts accepts) {
   for (;;) {
     const auto end = text.find('\n');
@@ -30,8 +30,7 @@ bool IsEndangered(std::string_view line) {
 bool IsSafeLine(std::string_view line) {
   if (line.size() > kLongestLine || IsEndangered(line)) return false;
   if (line.ends_with(' ') || line.ends_with('\t')) return false;
-  return std::all_of(line.begin(), line.end(),
-                     [](char c) { return (c >= 32 && c < 127) || c == '\t'; });
+  return std::ranges::all_of(line, [](char c) { return (c >= 32 && c < 127) || c == '\t'; });
 }
 
 std::string QuotedPrintable(std::string_view text) {

@@ -87,9 +87,8 @@ std::string FromUnlabelled(std::string_view bytes) {
 }
 
 bool IsOneOf(const std::string& label, std::initializer_list<const char*> names) {
-  return std::any_of(names.begin(), names.end(), [&](const char* name) {
-    return g_ascii_strcasecmp(label.c_str(), name) == 0;
-  });
+  return std::ranges::any_of(
+      names, [&](const char* name) { return g_ascii_strcasecmp(label.c_str(), name) == 0; });
 }
 
 std::string Decode(std::string_view bytes, const std::string& label) {

@@ -11,10 +11,10 @@ struct GObjectUnref {
 };
 
 /// One reference to a GMime object.
-template <class T>
+template <typename T>
 using Handle = std::unique_ptr<T, GObjectUnref>;
 
-template <class T>
+template <typename T>
 Handle<T> AddReference(T* object) {
   g_object_ref(object);
   return Handle<T>(object);

@@ -43,7 +43,7 @@ bool HasLongToken(std::string_view text) {
 }
 
 bool IsPlain(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return c >= 32 && c < 127; }) &&
+  return std::ranges::all_of(text, [](char c) { return c >= 32 && c < 127; }) &&
          text.find("=?") == std::string_view::npos && !HasLongToken(text);
 }
 
@@ -116,8 +116,8 @@ std::string EncodeMailbox(const Mailbox& mailbox) {
 
 std::string EncodeIdentifier(std::string_view identifier) {
   std::string safe;
-  std::copy_if(identifier.begin(), identifier.end(), std::back_inserter(safe),
-               [](char c) { return c > 32 && c < 127 && c != '<' && c != '>'; });
+  std::ranges::copy_if(identifier, std::back_inserter(safe),
+                       [](char c) { return c > 32 && c < 127 && c != '<' && c != '>'; });
   return safe.empty() || safe.size() > kLongestToken ? "" : "<" + safe + ">";
 }
 

@@ -38,8 +38,8 @@ bool NamesBlindCopies(std::string_view name) {
 }
 
 bool IsFieldName(std::string_view name) {
-  return !name.empty() && std::all_of(name.begin(), name.end(),
-                                      [](char c) { return c > 32 && c < 127 && c != ':'; });
+  return !name.empty() &&
+         std::ranges::all_of(name, [](char c) { return c > 32 && c < 127 && c != ':'; });
 }
 
 }  // namespace corvessa::desk::mail

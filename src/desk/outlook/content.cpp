@@ -16,7 +16,7 @@ namespace corvessa::desk {
 namespace {
 
 /// Runs work that reports by std::system_error.
-template <class Work>
+template <typename Work>
 auto Raising(Work work) {
   try {
     return work();

@@ -52,9 +52,9 @@ constexpr std::array<std::string_view, 23> kBlocks = {
     "h3",  "h4", "h5",      "h6",      "hr",      "dt",     "dd",    "blockquote",
     "pre", "dl", "address", "section", "article", "header", "footer"};
 
-template <class Names>
+template <typename Names>
 bool IsOneOf(const Names& names, std::string_view name) {
-  return std::find(names.begin(), names.end(), name) != names.end();
+  return std::ranges::find(names, name) != names.end();
 }
 
 std::optional<std::uint32_t> NumericReference(std::string_view digits) {
@@ -78,7 +78,7 @@ std::optional<std::uint32_t> NumericReference(std::string_view digits) {
 
 std::optional<std::uint32_t> Reference(std::string_view name) {
   if (!name.empty() && name[0] == '#') return NumericReference(name.substr(1));
-  const auto latin = std::find(kLatin1.begin(), kLatin1.end(), name);
+  const auto latin = std::ranges::find(kLatin1, name);
   if (latin != kLatin1.end()) return 0xA0 + static_cast<std::uint32_t>(latin - kLatin1.begin());
   for (const auto& [known, code] : kOthers) {
     if (known == name) return code;

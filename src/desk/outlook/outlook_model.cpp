@@ -15,13 +15,13 @@ bool IsOpen(const InspectorWindow& window) {
 }
 
 /// Puts a value into a list for a scope.
-template <class Value>
+template <typename Value>
 class Listed {
  public:
   Listed(std::vector<Value>& list, Value value) : list_(list), value_(value) {
     list_.push_back(value_);
   }
-  ~Listed() { list_.erase(std::find(list_.begin(), list_.end(), value_)); }
+  ~Listed() { list_.erase(std::ranges::find(list_, value_)); }
   Listed(const Listed&) = delete;
   Listed& operator=(const Listed&) = delete;
 
@@ -102,7 +102,7 @@ bool OutlookModel::Close(const InspectorWindowPtr& window, Closing closing) {
   const ItemPtr item = held->ShownItem();
   const State before = held->CurrentState();
   if (!IsOpen(*held)) return false;
-  if (std::find(sending_.begin(), sending_.end(), item.get()) != sending_.end()) return false;
+  if (std::ranges::find(sending_, item.get()) != sending_.end()) return false;
 
   held->SetState(State::kClosing);
   bool cancel = false;

@@ -84,7 +84,7 @@ void AddRecipient(ItemData& response, RecipientData recipient) {
     return LCase(known.address) == LCase(recipient.address);
   };
   const auto& known = response.recipients;
-  if (std::none_of(known.begin(), known.end(), same)) {
+  if (std::ranges::none_of(known, same)) {
     response.recipients.push_back(std::move(recipient));
   }
 }

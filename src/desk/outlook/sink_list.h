@@ -9,7 +9,7 @@ namespace corvessa::desk {
 
 /// The sinks of one event source. A sink may end its own or another's subscription, add sinks or
 /// raise further events from inside an event: whoever is unsubscribed by then is not called.
-template <class Events>
+template <typename Events>
 class SinkList {
  public:
   platform::Subscription Add(Events& sink) {
@@ -21,7 +21,7 @@ class SinkList {
 
   /// Calls `call(sink)` for every sink, in the order of their subscription. The source is kept
   /// alive by the caller.
-  template <class Call>
+  template <typename Call>
   void Raise(Call&& call) const {
     const std::vector<EntryPtr> entries = entries_;
     for (const EntryPtr& entry : entries) {

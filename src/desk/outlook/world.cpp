@@ -50,9 +50,9 @@ std::string World::NextEntryId() {
 }
 
 std::int32_t World::TagOf(std::string_view guid, std::string_view name) {
-  auto found =
-      std::find_if(named_properties_.begin(), named_properties_.end(),
-                   [&](const auto& known) { return known.first == guid && known.second == name; });
+  auto found = std::ranges::find_if(named_properties_, [&](const auto& known) {
+    return known.first == guid && known.second == name;
+  });
   if (found == named_properties_.end()) {
     found = named_properties_.emplace(found, guid, name);
   }

@@ -26,7 +26,7 @@ bool IsNumbered(std::string_view prefix, std::string_view suffix, std::string_vi
   if (name.size() <= prefix.size() + suffix.size()) return false;
   name.remove_prefix(prefix.size());
   name.remove_suffix(suffix.size());
-  return std::all_of(name.begin(), name.end(), IsDigit);
+  return std::ranges::all_of(name, IsDigit);
 }
 
 bool IsOurs(std::string_view name) {

@@ -15,7 +15,7 @@ namespace corvessa::desk {
 /// Elements in the order they were added, found by a name without regard to case. Everything takes
 /// constant time, walking by a rising index included, so that a registry of many accounts stays
 /// linear however it is walked or emptied.
-template <class Element>
+template <typename Element>
 class NamedList {
  public:
   NamedList() = default;
@@ -29,7 +29,7 @@ class NamedList {
   }
 
   /// The element of that name, made from `arguments` when there is none.
-  template <class... Arguments>
+  template <typename... Arguments>
   Element& FindOrAdd(std::string_view name, Arguments&&... arguments) {
     const auto [place, is_new] = places_.try_emplace(LCase(name), elements_.end());
     if (is_new) {

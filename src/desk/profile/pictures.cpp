@@ -87,8 +87,7 @@ std::uint32_t PixelAt(std::string_view content, const BmpLayout& layout, std::si
 platform::Picture DecodeBmp(std::string_view content) {
   const BmpLayout layout = ReadLayout(content);
   constexpr std::uint32_t kKnownBits[] = {1, 4, 8, 24, 32};
-  if (std::find(std::begin(kKnownBits), std::end(kKnownBits), layout.bits) ==
-      std::end(kKnownBits)) {
+  if (std::ranges::find(kKnownBits, layout.bits) == std::end(kKnownBits)) {
     Raise(kInvalidPicture);
   }
   const std::size_t row_bytes = RowBytes(layout.width, layout.bits);

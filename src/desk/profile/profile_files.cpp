@@ -40,7 +40,7 @@ std::optional<struct stat> Look(const fs::path& path) {
 }
 
 /// Runs a body that reports by std::system_error.
-template <class Body>
+template <typename Body>
 auto Translating(const fs::path& path, Body&& body) {
   try {
     return std::forward<Body>(body)();
@@ -99,7 +99,7 @@ std::optional<fs::path> ProfileFiles::PathOnDriveC(std::string_view windows_path
   windows_path.remove_prefix(3);
   fs::path local = drive_c_;
   while (!windows_path.empty()) {
-    const auto end = std::find_if(windows_path.begin(), windows_path.end(), IsSeparator);
+    const auto end = std::ranges::find_if(windows_path, IsSeparator);
     const auto length = static_cast<std::size_t>(end - windows_path.begin());
     const std::string_view name = windows_path.substr(0, length);
     windows_path.remove_prefix(std::min(length + 1, windows_path.size()));
@@ -201,7 +201,7 @@ std::vector<std::string> ProfileFiles::List(std::string_view folder) {
     const std::string_view name = entry->d_name;
     if (name != "." && name != "..") names.emplace_back(name);
   }
-  std::sort(names.begin(), names.end());
+  std::ranges::sort(names);
   return names;
 }
 

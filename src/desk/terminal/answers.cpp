@@ -115,7 +115,7 @@ std::optional<std::string> Answers::ChooseAddress(const std::vector<std::string>
     return tried_.contains({Key(address), std::string(prompt)});
   };
   const auto first_that = [&](const auto& was_tried) {
-    return std::find_if(offered.begin(), offered.end(), [&](const std::string& address) {
+    return std::ranges::find_if(offered, [&](const std::string& address) {
       return passphrases_.contains(Key(address)) && !was_tried(address);
     });
   };

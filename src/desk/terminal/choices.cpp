@@ -36,7 +36,7 @@ bool CanBeChosen(const Control& control) {
   return box == nullptr || !box->IsMultiLine();
 }
 
-template <class Predicate>
+template <typename Predicate>
 CommandButton* FindButton(const Form& form, Predicate matches) {
   for (Control* control : form.Controls()) {
     auto* button = dynamic_cast<CommandButton*>(control);
@@ -118,8 +118,7 @@ std::vector<TextBox*> TextBoxesFromFocus(const Form& form) {
   if (dynamic_cast<TextBox*>(form.Focus()) == nullptr) return {};
   const std::vector<Control*>& controls = form.Controls();
   std::vector<TextBox*> boxes;
-  for (auto at = std::find(controls.begin(), controls.end(), form.Focus()); at != controls.end();
-       ++at) {
+  for (auto at = std::ranges::find(controls, form.Focus()); at != controls.end(); ++at) {
     auto* box = dynamic_cast<TextBox*>(*at);
     if (box != nullptr && CanBeChosen(*box)) boxes.push_back(box);
   }

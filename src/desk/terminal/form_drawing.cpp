@@ -53,7 +53,7 @@ int Level(const Control& control) {
 using Band = std::vector<const Control*>;
 
 bool AreButtons(const Band& band) {
-  return std::all_of(band.begin(), band.end(), [](const Control* control) {
+  return std::ranges::all_of(band, [](const Control* control) {
     return dynamic_cast<const CommandButton*>(control) != nullptr;
   });
 }

@@ -28,7 +28,7 @@ constexpr std::string_view kCancel = "Cancel";
 /// Whether the form only tells how far things are and waits for nobody.
 bool IsStatusOnly(const Form& form) {
   if (form.Name() == "frmSplashScreen") return true;
-  return std::any_of(form.Controls().begin(), form.Controls().end(), [](const Control* control) {
+  return std::ranges::any_of(form.Controls(), [](const Control* control) {
     return dynamic_cast<const ProgressBar*>(control) != nullptr;
   });
 }

@@ -40,9 +40,9 @@ TimerDriver::Entry* TimerDriver::Find(const Timer& timer) {
 void TimerDriver::Run(Time now) {
   const auto timers = TimersAtWork();
   std::erase_if(entries_, [&](const auto& entry) {
-    return entry.second.form.expired() ||
-           std::none_of(timers.begin(), timers.end(),
-                        [&](const auto& timer) { return timer.second == entry.first; });
+    return entry.second.form.expired() || std::ranges::none_of(timers, [&](const auto& timer) {
+             return timer.second == entry.first;
+           });
   });
   for (const auto& [form, timer] : timers) {
     entries_.try_emplace(timer, Entry{form, now + Interval(*timer)});
