@@ -20,8 +20,9 @@ void AddProtection(json& object, const std::optional<Protection>& protection) {
 void AddMessage(json& report, const MessageReport& message) {
   AddProtection(report, message.protection);
   std::string status;
-  for (const std::string& line : message.status_lines)
+  for (const std::string& line : message.status_lines) {
     status += (status.empty() ? "" : "; ") + line;
+  }
   report["statusText"] = status;
   report["attachments"] = json::array();
   for (const AttachmentReport& attachment : message.attachments) {

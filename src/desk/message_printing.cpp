@@ -35,8 +35,9 @@ void PrintAttachment(std::ostream& out, const AttachmentReport& attachment) {
     out << ": " << attachment.decrypt_text << ", " << attachment.sign_text;
   }
   out << "\n";
-  if (!attachment.saved_as.empty())
+  if (!attachment.saved_as.empty()) {
     out << "    saved as " << ForDisplay(attachment.saved_as) << "\n";
+  }
 }
 
 }  // namespace

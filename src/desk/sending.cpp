@@ -184,8 +184,9 @@ SentMail SendItem(DeskHost& host, const ItemPtr& item, const mail::Mail& base,
     sent.encrypted =
         IsArmour(*travelling.body, kEncryptedStart) && *travelling.body != *before.body;
     sent.is_signed = watch.IsSigned();
-    if (!sent.encrypted && !may_be_clear)
+    if (!sent.encrypted && !may_be_clear) {
       RefuseUnagreedClearText(host, item, travelling, first_box);
+    }
     RequireAttachments(before, travelling);
     sent.mail = MailOf(travelling, WithSender(base, host.Owner()));
     mail::StampMail(sent.mail);

@@ -28,8 +28,9 @@ void WriteFile(const std::filesystem::path& path,
   // A device or a pipe would be replaced by a file, to the surprise of whoever named it.
   std::error_code ignored;
   const auto status = std::filesystem::status(path, ignored);
-  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
     Raise(kPathFileAccess, path.string() + " is there already and is no file.");
+  }
   try {
     AtomicFile file(path);
     write(file);

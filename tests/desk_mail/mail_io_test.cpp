@@ -33,8 +33,9 @@ std::string Described(const Mail& mail) {
   std::ostringstream out;
   out << std::setfill('0');
   const auto list = [&](const char* field, const std::vector<Mailbox>& mailboxes) {
-    for (const auto& box : mailboxes)
+    for (const auto& box : mailboxes) {
       out << field << ": " << box.name << "|" << box.address << "\n";
+    }
   };
   if (mail.from != Mailbox{}) list("from", {mail.from});
   list("to", mail.to);
@@ -44,8 +45,9 @@ std::string Described(const Mail& mail) {
   out << "subject: " << mail.subject << "\ndate: ";
   if (mail.date) out << *mail.date;
   out << "\n";
-  for (const auto& field : mail.fields)
+  for (const auto& field : mail.fields) {
     if (field.name.starts_with("X-")) out << field.name << ": " << field.value << "\n";
+  }
   out << "text: " << OnOneLine(mail.body_text) << "\nhtml: " << OnOneLine(mail.body_html) << "\n";
   for (const auto& attachment : mail.attachments) {
     out << "attachment: " << attachment.file_name << "|" << attachment.content_type << "|"
@@ -88,8 +90,9 @@ TEST(LoadMail, HeaderTextInEveryFormThatTravels) {
       {"=?utf-8?Q?a=0D=0ABcc:_x@y?=", "a  Bcc: x@y"},
       {"=?unknown?Q?a?= =?utf-8?B?", "a =?utf-8?B?"},
   };
-  for (const auto& [raw, subject] : subjects)
+  for (const auto& [raw, subject] : subjects) {
     EXPECT_EQ(ParseMail("Subject: " + raw + "\r\n\r\n").subject, subject) << raw;
+  }
 }
 
 TEST(LoadMail, NoRecipientVanishes) {
@@ -132,8 +135,9 @@ std::string Multipart(const std::string& subtype, const std::vector<std::string>
 std::string Sorted(const std::string& raw) {
   const auto mail = ParseMail("From: a@b\n" + raw);
   auto text = mail.body_text + "\n" + mail.body_html + "\n";
-  for (const auto& attachment : mail.attachments)
+  for (const auto& attachment : mail.attachments) {
     text += attachment.file_name + "=" + attachment.data.Bytes() + "\n";
+  }
   return text;
 }
 
@@ -239,9 +243,10 @@ TEST(LoadMail, CutMailsLoadAsFarAsTheyGo) {
   for (std::size_t length = 10; length < whole.size() - 3; ++length) {
     const auto mail = ParseMail(whole.substr(0, length));
     EXPECT_TRUE(mail.incomplete) << length;
-    for (const auto& attachment : mail.attachments)
+    for (const auto& attachment : mail.attachments) {
       EXPECT_TRUE(std::string("\0\1\2\3\4\5\6\7", 8).starts_with(attachment.data.Bytes()))
           << length;
+    }
   }
 }
 
@@ -253,9 +258,10 @@ TEST(LoadMail, AMailWithLinesInAHeaderThatAreNoFieldIsNotWhole) {
 
 TEST(LoadMail, ADeepMailLoadsAsFarAsItIsFollowed) {
   std::string deep = "From: a@b\n";
-  for (int i = 0; i < 5000; ++i)
+  for (int i = 0; i < 5000; ++i) {
     deep += "Content-Type: multipart/mixed; boundary=" + std::to_string(i) + "\n\n--" +
             std::to_string(i) + "\n";
+  }
   EXPECT_TRUE(ParseMail(deep).incomplete);
 }
 

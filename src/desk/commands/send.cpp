@@ -68,8 +68,9 @@ void Deliver(CommandContext& context, const SendOptions& options, const mail::Ma
 
 Outcome Send(CommandContext& context, const SendOptions& options) {
   const mail::Mail draft = mail::LoadMail(options.message.file);
-  if (draft.incomplete)
+  if (draft.incomplete) {
     Fail(Outcome::kEnvironment, options.message.file + " ends early or is damaged; not sent");
+  }
   RefuseToReplace(options.out_file, {options.message.file});
   Profile profile = context.OpenProfile();
   const Person sender = SenderOf(draft, SettingsStore(profile.Registry()));

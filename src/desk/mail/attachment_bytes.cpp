@@ -23,8 +23,9 @@ AttachmentBytes AttachmentBytes::FromFile(const std::filesystem::path& path) {
   const auto file = MailFile::Open(path);
   const auto copy = ScratchStream(file->Size());
   errno = 0;
-  if (g_mime_stream_write_to_stream(file->Stream(), copy.get()) < 0)
+  if (g_mime_stream_write_to_stream(file->Stream(), copy.get()) < 0) {
     posix::RaiseIoError(path, "cannot be copied", errno);
+  }
   return AttachmentBytes(RangeSource(copy.get(), GMIME_CONTENT_ENCODING_BINARY, nullptr));
 }
 

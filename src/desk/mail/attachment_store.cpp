@@ -25,8 +25,9 @@ AttachmentBytes AttachmentStore::Keep(const std::function<void(const PieceSink& 
     errno = 0;
     g_mime_stream_seek(stream, file_->end, GMIME_STREAM_SEEK_SET);
     const auto size = static_cast<ssize_t>(piece.size());
-    if (g_mime_stream_write(stream, piece.data(), piece.size()) != size)
+    if (g_mime_stream_write(stream, piece.data(), piece.size()) != size) {
       posix::RaiseIoError("A copy of an attachment", "cannot be written", errno);
+    }
     file_->end += size;
   });
   if (start == file_->end) return {};

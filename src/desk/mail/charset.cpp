@@ -119,10 +119,11 @@ std::string ValidUtf8(std::string_view text) {
     if (g_utf8_validate_len(text.data(), text.size(), &end) != 0) return valid.append(text);
     const auto good = static_cast<std::size_t>(end - text.data());
     valid.append(text.substr(0, good));
-    if (text[good] == '\0')
+    if (text[good] == '\0') {
       valid += '\0';
-    else
+    } else {
       valid += kReplacement;
+    }
     text.remove_prefix(good + 1);
   }
   return valid;

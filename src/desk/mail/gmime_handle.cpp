@@ -8,8 +8,9 @@ GMimeParserOptions* CreateOptions() {
   g_mime_init();
   // An embedded mail is kept byte by byte, as any other file; what GMime writes again of a mail it
   // has parsed lacks every line that it did not understand.
-  for (const auto* const subtype : {"rfc822", "rfc2822", "global", "news"})
+  for (const auto* const subtype : {"rfc822", "rfc2822", "global", "news"}) {
     g_mime_object_register_type("message", subtype, GMIME_TYPE_PART);
+  }
   auto* const options = g_mime_parser_options_new();
   const char* charsets[] = {"utf-8", "windows-1252", nullptr};
   g_mime_parser_options_set_fallback_charsets(options, charsets);

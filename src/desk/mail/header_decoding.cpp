@@ -21,12 +21,14 @@ std::optional<Base64Word> FindBase64Word(std::string_view text) {
   if (!text.starts_with("=?")) return std::nullopt;
   const auto charset_end = text.find('?', 2);
   if (charset_end == std::string_view::npos || charset_end + 2 >= text.size()) return std::nullopt;
-  if (g_ascii_toupper(text[charset_end + 1]) != 'B' || text[charset_end + 2] != '?')
+  if (g_ascii_toupper(text[charset_end + 1]) != 'B' || text[charset_end + 2] != '?') {
     return std::nullopt;
+  }
   const auto payload = charset_end + 3;
   const auto payload_end = text.find_first_of("? \t", payload);
-  if (payload_end == std::string_view::npos || !text.substr(payload_end).starts_with("?="))
+  if (payload_end == std::string_view::npos || !text.substr(payload_end).starts_with("?=")) {
     return std::nullopt;
+  }
   return Base64Word{text.substr(2, charset_end - 2), text.substr(payload, payload_end - payload),
                     payload_end + 2};
 }
@@ -110,8 +112,9 @@ std::vector<std::string> ListPieces(const std::string& text) {
 Mailbox UnparsedMailbox(const std::string& piece) {
   auto text = DecodeText(piece);
   std::string_view address = text;
-  if (address.starts_with('<') && address.ends_with('>'))
+  if (address.starts_with('<') && address.ends_with('>')) {
     address = address.substr(1, address.size() - 2);
+  }
   const bool is_address = address.find('@') != std::string_view::npos &&
                           address.find_first_of(" <>()\":") == std::string_view::npos;
   return is_address ? Mailbox{"", std::string(address)} : Mailbox{std::move(text), ""};
@@ -158,8 +161,9 @@ std::vector<Mailbox> DecodeMailboxes(std::string_view raw) {
   std::vector<Mailbox> mailboxes;
   if (ParseMailboxes(joined, mailboxes)) return mailboxes;
   mailboxes.clear();
-  for (const auto& piece : ListPieces(joined))
+  for (const auto& piece : ListPieces(joined)) {
     if (!ParseMailboxes(piece, mailboxes)) mailboxes.push_back(UnparsedMailbox(piece));
+  }
   return mailboxes;
 }
 
@@ -168,8 +172,9 @@ std::vector<std::string> DecodeIdentifiers(std::string_view raw) {
       g_mime_references_parse(ParserOptions(), JoinEncodedWords(raw).c_str()),
       g_mime_references_free);
   std::vector<std::string> identifiers;
-  for (int i = 0; parsed && i < g_mime_references_length(parsed.get()); ++i)
+  for (int i = 0; parsed && i < g_mime_references_length(parsed.get()); ++i) {
     identifiers.push_back(OneLine(g_mime_references_get_message_id(parsed.get(), i)));
+  }
   return identifiers;
 }
 

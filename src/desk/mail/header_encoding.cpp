@@ -109,8 +109,9 @@ std::string EncodeText(std::string_view text) {
 std::string EncodeMailbox(const Mailbox& mailbox) {
   if (mailbox.address.empty()) return EncodePhrase(mailbox.name);
   const auto address = IsPlain(mailbox.address) ? mailbox.address : AsciiAddress(mailbox.address);
-  if (!IsReadBack(address))
+  if (!IsReadBack(address)) {
     Raise(kInvalidArgument, "\"" + OneLine(mailbox.address) + "\" is not a mail address.");
+  }
   return mailbox.name.empty() ? address : EncodePhrase(mailbox.name) + " <" + address + ">";
 }
 

@@ -27,8 +27,9 @@ constexpr std::array<std::pair<std::string_view, FieldKind>, 11> kKinds{{
 }  // namespace
 
 FieldKind FieldKindOf(std::string_view name) {
-  for (const auto& [known, kind] : kKinds)
+  for (const auto& [known, kind] : kKinds) {
     if (SameName(name, known)) return kind;
+  }
   constexpr std::string_view kContent = "Content-";
   return SameName(name.substr(0, kContent.size()), kContent) ? FieldKind::kMime : FieldKind::kOther;
 }

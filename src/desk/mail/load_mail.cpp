@@ -19,8 +19,9 @@ namespace {
 void NoteWarning(gint64 /*offset*/, GMimeParserWarning warning, const gchar* /*item*/,
                  gpointer incomplete) {
   if (warning == GMIME_WARN_TRUNCATED_MESSAGE || warning == GMIME_CRIT_NESTING_OVERFLOW ||
-      warning == GMIME_CRIT_INVALID_HEADER_NAME)
+      warning == GMIME_CRIT_INVALID_HEADER_NAME) {
     *static_cast<bool*>(incomplete) = true;
+  }
 }
 
 /// Null when not even a header begins the stream.
@@ -114,8 +115,9 @@ Mail ReadMail(GMimeStream* stream, const std::shared_ptr<const MailFile>& file,
     message = ParseCutHeader(stream);
     mail.incomplete = true;
   }
-  if (!message || !ReadHeader(message.get(), mail))
+  if (!message || !ReadHeader(message.get(), mail)) {
     Raise(kInvalidArgument, title + " is not a mail message.");
+  }
   if (fault == FieldFault::kNul) RaiseUnreadable(title);
   if (auto* const root = g_mime_message_get_mime_part(message.get())) ReadParts(root, file, mail);
   return mail;

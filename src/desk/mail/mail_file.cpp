@@ -61,8 +61,9 @@ MailFile::MailFile(std::filesystem::path path, int descriptor)
 void MailFile::CheckUnchanged() const {
   const auto status = Status(stream_.get());
   if (status.st_size != size_ || status.st_mtim.tv_sec != changed_.tv_sec ||
-      status.st_mtim.tv_nsec != changed_.tv_nsec)
+      status.st_mtim.tv_nsec != changed_.tv_nsec) {
     Raise(kPathFileAccess, path_.string() + " was changed while it was open. Open it again.");
+  }
 }
 
 }  // namespace corvessa::desk::mail

@@ -49,28 +49,31 @@ class PartReader {
   enum class Place { kAlone, kBesideOthers, kRelated };
 
   void Read(GMimeObject* part, Place place) {
-    if (GMIME_IS_MULTIPART(part))
+    if (GMIME_IS_MULTIPART(part)) {
       ReadMultipart(GMIME_MULTIPART(part), place);
-    else if (GMIME_IS_PART(part))
+    } else if (GMIME_IS_PART(part)) {
       ReadLeaf(GMIME_PART(part), place);
+    }
   }
 
  private:
   void ReadMultipart(GMimeMultipart* multipart, Place place) {
     auto* const part = GMIME_OBJECT(multipart);
-    if (g_mime_multipart_get_count(multipart) == 0)
+    if (g_mime_multipart_get_count(multipart) == 0) {
       ReadUndivided(multipart);
-    else if (place != Place::kRelated && IsMultipart(part, "alternative"))
+    } else if (place != Place::kRelated && IsMultipart(part, "alternative")) {
       ReadAlternative(multipart);
-    else if (place != Place::kRelated && IsMultipart(part, "related"))
+    } else if (place != Place::kRelated && IsMultipart(part, "related")) {
       ReadRelated(multipart, place);
-    else
+    } else {
       ReadEach(multipart, place == Place::kRelated ? place : Place::kBesideOthers);
+    }
   }
 
   void ReadEach(GMimeMultipart* multipart, Place place) {
-    for (int i = 0; i < g_mime_multipart_get_count(multipart); ++i)
+    for (int i = 0; i < g_mime_multipart_get_count(multipart); ++i) {
       Read(g_mime_multipart_get_part(multipart, i), place);
+    }
   }
 
   void ReadAlternative(GMimeMultipart* multipart) {
@@ -83,8 +86,9 @@ class PartReader {
     const auto start = RootIndex(multipart);
     Read(g_mime_multipart_get_part(multipart, start),
          place == Place::kAlone ? Place::kBesideOthers : place);
-    for (int i = 0; i < g_mime_multipart_get_count(multipart); ++i)
+    for (int i = 0; i < g_mime_multipart_get_count(multipart); ++i) {
       if (i != start) Read(g_mime_multipart_get_part(multipart, i), Place::kRelated);
+    }
   }
 
   static int RootIndex(GMimeMultipart* multipart) {
@@ -109,10 +113,11 @@ class PartReader {
   void ReadLeaf(GMimePart* part, Place place) {
     const auto type = TypeName(GMIME_OBJECT(part));
     const bool is_html = type == "text/html";
-    if ((is_html || type == "text/plain") && IsBody(part, is_html, place))
+    if ((is_html || type == "text/plain") && IsBody(part, is_html, place)) {
       ReadBody(part, is_html);
-    else
+    } else {
       Attach(part, type, place);
+    }
   }
 
   bool IsBody(GMimePart* part, bool is_html, Place place) const {
@@ -175,8 +180,9 @@ class PartReader {
       attachment.file_name = SubjectFileName(SubjectOf(*source));
       attachment.is_named_by_subject = !attachment.file_name.empty();
     }
-    if (attachment.file_name.empty())
+    if (attachment.file_name.empty()) {
       attachment.file_name = GenericFileName(mail_.attachments.size(), type);
+    }
     if (attachment.display_name.empty()) attachment.display_name = attachment.file_name;
   }
 
@@ -230,8 +236,9 @@ class PartReader {
     for (int i = 0; i < g_mime_param_list_length(list); ++i) {
       auto* const parameter = g_mime_param_list_get_parameter_at(list, i);
       const auto name = LowerCase(g_mime_param_get_name(parameter));
-      if (name != "name")
+      if (name != "name") {
         parameters.push_back({name, OneLine(TextOrEmpty(g_mime_param_get_value(parameter)))});
+      }
     }
     return parameters;
   }

@@ -57,9 +57,10 @@ bool IsToken(std::string_view text) {
 void SetType(GMimeObject* part, const std::string& type_name, const Attachment& attachment) {
   const Handle<GMimeContentType> type(
       g_mime_content_type_parse(ParserOptions(), OneLine(type_name).c_str()));
-  for (const auto& [name, value] : attachment.parameters)
-    if (IsToken(name))
-      g_mime_content_type_set_parameter(type.get(), name.c_str(), OneLine(value).c_str());
+  for (const auto& [name, value] : attachment.parameters) {
+    if (!IsToken(name)) continue;
+    g_mime_content_type_set_parameter(type.get(), name.c_str(), OneLine(value).c_str());
+  }
   g_mime_object_set_content_type(part, type.get());
 }
 
@@ -91,10 +92,11 @@ Part AttachmentPart(const Attachment& attachment) {
   const bool is_file = !is_mail && (attachment.content_type.starts_with("message/") ||
                                     attachment.content_type.starts_with("multipart/"));
   Part part(GMIME_OBJECT(g_mime_part_new()));
-  if (is_file)
+  if (is_file) {
     SetType(part.get(), "application/octet-stream", {});
-  else
+  } else {
     SetType(part.get(), attachment.content_type, attachment);
+  }
   SetDisposition(part.get(), attachment);
   const auto id = EncodeIdentifier(attachment.content_id);
   if (!id.empty()) g_mime_object_set_content_id(part.get(), id.substr(1, id.size() - 2).c_str());
@@ -110,8 +112,9 @@ bool BelongsToHtml(const Mail& mail, const Attachment& attachment) {
 Part HtmlPart(const Mail& mail) {
   std::vector<Part> parts;
   parts.push_back(TextPart(mail.body_html, "html"));
-  for (const auto& attachment : mail.attachments)
+  for (const auto& attachment : mail.attachments) {
     if (BelongsToHtml(mail, attachment)) parts.push_back(AttachmentPart(attachment));
+  }
   return parts.size() == 1 ? std::move(parts.front()) : Multipart("related", parts);
 }
 
@@ -129,8 +132,9 @@ Part BodyPart(const Mail& mail) {
 Handle<GMimeObject> BuildParts(const Mail& mail) {
   std::vector<Part> parts;
   parts.push_back(BodyPart(mail));
-  for (const auto& attachment : mail.attachments)
+  for (const auto& attachment : mail.attachments) {
     if (!BelongsToHtml(mail, attachment)) parts.push_back(AttachmentPart(attachment));
+  }
   return parts.size() == 1 ? std::move(parts.front()) : Multipart("mixed", parts);
 }
 

@@ -63,8 +63,9 @@ std::string EncodeIdentifiers(const std::vector<std::string>& identifiers) {
 
 void AddOtherFields(const Mail& mail, MailPurpose purpose, Header& header) {
   for (const auto& [name, value] : mail.fields) {
-    if (!IsFieldName(name))
+    if (!IsFieldName(name)) {
       Raise(kInvalidArgument, "\"" + OneLine(name) + "\" is not a field name.");
+    }
     if (FieldKindOf(name) != FieldKind::kOther) continue;
     if (purpose == MailPurpose::kTravel && NamesBlindCopies(name)) continue;
     header.Add(name, EncodeText(value));
@@ -141,8 +142,9 @@ void StampMail(Mail& mail) {
 void WriteMail(const Mail& mail, const std::filesystem::path& path, MailPurpose purpose) {
   const auto prepared = Prepare(mail, purpose);
   posix::WriteFile(path, [&](posix::AtomicFile& file) {
-    if (const int error_code = WriteToDescriptor(prepared, file.Descriptor()))
+    if (const int error_code = WriteToDescriptor(prepared, file.Descriptor())) {
       posix::Throw(error_code);
+    }
     file.CommitDurably();
   });
 }

@@ -151,8 +151,10 @@ class FileKey final : public platform::RegistryKey {
   RegistryStatus WriteNumber(std::string_view name, std::int32_t number) override {
     if (node_->deleted) return kRegistryKeyDeleted;
     if (!IsRegistryName(name)) return kRegistryInvalidParameter;
-    if (SetValue(*node_, name, kRegistryNumber, BytesOfNumber(static_cast<std::uint32_t>(number))))
+    if (SetValue(*node_, name, kRegistryNumber,
+                 BytesOfNumber(static_cast<std::uint32_t>(number)))) {
       store_->NoteChange();
+    }
     store_->SaveWhenDue();
     return kRegistrySuccess;
   }
@@ -215,8 +217,9 @@ void RegistryFile::Save() {
 void RegistryFile::WriteString(std::string_view key, std::string_view name, std::string_view text) {
   const std::string_view root = key.substr(0, key.find('\\'));
   if ((root != kCurrentUserRoot && root != kLocalMachineRoot) || !IsRegistryPath(key) ||
-      !IsRegistryName(name))
+      !IsRegistryName(name)) {
     Raise(kInvalidArgument);
+  }
   bool changed = false;
   RegistryNode& node = *FindOrAddKey(store_->Roots(), key, changed);
   if (SetValue(node, name, kRegistryString, std::string(text) + '\0')) changed = true;

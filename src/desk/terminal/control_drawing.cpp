@@ -122,8 +122,9 @@ Lines DrawControl(const Control& control, const Choices* choices, int columns) {
     return DrawRows(*rows, choices, columns);
   }
   if (const auto* tabs = dynamic_cast<const TabStrip*>(&control)) return {DrawTabs(*tabs, choices)};
-  if (const auto* bar = dynamic_cast<const ProgressBar*>(&control))
+  if (const auto* bar = dynamic_cast<const ProgressBar*>(&control)) {
     return {DrawBar(*bar, std::min(columns, kMostBarColumns))};
+  }
   return {};
 }
 
