@@ -76,7 +76,7 @@ std::vector<AttachmentReport> ListedAttachments(const Form& window) {
   std::vector<AttachmentReport> reports;
   const auto* encryption = window.Find<ListView>("lvwEncryption");
   const auto* signing = window.Find<ListView>("lvwSigning");
-  if (encryption == nullptr || signing == nullptr) return reports;
+  if (!encryption || !signing) return reports;
   for (int i = 0; i < std::min(encryption->RowCount(), signing->RowCount()); ++i) {
     const std::string& row = encryption->Row(i);
     const std::size_t start = StartOfDecryptText(row);

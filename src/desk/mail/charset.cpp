@@ -54,7 +54,7 @@ class Converter {
       const int error_code = errno;
       text.append(piece, static_cast<std::size_t>(out - piece));
       if (result != static_cast<gsize>(-1)) return true;
-      if (error_code != E2BIG) return in == nullptr || *left == 0;
+      if (error_code != E2BIG) return !in || *left == 0;
     }
   }
 

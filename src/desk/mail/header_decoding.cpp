@@ -180,7 +180,7 @@ std::vector<std::string> DecodeIdentifiers(std::string_view raw) {
 
 std::optional<std::time_t> DecodeDate(const std::string& raw) {
   auto* const date = g_mime_utils_header_decode_date(raw.c_str());
-  if (date == nullptr) return std::nullopt;
+  if (!date) return std::nullopt;
   const auto seconds = g_date_time_to_unix(date);
   g_date_time_unref(date);
   return seconds;

@@ -146,7 +146,7 @@ class PartReader {
 
   std::shared_ptr<const AttachmentSource> ContentSource(GMimePart* part) const {
     auto* const content = g_mime_part_get_content(part);
-    if (content == nullptr || g_mime_data_wrapper_get_stream(content) == nullptr) return nullptr;
+    if (!content || !g_mime_data_wrapper_get_stream(content)) return nullptr;
     return RangeSource(g_mime_data_wrapper_get_stream(content),
                        g_mime_data_wrapper_get_encoding(content), file_);
   }

@@ -45,7 +45,7 @@ class Header {
 
 std::string EncodeDate(std::time_t date) {
   auto* const local = g_date_time_new_from_unix_local(date);
-  if (local == nullptr) return "";
+  if (!local) return "";
   const GText text(g_mime_utils_header_format_date(local));
   g_date_time_unref(local);
   return text.get();

@@ -24,7 +24,7 @@ std::string AccessKey(std::string_view caption) {
 /// A list that only tells has none, nor has one whose only row is selected.
 bool HasChoice(const RowsControl& rows) {
   const auto* list = dynamic_cast<const ListBox*>(&rows);
-  const bool has_check_boxes = list != nullptr && list->HasCheckBoxes();
+  const bool has_check_boxes = list && list->HasCheckBoxes();
   const bool is_settled = rows.RowCount() == 1 && rows.Selected() == 0 && !has_check_boxes;
   return rows.Selectable && !is_settled;
 }
@@ -33,14 +33,14 @@ bool CanBeChosen(const Control& control) {
   if (!control.TakesFocus() || !control.IsShown() || !control.IsUsable()) return false;
   if (const auto* rows = dynamic_cast<const RowsControl*>(&control)) return HasChoice(*rows);
   const auto* box = dynamic_cast<const TextBox*>(&control);
-  return box == nullptr || !box->IsMultiLine();
+  return !box || !box->IsMultiLine();
 }
 
 template <typename Predicate>
 CommandButton* FindButton(const Form& form, Predicate matches) {
   for (Control* control : form.Controls()) {
     auto* button = dynamic_cast<CommandButton*>(control);
-    if (button != nullptr && matches(*button) && CanBeChosen(*button)) return button;
+    if (button && matches(*button) && CanBeChosen(*button)) return button;
   }
   return nullptr;
 }
@@ -52,7 +52,7 @@ Choices::Choices(const Form& form) {
   for (Control* control : form.Controls()) {
     if (!CanBeChosen(*control)) continue;
     const auto* captioned = dynamic_cast<const CaptionedControl*>(control);
-    const std::string key = captioned != nullptr ? AccessKey(ForDisplay(captioned->Caption())) : "";
+    const std::string key = captioned ? AccessKey(ForDisplay(captioned->Caption())) : "";
     if (key.empty() || by_key_.contains(key)) {
       without_key.push_back(control);
     } else {
@@ -115,12 +115,12 @@ CommandButton* CancelButton(const Form& form) {
 }
 
 std::vector<TextBox*> TextBoxesFromFocus(const Form& form) {
-  if (dynamic_cast<TextBox*>(form.Focus()) == nullptr) return {};
+  if (!dynamic_cast<TextBox*>(form.Focus())) return {};
   const std::vector<Control*>& controls = form.Controls();
   std::vector<TextBox*> boxes;
   for (auto at = std::ranges::find(controls, form.Focus()); at != controls.end(); ++at) {
     auto* box = dynamic_cast<TextBox*>(*at);
-    if (box != nullptr && CanBeChosen(*box)) boxes.push_back(box);
+    if (box && CanBeChosen(*box)) boxes.push_back(box);
   }
   return boxes;
 }
@@ -131,10 +131,10 @@ std::string PromptOf(const TextBox& box) {
     if (control == &box) break;
     const auto* captioned = dynamic_cast<const CaptionedControl*>(control);
     const bool names_it =
-        captioned != nullptr && captioned->IsShown() && captioned->TypeName() != "CommandButton";
+        captioned && captioned->IsShown() && captioned->TypeName() != "CommandButton";
     if (!names_it || captioned->Caption().empty()) continue;
     const auto* label = dynamic_cast<const Label*>(captioned);
-    prompt = DrawnCaption(captioned->Caption(), label == nullptr || label->UseMnemonic);
+    prompt = DrawnCaption(captioned->Caption(), !label || label->UseMnemonic);
   }
   if (prompt.ends_with(':')) prompt.pop_back();
   return prompt.empty() ? "Text" : prompt;
@@ -156,7 +156,7 @@ void Click(Control& control, int place) {
     tabs->ClickTab(place);
   } else if (auto* rows = dynamic_cast<RowsControl*>(&control)) {
     auto* list = dynamic_cast<ListBox*>(rows);
-    if (list != nullptr && list->HasCheckBoxes() && place >= 0 && place < list->RowCount()) {
+    if (list && list->HasCheckBoxes() && place >= 0 && place < list->RowCount()) {
       list->SetRowChecked(place, !list->RowChecked(place));
     }
     rows->ClickRow(place);

@@ -5,6 +5,7 @@
 #include "base/text.h"
 #include "desk/terminal/choices.h"
 #include "desk/terminal/columns.h"
+#include "desk/terminal/control_kind.h"
 #include "forms/controls.h"
 #include "forms/list_controls.h"
 
@@ -20,7 +21,7 @@ constexpr std::size_t kMostTextBytes = 64 * 1024;
 std::string WithKey(const std::string& drawn, const Control& control, const Choices* choices,
                     int place = -1) {
   if (!control.IsUsable()) return "(" + drawn + ")";
-  const std::string key = choices == nullptr ? "" : choices->KeyOf(control, place);
+  const std::string key = choices ? choices->KeyOf(control, place) : "";
   return key.empty() ? drawn : key + ") " + drawn;
 }
 
@@ -32,17 +33,17 @@ std::string Text(const CaptionedControl& control) {
 std::string DrawRow(const RowsControl& rows, int row) {
   std::string drawn = row == rows.Selected() ? "> " : "  ";
   const auto* list = dynamic_cast<const ListBox*>(&rows);
-  if (list != nullptr && list->HasCheckBoxes()) drawn += list->RowChecked(row) ? "[x] " : "[ ] ";
+  if (list && list->HasCheckBoxes()) drawn += list->RowChecked(row) ? "[x] " : "[ ] ";
   drawn += ForDisplay(rows.Row(row));
   const auto* view = dynamic_cast<const ListView*>(&rows);
-  const std::string icon = view != nullptr ? ForDisplay(view->SmallIcon(row)) : "";
+  const std::string icon = view ? ForDisplay(view->SmallIcon(row)) : "";
   return icon.empty() ? drawn : drawn + " <" + icon + ">";
 }
 
 Lines DrawRows(const RowsControl& rows, const Choices* choices, int columns) {
   Lines lines;
   const auto* view = dynamic_cast<const ListView*>(&rows);
-  if (view != nullptr && !view->ColumnHeader.empty()) {
+  if (view && !view->ColumnHeader.empty()) {
     lines.push_back(ForDisplay(view->ColumnHeader) + ":");
   }
   if (rows.RowCount() == 0) lines.emplace_back("  (none)");
@@ -95,11 +96,7 @@ std::string DrawTabs(const TabStrip& tabs, const Choices* choices) {
 
 bool IsDrawn(const Control& control) {
   if (const auto* label = dynamic_cast<const Label*>(&control)) return !label->Caption().empty();
-  return dynamic_cast<const CaptionedControl*>(&control) != nullptr ||
-         dynamic_cast<const RowsControl*>(&control) != nullptr ||
-         dynamic_cast<const TextBox*>(&control) != nullptr ||
-         dynamic_cast<const TabStrip*>(&control) != nullptr ||
-         dynamic_cast<const ProgressBar*>(&control) != nullptr;
+  return Is<CaptionedControl, RowsControl, TextBox, TabStrip, ProgressBar>(control);
 }
 
 Lines DrawControl(const Control& control, const Choices* choices, int columns) {

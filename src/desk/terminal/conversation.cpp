@@ -5,6 +5,7 @@
 #include "base/secret_string.h"
 #include "base/text.h"
 #include "desk/terminal/choices.h"
+#include "desk/terminal/control_kind.h"
 #include "desk/terminal/form_drawing.h"
 #include "desk/terminal/terminal.h"
 #include "forms/controls.h"
@@ -19,7 +20,7 @@ constexpr std::string_view kEscape = "\x1B";
 bool IsWord(std::string_view line, std::string_view word, std::string_view letter,
             const Choices& choices) {
   const std::string lower = LCase(line);
-  return lower == word || (lower == letter && choices.Find(letter) == nullptr);
+  return lower == word || (lower == letter && !choices.Find(letter));
 }
 
 }  // namespace
@@ -90,7 +91,7 @@ std::string Conversation::ChoicePrompt(const Choices& choices) const {
     prompt += "esc = " + DrawnCaption(button->Caption()) + ", ";
   }
   if (may_leave_) prompt += "leave = leave it open, ";
-  return prompt + (choices.Find("q") == nullptr ? "q" : "close") + " = close): ";
+  return prompt + (!choices.Find("q") ? "q" : "close") + " = close): ";
 }
 
 void Conversation::AskForChoice(const Choices& choices) {
@@ -106,12 +107,12 @@ void Conversation::AskForChoice(const Choices& choices) {
 bool Conversation::Obey(std::string_view line, const Choices& choices) {
   if (line.empty()) {
     CommandButton* button = DefaultButton(*form_);
-    if (button != nullptr) Press(*button);
+    if (button) Press(*button);
     return button != nullptr;
   }
   if (line == kEscape || LCase(line) == "esc") {
     CommandButton* button = CancelButton(*form_);
-    button != nullptr ? Press(*button) : PressCloseBox();
+    button ? Press(*button) : PressCloseBox();
     return true;
   }
   if (IsWord(line, "close", "q", choices)) {
@@ -129,14 +130,13 @@ bool Conversation::Obey(std::string_view line, const Choices& choices) {
 bool Conversation::Choose(std::string_view line, const Choices& choices) {
   const std::size_t blank = line.find(' ');
   const Choice* choice = choices.Find(line.substr(0, blank));
-  if (choice == nullptr) return false;
-  auto* box = dynamic_cast<TextBox*>(choice->control);
-  if (box != nullptr) {
+  if (!choice) return false;
+  if (auto* box = dynamic_cast<TextBox*>(choice->control)) {
     FillTextBox(*box, blank == std::string_view::npos ? "" : Trim(line.substr(blank)));
     return true;
   }
   if (blank != std::string_view::npos) return false;
-  if (dynamic_cast<CommandButton*>(choice->control) != nullptr) {
+  if (Is<CommandButton>(*choice->control)) {
     Press(*choice->control);
   } else {
     Click(*choice->control, choice->place);

@@ -7,6 +7,7 @@
 #include "desk/terminal/choices.h"
 #include "desk/terminal/columns.h"
 #include "desk/terminal/control_drawing.h"
+#include "desk/terminal/control_kind.h"
 #include "forms/controls.h"
 #include "forms/form.h"
 #include "forms/list_controls.h"
@@ -36,12 +37,9 @@ Lines Boxed(const std::string& title, const Lines& lines, int columns) {
 }
 
 bool IsTall(const Control& control) {
-  if (dynamic_cast<const ComboBox*>(&control) != nullptr) return false;
+  if (Is<ComboBox>(control)) return false;
   const auto* box = dynamic_cast<const TextBox*>(&control);
-  return dynamic_cast<const RowsControl*>(&control) != nullptr ||
-         dynamic_cast<const Frame*>(&control) != nullptr ||
-         dynamic_cast<const TabStrip*>(&control) != nullptr ||
-         (box != nullptr && box->IsMultiLine());
+  return Is<RowsControl, Frame, TabStrip>(control) || (box && box->IsMultiLine());
 }
 
 /// Where a control belongs from top to bottom: a tall one where it begins, a short one where its
@@ -53,9 +51,8 @@ int Level(const Control& control) {
 using Band = std::vector<const Control*>;
 
 bool AreButtons(const Band& band) {
-  return std::ranges::all_of(band, [](const Control* control) {
-    return dynamic_cast<const CommandButton*>(control) != nullptr;
-  });
+  return std::ranges::all_of(band,
+                             [](const Control* control) { return Is<CommandButton>(*control); });
 }
 
 /// The shown controls of a container, top to bottom in bands of what stands side by side. Buttons
@@ -72,10 +69,9 @@ std::vector<Band> BandsOf(const Form& form, const Control* container) {
   std::vector<Band> bands;
   for (const Control* control : controls) {
     const Control* first = bands.empty() ? nullptr : bands.back().front();
-    const bool beside = first != nullptr && !IsTall(*first) && !IsTall(*control) &&
+    const bool beside = first && !IsTall(*first) && !IsTall(*control) &&
                         Level(*control) < first->Bounds.top + first->Bounds.height;
-    const bool joins =
-        beside || (first != nullptr && AreButtons(bands.back()) && AreButtons({control}));
+    const bool joins = beside || (first && AreButtons(bands.back()) && AreButtons({control}));
     if (!joins) bands.emplace_back();
     bands.back().push_back(control);
     if (beside) {
@@ -125,7 +121,7 @@ class Drawing {
 
   Lines Draw(const Control& control, int columns) const {
     const auto* frame = dynamic_cast<const Frame*>(&control);
-    if (frame == nullptr) return DrawControl(control, choices_, columns);
+    if (!frame) return DrawControl(control, choices_, columns);
     if (frame->Caption().empty()) return Contents(frame, columns);
     return Boxed(DrawnCaption(frame->Caption()), Contents(frame, columns - kBorderColumns),
                  columns);
@@ -183,10 +179,9 @@ std::string StatusOf(const Form& form, int columns) {
   constexpr int kFewestBarColumns = 10;
   const ProgressBar* bar = FindBar(form);
   // The step that runs now; a window without steps says what it says last.
-  const auto* step = form.Find<Label>(bar != nullptr ? "lblDescription" : "lblCaption");
-  const std::string text =
-      step == nullptr || step->Caption().empty() ? form.Caption : step->Caption();
-  if (bar == nullptr) return ForDisplay(text);
+  const auto* step = form.Find<Label>(bar ? "lblDescription" : "lblCaption");
+  const std::string text = !step || step->Caption().empty() ? form.Caption : step->Caption();
+  if (!bar) return ForDisplay(text);
   const int bar_columns = std::clamp(columns - kStepColumns, kFewestBarColumns, kMostBarColumns);
   return DrawBar(*bar, bar_columns) + " " + ForDisplay(text);
 }

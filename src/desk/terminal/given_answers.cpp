@@ -7,6 +7,7 @@
 #include "base/text.h"
 #include "desk/terminal/answers.h"
 #include "desk/terminal/choices.h"
+#include "desk/terminal/control_kind.h"
 #include "desk/terminal/form_drawing.h"
 #include "forms/controls.h"
 #include "forms/form.h"
@@ -23,7 +24,7 @@ std::string GivePassphrase(Form& form, Answers& answers) {
   auto* password = form.Find<TextBox>("txtPassword");
   auto* ok = form.Find<CommandButton>("cmdOK");
   auto* prompt = form.Find<Label>("txtPrompt1");
-  if (users == nullptr || password == nullptr || ok == nullptr || prompt == nullptr) return {};
+  if (!users || !password || !ok || !prompt) return {};
   std::vector<std::string> offered;
   for (int row = 0; row < users->RowCount(); ++row) offered.push_back(users->Row(row));
   const auto address = answers.ChooseAddress(offered, prompt->Caption());
@@ -80,22 +81,20 @@ bool GiveText(Control& control, std::string_view text) {
 }
 
 bool IsPressed(const Control& control) {
-  return dynamic_cast<const CommandButton*>(&control) != nullptr ||
-         dynamic_cast<const CheckBox*>(&control) != nullptr ||
-         dynamic_cast<const OptionButton*>(&control) != nullptr;
+  return Is<CommandButton, CheckBox, OptionButton>(control);
 }
 
 /// A check box that shows what it is to be set to, which needs no click and so no enabled box.
 bool IsSetSo(const Control& control, std::string_view text) {
   const auto* check = dynamic_cast<const CheckBox*>(&control);
-  return check != nullptr && text == (check->Checked() ? "on" : "off");
+  return check && text == (check->Checked() ? "on" : "off");
 }
 
 /// Gives what is wrong with the answer; empty when it was carried out.
 std::string GiveAnswer(Form& form, std::string_view given) {
   const std::size_t colon = given.find(':');
   Control* control = FindByAnswerName(form, given.substr(0, colon));
-  if (control == nullptr) return "has no such control";
+  if (!control) return "has no such control";
   if (colon != std::string_view::npos && IsSetSo(*control, given.substr(colon + 1))) return {};
   if (!control->IsShown() || !control->IsUsable()) return "does not allow that now";
   if (colon != std::string_view::npos) {
@@ -128,7 +127,7 @@ GivenResult GiveAnswers(Form& form, Answers& answers) {
 
 std::string QuestionOf(const Form& form) {
   const auto* prompt = form.Find<Label>("txtPrompt1");
-  if (form.Name() == kLogin && prompt != nullptr) return ForDisplayLines(prompt->Caption());
+  if (form.Name() == kLogin && prompt) return ForDisplayLines(prompt->Caption());
   return TextOf(form);
 }
 
@@ -136,7 +135,7 @@ std::string ArgumentFor(const Form& form) {
   if (form.Name() == kLogin) return "--passphrase ADDRESS=FILE";
   std::string buttons;
   for (const Control* control : form.Controls()) {
-    if (dynamic_cast<const CommandButton*>(control) == nullptr || !control->IsShown()) continue;
+    if (!Is<CommandButton>(*control) || !control->IsShown()) continue;
     buttons += (buttons.empty() ? "" : "|") + AnswerName(*control);
   }
   return buttons.empty() ? "" : "--answer " + form.Name() + "=" + buttons;

@@ -33,7 +33,7 @@ class LineReader::Editor {
   Editor(const Editor&) = delete;
   Editor& operator=(const Editor&) = delete;
 
-  bool IsUsable() const { return editor_ != nullptr && history_ != nullptr; }
+  bool IsUsable() const { return editor_ && history_; }
   std::optional<std::string> Read(const std::string& prompt);
 
  private:
@@ -71,8 +71,8 @@ LineReader::Editor::Editor(Terminal& terminal, const std::string& program)
 }
 
 LineReader::Editor::~Editor() {
-  if (editor_ != nullptr) el_end(editor_);
-  if (history_ != nullptr) history_end(history_);
+  if (editor_) el_end(editor_);
+  if (history_) history_end(history_);
 }
 
 LineReader::Editor& LineReader::Editor::Of(EditLine* editor) {
@@ -106,7 +106,7 @@ std::optional<std::string> LineReader::Editor::Read(const std::string& prompt) {
     terminal_.Write("\n");
     return std::string();
   }
-  if (typed == nullptr || length <= 0) return std::nullopt;
+  if (!typed || length <= 0) return std::nullopt;
   std::string line(typed, static_cast<std::size_t>(length));
   Remember(line);
   if (line.ends_with('\n')) line.pop_back();

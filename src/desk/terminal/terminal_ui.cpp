@@ -10,6 +10,7 @@
 #include "base/text.h"
 #include "desk/terminal/answers.h"
 #include "desk/terminal/columns.h"
+#include "desk/terminal/control_kind.h"
 #include "desk/terminal/form_drawing.h"
 #include "desk/terminal/given_answers.h"
 #include "desk/terminal/terminal.h"
@@ -28,9 +29,8 @@ constexpr std::string_view kCancel = "Cancel";
 /// Whether the form only tells how far things are and waits for nobody.
 bool IsStatusOnly(const Form& form) {
   if (form.Name() == "frmSplashScreen") return true;
-  return std::ranges::any_of(form.Controls(), [](const Control* control) {
-    return dynamic_cast<const ProgressBar*>(control) != nullptr;
-  });
+  return std::ranges::any_of(form.Controls(),
+                             [](const Control* control) { return Is<ProgressBar>(*control); });
 }
 
 bool CanBeCancelled(std::int32_t flags) {
@@ -203,7 +203,7 @@ void TerminalUi::RefreshStatus() {
   for (const FormPtr& form : forms) {
     if (form->IsVisible() && IsStatusOnly(*form)) newest = form.get();
   }
-  if (newest == nullptr) {
+  if (!newest) {
     terminal_.ClearStatus();
   } else {
     terminal_.ShowStatus(StatusOf(*newest, terminal_.Columns()));

@@ -24,7 +24,7 @@ std::vector<std::pair<FormPtr, Timer*>> TimersAtWork() {
   for (const FormPtr& form : LoadedForms()) {
     for (Control* control : form->Controls()) {
       auto* timer = dynamic_cast<Timer*>(control);
-      if (timer != nullptr && IsAtWork(*timer)) timers.emplace_back(form, timer);
+      if (timer && IsAtWork(*timer)) timers.emplace_back(form, timer);
     }
   }
   return timers;
@@ -53,13 +53,13 @@ void TimerDriver::Run(Time now) {
 void TimerDriver::TickOverdue(Timer& timer, Time now) {
   for (int ticks = 0; ticks < kMostTicks && IsAtWork(timer); ++ticks) {
     Entry* entry = Find(timer);
-    if (entry == nullptr || entry->ticks || entry->due > now) return;
+    if (!entry || entry->ticks || entry->due > now) return;
     entry->due += Interval(timer);
     entry->ticks = true;
     timer.Tick();
     // The tick may have run this again and so have changed the table.
     entry = Find(timer);
-    if (entry != nullptr) entry->ticks = false;
+    if (entry) entry->ticks = false;
   }
 }
 
