@@ -87,7 +87,7 @@ class Settings(DeskCase):
         self.assertDone(self.alice("account", "remove", ALICE), 1, "",
                         f"corvessa-desk: {ALICE} is no secured address; \"account list\" shows them all\n")
 
-    def test_values_keep_their_kind(self):
+    def test_a_value_is_kept_as_its_kind_or_refused(self):
         for name, given, kept in (("LogDebuggingInfo", "on", "1"), ("PassphraseMemory", "-1", "-1"),
                                   ("applongname", "Änother", "Änother"), ("MailSupport", "1", "1")):
             self.assertDone(self.alice("set", name, given), out="")

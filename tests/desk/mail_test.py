@@ -51,26 +51,19 @@ class Sending(DeskCase):
             self.assertIn(b"GOODSIG", gpg.run("--verify", signature, plain).stderr)
 
     def test_choices_are_pressed_on_the_bar_or_in_the_form_without_a_window(self):
-        draft = self.draft()
-        cases = {(): "encrypted and signed", ("--no-sign",): "encrypted, not signed",
-                 ("--no-encrypt",): "signed, not encrypted",
-                 ("--no-encrypt", "--no-sign"): "neither encrypted nor signed"}
-        for external in ((), ("--external",)):
-            for version in ("9", "10", "11"):
-                for choices, protection in cases.items():
-                    with self.subTest(external=external, version=version, choices=choices):
-                        path = self.folder / "sent.eml"
-                        answers = ("--answer", "frmSendFromExternalApplication=cmdContinue") \
-                            if external else ()
-                        done = self.alice("send", draft, "--out", path, "--outlook", version,
-                                          *external, *choices, *answers)
-                        self.assertDone(done, out=f"Sent {protection}: {path}\n")
-                        body = read_mail(path).get_body().get_payload(decode=True)
-                        self.assertEqual(body.startswith(b"-----BEGIN PGP MESSAGE-----"),
-                                         "--no-encrypt" not in choices)
-                        if len(choices) == 2:
-                            self.assertEqual(body.decode(), CRLF_TEXT)
-                            self.assertEqual(attachments_of(read_mail(path)), FILES)
+        draft, path = self.draft(), self.folder / "sent.eml"
+        answer = ("--external", "--answer", "frmSendFromExternalApplication=cmdContinue")
+        for external, version in (((), "10"), (answer, "11")):
+            with self.subTest(external=external):
+                self.assertDone(self.alice("send", draft, "--out", path, "--outlook", version, *external),
+                                out=f"Sent encrypted and signed: {path}\n")
+                body = read_mail(path).get_body().get_payload(decode=True)
+                self.assertTrue(body.startswith(b"-----BEGIN PGP MESSAGE-----"))
+                self.assertDone(self.alice("send", draft, "--out", path, "--outlook", version,
+                                           "--no-encrypt", "--no-sign", *external),
+                                out=f"Sent neither encrypted nor signed: {path}\n")
+                self.assertEqual(read_mail(path).get_body().get_payload(decode=True).decode(), CRLF_TEXT)
+                self.assertEqual(attachments_of(read_mail(path)), FILES)
 
     def test_html_is_encrypted_as_its_text(self):
         mail = EmailMessage(policy=policy.SMTP)
@@ -185,6 +178,19 @@ class Opening(DeskCase):
                           ("frmMessageStatus", "")])
         self.assertEqual(self.leftovers(), [])
         self.assertEqual(list((self.folder / "bob/drive_c/Temp").iterdir()), [])
+
+    def test_a_trace_tells_of_its_own_command_and_leaves_the_switch_alone(self):
+        sent = self.sent(files={})
+        log = self.folder / "bob/drive_c/Nimbra_trace.txt"
+        before = b""
+        for switch in ("0", "1"):
+            self.assertDone(self.bob("set", "LogDebuggingInfo", switch))
+            opened = self.bob("open", sent, "--trace")
+            written = log.read_bytes().removeprefix(before).decode().replace("\r\n", "\n")
+            self.assertDone(opened, err=written)
+            self.assertIn(": Inspectors initialized...\n", written)
+            self.assertDone(self.bob("get", "LogDebuggingInfo"), out=f"{switch}\n")
+            before = log.read_bytes()
 
     def test_attachments_left_to_the_button_are_saved_through_the_dialog(self):
         sent = self.sent()

@@ -8,7 +8,7 @@ import unittest
 
 import pexpect
 
-from desk_case import ALICE, BOB, CANARY, DESK, TEXT, DeskCase, read_mail
+from desk_case import ALICE, BOB, CANARY, DESK, FILES, TEXT, DeskCase, read_mail
 
 PASSPHRASE = "a horse & a battery"
 # Line editing needs a terminal that can do it, whatever started the tests.
@@ -76,6 +76,29 @@ class Shell(DeskCase):
         opened = self.alice("open", out, "--json").json()
         self.assertTrue(opened["body"].startswith("Thanks\r\n\r\n\r\n-----Original Message-----\r\n"))
         self.assertEqual(self.leftovers(), [])
+
+    def test_attachments_are_saved_and_drafts_of_both_kinds_sent(self):
+        sent = self.sent()
+        sent.write_bytes(b"Cc: dora@example.org\r\n" + sent.read_bytes())
+        out = self.folder / "out.eml"
+        child = self.shell("--answer", "frmNoKeysFound=cmdYes")
+        child.sendline(f"open {sent}")
+        self.log_in(child)
+        child.expect_exact("desk> ")
+        saved = self.folder / "saved"
+        self.assertIn(f"saved {saved}/t.csv\n", self.obey(child, f"save {saved}"))
+        self.assertEqual({name: (saved / name).read_bytes() for name in FILES}, FILES)
+        self.obey(child, "replyall")
+        self.assertIn("1   from Alice: Plâns\n2 * draft: RE: Plâns\n", self.obey(child, "windows"))
+        self.assertIn(f"Sent signed, not encrypted: {out}\n", self.obey(child, f"send {out}"))
+        self.assertEqual((read_mail(out)["To"], read_mail(out)["Cc"]),
+                         (f"Alice <{ALICE}>", "dora@example.org"))
+        draft = self.draft(to=ALICE, Bcc=BOB)
+        self.assertIn("Corvessa Options: [x] Encrypt on send", self.obey(child, f"compose {draft}"))
+        self.assertIn(f"it is also for {BOB}", self.obey(child, f"send {out}"))
+        child.sendline("settings")
+        child.expect_exact("Choice (")
+        self.obey(child, "q")
 
     def test_a_passphrase_is_forgotten_when_its_time_is_over(self):
         self.assertDone(self.bob("set", "PassphraseMemory", "-1"))
