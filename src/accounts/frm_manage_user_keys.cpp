@@ -202,7 +202,7 @@ void frmManageUserKeys::Accept() {
   StorePreferences();
   Unload();
   // An add-in that was disabled when Outlook started has no timer yet.
-  if (!g_bDisableKVPEntirely) static_cast<void>(Housekeeping());
+  if (!g_bDisableKVPEntirely) StartHousekeeping();
 }
 
 void frmManageUserKeys::StorePreferences() {

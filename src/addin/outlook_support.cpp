@@ -112,7 +112,7 @@ void OutlookSupport::Initialise(const platform::ApplicationPtr& application) {
     if (IsConnected()) CheckForUpdates(*splash);
     if (IsConnected()) StartEngine(*splash);
     if (IsConnected()) OfferKeysOrFirstAddress(*splash);
-    if (IsConnected()) Housekeeping();
+    if (IsConnected()) StartHousekeeping();
     splash->Unload();
   });
 }

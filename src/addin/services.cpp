@@ -3,6 +3,7 @@
 #include "accounts/settings.h"
 #include "accounts/user_management.h"
 #include "addin/frm_timer.h"
+#include "base/error.h"
 #include "branding/customization.h"
 #include "crypto/crypto_operations.h"
 
@@ -15,6 +16,13 @@ namespace {
 std::shared_ptr<frmTimer> LoadedTimer() {
   const auto timers = LoadedFormsOf<frmTimer>();
   return timers.empty() ? nullptr : timers.front();
+}
+
+std::shared_ptr<frmTimer> RunningTimer() {
+  if (auto timer = LoadedTimer()) return timer;
+  auto timer = std::make_shared<frmTimer>();
+  timer->Load();
+  return timer;
 }
 
 }  // namespace
@@ -32,14 +40,16 @@ std::shared_ptr<CryptoOperations> CreateCrypto() {
 }
 
 std::shared_ptr<CryptoOperations> Crypto() {
-  return g_oCrypto ? g_oCrypto : CreateCrypto();
+  if (g_oCrypto) return g_oCrypto;
+  // The add-in was closed down behind a dialog: settings and accounts are gone, and nobody would
+  // end an engine made now.
+  if (!g_bSettingsLoaded) Raise(kObjectNotSet);
+  StartHousekeeping();
+  return CreateCrypto();
 }
 
-std::shared_ptr<frmTimer> Housekeeping() {
-  if (auto timer = LoadedTimer()) return timer;
-  auto timer = std::make_shared<frmTimer>();
-  timer->Load();
-  return timer;
+void StartHousekeeping() {
+  RunningTimer();
 }
 
 void StopHousekeeping() {
@@ -52,7 +62,7 @@ void StopHousekeeping() {
 void ForgetAfterUse() {
   if (g_lPassphraseMemory != kForgetAfterEachUse) return;
   if (g_oCrypto) {
-    Housekeeping()->ResetCryptoAndAccounts();
+    RunningTimer()->ResetCryptoAndAccounts();
   } else {
     // The add-in was closed down behind a dialog: a timer made now would never end.
     UserManagement::ForgetAllPassphrases();

@@ -5,7 +5,6 @@
 namespace corvessa {
 
 class CryptoOperations;
-class frmTimer;
 
 /// The one engine wrapper; null before it is first needed and after close-down.
 extern std::shared_ptr<CryptoOperations> g_oCrypto;
@@ -14,13 +13,14 @@ extern std::shared_ptr<CryptoOperations> g_oCrypto;
 /// fails, g_oCrypto stays as it was and the error goes to the caller.
 std::shared_ptr<CryptoOperations> CreateCrypto();
 
-/// The engine wrapper, created and configured from the brand's values when there is none. Whoever
-/// needs it comes here, so that an add-in that started disabled and was enabled later never sends
-/// in clear because something was missing. Throws what CreateCrypto throws.
+/// The engine wrapper, created and configured from the brand's values when there is none; then the
+/// housekeeping runs, too. Whoever needs it comes here, so that an add-in that started disabled and
+/// was enabled later, or whose start failed, never sends in clear because something was missing.
+/// Raises kObjectNotSet after close-down, else throws what CreateCrypto throws.
 std::shared_ptr<CryptoOperations> Crypto();
 
-/// The housekeeping timer's form, loaded (which starts its timer) when it is not.
-std::shared_ptr<frmTimer> Housekeeping();
+/// Loads the housekeeping timer's form, which starts its timer; does nothing when it is loaded.
+void StartHousekeeping();
 
 /// Stops and unloads the housekeeping timer; does nothing when it was never loaded.
 void StopHousekeeping();

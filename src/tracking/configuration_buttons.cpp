@@ -90,7 +90,7 @@ void ConfigurationButtons::m_oConfigureBtn_Click(bool& /*cancel_default*/) {
     static_cast<void>(RegistryHandlers::ReadUserAccountInfo());
     if (!g_bSettingsLoaded || IsMailModeRefused()) return;
     // The reload may have enabled an add-in that was disabled when Outlook started.
-    if (!g_bDisableKVPEntirely) static_cast<void>(Housekeeping());
+    if (!g_bDisableKVPEntirely) StartHousekeeping();
     if (const FormPtr open = FindVisibleForm("frmManageUserKeys")) {
       open->Show();
     } else {

@@ -57,7 +57,7 @@ TEST_F(FrmTimer, DeletesQueuedFilesFromTheLastOnWholeMinutes) {
 TEST_F(FrmTimer, ForgetsPassphrasesAfterTheMinutesSinceTheLastReset) {
   const auto account = std::make_shared<NimbraAccount>();
   g_colAccounts.push_back(account);
-  g_oCrypto = Crypto();
+  CreateCrypto();
   const struct {
     std::int32_t minutes;
     int forgotten_after;
@@ -89,7 +89,7 @@ TEST_F(FrmTimer, ForgetsPassphrasesAlsoWhenTheEngineFails) {
   const auto account = std::make_shared<NimbraAccount>();
   account->m_sPassword.Assign("secret");
   g_colAccounts.push_back(account);
-  g_oCrypto = Crypto();
+  CreateCrypto();
   scripted_engine.engine->Once("InitEngine", {.thrown = Error{1, "gone"}});
   timer->m_lTicks = 7;
   timer->ResetCryptoAndAccounts();

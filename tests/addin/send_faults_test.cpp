@@ -65,7 +65,7 @@ class SendFaults : public Sending, public ::testing::WithParamInterface<std::siz
     for (const std::string& file : TemporaryFiles()) {
       EXPECT_TRUE(IsQueuedForDeletion("c:\\Temp\\" + Replace(file, "/", "\\"))) << file;
     }
-    Housekeeping()->DeleteTemporaryFiles();
+    LoadedFormsOf<frmTimer>().front()->DeleteTemporaryFiles();
     EXPECT_EQ(TemporaryFiles(), std::vector<std::string>{});
     EXPECT_EQ(FilesHolding(kCanary), std::vector<std::string>{});
     g_colTempFiles.clear();

@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <functional>
 
 #include "accounts/frm_login.h"
 #include "accounts/nimbra_account.h"
 #include "accounts/settings.h"
+#include "addin/services.h"
 #include "addin/temp_files.h"
 #include "base/text.h"
 #include "forms/frm_generic.h"
@@ -17,6 +19,11 @@ namespace {
 
 constexpr std::string_view kMessageArmour = "-----BEGIN PGP MESSAGE-----";
 constexpr std::string_view kSignedArmour = "-----BEGIN PGP SIGNED MESSAGE-----";
+
+constexpr const char* kSameNamesQuestion =
+    "The email you are sending contains multiple attachments with the  same filename.\r\n"
+    "Corvessa Professional for Outlook may encounter errors when decrypting these "
+    "files.\r\n\r\nContinue sending this email?";
 
 class SendInterception : public Sending {
  protected:
@@ -136,6 +143,7 @@ INSTANTIATE_TEST_SUITE_P(, SendFromEachOutlook,
                          ::testing::Values("9.0.0.2711", "10.0.0.2627", "11.0.0.5510"));
 
 TEST_P(SendFromEachOutlook, HTMLBecomesPlainTextAndComesBackWhenNothingIsSent) {
+  const std::string converting = "ItemSend - converting body from HTML";
   const std::string html = "<html><b>canary-5e11</b></html>";
   LogInWith("secret");
   const auto item = Draft();
@@ -144,6 +152,8 @@ TEST_P(SendFromEachOutlook, HTMLBecomesPlainTextAndComesBackWhenNothingIsSent) {
   ui.Expect<frmNoKeysFound>("frmNoKeysFound", [](frmNoKeysFound& form) { form.cmdNo.Press(); });
   EXPECT_FALSE(outlook.Send(item));
   EXPECT_EQ(*item->Data().html, html);
+  const auto trace = Trace();
+  EXPECT_EQ(std::count(trace.begin(), trace.end(), converting), 1);
 
   SendTo(item, "Bob", "bob@example.org");
   const auto sent = outlook.Send(item);
@@ -193,10 +203,7 @@ TEST_F(SendInterception, TheUserDecidesAboutEachObstacle) {
        [&](bool go) {
          LogInWith("secret");
          Attach(item, "B.TXT", "canary-5e11 2");
-         box("The email you are sending contains multiple attachments with the  same filename.\r\n"
-             "Corvessa Professional for Outlook may encounter errors when decrypting these "
-             "files.\r\n\r\nContinue sending this email?",
-             go);
+         box(kSameNamesQuestion, go);
        },
        "+"},
       {"additional decryption keys",
@@ -362,6 +369,19 @@ TEST_F(SendInterception, ADisconnectionBehindThePassphraseDialogLeavesNothingBeh
   EXPECT_FALSE(outlook.Send(item));
   EXPECT_EQ(*item->Data().body, kText);
   EXPECT_EQ(LoadedForms().size(), 0U);
+}
+
+TEST_F(SendInterception, ADisconnectionBehindTheQuestionAboutNamesCancelsTheMail) {
+  const auto item = Draft();
+  item->EditHTMLBody("<p>canary-5e11</p>");
+  for (const char* name : {"a.txt", "A.TXT"}) Attach(item, name, "canary-5e11");
+  ui.before_call = [&](std::string_view call) {
+    if (call == "Ui::MessageBox") DisconnectAddIn();
+  };
+  ui.ExpectBox(kSameNamesQuestion, platform::kAnswerOk);
+  EXPECT_FALSE(outlook.Send(item));
+  EXPECT_EQ(*item->Data().html, "<p>canary-5e11</p>");
+  EXPECT_EQ(g_oCrypto, nullptr);
 }
 
 TEST_F(SendInterception, AnAttachmentThatCannotBeStoredStopsTheMail) {

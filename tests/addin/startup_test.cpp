@@ -135,8 +135,9 @@ TEST_F(Startup, WhenDisabledTracksWindowsButStartsNothing) {
   g_bDisableKVPEntirely = false;
   EXPECT_EQ(Crypto()->HasKeypair("ann@example.org"), 1);
   EXPECT_EQ(Crypto(), g_oCrypto);
-  EXPECT_EQ(Housekeeping(), Housekeeping());
-  EXPECT_TRUE(Housekeeping()->tmrTimer.Enabled);
+  StartHousekeeping();
+  EXPECT_EQ(LoadedFormNames(), Lines{"frmTimer"});
+  EXPECT_TRUE(LoadedFormsOf<frmTimer>().front()->tmrTimer.Enabled);
 
   ClearTrace();
   Disconnect();
@@ -223,6 +224,7 @@ TEST_F(Startup, ThatFailsHalfWayKeepsWhatWasMadeAndClosesDownQuietly) {
   // Whoever needs the engine next tries again.
   scripted_engine.refusal.reset();
   EXPECT_EQ(Crypto()->HasKeypair("ann@example.org"), 1);
+  EXPECT_EQ(LoadedFormNames(), (Lines{"frmSplashScreen", "frmTimer"}));
   Disconnect();
 }
 
@@ -256,6 +258,7 @@ TEST_F(Startup, ADisconnectionBehindAnyOfItsPaintsLosesNothingAndLeavesNothingBe
     ConnectTracing();
     ui.on_do_events = {};
     EXPECT_EQ(LoadedFormNames(), disconnected ? Lines{} : Lines{"frmTimer"}) << paint;
+    EXPECT_EQ(g_oCrypto == nullptr, disconnected) << paint;
     EXPECT_EQ(StoredAccounts(), Lines{"ann@example.org (signs)"}) << paint;
     EXPECT_EQ(Preference("PassphraseMemory"), 7) << paint;
   }

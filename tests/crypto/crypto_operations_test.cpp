@@ -27,7 +27,7 @@ class CryptoOperationsTest : public AddInFixture {
       account->m_sAlias = address;
       g_colAccounts.push_back(account);
     }
-    Crypto();
+    CreateCrypto();
     scripted_engine.engine->ClearCalls();
   }
 
@@ -240,7 +240,7 @@ TEST_F(CryptoOperationsTest, ErrorsOfConfigurationReachTheCallerAndLeaveNoHalfCo
   Engine().Once("SetOption", {.thrown = Error{5, "no such header"}});
   EXPECT_EQ(Attempt([] { CreateCrypto(); }).description, "no such header");
   EXPECT_EQ(g_oCrypto, nullptr);
-  EXPECT_NE(Crypto(), nullptr);
+  EXPECT_NE(CreateCrypto(), nullptr);
 }
 
 }  // namespace

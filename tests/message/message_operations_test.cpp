@@ -2,7 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include "addin/services.h"
 #include "base/text.h"
+#include "crypto/crypto_operations.h"
 #include "forms/frm_generic.h"
 #include "forms/frm_no_keys_found.h"
 #include "message/armour.h"
@@ -102,6 +104,7 @@ TEST_F(MessageOperations, AFailureReadsAsNothingThere) {
 }
 
 TEST_F(MessageOperations, AnEncryptionFailureListsTheRecipientsConcerned) {
+  CreateCrypto();
   item->EditRecipients({{desk::RecipientKind::kTo, "Bob", "bob@example.org", "", {}},
                         {desk::RecipientKind::kCc, "No\u202Eone", "", "", {}},
                         {desk::RecipientKind::kBcc, "Cy", "cy@example.org", "", {}}});
