@@ -12,6 +12,7 @@
 #include "crypto/signature_content.h"
 #include "crypto/signature_name.h"
 #include "crypto/stored_files.h"
+#include "crypto/stored_name.h"
 #include "crypto/verify_status.h"
 #include "platform/files.h"
 #include "platform/host.h"
@@ -29,7 +30,7 @@ void DropCopy(AttachmentNode& node) {
 /// Sets a copy of the stored file aside, because the engine decrypts a file where it stands.
 void KeepOriginal(AttachmentNode& node) {
   platform::Files& files = platform::Host().files;
-  const std::string folder = node.sDir + "original";
+  const std::string folder = node.sDir + std::string(kOriginalsFolder);
   if (!files.FolderExists(folder)) files.CreateFolder(folder);
   // Known to the node before it is there, so that it is deleted with the node in any case.
   node.original_filename = folder + "\\" + std::string(FileNameOf(node.sFilename));

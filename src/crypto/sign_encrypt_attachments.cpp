@@ -7,6 +7,7 @@
 #include "crypto/crypto_operations.h"
 #include "crypto/signature_content.h"
 #include "crypto/stored_files.h"
+#include "crypto/stored_name.h"
 #include "platform/clock.h"
 #include "platform/files.h"
 #include "platform/host.h"
@@ -17,8 +18,6 @@ namespace {
 
 using Debug_Info::TraceLog;
 
-constexpr int kFolderNames = 100;
-
 platform::Files& Files() {
   return platform::Host().files;
 }
@@ -28,16 +27,16 @@ bool Exists(std::string_view path) {
 }
 
 std::string FolderName(const std::string& parent, int number) {
-  return parent + "tmp" + Decimal(number);
+  return parent + std::string(kWorkFolderPrefix) + Decimal(number);
 }
 
 /// A name that is not taken yet: drawn by lot, and by trying them all when the lot has no luck.
 std::string FreeFolder(const std::string& parent) {
-  for (int draw = 0; draw < kFolderNames; ++draw) {
-    const auto number = static_cast<int>(platform::Host().clock.Random() * kFolderNames);
+  for (int draw = 0; draw < kWorkFolders; ++draw) {
+    const auto number = static_cast<int>(platform::Host().clock.Random() * kWorkFolders);
     if (std::string folder = FolderName(parent, number); !Exists(folder)) return folder;
   }
-  for (int number = 0; number < kFolderNames; ++number) {
+  for (int number = 0; number < kWorkFolders; ++number) {
     if (std::string folder = FolderName(parent, number); !Exists(folder)) return folder;
   }
   Raise(kPathFileAccess);

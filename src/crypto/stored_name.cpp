@@ -35,8 +35,8 @@ bool IsDeviceName(std::string_view name) {
 /// for files of one name, or one in which a file gets encrypted.
 bool IsFolderName(std::string_view name) {
   std::string lower = LCase(name);
-  if (lower == "original") return true;
-  if (lower.starts_with("tmp")) lower.erase(0, 3);
+  if (lower == kOriginalsFolder) return true;
+  if (lower.starts_with(kWorkFolderPrefix)) lower.erase(0, kWorkFolderPrefix.size());
   return !lower.empty() && lower.find_first_not_of("0123456789") == std::string::npos;
 }
 
@@ -49,9 +49,10 @@ std::string CleanName(std::string_view last_component) {
   return ShortenedFileName(name, kMaximumBytes);
 }
 
-/// Each file gets encrypted in a folder beside it, and there are a hundred names for those, which
-/// kept originals need as well.
+/// In one folder. Each file gets encrypted in a work folder beside it, and its old signature may be
+/// set aside in another.
 constexpr std::int32_t kMaximumFiles = 40;
+static_assert(2 * kMaximumFiles < kWorkFolders);
 
 /// The folders taken by each stored name, and which data files stand where.
 class Places {

@@ -7,6 +7,12 @@
 
 namespace corvessa {
 
+/// The folders that operations make beside the stored files: one for the files as they were before
+/// they were decrypted, and numbered ones to work in, this many at most.
+inline constexpr std::string_view kOriginalsFolder = "original";
+inline constexpr std::string_view kWorkFolderPrefix = "tmp";
+inline constexpr int kWorkFolders = 100;
+
 /// The name under which an attachment may be stored as a file, whatever its sender called it: the
 /// last component of the name, with everything replaced that could leave the folder or mean more
 /// than a file (control characters, streams, device names, trailing dots and blanks) or be taken
