@@ -224,7 +224,7 @@ void frmManageUserKeys::SaveSettings() {
   // Closed down behind a prompt: what is in memory is nobody's settings.
   if (!g_bSettingsLoaded) return;
   ReplayUnsavedChanges();
-  static_cast<void>(RegistryHandlers::WriteUserAccountInfo());
+  RegistryHandlers::WriteUserAccountInfo();
   unsaved_changes_.clear();
 }
 
@@ -239,9 +239,9 @@ void frmManageUserKeys::ReplayUnsavedChanges() {
   // would lose the addresses that the dialog still lists.
   for (const UnsavedChange& change : unsaved_changes_) {
     if (change.added) {
-      static_cast<void>(UserManagement::AddNimbraAccountUser(change.address));
+      UserManagement::AddNimbraAccountUser(change.address);
     } else {
-      static_cast<void>(UserManagement::RemoveNimbraAccountUser(change.address));
+      UserManagement::RemoveNimbraAccountUser(change.address);
     }
   }
 }

@@ -91,7 +91,7 @@ void frmManageUserKeys::Remove() {
       ShowGeneric("Are you sure you want to remove the secure email address '" + address + "' ?",
                   frmGeneric::kYesNo);
   if (answer != kResultYes) return;
-  static_cast<void>(UserManagement::RemoveNimbraAccountUser(address));
+  UserManagement::RemoveNimbraAccountUser(address);
   RememberChange(false, address);
   for (int row = lstvwAliases.RowCount() - 1; row >= 0; --row) {
     if (lstvwAliases.Row(row) == address) lstvwAliases.RemoveRow(row);

@@ -63,7 +63,7 @@ RegistryKey& LocalMachine() {
 /// Null when the key can neither be opened nor made.
 RegistryKeyPtr OpenOrCreate(RegistryKey& root, std::string_view path) {
   RegistryKeyPtr key;
-  static_cast<void>(root.Create(path, key));
+  root.Create(path, key);
   return key;
 }
 
@@ -77,7 +77,7 @@ void WritePreferences() {
   const RegistryKeyPtr key = OpenOrCreate(CurrentUser(), kGlobalKey);
   if (!key) return;
   for (const FlagValue& value : kPreferences) WriteFlag(*key, value.name, *value.flag);
-  static_cast<void>(key->WriteNumber(kPassphraseMemory, g_lPassphraseMemory));
+  key->WriteNumber(kPassphraseMemory, g_lPassphraseMemory);
 }
 
 void ReadEditionSwitches() {
@@ -217,9 +217,9 @@ bool AlreadySeenProductUpdateMessage(std::int32_t major, std::int32_t minor,
     seen = std::tuple(major, minor, revision) <=
            std::tuple(stored(kSeenMajor), stored(kSeenMinor), stored(kSeenRevision));
     if (key) {
-      static_cast<void>(key->WriteNumber(kSeenMajor, major));
-      static_cast<void>(key->WriteNumber(kSeenMinor, minor));
-      static_cast<void>(key->WriteNumber(kSeenRevision, revision));
+      key->WriteNumber(kSeenMajor, major);
+      key->WriteNumber(kSeenMinor, minor);
+      key->WriteNumber(kSeenRevision, revision);
     }
     return 0;
   };

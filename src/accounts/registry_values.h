@@ -53,7 +53,7 @@ inline bool ReadFlag(platform::RegistryKey& key, std::string_view name) {
 
 /// A value that cannot be written is lost.
 inline void WriteFlag(platform::RegistryKey& key, std::string_view name, bool flag) {
-  static_cast<void>(key.WriteNumber(name, flag ? std::int32_t{-1} : std::int32_t{0}));
+  key.WriteNumber(name, flag ? std::int32_t{-1} : std::int32_t{0});
 }
 
 }  // namespace corvessa

@@ -50,7 +50,7 @@ Error Attempt(Body&& body) noexcept {
 /// Runs the body; an error ends it and nothing else.
 template <class Body>
 void Ignoring(Body&& body) noexcept {
-  static_cast<void>(Attempt(std::forward<Body>(body)));
+  Attempt(std::forward<Body>(body));
 }
 
 }  // namespace corvessa

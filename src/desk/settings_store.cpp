@@ -81,7 +81,7 @@ platform::RegistryKey& RootOf(RegistryFile& registry, Root root) {
 /// Null when there is none.
 platform::RegistryKeyPtr Opened(RegistryFile& registry, const Place& place) {
   platform::RegistryKeyPtr key;
-  static_cast<void>(RootOf(registry, place.root).Open(place.path, key));
+  RootOf(registry, place.root).Open(place.path, key);
   return key;
 }
 
@@ -191,7 +191,7 @@ std::vector<AccountEntry> SettingsStore::Accounts() const {
   for (std::uint32_t i = 0;
        accounts && accounts->EnumerateKey(i, name) == platform::kRegistrySuccess; ++i) {
     platform::RegistryKeyPtr account;
-    static_cast<void>(accounts->Open(name, account));
+    accounts->Open(name, account);
     entries.push_back({name, account && account->ReadNumber(kSignValue) != 0});
   }
   return entries;

@@ -82,7 +82,7 @@ class Form : public std::enable_shared_from_this<Form> {
   /// Each time the form gets shown.
   virtual void Form_Activate() {}
   /// Setting `cancel` refuses to close.
-  virtual void Form_QueryUnload(bool& cancel) { static_cast<void>(cancel); }
+  virtual void Form_QueryUnload(bool& /*cancel*/) {}
   virtual void Form_Unload() {}
   virtual void Form_Resize() {}
 

@@ -87,7 +87,7 @@ void ConfigurationButtons::m_oConfigureBtn_Click(bool& /*cancel_default*/) {
   // The reload may show a message, during which the explorer may close and take this object along:
   // nothing below may touch a member.
   Guarded("ConfigurationButtons::m_oConfigureBtn_Click - ", [] {
-    static_cast<void>(RegistryHandlers::ReadUserAccountInfo());
+    RegistryHandlers::ReadUserAccountInfo();
     if (!g_bSettingsLoaded || IsMailModeRefused()) return;
     // The reload may have enabled an add-in that was disabled when Outlook started.
     if (!g_bDisableKVPEntirely) StartHousekeeping();

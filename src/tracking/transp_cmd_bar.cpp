@@ -89,9 +89,9 @@ void PutFaceAndMaskOnClipboard(const MaskBitmap& mask) {
   const std::uint32_t face_format = clipboard.RegisterFormat(platform::kFaceFormat);
   const std::uint32_t mask_format = clipboard.RegisterFormat(platform::kMaskFormat);
   if (const auto face = clipboard.GetData(platform::kClipboardDib)) {
-    static_cast<void>(clipboard.SetData(face_format, *face));
+    clipboard.SetData(face_format, *face);
   }
-  static_cast<void>(clipboard.SetData(mask_format, MaskBlock(mask)));
+  clipboard.SetData(mask_format, MaskBlock(mask));
   clipboard.Close();
 }
 
