@@ -211,7 +211,7 @@ std::string GetVersionValue(std::string_view name) {
 bool AlreadySeenProductUpdateMessage(std::int32_t major, std::int32_t minor,
                                      std::int32_t revision) {
   bool seen = true;
-  const auto compare_and_record = [&] {
+  const Error error = Attempt([&] {
     const RegistryKeyPtr key = OpenOrCreate(CurrentUser(), kGlobalKey);
     const auto stored = [&](std::string_view name) { return key ? key->ReadNumber(name) : 0; };
     seen = std::tuple(major, minor, revision) <=
@@ -221,9 +221,11 @@ bool AlreadySeenProductUpdateMessage(std::int32_t major, std::int32_t minor,
       key->WriteNumber(kSeenMinor, minor);
       key->WriteNumber(kSeenRevision, revision);
     }
-    return 0;
-  };
-  Guarded("AlreadySeenProductUpdateMessage: ", 0, compare_and_record, " - ");
+  });
+  if (error.number != 0) {
+    Debug_Info::TraceLog(
+        [&] { return "AlreadySeenProductUpdateMessage: " + error.description + " - "; });
+  }
   return seen;
 }
 

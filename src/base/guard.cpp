@@ -36,9 +36,9 @@ Error CaughtError() noexcept {
   }
 }
 
-void TraceCaughtError(std::string_view prefix, std::string_view suffix) noexcept {
+void TraceCaughtError(std::string_view prefix) noexcept {
   try {
-    Debug_Info::TraceLog(std::string(prefix) + Caught().description + std::string(suffix));
+    Debug_Info::TraceLog(std::string(prefix) + Caught().description);
   } catch (...) {
     // Out of memory twice: the line is lost, the caller carries on.
   }

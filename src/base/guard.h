@@ -11,17 +11,16 @@ namespace corvessa {
 Error CaughtError() noexcept;
 
 /// Writes the one trace line of a caught error; never throws. To be called from a catch block only.
-void TraceCaughtError(std::string_view prefix, std::string_view suffix) noexcept;
+void TraceCaughtError(std::string_view prefix) noexcept;
 
 /// The error boundary. Runs the body and gives its result; when anything is thrown, writes one
-/// trace line, prefix + description + suffix, and gives the neutral result. Nothing gets past it.
+/// trace line, prefix + description, and gives the neutral result. Nothing gets past it.
 template <class Result, class Body>
-Result Guarded(std::string_view prefix, Result neutral, Body&& body,
-               std::string_view suffix = {}) noexcept {
+Result Guarded(std::string_view prefix, Result neutral, Body&& body) noexcept {
   try {
     return std::forward<Body>(body)();
   } catch (...) {
-    TraceCaughtError(prefix, suffix);
+    TraceCaughtError(prefix);
     return neutral;
   }
 }
@@ -31,7 +30,7 @@ void Guarded(std::string_view prefix, Body&& body) noexcept {
   try {
     std::forward<Body>(body)();
   } catch (...) {
-    TraceCaughtError(prefix, {});
+    TraceCaughtError(prefix);
   }
 }
 
