@@ -76,12 +76,11 @@ void frmManageUserKeys::WireHandlers() {
 
 void frmManageUserKeys::AskAddAddress() {
   Guarded("frmManageUserKeys::AskAddAddress - ", [&] {
-    const std::int32_t answer = ShowMessageBox(
+    const bool agreed = Confirm(
         "You have not configured any of your email accounts\r\n"
         "to send or receive secure email.\r\n\r\n"
-        "Would you like to do this now?",
-        true, false);
-    if (answer == platform::kAnswerOk) Add();
+        "Would you like to do this now?");
+    if (agreed) Add();
   });
 }
 

@@ -37,7 +37,7 @@ void frmManageUserKeys::Add() {
   if (answer == kNoKeyPair) {
     ReportMissingKeyPair(address);
   } else if (answer != kHasKeyPair) {
-    ShowMessageBox("Unable to connect to key server", false, false);
+    Tell("Unable to connect to key server");
   } else {
     if (g_bDisableKeyGen) AddAccount(address);
     OfferImapAccess(address);
@@ -55,12 +55,10 @@ void frmManageUserKeys::ReportMissingKeyPair(std::string_view address) {
   const std::string message = "The email address " + std::string(address) +
                               " is not secured on the key server network.\r\n";
   if (g_bDisableKeyGen) {
-    ShowMessageBox(message + "To create a new email address which is compatible with " +
-                       Customization::AppShortName() + " please visit:\r\n\r\n\t" +
-                       RegistryHandlers::GetVersionValue("URLMain"),
-                   false, false);
-  } else if (ShowMessageBox(message + "Secure this email address now?", true, false) ==
-             platform::kAnswerOk) {
+    Tell(message + "To create a new email address which is compatible with " +
+         Customization::AppShortName() + " please visit:\r\n\r\n\t" +
+         RegistryHandlers::GetVersionValue("URLMain"));
+  } else if (Confirm(message + "Secure this email address now?")) {
     Customization::OpenKeyGenPage(address);
   }
 }
@@ -79,7 +77,7 @@ void frmManageUserKeys::OfferImapAccess(std::string_view address) {
       "To find out more about enabling IMAP access, click OK\r\n"
       "To continue using " +
       long_name + ", click Cancel";
-  if (ShowMessageBox(message, true, false) == platform::kAnswerOk) {
+  if (Confirm(message)) {
     Customization::OpenIMAPInfoPage(address);
   }
 }

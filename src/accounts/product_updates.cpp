@@ -37,8 +37,7 @@ void OfferUpdate(const ProductUpdate& update, const Version& running, const Vers
                              "Latest version: " + TextOf(latest) + "\r\n\r\n" +
                              "For more information, click OK\r\n" +
                              "To continue using this version, click Cancel";
-  if (ShowMessageBox(notice, true, false) == platform::kAnswerOk)
-    Customization::OpenURL(update.info_url);
+  if (Confirm(notice)) Customization::OpenURL(update.info_url);
 }
 
 }  // namespace
@@ -62,7 +61,7 @@ void CheckForProductUpdates(bool asked_by_user) {
     if (latest > running) {
       OfferUpdate(update, running, latest);
     } else if (asked_by_user) {
-      ShowMessageBox("No product updates are available at this time.", false, false);
+      Tell("No product updates are available at this time.");
     }
   });
 }

@@ -88,10 +88,9 @@ void ReadEditionSwitches() {
 /// Disables the add-in in memory and tells the user why.
 void RefuseMailMode(std::string_view reason) {
   g_bDisableKVPEntirely = true;
-  ShowMessageBox(Customization::AppLongName() + std::string(reason) +
-                     "\r\n\r\nThis can be changed from the Tools menu, \r\n"
-                     "under Options, Mail Services tab, Reconfigure Mail Support",
-                 false, false);
+  Tell(Customization::AppLongName() + std::string(reason) +
+       "\r\n\r\nThis can be changed from the Tools menu, \r\n"
+       "under Options, Mail Services tab, Reconfigure Mail Support");
 }
 
 void CheckMailMode() {

@@ -12,11 +12,10 @@ namespace corvessa {
 namespace {
 
 void TellIncompatible() {
-  ShowMessageBox(Customization::AppLongName() +
-                     " is not currently compatible with this version of Outlook.\r\n"
-                     "For more information, visit the following URL:\r\n\r\n\t" +
-                     RegistryHandlers::GetVersionValue("URLMain"),
-                 false, false);
+  Tell(Customization::AppLongName() +
+       " is not currently compatible with this version of Outlook.\r\n"
+       "For more information, visit the following URL:\r\n\r\n\t" +
+       RegistryHandlers::GetVersionValue("URLMain"));
 }
 
 }  // namespace

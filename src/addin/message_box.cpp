@@ -17,4 +17,16 @@ std::int32_t ShowMessageBox(std::string_view text, bool ask, bool error) {
   });
 }
 
+void Tell(std::string_view text) {
+  ShowMessageBox(text, false, false);
+}
+
+void TellError(std::string_view text) {
+  ShowMessageBox(text, false, true);
+}
+
+bool Confirm(std::string_view text) {
+  return ShowMessageBox(text, true, false) == platform::kAnswerOk;
+}
+
 }  // namespace corvessa

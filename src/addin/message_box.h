@@ -12,4 +12,10 @@ namespace corvessa {
 /// platform::kAnswerOk when OK was pressed, platform::kAnswerCancel otherwise.
 std::int32_t ShowMessageBox(std::string_view text, bool ask, bool error);
 
+/// The forms it is shown in: OK with the information icon, OK with the stop icon, and a question,
+/// true when OK was pressed.
+void Tell(std::string_view text);
+void TellError(std::string_view text);
+bool Confirm(std::string_view text);
+
 }  // namespace corvessa

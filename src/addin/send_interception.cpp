@@ -53,13 +53,12 @@ bool AskForChoices(const platform::MailItemPtr& item) {
 
 bool ConfirmDuplicateFilenames(const platform::MailItemPtr& item) {
   if (!HasDuplicateFilenames(item)) return true;
-  return ShowMessageBox(
-             "The email you are sending contains multiple attachments with the  same "
-             "filename.\r\n" +
-                 Customization::AppLongName() +
-                 " may encounter errors when decrypting these files.\r\n\r\n"
-                 "Continue sending this email?",
-             true, false) == platform::kAnswerOk;
+  return Confirm(
+      "The email you are sending contains multiple attachments with the  same "
+      "filename.\r\n" +
+      Customization::AppLongName() +
+      " may encounter errors when decrypting these files.\r\n\r\n"
+      "Continue sending this email?");
 }
 
 /// Outlook has a way of its own with each version to make a message plain text.
@@ -135,8 +134,7 @@ void OutlookSupport::m_oApplication_ItemSend(const platform::MailItemPtr& item, 
     const bool unasked = IsMailItem(item) && !g_bDisableKVPEntirely && !IsOptionsBarPresent(item);
     if (unasked && !AskForChoices(item)) {
       cancel = true;
-      ShowMessageBox("The message was not sent because its security options could not be stored.",
-                     false, true);
+      TellError("The message was not sent because its security options could not be stored.");
       return;
     }
     if (!NeedsSendProcessing(item)) return;

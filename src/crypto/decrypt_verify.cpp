@@ -46,8 +46,7 @@ std::int32_t CryptoOperations::DecryptMailItem(const platform::MailItemPtr& item
     const std::int32_t status =
         g_bDisableAutoDecryptAttachments ? kDecrypted : DecryptAllAttachments(item, attachments);
     if (status != kDecrypted) {
-      ShowMessageBox("Failed to decrypt message:\r\n\r\n" + std::string(EngineErrorText(status)),
-                     false, false);
+      Tell("Failed to decrypt message:\r\n\r\n" + std::string(EngineErrorText(status)));
     }
     return status;
   });

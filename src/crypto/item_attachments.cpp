@@ -120,7 +120,7 @@ bool CryptoOperations::StoreAllAttachments(const platform::MailItemPtr& item,
   }
   TraceStage("4a/", error.description);
   KillAllFiles(attachments);
-  ShowMessageBox(FailureText(error), false, true);
+  TellError(FailureText(error));
   return false;
 }
 

@@ -74,10 +74,9 @@ std::vector<std::string> OwnAddresses() {
 }
 
 bool AskAboutDomain(std::string_view domain, std::string_view extra_addresses) {
-  return ShowMessageBox("Encrypted emails sent to '" + std::string(domain) +
-                            "' email addresses will also be encrypted for:\r\n\r\n" +
-                            std::string(extra_addresses),
-                        true, false) == platform::kAnswerOk;
+  return Confirm("Encrypted emails sent to '" + std::string(domain) +
+                 "' email addresses will also be encrypted for:\r\n\r\n" +
+                 std::string(extra_addresses));
 }
 
 }  // namespace

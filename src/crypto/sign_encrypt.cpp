@@ -52,8 +52,7 @@ class Checkpoint {
 };
 
 bool AskToSendUnsigned() {
-  return ShowMessageBox("Failed to sign email.  Send without signature?", true, false) ==
-         platform::kAnswerOk;
+  return Confirm("Failed to sign email.  Send without signature?");
 }
 
 }  // namespace

@@ -135,9 +135,8 @@ std::int32_t CryptoOperations::SignAllAttachments(const platform::MailItemPtr& i
       if (IsSignature(node->sFilename, present, item) && HoldsSignature(node->sFilename)) continue;
       TraceLog("SignAllAttachments - Signing attachment (not a sig)");
       if (IsNameTaken(*node, attachments)) {
-        ShowMessageBox("The attachment \"" + ForDisplay(node->sDisplayName) +
-                           "\" cannot be signed: another one has the name of its signature.",
-                       false, true);
+        TellError("The attachment \"" + ForDisplay(node->sDisplayName) +
+                  "\" cannot be signed: another one has the name of its signature.");
         return platform::engine_status::kSignatureTrouble;
       }
       std::string signature_path;

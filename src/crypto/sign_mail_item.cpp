@@ -66,8 +66,7 @@ std::int32_t CryptoOperations::SignMailItem(const platform::MailItemPtr& item,
     }
     if (status == 0) status = SignAllAttachments(item, attachments);
     if (status != 0) {
-      ShowMessageBox("Failed to sign message:\r\n\r\n" + std::string(EngineErrorText(status)),
-                     false, false);
+      Tell("Failed to sign message:\r\n\r\n" + std::string(EngineErrorText(status)));
     }
     return status;
   });

@@ -53,7 +53,7 @@ void frmEMail::Accept() {
   edEmail.SetText(address);
   if (address.empty()) return;
   if (!LooksLikeAddress(address)) {
-    ShowMessageBox("Please enter a valid email address", false, false);
+    Tell("Please enter a valid email address");
     return;
   }
   accepted_ = true;

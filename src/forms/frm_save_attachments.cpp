@@ -73,7 +73,7 @@ void frmSaveAttachments::Save() {
   std::string folder(Trim(txtFolder.Text()));
   if (!folder.empty() && !folder.ends_with('\\')) folder += '\\';
   if (folder.empty() || !platform::Host().files.FolderExists(folder)) {
-    ShowMessageBox("Please enter a folder that exists.", false, false);
+    Tell("Please enter a folder that exists.");
     return;
   }
   // A second click behind a passphrase dialog must not begin a second saving.
@@ -150,8 +150,7 @@ bool frmSaveAttachments::CopyTo(const std::string& path, const AttachmentNode& n
     files.Copy(node.sFilename, path);
     return true;
   }
-  const std::string question = "The file " + path + " already exists.\r\n\r\nReplace it?";
-  if (ShowMessageBox(question, true, false) != platform::kAnswerOk) return false;
+  if (!Confirm("The file " + path + " already exists.\r\n\r\nReplace it?")) return false;
   files.Write(path, files.Read(node.sFilename));
   return true;
 }
