@@ -75,7 +75,7 @@ void frmLogin::OfferAddresses(std::string_view address, bool list_all) {
 }
 
 void frmLogin::Form_Load() {
-  Customization::CustomizeForm(*this);
+  Form::Form_Load();
   accepted_ = false;
   SetTopmost(true);
 }

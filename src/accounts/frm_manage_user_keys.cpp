@@ -97,7 +97,7 @@ void frmManageUserKeys::CheckForProductUpdates(bool asked_by_user) {
 }
 
 void frmManageUserKeys::Form_Load() {
-  Customization::CustomizeForm(*this);
+  Form::Form_Load();
   has_update_page_ = !RegistryHandlers::GetVersionValue("URLUpdate").empty();
   tbsTabs.Select(kAddressesTab);
   ShowControlsOfTab();

@@ -31,7 +31,7 @@ void frmSplashScreen::SetCaption(std::string_view text) {
 }
 
 void frmSplashScreen::Form_Load() {
-  Customization::CustomizeForm(*this);
+  Form::Form_Load();
   lblAppInfo.SetCaption(Customization::AppLongName() + " Version " + TextOf(RunningVersion()));
 }
 

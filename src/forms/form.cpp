@@ -5,6 +5,7 @@
 
 #include "base/guard.h"
 #include "base/text.h"
+#include "branding/customization.h"
 #include "platform/host.h"
 #include "platform/ui.h"
 
@@ -37,6 +38,10 @@ void Form::Load() {
   loaded_ = true;
   Loaded().push_back(shared_from_this());
   Guarded(name_ + "::Form_Load - ", [&] { Form_Load(); });
+}
+
+void Form::Form_Load() {
+  Customization::CustomizeForm(*this);
 }
 
 void Form::MakeVisible(bool modal) {

@@ -78,7 +78,8 @@ class Form : public std::enable_shared_from_this<Form> {
   /// Name, caption and design size of the client area in pixels.
   Form(std::string name, std::string caption, int width, int height);
 
-  virtual void Form_Load() {}
+  /// Brands the form and its controls.
+  virtual void Form_Load();
   /// Each time the form gets shown.
   virtual void Form_Activate() {}
   /// Setting `cancel` refuses to close.

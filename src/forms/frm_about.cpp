@@ -13,7 +13,7 @@ frmAbout::frmAbout() : Form("frmAbout", "About <!-- LONGNAME -->", 320, 148) {
 }
 
 void frmAbout::Form_Load() {
-  Customization::CustomizeForm(*this);
+  Form::Form_Load();
   lblVersion.SetCaption("Version " + TextOf(RunningVersion()));
 }
 

@@ -21,7 +21,7 @@ frmAliasOptions::frmAliasOptions(NimbraAccountPtr account)
 }
 
 void frmAliasOptions::Form_Load() {
-  Customization::CustomizeForm(*this);
+  Form::Form_Load();
   cmdPassphrase.Visible = !RegistryHandlers::GetVersionValue("URLPassphrase").empty();
   lblEmailAddress.SetCaption(account_->m_sAlias);
   chkSign.SetChecked(account_->m_bSigning);

@@ -40,10 +40,6 @@ std::string frmEMail::GetUserDlg() {
   return accepted_ ? LCase(Trim(edEmail.Text())) : "";
 }
 
-void frmEMail::Form_Load() {
-  Customization::CustomizeForm(*this);
-}
-
 void frmEMail::Form_Activate() {
   SetFocus(edEmail);
 }

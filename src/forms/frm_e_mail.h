@@ -26,7 +26,6 @@ class frmEMail final : public Form {
   Image imgLogoImage{*this, "imgLogoImage", {7, 7, 386, 48}};
 
  private:
-  void Form_Load() override;
   void Form_Activate() override;
   void Accept();
 

@@ -2,7 +2,6 @@
 
 #include <memory>
 
-#include "branding/customization.h"
 #include "forms/dialog_results.h"
 #include "forms/frm_modal_show_in_taskbar.h"
 #include "forms/text_layout.h"
@@ -39,10 +38,6 @@ void frmGeneric::setType(std::int32_t type) {
     cmdOK.Cancel = true;
     cmdOK.Bounds.left = (Width - cmdOK.Bounds.width) / 2;
   }
-}
-
-void frmGeneric::Form_Load() {
-  Customization::CustomizeForm(*this);
 }
 
 void frmGeneric::Choose(std::int32_t result) {

@@ -30,7 +30,6 @@ class frmGeneric final : public Form {
   Image imgLogoImage{*this, "imgLogoImage", {7, 7, 386, 48}};
 
  private:
-  void Form_Load() override;
   void Choose(std::int32_t result);
 
   std::int32_t type_ = kOkCancel;

@@ -1,6 +1,5 @@
 #include "forms/frm_html.h"
 
-#include "branding/customization.h"
 #include "forms/dialog_results.h"
 
 namespace corvessa {
@@ -13,7 +12,7 @@ frmHTML::frmHTML() : Form("frmHTML", "HTML Message Warning", 400, 142), result_(
 }
 
 void frmHTML::Form_Load() {
-  Customization::CustomizeForm(*this);
+  Form::Form_Load();
   result_ = kResultClosed;
 }
 

@@ -4,7 +4,6 @@
 
 #include "base/guard.h"
 #include "base/text.h"
-#include "branding/customization.h"
 #include "platform/host.h"
 #include "platform/ui.h"
 
@@ -53,7 +52,7 @@ frmMessageStatus::frmMessageStatus() : Form("frmMessageStatus", "Message Informa
 }
 
 void frmMessageStatus::Form_Load() {
-  Customization::CustomizeForm(*this);
+  Form::Form_Load();
   design_width_ = Width;
   design_height_ = Height;
   growing_.clear();

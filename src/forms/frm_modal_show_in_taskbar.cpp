@@ -2,17 +2,12 @@
 
 #include <memory>
 
-#include "branding/customization.h"
 #include "forms/unload_at_end.h"
 
 namespace corvessa {
 frmModalShowInTaskbar::frmModalShowInTaskbar() : Form("frmModalShowInTaskbar", "", 0, 0) {
   OffScreen = true;
   SetShowsInTaskbar(true);
-}
-
-void frmModalShowInTaskbar::Form_Load() {
-  Customization::CustomizeForm(*this);
 }
 
 void frmModalShowInTaskbar::ShowModalForm(Form& dialog) {

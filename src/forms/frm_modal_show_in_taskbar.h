@@ -13,9 +13,6 @@ class frmModalShowInTaskbar final : public Form {
   /// Shows the dialog modally; returns when it has been hidden or unloaded. The entry in the task
   /// bar carries the dialog's caption and goes with it.
   void ShowModalForm(Form& dialog);
-
- private:
-  void Form_Load() override;
 };
 
 /// The same through a helper form of its own.

@@ -16,8 +16,4 @@ frmNoKeyPairs::frmNoKeyPairs() : Form("frmNoKeyPairs", "Create Your Encryption K
   cmdCancel.OnClick = [this] { Unload(); };
 }
 
-void frmNoKeyPairs::Form_Load() {
-  Customization::CustomizeForm(*this);
-}
-
 }  // namespace corvessa

@@ -22,9 +22,6 @@ class frmNoKeyPairs final : public Form {
   CommandButton cmdOK{*this, "cmdOK", {236, 236, 75, 23}, "&Ok"};
   CommandButton cmdCancel{*this, "cmdCancel", {318, 236, 75, 23}, "Cancel"};
   Image imgLogoImage{*this, "imgLogoImage", {7, 7, 386, 48}};
-
- private:
-  void Form_Load() override;
 };
 
 }  // namespace corvessa

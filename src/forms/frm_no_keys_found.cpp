@@ -1,6 +1,5 @@
 #include "forms/frm_no_keys_found.h"
 
-#include "branding/customization.h"
 #include "forms/dialog_results.h"
 #include "forms/frm_modal_show_in_taskbar.h"
 
@@ -24,10 +23,6 @@ std::int32_t frmNoKeysFound::SendUnencrypted() {
   result_ = kResultClosed;
   ShowModalForm(*this);
   return result_;
-}
-
-void frmNoKeysFound::Form_Load() {
-  Customization::CustomizeForm(*this);
 }
 
 void frmNoKeysFound::Choose(std::int32_t result) {

@@ -32,7 +32,6 @@ class frmNoKeysFound final : public Form {
   Image imgLogoImage{*this, "imgLogoImage", {7, 7, 386, 48}};
 
  private:
-  void Form_Load() override;
   void Choose(std::int32_t result);
 
   std::int32_t result_;

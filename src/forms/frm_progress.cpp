@@ -6,7 +6,6 @@
 #include "base/checked.h"
 #include "base/guard.h"
 #include "base/text.h"
-#include "branding/customization.h"
 #include "platform/clock.h"
 #include "platform/host.h"
 #include "platform/ui.h"
@@ -25,10 +24,6 @@ std::int32_t StepsFor(platform::MailItem& item) {
 }  // namespace
 
 frmProgress::frmProgress() : Form("frmProgress", "<!-- SHORTNAME -->", 400, 249) {}
-
-void frmProgress::Form_Load() {
-  Customization::CustomizeForm(*this);
-}
 
 void frmProgress::Init(const platform::MailItemPtr& item, std::int32_t steps) {
   Guarded("frmProgress::Init - ", [&] {

@@ -35,7 +35,6 @@ class frmProgress final : public Form {
   TextBox Text1{*this, "Text1", {7, 138, 386, 104}, TextBox::Kind::kLog};
 
  private:
-  void Form_Load() override;
   void Form_QueryUnload(bool& cancel) override { cancel = !finished_; }
   void Form_Unload() override { active_ = false; }
 

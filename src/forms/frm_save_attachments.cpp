@@ -7,7 +7,6 @@
 #include "base/guard.h"
 #include "base/paths.h"
 #include "base/text.h"
-#include "branding/customization.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/engine_error_text.h"
 #include "crypto/passphrase_trial.h"
@@ -52,10 +51,6 @@ frmSaveAttachments::frmSaveAttachments()
   cmdCancel.Cancel = true;
   cmdSave.OnClick = [this] { Save(); };
   cmdCancel.OnClick = [this] { Unload(); };
-}
-
-void frmSaveAttachments::Form_Load() {
-  Customization::CustomizeForm(*this);
 }
 
 void frmSaveAttachments::Init(const platform::MailItemPtr& item) {

@@ -34,7 +34,6 @@ class frmSaveAttachments final : public Form {
   CommandButton cmdCancel{*this, "cmdCancel", {338, 342, 75, 23}, "&Cancel"};
 
  private:
-  void Form_Load() override;
   void Form_Activate() override { SetFocus(txtFolder); }
 
   void Save();

@@ -3,7 +3,6 @@
 #include "accounts/settings.h"
 #include "accounts/user_management.h"
 #include "base/guard.h"
-#include "branding/customization.h"
 #include "message/header_fields.h"
 
 namespace corvessa {
@@ -16,10 +15,6 @@ frmSendFromExternalApplication::frmSendFromExternalApplication()
   chkSign.OnClick = [this] { StoreChoices(); };
   chkEncrypt.OnClick = [this] { StoreChoices(); };
   cmdContinue.OnClick = [this] { Unload(); };
-}
-
-void frmSendFromExternalApplication::Form_Load() {
-  Customization::CustomizeForm(*this);
 }
 
 void frmSendFromExternalApplication::Form_Activate() {

@@ -25,7 +25,6 @@ class frmSendFromExternalApplication final : public Form {
   Image imgLogoImage{*this, "imgLogoImage", {7, 7, 286, 48}};
 
  private:
-  void Form_Load() override;
   void Form_Activate() override;
   void StoreChoices();
 
