@@ -32,7 +32,7 @@ void frmManageUserKeys::Add() {
   if (address.empty() || !IsLoaded()) return;
   if (!g_bDisableKeyGen) AddAccount(address);
   UpdateButtons();
-  const std::int32_t answer = Guarded("frmManageUserKeys::cmdAdd_Click - ", kCannotTell,
+  const std::int32_t answer = Guarded("frmManageUserKeys::cmdAdd_Click - ", kKeyPairUnknown,
                                       [&] { return Crypto()->HasKeypair(address); });
   if (answer == kNoKeyPair) {
     ReportMissingKeyPair(address);

@@ -17,7 +17,7 @@ namespace corvessa {
 /// What HasKeypair answers.
 inline constexpr std::int32_t kNoKeyPair = 0;
 inline constexpr std::int32_t kHasKeyPair = 1;
-inline constexpr std::int32_t kCannotTell = -1;
+inline constexpr std::int32_t kKeyPairUnknown = -1;
 
 /// The only class that talks to the encryption engine. What configures it, Init, GetLastError,
 /// DecryptFileEx, AddToVector, AddKeyAccountsToRecp and VerifyAttachment let its errors through; no
@@ -40,8 +40,8 @@ class CryptoOperations {
   /// Locks every key pair in the engine.
   void Init();
   std::string GetLastError();
-  std::int32_t DecryptFileEx(std::string_view path);
-  /// kHasKeyPair, kNoKeyPair or kCannotTell.
+  platform::EngineStatus DecryptFileEx(std::string_view path);
+  /// kHasKeyPair, kNoKeyPair or kKeyPairUnknown.
   std::int32_t HasKeypair(std::string_view address);
   /// Asks for an account and its passphrase and unlocks it: 0 unlocked, 1 cancelled, -1 refused.
   /// Counts the attempt unless it was cancelled.
@@ -102,9 +102,9 @@ class CryptoOperations {
 
   /// Asks for the signing account's passphrase until the engine takes it: its status, nothing when
   /// the user gave up.
-  std::optional<std::int32_t> UnlockSigner(const NimbraAccountPtr& signer);
+  std::optional<platform::EngineStatus> UnlockSigner(const NimbraAccountPtr& signer);
   /// -13 when a recipient is known to have no key.
-  std::int32_t CheckForKeys(const platform::IEngineStringVector& recipients);
+  platform::EngineStatus CheckForKeys(const platform::IEngineStringVector& recipients);
   void AddOwnAddress(platform::IEngineStringVector& recipients);
   /// Adds what the recipients' domains ask for, with the user's consent; 1000 without it.
   std::int32_t AddAdditionalDecryptionKeys(const std::vector<std::string>& addresses,

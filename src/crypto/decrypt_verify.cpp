@@ -30,7 +30,7 @@ std::int32_t CryptoOperations::DecryptMailItem(const platform::MailItemPtr& item
     ProgressWindow()->SetCaption("Decrypting email");
     if (!IsPGPMessage(body)) {
       Debug_Info::TraceLog("EXIT Not encrypted");
-      return kNotEncrypted;
+      return decrypt_status::kNotEncrypted;
     }
     const std::string_view armoured = StripLeadingBlankLines(body);
     std::string plain;
@@ -43,9 +43,10 @@ std::int32_t CryptoOperations::DecryptMailItem(const platform::MailItemPtr& item
       return kGivenUp;
     }
     body = std::move(plain);
-    const std::int32_t status =
-        g_bDisableAutoDecryptAttachments ? kDecrypted : DecryptAllAttachments(item, attachments);
-    if (status != kDecrypted) {
+    const std::int32_t status = g_bDisableAutoDecryptAttachments
+                                    ? decrypt_status::kDone
+                                    : DecryptAllAttachments(item, attachments);
+    if (status != decrypt_status::kDone) {
       Tell("Failed to decrypt message:\r\n\r\n" + std::string(EngineErrorText(status)));
     }
     return status;
@@ -55,7 +56,7 @@ std::int32_t CryptoOperations::DecryptMailItem(const platform::MailItemPtr& item
 NimbraAccountPtr CryptoOperations::LoginAndDecrypt(std::string_view armoured, std::string& plain) {
   Debug_Info::TraceLog("No luck with cached keys - will let user choose login");
   LoginReason reason = LoginReason::kFirstRequest;
-  std::int32_t status = 1;
+  platform::EngineStatus status = 1;
   for (int attempts = 0;; ++attempts) {
     Debug_Info::TraceLog("Loop once trying to authenticate");
     if (attempts >= kPassphraseAttempts) {
@@ -92,7 +93,7 @@ std::int32_t CryptoOperations::VerifyMailItem(const platform::MailItemPtr& /*ite
   Guarded("CryptoOperations::VerifyMailItem - ", [&] {
     ProgressWindow()->SetCaption("Verifying email");
     if (!IsPGPSignedMessage(body)) {
-      result = kNotSigned;
+      result = sign_status::kNone;
       return;
     }
     const auto known = platform::Host().engine.CreateStringVector();

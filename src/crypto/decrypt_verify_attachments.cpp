@@ -40,14 +40,13 @@ void KeepOriginal(AttachmentNode& node) {
   throw error;
 }
 
-std::string OutcomeText(std::int32_t engine_status, const std::string& signers,
+std::string OutcomeText(platform::EngineStatus status, const std::string& signers,
                         bool has_unknown_signers) {
-  if (engine_status == platform::engine_status::kGoodSignature)
+  if (status == platform::engine_status::kGoodSignature)
     return "Verified signatures by: " + signers;
-  if (engine_status == platform::engine_status::kBadSignature)
-    return "Failed signatures by: " + signers;
+  if (status == platform::engine_status::kBadSignature) return "Failed signatures by: " + signers;
   if (has_unknown_signers) return "Signatures by unknown signers were found";
-  return "An error occurred while verifying: " + std::string(EngineErrorText(engine_status));
+  return "An error occurred while verifying: " + std::string(EngineErrorText(status));
 }
 
 }  // namespace
@@ -55,18 +54,18 @@ std::string OutcomeText(std::int32_t engine_status, const std::string& signers,
 std::int32_t CryptoOperations::DecryptAttachment(AttachmentNode& node) {
   // The neutral result is the engine's code for what nobody expected. Nobody knows what a call that
   // failed as a call has done to the file; the copy stays then.
-  return Guarded("CryptoOperations:DecryptAllAttachments - ", platform::engine_status::kUnexpected,
-                 [&] {
-                   KeepOriginal(node);
-                   const std::int32_t status = Engine().DecryptFileEx(node.sFilename, nullptr);
-                   if (status != kDecrypted) DropCopy(node);
-                   return DecryptStatusOf(status);
-                 });
+  return Guarded(
+      "CryptoOperations:DecryptAllAttachments - ", platform::engine_status::kUnexpected, [&] {
+        KeepOriginal(node);
+        const platform::EngineStatus status = Engine().DecryptFileEx(node.sFilename, nullptr);
+        if (status != platform::engine_status::kDone) DropCopy(node);
+        return DecryptStatusOf(status);
+      });
 }
 
 std::int32_t CryptoOperations::DecryptAllAttachments(const platform::MailItemPtr& item,
                                                      AttachmentNodes& attachments) {
-  std::int32_t result = kDecrypted;
+  std::int32_t result = decrypt_status::kDone;
   Guarded("CryptoOperations:DecryptAllAttachments - ", [&] {
     ForEachAttachment(attachments, "Decrypting attachments", [&](const AttachmentNodePtr& node) {
       if (IsSignature(node->sFilename, attachments, item) &&
@@ -82,12 +81,13 @@ std::int32_t CryptoOperations::DecryptAllAttachments(const platform::MailItemPtr
 
 std::int32_t CryptoOperations::VerifyAllAttachments(AttachmentNodes& attachments) {
   constexpr std::string_view kStep = "Verifying attachment digital signatures";
-  std::int32_t result = kGoodSignature;
+  std::int32_t result = sign_status::kGood;
   Guarded("CryptoOperations:VerifyAllAttachments - ", [&] {
     ForEachAttachment(attachments, kStep, [&](const AttachmentNodePtr& signature) {
       if (!HasSignatureName(FileNameOf(signature->sFilename))) return;
       // What was encrypted may be a document with a signature's name.
-      if (signature->lDecryptStatus == kDecrypted && !HoldsReadableSignature(signature->sFilename))
+      if (signature->lDecryptStatus == decrypt_status::kDone &&
+          !HoldsReadableSignature(signature->sFilename))
         return;
       const AttachmentNodePtr data = FindByPath(attachments, SignedName(signature->sFilename));
       if (!data) return;
@@ -96,10 +96,10 @@ std::int32_t CryptoOperations::VerifyAllAttachments(AttachmentNodes& attachments
               [&] { VerifyAttachment(*data, *signature); });
       // A document that only holds a signature is nobody's word itself.
       if (!HoldsReadableSignature(signature->sFilename)) {
-        signature->lSignStatus = kNotSigned;
+        signature->lSignStatus = sign_status::kNone;
         signature->sSigners.clear();
       }
-      if (data->lSignStatus != kGoodSignature) result = data->lSignStatus;
+      if (data->lSignStatus != sign_status::kGood) result = data->lSignStatus;
     });
   });
   return result;
@@ -110,7 +110,7 @@ std::string CryptoOperations::VerifyAttachment(AttachmentNode& data, AttachmentN
   const auto known = platform::Host().engine.CreateStringVector();
   const auto unknown = platform::Host().engine.CreateStringVector();
   // What could not be decrypted cannot be verified either, and must not pass for forged.
-  const std::int32_t status =
+  const platform::EngineStatus status =
       IsReadable(data.lDecryptStatus)
           ? Engine().VerifyFile(data.sFilename, signature.sFilename, *known, *unknown)
           : data.lDecryptStatus;

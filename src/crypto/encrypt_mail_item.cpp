@@ -34,8 +34,9 @@ void ReplaceBody(const platform::MailItemPtr& item, std::string_view armoured) {
 
 }  // namespace
 
-std::int32_t CryptoOperations::CheckForKeys(const platform::IEngineStringVector& recipients) {
-  std::int32_t status = 0;
+platform::EngineStatus CryptoOperations::CheckForKeys(
+    const platform::IEngineStringVector& recipients) {
+  platform::EngineStatus status = platform::engine_status::kDone;
   for (std::int32_t i = 0; i < recipients.Size(); ++i) {
     const std::string address = TextAt(recipients, i);
     TraceLog([&] { return "EncryptMailItem - Checking for keys \"" + address; });

@@ -57,18 +57,18 @@ std::string CryptoOperations::GetLastError() {
   return Engine().GetEngineLastError();
 }
 
-std::int32_t CryptoOperations::DecryptFileEx(std::string_view path) {
+platform::EngineStatus CryptoOperations::DecryptFileEx(std::string_view path) {
   return Engine().DecryptFileEx(path, nullptr);
 }
 
 std::int32_t CryptoOperations::HasKeypair(std::string_view address) {
-  return Guarded("haskeypair: ", kCannotTell, [&] {
+  return Guarded("haskeypair: ", kKeyPairUnknown, [&] {
     std::string discarded;
     switch (Engine().QueryKeyPair(address, discarded)) {
       case platform::engine_status::kDone:
         return kHasKeyPair;
       case platform::engine_status::kCannotTell:
-        return kCannotTell;
+        return kKeyPairUnknown;
       default:
         return kNoKeyPair;
     }

@@ -177,7 +177,9 @@ bool CryptoOperations::IsSignature(std::string_view path, const AttachmentNodes&
 
 bool CryptoOperations::HasEncryptedOrSignedAttachments(const AttachmentNodes& attachments) {
   for (const AttachmentNodePtr& node : attachments) {
-    if (node->lDecryptStatus != kNotEncrypted || node->lSignStatus != kNotSigned) return true;
+    if (node->lDecryptStatus != decrypt_status::kNotEncrypted ||
+        node->lSignStatus != sign_status::kNone)
+      return true;
   }
   return false;
 }

@@ -140,7 +140,7 @@ std::int32_t CryptoOperations::SignAllAttachments(const platform::MailItemPtr& i
         return platform::engine_status::kSignatureTrouble;
       }
       std::string signature_path;
-      const std::int32_t status = Engine().SignFile(node->sFilename, signature_path);
+      const platform::EngineStatus status = Engine().SignFile(node->sFilename, signature_path);
       engine_files.Add(signature_path);
       if (status != 0) return status;
       StoreSignature(*node, WithCrLf(Files().Read(signature_path)), attachments);

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::int32_t kGivenUp = -1;
 /// The engine's other way to say that a passphrase is wrong, and where the loop begins.
-constexpr std::int32_t kNotAuthenticated = 1;
+constexpr platform::EngineStatus kNotAuthenticated = 1;
 
 /// The plain body. Signed mail that is not encrypted is read as it travels, so its lines are made
 /// short enough that nothing on the way breaks them, which would break the signature.
@@ -29,8 +29,9 @@ platform::SharedText TextToSign(const platform::MailItemPtr& item, bool sign_onl
 
 }  // namespace
 
-std::optional<std::int32_t> CryptoOperations::UnlockSigner(const NimbraAccountPtr& signer) {
-  std::int32_t status = kNotAuthenticated;
+std::optional<platform::EngineStatus> CryptoOperations::UnlockSigner(
+    const NimbraAccountPtr& signer) {
+  platform::EngineStatus status = kNotAuthenticated;
   for (int attempts = 0;
        status == kNotAuthenticated || status == platform::engine_status::kWrongPassphrase;
        ++attempts) {
@@ -56,7 +57,7 @@ std::int32_t CryptoOperations::SignMailItem(const platform::MailItemPtr& item,
     if (ReadHeaderFlag(item, kNoSign) || !signer) return 0;
     const platform::SharedText text = TextToSign(item, sign_only);
 
-    const std::optional<std::int32_t> unlocked = UnlockSigner(signer);
+    const std::optional<platform::EngineStatus> unlocked = UnlockSigner(signer);
     if (!unlocked) return kGivenUp;
     std::int32_t status = *unlocked;
     if (status == 0) {

@@ -8,20 +8,20 @@
 namespace corvessa {
 
 /// The sign status for a status of the engine's verification, which counts the other way round.
-constexpr std::int32_t SignStatusOf(std::int32_t engine_status) {
-  if (engine_status == platform::engine_status::kGoodSignature) return kGoodSignature;
-  if (engine_status == platform::engine_status::kBadSignature) return kBadSignature;
-  return engine_status;
+constexpr std::int32_t SignStatusOf(platform::EngineStatus status) {
+  if (status == platform::engine_status::kGoodSignature) return sign_status::kGood;
+  if (status == platform::engine_status::kBadSignature) return sign_status::kBad;
+  return status;
 }
 
 /// The decrypt status for a status of the engine's decryption.
-constexpr std::int32_t DecryptStatusOf(std::int32_t engine_status) {
-  return engine_status == platform::engine_status::kBadFormat ? kNotEncrypted : engine_status;
+constexpr std::int32_t DecryptStatusOf(platform::EngineStatus status) {
+  return status == platform::engine_status::kBadFormat ? decrypt_status::kNotEncrypted : status;
 }
 
 /// What has this decrypt status can be read, whether or not it was encrypted.
-constexpr bool IsReadable(std::int32_t decrypt_status) {
-  return decrypt_status == kDecrypted || decrypt_status == kNotEncrypted;
+constexpr bool IsReadable(std::int32_t status) {
+  return status == decrypt_status::kDone || status == decrypt_status::kNotEncrypted;
 }
 
 }  // namespace corvessa

@@ -124,7 +124,7 @@ void frmSaveAttachments::SaveOne(const std::string& folder, AttachmentNode& data
 
 std::int32_t frmSaveAttachments::Decrypt(const AttachmentNode& node) {
   const auto crypto = Crypto();
-  std::int32_t status = crypto->DecryptFileEx(node.sFilename);
+  platform::EngineStatus status = crypto->DecryptFileEx(node.sFilename);
   std::int16_t attempts = 0;
   std::int16_t wrong_account = 0;
   while (IsLoaded() && !login_cancelled_ && attempts < kPassphraseAttempts &&

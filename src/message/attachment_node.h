@@ -7,12 +7,18 @@
 
 namespace corvessa {
 
-/// Statuses shared by messages and attachments; any other value is a failure code.
-inline constexpr std::int32_t kDecrypted = 0;
+// What a message or an attachment was found to be; any other value is a failure code. The engine's
+// own statuses of a verification count the other way round.
+namespace decrypt_status {
+inline constexpr std::int32_t kDone = 0;
 inline constexpr std::int32_t kNotEncrypted = 1;
-inline constexpr std::int32_t kGoodSignature = 0;
-inline constexpr std::int32_t kBadSignature = 1;
-inline constexpr std::int32_t kNotSigned = 2;
+}  // namespace decrypt_status
+
+namespace sign_status {
+inline constexpr std::int32_t kGood = 0;
+inline constexpr std::int32_t kBad = 1;
+inline constexpr std::int32_t kNone = 2;
+}  // namespace sign_status
 
 /// One attachment of a message, stored as a temporary file.
 struct AttachmentNode {
@@ -23,8 +29,8 @@ struct AttachmentNode {
   /// The folder that holds it, with a trailing backslash.
   std::string sDir;
   std::string sSigners;
-  std::int32_t lDecryptStatus = kNotEncrypted;
-  std::int32_t lSignStatus = kNotSigned;
+  std::int32_t lDecryptStatus = decrypt_status::kNotEncrypted;
+  std::int32_t lSignStatus = sign_status::kNone;
   bool bDetachedSig = false;
 
   /// The file as it was stored from the item, before anything was done to it; the same as sFilename

@@ -139,7 +139,8 @@ void MailItemNode::AddStatusBar() {
                "Message " + SignStatusTextWithSigners(m_lSignStatus, m_sSigners),
                StatusFace(m_lSignStatus), false},
               &MailItemNode::oCommandBarItemSigningStatus_Click);
-    if (m_lDecryptStatus == kNotEncrypted && m_lSignStatus == kNotSigned) return;
+    if (m_lDecryptStatus == decrypt_status::kNotEncrypted && m_lSignStatus == sign_status::kNone)
+      return;
     AddButton(*controls, oCommandBarItemShowOriginalMessage,
               {"ShowOriginalMessage", "Show original message", "Show original message",
                kFaceOriginalMessage, false},

@@ -46,8 +46,8 @@ void MailItemNode::DecryptVerifyMail(const platform::MailItemPtr& item,
       return;
     }
     Debug_Info::TraceLog("DecryptVerifyMailItem (Not encrypted or signed)");
-    m_lDecryptStatus = kNotEncrypted;
-    m_lSignStatus = kNotSigned;
+    m_lDecryptStatus = decrypt_status::kNotEncrypted;
+    m_lSignStatus = sign_status::kNone;
     AddStatusBar();
     AddDecryptAttachmentsBar();
   });
@@ -100,7 +100,7 @@ void MailItemNode::DecryptVerifyBody(const platform::MailItemPtr& item, std::str
   // Only the signed part would be left of it, and nobody could look at the rest: it is all shown,
   // and nobody vouches for it.
   if (body_decrypted_ && IsPGPSignedMessage(text) && HoldsMoreThanArmour(text)) {
-    m_lSignStatus = kNotSigned;
+    m_lSignStatus = sign_status::kNone;
     return;
   }
   m_lSignStatus = crypto->VerifyMailItem(item, text, attachments, m_sSigners);

@@ -66,7 +66,7 @@ bool MailItemNode::IsReceived() const {
 }
 
 bool MailItemNode::IsGoodlyProtected() const {
-  return m_lDecryptStatus == kDecrypted || m_lSignStatus == kGoodSignature;
+  return m_lDecryptStatus == decrypt_status::kDone || m_lSignStatus == sign_status::kGood;
 }
 
 void MailItemNode::m_oMailItem_Open(bool& /*cancel*/) {
@@ -140,7 +140,8 @@ void MailItemNode::m_oMailItem_Close(bool& /*cancel*/) {
     m_bProcessed = false;
     if (g_bDisableKVPEntirely || m_oMailItem->TypeName() != platform::kMailItemType) return;
     // A message whose attachment failed, or that was only signed, holds a changed body too.
-    if (m_lDecryptStatus != kDecrypted && !body_replaced_ && !attachments_replaced_) return;
+    if (m_lDecryptStatus != decrypt_status::kDone && !body_replaced_ && !attachments_replaced_)
+      return;
     const Error error = Attempt([&] { RestoreOriginal(); });
     CleanUp();
     if (error.number != 0) throw error;
