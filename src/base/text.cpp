@@ -79,10 +79,10 @@ std::string Decimal(std::int64_t number) {
   return std::to_string(number);
 }
 
-std::string_view Trim(std::string_view text) {
-  const auto first = text.find_first_not_of(' ');
+std::string_view Trim(std::string_view text, std::string_view blanks) {
+  const auto first = text.find_first_not_of(blanks);
   if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(' ') - first + 1);
+  return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
 std::string LCase(std::string_view text) {
@@ -125,6 +125,20 @@ std::string Replace(std::string_view text, std::string_view from, std::string_vi
     result += to;
     text.remove_prefix(found + from.size());
   }
+}
+
+std::string WithCrLf(std::string_view text) {
+  std::string normal;
+  normal.reserve(text.size() + text.size() / 32);
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '\r' && text[i] != '\n') {
+      normal += text[i];
+      continue;
+    }
+    normal += kCrLf;
+    if (text[i] == '\r' && text.substr(i + 1, 1) == "\n") ++i;
+  }
+  return normal;
 }
 
 std::vector<std::string> Split(std::string_view text, std::string_view separator) {

@@ -19,8 +19,9 @@ std::string Str(std::int64_t number);
 /// Decimal text without the blank.
 std::string Decimal(std::int64_t number);
 
-/// Without the blanks (U+0020 only) at both ends. The view lives as long as the text.
-std::string_view Trim(std::string_view text);
+/// Without the blanks (U+0020 only, unless told otherwise) at both ends. The view lives as long as
+/// the text.
+std::string_view Trim(std::string_view text, std::string_view blanks = " ");
 
 /// Unicode simple lower case.
 std::string LCase(std::string_view text);
@@ -33,6 +34,9 @@ std::string_view Left(std::string_view text, std::size_t characters);
 
 /// Every occurrence of `from`, found left to right, replaced; comparison is exact.
 std::string Replace(std::string_view text, std::string_view from, std::string_view to);
+
+/// With every line end (CR, LF or CRLF) made CRLF.
+std::string WithCrLf(std::string_view text);
 
 /// The parts between the separators; none for an empty text, and none behind a separator that ends
 /// it.

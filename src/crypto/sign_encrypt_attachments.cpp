@@ -66,11 +66,6 @@ void TraceFile(const AttachmentNode& node) {
   TraceLog([&] { return "EncryptAllAttachments - File Size: " + Decimal(Files().Length(path)); });
 }
 
-/// Armour in the form that a text file has on the systems that will read it.
-std::string WithCrLf(std::string_view text) {
-  return Replace(Replace(text, kCrLf, "\n"), "\n", kCrLf);
-}
-
 /// A signature that the user attached makes way for the new one, but goes back into the item should
 /// the message not be sent.
 void KeepOriginal(AttachmentNode& node) {
@@ -143,6 +138,7 @@ std::int32_t CryptoOperations::SignAllAttachments(const platform::MailItemPtr& i
       const platform::EngineStatus status = Engine().SignFile(node->sFilename, signature_path);
       engine_files.Add(signature_path);
       if (status != 0) return status;
+      // Armour in the form that a text file has on the systems that will read it.
       StoreSignature(*node, WithCrLf(Files().Read(signature_path)), attachments);
     }
     return 0;

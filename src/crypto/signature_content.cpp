@@ -5,6 +5,7 @@
 #include <string>
 
 #include "base/guard.h"
+#include "base/text.h"
 #include "platform/files.h"
 #include "platform/host.h"
 
@@ -14,17 +15,10 @@ namespace {
 /// More than the largest keys make.
 constexpr std::int64_t kLargest = 64 * 1024;
 
-std::string_view WithoutBlanksAround(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\r\n";
-  const std::size_t first = text.find_first_not_of(kBlanks);
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
-
 bool IsArmouredSignature(std::string_view text) {
   constexpr std::string_view kBegin = "-----BEGIN PGP SIGNATURE-----";
   constexpr std::string_view kEnd = "-----END PGP SIGNATURE-----";
-  const std::string_view block = WithoutBlanksAround(text);
+  const std::string_view block = Trim(text, " \t\r\n");
   return block.size() > kBegin.size() + kEnd.size() && block.starts_with(kBegin) &&
          block.ends_with(kEnd) && block.find(kEnd) == block.size() - kEnd.size();
 }

@@ -10,10 +10,6 @@
 namespace corvessa::desk {
 namespace {
 
-std::string WithCrLf(const std::string& text) {
-  return Replace(Replace(Replace(text, "\r\n", "\n"), "\r", "\n"), "\n", kCrLf);
-}
-
 void WriteAbove(Item& item, const std::string& text) {
   if (item.Data().html->empty()) {
     item.EditBody(WithCrLf(text) + *item.Data().body);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/text.h"
 #include "engine/addresses.h"
 #include "engine/local_files.h"
 #include "engine/status.h"
@@ -12,9 +13,7 @@ namespace {
 constexpr std::size_t kMaxFileSize = std::size_t{1} << 20;
 
 std::string Trimmed(std::string_view text) {
-  const auto first = text.find_first_not_of(" \t\r");
-  if (first == std::string_view::npos) return {};
-  return NormalAddress(text.substr(first, text.find_last_not_of(" \t\r") - first + 1));
+  return NormalAddress(Trim(text, " \t\r"));
 }
 
 std::string_view DomainOf(std::string_view address) {

@@ -101,18 +101,4 @@ ClearSigned ReadClearSigned(std::string_view text) {
   return parts;
 }
 
-std::string WithCrLf(std::string_view text) {
-  std::string normal;
-  normal.reserve(text.size() + text.size() / 32);
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] != '\r' && text[i] != '\n') {
-      normal += text[i];
-      continue;
-    }
-    normal += "\r\n";
-    if (text[i] == '\r' && text.substr(i + 1, 1) == "\n") ++i;
-  }
-  return normal;
-}
-
 }  // namespace corvessa::engine

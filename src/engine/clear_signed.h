@@ -20,7 +20,4 @@ struct ClearSigned {
 /// headers, an unescaped dash, no signature or no end.
 ClearSigned ReadClearSigned(std::string_view text);
 
-/// With every line ending (CR, LF or CRLF) made CRLF.
-std::string WithCrLf(std::string_view text);
-
 }  // namespace corvessa::engine

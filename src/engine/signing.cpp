@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "base/text.h"
 #include "engine/armour.h"
-#include "engine/clear_signed.h"
 #include "engine/key_facts.h"
 #include "engine/status.h"
 

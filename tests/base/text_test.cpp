@@ -12,6 +12,8 @@ TEST(Text, ClassicConversionsTreatBlanksInTheirOwnWay) {
   EXPECT_EQ(Trim("  a b  "), "a b");
   EXPECT_EQ(Trim("   "), "");
   EXPECT_EQ(Trim("\t a\r\n"), "\t a\r\n");
+  EXPECT_EQ(Trim("\t a\r\n", " \t\r\n"), "a");
+  EXPECT_EQ(Trim("\t\n", "\t\n"), "");
 }
 
 TEST(Text, LCaseFollowsUnicodeAndKeepsWhatIsNoUtf8) {
@@ -32,6 +34,7 @@ TEST(Text, ReplaceFindsEveryOccurrenceOnceFromTheLeft) {
   EXPECT_EQ(Replace("aaa", "aa", "b"), "ba");
   EXPECT_EQ(Replace("abab", "ab", "abab"), "abababab");
   EXPECT_EQ(Replace("abc", "", "x"), "abc");
+  EXPECT_EQ(WithCrLf("a\rb\nc\r\nd\r\r\n\n"), "a\r\nb\r\nc\r\nd\r\n\r\n\r\n");
 }
 
 TEST(Text, LeadingNumberStopsAtWhatCannotContinueIt) {

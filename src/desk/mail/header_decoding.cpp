@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/text.h"
 #include "desk/mail/charset.h"
 #include "desk/mail/gmime_handle.h"
 #include "desk/mail/mail.h"
@@ -146,9 +147,7 @@ std::string OneLine(std::string_view text) {
   auto line = ValidUtf8(text);
   std::replace_if(
       line.begin(), line.end(), [](char c) { return g_ascii_iscntrl(c); }, ' ');
-  const auto start = line.find_first_not_of(' ');
-  if (start == std::string::npos) return "";
-  return line.substr(start, line.find_last_not_of(' ') + 1 - start);
+  return std::string(Trim(line));
 }
 
 std::string DecodeText(std::string_view raw) {

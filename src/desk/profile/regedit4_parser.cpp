@@ -9,6 +9,7 @@
 namespace corvessa::desk {
 namespace {
 
+constexpr std::string_view kBlanks = " \t";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 std::optional<std::uint32_t> HexNumber(std::string_view digits, std::size_t maximum_digits) {
@@ -27,12 +28,6 @@ std::optional<std::uint32_t> HexNumber(std::string_view digits, std::size_t maxi
     }
   }
   return number;
-}
-
-std::string_view TrimmedBlanks(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(" \t");
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
 bool TakePrefix(std::string_view& text, std::string_view prefix) {
@@ -69,7 +64,7 @@ class Parser {
     if (rest_.empty()) return false;
     ++line_number_;
     const std::size_t end = rest_.find_first_of("\r\n");
-    line_ = TrimmedBlanks(rest_.substr(0, end));
+    line_ = Trim(rest_.substr(0, end), kBlanks);
     rest_.remove_prefix(end == std::string_view::npos ? rest_.size() : end);
     if (!TakePrefix(rest_, "\r\n")) rest_.remove_prefix(rest_.empty() ? 0 : 1);
     for (const char c : line_) {
@@ -102,8 +97,8 @@ class Parser {
     } else if (!TakePrefix(line_, "@")) {
       Refuse("neither a key nor a value");
     }
-    if (!TakePrefix(line_ = TrimmedBlanks(line_), "=")) Refuse("\"=\" is missing");
-    line_ = TrimmedBlanks(line_);
+    if (!TakePrefix(line_ = Trim(line_, kBlanks), "=")) Refuse("\"=\" is missing");
+    line_ = Trim(line_, kBlanks);
     if (!key_) Refuse("the value stands in no key");
     if (line_ == "-") {
       key_->values.Remove(name);
@@ -146,7 +141,7 @@ class Parser {
     data.clear();
     for (;;) {
       const bool continues = line_.ends_with('\\');
-      if (continues) line_ = TrimmedBlanks(line_.substr(0, line_.size() - 1));
+      if (continues) line_ = Trim(line_.substr(0, line_.size() - 1), kBlanks);
       if (continues && !line_.empty() && !line_.ends_with(',')) Refuse("a comma is missing");
       AppendBytes(data, continues);
       if (!continues) return;
@@ -157,7 +152,7 @@ class Parser {
   void AppendBytes(std::string& data, bool ends_with_comma) {
     while (!line_.empty()) {
       const std::size_t comma = line_.find(',');
-      const auto byte = HexNumber(TrimmedBlanks(line_.substr(0, comma)), 2);
+      const auto byte = HexNumber(Trim(line_.substr(0, comma), kBlanks), 2);
       if (!byte) Refuse("bytes of two hexadecimal digits are needed");
       data.push_back(static_cast<char>(*byte));
       if (comma == std::string_view::npos) return;
