@@ -28,7 +28,7 @@ void DropCopy(AttachmentNode& node) {
 }
 
 /// Sets a copy of the stored file aside, because the engine decrypts a file where it stands.
-void KeepOriginal(AttachmentNode& node) {
+void SetAsideBeforeDecrypting(AttachmentNode& node) {
   platform::Files& files = platform::Host().files;
   const std::string folder = node.sDir + std::string(kOriginalsFolder);
   if (!files.FolderExists(folder)) files.CreateFolder(folder);
@@ -56,7 +56,7 @@ std::int32_t CryptoOperations::DecryptAttachment(AttachmentNode& node) {
   // failed as a call has done to the file; the copy stays then.
   return Guarded(
       "CryptoOperations:DecryptAllAttachments - ", platform::engine_status::kUnexpected, [&] {
-        KeepOriginal(node);
+        SetAsideBeforeDecrypting(node);
         const platform::EngineStatus status = Engine().DecryptFileEx(node.sFilename, nullptr);
         if (status != platform::engine_status::kDone) DropCopy(node);
         return DecryptStatusOf(status);

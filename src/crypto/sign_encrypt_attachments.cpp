@@ -68,7 +68,7 @@ void TraceFile(const AttachmentNode& node) {
 
 /// A signature that the user attached makes way for the new one, but goes back into the item should
 /// the message not be sent.
-void KeepOriginal(AttachmentNode& node) {
+void SetAsideOldSignature(AttachmentNode& node) {
   if (node.original_filename != node.sFilename) return;
   const std::string folder = MakeFolderIn(node.sDir);
   const std::string kept = folder + std::string(FileNameOf(node.sFilename));
@@ -91,7 +91,7 @@ void StoreSignature(const AttachmentNode& data, std::string_view signature,
                     AttachmentNodes& nodes) {
   AttachmentNodePtr node = FindByPath(nodes, data.sFilename + ".sig");
   if (node) {
-    KeepOriginal(*node);
+    SetAsideOldSignature(*node);
   } else {
     node = std::make_shared<AttachmentNode>();
     node->sDisplayName = data.sDisplayName + ".sig";

@@ -110,7 +110,8 @@ void MailItemNode::RemoveDecryptNowBar() {
 void MailItemNode::AddDecryptAttachmentsBar() {
   Guarded("AddDecryptAttachmentsBar Error - ", [&] {
     RemoveDecryptAttachmentsBar();
-    if (g_bDisableKVPEntirely || !g_bDisableAutoDecryptAttachments || !IsGoodlyProtected()) return;
+    if (g_bDisableKVPEntirely || !g_bDisableAutoDecryptAttachments || !WasDecryptedOrVerified())
+      return;
     if (m_oMailItem->Attachments()->Count() < 1) return;
     const auto controls = AddBar(*m_oMailItem, g_sDecryptAttachmentsCaption);
     AddButton(*controls, oCommandBarItemDecryptAttachments,

@@ -65,7 +65,7 @@ bool MailItemNode::IsReceived() const {
   return !GetSenderName(m_oMailItem).empty();
 }
 
-bool MailItemNode::IsGoodlyProtected() const {
+bool MailItemNode::WasDecryptedOrVerified() const {
   return m_lDecryptStatus == decrypt_status::kDone || m_lSignStatus == sign_status::kGood;
 }
 
@@ -116,7 +116,7 @@ void MailItemNode::OpenItem() {
 void MailItemNode::m_oMailItem_AttachmentRead(const platform::AttachmentPtr& attachment) {
   const auto held = shared_from_this();
   Guarded("MailItemNode::m_oMailItem_AttachmentRead - ", [&] {
-    if (g_bDisableKVPEntirely || m_bAttachmentNoticeShown || !IsGoodlyProtected()) return;
+    if (g_bDisableKVPEntirely || m_bAttachmentNoticeShown || !WasDecryptedOrVerified()) return;
     if (attachment->ParentTypeName() != platform::kMailItemType) return;
     m_bAttachmentNoticeShown = true;
     if (!g_bDisableAutoDecryptAttachments) return;

@@ -78,7 +78,7 @@ class MailItemNode final : public platform::MailItemEvents,
 
   void OpenItem();
   bool IsReceived() const;
-  bool IsGoodlyProtected() const;
+  bool WasDecryptedOrVerified() const;
   void WriteEncryptedReply(const platform::MailItemPtr& response);
   void RestoreOriginal();
   /// False when one of the item's own attachments did not get back into it.
