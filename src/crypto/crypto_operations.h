@@ -19,6 +19,15 @@ inline constexpr std::int32_t kNoKeyPair = 0;
 inline constexpr std::int32_t kHasKeyPair = 1;
 inline constexpr std::int32_t kKeyPairUnknown = -1;
 
+/// What Authenticate answers.
+inline constexpr std::int16_t kUnlocked = 0;
+inline constexpr std::int16_t kLoginCancelled = 1;
+inline constexpr std::int16_t kRefused = -1;
+
+/// What the other operations answer when they end without a status of the engine's: the user gave
+/// up, or an error stood in the way.
+inline constexpr std::int32_t kGivenUp = -1;
+
 /// The only class that talks to the encryption engine. What configures it, Init, GetLastError,
 /// DecryptFileEx, AddToVector, AddKeyAccountsToRecp and VerifyAttachment let its errors through; no
 /// other public operation throws.
@@ -43,11 +52,11 @@ class CryptoOperations {
   platform::EngineStatus DecryptFileEx(std::string_view path);
   /// kHasKeyPair, kNoKeyPair or kKeyPairUnknown.
   std::int32_t HasKeypair(std::string_view address);
-  /// Asks for an account and its passphrase and unlocks it: 0 unlocked, 1 cancelled, -1 refused.
-  /// Counts the attempt unless it was cancelled.
+  /// Asks for an account and its passphrase and unlocks it: kUnlocked, kLoginCancelled or
+  /// kRefused. Counts the attempt unless it was cancelled.
   std::int16_t Authenticate(std::int16_t& attempts, std::int16_t& wrong_account);
-  /// 1 not encrypted, 0 decrypted (body replaced), -1 given up, else an engine status. `body`
-  /// changes on success only.
+  /// decrypt_status::kNotEncrypted or kDone (body replaced), kGivenUp, else an engine status.
+  /// `body` changes on success only.
   std::int32_t DecryptMailItem(const platform::MailItemPtr& item, std::string& body,
                                AttachmentNodes& attachments);
   /// Adds the text unless it is there already (compared exactly) or blank.
@@ -56,7 +65,8 @@ class CryptoOperations {
   /// Deletes the files, then their folders when nothing is left in them; a file that cannot be
   /// deleted goes to the delete queue. Empties the collection. Never fails.
   void KillAllFiles(AttachmentNodes& attachments);
-  /// 2 not signed, 0 good (body replaced by what was signed), 1 bad, else an engine status.
+  /// sign_status::kNone, kGood (body replaced by what was signed) or kBad, kGivenUp, else an engine
+  /// status.
   std::int32_t VerifyMailItem(const platform::MailItemPtr& item, std::string& body,
                               AttachmentNodes& attachments, std::string& signers);
   /// Adds one own address, so that sent mail stays readable to its sender.
@@ -97,13 +107,13 @@ class CryptoOperations {
   std::int32_t EncryptAllAttachments(const platform::MailItemPtr& item,
                                      AttachmentNodes& attachments,
                                      const platform::IEngineStringVector& recipients);
-  /// 0 all resolved, -1 one could not be.
+  /// 0 all resolved, kGivenUp one could not be.
   std::int32_t ConcatenateRecpAddrs(const platform::MailItemPtr& item, std::string& addresses);
 
   /// Asks for the signing account's passphrase until the engine takes it: its status, nothing when
   /// the user gave up.
   std::optional<platform::EngineStatus> UnlockSigner(const NimbraAccountPtr& signer);
-  /// -13 when a recipient is known to have no key.
+  /// kNoKey when a recipient is known to have none.
   platform::EngineStatus CheckForKeys(const platform::IEngineStringVector& recipients);
   void AddOwnAddress(platform::IEngineStringVector& recipients);
   /// Adds what the recipients' domains ask for, with the user's consent; 1000 without it.

@@ -18,11 +18,6 @@
 #include "platform/host.h"
 
 namespace corvessa {
-namespace {
-
-constexpr std::int32_t kGivenUp = -1;
-
-}  // namespace
 
 std::int32_t CryptoOperations::DecryptMailItem(const platform::MailItemPtr& item, std::string& body,
                                                AttachmentNodes& attachments) {

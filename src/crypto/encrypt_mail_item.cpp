@@ -55,7 +55,7 @@ void CryptoOperations::AddOwnAddress(platform::IEngineStringVector& recipients) 
 
 std::int32_t CryptoOperations::EncryptMailItem(const platform::MailItemPtr& item,
                                                AttachmentNodes& attachments) {
-  std::int32_t status = -1;
+  std::int32_t status = kGivenUp;
   std::int16_t stage = 0;
   const auto trace = [&](std::string_view text) {
     TraceLog([&] {
@@ -63,7 +63,7 @@ std::int32_t CryptoOperations::EncryptMailItem(const platform::MailItemPtr& item
              Decimal(stage) + ")";
     });
   };
-  return Guarded("EncryptMailItem - Error \"", std::int32_t{-1}, [&]() -> std::int32_t {
+  return Guarded("EncryptMailItem - Error \"", kGivenUp, [&]() -> std::int32_t {
     stage = 1;
     trace("Finding message body");
     const platform::SharedText body = item->Body();
@@ -117,7 +117,7 @@ std::int32_t CryptoOperations::EncryptMailItem(const platform::MailItemPtr& item
     stage = 9;
     trace("Remove HTML body");
     ReplaceBody(item, armoured);
-    if (!HoldsOnly(item, armoured)) return -1;
+    if (!HoldsOnly(item, armoured)) return kGivenUp;
 
     stage = 10;
     trace("Encrypting attachments");

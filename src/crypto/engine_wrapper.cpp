@@ -76,19 +76,19 @@ std::int32_t CryptoOperations::HasKeypair(std::string_view address) {
 }
 
 std::int16_t CryptoOperations::Authenticate(std::int16_t& attempts, std::int16_t& wrong_account) {
-  return Guarded("CryptoOperations::Authenticate - ", std::int16_t{-1}, [&]() -> std::int16_t {
+  return Guarded("CryptoOperations::Authenticate - ", kRefused, [&] {
     LoginReason reason = attempts == 0 ? LoginReason::kFirstRequest : LoginReason::kWrongPassphrase;
     if (wrong_account != 0) reason = LoginReason::kCannotDecrypt;
     const NimbraAccountPtr account = UserManagement::GetLoginAccount(reason, "", true);
-    if (!account) return 1;
+    if (!account) return kLoginCancelled;
     PassphraseTrial trial(account);
     const platform::EngineStatus status =
         Engine().AuthenticateAccount(account->m_sAlias, account->m_sPassword.View());
     attempts = CheckedAdd<std::int16_t>(attempts, 1);
-    if (status != 0) return -1;
+    if (status != 0) return kRefused;
     trial.Accept();
     account->SetAuthenticated(true);
-    return 0;
+    return kUnlocked;
   });
 }
 

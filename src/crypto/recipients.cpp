@@ -83,7 +83,7 @@ bool AskAboutDomain(std::string_view domain, std::string_view extra_addresses) {
 
 std::int32_t CryptoOperations::ConcatenateRecpAddrs(const platform::MailItemPtr& item,
                                                     std::string& addresses) {
-  return Guarded(":ConcatenateRecpAddrs - ", std::int32_t{-1}, [&]() -> std::int32_t {
+  return Guarded(":ConcatenateRecpAddrs - ", kGivenUp, [&]() -> std::int32_t {
     const auto recipients = GetSafeRecipients(item);
     TraceRecipients(recipients);
     if (!recipients) Raise(kObjectNotSet);
@@ -93,7 +93,7 @@ std::int32_t CryptoOperations::ConcatenateRecpAddrs(const platform::MailItemPtr&
     for (std::int32_t i = 1; i <= count; ++i) {
       if (!AppendRecipient(*recipients->Item(i), i, list)) {
         TraceLog("ConcatenateRecpAddrs - returning -1");
-        return -1;
+        return kGivenUp;
       }
     }
     TraceLog("ConcatenateRecpAddrs - returning 0");

@@ -65,7 +65,7 @@ std::int32_t CryptoOperations::PutProcessedAttachments(const platform::MailItemP
   if (!ClearAttachments(item) && !ClearAttachments(item)) {
     // What was not removed would leave as it is.
     if (!ReInsertAttachments(item, attachments, true)) ReInsertAttachments(item, attachments, true);
-    return -1;
+    return kGivenUp;
   }
   // A file that cannot be put back does not stop the message, which goes without it.
   if (!ReInsertAttachments(item, attachments, false)) ReInsertAttachments(item, attachments, false);
@@ -77,9 +77,9 @@ std::int32_t CryptoOperations::SignAndEncryptItem(const platform::MailItemPtr& i
                                                   bool no_options_bar) {
   // The plain files are queued as they get encrypted, but are needed again when a later one fails.
   const KeepQueuedFiles keep;
-  return Guarded(":SignAndEncryptItem - ", std::int32_t{-1}, [&]() -> std::int32_t {
+  return Guarded(":SignAndEncryptItem - ", kGivenUp, [&]() -> std::int32_t {
     KillAllFiles(attachments);
-    if (!StoreAllAttachments(item, attachments, no_options_bar)) return -1;
+    if (!StoreAllAttachments(item, attachments, no_options_bar)) return kGivenUp;
 
     const bool no_encrypt = ReadHeaderFlag(item, kNoEncrypt);
     const bool sign_only = no_encrypt && !ReadHeaderFlag(item, kNoSign);

@@ -122,7 +122,7 @@ class EngineFiles {
 
 std::int32_t CryptoOperations::SignAllAttachments(const platform::MailItemPtr& item,
                                                   AttachmentNodes& attachments) {
-  return Guarded(":SignAllAttachments - ", std::int32_t{-1}, [&]() -> std::int32_t {
+  return Guarded(":SignAllAttachments - ", kGivenUp, [&]() -> std::int32_t {
     EngineFiles engine_files;
     const AttachmentNodes present = attachments;
     for (const AttachmentNodePtr& node : present) {
@@ -152,7 +152,7 @@ std::int32_t CryptoOperations::EncryptAttachment(AttachmentNode& node,
   const std::string plain = node.sFilename;
   const std::string encrypted = folder + std::string(FileNameOf(plain));
   TraceLog([&] { return "EncryptAllAttachments - EF2F: Temp encrypted file: " + encrypted; });
-  std::int32_t status = -1;
+  std::int32_t status = kGivenUp;
   const Error error = Attempt([&] {
     platform::Host().ui.DoEvents();
     status = Engine().EncryptFileToFile(recipients, plain, encrypted);
@@ -189,7 +189,7 @@ std::int32_t CryptoOperations::EncryptAllAttachments(
              Decimal(stage) + ")";
     });
   };
-  return Guarded(":EncryptAllAttachments - ", std::int32_t{-1}, [&] {
+  return Guarded(":EncryptAllAttachments - ", kGivenUp, [&] {
     stage = 1;
     trace("Encrypting nodes");
     const AttachmentNodes present = attachments;

@@ -13,7 +13,6 @@
 namespace corvessa {
 namespace {
 
-constexpr std::int32_t kGivenUp = -1;
 /// The engine's other way to say that a passphrase is wrong, and where the loop begins.
 constexpr platform::EngineStatus kNotAuthenticated = 1;
 

@@ -12,7 +12,8 @@ class frmHTML final : public Form {
  public:
   frmHTML();
 
-  /// 6 convert to plain text and send securely, 5 send HTML in clear, 3 closed without a choice.
+  /// kResultYes: convert to plain text and send securely; kResultSendAsIs: send HTML in clear;
+  /// kResultClosed: closed without a choice.
   std::int32_t Result() const { return result_; }
 
   Label Label1{*this,

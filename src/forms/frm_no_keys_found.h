@@ -17,7 +17,8 @@ class frmNoKeysFound final : public Form {
 
   /// Another reason than the usual one why these recipients are listed.
   void SetHeading(std::string_view heading);
-  /// 6 send without encryption, 7 do not, 3 closed without a choice.
+  /// kResultYes: send without encryption; kResultNo: do not; kResultClosed: closed without a
+  /// choice.
   std::int32_t SendUnencrypted();
 
   Label Label1{*this,

@@ -18,9 +18,6 @@
 namespace corvessa {
 namespace {
 
-constexpr std::int16_t kUnlocked = 0;
-constexpr std::int16_t kCancelled = 1;
-
 std::shared_ptr<frmSaveAttachments> FindDialog(std::string_view entry_id) {
   for (const auto& dialog : LoadedFormsOf<frmSaveAttachments>()) {
     if (dialog->EntryID == entry_id) return dialog;
@@ -131,7 +128,7 @@ std::int32_t frmSaveAttachments::Decrypt(const AttachmentNode& node) {
          (status == platform::engine_status::kWrongPassphrase ||
           status == platform::engine_status::kNoKey)) {
     const std::int16_t answer = crypto->Authenticate(attempts, wrong_account);
-    login_cancelled_ = answer == kCancelled;
+    login_cancelled_ = answer == kLoginCancelled;
     if (answer != kUnlocked) continue;
     status = crypto->DecryptFileEx(node.sFilename);
     wrong_account = 1;

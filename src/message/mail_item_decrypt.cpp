@@ -116,8 +116,8 @@ void MailItemNode::DecryptVerifyAll(const platform::MailItemPtr& item, std::stri
   }
   crypto->KillAllFiles(attachments);
   if (!crypto->StoreAllAttachments(item, attachments, false)) {
-    m_lDecryptStatus = -1;
-    m_lSignStatus = -1;
+    m_lDecryptStatus = kGivenUp;
+    m_lSignStatus = kGivenUp;
     return;
   }
   if (!IsStillOpen()) return;
