@@ -21,6 +21,9 @@ namespace {
 constexpr std::int32_t kFaceDecrypt = 39;
 constexpr std::int32_t kFaceOriginalMessage = 37;
 
+constexpr std::string_view kEncryptionOption = "EncryptionOption";
+constexpr std::string_view kSigningOption = "SigningOption";
+
 bool IsArmoured(std::string_view text) {
   return IsPGPMessage(text) || IsPGPSignedMessage(text);
 }
@@ -89,6 +92,13 @@ void MailItemNode::BindButton(platform::CommandBarButtonPtr found, BarButton& bu
   button.Bind(std::move(found), [node = weak_from_this(), on_click] {
     if (const auto held = node.lock()) ((*held).*on_click)();
   });
+}
+
+void MailItemNode::RemoveBars() {
+  RemoveDecryptNowBar();
+  RemoveDecryptAttachmentsBar();
+  RemoveStatusBar();
+  RemoveOptionsBar();
 }
 
 void MailItemNode::AddDecryptNowBar() {
@@ -162,29 +172,32 @@ void MailItemNode::AddOptionsBar() {
       RemoveOptionsBar();
       return;
     }
-    constexpr auto kEncryptionClick = &MailItemNode::oCommandBarItemEncryptionOption_Click;
-    constexpr auto kSigningClick = &MailItemNode::oCommandBarItemSigningOption_Click;
-    constexpr std::string_view kEncryptionName = "EncryptionOption";
-    constexpr std::string_view kSigningName = "SigningOption";
     const auto bar = FindBar(*m_oMailItem, g_sOptionsCaption);
     if (!bar) {
-      const std::string product = Customization::AppLongName();
-      const auto controls = AddBar(*m_oMailItem, g_sOptionsCaption);
-      AddButton(*controls, oCommandBarItemEncryptionOption,
-                {kEncryptionName, "Encrypt on send", "Encrypt using " + product, kFaceOff, true},
-                kEncryptionClick);
-      AddButton(*controls, oCommandBarItemSigningOption,
-                {kSigningName, "Sign on send", "Sign using " + product, kFaceOff, false},
-                kSigningClick);
+      MakeOptionButtons(*AddBar(*m_oMailItem, g_sOptionsCaption));
     } else if (!oCommandBarItemEncryptionOption.IsBound() ||
                !oCommandBarItemSigningOption.IsBound()) {
-      const auto controls = bar->Controls();
-      BindButton(controls->Item(1), oCommandBarItemEncryptionOption, kEncryptionName,
-                 kEncryptionClick);
-      BindButton(controls->Item(2), oCommandBarItemSigningOption, kSigningName, kSigningClick);
+      BindOptionButtons(*bar->Controls());
     }
     ApplyOptionDefaults();
   });
+}
+
+void MailItemNode::MakeOptionButtons(platform::CommandBarControls& controls) {
+  const std::string product = Customization::AppLongName();
+  AddButton(controls, oCommandBarItemEncryptionOption,
+            {kEncryptionOption, "Encrypt on send", "Encrypt using " + product, kFaceOff, true},
+            &MailItemNode::oCommandBarItemEncryptionOption_Click);
+  AddButton(controls, oCommandBarItemSigningOption,
+            {kSigningOption, "Sign on send", "Sign using " + product, kFaceOff, false},
+            &MailItemNode::oCommandBarItemSigningOption_Click);
+}
+
+void MailItemNode::BindOptionButtons(platform::CommandBarControls& controls) {
+  BindButton(controls.Item(1), oCommandBarItemEncryptionOption, kEncryptionOption,
+             &MailItemNode::oCommandBarItemEncryptionOption_Click);
+  BindButton(controls.Item(2), oCommandBarItemSigningOption, kSigningOption,
+             &MailItemNode::oCommandBarItemSigningOption_Click);
 }
 
 void MailItemNode::RemoveOptionsBar() {

@@ -28,6 +28,16 @@ std::string_view BooleanText(bool value) {
   return value ? "True" : "False";
 }
 
+void TraceExit(bool processed) {
+  Debug_Info::TraceLog([&] {
+    return std::string("MailItem_Open Exit (")
+        .append(BooleanText(g_bDisableKVPEntirely))
+        .append(", ")
+        .append(BooleanText(processed))
+        .append(")");
+  });
+}
+
 }  // namespace
 
 MailItemNode::MailItemNode() {
@@ -80,23 +90,13 @@ void MailItemNode::m_oMailItem_Read() {
 }
 
 void MailItemNode::OpenItem() {
+  if (g_bDisableKVPEntirely) {
+    RemoveBars();
+    return TraceExit(m_bProcessed);
+  }
   // Outlook raises both Read and Open for one opening: what the first of them built has to stay.
-  if (g_bDisableKVPEntirely || !m_bProcessed) {
-    RemoveDecryptNowBar();
-    RemoveDecryptAttachmentsBar();
-    RemoveStatusBar();
-    RemoveOptionsBar();
-  }
-  if (g_bDisableKVPEntirely || m_bProcessed) {
-    Debug_Info::TraceLog([&] {
-      return std::string("MailItem_Open Exit (")
-          .append(BooleanText(g_bDisableKVPEntirely))
-          .append(", ")
-          .append(BooleanText(m_bProcessed))
-          .append(")");
-    });
-    return;
-  }
+  if (m_bProcessed) return TraceExit(true);
+  RemoveBars();
   m_lDecryptStatus = -1;
   m_lSignStatus = -1;
   if (!body_replaced_) body_decrypted_ = false;

@@ -98,6 +98,7 @@ class MailItemNode final : public platform::MailItemEvents,
   void DecryptVerifyAll(const platform::MailItemPtr& item, std::string& text,
                         AttachmentNodes& attachments);
 
+  void RemoveBars();
   void AddDecryptNowBar();
   void RemoveDecryptNowBar();
   void AddDecryptAttachmentsBar();
@@ -106,6 +107,8 @@ class MailItemNode final : public platform::MailItemEvents,
   void RemoveStatusBar();
   void AddOptionsBar();
   void RemoveOptionsBar();
+  void MakeOptionButtons(platform::CommandBarControls& controls);
+  void BindOptionButtons(platform::CommandBarControls& controls);
   void ApplyOptionDefaults();
   void SetEncryptionOption(bool on);
   void SetSigningOption(bool on, bool disabled);
