@@ -5,6 +5,7 @@
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/engine_texts.h"
+#include "crypto/stage_trace.h"
 #include "message/armour.h"
 #include "message/encryption_failure.h"
 #include "platform/host.h"
@@ -56,28 +57,22 @@ void CryptoOperations::AddOwnAddress(platform::IEngineStringVector& recipients) 
 std::int32_t CryptoOperations::EncryptMailItem(const platform::MailItemPtr& item,
                                                AttachmentNodes& attachments) {
   std::int32_t status = kGivenUp;
-  std::int16_t stage = 0;
-  const auto trace = [&](std::string_view text) {
-    TraceLog([&] {
-      return "EncryptMailItem - " + std::string(text) + " (" + Decimal(status) + ", " +
-             Decimal(stage) + ")";
-    });
-  };
+  StageTrace trace("EncryptMailItem", status);
   return Guarded("EncryptMailItem - Error \"", kGivenUp, [&]() -> std::int32_t {
-    stage = 1;
+    trace.Begin(1);
     trace("Finding message body");
     const platform::SharedText body = item->Body();
 
-    stage = 2;
+    trace.Begin(2);
     trace("Determining recipients");
     std::string list;
     if (ConcatenateRecpAddrs(item, list) != 0) return kUnresolvedRecipients;
 
-    stage = 3;
+    trace.Begin(3);
     trace("Adding recipients");
     TraceLog([&] { return "EncryptMailItem - Found recipients \"" + list; });
 
-    stage = 4;
+    trace.Begin(4);
     trace("Encrypting");
     const auto recipients = platform::Host().engine.CreateStringVector();
     const std::vector<std::string> addresses = Split(list, ";");
@@ -89,15 +84,15 @@ std::int32_t CryptoOperations::EncryptMailItem(const platform::MailItemPtr& item
       AddToVector(*recipients, address);
     }
 
-    stage = 5;
+    trace.Begin(5);
     status = CheckForKeys(*recipients);
     if (status != 0) return status;
 
-    stage = 6;
+    trace.Begin(6);
     trace("About to encrypt text");
     AddOwnAddress(*recipients);
 
-    stage = 7;
+    trace.Begin(7);
     if (g_bADKEnabled) {
       TraceLog("EncryptMailItem - Begin ADK Code");
       status = AddAdditionalDecryptionKeys(addresses, *recipients);
@@ -105,7 +100,7 @@ std::int32_t CryptoOperations::EncryptMailItem(const platform::MailItemPtr& item
       TraceLog("EncryptMailItem - Finished ADK Code");
     }
 
-    stage = 8;
+    trace.Begin(8);
     std::string armoured;
     status = Engine().EncryptText(*recipients, *body, armoured);
     trace("Finished encrypting text (?)");
@@ -114,12 +109,12 @@ std::int32_t CryptoOperations::EncryptMailItem(const platform::MailItemPtr& item
       return status;
     }
 
-    stage = 9;
+    trace.Begin(9);
     trace("Remove HTML body");
     ReplaceBody(item, armoured);
     if (!HoldsOnly(item, armoured)) return kGivenUp;
 
-    stage = 10;
+    trace.Begin(10);
     trace("Encrypting attachments");
     status = EncryptAllAttachments(item, attachments, *recipients);
     trace("Finished encrypting attachments");

@@ -6,6 +6,7 @@
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/signature_content.h"
+#include "crypto/stage_trace.h"
 #include "crypto/stored_files.h"
 #include "crypto/stored_name.h"
 #include "platform/clock.h"
@@ -103,6 +104,22 @@ void StoreSignature(const AttachmentNode& data, std::string_view signature,
   Files().Write(node->sFilename, signature);
 }
 
+/// What a failed encryption may have begun to write.
+void DropFailedOutput(const std::string& folder, const std::string& path) {
+  Ignoring([&] {
+    if (Exists(path)) DeleteOrQueue(path);
+  });
+  RemoveFolderIfEmpty(folder);
+}
+
+void AdoptEncrypted(AttachmentNode& node, const std::string& folder, const std::string& path) {
+  TraceLog("EncryptAllAttachments - EF2F: Adding original to delete queue");
+  QueueForDeletion(node.sFilename);
+  TraceLog("EncryptAllAttachments - EF2F: File encrypted, updating path in attachment node");
+  node.sDir = folder;
+  node.sFilename = path;
+}
+
 /// Deletes the engine's signature files when signing is over, however it ended.
 class EngineFiles {
  public:
@@ -149,31 +166,19 @@ std::int32_t CryptoOperations::EncryptAttachment(AttachmentNode& node,
                                                  const platform::IEngineStringVector& recipients) {
   TraceFile(node);
   const std::string folder = MakeFolderIn(node.sDir);
-  const std::string plain = node.sFilename;
-  const std::string encrypted = folder + std::string(FileNameOf(plain));
+  const std::string encrypted = folder + std::string(FileNameOf(node.sFilename));
   TraceLog([&] { return "EncryptAllAttachments - EF2F: Temp encrypted file: " + encrypted; });
   std::int32_t status = kGivenUp;
   const Error error = Attempt([&] {
     platform::Host().ui.DoEvents();
-    status = Engine().EncryptFileToFile(recipients, plain, encrypted);
+    status = Engine().EncryptFileToFile(recipients, node.sFilename, encrypted);
     platform::Host().ui.DoEvents();
   });
-  if (error.number != 0 || status != 0) {
-    Ignoring([&] {
-      if (Exists(encrypted)) DeleteOrQueue(encrypted);
-    });
-    RemoveFolderIfEmpty(folder);
-  }
+  if (error.number != 0 || status != 0) DropFailedOutput(folder, encrypted);
   if (error.number != 0) throw error;
   TraceLog(
       [&] { return "EncryptAllAttachments - EF2F: Encrypted error code: " + Decimal(status); });
-  if (status == 0) {
-    TraceLog("EncryptAllAttachments - EF2F: Adding original to delete queue");
-    QueueForDeletion(plain);
-    TraceLog("EncryptAllAttachments - EF2F: File encrypted, updating path in attachment node");
-    node.sDir = folder;
-    node.sFilename = encrypted;
-  }
+  if (status == 0) AdoptEncrypted(node, folder, encrypted);
   TraceLog([&] { return "EncryptAllAttachments - Encrypted \"" + node.sFilename; });
   return status;
 }
@@ -182,15 +187,9 @@ std::int32_t CryptoOperations::EncryptAllAttachments(
     const platform::MailItemPtr& item, AttachmentNodes& attachments,
     const platform::IEngineStringVector& recipients) {
   std::int32_t status = 0;
-  std::int16_t stage = 0;
-  const auto trace = [&](std::string_view text) {
-    TraceLog([&] {
-      return "EncryptAllAttachments - " + std::string(text) + " (" + Decimal(status) + ", " +
-             Decimal(stage) + ")";
-    });
-  };
+  StageTrace trace("EncryptAllAttachments", status);
   return Guarded(":EncryptAllAttachments - ", kGivenUp, [&] {
-    stage = 1;
+    trace.Begin(1);
     trace("Encrypting nodes");
     const AttachmentNodes present = attachments;
     for (const AttachmentNodePtr& node : present) {
@@ -198,7 +197,7 @@ std::int32_t CryptoOperations::EncryptAllAttachments(
       const std::int32_t outcome = EncryptAttachment(*node, recipients);
       if (outcome != 0) status = outcome;
     }
-    stage = 2;
+    trace.Begin(2);
     trace("Finished");
     return status;
   });
