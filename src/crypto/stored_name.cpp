@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
+#include <optional>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -81,6 +82,22 @@ class Places {
   std::unordered_map<std::int32_t, std::int32_t> files_;
 };
 
+/// The folders of the data files of each name, in lower case.
+using DataFolders = std::unordered_multimap<std::string, std::int32_t>;
+
+/// The first folder that holds the signature's data file and has its stored name free.
+std::optional<std::int32_t> FolderBeside(std::string_view signature_name, std::string_view stored,
+                                         const DataFolders& data_folders, const Places& taken) {
+  std::optional<std::int32_t> beside;
+  const auto [first, last] = data_folders.equal_range(LCase(SignedName(signature_name)));
+  for (auto data = first; data != last; ++data) {
+    if (taken.IsFree(stored, data->second) && (!beside || data->second < *beside)) {
+      beside = data->second;
+    }
+  }
+  return beside;
+}
+
 }  // namespace
 
 std::string StoredFileName(std::string_view attachment_name) {
@@ -96,7 +113,7 @@ std::string StoredFileName(std::string_view attachment_name) {
 
 std::vector<StoredPlace> StoredPlaces(const std::vector<std::string>& attachment_names) {
   std::vector<StoredPlace> places(attachment_names.size());
-  std::unordered_multimap<std::string, std::int32_t> data_folders;
+  DataFolders data_folders;
   Places taken;
   for (std::size_t i = 0; i < places.size(); ++i) {
     const std::string& name = attachment_names[i];
@@ -108,15 +125,8 @@ std::vector<StoredPlace> StoredPlaces(const std::vector<std::string>& attachment
     const std::string& name = attachment_names[i];
     if (!HasSignatureName(name)) continue;
     const std::string stored = StoredFileName(name);
-    const auto [first, last] = data_folders.equal_range(LCase(SignedName(name)));
-    std::int32_t folder = 0;
-    bool stands_beside = false;
-    for (auto data = first; data != last; ++data) {
-      if (!taken.IsFree(stored, data->second) || (stands_beside && data->second > folder)) continue;
-      folder = data->second;
-      stands_beside = true;
-    }
-    places[i] = stands_beside ? taken.TakeBeside(stored, folder) : taken.Take(stored);
+    const auto folder = FolderBeside(name, stored, data_folders, taken);
+    places[i] = folder ? taken.TakeBeside(stored, *folder) : taken.Take(stored);
   }
   return places;
 }
