@@ -17,7 +17,7 @@ namespace {
 
 /// Whether every character may stand in the domain of an address that was lower-cased before.
 bool IsDomainText(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) {
+  return std::ranges::all_of(text, [](char c) {
     return c == '-' || c == '.' || (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z');
   });
 }
@@ -52,9 +52,8 @@ bool AddNimbraAccount(const NimbraAccountPtr& account) {
 bool RemoveNimbraAccountUser(std::string_view address) {
   return Guarded("UserManagement:RemoveNimbraAccountUser - ", false, [&] {
     const std::string alias = LCase(Trim(address));
-    const auto found =
-        std::find_if(g_colAccounts.begin(), g_colAccounts.end(),
-                     [&](const auto& account) { return account->m_sAlias == alias; });
+    const auto found = std::ranges::find_if(
+        g_colAccounts, [&](const auto& account) { return account->m_sAlias == alias; });
     if (found == g_colAccounts.end()) return false;
     g_colAccounts.erase(found);
     return true;
@@ -90,8 +89,8 @@ NimbraAccountPtr GetSigningAccount() {
 
 bool AreThereUnauthenticatedAccounts() {
   return Guarded(":AreThereUnauthenticatedAccounts - ", false, [] {
-    return std::any_of(g_colAccounts.begin(), g_colAccounts.end(),
-                       [](const auto& account) { return !account->GetAuthenticated(); });
+    return std::ranges::any_of(g_colAccounts,
+                               [](const auto& account) { return !account->GetAuthenticated(); });
   });
 }
 
@@ -101,7 +100,7 @@ std::int32_t GetKeyPairCount(frmSplashScreen* splash) {
     // A copy: painting the caption lets events in, and one of them may reload the accounts.
     const NimbraAccounts accounts = g_colAccounts;
     for (const NimbraAccountPtr& account : accounts) {
-      if (splash != nullptr) {
+      if (splash) {
         splash->SetCaption("Searching for encryption keys for " + account->m_sAlias + "...");
       }
       if (Crypto()->HasKeypair(account->m_sAlias) == kHasKeyPair) count = CheckedAdd(count, 1);

@@ -15,7 +15,7 @@ std::vector<std::string> g_colTempFiles;
 int KeepQueuedFiles::holders_ = 0;
 
 bool IsQueuedForDeletion(std::string_view path) {
-  return std::find(g_colTempFiles.begin(), g_colTempFiles.end(), path) != g_colTempFiles.end();
+  return std::ranges::find(g_colTempFiles, path) != g_colTempFiles.end();
 }
 
 void QueueForDeletion(std::string_view path) {

@@ -15,7 +15,7 @@ void TraceCaughtError(std::string_view prefix) noexcept;
 
 /// The error boundary. Runs the body and gives its result; when anything is thrown, writes one
 /// trace line, prefix + description, and gives the neutral result. Nothing gets past it.
-template <class Result, class Body>
+template <typename Result, typename Body>
 Result Guarded(std::string_view prefix, Result neutral, Body&& body) noexcept {
   try {
     return std::forward<Body>(body)();
@@ -25,7 +25,7 @@ Result Guarded(std::string_view prefix, Result neutral, Body&& body) noexcept {
   }
 }
 
-template <class Body>
+template <typename Body>
 void Guarded(std::string_view prefix, Body&& body) noexcept {
   try {
     std::forward<Body>(body)();
@@ -36,7 +36,7 @@ void Guarded(std::string_view prefix, Body&& body) noexcept {
 
 /// Runs the body and gives the error that ended it, number 0 when none did. For the places that go
 /// on after an error, entry by entry, and word their own trace.
-template <class Body>
+template <typename Body>
 Error Attempt(Body&& body) noexcept {
   try {
     std::forward<Body>(body)();
@@ -47,7 +47,7 @@ Error Attempt(Body&& body) noexcept {
 }
 
 /// Runs the body; an error ends it and nothing else.
-template <class Body>
+template <typename Body>
 void Ignoring(Body&& body) noexcept {
   Attempt(std::forward<Body>(body));
 }

@@ -250,7 +250,7 @@ std::string Utf8(char32_t code) {
 }
 
 bool IsAscii(std::string_view text) {
-  return std::none_of(text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; });
+  return std::ranges::none_of(text, [](char c) { return (c & 0x80) != 0; });
 }
 
 bool HoldsControlCharacter(std::string_view text) {

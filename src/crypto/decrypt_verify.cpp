@@ -58,8 +58,9 @@ NimbraAccountPtr CryptoOperations::LoginAndDecrypt(std::string_view armoured, st
       Debug_Info::TraceLog("DecryptMailItem - wrong passphrase or account 3 times");
       return nullptr;
     }
-    if (status != 1 && status != platform::engine_status::kWrongPassphrase)
+    if (status != 1 && status != platform::engine_status::kWrongPassphrase) {
       reason = LoginReason::kCannotDecrypt;
+    }
     auto account = UserManagement::GetLoginAccount(reason, "", true);
     if (!account) return nullptr;
     PassphraseTrial trial(account);

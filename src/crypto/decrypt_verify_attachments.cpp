@@ -42,8 +42,9 @@ void SetAsideBeforeDecrypting(AttachmentNode& node) {
 
 std::string OutcomeText(platform::EngineStatus status, const std::string& signers,
                         bool has_unknown_signers) {
-  if (status == platform::engine_status::kGoodSignature)
+  if (status == platform::engine_status::kGoodSignature) {
     return "Verified signatures by: " + signers;
+  }
   if (status == platform::engine_status::kBadSignature) return "Failed signatures by: " + signers;
   if (has_unknown_signers) return "Signatures by unknown signers were found";
   return "An error occurred while verifying: " + std::string(EngineErrorText(status));
@@ -69,8 +70,9 @@ std::int32_t CryptoOperations::DecryptAllAttachments(const platform::MailItemPtr
   Guarded("CryptoOperations:DecryptAllAttachments - ", [&] {
     ForEachAttachment(attachments, "Decrypting attachments", [&](const AttachmentNodePtr& node) {
       if (IsSignature(node->sFilename, attachments, item) &&
-          HoldsReadableSignature(node->sFilename))
+          HoldsReadableSignature(node->sFilename)) {
         return;
+      }
       node->lDecryptStatus = DecryptAttachment(*node);
       if (!IsReadable(node->lDecryptStatus)) result = node->lDecryptStatus;
     });
@@ -87,8 +89,9 @@ std::int32_t CryptoOperations::VerifyAllAttachments(AttachmentNodes& attachments
       if (!HasSignatureName(FileNameOf(signature->sFilename))) return;
       // What was encrypted may be a document with a signature's name.
       if (signature->lDecryptStatus == decrypt_status::kDone &&
-          !HoldsReadableSignature(signature->sFilename))
+          !HoldsReadableSignature(signature->sFilename)) {
         return;
+      }
       const AttachmentNodePtr data = FindByPath(attachments, SignedName(signature->sFilename));
       if (!data) return;
       data->lSignStatus = signature->lSignStatus = platform::engine_status::kUnexpected;

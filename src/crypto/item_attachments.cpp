@@ -178,8 +178,9 @@ bool CryptoOperations::IsSignature(std::string_view path, const AttachmentNodes&
 bool CryptoOperations::HasEncryptedOrSignedAttachments(const AttachmentNodes& attachments) {
   for (const AttachmentNodePtr& node : attachments) {
     if (node->lDecryptStatus != decrypt_status::kNotEncrypted ||
-        node->lSignStatus != sign_status::kNone)
+        node->lSignStatus != sign_status::kNone) {
       return true;
+    }
   }
   return false;
 }

@@ -54,7 +54,7 @@ bool AppendRecipient(platform::Recipient& recipient, std::int32_t index, std::st
 }
 
 bool Contains(const std::vector<std::string>& texts, std::string_view text) {
-  return std::find(texts.begin(), texts.end(), text) != texts.end();
+  return std::ranges::find(texts, text) != texts.end();
 }
 
 /// The domains of the addresses, each once, in order.
@@ -105,11 +105,13 @@ std::int32_t CryptoOperations::ConcatenateRecpAddrs(const platform::MailItemPtr&
 
 void CryptoOperations::AddKeyAccountsToRecp(platform::IEngineStringVector& recipients) {
   NimbraAccounts candidates = g_colAccounts;
-  if (auto signer = UserManagement::GetSigningAccount())
+  if (auto signer = UserManagement::GetSigningAccount()) {
     candidates.insert(candidates.begin(), signer);
+  }
   for (const NimbraAccountPtr& account : candidates) {
-    if (HasKeypair(account->m_sAlias) == kHasKeyPair)
+    if (HasKeypair(account->m_sAlias) == kHasKeyPair) {
       return AddToVector(recipients, account->m_sAlias);
+    }
   }
 }
 

@@ -27,7 +27,7 @@ class Checkpoint {
     body_.PutBack(item);
     for (std::size_t i = 0; i < nodes_.size(); ++i) PutBack(*nodes_[i], states_[i]);
     for (const AttachmentNodePtr& node : nodes) {
-      if (std::find(nodes_.begin(), nodes_.end(), node) == nodes_.end()) {
+      if (std::ranges::find(nodes_, node) == nodes_.end()) {
         DeleteOrQueue(node->sFilename);
       }
     }

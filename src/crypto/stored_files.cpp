@@ -36,9 +36,8 @@ std::string CreatePrivateFolder() {
 
 AttachmentNodePtr FindByPath(const AttachmentNodes& nodes, std::string_view path) {
   const std::string wanted = LCase(path);
-  const auto found = std::find_if(nodes.begin(), nodes.end(), [&](const AttachmentNodePtr& node) {
-    return LCase(node->sFilename) == wanted;
-  });
+  const auto found = std::ranges::find_if(
+      nodes, [&](const AttachmentNodePtr& node) { return LCase(node->sFilename) == wanted; });
   return found == nodes.end() ? nullptr : *found;
 }
 

@@ -44,7 +44,7 @@ bool IsFolderName(std::string_view name) {
 std::string CleanName(std::string_view last_component) {
   std::string name = ForDisplay(last_component);
   if (name.empty()) name = "attachment";
-  std::replace_if(name.begin(), name.end(), IsForbidden, '_');
+  std::ranges::replace_if(name, IsForbidden, '_');
   for (auto c = name.rbegin(); c != name.rend() && (*c == '.' || *c == ' '); ++c) *c = '_';
   if (IsDeviceName(name) || IsFolderName(name)) name.insert(0, "_");
   return ShortenedFileName(name, kMaximumBytes);

@@ -14,11 +14,11 @@ Control::Control(Form& form, std::string name, Rect bounds)
 }
 
 bool Control::IsShown() const {
-  return Visible && (container_ == nullptr || container_->IsShown());
+  return Visible && (!container_ || container_->IsShown());
 }
 
 bool Control::IsUsable() const {
-  return Enabled && (container_ == nullptr || container_->IsUsable());
+  return Enabled && (!container_ || container_->IsUsable());
 }
 
 void Control::RaiseEvent(std::string_view event, const Handler& handler) {

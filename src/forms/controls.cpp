@@ -58,7 +58,7 @@ void OptionButton::Select() {
   if (selected_) return;
   for (Control* control : Parent().Controls()) {
     auto* other = dynamic_cast<OptionButton*>(control);
-    if (other != nullptr && other->Name() == Name()) other->selected_ = false;
+    if (other && other->Name() == Name()) other->selected_ = false;
   }
   selected_ = true;
   RaiseEvent("Click", OnClick);

@@ -27,7 +27,7 @@ Form::Form(std::string name, std::string caption, int width, int height)
     : Caption(std::move(caption)), Width(width), Height(height), name_(std::move(name)) {}
 
 Control* Form::Find(std::string_view control_name, int index) const {
-  const auto found = std::find_if(controls_.begin(), controls_.end(), [&](const Control* control) {
+  const auto found = std::ranges::find_if(controls_, [&](const Control* control) {
     return control->Name() == control_name && control->Index() == index;
   });
   return found == controls_.end() ? nullptr : *found;

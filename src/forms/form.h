@@ -111,7 +111,7 @@ using FormPtr = std::shared_ptr<Form>;
 std::vector<FormPtr> LoadedForms();
 
 /// Those of one class.
-template <class F>
+template <typename F>
 std::vector<std::shared_ptr<F>> LoadedFormsOf() {
   std::vector<std::shared_ptr<F>> found;
   for (const FormPtr& form : LoadedForms()) {

@@ -120,8 +120,9 @@ void MailItemNode::RemoveDecryptNowBar() {
 void MailItemNode::AddDecryptAttachmentsBar() {
   Guarded("AddDecryptAttachmentsBar Error - ", [&] {
     RemoveDecryptAttachmentsBar();
-    if (g_bDisableKVPEntirely || !g_bDisableAutoDecryptAttachments || !WasDecryptedOrVerified())
+    if (g_bDisableKVPEntirely || !g_bDisableAutoDecryptAttachments || !WasDecryptedOrVerified()) {
       return;
+    }
     if (m_oMailItem->Attachments()->Count() < 1) return;
     const auto controls = AddBar(*m_oMailItem, g_sDecryptAttachmentsCaption);
     AddButton(*controls, oCommandBarItemDecryptAttachments,
@@ -150,8 +151,9 @@ void MailItemNode::AddStatusBar() {
                "Message " + SignStatusTextWithSigners(m_lSignStatus, m_sSigners),
                StatusFace(m_lSignStatus), false},
               &MailItemNode::oCommandBarItemSigningStatus_Click);
-    if (m_lDecryptStatus == decrypt_status::kNotEncrypted && m_lSignStatus == sign_status::kNone)
+    if (m_lDecryptStatus == decrypt_status::kNotEncrypted && m_lSignStatus == sign_status::kNone) {
       return;
+    }
     AddButton(*controls, oCommandBarItemShowOriginalMessage,
               {"ShowOriginalMessage", "Show original message", "Show original message",
                kFaceOriginalMessage, false},

@@ -140,8 +140,9 @@ void MailItemNode::m_oMailItem_Close(bool& /*cancel*/) {
     m_bProcessed = false;
     if (g_bDisableKVPEntirely || m_oMailItem->TypeName() != platform::kMailItemType) return;
     // A message whose attachment failed, or that was only signed, holds a changed body too.
-    if (m_lDecryptStatus != decrypt_status::kDone && !body_replaced_ && !attachments_replaced_)
+    if (m_lDecryptStatus != decrypt_status::kDone && !body_replaced_ && !attachments_replaced_) {
       return;
+    }
     const Error error = Attempt([&] { RestoreOriginal(); });
     CleanUp();
     if (error.number != 0) throw error;

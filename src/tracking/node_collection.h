@@ -15,7 +15,7 @@ namespace corvessa {
 /// The nodes of one kind of window, in the order of their registration, keyed by the decimal text
 /// of their IDs. A node is always taken out before it is let go, because its destruction may come
 /// back to the collection.
-template <class Node>
+template <typename Node>
 class NodeCollection {
  public:
   using NodePtr = std::shared_ptr<Node>;
@@ -29,8 +29,8 @@ class NodeCollection {
   /// Error (5) when no node has the ID.
   NodePtr Take(std::int32_t node_id) {
     const std::string key = Decimal(node_id);
-    const auto found = std::find_if(nodes_.begin(), nodes_.end(),
-                                    [&](const auto& entry) { return entry.first == key; });
+    const auto found =
+        std::ranges::find_if(nodes_, [&](const auto& entry) { return entry.first == key; });
     if (found == nodes_.end()) Raise(kInvalidArgument);
     return TakeAt(found);
   }

@@ -45,8 +45,8 @@ class SendFaults : public Sending, public ::testing::WithParamInterface<std::siz
       SCOPED_TRACE(std::to_string(n) + " " + failed);
       faults.FailAt(0);
       const auto trace = Trace();
-      check(sent, std::find(trace.begin(), trace.end(),
-                            "m_oApplication_ItemSend: Sending original") != trace.end());
+      check(sent,
+            std::ranges::find(trace, "m_oApplication_ItemSend: Sending original") != trace.end());
       if (sent) {
         EXPECT_EQ(sent->attachments.size(), before.attachments.size());
       } else {
@@ -135,8 +135,9 @@ TEST_F(Sending, AnAttachmentThatOutlookHoldsStopsTheSendAndNoneIsLost) {
   for (const char* name : {"a.txt", "b.txt", "c.txt"}) Attach(item, name, "canary-5e11");
   const desk::ItemData before = item->Data();
   outlook.OnCall([&](std::string_view call) {
-    if (call == "Attachments.Remove" && item->Data().attachments.size() == 2)
+    if (call == "Attachments.Remove" && item->Data().attachments.size() == 2) {
       Raise(kPathFileAccess);
+    }
   });
   EXPECT_EQ(outlook.Send(item), std::nullopt);
   outlook.OnCall(nullptr);

@@ -153,7 +153,7 @@ TEST_P(SendFromEachOutlook, HTMLBecomesPlainTextAndComesBackWhenNothingIsSent) {
   EXPECT_FALSE(outlook.Send(item));
   EXPECT_EQ(*item->Data().html, html);
   const auto trace = Trace();
-  EXPECT_EQ(std::count(trace.begin(), trace.end(), converting), 1);
+  EXPECT_EQ(std::ranges::count(trace, converting), 1);
 
   SendTo(item, "Bob", "bob@example.org");
   const auto sent = outlook.Send(item);

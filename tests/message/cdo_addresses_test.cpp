@@ -1,5 +1,7 @@
 #include "message/cdo_addresses.h"
 
+#include <algorithm>
+
 #include "forms/frm_generic.h"
 #include "message/message_operations.h"
 #include "platform/redemption.h"
@@ -77,10 +79,11 @@ TEST_F(Addresses, TellOnceThatCDOIsMissing) {
   }
   ExpectGolden("cdo_is_missing", told);
   const auto trace = Trace();
-  EXPECT_EQ(std::count(trace.begin(), trace.end(),
-                       "GetMAPISession - Error encountered: 429 ActiveX component can't create "
-                       "object"),
-            4);
+  EXPECT_EQ(
+      std::ranges::count(trace,
+                         "GetMAPISession - Error encountered: 429 ActiveX component can't create "
+                         "object"),
+      4);
   EXPECT_EQ(trace.back(), "GetRealAddress: Exit failed to get MAPI");
 
   outlook.Cdo().installed = true;

@@ -133,10 +133,10 @@ TEST_F(MessageOperations, AnEncryptionFailureListsTheRecipientsConcerned) {
         rows.push_back(form.lstEmailAddr.Row(i));
       }
       EXPECT_EQ(rows, c.rows) << c.code;
-      if (c.button == nullptr) {
-        form.PressCloseBox();
-      } else {
+      if (c.button) {
         form.Find<CommandButton>(c.button)->Press();
+      } else {
+        form.PressCloseBox();
       }
     });
     EXPECT_EQ(ReportEncryptionFailure(c.code, item), c.answer);

@@ -46,7 +46,7 @@ bool IsErrorLine(const std::string& entry) {
 }
 
 /// The ordinary files below a folder that satisfy a condition, relative to it, sorted.
-template <class Condition>
+template <typename Condition>
 std::vector<std::string> FilesBelow(const fs::path& folder, Condition condition) {
   std::vector<std::string> found;
   for (const auto& entry : fs::recursive_directory_iterator(folder)) {

@@ -50,7 +50,7 @@ class FaultyKey final : public RegistryKey {
   bool Fails(std::string_view call) const {
     return Attempt([&] { faults_(call); }).number != 0;
   }
-  template <class Call>
+  template <typename Call>
   RegistryStatus Wrapped(RegistryKeyPtr& key, Call&& call) const {
     const RegistryStatus status = call();
     if (key) key = std::make_unique<FaultyKey>(*key, faults_, std::move(key));

@@ -35,7 +35,7 @@ int MarginOf(std::string_view type) {
 
 void ExpectCaptionFits(const Control& control) {
   const auto* captioned = dynamic_cast<const CaptionedControl*>(&control);
-  if (captioned == nullptr || captioned->Caption().empty()) return;
+  if (!captioned || captioned->Caption().empty()) return;
   const int width = control.Bounds.width - MarginOf(control.TypeName());
   const int lines = WrappedLineCount(Replace(captioned->Caption(), "&", ""), width);
   const int height = control.TypeName() == "Frame" ? kTextLineHeight : control.Bounds.height;
@@ -47,7 +47,7 @@ void ExpectTidyLayout(const Form& form) {
   for (const Control* control : form.Controls()) {
     if (!IsDrawn(*control)) continue;
     const Control* frame = control->Container();
-    const Rect outer = frame != nullptr ? frame->Bounds : Rect{0, 0, form.Width, form.Height};
+    const Rect outer = frame ? frame->Bounds : Rect{0, 0, form.Width, form.Height};
     EXPECT_TRUE(Contains(outer, control->Bounds)) << control->Name() << " sticks out";
     ExpectCaptionFits(*control);
     for (const Control* other : drawn) {
@@ -63,7 +63,7 @@ void ExpectTidyLayout(const Form& form) {
 
 void ExpectGolden(std::string_view name, const std::string& text) {
   const std::string path = CORVESSA_GOLDEN_FOLDER "/" + std::string(name) + ".txt";
-  if (std::getenv("CORVESSA_WRITE_GOLDEN") != nullptr) {
+  if (std::getenv("CORVESSA_WRITE_GOLDEN")) {
     WriteContent(path, text);
     return;
   }

@@ -45,12 +45,12 @@ platform::EngineStatus ScriptedEngine::Play(const std::string& operation,
   calls_.push_back({operation, {arguments.begin(), arguments.end()}});
   const Answer answer = Next(operation);
   if (answer.thrown) throw *answer.thrown;
-  if (text != nullptr) *text = answer.text;
+  if (text) *text = answer.text;
   for (const auto& item : answer.items) {
-    if (items != nullptr) items->Add(item);
+    if (items) items->Add(item);
   }
   for (const auto& item : answer.unknown_items) {
-    if (unknown != nullptr) unknown->Add(item);
+    if (unknown) unknown->Add(item);
   }
   return answer.status;
 }

@@ -42,7 +42,7 @@ class ScriptedUi final : public platform::Ui {
     expected_[std::move(name)].push_back(std::move(answer));
   }
   /// The same with the form's own type: Expect<frmLogin>("frmLogin", [](frmLogin& form) { … }).
-  template <class FormType, class Answer>
+  template <typename FormType, typename Answer>
   void Expect(std::string name, Answer answer) {
     ExpectForm(std::move(name), [answer](Form& form) { answer(dynamic_cast<FormType&>(form)); });
   }

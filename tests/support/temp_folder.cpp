@@ -10,7 +10,7 @@ namespace corvessa::testing {
 
 TempFolder::TempFolder() {
   std::string name = (std::filesystem::temp_directory_path() / "corvessa-test-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder: " + name);
+  if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder: " + name);
   path_ = name;
 }
 

@@ -43,7 +43,7 @@ class ScriptedInet final : public platform::Inet {
  public:
   std::string OpenURL(std::string_view url) override {
     if (const auto page = pages.find(url); page != pages.end()) return page->second;
-    if (real != nullptr) return real->OpenURL(url);
+    if (real) return real->OpenURL(url);
     Raise(kPathFileAccess, "no page at " + std::string(url));
   }
 
