@@ -116,13 +116,5 @@ TEST_F(ProductUpdatesTest, TakesAFailedFetchForVersionZero) {
   CheckForProductUpdates(true);
 }
 
-TEST_F(ProductUpdatesTest, OpensWebPagesOnly) {
-  AllowError("Customization:OpenURL - Not a web address: file:///etc/passwd");
-  Announce(Page("2.0.0", "<urlInfo>file:///etc/passwd</urlInfo>"));
-  ui.ExpectBox(Notice("2.0.0"));
-  CheckForProductUpdates(false);
-  EXPECT_THAT(shell.pages, ElementsAre());
-}
-
 }  // namespace
 }  // namespace corvessa::testing

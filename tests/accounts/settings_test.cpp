@@ -79,17 +79,6 @@ TEST_F(Settings, EditionThatRefusesTheMailModeDisablesForTheSessionAndSaysSoEach
   EXPECT_TRUE(g_bDisableKVPEntirely);
 }
 
-TEST_F(Settings, KeyTreesAreDeletedWhole) {
-  platform::RegistryKeyPtr key;
-  registry.CurrentUser().Create("Software\\Tree\\a\\b", key);
-  registry.CurrentUser().Create("Software\\Tree\\c", key);
-  key.reset();
-  EXPECT_TRUE(DeleteRegistryKeyTree(registry.CurrentUser(), "Software\\Tree"));
-  EXPECT_NE(registry.CurrentUser().Open("Software\\Tree", key), 0);
-  EXPECT_EQ(registry.CurrentUser().Open("Software", key), 0);
-  EXPECT_FALSE(DeleteRegistryKeyTree(registry.CurrentUser(), "Software\\Tree"));
-}
-
 TEST_F(Settings, NoRegistryFailureAtLoadCostsAnAccountAndThoseOfTheAccountsKeyAreReported) {
   StoreAccount("ann@example.org", true);
   StoreAccount("ann@work.example");

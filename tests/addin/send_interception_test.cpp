@@ -263,9 +263,7 @@ TEST_F(SendInterception, AnotherProgramsMailAsksForItsChoices) {
   ClearTrace();
   const auto sent = outlook.Send(item);
   ASSERT_TRUE(sent);
-  std::string trace;
-  for (const std::string& line : Trace()) trace += line + "\n";
-  ExpectGolden("trace_of_encryption", trace);
+  ExpectGolden("trace_of_encryption", Trace());
   EXPECT_EQ(ReadByGpg(*sent->body), kText);
   // Who opens it sees that there are two readers, and not who they are.
   gpg.Run("--list-packets", *sent->body);

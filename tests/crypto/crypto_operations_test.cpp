@@ -171,7 +171,7 @@ TEST_F(CryptoOperationsTest, TellsSignaturesFromOtherFiles) {
   EXPECT_TRUE(Crypto()->HasEncryptedOrSignedAttachments(nodes_));
 }
 
-TEST_F(CryptoOperationsTest, HasKeypairIsTristate) {
+TEST_F(CryptoOperationsTest, AnUnreachableServerIsNotTakenForNoKey) {
   const struct {
     std::int32_t status;
     std::int32_t answer;

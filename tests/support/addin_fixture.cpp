@@ -17,7 +17,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kTraceFile = "c:\\Nimbra_trace.txt";
 constexpr std::string_view kProductFolder = "c:\\Corvessa";
 constexpr std::string_view kPluginKey =
     "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\";
@@ -172,10 +171,10 @@ std::vector<std::string> AddInFixture::StoredAccounts() {
 
 std::vector<std::string> AddInFixture::Trace() {
   std::vector<std::string> entries;
-  if (!files.FileExists(kTraceFile)) return entries;
+  if (!files.FileExists(Debug_Info::kTraceFile)) return entries;
   // A message may hold line breaks itself; the stamp begins an entry.
   const std::string stamp = std::string(kCrLf) + clock.text + ": ";
-  const std::string text = std::string(kCrLf) + files.Read(kTraceFile);
+  const std::string text = std::string(kCrLf) + files.Read(Debug_Info::kTraceFile);
   for (std::size_t at = text.find(stamp); at != std::string::npos;) {
     const std::size_t start = at + stamp.size();
     at = text.find(stamp, start);
@@ -186,7 +185,7 @@ std::vector<std::string> AddInFixture::Trace() {
 
 void AddInFixture::ClearTrace() {
   for (const std::string& entry : UnexpectedErrors()) ADD_FAILURE() << "in the trace: " << entry;
-  if (files.FileExists(kTraceFile)) files.Delete(kTraceFile);
+  if (files.FileExists(Debug_Info::kTraceFile)) files.Delete(Debug_Info::kTraceFile);
 }
 
 void AddInFixture::AllowError(std::string beginning) {

@@ -70,6 +70,12 @@ void ExpectGolden(std::string_view name, const std::string& text) {
   EXPECT_EQ(text, ContentOf(path)) << path;
 }
 
+void ExpectGolden(std::string_view name, const std::vector<std::string>& trace) {
+  std::string text;
+  for (const std::string& entry : trace) text += entry + "\n";
+  ExpectGolden(name, text);
+}
+
 void ExpectGoldenForm(std::string_view name, const Form& form) {
   SCOPED_TRACE(name);
   ExpectTidyLayout(form);

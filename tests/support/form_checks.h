@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "forms/form.h"
 
@@ -10,6 +11,8 @@ namespace corvessa::testing {
 /// Compares a text with tests/golden/<name>.txt. With CORVESSA_WRITE_GOLDEN in the environment the
 /// file is written instead, to be read over before it is committed.
 void ExpectGolden(std::string_view name, const std::string& text);
+/// The same of a trace, an entry a line.
+void ExpectGolden(std::string_view name, const std::vector<std::string>& trace);
 
 /// Compares a form's dump, and fails the test for each control that a careful designer would not
 /// have left so: outside its form or frame, across another control, too small for its caption.
