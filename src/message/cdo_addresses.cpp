@@ -193,9 +193,11 @@ std::string GetRealAddress(platform::Recipient& recipient) {
 std::string GetRealAddressString(std::string_view text) {
   return Guarded(":GetRealAddressString - ", std::string(text), [&] {
     TraceLog([&] { return "GetRealAddressString: start, looking for " + std::string(text); });
-    std::string found;
-    const std::string result =
-        SearchAddressBooks(text, found) ? LCase(Trim(found)) : std::string(text);
+    std::string result(text);
+    if (std::string found; SearchAddressBooks(text, found)) {
+      TraceLog([&] { return "GetRealAddressString: Got from SearchAddressBooks " + found; });
+      result = LCase(Trim(found));
+    }
     TraceLog([&] { return "GetRealAddress: Exit with " + result; });
     return result;
   });

@@ -57,23 +57,25 @@ void MailItemNode::DecryptVerifyMail(const platform::MailItemPtr& item,
 void MailItemNode::DecryptVerifyProtected(const platform::MailItemPtr& item,
                                           AttachmentNodes& attachments, bool headers) {
   pass_closings_ = closings_;
+  // In a message that is being composed nothing changes.
+  const bool received = IsReceived();
   std::string text;
   m_sSigners.clear();
   const Error error = Attempt([&] {
     const ProgressSession progress(item, "Decrypting and verifying email");
     if (!IsStillOpen()) return;
     // Makes an HTML message plain text, so that what is compared below is what Outlook shows.
-    item->SetBody(*item->Body());
+    if (received) item->SetBody(*item->Body());
     text = *item->Body();
     if (g_bDisableAutoDecryptAttachments) {
       DecryptVerifyBody(item, text, attachments);
     } else {
-      DecryptVerifyAll(item, text, attachments);
+      DecryptVerifyAll(item, text, attachments, received);
     }
   });
   if (!IsStillOpen()) {
     CleanUp();
-  } else if (headers && IsReceived()) {
+  } else if (headers && received) {
     if (error.number == 0) ShowText(*item, text);
     // After an error too, so that the user sees that the message was not read.
     AddStatusBar();
@@ -107,7 +109,7 @@ void MailItemNode::DecryptVerifyBody(const platform::MailItemPtr& item, std::str
 }
 
 void MailItemNode::DecryptVerifyAll(const platform::MailItemPtr& item, std::string& text,
-                                    AttachmentNodes& attachments) {
+                                    AttachmentNodes& attachments, bool received) {
   const auto crypto = Crypto();
   // The item may hold what an earlier pass made, which must not be taken for its own.
   if (attachments_replaced_) {
@@ -122,7 +124,8 @@ void MailItemNode::DecryptVerifyAll(const platform::MailItemPtr& item, std::stri
   }
   if (!IsStillOpen()) return;
   DecryptVerifyBody(item, text, attachments);
-  if (!IsStillOpen() || !crypto->HasEncryptedOrSignedAttachments(attachments)) return;
+  if (!IsStillOpen() || !received) return;
+  if (!crypto->HasEncryptedOrSignedAttachments(attachments)) return;
   attachments_replaced_ = true;
   crypto->ReInsertAttachments(item, attachments, false);
 }

@@ -96,7 +96,7 @@ class MailItemNode final : public platform::MailItemEvents,
   void DecryptVerifyBody(const platform::MailItemPtr& item, std::string& text,
                          AttachmentNodes& attachments);
   void DecryptVerifyAll(const platform::MailItemPtr& item, std::string& text,
-                        AttachmentNodes& attachments);
+                        AttachmentNodes& attachments, bool received);
 
   void RemoveBars();
   void AddDecryptNowBar();

@@ -5,9 +5,11 @@
 #include "addin/services.h"
 #include "addin/temp_files.h"
 #include "base/text.h"
+#include "crypto/stored_files.h"
 #include "forms/frm_generic.h"
 #include "forms/frm_message_status.h"
 #include "forms/frm_progress.h"
+#include "message/mail_item_node.h"
 #include "support/reading_fixture.h"
 
 namespace corvessa::testing {
@@ -236,6 +238,26 @@ TEST_F(ReadingMail, MarksRepliesAndStripsForwardsOfDecryptedMessages) {
   outlook.Open(plain);
   EXPECT_EQ(marked(outlook.Reply(plain)), "False");
   EXPECT_EQ(outlook.Forward(plain)->Data().attachments.size(), 1U);
+}
+
+TEST_F(ReadingMail, APassOverAMessageBeingComposedChangesNothingInIt) {
+  ConnectAddIn();
+  const auto draft = outlook.NewMail();
+  draft->EditHTMLBody("<PRE>" + Replace(Encrypted(kText), "\r\n", "<BR>") + "</PRE>");
+  const std::string cipher = EncryptedFile(kReport);
+  draft->AddAttachment({"report.pdf", "report.pdf", outlook.Keep(cipher), "", ""});
+  const desk::ItemData before = draft->Data();
+  ExpectLogin(kAnnsPassphrase);
+  AttachmentNodes nodes;
+  const auto node = std::make_shared<MailItemNode>();
+  node->InitialiseNode(draft, 0, nullptr);
+  node->DecryptVerifyMail(draft, nodes, true);
+  ASSERT_EQ(nodes.size(), 1U);
+  EXPECT_EQ(nodes[0]->lDecryptStatus, decrypt_status::kDone);
+  EXPECT_EQ(*draft->Data().html, *before.html);
+  EXPECT_EQ(*draft->Data().body, *before.body);
+  EXPECT_THAT(AttachmentsOf(*draft), ElementsAre(Pair("report.pdf", cipher)));
+  DeleteStoredFiles(nodes);
 }
 
 TEST_F(ReadingMail, GivesUpAfterThreeWrongPassphrasesOrACancelledDialog) {
