@@ -94,9 +94,8 @@ class CryptoOperations {
   /// Asks for accounts, three attempts at most, until one unlocks the key that decrypts the text;
   /// null when given up.
   NimbraAccountPtr LoginAndDecrypt(std::string_view armoured, std::string& plain);
-  /// Decrypts a node's file, keeping the original; the status with "not encrypted" for a file that
-  /// is none.
-  std::int32_t DecryptAttachment(AttachmentNode& node);
+  /// Decrypts a node's file, keeping the original.
+  platform::EngineStatus DecryptAttachment(AttachmentNode& node);
   std::int32_t DecryptAllAttachments(const platform::MailItemPtr& item,
                                      AttachmentNodes& attachments);
   std::int32_t VerifyAllAttachments(AttachmentNodes& attachments);

@@ -52,7 +52,7 @@ std::string OutcomeText(platform::EngineStatus status, const std::string& signer
 
 }  // namespace
 
-std::int32_t CryptoOperations::DecryptAttachment(AttachmentNode& node) {
+platform::EngineStatus CryptoOperations::DecryptAttachment(AttachmentNode& node) {
   // The neutral result is the engine's code for what nobody expected. Nobody knows what a call that
   // failed as a call has done to the file; the copy stays then.
   return Guarded(
@@ -60,7 +60,7 @@ std::int32_t CryptoOperations::DecryptAttachment(AttachmentNode& node) {
         SetAsideBeforeDecrypting(node);
         const platform::EngineStatus status = Engine().DecryptFileEx(node.sFilename, nullptr);
         if (status != platform::engine_status::kDone) DropCopy(node);
-        return DecryptStatusOf(status);
+        return status;
       });
 }
 
@@ -73,8 +73,12 @@ std::int32_t CryptoOperations::DecryptAllAttachments(const platform::MailItemPtr
           HoldsReadableSignature(node->sFilename)) {
         return;
       }
-      node->lDecryptStatus = DecryptAttachment(*node);
-      if (!IsReadable(node->lDecryptStatus)) result = node->lDecryptStatus;
+      const platform::EngineStatus status = DecryptAttachment(*node);
+      node->lDecryptStatus = DecryptStatusOf(status);
+      if (status != platform::engine_status::kDone &&
+          status != platform::engine_status::kBadFormat) {
+        result = status;
+      }
     });
     Debug_Info::TraceLog("DecryptAllAttachments returned " + Decimal(result));
   });

@@ -120,10 +120,41 @@ TEST_F(CryptoOperationsTest, MapsTheEnginesStatusesAndNeverWrapsOne) {
   }
   EXPECT_EQ(Trace().back(), "CryptoOperations::VerifyMailItem - Overflow");
   AllowError("CryptoOperations::VerifyMailItem - ");
+  // More signers than can be told: nobody is said to have signed.
+  const std::vector<std::string> too_many(32769, "a@b");
+  Engine().Always("VerifyText", {.status = 1, .text = "content", .items = too_many});
+  std::string unread = signed_text;
+  EXPECT_EQ(Verify(unread), -1);
+  EXPECT_EQ(unread, signed_text);
   std::string plain = "plain";
   EXPECT_EQ(Verify(plain), 2);
   EXPECT_EQ(Decrypt(plain), 1);
   EXPECT_EQ(Trace().back(), "EXIT Not encrypted");
+}
+
+TEST_F(CryptoOperationsTest, OnlyAFileThatIsNoMessageIsNoFailure) {
+  const struct {
+    std::int32_t status;
+    std::int32_t of_node;
+    std::int32_t result;
+    const char* told;
+  } cases[] = {{0, 0, 0, nullptr},
+               {-9, 1, 0, nullptr},
+               {1, 1, 1, "Unknown error encountered."},
+               {-3, -3, -3, "Error encountered in content."}};
+  for (const auto& c : cases) {
+    const auto node = std::make_shared<AttachmentNode>();
+    node->sDir = files.TemporaryFolder();
+    node->sFilename = node->original_filename = node->sDir + "a.bin";
+    files.Write(node->sFilename, "cipher");
+    nodes_ = {node};
+    Engine().Once("DecryptTextEx", {.text = "plain"});
+    Engine().Once("DecryptFileEx", {.status = c.status});
+    if (c.told) ui.ExpectBox(std::string("Failed to decrypt message:\r\n\r\n") + c.told);
+    std::string body(kArmour);
+    EXPECT_EQ(Decrypt(body), c.result) << c.status;
+    EXPECT_EQ(node->lDecryptStatus, c.of_node) << c.status;
+  }
 }
 
 TEST_F(CryptoOperationsTest, WordsWhatBecameOfAnAttachment) {
