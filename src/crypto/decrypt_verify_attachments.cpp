@@ -88,7 +88,7 @@ std::int32_t CryptoOperations::DecryptAllAttachments(const platform::MailItemPtr
 std::int32_t CryptoOperations::VerifyAllAttachments(AttachmentNodes& attachments) {
   constexpr std::string_view kStep = "Verifying attachment digital signatures";
   std::int32_t result = sign_status::kGood;
-  Guarded("CryptoOperations:VerifyAllAttachments - ", [&] {
+  Guarded("CryptoOperations::VerifyAllAttachments - ", [&] {
     ForEachAttachment(attachments, kStep, [&](const AttachmentNodePtr& signature) {
       if (!HasSignatureName(FileNameOf(signature->sFilename))) return;
       // What was encrypted may be a document with a signature's name.
@@ -99,7 +99,7 @@ std::int32_t CryptoOperations::VerifyAllAttachments(AttachmentNodes& attachments
       const AttachmentNodePtr data = FindByPath(attachments, SignedName(signature->sFilename));
       if (!data) return;
       data->lSignStatus = signature->lSignStatus = platform::engine_status::kUnexpected;
-      Guarded("CryptoOperations:VerifyAllAttachments - ",
+      Guarded("CryptoOperations::VerifyAllAttachments - ",
               [&] { VerifyAttachment(*data, *signature); });
       // A document that only holds a signature is nobody's word itself.
       if (!HoldsReadableSignature(signature->sFilename)) {

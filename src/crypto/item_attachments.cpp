@@ -125,7 +125,7 @@ bool CryptoOperations::StoreAllAttachments(const platform::MailItemPtr& item,
 }
 
 bool CryptoOperations::ClearAttachments(const platform::MailItemPtr& item) {
-  return Guarded("CryptoOperations:ClearAttachments - ", false, [&] {
+  return Guarded("CryptoOperations::ClearAttachments - ", false, [&] {
     const auto list = item->Attachments();
     for (std::int32_t i = list->Count(); i >= 1; --i) list->Remove(i);
     return true;
@@ -134,7 +134,7 @@ bool CryptoOperations::ClearAttachments(const platform::MailItemPtr& item) {
 
 bool CryptoOperations::ReInsertAttachments(const platform::MailItemPtr& item,
                                            const AttachmentNodes& attachments, bool originals) {
-  constexpr std::string_view kPrefix = "CryptoOperations:ReInsertAttachments - ";
+  constexpr std::string_view kPrefix = "CryptoOperations::ReInsertAttachments - ";
   return Guarded(kPrefix, false, [&] {
     // Before the item gives its own attachments away for processed files, all of these have to be
     // there. One that has given them away already gets what there is.
@@ -161,7 +161,7 @@ bool CryptoOperations::ReInsertAttachments(const platform::MailItemPtr& item,
 bool CryptoOperations::IsSignature(std::string_view path, const AttachmentNodes& attachments,
                                    const platform::MailItemPtr& item) {
   if (!HasSignatureName(path)) return false;
-  return Guarded("CryptoOperations:IsSignature - ", false, [&] {
+  return Guarded("CryptoOperations::IsSignature - ", false, [&] {
     const std::string data_name = LCase(SignedName(FileNameOf(path)));
     for (const AttachmentNodePtr& node : attachments) {
       if (LCase(FileNameOf(node->sFilename)) == data_name) return true;

@@ -83,7 +83,7 @@ bool AskAboutDomain(std::string_view domain, std::string_view extra_addresses) {
 
 std::int32_t CryptoOperations::ConcatenateRecpAddrs(const platform::MailItemPtr& item,
                                                     std::string& addresses) {
-  return Guarded(":ConcatenateRecpAddrs - ", kGivenUp, [&]() -> std::int32_t {
+  return Guarded("CryptoOperations::ConcatenateRecpAddrs - ", kGivenUp, [&]() -> std::int32_t {
     const auto recipients = GetSafeRecipients(item);
     TraceRecipients(recipients);
     if (!recipients) Raise(kObjectNotSet);

@@ -139,7 +139,7 @@ class EngineFiles {
 
 std::int32_t CryptoOperations::SignAllAttachments(const platform::MailItemPtr& item,
                                                   AttachmentNodes& attachments) {
-  return Guarded(":SignAllAttachments - ", kGivenUp, [&]() -> std::int32_t {
+  return Guarded("CryptoOperations::SignAllAttachments - ", kGivenUp, [&]() -> std::int32_t {
     EngineFiles engine_files;
     const AttachmentNodes present = attachments;
     for (const AttachmentNodePtr& node : present) {
@@ -188,7 +188,7 @@ std::int32_t CryptoOperations::EncryptAllAttachments(
     const platform::IEngineStringVector& recipients) {
   std::int32_t status = 0;
   StageTrace trace("EncryptAllAttachments", status);
-  return Guarded(":EncryptAllAttachments - ", kGivenUp, [&] {
+  return Guarded("CryptoOperations::EncryptAllAttachments - ", kGivenUp, [&] {
     trace.Begin(1);
     trace("Encrypting nodes");
     const AttachmentNodes present = attachments;

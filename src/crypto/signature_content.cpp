@@ -77,7 +77,7 @@ bool HoldsSignature(std::string_view path) {
 }
 
 bool HoldsReadableSignature(std::string_view path) {
-  return Guarded("HoldsReadableSignature - ", false, [&] { return HoldsSignature(path); });
+  return Guarded(":HoldsReadableSignature - ", false, [&] { return HoldsSignature(path); });
 }
 
 }  // namespace corvessa

@@ -365,7 +365,7 @@ TEST_F(ReadingMail, AnOriginalThatVanishedCostsNoOtherAndWhatCannotGoBackStaysOn
     }
   };
   delete_original_of("a");
-  AllowError("CryptoOperations:ReInsertAttachments - ");
+  AllowError("CryptoOperations::ReInsertAttachments - ");
   AllowError("MailItemNode::RestoreOriginal - not deleted: ");
   outlook.Close(window, desk::OutlookModel::Closing::kSave);
   EXPECT_THAT(AttachmentsOf(*item), ElementsAre(both[1]));
