@@ -27,24 +27,24 @@ std::int32_t CodeOf(std::string_view text) {
   const auto start = text.rfind('(');
   if (start == std::string_view::npos) return kUnknownStatus;
   const std::int32_t code = ClampToInt32(LeadingNumber(text.substr(start + 1)));
-  return code >= 0 && code <= kIsNotSigned ? kUnknownStatus : code;
+  return code >= 0 && code <= sign_status::kNone ? kUnknownStatus : code;
 }
 
 /// What the texts "is encrypted" and the like stand for; any other text is a failure.
 std::int32_t DecryptStatusFromText(std::string_view text) {
-  if (text == kNotEncrypted) return kIsNotEncrypted;
-  if (text == kEncrypted) return kIsDecrypted;
+  if (text == kNotEncrypted) return decrypt_status::kNotEncrypted;
+  if (text == kEncrypted) return decrypt_status::kDone;
   return CodeOf(text);
 }
 
 std::int32_t SignStatusFromText(std::string_view text, std::vector<std::string>& signers) {
   if (text.starts_with(kSignedBy)) {
     signers = Split(text.substr(kSignedBy.size()), ", ");
-    return kHasGoodSignature;
+    return sign_status::kGood;
   }
-  if (text == kNotSigned) return kIsNotSigned;
-  if (text == kSigned) return kHasGoodSignature;
-  if (text == kInvalid) return kHasBadSignature;
+  if (text == kNotSigned) return sign_status::kNone;
+  if (text == kSigned) return sign_status::kGood;
+  if (text == kInvalid) return sign_status::kBad;
   return CodeOf(text);
 }
 
@@ -114,7 +114,8 @@ std::vector<AttachmentReport> AttachmentsOf(const Item& item,
 /// list says of them.
 void ForgetUntried(std::vector<AttachmentReport>& attachments) {
   const bool tried = std::ranges::any_of(attachments, [](const auto& attachment) {
-    return attachment.protection && attachment.protection->decrypt_status != kIsNotEncrypted;
+    return attachment.protection &&
+           attachment.protection->decrypt_status != decrypt_status::kNotEncrypted;
   });
   for (AttachmentReport& attachment : attachments) {
     if (!tried) attachment.protection.reset();

@@ -7,29 +7,25 @@
 #include <vector>
 
 #include "desk/outlook/windows.h"
+#include "message/attachment_node.h"
 
 namespace corvessa::desk {
 
-/// What the status texts stand for; any other number is a failure code.
-inline constexpr std::int32_t kIsDecrypted = 0;
-inline constexpr std::int32_t kIsNotEncrypted = 1;
-inline constexpr std::int32_t kHasGoodSignature = 0;
-inline constexpr std::int32_t kHasBadSignature = 1;
-inline constexpr std::int32_t kIsNotSigned = 2;
 /// A failure without a code in its text.
 inline constexpr std::int32_t kUnknownStatus = -1;
 
 /// How a message or an attachment was protected.
 struct Protection {
-  std::int32_t decrypt_status = kIsNotEncrypted;
-  std::int32_t sign_status = kIsNotSigned;
+  std::int32_t decrypt_status = decrypt_status::kNotEncrypted;
+  std::int32_t sign_status = sign_status::kNone;
   std::vector<std::string> signers = {};
 
   bool DecryptionFailed() const {
-    return decrypt_status != kIsDecrypted && decrypt_status != kIsNotEncrypted;
+    return decrypt_status != decrypt_status::kDone &&
+           decrypt_status != decrypt_status::kNotEncrypted;
   }
   bool SignatureFailed() const {
-    return sign_status != kHasGoodSignature && sign_status != kIsNotSigned;
+    return sign_status != sign_status::kGood && sign_status != sign_status::kNone;
   }
   bool Failed() const { return DecryptionFailed() || SignatureFailed(); }
 };

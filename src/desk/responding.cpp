@@ -43,7 +43,7 @@ void RefuseToQuote(const MessageReport& report) {
   if (report.protection->DecryptionFailed()) {
     Fail(Outcome::kRefused, "the message could not be decrypted; no draft was made");
   }
-  if (report.protection->sign_status == kHasBadSignature) {
+  if (report.protection->sign_status == sign_status::kBad) {
     Fail(Outcome::kRefused, "the message has an invalid signature; no draft was made");
   }
 }

@@ -217,7 +217,7 @@ class Demo {
     const auto window = Opened(desk.host, "4-reply.eml");
     const MessageReport report = ReadMessage(window);
     ShowMessage(window, report);
-    Expect(!report.Failed() && report.protection->decrypt_status == kIsDecrypted,
+    Expect(!report.Failed() && report.protection->decrypt_status == decrypt_status::kDone,
            "Alice does not read what Bob wrote");
     desk.host.Outlook().Close(window);
   }
