@@ -10,6 +10,7 @@
 #include "desk/mail/mail_io.h"
 #include "desk/mail_bridge.h"
 #include "desk/terminal/answers.h"
+#include "message/armour.h"
 #include "message/header_fields.h"
 #include "platform/redemption.h"
 
@@ -30,14 +31,6 @@ void PressChoices(const Bars& bars, const SendChoices& choices) {
   if (choices.no_sign) Release(bars, kSignOnSend);
 }
 
-bool IsArmour(std::string_view body, std::string_view first_line) {
-  const auto start = body.find_first_not_of("\r\n");
-  return start != std::string_view::npos && body.substr(start).starts_with(first_line);
-}
-
-constexpr std::string_view kEncryptedStart = "-----BEGIN PGP MESSAGE-----";
-constexpr std::string_view kSignedStart = "-----BEGIN PGP SIGNED MESSAGE-----";
-
 /// Watches the text of a message while it is sent: what was encrypted cannot be seen afterwards,
 /// but the text that stood there before could.
 class SignatureWatch final : public platform::MailItemEvents {
@@ -48,8 +41,8 @@ class SignatureWatch final : public platform::MailItemEvents {
 
   void PropertyChange(std::string_view /*name*/) override {
     const ItemData& data = item_->Data();
-    if (IsArmour(*data.body, kEncryptedStart) || (data.body->empty() && data.html->empty())) return;
-    is_signed_ = IsArmour(*data.body, kSignedStart);
+    if (IsPGPMessage(*data.body) || (data.body->empty() && data.html->empty())) return;
+    is_signed_ = IsPGPSignedMessage(*data.body);
   }
   void AttachmentRead(const platform::AttachmentPtr& /*attachment*/) override {}
   void Open(bool& /*cancel*/) override {}
@@ -181,8 +174,7 @@ SentMail SendItem(DeskHost& host, const ItemPtr& item, const mail::Mail& base,
   host.Outlook().OnDeliver([&](const ItemData& travelling) {
     if (host.IsInterrupted()) Fail(Outcome::kRefused, "not sent: interrupted");
     // A text that somebody wrote to look so was not encrypted here.
-    sent.encrypted =
-        IsArmour(*travelling.body, kEncryptedStart) && *travelling.body != *before.body;
+    sent.encrypted = IsPGPMessage(*travelling.body) && *travelling.body != *before.body;
     sent.is_signed = watch.IsSigned();
     if (!sent.encrypted && !may_be_clear) {
       RefuseUnagreedClearText(host, item, travelling, first_box);
