@@ -19,6 +19,17 @@ bool IsAddInField(std::string_view name) {
   return LCase(name).starts_with(LCase(HeaderFieldName("")));
 }
 
+/// The one that marks a draft which quotes what was encrypted, whatever the add-in's brand.
+bool IsReplyField(std::string_view name) {
+  return LCase(name).ends_with("-encrypted-reply");
+}
+
+/// Only what says so and nothing else takes the mark away, because the quoted text would travel in
+/// clear: neither a second field nor one that was damaged on its way through another program does.
+std::string ReplyFlag(std::string_view before, std::string_view value) {
+  return before != "True" && LCase(Trim(value)) == "false" ? "False" : "True";
+}
+
 /// An attachment that is still the one of a mail.
 class MailContent final : public Content {
  public:
@@ -86,7 +97,8 @@ ItemData ItemOf(const mail::Mail& source) {
   }
   for (const mail::HeaderField& field : source.fields) {
     if (!IsAddInField(field.name)) continue;
-    item.properties[{std::string(platform::kInternetHeaders), field.name}] = field.value;
+    std::string& value = item.properties[{std::string(platform::kInternetHeaders), field.name}];
+    value = IsReplyField(field.name) ? ReplyFlag(value, field.value) : field.value;
   }
   item.message_id = Bracketed(source.message_id);
   item.in_reply_to = Bracketed(source.in_reply_to);

@@ -332,6 +332,11 @@ class Responding(DeskCase):
         self.assertDone(self.bob("reply", sent, "--out", draft), out=f"The draft is in {draft}.\n")
         reply = self.bob("send", draft, "--json").json()
         self.assertEqual((reply["encrypted"], reply["signed"]), (True, True))
+        # As other programs write it back.
+        mark = b"X-Nimbra-Corvessa-Encrypted-Reply: True"
+        for other in (mark.lower(), mark + b" (Bob)", mark + b"\r\n" + mark.replace(b"True", b"False")):
+            edited = self.write("edited.draft.eml", draft.read_bytes().replace(mark, other))
+            self.assertTrue(self.bob("send", edited, "--json").json()["encrypted"], other)
 
         forward = self.bob("forward", sent)
         self.assertEqual((forward.err, forward.code), ("", 0))

@@ -1,8 +1,21 @@
 #include "desk/outlook/item_data.h"
 
+#include "base/text.h"
 #include "platform/redemption.h"
 
 namespace corvessa::desk {
+namespace {
+
+PropertyName Folded(const PropertyName& property) {
+  const auto& [guid, name] = property;
+  return {guid, guid == platform::kInternetHeaders ? LCase(name) : name};
+}
+
+}  // namespace
+
+bool PropertyOrder::operator()(const PropertyName& one, const PropertyName& other) const {
+  return Folded(one) < Folded(other);
+}
 
 platform::SharedText EmptyText() {
   static const auto empty = std::make_shared<const std::string>();

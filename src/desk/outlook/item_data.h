@@ -62,6 +62,14 @@ inline constexpr std::string_view kSentItems = "Sent Items";
 /// Never null; shared by all empty bodies.
 platform::SharedText EmptyText();
 
+/// The GUID and the name of a named property.
+using PropertyName = std::pair<std::string, std::string>;
+
+/// The case of a header line's name does not count.
+struct PropertyOrder {
+  bool operator()(const PropertyName& one, const PropertyName& other) const;
+};
+
 /// All that an item holds. Copies are cheap: texts and attachments are shared.
 struct ItemData {
   std::int32_t item_class = platform::kMailItemClass;
@@ -79,8 +87,7 @@ struct ItemData {
   std::string entry_id;
   std::string folder;
   std::vector<AttachmentDataPtr> attachments;
-  /// Named properties by their GUID and name.
-  std::map<std::pair<std::string, std::string>, std::string> properties;
+  std::map<PropertyName, std::string, PropertyOrder> properties;
   /// Message identifiers with their angle brackets, kept for the host.
   std::string message_id;
   std::string in_reply_to;
