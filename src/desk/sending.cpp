@@ -31,18 +31,25 @@ void PressChoices(const Bars& bars, const SendChoices& choices) {
   if (choices.no_sign) Release(bars, kSignOnSend);
 }
 
-/// Watches the text of a message while it is sent: what was encrypted cannot be seen afterwards,
-/// but the text that stood there before could.
-class SignatureWatch final : public platform::MailItemEvents {
+/// Watches the text of a message while it is sent: what was signed in it cannot be seen any more
+/// once it is encrypted. A text that its writer made to look so was neither signed nor encrypted
+/// here, also when the add-in puts it back.
+class ProtectionWatch final : public platform::MailItemEvents {
  public:
-  explicit SignatureWatch(const ItemPtr& item)
-      : item_(item), subscription_(item->Subscribe(*this)) {}
+  explicit ProtectionWatch(const ItemPtr& item)
+      : item_(item), written_(item->Data().body), subscription_(item->Subscribe(*this)) {}
+  bool IsEncrypted() const { return is_encrypted_; }
   bool IsSigned() const { return is_signed_; }
 
   void PropertyChange(std::string_view /*name*/) override {
     const ItemData& data = item_->Data();
-    if (IsPGPMessage(*data.body) || (data.body->empty() && data.html->empty())) return;
-    is_signed_ = IsPGPSignedMessage(*data.body);
+    // Protected text is never HTML.
+    if (!data.html->empty()) written_ = data.body;
+    const bool is_protected = *data.body != *written_;
+    is_encrypted_ = is_protected && IsPGPMessage(*data.body);
+    // The add-in empties a message of HTML before it puts the encrypted text there.
+    if (is_encrypted_ || (is_protected && data.body->empty())) return;
+    is_signed_ = is_protected && IsPGPSignedMessage(*data.body);
   }
   void AttachmentRead(const platform::AttachmentPtr& /*attachment*/) override {}
   void Open(bool& /*cancel*/) override {}
@@ -54,7 +61,9 @@ class SignatureWatch final : public platform::MailItemEvents {
 
  private:
   ItemPtr item_;
+  platform::SharedText written_;
   platform::Subscription subscription_;
+  bool is_encrypted_ = false;
   bool is_signed_ = false;
 };
 
@@ -170,11 +179,10 @@ SentMail SendItem(DeskHost& host, const ItemPtr& item, const mail::Mail& base,
   const std::size_t first_box = host.BeginOperation();
   SentMail sent;
   const ItemData before = item->Data();
-  const SignatureWatch watch(item);
+  const ProtectionWatch watch(item);
   host.Outlook().OnDeliver([&](const ItemData& travelling) {
     if (host.IsInterrupted()) Fail(Outcome::kRefused, "not sent: interrupted");
-    // A text that somebody wrote to look so was not encrypted here.
-    sent.encrypted = IsPGPMessage(*travelling.body) && *travelling.body != *before.body;
+    sent.encrypted = watch.IsEncrypted();
     sent.is_signed = watch.IsSigned();
     if (!sent.encrypted && !may_be_clear) {
       RefuseUnagreedClearText(host, item, travelling, first_box);

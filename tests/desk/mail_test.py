@@ -125,6 +125,20 @@ class Sending(DeskCase):
         self.assertDone(self.alice("send", self.draft(to=""), "--no-encrypt", "--out", path), 1, "",
                         "corvessa-desk: not sent: there is no recipient\n")
 
+    def test_a_text_that_only_looks_protected_is_not_said_to_be(self):
+        path = self.folder / "sent.eml"
+        pasted = read_mail(self.sent("--no-encrypt", files={})).get_content()
+        notes = {"a.txt": b"x", "a.txt.sig": b"no signature, so that signing fails"}
+        for text in ("-----BEGIN PGP MESSAGE-----\n", pasted):
+            for subtype in ("plain", "html"):
+                draft = self.draft(text=f"<pre>{text}</pre>" if subtype == "html" else text, files=notes)
+                draft.write_bytes(draft.read_bytes().replace(b"text/plain", b"text/" + subtype.encode()))
+                self.assertDone(self.alice("send", draft, "--no-encrypt", "--answer", "MessageBox=OK",
+                                           "--out", path), out=f"Sent neither encrypted nor signed: {path}\n",
+                                err='corvessa-desk: The attachment "a.txt" cannot be signed: another one has '
+                                    "the name of its signature.\n"
+                                    "corvessa-desk: Failed to sign message:  Unexpected error with signature.\n")
+
     def test_a_key_server_that_hangs_stops_the_send(self):
         with socket.create_server(("127.0.0.1", 0)) as server:
             self.assertDone(self.alice("set", "EngineLookupServer",
