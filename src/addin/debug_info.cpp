@@ -33,7 +33,8 @@ constexpr NamedAttribute kAttributes[] = {
 void WriteTraceLine(std::string_view message) noexcept {
   Ignoring([&] {
     std::string line = platform::Host().clock.DateTimeText();
-    line.append(": ").append(message).append(kCrLf);
+    // The names of files come from outside, and the file may be read on a terminal.
+    line.append(": ").append(Replace(ForDisplayLines(message), "\n", kCrLf)).append(kCrLf);
     platform::Host().files.AppendText(kTraceFile, line);
   });
 }

@@ -58,7 +58,9 @@ void AddBoxes(json& report, std::span<const ShownBox> boxes) {
 }
 
 std::string TextOf(const json& report) {
-  return report.dump(-1, ' ', false, json::error_handler_t::replace) + "\n";
+  // Everything but ASCII is escaped: a terminal obeys some of it, and turns round what follows
+  // some.
+  return report.dump(-1, ' ', true, json::error_handler_t::replace) + "\n";
 }
 
 }  // namespace corvessa::desk

@@ -25,7 +25,7 @@ void AddBars(nlohmann::json& report, const Bars& bars);
 /// boxes: every form and message box shown, with name, caption, text and answer.
 void AddBoxes(nlohmann::json& report, std::span<const ShownBox> boxes);
 
-/// One line; bytes that are no UTF-8 are replaced.
+/// One line of printable ASCII; bytes that are no UTF-8 are replaced.
 std::string TextOf(const nlohmann::json& report);
 
 }  // namespace corvessa::desk

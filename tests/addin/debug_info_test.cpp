@@ -24,7 +24,7 @@ TEST_F(TraceFile, IsWrittenLineByLineOnlyWhileTheSwitchIsOn) {
 
   g_bLogDebuggingInfo = true;
   TraceLog("first");
-  TraceLog([] { return std::string("sec\r\nond"); });
+  TraceLog([] { return std::string("sec\r\nond\x1b\u202E\u009B"); });
   EXPECT_EQ(files.Read(kTraceFile),
             "2/29/2004 11:58:07 PM: first\r\n2/29/2004 11:58:07 PM: sec\r\nond\r\n");
   const auto mode = std::filesystem::status(files.LocalPath(kTraceFile)).permissions();

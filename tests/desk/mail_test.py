@@ -156,6 +156,8 @@ class Opening(DeskCase):
         date = self.bob("open", sent, "--json")
         opened = self.bob("open", sent, "--save-attachments", self.folder / "saved", "--original")
         self.assertEqual((opened.err, opened.code), ("", 0))
+        # Whatever the message holds, a terminal obeys nothing of it.
+        self.assertTrue(date.out.removesuffix("\n").isascii() and date.out.removesuffix("\n").isprintable())
         lines = opened.out.splitlines()
         self.assertEqual([line for line in lines[:6] if not line.startswith("Date:")],
                          ["From:    Alice <alice@example.org>", "To:      bob@example.com",
