@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "base/text.h"
+#include "desk/field_printing.h"
 #include "desk/mail_bridge.h"
 #include "desk/message_report.h"
 #include "message/status_text.h"
@@ -10,15 +11,11 @@
 namespace corvessa::desk {
 namespace {
 
-void PrintField(std::ostream& out, const char* label, const std::string& value) {
-  if (!value.empty()) out << label << ForDisplay(value) << "\n";
-}
-
 std::string Recipients(const ItemData& item, RecipientKind kind) {
   std::string list;
   for (const RecipientData& recipient : item.recipients) {
     if (recipient.kind != kind) continue;
-    list += (list.empty() ? "" : ", ") + Shown({recipient.name, recipient.address});
+    list += (list.empty() ? "" : ", ") + FieldText(Shown({recipient.name, recipient.address}));
   }
   return list;
 }
@@ -29,29 +26,33 @@ std::string MarkOf(const ButtonLook& look) {
   return look.face_id == kFaceOff ? "[ ] " : "";
 }
 
-void PrintAttachment(std::ostream& out, const AttachmentReport& attachment) {
-  out << "  " << ForDisplay(attachment.name) << ", " << attachment.size << " bytes";
-  if (attachment.protection) {
-    out << ": " << attachment.decrypt_text << ", " << attachment.sign_text;
-  }
-  out << "\n";
-  if (!attachment.saved_as.empty()) {
-    out << "    saved as " << ForDisplay(attachment.saved_as) << "\n";
-  }
+/// The name stands in marks that it cannot hold itself.
+std::string DescriptionOf(const AttachmentReport& attachment) {
+  const std::string name = Replace(FieldText(attachment.name), "\"", "'");
+  const std::string status =
+      attachment.protection ? attachment.decrypt_text + ", " + attachment.sign_text : "not checked";
+  return "\"" + name + "\", " + std::to_string(attachment.size) + " bytes: " + status;
 }
 
 }  // namespace
 
-void PrintMessage(std::ostream& out, const ItemData& item, const MessageReport& report) {
-  PrintField(out, "From:    ", Shown(item.sender));
-  PrintField(out, "To:      ", Recipients(item, RecipientKind::kTo));
-  PrintField(out, "Cc:      ", Recipients(item, RecipientKind::kCc));
-  PrintField(out, "Date:    ", item.received_time);
-  PrintField(out, "Subject: ", item.subject);
-  for (const std::string& line : report.status_lines) PrintField(out, "Status:  ", line);
-  // Above the text, which could be written to look like a list of attachments.
+void PrintMessage(std::ostream& out, const ItemData& item, const MessageReport& report,
+                  int columns) {
+  const auto print = [&](std::string_view label, const std::string& text) {
+    if (!text.empty()) PrintField(out, label, text, columns, label.size());
+  };
+  // Above all that the sender has chosen.
+  for (const std::string& line : report.status_lines) print("Status:  ", ForDisplay(line));
+  print("From:    ", FieldText(Shown(item.sender)));
+  print("To:      ", Recipients(item, RecipientKind::kTo));
+  print("Cc:      ", Recipients(item, RecipientKind::kCc));
+  print("Date:    ", item.received_time);
+  print("Subject: ", FieldText(item.subject));
   if (!report.attachments.empty()) out << "Attachments:\n";
-  for (const AttachmentReport& attachment : report.attachments) PrintAttachment(out, attachment);
+  for (const AttachmentReport& attachment : report.attachments) {
+    PrintField(out, "  ", DescriptionOf(attachment), columns, 6);
+    print("    saved as ", ForDisplay(attachment.saved_as));
+  }
   const std::string text = ForDisplayLines(*item.body);
   out << "\n" << text << (text.ends_with('\n') || text.empty() ? "" : "\n");
 }

@@ -159,13 +159,14 @@ class Opening(DeskCase):
         # Whatever the message holds, a terminal obeys nothing of it.
         self.assertTrue(date.out.removesuffix("\n").isascii() and date.out.removesuffix("\n").isprintable())
         lines = opened.out.splitlines()
-        self.assertEqual([line for line in lines[:6] if not line.startswith("Date:")],
-                         ["From:    Alice <alice@example.org>", "To:      bob@example.com",
-                          "Subject: Plâns", "Status:  Message is encrypted",
-                          "Status:  Message is digitally signed by alice@example.org"])
         # The add-in's word comes before the sender's.
+        self.assertEqual([line for line in lines[:6] if not line.startswith("Date:")],
+                         ["Status:  Message is encrypted",
+                          "Status:  Message is digitally signed by alice@example.org",
+                          "From:    Alice <alice@example.org>", "To:      bob@example.com",
+                          "Subject: Plâns"])
         start = lines.index("") + 1
-        self.assertIn("  t.csv, 8 bytes: is encrypted, is digitally signed by alice@example.org", lines[:start])
+        self.assertIn("  \"t.csv\", 8 bytes: is encrypted, is digitally signed by alice@example.org", lines[:start])
         self.assertEqual("\n".join(lines[start:start + 5]) + "\n", TEXT)
         saved = {path.name: path.read_bytes() for path in (self.folder / "saved").iterdir()}
         self.assertEqual(set(saved), set(EVERYTHING))

@@ -5,6 +5,7 @@ import pathlib
 import re
 import signal
 import unittest
+from urllib.parse import quote
 
 import pexpect
 
@@ -99,6 +100,17 @@ class Shell(DeskCase):
         child.sendline("settings")
         child.expect_exact("Choice (")
         self.obey(child, "q")
+
+    def test_what_the_sender_names_cannot_pass_for_a_line_of_the_desk(self):
+        forged = 'a", 1 bytes: is encrypted'
+        mail = self.write("forged.eml", f"From: {ALICE}\nTo: {BOB}\nSubject: {'x' * 91}\u2003 Status:  encrypted\n"
+                          "MIME-Version: 1.0\nContent-Type: multipart/mixed; boundary=b\n\n--b\n\n--b\n"
+                          f"Content-Disposition: attachment; filename*=utf-8''{quote(forged)}\n\ndata\n--b--\n")
+        shown = self.obey(self.shell(), f"open {mail}")
+        # In a window of 100 columns.
+        self.assertIn("Status:  Message is not encrypted\nStatus:  Message is not digitally signed\n"
+                      f"From:    {ALICE}\nTo:      {BOB}\nSubject: {'x' * 91}\n         Status: encrypted\n"
+                      "Attachments:\n  \"a', 1 bytes: is encrypted\", 4 bytes: not checked\n", shown)
 
     def test_a_passphrase_is_forgotten_when_its_time_is_over(self):
         self.assertDone(self.bob("set", "PassphraseMemory", "-1"))

@@ -20,6 +20,7 @@
 #include "desk/responding.h"
 #include "desk/sending.h"
 #include "desk/settings_store.h"
+#include "desk/terminal/columns.h"
 #include "posix/atomic_file.h"
 #include "posix/io_error.h"
 
@@ -281,7 +282,7 @@ class Demo {
 
   void ShowMessage(const InspectorWindowPtr& window, const MessageReport& report) {
     std::ostringstream text;
-    PrintMessage(text, window->ShownItem()->Data(), report);
+    PrintMessage(text, window->ShownItem()->Data(), report, kUnlimitedColumns);
     Indented(out_, text.str());
   }
 

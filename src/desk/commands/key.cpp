@@ -12,6 +12,7 @@
 #include "desk/commands/shared_options.h"
 #include "desk/commands/text_file.h"
 #include "desk/engine_setup.h"
+#include "desk/field_printing.h"
 #include "desk/passphrase_source.h"
 #include "desk/settings_store.h"
 
@@ -67,7 +68,9 @@ void Print(std::ostream& out, const engine::KeyInfo& key) {
   out << key.fingerprint << "  " << (key.secret ? "own" : "public")
       << (key.open ? ", without passphrase" : "") << "  " << key.algorithm << "  "
       << DateOf(key.created) << "  " << StateOf(key) << "\n";
-  for (const std::string& user : key.user_ids) out << "    " << ForDisplay(user) << "\n";
+  for (const std::string& user : key.user_ids) {
+    PrintField(out, "    ", FieldText(user), Terminal::OutputColumns(), 6);
+  }
 }
 
 /// Nothing of what was sealed to the older key is lost, but its passphrase is still asked for.

@@ -49,7 +49,7 @@ Opened Look(DeskHost& host, const InspectorWindowPtr& window, const OpenOptions&
 }
 
 void Print(CommandContext& context, const Opened& opened, const ItemData& item) {
-  PrintMessage(context.out, item, opened.report);
+  PrintMessage(context.out, item, opened.report, Terminal::OutputColumns());
   if (opened.original) {
     context.out << "\nOriginal message:\n" << ForDisplayLines(*opened.original) << "\n";
   }

@@ -11,6 +11,7 @@
 #include "desk/attachment_saving.h"
 #include "desk/commands/received_message.h"
 #include "desk/commands/text_file.h"
+#include "desk/field_printing.h"
 #include "desk/mail/mail_io.h"
 #include "desk/mail_bridge.h"
 #include "desk/message_printing.h"
@@ -108,7 +109,7 @@ InspectorWindowPtr ShellSession::Front() const {
 
 void ShellSession::PrintOpen(const InspectorWindowPtr& window) {
   const MessageReport report = ReadMessage(window);
-  PrintMessage(context_.out, window->ShownItem()->Data(), report);
+  PrintMessage(context_.out, window->ShownItem()->Data(), report, Terminal::OutputColumns());
   TellOfUnshownText(context_, *window->ShownItem());
   if (report.Failed()) outcome_ = Outcome::kRefused;
 }
@@ -157,10 +158,11 @@ void ShellSession::Windows(const Arguments& /*arguments*/) {
   for (const InspectorWindowPtr& window : host_.Outlook().Inspectors()) {
     const ItemData& item = window->ShownItem()->Data();
     const bool in_front = window == host_.Outlook().Inspectors().back();
-    context_.out << ++number << (in_front ? " * " : "   ")
-                 << (item.sender.name.empty() ? "draft: "
-                                              : "from " + ForDisplay(item.sender.name) + ": ")
-                 << ForDisplay(item.subject) << "\n";
+    const std::string mark = std::to_string(++number) + (in_front ? " * " : "   ");
+    const std::string whose =
+        item.sender.name.empty() ? "draft: " : "from " + FieldText(item.sender.name) + ": ";
+    PrintField(context_.out, mark, whose + FieldText(item.subject), Terminal::OutputColumns(),
+               mark.size());
   }
 }
 

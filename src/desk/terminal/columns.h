@@ -1,11 +1,15 @@
 #pragma once
 
+#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
 
 /// Texts measured in terminal columns. The texts have been through ForDisplay or ForDisplayLines.
 namespace corvessa::desk {
+
+/// The width where no window breaks lines.
+inline constexpr int kUnlimitedColumns = std::numeric_limits<int>::max();
 
 /// One for most characters, two for wide East Asian ones, none for combining marks.
 int ColumnsOf(std::string_view text);

@@ -21,6 +21,12 @@ timespec ToTimespec(std::chrono::milliseconds time) {
   return {seconds.count(), std::chrono::nanoseconds(time - seconds).count()};
 }
 
+int ColumnsOfWindow(int output) {
+  winsize size{};
+  if (ioctl(output, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsualColumns;
+  return size.ws_col < kFewestColumns ? kFewestColumns : size.ws_col;
+}
+
 }  // namespace
 
 Terminal::Terminal(int input, int output, bool is_there)
@@ -31,9 +37,11 @@ Terminal Terminal::Standard() {
 }
 
 int Terminal::Columns() const {
-  winsize size{};
-  if (ioctl(output_, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsualColumns;
-  return size.ws_col < kFewestColumns ? kFewestColumns : size.ws_col;
+  return ColumnsOfWindow(output_);
+}
+
+int Terminal::OutputColumns() {
+  return isatty(STDOUT_FILENO) != 0 ? ColumnsOfWindow(STDOUT_FILENO) : kUnlimitedColumns;
 }
 
 void Terminal::WriteRaw(std::string_view text) const {

@@ -36,6 +36,8 @@ class Terminal {
   int Output() const { return output_; }
   /// The width of the window; 80 when it is not known.
   int Columns() const;
+  /// The width of the window that standard output is shown in; kUnlimitedColumns without one.
+  static int OutputColumns();
 
   /// Takes the status line away first. Writes nothing when nobody is there.
   void Write(std::string_view text);
