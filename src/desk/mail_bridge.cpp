@@ -19,11 +19,6 @@ bool IsAddInField(std::string_view name) {
   return LCase(name).starts_with(LCase(HeaderFieldName("")));
 }
 
-/// The one that marks a draft which quotes what was encrypted, whatever the add-in's brand.
-bool IsReplyField(std::string_view name) {
-  return LCase(name).ends_with("-encrypted-reply");
-}
-
 /// Only what says so and nothing else takes the mark away, because the quoted text would travel in
 /// clear: neither a second field nor one that was damaged on its way through another program does.
 std::string ReplyFlag(std::string_view before, std::string_view value) {
@@ -132,6 +127,10 @@ mail::Attachment AttachmentOf(const AttachmentData& data, mail::AttachmentStore&
 }
 
 }  // namespace
+
+bool IsReplyField(std::string_view name) {
+  return LCase(name).ends_with("-encrypted-reply");
+}
 
 ItemData ReceivedItem(const mail::Mail& source) {
   ItemData item = ItemOf(source);

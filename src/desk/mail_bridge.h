@@ -1,9 +1,15 @@
 #pragma once
 
+#include <string_view>
+
 #include "desk/mail/mail.h"
 #include "desk/outlook/item_data.h"
 
 namespace corvessa::desk {
+
+/// The field that marks a draft which quotes what was encrypted, whatever the add-in was called
+/// when it was written: its brand is in the name.
+bool IsReplyField(std::string_view name);
 
 /// A mail file as Outlook holds it once it has been received. Attachments are read from the mail
 /// when they are needed. A mail that names no author is from "(unknown sender)": an item without a

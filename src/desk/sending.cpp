@@ -77,10 +77,9 @@ bool ChoseNoEncryption(const ItemData& item) {
   return found != item.properties.end() && IsTrue(found->second);
 }
 
-/// Whatever the add-in was called when the answer was written: its name is in that of the field.
 bool AnswersEncrypted(const ItemData& item) {
   return std::ranges::any_of(item.properties, [](const auto& property) {
-    return LCase(property.first.second).ends_with("-encrypted-reply") && IsTrue(property.second);
+    return IsReplyField(property.first.second) && IsTrue(property.second);
   });
 }
 
