@@ -1,11 +1,14 @@
 #include "crypto/signature_content.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <string>
 
 #include "base/guard.h"
 #include "base/text.h"
+#include "crypto/signature_packets.h"
 #include "platform/files.h"
 #include "platform/host.h"
 
@@ -15,54 +18,69 @@ namespace {
 /// More than the largest keys make.
 constexpr std::int64_t kLargest = 64 * 1024;
 
+constexpr std::string_view kBlanks = " \t\r\n";
+
+/// Takes off the first line, without its end and the blanks before that.
+std::string_view TakeLine(std::string_view& text) {
+  const std::size_t end = std::min(text.find('\n'), text.size());
+  std::string_view line = text.substr(0, end);
+  text.remove_prefix(std::min(end + 1, text.size()));
+  return line.substr(0, line.find_last_not_of(" \t\r") + 1);
+}
+
+bool IsArmourHeader(std::string_view line) {
+  constexpr std::string_view kNames[] = {"Version", "Comment", "MessageID", "Hash", "Charset"};
+  return std::ranges::find(kNames, line.substr(0, line.find(": "))) != std::end(kNames);
+}
+
+/// Six bits; more for what is no base64.
+unsigned Base64Value(char c) {
+  constexpr std::string_view kDigits =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  return static_cast<unsigned>(std::min(kDigits.find(c), kDigits.size()));
+}
+
+/// Nothing unless every line holds base64, with padding at most in the last one.
+std::string DecodeBase64(std::string_view text) {
+  std::string bytes;
+  unsigned bits = 0;
+  int count = 0;
+  bool is_padded = false;
+  while (!text.empty()) {
+    for (const char c : TakeLine(text)) {
+      const unsigned value = Base64Value(c);
+      is_padded = is_padded || c == '=';
+      if (is_padded && c != '=') return {};
+      if (is_padded) continue;
+      if (value > 63) return {};
+      bits = bits << 6 | value;
+      count += 6;
+      if (count < 8) continue;
+      count -= 8;
+      bytes += static_cast<char>(bits >> count & 0xFF);
+    }
+  }
+  return bytes;
+}
+
+/// RFC 9580, 6.2: header lines, a blank line, base64, and perhaps a line with a checksum.
 bool IsArmouredSignature(std::string_view text) {
   constexpr std::string_view kBegin = "-----BEGIN PGP SIGNATURE-----";
   constexpr std::string_view kEnd = "-----END PGP SIGNATURE-----";
-  const std::string_view block = Trim(text, " \t\r\n");
-  return block.size() > kBegin.size() + kEnd.size() && block.starts_with(kBegin) &&
-         block.ends_with(kEnd) && block.find(kEnd) == block.size() - kEnd.size();
-}
-
-std::size_t Number(std::string_view bytes) {
-  std::size_t number = 0;
-  for (const char byte : bytes) number = number << 8 | static_cast<unsigned char>(byte);
-  return number;
-}
-
-/// Takes off a packet's length, which takes `width` bytes, and a signature's body.
-bool TakeBody(std::string_view& bytes, std::size_t width, std::size_t length) {
-  constexpr char kFirstVersion = 3;
-  constexpr char kLastVersion = 6;
-  if (length == 0 || bytes.size() < width + length || bytes[width] < kFirstVersion ||
-      bytes[width] > kLastVersion) {
-    return false;
+  constexpr std::size_t kChecksumLength = 5;
+  std::string_view block = Trim(text, kBlanks);
+  if (!block.ends_with(kEnd) || TakeLine(block) != kBegin) return false;
+  block.remove_suffix(kEnd.size());
+  std::string_view header = TakeLine(block);
+  for (; IsArmourHeader(header); header = TakeLine(block)) {
   }
-  bytes.remove_prefix(width + length);
-  return true;
-}
-
-// RFC 4880, 4.2: a packet of tag 2, its length in the old or the new form.
-bool TakeSignaturePacket(std::string_view& rest) {
-  if (rest.size() < 6) return false;
-  const auto tag = static_cast<unsigned char>(rest[0]);
-  rest.remove_prefix(1);
-  const std::size_t first = Number(rest.substr(0, 1));
-  if (tag == 0x88) return TakeBody(rest, 1, first);
-  if (tag == 0x89) return TakeBody(rest, 2, Number(rest.substr(0, 2)));
-  if (tag == 0x8A) return TakeBody(rest, 4, Number(rest.substr(0, 4)));
-  if (tag != 0xC2) return false;
-  if (first < 192) return TakeBody(rest, 1, first);
-  if (first < 224) return TakeBody(rest, 2, ((first - 192) << 8) + Number(rest.substr(1, 1)) + 192);
-  return first == 255 && TakeBody(rest, 5, Number(rest.substr(1, 4)));
-}
-
-/// One after the other, one for each signer.
-bool AreSignaturePackets(std::string_view bytes) {
-  if (bytes.empty()) return false;
-  while (!bytes.empty()) {
-    if (!TakeSignaturePacket(bytes)) return false;
+  if (!header.empty()) return false;
+  block = Trim(block, kBlanks);
+  const std::size_t last = block.rfind('\n') + 1;
+  if (block.substr(last).starts_with('=') && block.size() - last == kChecksumLength) {
+    block.remove_suffix(kChecksumLength);
   }
-  return true;
+  return AreSignaturePackets(DecodeBase64(block));
 }
 
 }  // namespace

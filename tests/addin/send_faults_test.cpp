@@ -15,7 +15,7 @@ namespace corvessa::testing {
 namespace {
 
 constexpr std::string_view kOldSignature =
-    "-----BEGIN PGP SIGNATURE-----\n\nold\n-----END PGP SIGNATURE-----\n";
+    "-----BEGIN PGP SIGNATURE-----\n\niA0EAAEIAAAAABI0AAEB\n-----END PGP SIGNATURE-----\n";
 constexpr std::string_view kHTML = "<html><p>canary-5e11</p></html>";
 
 /// Lets each platform and engine call of a send fail once, from the first to the last: every second
