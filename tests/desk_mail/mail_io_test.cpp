@@ -235,6 +235,19 @@ TEST(LoadMail, BadFilesGiveOneClearLine) {
   EXPECT_EQ(failure(path), "");
 }
 
+TEST(LoadMail, DecodesWhatOtherProgramsEncodeCarelessly) {
+  const std::vector<std::array<std::string, 3>> contents = {
+      {"base64", "U0VDT05EMQ==\r\nV09SRFM=\r\nIQ", "SECOND1WORDS!"},
+      {"base64", "U0VDT05EMQ==\r\n-- \r\nfooter", "SECOND1"},
+      {"x-uuencode", "#0V%T\r\n`\r\n", "Cat"},
+      {"x-uuencode", "words\r\nbegin 644 a\r\n#0V%T\r\n`\r\nend", "Cat"},
+  };
+  for (const auto& [encoding, content, bytes] : contents)
+    EXPECT_EQ(Sorted("Content-Transfer-Encoding: " + encoding +
+                     "\nContent-Disposition: attachment; filename=f\n\n" + content),
+              "\n\nf=" + bytes + "\n");
+}
+
 TEST(LoadMail, CutMailsLoadAsFarAsTheyGo) {
   const std::string part =
       "Content-Transfer-Encoding: base64\nContent-Disposition: attachment\n\nAAECAwQFBgc=";

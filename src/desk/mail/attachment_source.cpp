@@ -30,30 +30,65 @@ std::string_view NextPiece(GMimeStream& stream, Buffer& buffer) {
   return {buffer.data(), static_cast<std::size_t>(got)};
 }
 
-/// What the base64 text lacks at its end, or nothing.
-std::string MissingPadding(GMimeStream& text) {
-  std::size_t count = 0;
-  bool is_padded = false;
-  char piece[16 * 1024];
-  for (ssize_t size = 0; (size = g_mime_stream_read(&text, piece, sizeof piece)) > 0;) {
-    for (const char c : std::string_view(piece, static_cast<std::size_t>(size))) {
-      is_padded = is_padded || c == '=';
-      count += g_ascii_isalnum(c) || c == '+' || c == '/' ? 1 : 0;
-    }
-  }
-  const std::size_t missing = count % 4 == 0 || is_padded ? 0 : 4 - count % 4;
-  return std::string(missing % 3, '=');
+bool IsBase64Digit(char c) {
+  return g_ascii_isalnum(c) || c == '+' || c == '/';
 }
 
-/// Some programs leave the padding out, and the decoder drops what is not complete.
-Handle<GMimeStream> Padded(GMimeStream& text) {
-  const std::string padding = MissingPadding(text);
+/// Some programs leave padding out or put blocks one behind the other, each with its own. The usual
+/// decoder drops what is not complete and all that stands behind padding, which is right where that
+/// is other text, such as the footer of a list.
+bool IsInBlocks(GMimeStream& text) {
+  std::size_t count = 0;
+  bool is_padded = false;
+  bool goes_on = false;
+  bool is_pure = true;
+  ForEachPiece(text, [&](std::string_view piece) {
+    for (const char c : piece) {
+      is_padded = is_padded || c == '=';
+      goes_on = goes_on || (is_padded && IsBase64Digit(c));
+      is_pure = is_pure && (IsBase64Digit(c) || c == '=' || g_ascii_isspace(c));
+      count += IsBase64Digit(c) || c == '=' ? 1 : 0;
+    }
+  });
   g_mime_stream_reset(&text);
-  if (padding.empty()) return AddReference(&text);
-  const Handle<GMimeStream> end(g_mime_stream_mem_new_with_buffer(padding.data(), padding.size()));
+  return goes_on ? is_pure : count % 4 != 0;
+}
+
+Handle<GMimeStream> DecodedBlocks(GMimeStream& text) {
+  auto decoded = ScratchStream(static_cast<std::uintmax_t>(g_mime_stream_length(&text)));
+  std::string digits;
+  const auto end_block = [&] {
+    if (digits.size() % 4 > 1) digits.append(4 - digits.size() % 4, '=');
+    gsize size = 0;
+    const GText bytes(reinterpret_cast<char*>(g_base64_decode(digits.c_str(), &size)));
+    if (g_mime_stream_write(decoded.get(), bytes.get(), size) < 0)
+      posix::RaiseIoError("A part of the mail", "cannot be decoded", errno);
+    digits.clear();
+  };
+  constexpr std::size_t kEnough = 16 * 1024;
+  ForEachPiece(text, [&](std::string_view piece) {
+    for (const char c : piece) {
+      if (IsBase64Digit(c)) digits += c;
+      if ((c == '=' && !digits.empty()) || digits.size() == kEnough) end_block();
+    }
+  });
+  end_block();
+  g_mime_stream_reset(decoded.get());
+  return decoded;
+}
+
+/// The decoder finds nothing without the line that names the file.
+Handle<GMimeStream> WithBeginLine(GMimeStream& text) {
+  constexpr std::string_view kAnyName = "begin 644 f\n";
+  constexpr std::size_t kLongestPreamble = 64 * 1024;
+  const auto start = "\n" + ReadUpTo(kLongestPreamble, text);
+  g_mime_stream_reset(&text);
+  if (start.find("\nbegin ") != std::string::npos) return AddReference(&text);
+  const Handle<GMimeStream> line(
+      g_mime_stream_mem_new_with_buffer(kAnyName.data(), kAnyName.size()));
   Handle<GMimeStream> whole(g_mime_stream_cat_new());
+  g_mime_stream_cat_add_source(GMIME_STREAM_CAT(whole.get()), line.get());
   g_mime_stream_cat_add_source(GMIME_STREAM_CAT(whole.get()), &text);
-  g_mime_stream_cat_add_source(GMIME_STREAM_CAT(whole.get()), end.get());
   return whole;
 }
 
@@ -68,9 +103,10 @@ class Range final : public AttachmentSource {
         g_mime_stream_substream(range_.get(), range_->bound_start, range_->bound_end));
     g_mime_stream_reset(encoded.get());
     if (encoding_ < GMIME_CONTENT_ENCODING_BASE64) return encoded;
-    const auto whole =
-        encoding_ == GMIME_CONTENT_ENCODING_BASE64 ? Padded(*encoded) : AddReference(encoded.get());
-    Handle<GMimeStream> decoded(g_mime_stream_filter_new(whole.get()));
+    if (encoding_ == GMIME_CONTENT_ENCODING_BASE64 && IsInBlocks(*encoded))
+      return DecodedBlocks(*encoded);
+    if (encoding_ == GMIME_CONTENT_ENCODING_UUENCODE) encoded = WithBeginLine(*encoded);
+    Handle<GMimeStream> decoded(g_mime_stream_filter_new(encoded.get()));
     const Handle<GMimeFilter> decoder(g_mime_filter_basic_new(encoding_, FALSE));
     g_mime_stream_filter_add(GMIME_STREAM_FILTER(decoded.get()), decoder.get());
     return decoded;
