@@ -19,7 +19,10 @@
 namespace corvessa::engine {
 namespace {
 
-// Deflate can promise a thousand times what arrives; no text of a mail is this long.
+// Deflate can promise a thousand times what arrives; what people write stays far below this, and no
+// text of a mail is longer than the last.
+constexpr std::size_t kMaxTextExpansion = 64;
+constexpr std::size_t kTextAlwaysAllowed = std::size_t{32} << 20;
 constexpr std::size_t kMaxTextSize = std::size_t{256} << 20;
 
 // A signature names its key freely, and a text can carry thousands of signatures.
@@ -192,7 +195,7 @@ EngineStatus LibrnpEngine::DecryptTextEx(std::string_view armoured,
                                      return std::make_unique<TextSource>(
                                          start, std::string_view(binary).substr(start.size()));
                                    }};
-    TextSink sink(kMaxTextSize);
+    TextSink sink(std::clamp(binary.size() * kMaxTextExpansion, kTextAlwaysAllowed, kMaxTextSize));
     Decrypt(keys_, AccountAddress(account), message, {sink, [&] { sink.text.clear(); }});
     plain = ToUtf8(std::move(sink.text));
     return kDone;

@@ -223,6 +223,7 @@ TEST(LoadMail, BadFilesGiveOneClearLine) {
   };
   // Without a limit these take minutes or exhaust the stack.
   for (const auto& field : {"To: " + repeated("a:", 90000), "Cc: " + repeated("a,", 90000),
+                            "Bcc: " + repeated("a;", 90000), repeated("X: y\n", 90000),
                             "Subject: " + repeated("=?utf-8?B?AAAA", 50000),
                             "Content-Type: message/rfc822\n\nTo: " + repeated("a:", 90000)}) {
     WriteContent(path, "From: a@b.c\n" + field + "\n\nbody");

@@ -11,6 +11,8 @@ namespace {
 constexpr int kMaximumColons = 2000;
 constexpr int kMaximumEntriesWithoutAddress = 5000;
 constexpr int kMaximumUnendedWords = 500;
+/// Each costs GMime nearly a kilobyte of memory.
+constexpr int kMaximumFields = 20'000;
 
 /// Follows the bytes of a mail through its headers and counts what one field holds.
 class FieldScanner {
@@ -39,12 +41,14 @@ class FieldScanner {
     before_last_ = last_;
     last_ = c;
     return colons_ <= kMaximumColons && words_ <= kMaximumUnendedWords &&
-           commas_ - 2 * ats_ <= kMaximumEntriesWithoutAddress;
+           fields_ <= kMaximumFields && separators_ - 2 * ats_ <= kMaximumEntriesWithoutAddress;
   }
 
   void BeginLine(char first) {
     is_boundary_ = true;
-    if (first != ' ' && first != '\t') colons_ = commas_ = ats_ = words_ = 0;
+    if (first == ' ' || first == '\t') return;
+    colons_ = separators_ = ats_ = words_ = 0;
+    if (in_first_header_) ++fields_;
   }
 
   /// An empty line ends a header; behind that of an embedded mail comes the mail's own. A line that
@@ -65,7 +69,7 @@ class FieldScanner {
 
   void Count(char c) {
     if (c == ':') ++colons_;
-    if (c == ',') ++commas_;
+    if (c == ',' || c == ';') ++separators_;
     if (c == '@') ++ats_;
     if (c == '?' && last_ == '=') ++words_;
     // The end "?=" behind base64's own "=" looked like another beginning.
@@ -89,8 +93,9 @@ class FieldScanner {
   std::size_t matched_ = 0;
   char last_ = '\n';
   char before_last_ = '\n';
+  int fields_ = 0;
   int colons_ = 0;
-  int commas_ = 0;
+  int separators_ = 0;
   int ats_ = 0;
   int words_ = 0;
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <unordered_set>
 #include <utility>
 
 #include "base/text.h"
@@ -77,17 +78,24 @@ ItemData Respond(const ItemData& original, std::string_view prefix) {
   return response;
 }
 
-/// Once each: one address is one recipient, whatever its name.
-void AddRecipient(ItemData& response, RecipientData recipient) {
-  const auto same = [&](const RecipientData& known) {
-    if (recipient.address.empty()) return known.address.empty() && known.name == recipient.name;
-    return LCase(known.address) == LCase(recipient.address);
-  };
-  const auto& known = response.recipients;
-  if (std::ranges::none_of(known, same)) {
-    response.recipients.push_back(std::move(recipient));
+/// Adds each once: one address is one recipient, whatever its name.
+class RecipientAdder {
+ public:
+  explicit RecipientAdder(std::vector<RecipientData>& recipients) : recipients_(recipients) {}
+
+  void Add(RecipientData recipient) {
+    const bool is_new = recipient.address.empty()
+                            ? names_.insert(recipient.name).second
+                            : addresses_.insert(LCase(recipient.address)).second;
+    if (is_new) recipients_.push_back(std::move(recipient));
   }
-}
+
+ private:
+  std::vector<RecipientData>& recipients_;
+  std::unordered_set<std::string> addresses_;
+  /// Of those without an address.
+  std::unordered_set<std::string> names_;
+};
 
 }  // namespace
 
@@ -95,14 +103,15 @@ ItemData MakeReply(const ItemData& original, const Person& owner, bool to_all) {
   ItemData reply = Respond(original, "RE: ");
   auto senders = original.reply_to;
   if (senders.empty()) senders.push_back(original.sender);
+  RecipientAdder recipients(reply.recipients);
   for (const auto& [name, address] : senders) {
-    AddRecipient(reply, {RecipientKind::kTo, ShownName(name, address), address});
+    recipients.Add({RecipientKind::kTo, ShownName(name, address), address});
   }
   if (!to_all) return reply;
   for (const auto kind : {RecipientKind::kTo, RecipientKind::kCc}) {
     for (const auto& recipient : original.recipients) {
       const bool own = !owner.address.empty() && LCase(recipient.address) == LCase(owner.address);
-      if (recipient.kind == kind && !own) AddRecipient(reply, recipient);
+      if (recipient.kind == kind && !own) recipients.Add(recipient);
     }
   }
   return reply;
