@@ -37,6 +37,11 @@ TEST(BodiesTest, HtmlBecomesReadableText) {
       {"<SCRIPT>if (a</b) x</SCRIPT >y", "y"},
       {"a<b", "a"},
       {"<ul><li>1<li>2</ul>", "1\r\n2"},
+      {"is <A class=x HREF = 'https://x.org/?a=1&amp;b=2'>here</A>.",
+       "is here <https://x.org/?a=1&b=2>."},
+      {"<a href=http://x.org/>x.org</a> <a href='#top'>up</a> <a name=a>b</a>", "x.org up b"},
+      {"<a data-href=y href=\"mailto:a@x.org\">a@x.org</a><a href=z><img></a><a href=u>v",
+       "a@x.org<z>v <u>"},
   };
   for (const auto& [html, text] : cases) EXPECT_EQ(HtmlToText(html), text) << html;
   EXPECT_EQ(HtmlToText(TextToHtml("<a> & b\r\n\r\nc")), "<a> & b\r\n\r\nc");

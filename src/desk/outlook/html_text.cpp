@@ -86,6 +86,32 @@ std::optional<std::uint32_t> Reference(std::string_view name) {
   return {};
 }
 
+/// The value at the start of the text, in quotes or up to a blank; `rest` is what follows it.
+std::string_view TakeValue(std::string_view text, std::string_view& rest) {
+  text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+  const bool is_quoted = text.starts_with('"') || text.starts_with('\'');
+  const auto end = is_quoted ? text.find(text[0], 1) : text.find_first_of(" \t\r\n");
+  const auto length = std::min(end, text.size());
+  rest = text.substr(is_quoted ? std::min(length + 1, text.size()) : length);
+  return text.substr(is_quoted ? 1 : 0, is_quoted ? length - 1 : length);
+}
+
+/// The attribute's value as it stands there; empty without one.
+std::string_view Attribute(std::string_view attributes, std::string_view wanted) {
+  constexpr std::string_view kBlanks = " \t\r\n/";
+  while (true) {
+    attributes.remove_prefix(std::min(attributes.find_first_not_of(kBlanks), attributes.size()));
+    if (attributes.empty()) return {};
+    const auto end = std::min(attributes.find_first_of(" \t\r\n/=", 1), attributes.size());
+    const bool is_wanted = LCase(attributes.substr(0, end)) == wanted;
+    attributes.remove_prefix(end);
+    const auto next = attributes.find_first_not_of(" \t\r\n");
+    if (next == std::string_view::npos || attributes[next] != '=') continue;
+    const std::string_view value = TakeValue(attributes.substr(next + 1), attributes);
+    if (is_wanted) return value;
+  }
+}
+
 class TextOfHtml {
  public:
   explicit TextOfHtml(std::string_view html) : rest_(html) {}
@@ -102,6 +128,7 @@ class TextOfHtml {
         TakeCharacter();
       }
     }
+    EndLink();
     return std::move(text_);
   }
 
@@ -123,6 +150,7 @@ class TextOfHtml {
     const bool closing = tag.starts_with('/');
     const auto bare = tag.substr(closing ? 1 : 0);
     const std::string name = LCase(bare.substr(0, bare.find_first_of(" \t\r\n/")));
+    if (name == "a") return closing ? EndLink() : BeginLink(tag.substr(1));
     if (!closing && (name == "head" || name == "style" || name == "script" || name == "title")) {
       SkipElement(name);
     } else if (name == "br") {
@@ -136,6 +164,30 @@ class TextOfHtml {
       Break(1);
       if (name == "pre") pre_ = !closing;
     }
+  }
+
+  void BeginLink(std::string_view attributes) {
+    EndLink();
+    link_ = Replace(Attribute(attributes, "href"), "&amp;", "&");
+    // An address within the page leads nowhere outside it.
+    if (link_.starts_with('#')) link_.clear();
+    link_start_ = text_.size();
+  }
+
+  /// The text says where the link leads unless its words do.
+  void EndLink() {
+    const std::string link = std::exchange(link_, "");
+    const auto words = std::string_view(text_).substr(std::min(link_start_, text_.size()));
+    if (link.empty() || words.find(WithoutScheme(link)) != std::string_view::npos) return;
+    const bool is_apart = blank_ || breaks_ > 0 || words.empty();
+    Put((is_apart ? "<" : " <") + link + ">");
+  }
+
+  static std::string_view WithoutScheme(std::string_view link) {
+    for (const std::string_view scheme : {"https://", "http://", "mailto:"}) {
+      if (link.starts_with(scheme)) link.remove_prefix(scheme.size());
+    }
+    return link.ends_with('/') ? link.substr(0, link.size() - 1) : link;
   }
 
   void SkipElement(const std::string& name) {
@@ -196,6 +248,8 @@ class TextOfHtml {
   /// A cell of a table begins beside another.
   bool cell_ = false;
   bool pre_ = false;
+  std::string link_;
+  std::size_t link_start_ = 0;
 };
 
 }  // namespace
