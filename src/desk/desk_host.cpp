@@ -8,6 +8,7 @@
 #include "base/text.h"
 #include "desk/engine_setup.h"
 #include "desk/failure.h"
+#include "desk/profile/leftovers.h"
 #include "desk/profile/pictures.h"
 #include "desk/settings_store.h"
 #include "desk/terminal/answers.h"
@@ -85,7 +86,8 @@ class DeskHost::Trace {
 
 DeskHost::DeskHost(Profile& profile, Terminal& terminal, Answers& answers, std::ostream& messages,
                    HostOptions options)
-    : profile_(profile),
+    : tidy_first_([folder = profile.TemporaryFolder()] { RemoveLeftovers(folder); }),
+      profile_(profile),
       terminal_(terminal),
       trace_(options.trace ? std::make_unique<Trace>(profile, messages) : nullptr),
       answers_(answers),

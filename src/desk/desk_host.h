@@ -11,6 +11,7 @@
 #include "desk/outlook/outlook_model.h"
 #include "desk/profile/profile.h"
 #include "desk/terminal/signals.h"
+#include "desk/terminal/sudden_end.h"
 #include "desk/terminal/terminal_ui.h"
 #include "platform/engine.h"
 
@@ -63,6 +64,7 @@ class DeskHost {
 
   /// Signals wait until everything is tidied up.
   CaughtSignals caught_;
+  TidyFirst tidy_first_;
   Profile& profile_;
   Terminal& terminal_;
   std::unique_ptr<Trace> trace_;

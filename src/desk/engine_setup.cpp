@@ -1,18 +1,34 @@
 #include "desk/engine_setup.h"
 
+#include <chrono>
+#include <cstdint>
+#include <memory>
 #include <string_view>
 
 #include "desk/profile/profile.h"
 #include "desk/settings_store.h"
+#include "desk/terminal/sudden_end.h"
 
 namespace corvessa::desk {
+namespace {
+
+// What people send to one another takes a hundredth of this.
+constexpr std::chrono::seconds kUsualWorkLimit{30};
+constexpr std::uint64_t kSlowest = std::uint64_t{1} << 20;  // bytes a second
+
+}  // namespace
 
 engine::EngineConfig EngineSetup(Profile& profile) {
   return {
       .rings_folder = profile.KeysFolder(),
       .adk_file = profile.AdkFile(),
       .local_path = [&profile](std::string_view path) { return profile.Files().LocalPath(path); },
-      .new_temporary_path = [&profile] { return profile.Files().FreshTemporaryPath(); }};
+      .new_temporary_path = [&profile] { return profile.Files().FreshTemporaryPath(); },
+      .watch_decryption =
+          [](std::uint64_t size) {
+            const auto more = std::chrono::seconds(size / kSlowest);
+            return std::make_shared<WorkLimit>(kUsualWorkLimit + more);
+          }};
 }
 
 std::shared_ptr<engine::OpenPgpEngine> OpenEngine(Profile& profile) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -22,6 +23,9 @@ struct EngineConfig {
   std::function<std::filesystem::path(std::string_view)> local_path;
   /// A fresh temporary file's path in the add-in's terms.
   std::function<std::string()> new_temporary_path;
+  /// What it gives is held while a message of so many bytes is decrypted, which its sender can have
+  /// made to take for ever; the engine cannot break off. None is needed.
+  std::function<std::shared_ptr<void>(std::uint64_t)> watch_decryption;
   /// How long key servers may take to answer one operation, all of them together.
   std::chrono::milliseconds key_server_time = std::chrono::seconds(10);
 };

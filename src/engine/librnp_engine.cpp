@@ -84,6 +84,10 @@ void LibrnpEngine::InitEngine() {
   }
 }
 
+std::shared_ptr<void> LibrnpEngine::WatchDecryption(std::uint64_t size) const {
+  return config_.watch_decryption ? config_.watch_decryption(size) : nullptr;
+}
+
 void LibrnpEngine::FailToHide() {
   Fail(kUnexpected, "The recipients could not be hidden.");
 }
@@ -191,6 +195,7 @@ EngineStatus LibrnpEngine::DecryptTextEx(std::string_view armoured,
     const auto found = FindArmour(armoured, "MESSAGE");
     if (!found) Fail(kBadFormat, "This is no encrypted OpenPGP message.");
     const std::string binary = Dearmour(found->block);
+    const auto watch = WatchDecryption(binary.size());
     const EncryptedMessage message{binary, [&](std::string_view start) {
                                      return std::make_unique<TextSource>(
                                          start, std::string_view(binary).substr(start.size()));

@@ -65,6 +65,7 @@ class LibrnpEngine final : public OpenPgpEngine {
   /// answers are in the addresses' order: could it be told?
   std::vector<bool> LookUpAddresses(const std::vector<std::string>& addresses);
   FindSigner SignerFinder();
+  std::shared_ptr<void> WatchDecryption(std::uint64_t size) const;
   [[noreturn]] static void FailToHide();
   static EngineStatus Report(const Verdict& verdict, platform::IEngineStringVector& signers,
                              platform::IEngineStringVector& unknown_signers);

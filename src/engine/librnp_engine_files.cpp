@@ -116,6 +116,7 @@ EngineStatus LibrnpEngine::DecryptFileEx(std::string_view path,
   return Attempt([&] {
     const auto local = config_.local_path(path);
     const auto original = LocalFile::OpenForReading(local);
+    const auto watch = WatchDecryption(original.Size());
     LocalFile dearmoured;
     std::string start = original.ReadAt(0, kMaxMessageStart);
     if (StartsWithArmour(start)) {

@@ -1,3 +1,4 @@
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <functional>
@@ -10,6 +11,8 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include "desk/terminal/signals.h"
+#include "desk/terminal/sudden_end.h"
 #include "desk/terminal/terminal.h"
 
 namespace corvessa::testing {
@@ -130,6 +133,26 @@ TEST(Pty, AnInterruptAtWorkEndsTheNextQuestionAndASecondOneTheProcess) {
   process.ShownUpTo("interrupted");
   process.Signal(SIGINT);
   EXPECT_EQ(process.WaitForSignal(), SIGINT);
+}
+
+TEST(Pty, WorkThatNeverEndsIsEndedTidily) {
+  const auto ended = [](int signal) {
+    Process process([signal](desk::Terminal& terminal) {
+      const desk::CaughtSignals caught;
+      const desk::TidyFirst tidy([&] { terminal.Write("tidied.\n"); });
+      const desk::WorkLimit limit(std::chrono::milliseconds(signal == 0 ? 10 : 0));
+      terminal.Write("working.\n");
+      while (signal == 0) clock();
+      for (;;) pause();
+    });
+    process.ShownUpTo("working.\r\n");
+    if (signal != 0) process.Signal(signal);
+    const std::string shown = process.ShownUpTo(signal == 0 ? "up\r\n" : "tidied.\r\n");
+    return shown + std::to_string(process.WaitForSignal());
+  };
+  EXPECT_EQ(ended(SIGINT), "tidied.\r\n2");
+  EXPECT_EQ(ended(0),
+            "tidied.\r\ncorvessa-desk: the message takes too long to decrypt; given up\r\n0");
 }
 
 TEST(Pty, AfterHavingBeenStoppedItAsksAgain) {

@@ -29,7 +29,7 @@ class Profile {
   }
 
   /// A second engine over the same rings, as another session would open them.
-  std::shared_ptr<OpenPgpEngine> Reopened() const { return CreateOpenPgpEngine(Config()); }
+  std::shared_ptr<OpenPgpEngine> Reopened() { return CreateOpenPgpEngine(Config()); }
   /// Makes a key whose passphrase is `passphrase` and unlocks nothing. Returns its fingerprint.
   std::string Generate(const std::string& address, const std::string& passphrase = "secret") {
     KeyInfo made;
@@ -102,6 +102,8 @@ class Profile {
   }
 
   testing::TempFolder folder;
+  /// The sizes of the messages that were decrypted, as the host is told them.
+  std::vector<std::uint64_t> watched;
   std::shared_ptr<OpenPgpEngine> engine;
 
  private:
@@ -120,7 +122,7 @@ class Profile {
     EXPECT_EQ(text, untouched);
     return {status, {}};
   }
-  EngineConfig Config() const {
+  EngineConfig Config() {
     EngineConfig config;
     config.rings_folder = folder / "keys";
     config.adk_file = folder / "adks.txt";
@@ -128,6 +130,10 @@ class Profile {
     config.local_path = [](std::string_view path) { return std::filesystem::path(path); };
     config.new_temporary_path = [base = folder / "temporary", count = 0]() mutable {
       return base.string() + std::to_string(++count) + ".sig";
+    };
+    config.watch_decryption = [this](std::uint64_t size) {
+      watched.push_back(size);
+      return nullptr;
     };
     return config;
   }

@@ -1,16 +1,19 @@
 #include "desk/terminal/signals.h"
 
+#include <chrono>
 #include <cstddef>
 #include <iterator>
-#include <unistd.h>
+
+#include "desk/terminal/sudden_end.h"
+#include "posix/deadline.h"
 
 namespace corvessa::desk {
 namespace {
 
 /// Who asked for the end is not kept waiting for longer.
-constexpr unsigned kSecondsToTidyUp = 5;
+constexpr std::chrono::seconds kTimeToTidyUp{5};
 
-constexpr int kSignals[6] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGALRM, SIGTSTP};
+constexpr int kSignals[5] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP};
 
 volatile std::sig_atomic_t g_first = 0;
 
@@ -23,24 +26,33 @@ void EndBy(int signal) {
   std::raise(signal);
 }
 
+const posix::Deadline& TheEnd() {
+  static const posix::Deadline deadline(CLOCK_MONOTONIC, [] {
+    if (g_first == 0) return;  // taken at the last moment
+    TidyUp();
+    EndBy(g_first);
+  });
+  return deadline;
+}
+
 void Catch(int signal) {
-  if (signal == SIGALRM) return EndBy(g_first == 0 ? SIGALRM : g_first);
   if (signal == SIGTSTP) {
     if (g_first == 0) g_first = signal;
     return;
   }
   if (g_first == 0 || g_first == SIGTSTP) {
     g_first = signal;
-    if (signal != SIGINT) alarm(kSecondsToTidyUp);
+    TheEnd().Start(kTimeToTidyUp);
   } else if (signal == SIGINT) {
     // Somebody insists. Others may come in twice by themselves, as when a terminal is closed.
-    EndBy(signal);
+    TheEnd().Start(std::chrono::nanoseconds(1));
   }
 }
 
 }  // namespace
 
 CaughtSignals::CaughtSignals(bool with_stop) : with_stop_(with_stop) {
+  TheEnd();  // made now: a signal handler cannot
   static_assert(std::size(kSignals) == std::size(decltype(earlier_){}));
   for (std::size_t i = 0; i < std::size(kSignals); ++i) {
     if (kSignals[i] == SIGTSTP && !with_stop_) continue;
@@ -66,6 +78,7 @@ int CaughtSignals::First() {
 int CaughtSignals::Take() {
   const int first = g_first;
   g_first = 0;
+  if (first == SIGINT) TheEnd().Stop();
   return first;
 }
 

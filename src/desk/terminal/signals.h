@@ -6,8 +6,9 @@ namespace corvessa::desk {
 
 /// Takes the signals that end the process in its place while it lives: the program may be halfway
 /// through a message and has to tidy up first. The first one is noted. A few seconds later the
-/// process ends all the same, wherever it hangs; after the keyboard's interrupt it does not, but
-/// ends at the next one. What the process was started to ignore stays ignored. They may be nested.
+/// process ends all the same, wherever it hangs, and at the keyboard's next interrupt at once, both
+/// with TidyUp; but it goes on when an interrupt was taken until then. What the process was started
+/// to ignore stays ignored. They may be nested.
 class CaughtSignals {
  public:
   CaughtSignals() : CaughtSignals(false) {}
@@ -26,7 +27,7 @@ class CaughtSignals {
   explicit CaughtSignals(bool with_stop);
 
   bool with_stop_;
-  struct sigaction earlier_[6]{};
+  struct sigaction earlier_[5]{};
 };
 
 /// Holds back what CaughtSignals may take, so that none comes in between a look at what was caught
