@@ -11,6 +11,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include "desk/terminal/line_reader.h"
 #include "desk/terminal/signals.h"
 #include "desk/terminal/sudden_end.h"
 #include "desk/terminal/terminal.h"
@@ -78,9 +79,16 @@ void AskSecret(desk::Terminal& terminal) {
 
 TEST(Pty, APassphraseIsReadWithoutEchoAndTheEchoComesBack) {
   Process process([](desk::Terminal& terminal) {
+    // What goes on meanwhile draws nothing over what is asked.
+    terminal.idle = [&terminal] {
+      terminal.ShowStatus("[##--] at work");
+      return std::chrono::milliseconds(1);
+    };
     AskSecret(terminal);
     terminal.ReadLine("Line: ");
     AskSecret(terminal);
+    desk::LineReader(terminal, "test").Read("$ ");
+    terminal.Write("Read.\n");
   });
   EXPECT_EQ(process.ShownUpTo(": "), "Passphrase: ");
   EXPECT_FALSE(process.Echoes());
@@ -91,6 +99,9 @@ TEST(Pty, APassphraseIsReadWithoutEchoAndTheEchoComesBack) {
   process.ShownUpTo("Passphrase: ");
   process.Type("\x04");
   EXPECT_EQ(process.ShownUpTo(".\r\n"), "\r\n0 bytes, result 2.\r\n");
+  process.ShownUpTo("$ ");
+  process.Type("x\n");
+  EXPECT_EQ(process.ShownUpTo("Read.").find("at work"), std::string::npos);
 }
 
 TEST(Pty, ASignalAbortsTheQuestionAndIsKeptForTheEnd) {

@@ -267,6 +267,18 @@ TEST_F(TerminalUiTest, APassphraseIsNeverDrawn) {
   Sit("\n3 sesame\n\x1B\nesc\n");
   EXPECT_EQ(Login(), "none");
   EXPECT_NE(Drawn().find("A passphrase is not typed where it can be seen"), std::string::npos);
+
+  // It goes to the wrong prompt, while a bar shows how far things are.
+  Sit("\nsesame\nesc\n");
+  const auto progress = std::make_shared<frmProgress>();
+  progress->Show();
+  EXPECT_EQ(Login(), "none");
+  const std::string drawn = Drawn();
+  constexpr std::string_view kChoice = "Choice (esc = Cancel, q = close): ";
+  EXPECT_EQ(drawn.substr(drawn.find("Passphrase (")),
+            "Passphrase (Enter alone for the other choices): \n" + std::string(kChoice) +
+                "There is no choice here.\n" + std::string(kChoice) +
+                "\r[------------------------------] Step 0/0");
 }
 
 TEST_F(TerminalUiTest, APromptThatNobodyAnswersIsClosedAndNamed) {

@@ -1,5 +1,6 @@
 #include "desk/terminal/conversation.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "base/secret_string.h"
@@ -21,6 +22,15 @@ bool IsWord(std::string_view line, std::string_view word, std::string_view lette
             const Choices& choices) {
   const std::string lower = LCase(line);
   return lower == word || (lower == letter && !choices.Find(letter));
+}
+
+/// What was typed is named, unless it may be a passphrase at the wrong prompt.
+std::string NoSuchChoice(const Form& form, std::string_view line) {
+  const bool may_be_secret = std::ranges::any_of(form.Controls(), [](const Control* control) {
+    const auto* box = dynamic_cast<const TextBox*>(control);
+    return box != nullptr && box->IsPassword();
+  });
+  return "There is no choice " + (may_be_secret ? "" : "\"" + ForDisplay(line) + "\" ") + "here.\n";
 }
 
 }  // namespace
@@ -100,7 +110,7 @@ void Conversation::AskForChoice(const Choices& choices) {
     input_has_ended_ = !line;
     // What runs while one thinks may have taken the form away.
     if (!line || !form_->IsVisible() || Obey(Trim(*line), choices)) return;
-    terminal_.Write("There is no choice \"" + ForDisplay(*line) + "\" here.\n");
+    terminal_.Write(NoSuchChoice(*form_, *line));
   }
 }
 

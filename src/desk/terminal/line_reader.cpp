@@ -99,6 +99,7 @@ std::optional<std::string> LineReader::Editor::Read(const std::string& prompt) {
   const Utf8Locale utf8;
   prompt_ = prompt;
   terminal_.ClearStatus();
+  const Terminal::Question question(terminal_);
   int length = 0;
   const char* typed = el_gets(editor_, &length);
   if (terminal_.TakeInterrupt()) {

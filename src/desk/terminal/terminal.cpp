@@ -61,7 +61,7 @@ void Terminal::Write(std::string_view text) {
 }
 
 void Terminal::ShowStatus(std::string_view text) {
-  if (!is_there_) return;
+  if (!is_there_ || open_questions_ > 0) return;
   // One column is left free: a cursor behind the last one would go to the next line.
   const std::string line = CutToColumns(text, Columns() - 1);
   if (line == status_) return;
@@ -103,6 +103,7 @@ int Terminal::EndingSignal() const {
 }
 
 std::optional<std::string> Terminal::ReadLine(std::string_view prompt) {
+  const Question question(*this);
   Write(prompt);
   std::string line;
   for (;;) {
@@ -130,6 +131,7 @@ Terminal::SecretResult Terminal::ReadSecretLine(SecretString& secret) {
 }
 
 Terminal::SecretResult Terminal::ReadSecret(std::string_view prompt, SecretString& secret) {
+  const Question question(*this);
   for (;;) {
     secret.Clear();
     SecretResult result;

@@ -25,6 +25,19 @@ class Terminal {
  public:
   enum class SecretResult { kRead, kTooLong, kAborted };
 
+  /// While one lives a person is asked something: no status line is drawn over it, whatever goes on
+  /// meanwhile. They may be nested.
+  class Question {
+   public:
+    explicit Question(Terminal& terminal) : terminal_(terminal) { ++terminal_.open_questions_; }
+    ~Question() { --terminal_.open_questions_; }
+    Question(const Question&) = delete;
+    Question& operator=(const Question&) = delete;
+
+   private:
+    Terminal& terminal_;
+  };
+
   /// The descriptors stay the caller's.
   Terminal(int input, int output, bool is_there);
   /// Standard input and standard error, so that standard output stays free for results; there when
@@ -41,7 +54,7 @@ class Terminal {
 
   /// Takes the status line away first. Writes nothing when nobody is there.
   void Write(std::string_view text);
-  /// Draws the one line that is redrawn in place, cut to the width.
+  /// Draws the one line that is redrawn in place, cut to the width; not while a question is open.
   void ShowStatus(std::string_view text);
   void ClearStatus();
 
@@ -75,6 +88,7 @@ class Terminal {
   bool is_there_;
   int ending_signal_ = 0;
   int interrupts_ = 0;
+  int open_questions_ = 0;
   std::string status_;
 };
 
