@@ -222,10 +222,12 @@ EngineStatus LibrnpEngine::VerifyText(std::string_view signed_text,
     };
     auto verdict = verify(parts.content);
     if (verdict.status == kBadSignature) {
-      // Its mail may have been written, and signed, in the charset that was usual before UTF-8.
-      const auto bytes = ToWindows1252(parts.content);
-      if (auto second = bytes ? verify(*bytes) : verdict; second.status == kGoodSignature) {
-        verdict = std::move(second);
+      // Its mail may have been written, and signed, in a charset that was usual before UTF-8.
+      for (const auto& bytes : EarlierEncodings(parts.content)) {
+        auto other = verify(bytes);
+        if (other.status != kGoodSignature) continue;
+        verdict = std::move(other);
+        break;
       }
     }
     const auto status = Report(verdict, signers, unknown_signers);

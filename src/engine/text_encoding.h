@@ -1,19 +1,20 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace corvessa::engine {
 
-/// Text as the add-in takes it, of what somebody encrypted: UTF-8 as it is; anything else was
-/// written by a program of its time in the charset of western Windows, which Latin-1 means too.
-/// Bytes that are neither stay as they are.
+/// Text as the add-in takes it, of what somebody encrypted: Japanese mail by its escapes, and UTF-8
+/// as it is; anything else was written by a program of its time in the charset of western Windows,
+/// which Latin-1 means too. Bytes that are none of these stay as they are.
 std::string ToUtf8(std::string bytes);
 
-/// UTF-8 text in that charset; nothing when it is plain ASCII, where they do not differ, or holds
-/// what that charset has not. Nothing either when the bytes would be UTF-8 themselves: they mean
-/// another text than this one then, which somebody has made look like it by a wrong label.
-std::optional<std::string> ToWindows1252(std::string_view text);
+/// What UTF-8 text may have been when it was signed, in the charsets of mail before UTF-8 (western
+/// Windows, Latin-9, Japanese), each once; nothing for plain ASCII. Bytes that are UTF-8 themselves
+/// are left out: they mean another text than this one, which somebody has made look like it by a
+/// wrong label. For that reason, too, there is no charset whose letters take up ASCII.
+std::vector<std::string> EarlierEncodings(std::string_view text);
 
 }  // namespace corvessa::engine

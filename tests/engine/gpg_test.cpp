@@ -62,20 +62,32 @@ void ExpectSame(const std::string& text, const std::string& wanted, const std::s
 }
 
 TEST_F(GpgTest, TextsOfTheTimeBeforeUtf8AreReadAndTheirSignaturesHold) {
-  const std::string text = "gr\xfc\xdf\x80";
-  const std::string as_utf8 = "gr\xc3\xbc\xc3\x9f\xe2\x82\xac";
-  EXPECT_TRUE(alice->DecryptText(gpg->Make("--armor --encrypt -r alice@example.org", text)) ==
-              Outcome(0, as_utf8));
-  // As its mail program hands it on, which knows the charset.
-  std::string block = gpg->Make("--clear-sign -u gina@example.org", text);
-  block.replace(block.find(text), text.size(), as_utf8);
-  EXPECT_EQ(alice->VerifyText(block), "1 [gina@example.org] [] " + as_utf8);
+  static const std::string kJapanese = "\x1b$BF|K\\8l\x1b(B, \x1b$BF|\x1b(B";
+  const struct {
+    std::string bytes, text, decrypted;
+  } cases[] = {{"gr\xfc\xdf\x80", "grüß€", "grüß€"},
+               {"\xa4 5", "€ 5", "¤ 5"},
+               {kJapanese, "日本語, 日", "日本語, 日"}};
+  std::string block;
+  for (const auto& c : cases) {
+    EXPECT_TRUE(alice->DecryptText(gpg->Make("--armor --encrypt -r alice@example.org", c.bytes)) ==
+                Outcome(0, c.decrypted))
+        << c.text;
+    // As its mail program hands it on, which knows the charset.
+    block = gpg->Make("--clear-sign -u gina@example.org", c.bytes);
+    block.replace(block.find(c.bytes), c.bytes.size(), c.text);
+    EXPECT_EQ(alice->VerifyText(block), "1 [gina@example.org] [] " + c.text);
+    block.insert(block.find(c.text), "x");
+    EXPECT_TRUE(alice->VerifyText(block).starts_with("0 ")) << c.text;
+  }
+  for (const std::string no_japanese : {"\x1b[31mred", "\x1b$BF|ü"}) {
+    EXPECT_TRUE(alice->DecryptText(gpg->Make("--armor --encrypt -r alice@example.org",
+                                             no_japanese)) == Outcome(0, no_japanese));
+  }
   // A label that makes another text of what was signed takes its signature from it.
   std::string relabelled = gpg->Make("--clear-sign -u gina@example.org", "gr\xc3\xbc");
   relabelled.replace(relabelled.find("\xc3\xbc"), 2, "\xc3\x83\xc2\xbc");
   EXPECT_TRUE(alice->VerifyText(relabelled).starts_with("0 "));
-  block.insert(block.find(as_utf8), "x");
-  EXPECT_TRUE(alice->VerifyText(block).starts_with("0 "));
 }
 
 TEST_F(GpgTest, ReadsTheEnginesTextsAndTheReverse) {
