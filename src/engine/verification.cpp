@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <exception>
 
+#include "engine/addresses.h"
 #include "engine/key_facts.h"
 #include "engine/status.h"
 
@@ -114,6 +115,32 @@ Finding JudgeGood(const KeyStore& keys, rnp_key_handle_t key, rnp_key_handle_t p
   return {Kind::kGood, address, {}};
 }
 
+/// The user ID that the signature itself says it is by; empty when it says nothing. The library
+/// tells it in JSON only, in which no text holds a quotation mark without a backslash.
+std::string NamedSigner(rnp_signature_handle_t signature) {
+  char* packet = nullptr;
+  Check(rnp_signature_packet_to_json(signature, 0, &packet));
+  const std::string json = packet;
+  rnp_buffer_destroy(packet);
+  const auto named = json.find("\"type\":28,");
+  if (named == std::string::npos) return {};
+  const std::string part = json.substr(named, json.find('}', named) - named);
+  static constexpr std::string_view kUser = "\"uid\":\"";
+  const auto user = part.find(kUser);
+  if (user == std::string::npos || part.find("\"hashed\":true") > user) return {};
+  return part.substr(user + kUser.size(), part.rfind('"') - user - kUser.size());
+}
+
+/// One of the key's addresses, preferably the one that the signature names. Never the text of a
+/// user ID: it can say anything, also somebody else's address.
+std::string SignerOf(rnp_key_handle_t primary, rnp_signature_handle_t signature,
+                     const std::string& key_id) {
+  const auto addresses = ValidAddresses(primary);
+  const auto named = std::ranges::find(addresses, AddressOf(NamedSigner(signature)));
+  if (named != addresses.end()) return *named;
+  return addresses.empty() ? key_id : addresses.front();
+}
+
 Finding Judge(const KeyStore& keys, rnp_op_verify_signature_t signature, bool text_only) {
   const auto handle = Make<Signature>(rnp_op_verify_signature_get_handle, signature);
   const std::string key_id = Text(rnp_signature_get_keyid, handle.get());
@@ -127,9 +154,7 @@ Finding Judge(const KeyStore& keys, rnp_op_verify_signature_t signature, bool te
   if (!key_id.empty() && Text(rnp_key_get_keyid, key.get()) != key_id) {
     return {Kind::kBad, key_id, "The signature names another key than the one that made it."};
   }
-  const auto addresses = ValidAddresses(primary.get());
-  // Never the text of a user ID: it can say anything, also somebody else's address.
-  const std::string address = addresses.empty() ? key_id : addresses.front();
+  const std::string address = SignerOf(primary.get(), handle.get(), key_id);
   if (status == RNP_ERROR_SIGNATURE_INVALID && !IsRevoked(key.get(), primary.get())) {
     return {Kind::kBad, address, "The signature of " + address + " does not fit the content."};
   }

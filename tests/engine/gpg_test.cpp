@@ -197,6 +197,21 @@ TEST_F(GpgTest, ExpiredAndRevokedKeysAreOfNoUse) {
   }
 }
 
+TEST_F(GpgTest, ASignerWithSeveralAddressesIsCalledAsTheSignatureSays) {
+  const std::string by = "--clear-sign --local-user ";
+  gpg->Generate("old@example.org", "ed25519");
+  gpg->Make("--quick-add-uid old@example.org 'N \"New\" <new@example.org>'");
+  gpg->Make("--quick-set-primary-uid old@example.org 'N \"New\" <new@example.org>'");
+  alice->Import(gpg->Make("--armor --export old@example.org"));
+  const std::string key = gpg->Fingerprint("old@example.org");
+  EXPECT_EQ(alice->VerifyText(gpg->Make(by + "old@example.org", "x")), "1 [old@example.org] [] x");
+  EXPECT_EQ(alice->VerifyText(gpg->Make(by + key, "x")), "1 [new@example.org] [] x");
+  EXPECT_EQ(alice->VerifyText(gpg->Make("--sender new@example.org " + by + key, "x")),
+            "1 [new@example.org] [] x");
+  EXPECT_EQ(alice->VerifyText(gpg->Make("--sender gina@example.org " + by + key, "x")),
+            "1 [new@example.org] [] x");
+}
+
 TEST_F(GpgTest, TheNewestUsableSubkeyIsTaken) {
   gpg->Generate("subs@example.org", "ed25519", "never", "--faked-system-time 20210101T000000!");
   const std::string fingerprint = gpg->Fingerprint("subs@example.org");
