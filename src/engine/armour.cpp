@@ -22,6 +22,9 @@ std::size_t FindLine(std::string_view text, std::string_view line, std::size_t f
   return std::string_view::npos;
 }
 
+/// As gpg has it. Quoted-printable breaks a line of the library's own 76.
+constexpr std::size_t kLineLength = 64;
+
 constexpr std::uint32_t kCrcStart = 0xb704ce;
 constexpr std::uint32_t kCrcPolynomial = 0x864cfb;
 
@@ -85,18 +88,22 @@ std::string Dearmour(std::string_view block) {
 }
 
 std::string Armour(std::string_view bytes, const char* type, std::string_view version) {
-  TextSource source(bytes);
+  TextSource nothing{{}};
   TextSink sink;
-  const Stream stream(source, sink);
-  stream.Finish(rnp_enarmor(stream.input(), stream.output(), type));
-  InsertVersion(sink.text, version);
+  const Stream stream(nothing, sink);
+  {
+    rnp_output_t made = nullptr;
+    Check(rnp_output_to_armor(stream.output(), &made, type));
+    const Output armour(made);
+    Check(rnp_output_armor_set_line_length(armour.get(), kLineLength));
+    std::size_t written = 0;
+    Check(rnp_output_write(armour.get(), bytes.data(), bytes.size(), &written));
+    stream.Finish(rnp_output_finish(armour.get()));
+  }
+  if (!version.empty()) {
+    sink.text.insert(sink.text.find('\n') + 1, "Version: " + std::string(version) + "\r\n");
+  }
   return std::move(sink.text);
-}
-
-void InsertVersion(std::string& armoured, std::string_view version, std::size_t block_start) {
-  if (version.empty()) return;
-  const auto end_of_line = armoured.find('\n', block_start);
-  armoured.insert(end_of_line + 1, "Version: " + std::string(version) + "\r\n");
 }
 
 }  // namespace corvessa::engine

@@ -21,10 +21,8 @@ std::optional<ArmourBlock> FindArmour(std::string_view text, std::string_view ki
 std::string Dearmour(std::string_view block);
 
 /// Armours bytes as a "message", "signature", "public key" or "secret key", with a Version line
-/// unless `version` is empty. Lines end in CRLF, as mail has them.
+/// unless `version` is empty. Lines end in CRLF, as mail has them, and are short enough for any
+/// mail.
 std::string Armour(std::string_view bytes, const char* type, std::string_view version);
-
-/// Puts a Version line into a block that has no header lines. Nothing for an empty version.
-void InsertVersion(std::string& armoured, std::string_view version, std::size_t block_start = 0);
 
 }  // namespace corvessa::engine

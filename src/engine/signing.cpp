@@ -44,8 +44,9 @@ std::string ClearSign(KeyStore& keys, std::string_view address, std::string_view
   TextSource source(normal);
   TextSink sink;
   Sign(rnp_op_sign_cleartext_create, keys, key.get(), "SHA512", source, sink);
-  InsertVersion(sink.text, version, sink.text.rfind("-----BEGIN PGP SIGNATURE-----"));
-  return std::move(sink.text);
+  const auto signature = sink.text.rfind("-----BEGIN PGP SIGNATURE-----");
+  const std::string binary = Dearmour(std::string_view(sink.text).substr(signature));
+  return sink.text.substr(0, signature) + Armour(binary, "signature", version);
 }
 
 std::string SignDetached(KeyStore& keys, Source& source, std::string_view version) {

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sstream>
 
 #include "base/error.h"
 #include "engine/armour.h"
@@ -58,6 +59,12 @@ TEST_F(TextTest, WritesTheVersionLinesOfItsOptions) {
   EXPECT_TRUE(armoured.starts_with("-----BEGIN PGP MESSAGE-----\r\nVersion: Corvessa 1.0\r\n\r\n"));
   EXPECT_NE(signed_text.find("-----BEGIN PGP SIGNATURE-----\r\nVersion: Corvessa Sign\r\n\r\n"),
             std::string::npos);
+  for (const auto& block : {armoured, signed_text}) {
+    std::size_t longest = 0;
+    std::istringstream lines(block);
+    for (std::string line; std::getline(lines, line);) longest = std::max(longest, line.size());
+    EXPECT_EQ(longest, 65U);  // with the CR
+  }
   EXPECT_EQ(bob->DecryptText(armoured), Outcome(0, "x"));
   EXPECT_EQ(bob->VerifyText(signed_text), "1 [alice@example.org] [] x");
   EXPECT_THROW(alice->engine->SetOption("pgpMessageHeader", "a\nb"), Error);
