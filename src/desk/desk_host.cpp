@@ -48,6 +48,14 @@ TerminalUiOptions UiSetup(Profile& profile, std::ostream& messages) {
           }};
 }
 
+engine::EngineConfig EngineSetup(Profile& profile, TerminalUi& ui) {
+  engine::EngineConfig setup = EngineSetup(profile);
+  setup.on_bad_adk_file = [&ui](std::string_view complaint) {
+    ui.Report(WithoutFullStop(ForDisplay(complaint)));
+  };
+  return setup;
+}
+
 }  // namespace
 
 /// Switches the trace log on for a while and tells what came into it.
@@ -93,7 +101,7 @@ DeskHost::DeskHost(Profile& profile, Terminal& terminal, Answers& answers, std::
       answers_(answers),
       owner_(options.owner),
       ui_(terminal, answers, UiSetup(profile, messages)),
-      engine_(engine::CreateEngineFactory(EngineSetup(profile))),
+      engine_(engine::CreateEngineFactory(EngineSetup(profile, ui_))),
       outlook_(OutlookSetup(profile, options)) {
   ::setenv("TMPDIR", profile.TemporaryFolder().c_str(), 1);
   platform::InstallHost({outlook_.Cdo(), profile.Clipboard(), profile.Clock(), *engine_,

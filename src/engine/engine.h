@@ -17,8 +17,11 @@ namespace corvessa::engine {
 struct EngineConfig {
   /// Where the key rings are kept; made when it is missing.
   std::filesystem::path rings_folder;
-  /// Maps addresses and domains to additional decryption addresses; need not exist.
+  /// Maps addresses and domains to additional decryption addresses; need not exist. Each line is
+  /// "address or domain: address, address…", empty or a comment behind #.
   std::filesystem::path adk_file;
+  /// Told what is wrong with that file, of which the add-in learns a status only; may be empty.
+  std::function<void(std::string_view)> on_bad_adk_file = {};
   /// The local file that a path of the add-in means.
   std::function<std::filesystem::path(std::string_view)> local_path;
   /// A fresh temporary file's path in the add-in's terms.

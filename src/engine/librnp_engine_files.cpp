@@ -158,7 +158,12 @@ EngineStatus LibrnpEngine::VerifyFile(std::string_view path, std::string_view si
 EngineStatus LibrnpEngine::GetAddressADKs(std::string_view address,
                                           platform::IEngineStringVector& addresses) {
   return Attempt([&] {
-    for (const auto& found : FindAdks(config_.adk_file, address)) addresses.Add(found);
+    try {
+      for (const auto& found : FindAdks(config_.adk_file, address)) addresses.Add(found);
+    } catch (const Failure& failure) {
+      if (config_.on_bad_adk_file) config_.on_bad_adk_file(failure.message);
+      throw;
+    }
     return kDone;
   });
 }

@@ -65,6 +65,9 @@ class TerminalUi final : public platform::Ui {
   /// Lets that much time pass, and everything happen that happens meanwhile.
   void Wait(std::chrono::milliseconds time);
 
+  /// One line to the user, whoever is there.
+  void Report(std::string_view line);
+
   /// Everything shown so far, in order.
   const std::vector<ShownBox>& Boxes() const { return boxes_; }
 
@@ -78,7 +81,6 @@ class TerminalUi final : public platform::Ui {
   bool HasAgreed(bool can_cancel);
   std::string BoxAnsweredBeforehand();
   void RefreshStatus();
-  void Report(std::string_view line);
   std::chrono::milliseconds UntilNextTick() const;
 
   Terminal& terminal_;
