@@ -11,10 +11,8 @@ namespace corvessa::desk {
 namespace {
 
 void WriteReport(CommandContext& context, DeskHost& host, Outcome outcome,
-                 const std::string& message) {
+                 const std::string& message, nlohmann::json json) {
   if (!context.json || context.has_written_json) return;
-  nlohmann::json json;
-  json["sent"] = false;
   json["resultCode"] = static_cast<int>(context.Judge(outcome));
   json["error"] = message;
   AddBoxes(json, host.Ui().Boxes());
@@ -24,14 +22,15 @@ void WriteReport(CommandContext& context, DeskHost& host, Outcome outcome,
 }  // namespace
 
 Outcome ReportingFailures(CommandContext& context, DeskHost& host,
-                          const std::function<Outcome()>& run) {
+                          const std::function<Outcome()>& run, const nlohmann::json& nothing_done) {
   try {
     return run();
   } catch (const Failure& failure) {
-    WriteReport(context, host, failure.outcome, failure.message);
+    WriteReport(context, host, failure.outcome, failure.message, nothing_done);
     throw;
   } catch (const Error& error) {
-    WriteReport(context, host, Outcome::kEnvironment, WithoutFullStop(error.description));
+    WriteReport(context, host, Outcome::kEnvironment, WithoutFullStop(error.description),
+                nothing_done);
     throw;
   }
 }

@@ -78,7 +78,7 @@ Outcome Send(CommandContext& context, const SendOptions& options) {
   DeskHost host(
       profile, context.terminal, context.answers, context.messages,
       {.outlook_version = options.outlook, .owner = sender, .trace = options.message.trace});
-  return ReportingFailures(context, host, [&] {
+  const auto send = [&] {
     const SentMail sent = SendDraft(host, draft, options.choices, [&](const mail::Mail& mail) {
       Deliver(context, options, mail);
     });
@@ -88,7 +88,12 @@ Outcome Send(CommandContext& context, const SendOptions& options) {
       Print(context, options, sent);
     }
     return Outcome::kDone;
-  });
+  };
+  return ReportingFailures(context, host, send,
+                           {{"sent", false},
+                            {"encrypted", false},
+                            {"signed", false},
+                            {"recipients", nlohmann::json::array()}});
 }
 
 }  // namespace
