@@ -18,7 +18,10 @@ InspectorWindowPtr OpenReceived(DeskHost& host, const mail::Mail& mail);
 /// Whether the open message holds text outside its protected block, of which only that block is
 /// shown: nobody vouches for the rest.
 bool HasUnshownText(const Item& item);
-void TellOfUnshownText(const CommandContext& context, const Item& item);
+
+/// Says what of the open message the add-in passes over: such text, a protected block below other
+/// text, and PGP/MIME.
+void TellOfUnreadParts(const CommandContext& context, const Item& item);
 
 /// The message that a command is about, open in the mailbox of the one who received it.
 class ReceivedMessage {

@@ -110,7 +110,7 @@ InspectorWindowPtr ShellSession::Front() const {
 void ShellSession::PrintOpen(const InspectorWindowPtr& window) {
   const MessageReport report = ReadMessage(window);
   PrintMessage(context_.out, window->ShownItem()->Data(), report, Terminal::OutputColumns());
-  TellOfUnshownText(context_, *window->ShownItem());
+  TellOfUnreadParts(context_, *window->ShownItem());
   if (report.Failed()) outcome_ = Outcome::kRefused;
 }
 
