@@ -1,6 +1,7 @@
 #include "desk/attachment_saving.h"
 
 #include <algorithm>
+#include <fstream>
 #include <set>
 #include <system_error>
 
@@ -15,6 +16,7 @@
 #include "desk/profile/leftovers.h"
 #include "forms/controls.h"
 #include "forms/form.h"
+#include "message/status_text.h"
 #include "platform/files.h"
 #include "platform/host.h"
 #include "posix/atomic_file.h"
@@ -25,7 +27,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kSaveButton = "Decrypt/verify attachment(s)";
 constexpr std::string_view kSaveDialog = "frmSaveAttachments";
 
 void MakeFolder(const fs::path& folder) {
@@ -87,6 +88,14 @@ SavingResult SaveFromItem(const Item& item, const std::vector<fs::path>& targets
                           MessageReport& report) {
   SavingResult result;
   const bool message_failed = report.protection && report.protection->DecryptionFailed();
+  // Then the attachments were not looked at either, as a rule.
+  const bool was_tried = std::ranges::any_of(
+      report.attachments, [](const auto& attachment) { return attachment.protection.has_value(); });
+  if (message_failed && !was_tried && !targets.empty()) {
+    result.Complain("no attachment was saved: the message could not be decrypted",
+                    Outcome::kRefused);
+    return result;
+  }
   for (std::size_t i = 0; i < targets.size(); ++i) {
     AttachmentReport& attachment = report.attachments[i];
     const auto& content = item.Data().attachments[i]->content;
@@ -128,8 +137,9 @@ class WorkFolder {
 /// What the dialog says of one attachment: lines that begin with its name.
 struct Result {
   std::string name;
-  std::string file;
-  std::string complaint;
+  std::string file = {};
+  std::string complaint = {};
+  std::string signers = {};
 };
 
 std::vector<Result> ResultsOf(std::string_view log) {
@@ -142,9 +152,11 @@ std::vector<Result> ResultsOf(std::string_view log) {
     const std::string_view line = log.substr(0, end);
     log.remove_prefix(std::min(end + kCrLf.size(), log.size()));
     if (line.starts_with(kAttachment)) {
-      results.push_back({std::string(line.substr(kAttachment.size())), "", ""});
-    } else if (results.empty() || line.empty() || line.starts_with(kGood)) {
+      results.push_back({std::string(line.substr(kAttachment.size()))});
+    } else if (results.empty() || line.empty()) {
       continue;
+    } else if (line.starts_with(kGood)) {
+      results.back().signers = line.substr(kGood.size());
     } else if (line.starts_with(kSavedAs)) {
       results.back().file = line.substr(line.find_last_of('\\') + 1);
     } else {
@@ -175,7 +187,38 @@ bool IsOverwritten(const std::vector<Result>& results, std::size_t i) {
                      [&](const Result& later) { return later.file == results[i].file; });
 }
 
-SavingResult SaveThroughDialog(DeskHost& host, const ButtonPtr& button,
+/// The saved file holds something else than the attachment as it came.
+bool Differs(const fs::path& saved, const ContentPtr& before) {
+  if (!before) return true;
+  std::ifstream file(saved, std::ios::binary);
+  bool is_same = true;
+  before->Provide([&](std::string_view piece) {
+    std::string other(piece.size(), '\0');
+    file.read(other.data(), static_cast<std::streamsize>(other.size()));
+    is_same = is_same && file && other == piece;
+  });
+  return !is_same || file.peek() != std::ifstream::traits_type::eof();
+}
+
+/// What the dialog found of an attachment that it has saved. Of a signature file it says nothing.
+void Record(const Result& result, const fs::path& saved, const ContentPtr& before,
+            AttachmentReport& attachment) {
+  attachment.size = fs::file_size(saved);
+  if (attachment.name.ends_with(".sig")) return;
+  Protection& protection = attachment.protection.emplace();
+  protection.decrypt_status = Differs(saved, before) ? kIsDecrypted : kIsNotEncrypted;
+  if (!result.signers.empty()) {
+    protection.sign_status = kHasGoodSignature;
+    protection.signers = Split(result.signers, ", ");
+  } else if (!result.complaint.empty()) {
+    const bool is_bad = result.complaint.starts_with("Failed signatures by: ");
+    protection.sign_status = is_bad ? kHasBadSignature : kUnknownStatus;
+  }
+  attachment.decrypt_text = DecryptStatusText(protection.decrypt_status);
+  attachment.sign_text = SignStatusTextWithSigners(protection.sign_status, result.signers);
+}
+
+SavingResult SaveThroughDialog(DeskHost& host, const Item& item, const ButtonPtr& button,
                                const std::vector<fs::path>& targets, MessageReport& report) {
   const WorkFolder work(host);
   const std::vector<Result> results = DialogResults(button, work.Path());
@@ -190,7 +233,9 @@ SavingResult SaveThroughDialog(DeskHost& host, const ButtonPtr& button,
       saving.Complain(result.name + " was not saved: another attachment has the same name",
                       Outcome::kRefused);
     } else {
-      SaveNew(*FileContent(work.Local() / result.file), targets[i], report.attachments[i], saving);
+      const fs::path file = work.Local() / result.file;
+      Record(result, file, item.Data().attachments[i]->content, report.attachments[i]);
+      SaveNew(*FileContent(file), targets[i], report.attachments[i], saving);
     }
   }
   if (results.size() < targets.size()) {
@@ -211,8 +256,8 @@ SavingResult SaveAttachments(DeskHost& host, const InspectorWindowPtr& window,
   const std::vector<fs::path> targets = Targets(folder, report);
   RefuseExisting(targets);
   MakeFolder(folder);
-  if (const auto button = window->Bars().FindButton(kSaveButton)) {
-    return SaveThroughDialog(host, button, targets, report);
+  if (const auto button = window->Bars().FindButton(kSaveAttachmentsButton)) {
+    return SaveThroughDialog(host, *window->ShownItem(), button, targets, report);
   }
   return SaveFromItem(*window->ShownItem(), targets, report);
 }

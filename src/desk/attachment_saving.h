@@ -12,6 +12,9 @@ namespace corvessa::desk {
 class DeskHost;
 struct MessageReport;
 
+/// The button that attachments may be left to.
+inline constexpr std::string_view kSaveAttachmentsButton = "Decrypt/verify attachment(s)";
+
 /// What was not saved and why, a line each, and how bad that is: kRefused where something could not
 /// be decrypted, kEnvironment where something could not be written.
 struct SavingResult {
@@ -26,7 +29,8 @@ struct SavingResult {
 ///
 /// Where the add-in leaves attachments to its button, the button is clicked and they are saved
 /// through its dialog; else they are saved as they stand in the open message. What could not be
-/// decrypted, or written, is not saved. Fills `saved_as` of the report's attachments.
+/// decrypted, or written, is not saved. Fills `saved_as` of the report's attachments, and,
+/// of those saved through the dialog, what it found.
 SavingResult SaveAttachments(DeskHost& host, const InspectorWindowPtr& window,
                              const std::filesystem::path& folder, MessageReport& report);
 

@@ -97,9 +97,12 @@ class Sending(DeskCase):
             "corvessa-desk: not sent: the add-in cancelled the sending; the draft is unchanged\n")
         report = self.alice("send", nobody, "--json", "--answer", "frmNoKeysFound=cmdNo")
         self.assertEqual(report.code, 1)
-        self.assertEqual((report.json()["sent"], report.json()["resultCode"], report.json()["error"]),
-                         (False, 1, "not sent: the add-in cancelled the sending; the draft is unchanged"))
-        self.assertEqual(report.json()["boxes"][-1],
+        failed = report.json()
+        box = failed.pop("boxes")[-1]
+        self.assertEqual(failed, {"sent": False, "encrypted": False, "signed": False, "recipients": [],
+                                  "resultCode": 1, "error": "not sent: the add-in cancelled the "
+                                                            "sending; the draft is unchanged"})
+        self.assertEqual(box,
                          {"name": "frmNoKeysFound", "caption": "Sending Email", "answer": "cmdNo",
                           "text": "The following recipients are not registered to receive secure "
                                   "email:\ncarol@example.net\n"
@@ -138,6 +141,14 @@ class Sending(DeskCase):
                                 err='corvessa-desk: The attachment "a.txt" cannot be signed: another one has '
                                     "the name of its signature.\n"
                                     "corvessa-desk: Failed to sign message:  Unexpected error with signature.\n")
+
+    def test_a_wrong_line_of_the_additional_keys_is_named(self):
+        self.assertDone(self.alice("set", "ADKEnabled", "1"))
+        self.write("alice/adk.txt", f"# ours\n{BOB}: {ALICE}\nexample.org {BOB}\n")
+        done = self.alice("send", self.draft(), "--out", self.folder / "sent.eml")
+        self.assertEqual(done.code, 1)
+        self.assertIn(f"corvessa-desk: Line 3 of {self.folder}/alice/adk.txt is not \"address: address, "
+                      "…\"\n", done.err)
 
     def test_a_key_server_that_hangs_stops_the_send(self):
         with socket.create_server(("127.0.0.1", 0)) as server:
@@ -214,12 +225,19 @@ class Opening(DeskCase):
         self.assertDone(self.bob("set", "DisableAutoDecryptAttachments", "1"))
         opened = self.bob("open", sent, "--save-attachments", self.folder / "saved", "--json")
         self.assertEqual((opened.err, opened.code), ("", 0))
+        self.assertEqual(opened.json()["attachments"][0],
+                         {"name": "Übersicht für 2026.pdf", "size": 10240, "decryptStatus": 0,
+                          "signStatus": 0, "signers": [ALICE],
+                          "savedAs": f"{self.folder}/saved/Übersicht für 2026.pdf"})
         saved = {entry["name"]: pathlib.Path(entry["savedAs"]).read_bytes()
                  for entry in opened.json()["attachments"]}
         self.assertEqual({name: saved[name] for name in FILES}, FILES)
         again = self.bob("open", sent, "--save-attachments", self.folder / "saved")
         self.assertDone(again, 3, "", f"corvessa-desk: {self.folder}/saved/Übersicht für 2026.pdf is "
                                       "there already; nothing was saved\n")
+        self.assertDone(self.bob("open", sent), 1, err="corvessa-desk: the attachments were not decrypted, "
+                        "because DisableAutoDecryptAttachments is on; --save-attachments saves them "
+                        "decrypted\n")
 
     def test_a_message_left_to_its_button_is_not_taken_for_read(self):
         sent = self.sent()
@@ -230,6 +248,11 @@ class Opening(DeskCase):
                           (self.folder / "saved").exists()),
                          (f'corvessa-desk: not decrypted, {off}the shell can click "Decrypt/verify"\n',
                           1, None, False))
+        self.assertDone(self.bob("set", "DisableKVPEntirely", "1"))
+        self.assertDone(self.bob("open", sent), 1, err="corvessa-desk: neither decrypted nor verified, because "
+                        "the add-in is switched off or refuses this Outlook; see DisableKVPEntirely, "
+                        "DisableInternetMode, DisableCorporateOrWorkgroupMode\n")
+        self.assertDone(self.bob("set", "DisableKVPEntirely", "0"))
         self.assertDone(self.bob("reply", sent), 1, "",
                         f"corvessa-desk: the message was not decrypted, {off}no draft was made\n")
         with open(self.write("script", f"open {sent}\nclick Decrypt/verify\nshow\n"), "rb") as lines:
@@ -249,6 +272,9 @@ class Opening(DeskCase):
         self.assertEqual(list((self.folder / "no").iterdir()), [])
         self.assertIn('corvessa-desk: closed frmLogin "Please enter your Corvessa passphrase." '
                       "unanswered; answer it with --passphrase ADDRESS=FILE\n", unanswered.err)
+        self.assertTrue(unanswered.err.endswith(
+            "\ncorvessa-desk: no attachment was saved: the message could not be decrypted\n"))
+        self.assertEqual(unanswered.err.count("attachment"), 1)
         footer = sent.read_bytes().replace(b"-----END PGP MESSAGE-----",
                                            b"-----END PGP MESSAGE-----\r\n<p>A list's footer")
         html = footer.replace(b"text/plain", b"text/html", 1).replace(b"-----BEGIN", b"<pre>-----BEGIN", 1)
@@ -320,6 +346,17 @@ class Opening(DeskCase):
                           [(entry["name"], entry["size"]) for entry in report.json()["attachments"]]),
                          (0, 1, [("ATT00001.dat", 10), ("e.asc", 34), ("b", 5)]))
         self.assertEqual(report.json()["original"], report.json()["body"])
+        self.assertEqual(report.err, "corvessa-desk: this is a PGP/MIME mail, which the add-in does not read; "
+                                     "save e.asc and decrypt it with gpg\n")
+        mail = EmailMessage(policy=policy.SMTP)
+        mail.set_content("Hello, see below:\n\n-----BEGIN PGP MESSAGE-----\n\nwV4\n-----END PGP MESSAGE-----\n")
+        mail.add_attachment(b"-----BEGIN PGP SIGNATURE-----\n", "application", "pgp-signature",
+                            filename="signature.asc")
+        done = self.alice("open", self.write("s.eml", mail.as_bytes()))
+        self.assertDone(done, err="corvessa-desk: there is a protected part below other text, which the add-in "
+                                  "does not read; it reads a mail that begins with one\n"
+                                  "corvessa-desk: this is a PGP/MIME mail, whose signature the add-in does not "
+                                  "check\n")
 
 
 class Responding(DeskCase):

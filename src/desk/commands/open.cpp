@@ -14,6 +14,7 @@
 #include "desk/json_report.h"
 #include "desk/message_printing.h"
 #include "desk/message_report.h"
+#include "message/armour.h"
 
 namespace corvessa::desk {
 namespace {
@@ -41,9 +42,22 @@ Opened Look(DeskHost& host, const InspectorWindowPtr& window, const OpenOptions&
         Outcome::kRefused);
     return opened;
   }
+  const std::string& text = *window->ShownItem()->Data().body;
+  if (!opened.report.protection && (IsPGPMessage(text) || IsPGPSignedMessage(text))) {
+    opened.saving.Complain(
+        "neither decrypted nor verified, because the add-in is switched off or refuses this "
+        "Outlook; see DisableKVPEntirely, DisableInternetMode, DisableCorporateOrWorkgroupMode",
+        Outcome::kRefused);
+    return opened;
+  }
   if (options.original) opened.original = ReadOriginal(window);
   if (!options.save_folder.empty()) {
     opened.saving = SaveAttachments(host, window, options.save_folder, opened.report);
+  } else if (window->Bars().FindButton(kSaveAttachmentsButton)) {
+    opened.saving.Complain(
+        "the attachments were not decrypted, because DisableAutoDecryptAttachments is on; "
+        "--save-attachments saves them decrypted",
+        Outcome::kRefused);
   }
   return opened;
 }
@@ -81,7 +95,7 @@ Outcome Open(CommandContext& context, const OpenOptions& options) {
   return ReportingFailures(context, message.Host(), [&] {
     const Opened opened = Look(message.Host(), message.Window(), options);
     for (const std::string& complaint : opened.saving.complaints) context.Tell(complaint);
-    TellOfUnshownText(context, *message.Window()->ShownItem());
+    TellOfUnreadParts(context, *message.Window()->ShownItem());
     const Outcome outcome = context.Judge(OutcomeOf(opened, message.Source()));
     if (context.json) {
       PrintJson(context, message, opened, outcome);
