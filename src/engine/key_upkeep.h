@@ -24,6 +24,7 @@ struct KeyInfo {
   bool open = false;          ///< and some of it without a passphrase
   bool revoked = false;
   bool expired = false;
+  bool encrypts = false;  ///< mail can be encrypted to it now
 };
 
 /// Asks the user for the passphrase of a secret key; nothing when there is none to be had.

@@ -68,7 +68,8 @@ KeyInfo InfoOf(rnp_ffi_t ffi, rnp_key_handle_t primary) {
           HasSecretPart(ffi, primary),
           HasOpenSecretPart(ffi, primary),
           Get<bool>(rnp_key_is_revoked, primary),
-          Get<bool>(rnp_key_is_expired, primary)};
+          Get<bool>(rnp_key_is_expired, primary),
+          UsableFor(ffi, primary, "encrypt") != nullptr};
 }
 
 /// What the rings are to hold of a key of the scratch store.

@@ -1,15 +1,30 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <memory>
 #include <ostream>
+#include <vector>
 
 #include "base/text.h"
 #include "desk/commands/command_context.h"
 #include "desk/commands/commands.h"
 #include "desk/commands/shared_options.h"
+#include "desk/engine_setup.h"
 #include "desk/settings_store.h"
 
 namespace corvessa::desk {
 namespace {
+
+/// The add-in would only find out when something is to be signed or read.
+void TellOfMissingKey(const CommandContext& context, Profile& profile, const std::string& address) {
+  std::vector<engine::KeyInfo> keys;
+  OpenEngine(profile)->ListKeys(keys);
+  const bool has_key = std::ranges::any_of(keys, [&](const engine::KeyInfo& key) {
+    return key.secret && std::ranges::count(key.addresses, address) > 0;
+  });
+  if (has_key) return;
+  context.Tell("there is no own key for " + address + " yet; \"key generate " + address +
+               "\" makes one");
+}
 
 Outcome Add(CommandContext& context, const std::string& address, bool signs) {
   Profile profile = context.OpenProfile();
@@ -25,6 +40,7 @@ Outcome Add(CommandContext& context, const std::string& address, bool signs) {
   } else {
     context.out << ForDisplay(normal) << " was there already.\n";
   }
+  TellOfMissingKey(context, profile, normal);
   return Outcome::kDone;
 }
 

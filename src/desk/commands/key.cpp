@@ -61,7 +61,8 @@ std::string DateOf(std::uint32_t seconds) {
 std::string StateOf(const engine::KeyInfo& key) {
   if (key.revoked) return "revoked";
   if (key.expired) return "expired";
-  return key.expires == 0 ? "valid" : "valid until " + DateOf(key.expires);
+  const std::string validity = key.expires == 0 ? "valid" : "valid until " + DateOf(key.expires);
+  return key.encrypts ? validity : validity + ", cannot encrypt";
 }
 
 void Print(std::ostream& out, const engine::KeyInfo& key) {
@@ -149,8 +150,10 @@ Outcome Import(CommandContext& context, const KeyOptions& options) {
       Print(context.out, key);
       TellOfSharedAddresses(context, known, key);
       if (!key.open) continue;
-      context.Tell("the secret key " + key.fingerprint +
-                   " has no passphrase: who can read the profile can use it");
+      context.Tell(
+          "the secret key " + key.fingerprint +
+          " has no passphrase: who can read the profile can use it. It is still asked for; "
+          "type anything");
     }
   }
   return Outcome::kDone;
