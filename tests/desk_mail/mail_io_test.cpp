@@ -185,6 +185,7 @@ TEST(LoadMail, AttachmentNamesAreSafeAndComplete) {
       {"*0*=utf-8''%e6%97; filename*1*=%a5; filename*2=.txt", "日.txt"},
       {"=\"../../etc/passwd\"", "passwd"},
       {"=\"C:\\\\temp\\\\..\\\\x.exe\"", "x.exe"},
+      {"=\"C:\\dir\\win.txt\"; size=1", "win.txt"},
       {"=\"..\"", "__"},
       {"=\"...sig.sig\"", "__.sig.sig"},
       {"=\" \"", "ATT00001.pdf"},

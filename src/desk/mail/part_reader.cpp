@@ -25,6 +25,19 @@ std::string LowerCase(const std::string& text) {
   return GText(g_ascii_strdown(text.c_str(), -1)).get();
 }
 
+/// A field in which some programs give the whole path of a file on Windows: its backslashes, which
+/// would count as escapes, are escaped.
+std::string WithWindowsPath(const std::string& field) {
+  const std::size_t begin = field.find(":\\");
+  const bool is_path = begin != std::string::npos && begin >= 2 && field[begin - 2] == '"' &&
+                       field.compare(begin + 2, 1, "\\") != 0;
+  if (!is_path) return field;
+  const std::size_t end = std::min(field.find('"', begin), field.size());
+  std::string escaped;
+  for (const char c : field.substr(begin, end - begin)) escaped.append(c == '\\' ? 2 : 1, c);
+  return field.substr(0, begin) + escaped + field.substr(end);
+}
+
 /// A part's own field on one line; empty when it has none.
 std::string PartField(GMimeObject* part, const char* name) {
   auto* const header = g_mime_header_list_get_header(g_mime_object_get_header_list(part), name);
@@ -212,7 +225,7 @@ class PartReader {
 
   // From the joined raw fields: GMime read them with the encoded words still apart.
   static std::string FileName(GMimeObject* part) {
-    const auto disposition = PartField(part, "Content-Disposition");
+    const auto disposition = WithWindowsPath(PartField(part, "Content-Disposition"));
     if (!disposition.empty()) {
       const Handle<GMimeContentDisposition> parsed(
           g_mime_content_disposition_parse(ParserOptions(), disposition.c_str()));
@@ -225,8 +238,8 @@ class PartReader {
   }
 
   static ContentType ParsedType(GMimeObject* part) {
-    return ContentType(
-        g_mime_content_type_parse(ParserOptions(), PartField(part, "Content-Type").c_str()));
+    return ContentType(g_mime_content_type_parse(
+        ParserOptions(), WithWindowsPath(PartField(part, "Content-Type")).c_str()));
   }
 
   static std::vector<HeaderField> Parameters(GMimeObject* part) {
