@@ -145,6 +145,10 @@ void CheckText(const Value& value, std::string_view text) {
   if (ForDisplay(text) != text) {
     Fail(Outcome::kWrongUse, std::string(value.name) + " takes one line of ordinary characters");
   }
+  // It stands in every armour, which is to travel as it is.
+  if (value.name.ends_with("Header") && !IsAscii(text)) {
+    Fail(Outcome::kWrongUse, std::string(value.name) + " takes ASCII characters only");
+  }
 }
 
 }  // namespace

@@ -60,6 +60,13 @@ std::string ComplaintOf(const CLI::App& app, const CLI::ParseError& error) {
   return "there is no command " + rest.front();
 }
 
+/// How to get help with the command that was meant.
+std::string HelpOf(const CLI::App& app) {
+  const auto chosen = app.get_subcommands();
+  if (chosen.empty()) return "--help";
+  return chosen.front()->get_name() + " " + HelpOf(*chosen.front());
+}
+
 /// Wrong texts are wrong use; a passphrase file that cannot be read is not.
 void TakeAnswers(CommandContext& context) {
   try {
@@ -114,7 +121,7 @@ int RunDesk(int argument_count, const char* const* arguments, Terminal& terminal
     app.exit(help, out, messages);
     return static_cast<int>(Outcome::kDone);
   } catch (const CLI::ParseError& error) {
-    context.Tell(ComplaintOf(app, error) + "; see " + std::string(kProgram) + " --help");
+    context.Tell(ComplaintOf(app, error) + "; see " + std::string(kProgram) + " " + HelpOf(app));
     return static_cast<int>(Outcome::kWrongUse);
   }
   return static_cast<int>(Run(context));

@@ -19,7 +19,7 @@ void AddAddress(CLI::App& command, std::string& address) {
 
 void AddOutlookVersion(CLI::App& command, int& version) {
   command.add_option("--outlook", version, "the version of Outlook to play")
-      ->check(CLI::IsMember({9, 10, 11}))
+      ->check(CLI::IsMember({9, 10, 11}).description(""))
       ->type_name("9|10|11");
 }
 

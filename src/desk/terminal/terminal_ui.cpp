@@ -57,6 +57,14 @@ std::string Quoted(std::string_view text) {
   return " \"" + line + "\"";
 }
 
+/// It asks nothing in words: closing it goes on with what its boxes show.
+bool HasOnlyOptions(const Form& form) {
+  return QuestionOf(form).empty() &&
+         std::ranges::any_of(form.Controls(), [](const Control* control) {
+           return dynamic_cast<const CheckBox*>(control) != nullptr;
+         });
+}
+
 }  // namespace
 
 TerminalUi::TerminalUi(Terminal& terminal, Answers& answers, TerminalUiOptions options)
@@ -177,6 +185,7 @@ std::string TerminalUi::AnswerBeforehand(Form& form) {
 void TerminalUi::CloseUnanswered(Form& form) {
   const std::string argument = ArgumentFor(form);
   Report("closed " + form.Name() + Quoted(QuestionOf(form)) + " unanswered" +
+         (HasOnlyOptions(form) ? ", with the options as they stand" : "") +
          (argument.empty() ? "" : "; answer it with " + argument));
   form.PressCloseBox();
   // One that refuses would hold up the program for ever.
