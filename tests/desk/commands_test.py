@@ -20,6 +20,10 @@ class Keys(DeskCase):
         self.assertDone(listed)
         self.assertEqual([line for line in listed.out.splitlines() if line.startswith(" ")],
                          [f"    Alice <{ALICE}>", f"    Bob <{BOB}>", f"    Gina <{GINA}>"])
+        gpg.run("--passphrase", "", "--quick-generate-key", "signer@example.org", "ed25519", "sign")
+        signer = gpg.run("--armor", "--export", "signer@example.org").stdout
+        self.assertRegex(self.alice("key", "import", self.write("s.asc", signer)).out,
+                         r"\A[0-9A-F]{40}  public  \S+  [-\d]+  valid(| until [-\d]+), cannot encrypt\n")
         secret = self.alice("key", "export", ALICE, "--secret")
         gpg.run("--pinentry-mode", "loopback", "--passphrase-file", self.passphrase_file,
                 "--import", data=secret.out.encode())
@@ -77,7 +81,9 @@ class Settings(DeskCase):
     def test_accounts_are_added_listed_and_removed(self):
         self.assertDone(self.alice("account", "add", " Second@Example.org", "--sign"),
                         out=f"second@example.org is secured and signs.\n"
-                            f"{ALICE} signs no longer: one account does.\n")
+                            f"{ALICE} signs no longer: one account does.\n",
+                        err="corvessa-desk: there is no own key for second@example.org yet; \"key generate "
+                            "second@example.org\" makes one\n")
         self.assertDone(self.alice("account", "add", ALICE), out=f"{ALICE} was there already.\n")
         self.assertDone(self.alice("account", "list"),
                         out=f"{ALICE}\nsecond@example.org  signs\n")
@@ -101,6 +107,7 @@ class Settings(DeskCase):
                 ("PassphraseMemory", "-2", "PassphraseMemory takes a number of minutes, 0 for the "
                                            'whole session or -1 for "forget after each use"'),
                 ("URLMain", "x" * 255, "URLMain takes at most 254 bytes; longer text reads as none"),
+                ("EnginePGPMessageHeader", "ä", "EnginePGPMessageHeader takes ASCII characters only"),
                 ("URLMain", "a\x1bb", "URLMain takes one line of ordinary characters")):
             self.assertDone(self.alice("set", name, value), 2, "", f"corvessa-desk: {complaint}\n")
 
@@ -114,13 +121,13 @@ class Settings(DeskCase):
     def test_wrong_use_is_told_in_one_line(self):
         for arguments, complaint in (
                 ([], "A subcommand is required; see corvessa-desk --help"),
-                (["open"], "file is required; see corvessa-desk --help"),
+                (["open"], "file is required; see corvessa-desk open --help"),
                 (["opne", "x"], "there is no command opne; see corvessa-desk --help"),
-                (["key", "lits"], "there is no command lits; see corvessa-desk --help"),
+                (["key", "lits"], "there is no command lits; see corvessa-desk key --help"),
                 (["get", "--answer", "x"], "--answer takes FORM=CONTROL"),
                 (["set", "enginelookupserver", "http://a.example; keys.example.org"],
                  "\"keys.example.org\" is no http or https address of a key server"),
-                (["get", "--profile", ""], "--profile: is empty; see corvessa-desk --help"),
+                (["get", "--profile", ""], "--profile: is empty; see corvessa-desk get --help"),
                 (["key", "generate", ALICE, "--name", "n" * 200, "--passphrase-file",
                   self.passphrase_file],
                  "A name for a key takes, with the address, at most 128 bytes"),
@@ -132,6 +139,7 @@ class Settings(DeskCase):
                 self.assertDone(self.at(self.folder / "alice", *arguments), 2, "",
                                 f"corvessa-desk: {complaint}\n")
         self.assertDone(self.alice("get", "EngineLookupServer"), out="\n")
+        self.assertIn("--outlook 9|10|11 ", self.alice("send", "--help").out)
         self.assertIn("Subcommands:\n", subprocess.run([DESK, "--help"], capture_output=True,
                                                        text=True, check=True).stdout)
 

@@ -65,6 +65,11 @@ class Sending(DeskCase):
                 self.assertEqual(read_mail(path).get_body().get_payload(decode=True).decode(), CRLF_TEXT)
                 self.assertEqual(attachments_of(read_mail(path)), FILES)
 
+        unasked = self.alice("send", draft, "--external", "--out", path)
+        self.assertDone(unasked, out=f"Sent encrypted and signed: {path}\n",
+                        err="corvessa-desk: closed frmSendFromExternalApplication unanswered, with the options as "
+                            "they stand; answer it with --answer frmSendFromExternalApplication=cmdContinue\n")
+
     def test_html_is_encrypted_as_its_text(self):
         mail = EmailMessage(policy=policy.SMTP)
         mail["To"], mail["Subject"] = BOB, "html"

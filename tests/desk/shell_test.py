@@ -163,12 +163,14 @@ class Shell(DeskCase):
     def test_a_script_learns_of_a_failure(self):
         sent = self.sent(files={})
         empty = self.write("empty.eml", "")
-        script = self.write("script", f"open {sent}\nsend x.eml\nclose\nopen {empty}\nquit\n")
+        script = self.write("script", f"open {sent}\nsend x.eml\nsave none\nreply\nforward\n"
+                                      f"close\nclose\nopen {empty}\nquit\n")
         with open(script, "rb") as lines:
             done = self.bob("shell", stdin=lines)
         self.assertDone(done, 2, err="corvessa-desk: the message in front was received; only a draft "
-                                     f"can be sent\ncorvessa-desk: {empty} is empty, not a mail message\n")
-        self.assertTrue(done.out.replace("\n", "").endswith(TEXT.replace("\n", "")))
+                                     "can be sent\ncorvessa-desk: the message in front is a draft; only a "
+                                     f"received one can be answered\ncorvessa-desk: {empty} is empty, not a mail message\n")
+        self.assertIn(TEXT.replace("\n", "") + "There are no attachments.", done.out.replace("\n", ""))
         forged = self.write("forged.eml", self.sent("--no-encrypt", files={}).read_bytes().replace(b"Subject", b"X")
                             .replace(TEXT.split()[0].encode(), b"Never"))
         for script, complaint in ((f"open {forged}", ""),

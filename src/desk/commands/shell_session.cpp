@@ -53,6 +53,10 @@ std::size_t NumberOf(const std::string& text, std::size_t most) {
   return number;
 }
 
+bool IsDraft(const Item& item) {
+  return item.Data().folder == kDrafts;
+}
+
 }  // namespace
 
 ShellSession::ShellSession(CommandContext& context, DeskHost& host)
@@ -140,6 +144,10 @@ void ShellSession::Save(const Arguments& arguments) {
   host_.BeginOperation();
   const auto window = Front();
   MessageReport report = ReadMessage(window);
+  if (report.attachments.empty()) {
+    context_.out << "There are no attachments.\n";
+    return;
+  }
   const SavingResult saving = SaveAttachments(host_, window, arguments[0], report);
   for (const std::string& complaint : saving.complaints) context_.Tell(complaint);
   outcome_ = saving.outcome;
@@ -195,6 +203,10 @@ void ShellSession::Answer(Response response, const Arguments& arguments) {
   read_files_.insert(read_files_.end(), arguments.begin(), arguments.end());
   const std::string text = arguments.empty() ? std::string() : ReadWholeFile(arguments[0]);
   const auto original = Front();
+  if (IsDraft(*original->ShownItem())) {
+    Fail(Outcome::kWrongUse,
+         "the message in front is a draft; only a received one can be answered");
+  }
   RefuseToQuote(ReadMessage(original));
   const ItemPtr item = Respond(host_, original->ShownItem(), response, text);
   const auto window = host_.Outlook().Open(item);
@@ -215,7 +227,7 @@ void ShellSession::Forward(const Arguments& arguments) {
 
 void ShellSession::Send(const Arguments& arguments) {
   const ItemPtr item = Front()->ShownItem();
-  if (!item->Data().sender.name.empty()) {
+  if (!IsDraft(*item)) {
     Fail(Outcome::kWrongUse, "the message in front was received; only a draft can be sent");
   }
   RefuseToReplace(arguments[0], read_files_);
