@@ -73,7 +73,7 @@ TEST_F(SaveAttachments, SavesTheChosenOnesDecryptedAndSaysWhatCameOfEach) {
 
   // The passphrase was for one use; only what is still chosen is asked about.
   for (const int row : {0, 1, 2, 4}) form.lstAttachments.SetRowChecked(row, false);
-  ui.ExpectBox(question);
+  ui.ExpectBox(question, platform::kAnswerOk);
   form.cmdSave.Press();
   EXPECT_EQ(files.Read("c:\\Out\\list.txt"), "eggs");
 

@@ -66,6 +66,7 @@ TEST_F(Addresses, TraceEveryStepOfTheSearch) {
 
 TEST_F(Addresses, TellOnceThatCDOIsMissing) {
   outlook.Cdo().installed = false;
+  AllowError("GetMAPISession - Error encountered: 429 ");
   CDO_Addresses::g_bWarnAboutCDO = true;
   std::string told;
   ui.Expect<frmGeneric>("frmGeneric", [&](frmGeneric& form) {

@@ -94,6 +94,9 @@ TEST_F(ReadingMail, OpensClosesAndReopensAnEncryptedAndSignedMessageWithItsAttac
   const auto status = std::dynamic_pointer_cast<frmMessageStatus>(LoadedForms().back());
   ASSERT_NE(status, nullptr);
   EXPECT_EQ(status->lblFrom.Caption(), "Bob && Co");
+  EXPECT_EQ(status->lblSubject.Caption(), "Plans");
+  EXPECT_EQ(status->lblDate.Caption(), "2/28/2004 9:00:00 AM");
+  EXPECT_EQ(status->lblEncrypted.Caption(), "This message is encrypted");
   EXPECT_EQ(status->lblSigned.Caption(), "This message is digitally signed by bob@example.com");
   EXPECT_EQ(status->txtOriginalMessage.Text(), armour);
   EXPECT_EQ(status->tbsTabs.Selected(), 2);
@@ -278,7 +281,6 @@ TEST_F(ReadingMail, GivesUpAfterThreeWrongPassphrasesOrACancelledDialog) {
   EXPECT_THAT(prompts, ElementsAre("Please enter your Corvessa passphrase.", wrong, wrong));
   EXPECT_EQ(Trace()[Trace().size() - 2], "DecryptMailItem - wrong passphrase or account 3 times");
   EXPECT_THAT(FilesHolding("canary"), IsEmpty());
-  EXPECT_THAT(ui.Boxes(), IsEmpty());
   EXPECT_EQ(*item->Data().body, armour);
   const std::string failed =
       "Message failed decryption (-1) 1088; Message is not digitally signed 1088; "
@@ -427,7 +429,8 @@ TEST_F(ReadingMail, AnEmbeddedItemWithoutAFileStopsThePass) {
   const auto item = Received(armour, {{"report.pdf", EncryptedFile(kReport)}});
   item->AddAttachment({"note.msg", "note", nullptr, "", ""});
   item->Save();
-  ui.ExpectBox(
+  AllowError(":StoreAllAttachments/4a/Cannot save the attachment. ");
+  ui.ExpectErrorBox(
       "Cannot save the attachment. Cannot add the attachment; no data source was provided.");
   const auto window = outlook.Open(item);
   EXPECT_EQ(*item->Data().body, armour);

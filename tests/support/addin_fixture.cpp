@@ -39,8 +39,11 @@ platform::RegistryKeyPtr Opened(platform::RegistryKey& root, std::string_view na
 /// ":Routine - " and a description, or one of the places that word their own.
 bool IsErrorLine(const std::string& entry) {
   static const std::regex error(
-      R"(\w*::? ?\w+ - |AlreadySeenProductUpdateMessage: |Customize: Error )"
-      R"(|DeleteTemporaryFiles: Error (?!code: 0 \(\))|m_oApplication_ItemSend: (?!Sending original$))");
+      R"(\w*::? ?\w+ - |AddDecryptAttachmentsBar Error - |AddEncryptionAndSigningStatusBar: )"
+      R"(|AlreadySeenProductUpdateMessage: |CryptoOperations::Class_Initialize: |Customize: Error )"
+      R"(|DeleteTemporaryFiles: Error (?!code: 0 \(\))|EncryptMailItem - Error "|haskeypair: )"
+      R"(|GetMAPISession - Error encountered: |HoldsReadableSignature - |:StoreAllAttachments/4a/)"
+      R"(|m_oApplication_ItemSend: (?!Sending original$))");
   return std::regex_search(entry, error, std::regex_constants::match_continuous);
 }
 

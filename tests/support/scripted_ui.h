@@ -26,14 +26,6 @@ class ScriptedUi final : public platform::Ui {
  public:
   using FormAnswer = std::function<void(Form&)>;
 
-  struct Box {
-    std::string text;
-    std::string title;
-    std::int32_t flags = 0;
-    std::int32_t answer = 0;
-    bool operator==(const Box&) const = default;
-  };
-
   explicit ScriptedUi(platform::Files& files) : files_(files) {}
 
   /// The next form of that name that gets shown, modal or not, is handed to `answer`, which presses
@@ -56,19 +48,23 @@ class ScriptedUi final : public platform::Ui {
     everything_allowed_ = true;
     answer_to_the_rest_ = answer;
   }
-  /// The next message box with exactly this text gets that answer.
-  void ExpectBox(std::string text, std::int32_t answer = platform::kAnswerOk) {
-    expected_boxes_.emplace_back(std::move(text), answer);
+  /// The next message box with exactly this text tells something: it has OK only and the
+  /// information icon. One of ExpectErrorBox has the stop icon.
+  void ExpectBox(std::string text) {
+    boxes_.push_back({std::move(text), platform::kBoxInformation, platform::kAnswerOk});
+  }
+  void ExpectErrorBox(std::string text) {
+    boxes_.push_back({std::move(text), platform::kBoxError, platform::kAnswerOk});
+  }
+  /// The same of one that asks: it has OK and Cancel and gets that answer.
+  void ExpectBox(std::string text, std::int32_t answer) {
+    boxes_.push_back({std::move(text), platform::kBoxInformation | platform::kBoxOkCancel, answer});
   }
 
   /// Everything shown, in order: "frmLogin modal", "frmProgress", "frmProgress forward" when a
   /// visible form was shown again, "box " and the text of a message box.
   const std::vector<std::string>& Shown() const { return shown_; }
-  const std::vector<Box>& Boxes() const { return boxes_; }
-  void ClearShown() {
-    shown_.clear();
-    boxes_.clear();
-  }
+  void ClearShown() { shown_.clear(); }
   /// Fails the test for each form or box that was expected and never came; forgets them.
   void FailOnMissing() {
     for (const auto& [name, answers] : std::exchange(expected_, {})) {
@@ -76,8 +72,8 @@ class ScriptedUi final : public platform::Ui {
         ADD_FAILURE() << "form " << name << " was to be shown " << answers.size() << " times more";
       }
     }
-    for (const auto& [text, answer] : std::exchange(expected_boxes_, {})) {
-      ADD_FAILURE() << "a message box was to be shown: " << text;
+    for (const Box& box : std::exchange(boxes_, {})) {
+      ADD_FAILURE() << "a message box was to be shown: " << box.text;
     }
   }
 
@@ -91,16 +87,17 @@ class ScriptedUi final : public platform::Ui {
     Announce("Ui::MessageBox");
     const bool can_cancel = (flags & platform::kBoxOkCancel) != 0;
     std::int32_t answer = can_cancel ? answer_to_the_rest_ : platform::kAnswerOk;
-    const auto expected = std::find_if(expected_boxes_.begin(), expected_boxes_.end(),
-                                       [&](const auto& box) { return box.first == text; });
-    if (expected == expected_boxes_.end()) {
+    const auto expected = std::find_if(boxes_.begin(), boxes_.end(),
+                                       [&](const Box& box) { return box.text == text; });
+    if (expected == boxes_.end()) {
       if (!everything_allowed_) ADD_FAILURE() << "unexpected message box: " << text;
     } else {
-      answer = expected->second;
-      expected_boxes_.erase(expected);
+      EXPECT_EQ(flags, expected->flags) << text;
+      EXPECT_EQ(title, "Corvessa Professional for Outlook") << text;
+      answer = expected->answer;
+      boxes_.erase(expected);
     }
     shown_.push_back("box " + std::string(text));
-    boxes_.push_back({std::string(text), std::string(title), flags, answer});
     return answer;
   }
   void ShowForm(Form& form) override {
@@ -144,6 +141,12 @@ class ScriptedUi final : public platform::Ui {
   }
 
  private:
+  struct Box {
+    std::string text;
+    std::int32_t flags;
+    std::int32_t answer;
+  };
+
   void Announce(std::string_view call) const {
     if (before_call) before_call(call);
   }
@@ -168,9 +171,8 @@ class ScriptedUi final : public platform::Ui {
   platform::Files& files_;
   std::map<std::string, std::deque<FormAnswer>> expected_;
   std::map<std::string, FormAnswer> allowed_;
-  std::deque<std::pair<std::string, std::int32_t>> expected_boxes_;
+  std::deque<Box> boxes_;
   std::vector<std::string> shown_;
-  std::vector<Box> boxes_;
   std::set<const Form*> on_screen_;
   int do_events_calls_ = 0;
   bool everything_allowed_ = false;
