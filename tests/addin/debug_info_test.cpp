@@ -39,8 +39,11 @@ TEST_F(TraceFile, HoldsOneLineForEachAttributeInTheirOrder) {
   TraceFileAttributes("c:\\plain.txt");
   files.CreateFolder("c:\\.hidden");
   TraceFileAttributes("c:\\.hidden");
-  EXPECT_EQ(Trace(), (Lines{"Attribute: Read Only", "Attribute: Archive", "Attribute: Hidden",
-                            "Attribute: Directory"}));
+  TraceFileAttributes("c:\\gone.txt");
+  EXPECT_EQ(Trace(),
+            (Lines{"Attribute: Read Only", "Attribute: Archive", "Attribute: Hidden",
+                   "Attribute: Directory", "Debug_Info:TraceFileAttributes - File not found"}));
+  AllowError("Debug_Info:TraceFileAttributes - ");
 }
 
 }  // namespace

@@ -15,6 +15,7 @@ class FrmTimer : public AddInFixture {
  protected:
   FrmTimer() {
     AllowError("DeleteTemporaryFiles: Error code: 53");
+    AllowError("DeleteTemporaryFiles: Error code: 75");
     timer->Load();
   }
   void Tick(int seconds) {
@@ -29,27 +30,32 @@ class FrmTimer : public AddInFixture {
 };
 
 TEST_F(FrmTimer, DeletesQueuedFilesFromTheLastOnWholeMinutes) {
+  EXPECT_EQ(timer->tmrTimer.Interval, 1000);
   const std::string temporary = platform::Host().files.TemporaryFolder();
   files.CreateFolder(temporary + "mail1");
   const std::string first = MakeFile(temporary + "mail1\\a.txt");
   const std::string gone = temporary + "gone.txt";
-  const std::string third = MakeFile(temporary + "c.txt");
-  for (const std::string& path : {first, gone, third, first}) QueueForDeletion(path);
+  // A path that the system refuses, as it does one that a program holds.
+  const std::string held = temporary + std::string(300, 'x');
+  const std::string last = MakeFile(temporary + "c.txt");
+  for (const std::string& path : {first, gone, held, last, first}) QueueForDeletion(path);
   Tick(59);
   EXPECT_EQ(Trace(), std::vector<std::string>{});
   {
     const KeepQueuedFiles operation_under_way;
     Tick(1);
   }
-  EXPECT_EQ(g_colTempFiles, (std::vector{first, gone, third}));
+  EXPECT_EQ(g_colTempFiles, (std::vector{first, gone, held, last}));
   Tick(60);
   EXPECT_EQ(Trace(),
             (std::vector<std::string>{
-                "DeleteTemporaryFiles: Kill: " + third, "DeleteTemporaryFiles: Error code: 0 ()",
+                "DeleteTemporaryFiles: Kill: " + last, "DeleteTemporaryFiles: Error code: 0 ()",
+                "DeleteTemporaryFiles: Kill: " + held,
+                "DeleteTemporaryFiles: Error code: 75 (Path/File access error)",
                 "DeleteTemporaryFiles: Kill: " + gone,
                 "DeleteTemporaryFiles: Error code: 53 (File not found)",
                 "DeleteTemporaryFiles: Kill: " + first, "DeleteTemporaryFiles: Error code: 0 ()"}));
-  EXPECT_EQ(g_colTempFiles, std::vector{gone});
+  EXPECT_EQ(g_colTempFiles, (std::vector{gone, held}));
   EXPECT_FALSE(files.FolderExists(temporary + "mail1"));
   EXPECT_TRUE(files.FolderExists(temporary));
 }

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "accounts/registry_handlers.h"
 #include "accounts/settings.h"
 #include "base/error.h"
 #include "base/guard.h"
@@ -61,6 +62,13 @@ TEST_F(ConfigurationButtonTest, StandsOnTheStandardBarWithItsPicture) {
   buttons.CloseButtons();
   EXPECT_EQ(Button(), nullptr);
   buttons.CloseButtons();
+
+  SetEditionSwitch("NoToolbarButtonText", 1);
+  RegistryHandlers::ReadUserAccountInfo();
+  ASSERT_TRUE(Init());
+  const desk::ButtonLook& look = Button()->Look();
+  EXPECT_EQ(look.caption + "|" + look.tooltip, "|Secure Email From Corvessa");
+  EXPECT_EQ(look.style, platform::kButtonIconAndCaption);
 }
 
 TEST_F(ConfigurationButtonTest, DoesWithoutAPictureThatIsMissingOrNone) {
@@ -94,7 +102,9 @@ TEST_F(ConfigurationButtonTest, LeavesNoHalfMadeButton) {
 
 TEST_F(ConfigurationButtonTest, OpensOneDialogAndBringsItForward) {
   ASSERT_TRUE(Init());
+  SetPreference("PassphraseMemory", 9);
   EXPECT_TRUE(Button()->Click());
+  EXPECT_EQ(g_lPassphraseMemory, 9) << "the settings are read anew";
   EXPECT_TRUE(Button()->Click());
   EXPECT_THAT(ui.Shown(), ElementsAre("frmManageUserKeys", "frmManageUserKeys forward"));
   ASSERT_EQ(Dialogs().size(), 1U);
@@ -103,6 +113,21 @@ TEST_F(ConfigurationButtonTest, OpensOneDialogAndBringsItForward) {
   EXPECT_TRUE(Button()->Click());
   EXPECT_EQ(Dialogs().size(), 2U);
   buttons.CloseButtons();
+}
+
+TEST_F(ConfigurationButtonTest, OpensNothingInAMailModeThatTheEditionRefuses) {
+  ASSERT_TRUE(Init());
+  platform::RegistryKeyPtr setup;
+  registry.CurrentUser().Create("Software\\Microsoft\\Office\\9.0\\Outlook\\Setup", setup);
+  ui.AllowEverything();
+  for (const bool corporate : {false, true}) {
+    setup->WriteNumber("MailSupport", corporate ? 1 : 0);
+    SetEditionSwitch("DisableInternetMode", corporate ? 0 : 1);
+    SetEditionSwitch("DisableCorporateOrWorkgroupMode", corporate ? 1 : 0);
+    EXPECT_TRUE(Button()->Click());
+    EXPECT_THAT(ui.Shown(), ElementsAre(::testing::StartsWith("box "))) << corporate;
+    ui.ClearShown();
+  }
 }
 
 TEST_F(ConfigurationButtonTest, OutlivesItsExplorerClosingUnderTheClick) {

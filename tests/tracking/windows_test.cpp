@@ -43,6 +43,10 @@ TEST_F(Windows, ExplorersAreKeptUntilTheyClose) {
   for (const std::size_t closing : {1U, 0U, 2U}) outlook.CloseExplorer(windows[closing]);
   EXPECT_THAT(Trace(), IsEmpty());
   EXPECT_EQ(explorers.use_count(), 1);
+  // Nothing, which was added first, has taken no ID.
+  explorers->AddExplorer(outlook.AddExplorer(), false);
+  explorers->Release(4);
+  EXPECT_EQ(explorers.use_count(), 1);
 
   // Released all at once, their windows close later without anybody noticing; the registry goes.
   const auto late = outlook.AddExplorer();
@@ -67,6 +71,7 @@ TEST_F(Windows, InspectorsServeTheirMailAndLetGoWhenTheyClose) {
   EXPECT_EQ(inspectors.use_count(), 3);
   const auto item = mail->ShownItem();
   EXPECT_TRUE(IsWatched(item));
+  EXPECT_FALSE(IsWatched(other->ShownItem())) << "only mail is listened to";
   outlook.Close(other);
   EXPECT_EQ(inspectors.use_count(), 2);
   outlook.Close(mail);
@@ -89,16 +94,32 @@ TEST_F(Windows, InspectorsServeTheirMailAndLetGoWhenTheyClose) {
   EXPECT_EQ(inspectors.use_count(), 1);
 }
 
-TEST_F(Windows, AnUnreadableInspectorIsTracedAndHarmsNothing) {
-  AllowError("InspectorNode::Initialise - ");
+TEST_F(Windows, UnreadableOnesAreTracedAndOthersThanMailsLeftAlone) {
   const auto inspectors = std::make_shared<ActiveInspectors>();
   const auto window = outlook.Open(outlook.NewMail());
+  const auto explorers = std::make_shared<ActiveExplorers>();
+  const auto folder = outlook.AddExplorer();
+  StoreAccount("ann@example.org");
+  ConnectAddIn();
+  ClearTrace();
   outlook.OnCall([](std::string_view call) {
-    if (call == "Inspector.CurrentItem") throw Error{5, "gone"};
+    if (call == "Inspector.CurrentItem" || call == "Explorer.Subscribe") throw Error{5, "gone"};
   });
   inspectors->AddInspector(window);
+  explorers->AddExplorer(folder, false);
+  outlook.Open(outlook.NewMail());
+  std::vector<std::string> calls;
+  outlook.OnCall([&](std::string_view call) { calls.emplace_back(call); });
+  desk::ItemData contact;
+  contact.item_class = desk::kContactClass;
+  outlook.Open(outlook.AddItem(contact));
   outlook.OnCall({});
-  EXPECT_THAT(Trace(), ElementsAre("InspectorNode::Initialise - gone"));
+  EXPECT_THAT(calls, ElementsAre("Inspector.CurrentItem", "MailItem.Class"));
+  const std::vector<std::string> errors = {"InspectorNode::Initialise - gone",
+                                           "ExplorerNode::Initialise - gone",
+                                           "OutlookSupport::m_oInspectors_NewInspector - gone"};
+  EXPECT_EQ(Trace(), errors);
+  for (const std::string& error : errors) AllowError(error);
   outlook.Close(window);
   EXPECT_EQ(inspectors.use_count(), 1);
 }
