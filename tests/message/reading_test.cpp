@@ -1,3 +1,4 @@
+#include <functional>
 #include <gmock/gmock.h>
 
 #include "accounts/frm_login.h"
@@ -182,7 +183,10 @@ TEST_F(ReadingMail, WaitsForTheButtonWhenAutomaticDecryptionIsOff) {
   const auto item = Received(armour);
   const auto window = outlook.Open(item);
   EXPECT_EQ(*item->Data().body, armour);
-  EXPECT_EQ(ButtonsOf(*window), "&Decrypt/verify 39; ");
+  EXPECT_EQ(desk::Describe(window->Bars()),
+            "Corvessa Decrypt Now position=1\n"
+            "  \"&Decrypt/verify\" tip=\"Decrypt/verify\" style=3 face=39 group"
+            " action=\"!<CorvessaPro_OL.Connect>\"\n");
 
   ExpectLogin(kAnnsPassphrase);
   EXPECT_TRUE(outlook.Click(window->Bars(), "Decrypt/verify"));
@@ -206,7 +210,11 @@ TEST_F(ReadingMail, LeavesAttachmentsAloneWhereTheEditionSaysSo) {
   const auto item = Received(Encrypted(kText), {{"report.pdf", EncryptedFile(kReport)}});
   ExpectLogin(kAnnsPassphrase);
   const auto window = outlook.Open(item);
-  EXPECT_EQ(ButtonsOf(*window), std::string(kDecrypted) + "&Decrypt/verify attachment(s) 39; ");
+  EXPECT_THAT(desk::Describe(window->Bars()),
+              ::testing::EndsWith(
+                  "\nCorvessa Decrypt Attachments position=1\n  \"&Decrypt/verify attachment(s)\""
+                  " tip=\"Decrypt/verify attachment(s)\" style=3 face=39 group"
+                  " action=\"!<CorvessaPro_OL.Connect>\"\n"));
   ui.Expect<frmGeneric>("frmGeneric", [](frmGeneric& form) {
     EXPECT_EQ(form.lblMessage.Caption(),
               "This message appears to contain encrypted and/or signed attachments.\r\n\r\n"
@@ -219,6 +227,9 @@ TEST_F(ReadingMail, LeavesAttachmentsAloneWhereTheEditionSaysSo) {
   outlook.ReadAttachment(item, 1);
   outlook.Close(window);
   ExpectNoTraces(*item);
+  const auto plain = Received("hello", {{"a.txt", "1"}});
+  outlook.Open(plain);
+  outlook.ReadAttachment(plain, 1);
 }
 
 TEST_F(ReadingMail, MarksRepliesAndStripsForwardsOfDecryptedMessages) {
@@ -230,6 +241,7 @@ TEST_F(ReadingMail, MarksRepliesAndStripsForwardsOfDecryptedMessages) {
   const auto secret = Received(Encrypted(kText), {{"a.txt", "1"}, {"b.txt", "2"}});
   ExpectLogin(kAnnsPassphrase);
   outlook.Open(secret);
+  outlook.ReadAttachment(secret, 1);
   const auto reply = outlook.Reply(secret);
   EXPECT_EQ(marked(reply), "True");
   EXPECT_EQ(marked(outlook.ReplyAll(secret)), "True");
@@ -261,6 +273,79 @@ TEST_F(ReadingMail, APassOverAMessageBeingComposedChangesNothingInIt) {
   EXPECT_EQ(*draft->Data().body, *before.body);
   EXPECT_THAT(AttachmentsOf(*draft), ElementsAre(Pair("report.pdf", cipher)));
   DeleteStoredFiles(nodes);
+}
+
+TEST_F(ReadingMail, SwitchedOffWhileAMessageIsOpenItLeavesEverythingAsItIs) {
+  ConnectAddIn();
+  const auto item = Received(Encrypted(kText), {{"a.txt", "1"}});
+  ExpectLogin(kAnnsPassphrase);
+  const auto window = outlook.Open(item);
+  g_bDisableKVPEntirely = true;
+  ClearTrace();
+  item->Events().Raise([](auto& sink) { sink.Read(); });
+  EXPECT_EQ(desk::Describe(window->Bars()), "");
+  EXPECT_TRUE(outlook.Reply(item)->Data().properties.empty());
+  EXPECT_EQ(outlook.Forward(item)->Data().attachments.size(), 1U);
+  outlook.Close(window);
+  EXPECT_THAT(Trace(), ElementsAre("MailItem_Open Exit (True, True)"));
+}
+
+TEST_F(ReadingMail, TheHandlerOfACallThatFailsSaysSo) {
+  ConnectAddIn();
+  const auto secret = Received(Encrypted(kText), {{"a.txt", "1"}});
+  const auto plain = Received("hello");
+  const auto open = [&](const desk::ItemPtr& item) {
+    return [this, item] { outlook.Close(outlook.Open(item)); };
+  };
+  const auto click = [&](const char* caption) {
+    return [this, caption] { outlook.Click(outlook.Inspectors().back()->Bars(), caption); };
+  };
+  const std::string node = "MailItemNode::";
+  const struct {
+    const char* call;
+    std::function<void()> act;
+    std::vector<std::string> errors;
+  } cases[] = {
+      {"MailItem.Subscribe", open(plain), {node + "InitialiseNode"}},
+      {"CommandBars.Add", open(plain), {"AddEncryptionAndSigningStatusBar:"}},
+      {"MailItem.TypeName", open(plain), {node + "m_oMailItem_Close"}},
+      {"CommandBars.Add", open(outlook.NewMail()), {node + "AddOptionsBar"}},
+      {"MailItem.SetBody", open(secret), {"MailItemNode:DecryptVerifyMail"}},
+      {"", [&] { outlook.Open(secret); }, {}},
+      {"Attachment.ParentTypeName",
+       [&] { outlook.ReadAttachment(secret, 1); },
+       {node + "m_oMailItem_AttachmentRead"}},
+      {"SafeMailItem.SetFields", [&] { outlook.Reply(secret); }, {node + "m_oMailItem_Reply"}},
+      {"SafeMailItem.SetFields",
+       [&] { outlook.ReplyAll(secret); },
+       {node + "m_oMailItem_ReplyAll"}},
+      {"MailItem.TypeName", [&] { outlook.Forward(secret); }, {node + "m_oMailItem_Forward"}},
+      {"MailItem.Subject",
+       click("Message is encrypted"),
+       {node + "oCommandBarItemEncryptionStatus_Click"}},
+      {"MailItem.Subject",
+       click("Message is not digitally signed"),
+       {node + "oCommandBarItemSigningStatus_Click"}},
+      {"MailItem.Subject",
+       click("Show original message"),
+       {node + "oCommandBarItemShowOriginalMessage_Click"}},
+      // At the close, and when the node goes.
+      {"MailItem.EntryID", open(secret), {node + "CleanUp", node + "CleanUp"}},
+  };
+  ExpectLogin(kAnnsPassphrase);
+  for (const auto& c : cases) {
+    outlook.OnCall([&](std::string_view call) {
+      if (call == c.call) throw Error{5, "lost"};
+    });
+    c.act();
+    outlook.OnCall({});
+    std::vector<std::string> expected;
+    for (const std::string& error : c.errors) {
+      expected.push_back(error + (error.ends_with(":") ? " lost" : " - lost"));
+    }
+    EXPECT_EQ(UnexpectedErrors(), expected) << c.call;
+    files.Delete("c:\\Nimbra_trace.txt");
+  }
 }
 
 TEST_F(ReadingMail, GivesUpAfterThreeWrongPassphrasesOrACancelledDialog) {
