@@ -206,13 +206,14 @@ void Record(const Result& result, const fs::path& saved, const ContentPtr& befor
   attachment.size = fs::file_size(saved);
   if (attachment.name.ends_with(".sig")) return;
   Protection& protection = attachment.protection.emplace();
-  protection.decrypt_status = Differs(saved, before) ? kIsDecrypted : kIsNotEncrypted;
+  protection.decrypt_status =
+      Differs(saved, before) ? decrypt_status::kDone : decrypt_status::kNotEncrypted;
   if (!result.signers.empty()) {
-    protection.sign_status = kHasGoodSignature;
+    protection.sign_status = sign_status::kGood;
     protection.signers = Split(result.signers, ", ");
   } else if (!result.complaint.empty()) {
     const bool is_bad = result.complaint.starts_with("Failed signatures by: ");
-    protection.sign_status = is_bad ? kHasBadSignature : kUnknownStatus;
+    protection.sign_status = is_bad ? sign_status::kBad : kUnknownStatus;
   }
   attachment.decrypt_text = DecryptStatusText(protection.decrypt_status);
   attachment.sign_text = SignStatusTextWithSigners(protection.sign_status, result.signers);

@@ -27,7 +27,7 @@ class RingsTest : public ::testing::Test {
   static std::string Address(int i) { return "user" + std::to_string(i) + "@example.org"; }
 
   /// The addresses of the rings as a fresh session sees them, in ring order.
-  static std::vector<std::string> Listed(const Profile& profile) {
+  static std::vector<std::string> Listed(Profile& profile) {
     std::vector<KeyInfo> keys;
     EXPECT_EQ(profile.Reopened()->ListKeys(keys), 0);
     std::vector<std::string> addresses;
@@ -36,7 +36,7 @@ class RingsTest : public ::testing::Test {
   }
   /// A child process of this test that does something with its own engine of the profile.
   template <typename Work>
-  static pid_t InChild(const Profile& profile, Work work) {
+  static pid_t InChild(Profile& profile, Work work) {
     const pid_t child = fork();
     if (child != 0) return child;
     const auto engine = profile.Reopened();

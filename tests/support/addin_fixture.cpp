@@ -108,9 +108,10 @@ void AddInFixture::InstallHostWith(platform::Ui& back_end) {
 }
 
 engine::EngineConfig AddInFixture::EngineSetup() {
-  return {profile / "keys", profile / "adk.txt",
-          [this](std::string_view path) { return files.LocalPath(path); },
-          [this] { return files.FreshTemporaryPath(); }};
+  return {.rings_folder = profile / "keys",
+          .adk_file = profile / "adk.txt",
+          .local_path = [this](std::string_view path) { return files.LocalPath(path); },
+          .new_temporary_path = [this] { return files.FreshTemporaryPath(); }};
 }
 
 engine::OpenPgpEngine& AddInFixture::Keys() {
