@@ -145,7 +145,7 @@ TEST_F(CryptoOperationsTest, OnlyAFileThatIsNoMessageIsNoFailure) {
   for (const auto& c : cases) {
     const auto node = std::make_shared<AttachmentNode>();
     node->sDir = files.TemporaryFolder();
-    node->sFilename = node->original_filename = node->sDir + "a.bin";
+    node->sFilename = node->original_filename = node->sDir + std::to_string(c.status) + ".bin";
     files.Write(node->sFilename, "cipher");
     nodes_ = {node};
     Engine().Once("DecryptTextEx", {.text = "plain"});

@@ -133,7 +133,7 @@ TEST(Pty, AnInterruptAtWorkEndsTheNextQuestionAndASecondOneTheProcess) {
     terminal.Write(terminal.ReadLine("Line: ") ? "read.\n" : "given up.\n");
     while (!terminal.IsInterrupted()) usleep(1000);
     terminal.Write("interrupted");
-    pause();
+    for (;;) pause();
   });
   process.ShownUpTo("working");
   process.Signal(SIGINT);
