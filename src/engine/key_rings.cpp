@@ -30,8 +30,15 @@ RingStamp StampOf(const LocalFile& file) {
 
 bool IsStillAt(const std::filesystem::path& path, const RingStamp& stamp) {
   struct stat status = {};
-  if (stat(path.c_str(), &status) != 0) return errno == ENOENT && stamp == RingStamp();
+  if (stat(path.c_str(), &status) != 0) {
+    return errno == ENOENT && stamp == RingStamp() && !std::filesystem::is_symlink(path);
+  }
   return stamp == StampOf(status);
+}
+
+/// The file itself, which a user may keep elsewhere by a link: the link is to stay.
+std::filesystem::path BehindLinks(const std::filesystem::path& path) {
+  return std::filesystem::is_symlink(path) ? std::filesystem::canonical(path) : path;
 }
 
 /// "" when there is none that can be read: then it is made again.
@@ -192,7 +199,7 @@ void KeyRings::Store(const Lock&, const std::vector<NewKey>& keys) {
 void KeyRings::WriteRing(bool secret, const std::vector<NewKey>& keys) {
   const auto belongs = [&](const auto& key) { return key.secret == secret; };
   if (std::ranges::none_of(keys, belongs)) return;
-  FileSink file(RingPath(secret));
+  FileSink file(BehindLinks(RingPath(secret)));
   std::string lines;
   std::string other_lines;
   std::uint64_t offset = 0;

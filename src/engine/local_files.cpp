@@ -40,7 +40,10 @@ LocalFile LocalFile::OpenForReading(const std::filesystem::path& path) {
 
 LocalFile LocalFile::OpenIfThere(const std::filesystem::path& path) {
   LocalFile file(path);
-  if (!file.IsOpen() && errno != ENOENT) FailOn("open", path, errno);
+  const int error_code = errno;
+  if (!file.IsOpen() && (error_code != ENOENT || std::filesystem::is_symlink(path))) {
+    FailOn("open", path, error_code);
+  }
   return file;
 }
 

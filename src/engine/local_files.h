@@ -17,7 +17,7 @@ class LocalFile final {
   LocalFile() = default;
 
   static LocalFile OpenForReading(const std::filesystem::path& path);
-  /// Not open when there is no such file.
+  /// Not open when there is no such file; a link that leads nowhere is a failure.
   static LocalFile OpenIfThere(const std::filesystem::path& path);
 
   bool IsOpen() const { return static_cast<bool>(file_); }
