@@ -3,6 +3,7 @@
 
 #include "accounts/frm_login.h"
 #include "accounts/nimbra_account.h"
+#include "accounts/registry_handlers.h"
 #include "accounts/settings.h"
 #include "addin/services.h"
 #include "addin/temp_files.h"
@@ -279,6 +280,25 @@ TEST_F(SendInterception, AnotherProgramsMailAsksForItsChoices) {
             std::string::npos);
   LogInWith("secret");
   EXPECT_EQ(*ReadByTheAddIn(*sent).body, kText);
+}
+
+TEST_F(SendInterception, AMailWithEverythingTracesEachStep) {
+  engine::KeyInfo archive;
+  Keys().GenerateKey("", "archive@example.org", "secret", archive);
+  WriteContent(profile / "adk.txt", "example.org: archive@example.org\n");
+  SetEditionSwitch("ADKEnabled", 1);
+  RegistryHandlers::ReadUserAccountInfo();
+  LogInWith("secret");
+  ui.ExpectBox(
+      "Encrypted emails sent to 'example.org' email addresses will also be encrypted for:\r\n\r\n"
+      "archive@example.org",
+      platform::kAnswerOk);
+  const auto item = Draft();
+  item->EditHTMLBody("<p>canary-5e11</p>");
+  Attach(item, "a.txt", "canary-5e11");
+  ClearTrace();
+  EXPECT_TRUE(outlook.Send(item));
+  ExpectGolden("trace_of_signing_and_encryption", Trace());
 }
 
 TEST_F(SendInterception, AMailSentInsideAnotherLeavesItsHiddenRecipientsHidden) {

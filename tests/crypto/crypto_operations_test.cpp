@@ -8,7 +8,9 @@
 #include "base/guard.h"
 #include "base/text.h"
 #include "crypto/engine_error_text.h"
+#include "message/header_fields.h"
 #include "support/addin_fixture.h"
+#include "support/form_checks.h"
 
 namespace corvessa::testing {
 namespace {
@@ -74,11 +76,7 @@ TEST_F(CryptoOperationsTest, AsksOnUntilAnAccountDecryptsOrThreeHaveNot) {
               ElementsAre("DecryptTextEx", "AuthenticateAccount", "AuthenticateAccount",
                           "AuthenticateAccount", "DecryptTextEx", "GetEngineLastError"));
   EXPECT_EQ(Engine().Calls()[0].arguments[0], "-----BEGIN PGP MESSAGE-----\r\nx");
-  const std::vector<std::string> trace = Trace();
-  const std::vector<std::string> end(trace.end() - 5, trace.end());
-  EXPECT_THAT(end, ElementsAre("V2 Auth success", "V2 Decrypt fail", "locked",
-                               "Loop once trying to authenticate",
-                               "DecryptMailItem - wrong passphrase or account 3 times"));
+  ExpectGolden("trace_of_failed_logins", Trace());
   for (const NimbraAccountPtr& account : g_colAccounts) {
     EXPECT_TRUE(account->m_sPassword.IsEmpty());
     EXPECT_FALSE(account->GetAuthenticated());
@@ -258,9 +256,71 @@ TEST_F(CryptoOperationsTest, VectorsTakeEachTextOnceComparedExactly) {
   EXPECT_EQ(addresses.items, (std::vector<std::string>{"a@x.org", "A@x.org", " a@x.org"}));
 }
 
-TEST_F(CryptoOperationsTest, AStatusOutsideTheTableHasATextToo) {
-  EXPECT_EQ(EngineErrorText(0), "Failed to verify.");
-  EXPECT_EQ(EngineErrorText(-13), "No matching key pair avaliable.");
+TEST_F(CryptoOperationsTest,
+       SigningAsksForTheSignersPassphraseThreeTimesAndWrapsWhatIsNotEncrypted) {
+  g_colAccounts[0]->m_bSigning = true;
+  const auto item = outlook.NewMail();
+  const std::string line(200, 'x');
+  item->EditBody(line);
+  const auto send = [&](bool sign_only) {
+    WriteHeaderFlag(item, kNoEncrypt, sign_only);
+    ui.ExpectBox("Failed to sign email.  Send without signature?", platform::kAnswerCancel);
+    return Crypto()->SignAndEncryptItem(item, nodes_, false);
+  };
+  Engine().Always("AuthenticateAccount", {.status = -4});
+  ExpectLogins({0, 0, 0});
+  EXPECT_EQ(send(true), -1);
+  const std::string signer = R"( {>"ann@example.org"})";
+  const std::string wrong = "You entered an incorrect passphrase.  Please try again." + signer;
+  EXPECT_THAT(prompts_,
+              ElementsAre("Please enter your Corvessa passphrase." + signer, wrong, wrong));
+
+  Engine().Always("AuthenticateAccount", {});
+  ExpectLogins({0});
+  const std::string wrapped =
+      line.substr(0, 76) + "\r\n" + line.substr(0, 76) + "\r\n" + line.substr(0, 48);
+  for (const bool sign_only : {true, false}) {
+    Engine().Once("SignText", {.status = -3});
+    ui.ExpectBox("Failed to sign message:\r\n\r\nError encountered in content.");
+    EXPECT_EQ(send(sign_only), -3);
+    EXPECT_EQ(Engine().Calls().back().arguments[0], sign_only ? wrapped : line);
+  }
+}
+
+TEST_F(CryptoOperationsTest, TracesWhatStopsAnEncryption) {
+  ui.AllowEverything();
+  const auto item = outlook.NewMail();
+  WriteHeaderFlag(item, kNoSign, true);
+  const auto encrypt_for = [&](const char* name, const char* address) {
+    item->EditRecipients({{desk::RecipientKind::kTo, name, address, "", {}}});
+    return Crypto()->SignAndEncryptItem(item, nodes_, false);
+  };
+  EXPECT_EQ(encrypt_for("Nobody", ""), -14);
+  Engine().Once("EncryptText", {.status = -3});
+  EXPECT_EQ(encrypt_for("Bob", "bob@example.org"), -3);
+  Engine().Once("EncryptText", {.thrown = Error{5, "lost"}});
+  EXPECT_EQ(encrypt_for("Bob", "bob@example.org"), -1);
+  AllowError("EncryptMailItem - Error \"lost");
+  ExpectGolden("trace_of_failed_encryption", Trace());
+}
+
+TEST_F(CryptoOperationsTest, EveryStatusHasAText) {
+  const char* const texts[] = {
+      "Failed to verify.",
+      "Failed to initialise Key Management Services. Please check your connection.",
+      "Failed to get cetificate.",
+      "Error encountered in content.",
+      "Failure while retrieving PGP Key.",
+      "No such algorithm supported.",
+      "Invalid key returned.",
+      "Error encountered with key store.",
+      "IO Exception encountered.",
+      "Bad data format encountered.",
+      "Unexpected error with signature.",
+      "Unexpected error encountered.",
+      "No aliases available to perform operation.",
+      "No matching key pair avaliable."};
+  for (int i = 0; i < 14; ++i) EXPECT_EQ(EngineErrorText(-i), texts[i]);
   for (const int unknown : {-14, -15, 1, 5}) {
     EXPECT_EQ(EngineErrorText(unknown), "Unknown error encountered.");
   }

@@ -11,6 +11,7 @@
 #include "forms/frm_message_status.h"
 #include "forms/frm_progress.h"
 #include "message/mail_item_node.h"
+#include "support/form_checks.h"
 #include "support/reading_fixture.h"
 
 namespace corvessa::testing {
@@ -61,9 +62,13 @@ TEST_F(ReadingMail, OpensClosesAndReopensAnEncryptedAndSignedMessageWithItsAttac
       armour, {{"report.pdf", cipher}, {"report.pdf.SIG", signature}, {"notes.txt", "plain"}});
   ConnectAddIn();
   ClearTrace();
+  std::shared_ptr<Form> progress;
+  ui.AllowForm("frmProgress", [&](Form& form) { progress = form.shared_from_this(); });
 
   ExpectLogin(kAnnsPassphrase);
   auto window = outlook.Open(item);
+  const std::string steps(std::dynamic_pointer_cast<frmProgress>(progress)->Text1.Text());
+  ExpectGolden("steps_of_reading", Replace(steps, "(" + clock.text + ") ", ""));
   EXPECT_THAT(
       Trace(),
       ElementsAre("DecryptVerifyMailItem (Encrypted or signed)", "MailItem PropertyChange Body",
