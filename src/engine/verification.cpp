@@ -119,7 +119,7 @@ Finding JudgeGood(const KeyStore& keys, rnp_key_handle_t key, rnp_key_handle_t p
 /// tells it in JSON only, in which no text holds a quotation mark without a backslash.
 std::string NamedSigner(rnp_signature_handle_t signature) {
   char* packet = nullptr;
-  Check(rnp_signature_packet_to_json(signature, 0, &packet));
+  if (rnp_signature_packet_to_json(signature, 0, &packet) != RNP_SUCCESS) return {};
   const std::string json = packet;
   rnp_buffer_destroy(packet);
   const auto named = json.find("\"type\":28,");
