@@ -89,19 +89,6 @@ bool MayDo(rnp_key_handle_t key, const char* usage) {
 
 }  // namespace
 
-std::vector<Key> PrimaryKeys(rnp_ffi_t ffi) {
-  rnp_identifier_iterator_t iterator = nullptr;
-  Check(rnp_identifier_iterator_create(ffi, &iterator, "fingerprint"));
-  std::vector<Key> keys;
-  const char* fingerprint = nullptr;
-  while (rnp_identifier_iterator_next(iterator, &fingerprint) == RNP_SUCCESS && fingerprint) {
-    auto key = Make<Key>(rnp_locate_key, ffi, "fingerprint", fingerprint);
-    if (key && Get<bool>(rnp_key_is_primary, key.get())) keys.push_back(std::move(key));
-  }
-  rnp_identifier_iterator_destroy(iterator);
-  return keys;
-}
-
 Key FindKey(rnp_ffi_t ffi, const std::string& fingerprint) {
   return Make<Key>(rnp_locate_key, ffi, "fingerprint", fingerprint.c_str());
 }
@@ -161,7 +148,8 @@ std::vector<std::string> LoadKeys(rnp_ffi_t ffi, std::string_view data) {
   const std::string ring = BinaryKeys(data);
   // One at a time, so that a key which the library refuses does not cost the others.
   for (const auto& piece : SplitKeyRing(ring, damaged)) {
-    const auto key = ImportKey(ffi, std::string_view(ring).substr(piece.offset, piece.length));
+    const auto bytes = std::string_view(ring).substr(piece.offset, piece.length);
+    const auto key = ImportKey(ffi, WithRevocationsFirst(bytes));
     if (key) fingerprints.push_back(Text(rnp_key_get_fprint, key.get()));
   }
   return fingerprints;
@@ -188,6 +176,12 @@ bool IsUsable(rnp_key_handle_t key) {
   return Get<bool>(rnp_key_is_valid, key) && !Get<bool>(rnp_key_is_revoked, key) &&
          !Get<bool>(rnp_key_is_expired, key) &&
          !IsPast(Get<std::uint64_t>(rnp_key_valid_till64, key));
+}
+
+bool MaySign(rnp_key_handle_t key) {
+  const bool is_bound_for_anything =
+      !Get<bool>(rnp_key_is_primary, key) && Get<bool>(rnp_key_allows_usage, key, "certify");
+  return Get<bool>(rnp_key_allows_usage, key, "sign") && !is_bound_for_anything;
 }
 
 std::vector<Key> AllUsableFor(rnp_ffi_t ffi, rnp_key_handle_t primary, const char* usage) {

@@ -16,9 +16,6 @@ struct KeyFacts {
   bool operator==(const KeyFacts&) const = default;
 };
 
-/// The primary keys of a library key store, in the order they were loaded.
-std::vector<Key> PrimaryKeys(rnp_ffi_t ffi);
-
 /// A primary key by its fingerprint; empty when it is not loaded.
 Key FindKey(rnp_ffi_t ffi, const std::string& fingerprint);
 
@@ -49,6 +46,11 @@ bool CarriesAddress(rnp_key_handle_t primary, std::string_view address);
 
 /// Valid, neither revoked nor expired.
 bool IsUsable(rnp_key_handle_t key);
+
+/// A subkey for signing has to have signed its binding itself, else anybody could bind another's.
+/// The library sees to that only where the binding says that it is for signing; where it says
+/// nothing, everything is allowed, even what no subkey may do.
+bool MaySign(rnp_key_handle_t key);
 
 /// The usable subkeys that may do "encrypt" or "sign", newest first, and then the primary key if it
 /// may; none when the primary key is not usable.

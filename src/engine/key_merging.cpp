@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <map>
 #include <set>
 #include <vector>
 
@@ -14,11 +13,12 @@
 namespace corvessa::engine {
 namespace {
 
-/// Whether a part that is loaded with nothing but its primary key is a name which that key gave
+/// Whether a part that is loaded with nothing but its primary key packet (not that one's
+/// signatures, which would all be checked again for each name) is a name which that key gave
 /// itself, or gave and took back.
-bool IsProven(const std::string& primary, const KeyPart& user_id) {
+bool IsProven(std::string_view primary, const KeyPart& user_id) {
   const Ffi scratch = MakeFfi();
-  const auto loaded = LoadKeys(scratch.get(), primary + std::string(user_id.bytes));
+  const auto loaded = LoadKeys(scratch.get(), std::string(primary) + std::string(user_id.bytes));
   const auto key = loaded.empty() ? Key() : FindKey(scratch.get(), loaded.front());
   if (!key || Get<std::size_t>(rnp_key_get_uid_count, key.get()) != 1) return false;
   const auto uid = Make<UserId>(rnp_key_get_uid_handle_at, key.get(), std::size_t{0});
@@ -34,7 +34,7 @@ std::string WithProvenNames(std::string_view key) {
   bool has_name = false;
   for (const auto& part : parts) {
     const bool is_name = part.kind == KeyPart::Kind::kUserId;
-    if (is_name && !IsProven(std::string(parts.front().bytes), part)) continue;
+    if (is_name && !IsProven(FirstPacket(key), part)) continue;
     has_name = has_name || is_name;
     proven += part.bytes;
   }
@@ -49,6 +49,23 @@ std::string WithoutNames(std::string_view key) {
   return bare;
 }
 
+bool IsAnothers(const KeyRings& rings, std::string_view fingerprint, std::string_view key_id) {
+  return std::ranges::any_of(rings.FindByKeyId(key_id), [&](const RingEntry* entry) {
+    return entry->fingerprint != fingerprint;
+  });
+}
+
+/// The subkey is another's as well and did not sign its binding.
+bool IsClaim(const KeyRings& rings, std::string_view primary, const KeyPart& subkey) {
+  const Ffi scratch = MakeFfi();
+  const auto loaded = LoadKeys(scratch.get(), std::string(primary).append(subkey.bytes));
+  const auto key = loaded.empty() ? Key() : FindKey(scratch.get(), loaded.front());
+  if (!key || Get<std::size_t>(rnp_key_get_subkey_count, key.get()) == 0) return false;
+  const auto claimed = Make<Key>(rnp_key_get_subkey_at, key.get(), std::size_t{0});
+  return !MaySign(claimed.get()) &&
+         IsAnothers(rings, loaded.front(), Text(rnp_key_get_keyid, claimed.get()));
+}
+
 /// A key of the data, which may hold its public and its secret half in several pieces.
 struct NewKey {
   KeyFacts facts;
@@ -56,43 +73,75 @@ struct NewKey {
   bool has_secret = false;
 };
 
-std::vector<NewKey> KeysIn(std::string_view data) {
-  std::vector<NewKey> keys;
-  bool damaged = false;
-  const std::string ring = BinaryKeys(data);
-  for (const auto& piece : SplitKeyRing(ring, damaged)) {
-    const std::string bytes = ring.substr(piece.offset, piece.length);
-    const Ffi scratch = MakeFfi();
-    const auto loaded = LoadKeys(scratch.get(), bytes);
-    if (loaded.empty()) continue;
-    const auto facts = FactsOf(FindKey(scratch.get(), loaded.front()).get());
-    auto key = std::ranges::find(keys, facts.fingerprint,
-                                 [](const NewKey& known) { return known.facts.fingerprint; });
-    if (key == keys.end()) key = keys.insert(key, {facts, {}, false});
-    key->pieces.push_back(bytes);
-    key->has_secret = key->has_secret || HoldsSecretKeys(bytes);
+std::size_t SubkeysIn(std::string_view key) {
+  std::set<std::string_view> subkeys;
+  for (const auto& part : SplitKey(key)) {
+    if (part.kind == KeyPart::Kind::kSubkey) subkeys.insert(FirstBody(part.bytes));
   }
-  return keys;
+  return subkeys.size();
 }
 
-[[noreturn]] void FailForClaim(const std::string& claimant, const std::string& key_id) {
-  Fail(kInvalidKey, "The key " + claimant + " claims the key " + key_id +
-                        ", which belongs to another one; nothing was taken.");
+/// The data's keys, and how much of it the library does not understand.
+struct NewKeys {
+  std::vector<NewKey> keys;
+  LeftOut left_out;
+
+  auto Find(std::string_view fingerprint) {
+    return std::ranges::find_if(
+        keys, [&](const NewKey& key) { return key.facts.fingerprint == fingerprint; });
+  }
+  void Add(const std::string& piece);
+};
+
+void NewKeys::Add(const std::string& piece) {
+  const Ffi scratch = MakeFfi();
+  const auto loaded = LoadKeys(scratch.get(), piece);
+  if (loaded.empty()) {
+    ++left_out.keys;
+    return;
+  }
+  const auto facts = FactsOf(FindKey(scratch.get(), loaded.front()).get());
+  const auto subkeys = SubkeysIn(piece);
+  const auto understood = facts.key_ids.size() - 1;
+  if (subkeys > understood) left_out.subkeys += subkeys - understood;
+  auto key = Find(facts.fingerprint);
+  if (key == keys.end()) key = keys.insert(key, {facts, {}, false});
+  key->pieces.push_back(piece);
+  key->has_secret = key->has_secret || HoldsSecretKeys(piece);
 }
 
-/// A secret key is taken whoever else claims it: its owner must not be kept from it.
-void RefuseClaims(const KeyRings& rings, const std::vector<NewKey>& keys) {
-  std::map<std::string, std::string> owners;
-  for (const auto& key : keys) owners.emplace(key.facts.key_ids.front(), key.facts.fingerprint);
-  for (const auto& key : keys) {
-    if (key.has_secret) continue;
-    const auto claimed = ClaimedKey(rings, key.facts);
-    if (!claimed.empty()) FailForClaim(key.facts.fingerprint, claimed);
-    for (const auto& id : key.facts.key_ids) {
-      const auto& owner = owners.emplace(id, key.facts.fingerprint).first->second;
-      if (owner != key.facts.fingerprint) FailForClaim(key.facts.fingerprint, id);
+/// A revocation may come without its key, or behind another one.
+void AddRevocations(const KeyRings& rings, std::string_view data, NewKeys& found) {
+  for (const auto& revocation : KeyRevocations(data)) {
+    for (const auto& entry : rings.Entries()) {
+      const auto id = KeyIdBytes(entry.key_ids.substr(0, entry.key_ids.find(',')));
+      if (revocation.find(id) == std::string_view::npos) continue;
+      if (found.Find(entry.fingerprint) != found.keys.end()) continue;
+      const std::string held = rings.Read(entry);
+      found.Add(std::string(FirstPacket(held)).append(revocation));
     }
   }
+}
+
+NewKeys KeysIn(const KeyRings& rings, std::string_view data) {
+  NewKeys found;
+  const std::string bytes = BinaryKeys(data);
+  std::string_view ring = bytes;
+  const auto revocations = KeyRevocations(ring);
+  for (const auto& revocation : revocations) {
+    if (revocation.data() == ring.data()) ring.remove_prefix(revocation.size());
+  }
+  bool damaged = false;
+  for (const auto& piece : SplitKeyRing(ring, damaged)) {
+    found.Add(WithRevocationsFirst(ring.substr(piece.offset, piece.length)));
+  }
+  AddRevocations(rings, bytes, found);
+  if (found.keys.empty()) {
+    Fail(kBadFormat, revocations.empty() ? "There is no OpenPGP key in this."
+                                         : "This revokes a key that is not in the rings.");
+  }
+  if (damaged) Fail(kBadContent, "This is cut off or damaged; nothing was taken.");
+  return found;
 }
 
 /// What the rings hold of a key.
@@ -171,37 +220,74 @@ Ffi Merged(const KeyRings& rings, const NewKey& key, const AskPassphrase& ask) {
 
 }  // namespace
 
-std::vector<MergedKey> MergedWithRings(const KeyRings& rings, std::string_view data,
-                                       const AskPassphrase& ask) {
-  const auto keys = KeysIn(data);
-  if (keys.empty()) Fail(kBadFormat, "There is no OpenPGP key in this.");
-  RefuseClaims(rings, keys);
-  std::vector<MergedKey> merged;
-  for (const auto& key : keys) {
-    merged.push_back({key.facts.fingerprint, Merged(rings, key, ask)});
+MergedKeys MergedWithRings(const KeyRings& rings, std::string_view data, const AskPassphrase& ask) {
+  const auto found = KeysIn(rings, data);
+  MergedKeys merged{{}, found.left_out};
+  for (const auto& key : found.keys) {
+    merged.keys.push_back({key.facts.fingerprint, Merged(rings, key, ask)});
   }
   return merged;
 }
 
+namespace {
+
+/// The part of a held key is among those of the public key that is to take its place. A secret key
+/// packet begins with the public one.
+bool IsKept(const KeyPart& part, const std::vector<KeyPart>& public_parts) {
+  const auto body = FirstBody(part.bytes);
+  return std::ranges::any_of(public_parts, [&](const KeyPart& other) {
+    const auto other_body = FirstBody(other.bytes);
+    return part.kind == other.kind &&
+           (part.kind == KeyPart::Kind::kUserId ? body == other_body
+                                                : body.starts_with(other_body));
+  });
+}
+
+}  // namespace
+
 void RefuseLosses(const KeyRings& rings, const std::vector<KeyRings::NewKey>& keys) {
   for (const auto& key : keys) {
+    if (key.secret) continue;
+    const auto public_parts = SplitKey(key.data);
     for (const auto* entry : rings.FindByFingerprint(key.facts.fingerprint)) {
-      if (entry->secret != key.secret) continue;
-      if (SplitKey(rings.Read(*entry)).size() <= SplitKey(key.data).size()) continue;
-      Fail(kKeyStoreTrouble, "The key " + key.facts.fingerprint +
-                                 " holds parts that are unknown here and would be lost; nothing "
-                                 "was taken.");
+      const std::string held = rings.Read(*entry);
+      for (const auto& part : SplitKey(held)) {
+        const bool is_name = part.kind == KeyPart::Kind::kUserId;
+        if (IsKept(part, public_parts) || (is_name && !IsProven(FirstPacket(held), part))) continue;
+        Fail(kKeyStoreTrouble, "The key " + key.facts.fingerprint +
+                                   " holds parts that are unknown here and would be lost; nothing "
+                                   "was taken.");
+      }
     }
   }
 }
 
 std::string ClaimedKey(const KeyRings& rings, const KeyFacts& facts) {
   for (std::size_t i = 1; i < facts.key_ids.size(); ++i) {
-    for (const auto* entry : rings.FindByKeyId(facts.key_ids[i])) {
-      if (entry->fingerprint != facts.fingerprint) return facts.key_ids[i];
-    }
+    if (IsAnothers(rings, facts.fingerprint, facts.key_ids[i])) return facts.key_ids[i];
   }
   return {};
+}
+
+bool IsContested(const KeyRings& rings, const RingEntry& entry) {
+  auto rest = entry.key_ids;
+  while (rest.find(',') != std::string_view::npos) {
+    rest.remove_prefix(rest.find(',') + 1);
+    if (IsAnothers(rings, entry.fingerprint, rest.substr(0, rest.find(',')))) return true;
+  }
+  return false;
+}
+
+std::string WithoutClaims(const KeyRings& rings, const RingEntry& entry,
+                          const std::string& public_key) {
+  if (!IsContested(rings, entry)) return public_key;
+  std::string kept;
+  for (const auto& part : SplitKey(public_key)) {
+    if (part.kind != KeyPart::Kind::kSubkey || !IsClaim(rings, FirstPacket(public_key), part)) {
+      kept += part.bytes;
+    }
+  }
+  return kept;
 }
 
 }  // namespace corvessa::engine

@@ -48,13 +48,25 @@ bool Fits(const std::string& data, const std::string& fingerprint, const SecretS
 
 KeyStore::KeyStore(const std::filesystem::path& folder) : rings_(folder), ffi_(MakeFfi()) {}
 
+// The library closes an error stream that is not the present one: each store of it is to go while
+// the stream is the one that it was made with.
+KeyStore::~KeyStore() {
+  const QuietLibrary quiet;
+  apart_.clear();
+}
+
 void KeyStore::Refresh() {
-  if (rings_.Refresh()) loaded_.clear();
+  if (rings_.Refresh()) ForgetLoaded();
 }
 
 void KeyStore::Store(const KeyRings::Lock& lock, const std::vector<KeyRings::NewKey>& keys) {
   rings_.Store(lock, keys);
+  ForgetLoaded();
+}
+
+void KeyStore::ForgetLoaded() {
   loaded_.clear();
+  apart_.clear();
 }
 
 bool KeyStore::IsOwn(const std::string& fingerprint) const {
@@ -80,31 +92,44 @@ std::string KeyStore::ReadPublic(const RingEntry& entry) const {
 Key KeyStore::Load(const RingEntry& entry) {
   const std::string fingerprint(entry.fingerprint);
   if (loaded_.insert(fingerprint).second) {
-    LoadKeys(ffi_.get(), ReadPublic(entry));
+    LoadKeys(ffi_.get(), WithoutClaims(rings_, entry, ReadPublic(entry)));
   }
   auto key = FindKey(ffi_.get(), fingerprint);
   if (!key) Fail(kKeyStoreTrouble, "The key " + fingerprint + " cannot be read from its ring.");
   return key;
 }
 
-std::vector<Key> KeyStore::PublicKeys(std::string_view address) {
-  std::vector<Key> keys;
-  for (const auto* entry : rings_.FindByAddress(address)) keys.push_back(Load(*entry));
+KeyStore::LoadedKey KeyStore::LoadWhole(const RingEntry& entry) {
+  if (!IsContested(rings_, entry)) return {ffi_.get(), Load(entry)};
+  const std::string fingerprint(entry.fingerprint);
+  auto& apart = apart_[fingerprint];
+  if (!apart) {
+    apart = MakeFfi();
+    LoadKeys(apart.get(), ReadPublic(entry));
+  }
+  return {apart.get(), FindKey(apart.get(), fingerprint)};
+}
+
+std::vector<KeyStore::LoadedKey> KeyStore::PublicKeys(std::string_view address) {
+  std::vector<LoadedKey> keys;
+  for (const auto* entry : rings_.FindByAddress(address)) keys.push_back(LoadWhole(*entry));
   // Whom the user has a key of, usable or not, no key server speaks for.
   if (keys.empty()) {
     for (const auto& fingerprint : looked_up_) {
-      if (auto key = FindKey(ffi_.get(), fingerprint)) keys.push_back(std::move(key));
+      keys.push_back({ffi_.get(), FindKey(ffi_.get(), fingerprint)});
     }
   }
-  std::erase_if(keys, [&](const Key& key) { return !CarriesAddress(key.get(), address); });
+  std::erase_if(keys, [&](const LoadedKey& key) {
+    return !key.primary || !CarriesAddress(key.primary.get(), address);
+  });
   return keys;
 }
 
 Key KeyStore::FindUsable(std::string_view address, const char* usage) {
   Key best;
   std::tuple<bool, bool, std::uint32_t> best_rank;
-  for (const auto& primary : PublicKeys(address)) {
-    auto usable = UsableFor(ffi_.get(), primary.get(), usage);
+  for (const auto& [ffi, primary] : PublicKeys(address)) {
+    auto usable = UsableFor(ffi, primary.get(), usage);
     const std::string fingerprint = Text(rnp_key_get_fprint, primary.get());
     const std::tuple rank(IsOwn(fingerprint), !IsOnlyLookedUp(fingerprint),
                           Get<std::uint32_t>(rnp_key_get_creation, primary.get()));

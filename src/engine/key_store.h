@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <set>
 #include <string>
 #include <string_view>
@@ -20,6 +21,7 @@ namespace corvessa::engine {
 class KeyStore {
  public:
   explicit KeyStore(const std::filesystem::path& folder);
+  ~KeyStore();
 
   rnp_ffi_t ffi() const { return ffi_.get(); }
   KeyRings& rings() { return rings_; }
@@ -34,7 +36,8 @@ class KeyStore {
   void Store(const KeyRings::Lock& lock, const std::vector<KeyRings::NewKey>& keys);
 
   /// The best usable key for the address that may do "encrypt" or "sign": own keys first, then the
-  /// rings' others, then looked-up ones; the newest of each. Empty when there is none.
+  /// rings' others, then looked-up ones; the newest of each. Empty when there is none. It may be of
+  /// another store of the library than ffi() and lives until the next Refresh.
   Key FindUsable(std::string_view address, const char* usage);
   /// Some key in the rings carries the address, usable or not.
   bool IsInRings(std::string_view address) const { return !rings_.FindByAddress(address).empty(); }
@@ -71,12 +74,20 @@ class KeyStore {
   bool IsUnlocked(std::string_view key_id) const;
 
  private:
+  struct LoadedKey {
+    rnp_ffi_t ffi = nullptr;
+    Key primary;
+  };
   Key Load(const RingEntry& entry);
-  std::vector<Key> PublicKeys(std::string_view address);
+  /// With the subkeys that another key claims as well: they are loaded apart, one for each key.
+  LoadedKey LoadWhole(const RingEntry& entry);
+  std::vector<LoadedKey> PublicKeys(std::string_view address);
+  void ForgetLoaded();
 
   KeyRings rings_;
   Ffi ffi_;
   std::set<std::string> loaded_;
+  std::map<std::string, Ffi> apart_;
   std::set<std::string> looked_up_;
   std::set<std::string> for_verifying_;
   std::vector<std::string> unlocked_;

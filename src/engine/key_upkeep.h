@@ -17,11 +17,11 @@ struct KeyInfo {
   std::string fingerprint;  ///< capital hexadecimal
   std::vector<std::string> user_ids;
   std::vector<std::string> addresses;
-  std::string algorithm;      ///< of the primary key, as "EDDSA" or "RSA 3072"
-  std::uint32_t created = 0;  ///< seconds since 1970
-  std::uint32_t expires = 0;  ///< seconds since 1970; 0 never
-  bool secret = false;        ///< the secret key is here
-  bool open = false;          ///< and some of it without a passphrase
+  std::string algorithm;     ///< of the primary key, as "EDDSA" or "RSA 3072"
+  std::int64_t created = 0;  ///< seconds since 1970
+  std::int64_t expires = 0;  ///< seconds since 1970; 0 never
+  bool secret = false;       ///< the secret key is here
+  bool open = false;         ///< and some of it without a passphrase
   bool revoked = false;
   bool expired = false;
   bool encrypts = false;  ///< mail can be encrypted to it now

@@ -64,7 +64,7 @@ KeyInfo InfoOf(rnp_ffi_t ffi, rnp_key_handle_t primary) {
           facts.addresses,
           AlgorithmOf(primary),
           created,
-          lifetime == 0 ? 0 : created + lifetime,
+          lifetime == 0 ? 0 : std::int64_t{created} + lifetime,
           HasSecretPart(ffi, primary),
           HasOpenSecretPart(ffi, primary),
           Get<bool>(rnp_key_is_revoked, primary),
@@ -77,6 +77,14 @@ void AddForRings(rnp_ffi_t ffi, rnp_key_handle_t primary, std::vector<KeyRings::
   const auto facts = FactsOf(primary);
   keys.push_back({false, facts, ExportPublic(primary)});
   if (HasSecretPart(ffi, primary)) keys.push_back({true, facts, ExportSecret(primary)});
+}
+
+void TellOfLeftOut(const LeftOut& left_out) {
+  if (left_out.keys == 0 && left_out.subkeys == 0) return;
+  Fail(kBadFormat,
+       "Of this, " + std::to_string(left_out.keys) + " keys and " +
+           std::to_string(left_out.subkeys) +
+           " subkeys are of a kind unknown here and were left out; the rest was taken.");
 }
 
 /// The entries that an address or a fingerprint means, in the order of the rings.
@@ -128,7 +136,8 @@ EngineStatus LibrnpEngine::ImportKeys(std::string_view data, const AskPassphrase
     keys_.Refresh();
     std::vector<KeyRings::NewKey> keys;
     std::vector<KeyInfo> infos;
-    for (const auto& merged : MergedWithRings(keys_.rings(), data, ask)) {
+    const auto found = MergedWithRings(keys_.rings(), data, ask);
+    for (const auto& merged : found.keys) {
       const auto key = FindKey(merged.ffi.get(), merged.fingerprint);
       AddForRings(merged.ffi.get(), key.get(), keys);
       infos.push_back(InfoOf(merged.ffi.get(), key.get()));
@@ -136,6 +145,7 @@ EngineStatus LibrnpEngine::ImportKeys(std::string_view data, const AskPassphrase
     RefuseLosses(keys_.rings(), keys);
     keys_.Store(lock, keys);
     imported = std::move(infos);
+    TellOfLeftOut(found.left_out);
     return kDone;
   });
 }
@@ -156,12 +166,17 @@ EngineStatus LibrnpEngine::ExportSecretKeys(std::string_view who, std::string& a
 
 EngineStatus LibrnpEngine::ListKeys(std::vector<KeyInfo>& keys) {
   return Attempt([&] {
-    const Ffi all = MakeFfi();
-    for (const auto& entry : keys_.rings().Entries()) {
-      LoadKeys(all.get(), keys_.rings().Read(entry));
-    }
     std::vector<KeyInfo> infos;
-    for (const auto& key : PrimaryKeys(all.get())) infos.push_back(InfoOf(all.get(), key.get()));
+    std::set<std::string_view> seen;
+    for (const auto& entry : keys_.rings().Entries()) {
+      if (!seen.insert(entry.fingerprint).second) continue;
+      const Ffi scratch = MakeFfi();
+      for (const auto* half : keys_.rings().FindByFingerprint(entry.fingerprint)) {
+        LoadKeys(scratch.get(), keys_.rings().Read(*half));
+      }
+      const auto key = FindKey(scratch.get(), std::string(entry.fingerprint));
+      if (key) infos.push_back(InfoOf(scratch.get(), key.get()));
+    }
     keys = std::move(infos);
     return kDone;
   });

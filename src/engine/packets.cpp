@@ -138,6 +138,14 @@ std::optional<EncryptedMessageStart> ReadEncryptedMessageStart(std::string_view 
   }
 }
 
+std::string KeyIdBytes(std::string_view key_id) {
+  std::string id;
+  for (std::size_t i = 0; i + 1 < key_id.size(); i += 2) {
+    id += static_cast<char>(HexDigit(key_id[i]) << 4 | HexDigit(key_id[i + 1]));
+  }
+  return id;
+}
+
 std::string KeyIdOf(std::string_view message, const SessionKeyPacket& packet) {
   static constexpr char kDigits[] = "0123456789ABCDEF";
   std::string id;
@@ -164,10 +172,7 @@ bool HideRecipients(std::string& message) {
 
 bool RevealRecipients(std::string& message_start, const EncryptedMessageStart& start, int algorithm,
                       std::string_view key_id) {
-  std::string id;
-  for (std::size_t i = 0; i + 1 < key_id.size(); i += 2) {
-    id += static_cast<char>(HexDigit(key_id[i]) << 4 | HexDigit(key_id[i + 1]));
-  }
+  const std::string id = KeyIdBytes(key_id);
   bool revealed = false;
   for (const auto& packet : start.session_keys) {
     if (packet.algorithm != algorithm || !IsHidden(message_start, packet)) continue;
@@ -194,6 +199,12 @@ void ForEachPacket(std::string_view packets, Visit visit) {
           packets.substr(header->length, *header->body_length));
     packets.remove_prefix(length);
   }
+}
+
+bool IsKeyRevocation(int tag, std::string_view body) {
+  constexpr int kKeyRevocation = 0x20;
+  if (tag != kSignaturePacket || body.size() < 3) return false;
+  return ByteAt(body, body[0] == 3 ? 2 : 1) == kKeyRevocation;
 }
 
 std::optional<KeyPart::Kind> PartThatBegins(int tag) {
@@ -228,11 +239,32 @@ std::vector<KeyPart> SplitKey(std::string_view key) {
 }
 
 std::string_view FirstPacket(std::string_view key) {
-  std::string_view first;
-  ForEachPacket(key, [&](int, std::string_view packet, std::string_view) {
-    if (first.empty()) first = packet;
+  const auto header = ReadPacketHeader(key);
+  if (!header || !header->body_length) return {};
+  return key.substr(0, header->length + *header->body_length);
+}
+
+std::string_view FirstBody(std::string_view key) {
+  const auto header = ReadPacketHeader(key);
+  return header ? FirstPacket(key).substr(header->length) : std::string_view();
+}
+
+std::vector<std::string_view> KeyRevocations(std::string_view keys) {
+  std::vector<std::string_view> revocations;
+  ForEachPacket(keys, [&](int tag, std::string_view packet, std::string_view body) {
+    if (IsKeyRevocation(tag, body)) revocations.push_back(packet);
   });
-  return first;
+  return revocations;
+}
+
+std::string WithRevocationsFirst(std::string_view key) {
+  std::string primary;
+  std::string revocations;
+  std::string rest;
+  ForEachPacket(key, [&](int tag, std::string_view packet, std::string_view body) {
+    (primary.empty() ? primary : IsKeyRevocation(tag, body) ? revocations : rest) += packet;
+  });
+  return primary + revocations + rest;
 }
 
 std::vector<std::string_view> SecretPackets(std::string_view key) {

@@ -33,6 +33,9 @@ std::optional<EncryptedMessageStart> ReadEncryptedMessageStart(std::string_view 
 
 inline constexpr std::size_t kKeyIdLength = 8;
 
+/// The bytes of a key ID in hexadecimal.
+std::string KeyIdBytes(std::string_view key_id);
+
 /// The key ID of a session key packet, in capital hexadecimal; "0000000000000000" when it is
 /// hidden.
 std::string KeyIdOf(std::string_view message, const SessionKeyPacket& packet);
@@ -72,8 +75,17 @@ struct KeyPart {
 /// Cuts one key of a ring (a RingPiece's bytes) into its parts, in their order.
 std::vector<KeyPart> SplitKey(std::string_view key);
 
-/// The primary key packet alone, of a key that begins with it.
+/// The packet that a key, or a part of it, begins with.
 std::string_view FirstPacket(std::string_view key);
+
+/// The same without its header.
+std::string_view FirstBody(std::string_view key);
+
+/// The signatures that revoke whole keys.
+std::vector<std::string_view> KeyRevocations(std::string_view keys);
+/// The key with these right behind its primary key packet. Only there does the library look, but
+/// whoever appends a revocation to a key file puts it at the end.
+std::string WithRevocationsFirst(std::string_view key);
 
 /// The secret key packets of a key, without their headers.
 std::vector<std::string_view> SecretPackets(std::string_view key);

@@ -94,15 +94,6 @@ Key SigningKeyOf(const KeyStore& keys, rnp_signature_handle_t signature,
   return Make<Key>(rnp_locate_key, keys.ffi(), "keyid", key_id.c_str());
 }
 
-/// A subkey for signing has to have signed its binding itself, else anybody could bind another's.
-/// The library sees to that only where the binding says that it is for signing; where it says
-/// nothing, everything is allowed, even what no subkey may do.
-bool MaySign(rnp_key_handle_t key) {
-  const bool is_bound_for_anything =
-      !Get<bool>(rnp_key_is_primary, key) && Get<bool>(rnp_key_allows_usage, key, "certify");
-  return Get<bool>(rnp_key_allows_usage, key, "sign") && !is_bound_for_anything;
-}
-
 Finding JudgeGood(const KeyStore& keys, rnp_key_handle_t key, rnp_key_handle_t primary,
                   const std::string& address) {
   if (!HasValidUserId(primary) || !IsUsable(primary) || !IsUsable(key) || !MaySign(key)) {

@@ -37,7 +37,11 @@ class Keys(DeskCase):
         bobs = self.write("other.asc", self.at(other, "key", "export", BOB).out)
         self.assertRegex(self.alice("key", "import", bobs).err,
                          rf"\Acorvessa-desk: the key [0-9A-F]{{40}} names {BOB}, which has the key "
-                         r"[0-9A-F]{40} already; mail is encrypted to the newer one\n\Z")
+                         r"[0-9A-F]{40} as well; mail is encrypted to [0-9A-F]{40}\n\Z")
+        gpg.run("--quick-add-uid", GINA, f"Bob <{BOB}>")
+        gained = self.alice("key", "import", self.write("g.asc", gpg.secret_key()))
+        self.assertIn(f" names {BOB}, which has the key ", gained.err)
+        self.assertIn(f" as well; mail is encrypted to {gained.out[:40]}\n", gained.err)
         own = self.write("own.asc", secret.out)
         self.at(other, "key", "import", self.template / "alice.asc")
         self.assertDone(self.at(other, "key", "import", own), 1, "",

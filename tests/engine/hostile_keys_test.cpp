@@ -12,6 +12,8 @@ namespace {
 constexpr const char* kBob = "bob@example.org";
 constexpr const char* kMallory = "mallory@example.org";
 
+const std::string kUnknownSubkey("\xCE\x0A\x04zzzz\x63numb", 12);
+
 std::string Binary(std::string_view armoured, std::string_view kind = "PUBLIC KEY BLOCK") {
   return Dearmour(FindArmour(armoured, kind)->block);
 }
@@ -91,17 +93,34 @@ TEST(HostileKeysTest, MadeUpNamesDoNotSpoilAKey) {
   EXPECT_EQ(other.QueryKeyPair(kBob), 0);
 }
 
-TEST(HostileKeysTest, AKeyWithAnothersSubkeyIsRefused) {
+TEST(HostileKeysTest, AKeyThatBindsAnothersSubkeyDoesNotStandInItsWay) {
   testing::Gpg gpg;
-  gpg.Generate(kBob, "ed25519");
-  gpg.Generate(kMallory, "ed25519");
-  Profile profile;
+  const std::string clock = "--faked-system-time 20250101T000000! ";  // part of a key's number
+  gpg.Generate(kBob, "ed25519", "never", clock);
+  gpg.Make(clock + "--quick-gen-key 'Mallory <mallory@example.org>' ed25519 cert,sign never");
+  const std::string listing = gpg.Make("--with-colons --with-keygrip --list-keys bob@example.org");
+  const auto grip = listing.rfind("grp:::::::::") + 12;
+  gpg.Make(clock + "--expert --command-fd 0 --edit-key mallory@example.org",
+           "addkey\n13\n" + listing.substr(grip, 40) + "\nq\n0\nsave\n");
   const std::string bob = gpg.Make("--export bob@example.org");
   const std::string mallory = gpg.Make("--export mallory@example.org");
-  profile.Import(bob);
-  EXPECT_EQ(profile.ImportStatus(mallory + std::string(SplitKey(bob)[2].bytes)), -6);
-  EXPECT_EQ(profile.QueryKeyPair(kMallory), -13);
-  EXPECT_EQ(profile.QueryKeyPair(kBob), 0);
+  const std::string secret = gpg.Make("--export-secret-keys bob@example.org");
+  ASSERT_EQ(SplitKey(mallory).size(), 3U);
+  for (const auto& [first, second] : {std::pair(bob, mallory), std::pair(mallory, bob)}) {
+    Profile profile;
+    profile.Import(first);
+    profile.Import(second);
+    EXPECT_EQ(profile.QueryKeyPair(kMallory), 0);
+    const auto encrypted = profile.EncryptText(To({kMallory, kBob}), "x");
+    EXPECT_EQ(gpg.Run("--decrypt", encrypted.second), "x");
+    profile.Import(secret, "secret");
+    EXPECT_EQ(profile.QueryKeyPair(kMallory), 0);
+    profile.Unlock(kBob);
+    EXPECT_EQ(profile.DecryptText(encrypted.second), Outcome(0, "x"));
+    EXPECT_EQ(profile.SignText("x").first, 0);
+    profile.Import(gpg.RevocationOf(kBob));
+    EXPECT_EQ(profile.QueryKeyPair(kBob), -13);
+  }
 }
 
 class OwnKeysTest : public ::testing::Test {
@@ -208,21 +227,46 @@ TEST_F(OwnKeysTest, APublicRingThatIsOlderThanTheSecretOneLosesNothing) {
 }
 
 TEST_F(OwnKeysTest, WhatAnotherProgramPutIntoARingIsNotLost) {
-  const std::string unknown_subkey("\xCE\x0A\x04zzzz\x63numb", 12);
   profile.Import(Secret());
   const auto ring = profile.folder / "keys" / "public.ring";
-  const std::string content = testing::ContentOf(ring) + unknown_subkey;
+  const std::string content = testing::ContentOf(ring) + kUnknownSubkey;
   testing::WriteContent(ring, content);
+  gpg.Make("--quick-add-uid bob@example.org second@example.org");  // as many parts as are held
   EXPECT_EQ(profile.ImportStatus(Secret(), "secret"), -7);
   EXPECT_EQ(testing::ContentOf(ring), content);
 }
 
 TEST_F(OwnKeysTest, ARevocationReachesAKeyThatIsThere) {
-  profile.Import(gpg.Make("--export bob@example.org"));
-  EXPECT_EQ(profile.QueryKeyPair(kBob), 0);
+  const std::string key = gpg.Make("--export bob@example.org");
+  const std::string revocation(Dearmour(gpg.RevocationOf(kBob)));
+  EXPECT_EQ(profile.ImportStatus(revocation), -9);
   gpg.Revoke(kBob);
-  profile.Import(gpg.Make("--export bob@example.org"));
+  gpg.Generate(kMallory, "ed25519");
+  for (const std::string& update :
+       {gpg.Make("--export bob@example.org"), key + revocation, revocation, gpg.RevocationOf(kBob),
+        gpg.Make("--export mallory@example.org") + revocation}) {
+    Profile other;
+    other.Import(key);
+    EXPECT_EQ(other.QueryKeyPair(kBob), 0);
+    other.Import(update);
+    EXPECT_EQ(other.QueryKeyPair(kBob), -13);
+  }
+}
+
+TEST_F(OwnKeysTest, WhatIsCutOffIsRefusedAndWhatIsUnknownIsToldOf) {
+  const std::string cut = Secret();
+  EXPECT_EQ(profile.ImportStatus(cut.substr(0, cut.size() - 50)), -3);
   EXPECT_EQ(profile.QueryKeyPair(kBob), -13);
+  const std::string version_5("\xC6\x09\x05zzzz\x16numb", 11);
+  std::vector<KeyInfo> imported;
+  EXPECT_EQ(profile.engine->ImportKeys(
+                gpg.Make("--export bob@example.org") + kUnknownSubkey + version_5, {}, imported),
+            -9);
+  EXPECT_EQ(profile.engine->GetEngineLastError(),
+            "Of this, 1 keys and 1 subkeys are of a kind unknown here and were left out; the rest "
+            "was taken.");
+  EXPECT_EQ(imported.size(), 1U);
+  EXPECT_EQ(profile.QueryKeyPair(kBob), 0);
 }
 
 TEST_F(OwnKeysTest, SecretPacketsInThePublicRingStayInIt) {

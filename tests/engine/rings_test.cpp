@@ -178,7 +178,7 @@ TEST_F(RingsTest, GeneratesListsExportsAndMerges) {
   EXPECT_EQ(made.addresses, std::vector<std::string>{"mueller@example.org"});
   EXPECT_EQ(made.algorithm, "EDDSA");
   EXPECT_EQ(std::tuple(made.secret, made.revoked, made.expired, made.expires),
-            std::tuple(true, false, false, 0U));
+            std::tuple(true, false, false, 0));
   EXPECT_EQ(profile.QueryKeyPair("mueller@example.org"), 0);
   EXPECT_EQ(profile.PublicKeys(made.fingerprint), profile.PublicKeys("mueller@example.org"));
   for (const auto* address : {"", "no address", "a@b@c", "a b@c.org", "<a@b.org>"}) {

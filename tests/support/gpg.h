@@ -72,14 +72,14 @@ class Gpg {
     const std::string listing = Make("--with-colons --list-keys " + address);
     return listing.substr(listing.find_first_not_of(':', listing.find("\nfpr:") + 5), 40);
   }
-  /// Revokes the whole key.
-  void Revoke(const std::string& address) {
-    // gpg makes a revocation with every key and puts a colon before it against use by accident.
+  /// What revokes the whole key, armoured; gpg makes it with every key.
+  std::string RevocationOf(const std::string& address) {
     std::string revocation =
         ContentOf(home_ / "openpgp-revocs.d" / (Fingerprint(address) + ".rev"));
-    revocation.erase(revocation.find(":-----BEGIN"), 1);
-    Make("--import", revocation);
+    revocation.erase(0, revocation.find(":-----BEGIN") + 1);  // a colon against use by accident
+    return revocation;
   }
+  void Revoke(const std::string& address) { Make("--import", RevocationOf(address)); }
 
   std::string said;
   /// The standard output of the last run, also when it failed.

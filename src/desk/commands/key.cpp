@@ -4,7 +4,9 @@
 #include <filesystem>
 #include <memory>
 #include <ostream>
+#include <set>
 #include <system_error>
+#include <tuple>
 
 #include "base/text.h"
 #include "desk/commands/command_context.h"
@@ -27,17 +29,19 @@ struct KeyOptions {
   bool secret = false;
 };
 
-/// Fails with the engine's own words, behind what they are about.
-void Check(platform::EngineStatus status, platform::IEngine& engine,
-           const std::string& about = {}) {
+void CheckStatus(platform::EngineStatus status, const std::string& reason) {
   if (status == 0) return;
-  const std::string reason = about + WithoutFullStop(engine.GetEngineLastError());
   namespace answer = platform::engine_status;
   const bool is_environment = status == answer::kKeyStoreTrouble || status == answer::kIoTrouble;
   Fail(status == answer::kInvalidKey ? Outcome::kWrongUse
        : is_environment              ? Outcome::kEnvironment
                                      : Outcome::kRefused,
        reason);
+}
+
+/// Fails with the engine's own words.
+void Check(platform::EngineStatus status, platform::IEngine& engine) {
+  CheckStatus(status, status == 0 ? std::string() : WithoutFullStop(engine.GetEngineLastError()));
 }
 
 /// What could not be read of a ring has been set aside; only the user knows what to do about it.
@@ -50,7 +54,7 @@ void TellOfDamagedRings(const CommandContext& context, const Profile& profile) {
   }
 }
 
-std::string DateOf(std::uint32_t seconds) {
+std::string DateOf(std::int64_t seconds) {
   const std::time_t time = seconds;
   std::tm utc{};
   gmtime_r(&time, &utc);
@@ -101,25 +105,49 @@ Outcome Generate(CommandContext& context, const KeyOptions& options) {
   return Outcome::kDone;
 }
 
-/// A key can name anybody; only the user knows whether it is that person's.
-void TellOfSharedAddresses(const CommandContext& context, const std::vector<engine::KeyInfo>& known,
-                           const engine::KeyInfo& imported) {
-  const auto is_same = [&](const engine::KeyInfo& key) {
-    return key.fingerprint == imported.fingerprint;
+bool Names(const engine::KeyInfo& key, const std::string& address) {
+  return std::ranges::count(key.addresses, address) > 0;
+}
+
+/// The key that mail for the address is encrypted to: own ones first, then the newest.
+const engine::KeyInfo& KeyFor(const std::string& address,
+                              const std::vector<engine::KeyInfo>& keys) {
+  const auto rank = [&](const engine::KeyInfo& key) {
+    return std::tuple(Names(key, address), !key.revoked && !key.expired, key.secret, key.created);
   };
-  if (std::ranges::any_of(known, is_same)) return;
-  for (const engine::KeyInfo& key : known) {
-    for (const std::string& address : imported.addresses) {
-      if (!std::ranges::count(key.addresses, address)) continue;
-      context.Tell("the key " + imported.fingerprint + " names " + address +
-                   ", which has the key " + key.fingerprint +
-                   " already; mail is encrypted to the newer one");
+  return *std::ranges::max_element(keys, {}, rank);
+}
+
+/// A key can name anybody; only the user knows whether it is that person's. Told is of addresses
+/// that a key has gained and another one of the rings has, once each.
+void TellOfSharedAddresses(const CommandContext& context, engine::OpenPgpEngine& engine,
+                           const std::vector<engine::KeyInfo>& before,
+                           const std::vector<engine::KeyInfo>& imported) {
+  std::vector<engine::KeyInfo> keys;
+  Check(engine.ListKeys(keys), engine);
+  std::set<std::string> told;
+  const auto tell = [&](const engine::KeyInfo& key, const std::string& address) {
+    const auto has = [&](const engine::KeyInfo& other) {
+      return other.fingerprint == key.fingerprint && Names(other, address);
+    };
+    if (std::ranges::any_of(before, has)) return;
+    for (const engine::KeyInfo& other : keys) {
+      if (other.fingerprint == key.fingerprint || !Names(other, address)) continue;
+      if (!told.insert(address).second) return;
+      context.Tell("the key " + key.fingerprint + " names " + address + ", which has the key " +
+                   other.fingerprint + " as well; mail is encrypted to " +
+                   KeyFor(address, keys).fingerprint);
     }
+  };
+  for (const engine::KeyInfo& key : imported) {
+    for (const std::string& address : key.addresses) tell(key, address);
   }
 }
 
 void ImportFile(CommandContext& context, engine::OpenPgpEngine& engine, const std::string& file,
-                const std::string& content, std::vector<engine::KeyInfo>& imported) {
+                const std::string& content) {
+  std::vector<engine::KeyInfo> before;
+  Check(engine.ListKeys(before), engine);
   bool lacks_passphrase = false;
   const auto ask = [&](const std::string& fingerprint, const std::vector<std::string>& addresses) {
     auto passphrase =
@@ -128,12 +156,21 @@ void ImportFile(CommandContext& context, engine::OpenPgpEngine& engine, const st
     lacks_passphrase = !passphrase;
     return passphrase;
   };
+  std::vector<engine::KeyInfo> imported;
   const auto status = engine.ImportKeys(content, ask, imported);
-  if (status != 0 && lacks_passphrase) {
-    Fail(Outcome::kRefused, file + ": " + WithoutFullStop(engine.GetEngineLastError()) +
-                                "; give it with --passphrase ADDRESS=FILE or at a terminal");
+  const std::string reason = file + ": " + WithoutFullStop(engine.GetEngineLastError());
+  for (const engine::KeyInfo& key : imported) {
+    Print(context.out, key);
+    if (!key.open) continue;
+    context.Tell("the secret key " + key.fingerprint +
+                 " has no passphrase: who can read the profile can use it. It is still asked for; "
+                 "type anything");
   }
-  Check(status, engine, file + ": ");
+  TellOfSharedAddresses(context, engine, before, imported);
+  if (status != 0 && lacks_passphrase) {
+    Fail(Outcome::kRefused, reason + "; give it with --passphrase ADDRESS=FILE or at a terminal");
+  }
+  CheckStatus(status, reason);
 }
 
 Outcome Import(CommandContext& context, const KeyOptions& options) {
@@ -142,19 +179,7 @@ Outcome Import(CommandContext& context, const KeyOptions& options) {
   Profile profile = context.OpenProfile();
   const auto engine = OpenEngine(profile);
   for (std::size_t i = 0; i < contents.size(); ++i) {
-    std::vector<engine::KeyInfo> known;
-    Check(engine->ListKeys(known), *engine);
-    std::vector<engine::KeyInfo> imported;
-    ImportFile(context, *engine, options.files[i], contents[i], imported);
-    for (const engine::KeyInfo& key : imported) {
-      Print(context.out, key);
-      TellOfSharedAddresses(context, known, key);
-      if (!key.open) continue;
-      context.Tell(
-          "the secret key " + key.fingerprint +
-          " has no passphrase: who can read the profile can use it. It is still asked for; "
-          "type anything");
-    }
+    ImportFile(context, *engine, options.files[i], contents[i]);
   }
   return Outcome::kDone;
 }
