@@ -228,9 +228,11 @@ void frmManageUserKeys::SaveSettings() {
 }
 
 void frmManageUserKeys::RememberChange(bool added, const std::string& address) {
+  // As accounts are compared: the registry can hold an address in capitals.
+  const std::string key = LCase(Trim(address));
   std::erase_if(unsaved_changes_,
-                [&](const UnsavedChange& change) { return change.address == address; });
-  unsaved_changes_.push_back({added, address});
+                [&](const UnsavedChange& change) { return change.address == key; });
+  unsaved_changes_.push_back({added, key});
 }
 
 void frmManageUserKeys::ReplayUnsavedChanges() {

@@ -45,8 +45,11 @@ void frmGeneric::Choose(std::int32_t result) {
   Hide();
 }
 
-std::int32_t ShowGeneric(std::string_view message, std::int32_t type) {
+std::int32_t ShowGeneric(std::string_view message, std::int32_t type,
+                         DefaultButton default_button) {
   const auto form = std::make_shared<frmGeneric>();
+  form->cmdOK.Default = default_button == DefaultButton::kOk;
+  form->cmdCancel.Default = default_button == DefaultButton::kCancel;
   form->setMessage(message);
   form->setType(type);
   const UnloadAtEnd unload(*form);

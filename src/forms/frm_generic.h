@@ -36,7 +36,11 @@ class frmGeneric final : public Form {
   std::int32_t result_;
 };
 
+/// Which button Enter presses.
+enum class DefaultButton { kOk, kCancel };
+
 /// Shows a message of that type modally and gives the result.
-std::int32_t ShowGeneric(std::string_view message, std::int32_t type);
+std::int32_t ShowGeneric(std::string_view message, std::int32_t type,
+                         DefaultButton default_button = DefaultButton::kOk);
 
 }  // namespace corvessa

@@ -53,7 +53,8 @@ std::int32_t AskAboutRecipients(const platform::MailItemPtr& item, std::string_v
 }
 
 std::int32_t AskToSendInClear(std::string_view text) {
-  const std::int32_t answer = ShowGeneric(text, frmGeneric::kOkCancel);
+  // Nothing leaves in clear by a key pressed too early.
+  const std::int32_t answer = ShowGeneric(text, frmGeneric::kOkCancel, DefaultButton::kCancel);
   if (answer == kResultOk) return kResultYes;
   if (answer == kResultCancel) return kResultNo;
   return answer;

@@ -288,6 +288,17 @@ TEST_F(SettingsDialogTest, UnsavedAddressesOutliveAReloadOfTheSettings) {
   dialog->lstvwAliases.ClickRow(1);
   SetSigning(*dialog, true);
   EXPECT_THAT(StoredAccounts(), ElementsAre("b@example.com", "new@example.com (signs)"));
+
+  // Also one that the registry holds in capitals.
+  HaveAccounts({"Bob@example.com"}, false);
+  const auto other = Open();
+  other->lstvwAliases.ClickRow(2);
+  AnswerYes("Are you sure you want to remove the secure email address 'Bob@example.com' ?", true);
+  other->cmdRemove.Press();
+  Add(*other, "bob@example.com");
+  other->lstvwAliases.ClickRow(2);
+  SetSigning(*other, true);
+  EXPECT_THAT(StoredAccounts(), ::testing::Contains("Bob@example.com (signs)"));
 }
 
 TEST_F(SettingsDialogTest, OkStoresThePreferencesAndTheCloseBoxNone) {
