@@ -55,10 +55,21 @@ std::string Base64(std::uint32_t three_bytes) {
   return text;
 }
 
+constexpr std::string_view kChecksumStart = "\n=";
+
 /// The block's checksum line, if it has one, is that of the bytes. The library does not look at it.
 bool ChecksumFits(std::string_view block, std::string_view bytes) {
-  const auto line = block.rfind("\n=");
+  const auto line = block.rfind(kChecksumStart);
   return line == std::string_view::npos || block.substr(line + 2, 4) == Base64(Crc24(bytes));
+}
+
+/// Newer programs leave the line out. Then the library takes the last line for a padding that is
+/// wrong, unless there is one.
+std::string WithChecksumLine(std::string_view block) {
+  std::string text(block);
+  const auto end = text.rfind("\n-----END");
+  if (end == std::string::npos || text.rfind(kChecksumStart) != std::string::npos) return text;
+  return text.insert(end, "\n=AAAA");
 }
 
 }  // namespace
@@ -74,7 +85,8 @@ std::optional<ArmourBlock> FindArmour(std::string_view text, std::string_view ki
 }
 
 std::string Dearmour(std::string_view block) {
-  TextSource source(block);
+  const std::string checked = WithChecksumLine(block);
+  TextSource source(checked);
   TextSink sink;
   const Stream stream(source, sink);
   const auto result = rnp_dearmor(stream.input(), stream.output());

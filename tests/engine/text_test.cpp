@@ -241,6 +241,14 @@ std::string EncryptedPackets(const std::string& bobs_keys, std::string_view pack
   return Armour(sink.text, "message", {});
 }
 
+TEST_F(TextTest, ArmourNeedsNoChecksum) {
+  for (const std::string text : {"x", "xy", "xyz"}) {
+    std::string armour = Encrypted(text);
+    armour.erase(armour.rfind("\r\n="), std::string_view("\r\n=abcd").size());
+    EXPECT_TRUE(bob->DecryptText(armour) == Outcome(0, text)) << bob->engine->GetEngineLastError();
+  }
+}
+
 TEST_F(TextTest, DeepNestingAndBombsAreRefused) {
   const auto nested = [&](int depth) {
     std::string packets(
