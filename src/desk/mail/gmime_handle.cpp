@@ -1,20 +1,19 @@
 #include "desk/mail/gmime_handle.h"
 
-#ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/lsan_interface.h>
-#endif
+// Of a checker for leaks, in a build that has one.
+extern "C" [[gnu::weak]] void __lsan_disable();
+extern "C" [[gnu::weak]] void __lsan_enable();
 
 namespace corvessa::desk::mail {
 
 namespace {
 
-/// GMime never frees what it has registered, which a checker of leaks sees once some of it is
+/// GMime never frees what it has registered, which such a checker sees once some of it is
 /// registered again.
 void Initialise() {
-#ifdef __SANITIZE_ADDRESS__
-  const __lsan::ScopedDisabler for_good;
-#endif
+  if (__lsan_disable) __lsan_disable();
   g_mime_init();
+  if (__lsan_enable) __lsan_enable();
 }
 
 GMimeParserOptions* CreateOptions() {
