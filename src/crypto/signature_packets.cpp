@@ -57,8 +57,9 @@ void TakeSubpackets(Fields& fields, std::size_t width) {
 void TakeMpi(Fields& fields) {
   const std::size_t bits = fields.Number(2);
   const std::string_view bytes = fields.Take((bits + 7) / 8);
-  if (bytes.empty() || static_cast<unsigned char>(bytes[0]) >> ((bits - 1) % 8) != 1)
+  if (bytes.empty() || static_cast<unsigned char>(bytes[0]) >> ((bits - 1) % 8) != 1) {
     fields.Reject();
+  }
 }
 
 void TakeSignatureOf(std::size_t algorithm, Fields& fields) {
@@ -114,12 +115,13 @@ void TakeSignature(std::size_t version, Fields& fields) {
 bool IsSignatureBody(std::string_view body) {
   Fields fields(body);
   const std::size_t version = fields.Number(1);
-  if (version == 3)
+  if (version == 3) {
     TakeOldSignature(fields);
-  else if (version >= 4 && version <= 6)
+  } else if (version >= 4 && version <= 6) {
     TakeSignature(version, fields);
-  else
+  } else {
     fields.Reject();
+  }
   return fields.AreComplete();
 }
 

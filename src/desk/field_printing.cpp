@@ -25,8 +25,7 @@ bool AreBlanks(char one, char other) {
 std::string FieldText(std::string_view text) {
   std::string line = Replace(ForDisplayLines(text), "\n", " ");
   for (const std::string_view blank : kBlanks) line = Replace(line, blank, " ");
-  const auto [first, last] = std::ranges::unique(line, AreBlanks);
-  line.erase(first, last);
+  line.erase(std::unique(line.begin(), line.end(), AreBlanks), line.end());
   return CutToColumns(Trim(line), kMostColumns);
 }
 

@@ -55,8 +55,9 @@ void SkipToHeaders(Lines& lines) {
 
 void SkipHeaders(Lines& lines) {
   for (auto line = lines.Next(); line != ""; line = lines.Next()) {
-    if (!line || !line->starts_with("Hash:"))
+    if (!line || !line->starts_with("Hash:")) {
       FailStructure("its header holds something else than a hash");
+    }
   }
 }
 

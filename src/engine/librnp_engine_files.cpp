@@ -62,8 +62,9 @@ LocalFile Dearmoured(const LocalFile& armoured, const std::filesystem::path& fol
   LocalFile reopened = binary.Reopened();
   // A text that only looks like armour at its start is an ordinary file.
   if (!ReadEncryptedMessageStart(reopened.ReadAt(0, kMaxMessageStart))) FailNoMessage(path);
-  if (result != RNP_SUCCESS)
+  if (result != RNP_SUCCESS) {
     Fail(kBadContent, "The armour of " + std::string(path) + " is damaged.");
+  }
   return reopened;
 }
 

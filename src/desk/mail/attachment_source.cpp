@@ -61,8 +61,9 @@ Handle<GMimeStream> DecodedBlocks(GMimeStream& text) {
     if (digits.size() % 4 > 1) digits.append(4 - digits.size() % 4, '=');
     gsize size = 0;
     const GText bytes(reinterpret_cast<char*>(g_base64_decode(digits.c_str(), &size)));
-    if (g_mime_stream_write(decoded.get(), bytes.get(), size) < 0)
+    if (g_mime_stream_write(decoded.get(), bytes.get(), size) < 0) {
       posix::RaiseIoError("A part of the mail", "cannot be decoded", errno);
+    }
     digits.clear();
   };
   constexpr std::size_t kEnough = 16 * 1024;
@@ -103,8 +104,9 @@ class Range final : public AttachmentSource {
         g_mime_stream_substream(range_.get(), range_->bound_start, range_->bound_end));
     g_mime_stream_reset(encoded.get());
     if (encoding_ < GMIME_CONTENT_ENCODING_BASE64) return encoded;
-    if (encoding_ == GMIME_CONTENT_ENCODING_BASE64 && IsInBlocks(*encoded))
+    if (encoding_ == GMIME_CONTENT_ENCODING_BASE64 && IsInBlocks(*encoded)) {
       return DecodedBlocks(*encoded);
+    }
     if (encoding_ == GMIME_CONTENT_ENCODING_UUENCODE) encoded = WithBeginLine(*encoded);
     Handle<GMimeStream> decoded(g_mime_stream_filter_new(encoded.get()));
     const Handle<GMimeFilter> decoder(g_mime_filter_basic_new(encoding_, FALSE));
