@@ -1,10 +1,9 @@
+#include "reading.h"
+
 #include <functional>
 #include <gmock/gmock.h>
 
-#include "accounts/frm_login.h"
 #include "accounts/settings.h"
-#include "addin/services.h"
-#include "addin/temp_files.h"
 #include "base/text.h"
 #include "crypto/stored_files.h"
 #include "forms/frm_generic.h"
@@ -12,7 +11,6 @@
 #include "forms/frm_progress.h"
 #include "message/mail_item_node.h"
 #include "support/form_checks.h"
-#include "support/reading_fixture.h"
 
 namespace corvessa::testing {
 namespace {
@@ -20,36 +18,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
-
-constexpr std::string_view kText = "The plans are in the safe.\r\n";
-constexpr std::string_view kReport = "canary: the report";
-
-class ReadingMail : public ReadingFixture {
- protected:
-  void SetUp() override {
-    ReadingFixture::SetUp();
-    ui.AllowForm("frmMessageStatus");
-  }
-
-  /// Nothing that was read may have stayed, and nothing have been saved.
-  void ExpectNoTraces(const desk::Item& item) {
-    EXPECT_THAT(TemporaryFiles(), IsEmpty());
-    EXPECT_THAT(g_colTempFiles, IsEmpty());
-    EXPECT_EQ(item.SavesByAddIn(), 0);
-  }
-
-  /// Caption and face of the add-in's buttons in the window: "Message is encrypted 1087; ".
-  static std::string ButtonsOf(const desk::InspectorWindow& window) {
-    std::string buttons;
-    for (const auto& bar : window.Bars().All()) {
-      if (!bar->IsTemporary()) continue;
-      for (const auto& button : bar->Buttons()) {
-        buttons += button->Look().caption + " " + Decimal(button->Look().face_id) + "; ";
-      }
-    }
-    return buttons;
-  }
-};
 
 constexpr char kDecrypted[] =
     "Message is encrypted 1087; Message is not digitally signed 1088; Show original message 37; ";
@@ -69,32 +37,12 @@ TEST_F(ReadingMail, OpensClosesAndReopensAnEncryptedAndSignedMessageWithItsAttac
   auto window = outlook.Open(item);
   const std::string steps(std::dynamic_pointer_cast<frmProgress>(progress)->Text1.Text());
   ExpectGolden("steps_of_reading", Replace(steps, "(" + clock.text + ") ", ""));
-  EXPECT_THAT(
-      Trace(),
-      ElementsAre("DecryptVerifyMailItem (Encrypted or signed)", "MailItem PropertyChange Body",
-                  ":StoreAllAttachments/1", ":StoreAllAttachments/2", ":StoreAllAttachments/3/1",
-                  ":StoreAllAttachments/4/1", ":StoreAllAttachments/3/2",
-                  ":StoreAllAttachments/4/2", ":StoreAllAttachments/3/3",
-                  ":StoreAllAttachments/4/3", ":StoreAllAttachments/5",
-                  "No luck with cached keys - will let user choose login",
-                  "Loop once trying to authenticate", "Checking account ann@example.org",
-                  "Adding item ann@example.org", "Added item ann@example.org", "V2 Auth success",
-                  "V2 Decrypt success", "DecryptAllAttachments returned 0",
-                  "MailItem PropertyChange Body", "MailItem_Open Exit (False, True)"));
+  ExpectGolden("trace_of_reading", Trace());
   EXPECT_EQ(*item->Data().body, kText);
   EXPECT_THAT(AttachmentsOf(*item),
               ElementsAre(Pair("report.pdf", kReport), Pair("report.pdf.SIG", signature),
                           Pair("notes.txt", "plain")));
-  const std::string action = R"( action="!<CorvessaPro_OL.Connect>")";
-  EXPECT_EQ(desk::Describe(window->Bars()),
-            "Corvessa Status position=1\n"
-            "  \"Message is encrypted\" tip=\"Message is encrypted\" style=3 face=1087 group" +
-                action +
-                "\n  \"Message is digitally signed\" tip=\"Message is digitally signed by "
-                "bob@example.com\" style=3 face=1087" +
-                action +
-                "\n  \"Show original message\" tip=\"Show original message\" style=3 face=37" +
-                action + "\n");
+  ExpectGolden("bars_of_reading", desk::Describe(window->Bars()));
 
   EXPECT_TRUE(outlook.Click(window->Bars(), "Message is digitally signed"));
   const auto status = std::dynamic_pointer_cast<frmMessageStatus>(LoadedForms().back());
@@ -351,219 +299,6 @@ TEST_F(ReadingMail, TheHandlerOfACallThatFailsSaysSo) {
     EXPECT_EQ(UnexpectedErrors(), expected) << c.call;
     files.Delete("c:\\Nimbra_trace.txt");
   }
-}
-
-TEST_F(ReadingMail, GivesUpAfterThreeWrongPassphrasesOrACancelledDialog) {
-  ConnectAddIn();
-  const std::string armour = Encrypted(kText);
-  const auto item = Received(armour);
-  std::vector<std::string> prompts;
-  for (int i = 0; i < 3; ++i) {
-    ui.Expect<frmLogin>("frmLogin", [&](frmLogin& form) {
-      prompts.push_back(form.txtPrompt1.Caption());
-      form.txtPassword.Type("canary wrong");
-      form.cmdOK.Press();
-    });
-  }
-  ClearTrace();
-  auto window = outlook.Open(item);
-  const std::string wrong = "You entered an incorrect passphrase.  Please try again.";
-  EXPECT_THAT(prompts, ElementsAre("Please enter your Corvessa passphrase.", wrong, wrong));
-  EXPECT_EQ(Trace()[Trace().size() - 2], "DecryptMailItem - wrong passphrase or account 3 times");
-  EXPECT_THAT(FilesHolding("canary"), IsEmpty());
-  EXPECT_EQ(*item->Data().body, armour);
-  const std::string failed =
-      "Message failed decryption (-1) 1088; Message is not digitally signed 1088; "
-      "Show original message 37; ";
-  EXPECT_EQ(ButtonsOf(*window), failed);
-  EXPECT_EQ(outlook.Reply(item)->Data().properties.begin()->second, "False");
-  outlook.Close(window);
-
-  ExpectLogin("");
-  window = outlook.Open(item);
-  EXPECT_EQ(ButtonsOf(*window), failed);
-  ExpectNoTraces(*item);
-}
-
-TEST_F(ReadingMail, EndsQuietlyWhenTheWindowClosesBehindAPassphraseDialogOrAStep) {
-  ConnectAddIn();
-  const std::string armour = Encrypted(kText);
-  const std::string cipher = EncryptedFile(kReport);
-  const auto item = Received(armour, {{"report.pdf", cipher}});
-  ui.Expect<frmLogin>("frmLogin", [&](frmLogin& form) {
-    outlook.Close(outlook.Inspectors().front());
-    form.txtPassword.Type(kAnnsPassphrase);
-    form.cmdOK.Press();
-  });
-  EXPECT_EQ(outlook.Open(item), nullptr);
-  EXPECT_EQ(*item->Data().body, armour);
-  ExpectNoTraces(*item);
-
-  // The same at each moment at which events may come in; the key is unlocked now.
-  int pumps = 0;
-  ui.on_do_events = [&](int) { ++pumps; };
-  outlook.Close(outlook.Open(item));
-  ASSERT_GT(pumps, 5);
-  for (int at = 1; at <= pumps; ++at) {
-    SCOPED_TRACE(at);
-    int seen = 0;
-    ui.on_do_events = [&](int) {
-      if (++seen == at && !outlook.Inspectors().empty()) {
-        outlook.Close(outlook.Inspectors().front(), desk::OutlookModel::Closing::kSave);
-      }
-    };
-    if (const auto window = outlook.Open(item)) outlook.Close(window);
-    EXPECT_EQ(*item->Stored()->body, armour);
-    EXPECT_THAT(AttachmentsOf(*item), ElementsAre(Pair("report.pdf", cipher)));
-    EXPECT_THAT(FilesHolding("canary"), IsEmpty());
-    ExpectNoTraces(*item);
-  }
-}
-
-TEST_F(ReadingMail, ADamagedAttachmentCostsNoOther) {
-  ConnectAddIn();
-  const std::string armour = Encrypted(kText);
-  std::string damaged = EncryptedFile(std::string(2000, 'x'));
-  damaged[damaged.size() - 30] = static_cast<char>(damaged[damaged.size() - 30] ^ 1);
-  const auto item = Received(
-      armour, {{"good.bin", EncryptedFile(kReport)}, {"bad.bin", damaged}, {"z.bin", "plain"}});
-  ExpectLogin(kAnnsPassphrase);
-  ui.ExpectBox("Failed to decrypt message:\r\n\r\nError encountered in content.");
-  const auto window = outlook.Open(item);
-  EXPECT_EQ(*item->Data().body, kText);
-  EXPECT_THAT(AttachmentsOf(*item), ElementsAre(Pair("good.bin", kReport), Pair("bad.bin", damaged),
-                                                Pair("z.bin", "plain")));
-  EXPECT_TRUE(ButtonsOf(*window).starts_with("Message failed decryption (-3) 1088; "));
-  // The text was decrypted all the same: it stays secret in what comes of it.
-  EXPECT_EQ(outlook.Reply(item)->Data().properties.begin()->second, "True");
-  EXPECT_THAT(outlook.Forward(item)->Data().attachments, IsEmpty());
-  outlook.Close(window, desk::OutlookModel::Closing::kSave);
-  EXPECT_EQ(*item->Stored()->body, armour);
-  EXPECT_THAT(FilesHolding("canary"), IsEmpty());
-  ExpectNoTraces(*item);
-}
-
-TEST_F(ReadingMail, AnOriginalThatVanishedCostsNoOtherAndWhatCannotGoBackStaysOnDisk) {
-  ConnectAddIn();
-  const std::string cipher = EncryptedFile(kReport);
-  const std::vector<std::pair<std::string, std::string>> both = {{"a", cipher}, {"b", cipher}};
-  const auto item = Received(Encrypted(kText), both);
-  ExpectLogin(kAnnsPassphrase);
-  auto window = outlook.Open(item);
-  const auto delete_original_of = [&](std::string_view name) {
-    for (const std::string& file : TemporaryFiles()) {
-      if (!file.ends_with("/original/" + std::string(name))) continue;
-      DeleteOrQueue("c:\\Temp\\" + Replace(file, "/", "\\"));
-    }
-  };
-  delete_original_of("a");
-  AllowError("CryptoOperations::ReInsertAttachments - ");
-  AllowError("MailItemNode::RestoreOriginal - not deleted: ");
-  outlook.Close(window, desk::OutlookModel::Closing::kSave);
-  EXPECT_THAT(AttachmentsOf(*item), ElementsAre(both[1]));
-  EXPECT_THAT(TemporaryFiles(), ElementsAre(::testing::EndsWith("/original/b")));
-  EXPECT_THAT(FilesHolding("canary"), IsEmpty());
-}
-
-TEST_F(ReadingMail, ASecondPassKeepsTheAttachmentsThatTheMessageCameWith) {
-  SetPreference("DisableAutoDecryptAndVerify", 1);
-  ConnectAddIn();
-  const std::vector<std::pair<std::string, std::string>> attachments = {
-      {"report.pdf", EncryptedFile(kReport)}};
-  // Decrypted, it looks encrypted still, so that another pass takes it up.
-  const auto item = Received(Encrypted(Encrypted(kText)), attachments);
-  const auto window = outlook.Open(item);
-  ExpectLogin(kAnnsPassphrase);
-  EXPECT_TRUE(outlook.Click(window->Bars(), "Decrypt/verify"));
-  EXPECT_THAT(AttachmentsOf(*item), ElementsAre(Pair("report.pdf", kReport)));
-  g_bDisableAutoDecryptAndVerify = false;
-  item->Events().Raise([](auto& sink) { sink.Read(); });
-  EXPECT_EQ(*item->Data().body, kText);
-  outlook.Close(window, desk::OutlookModel::Closing::kSave);
-  EXPECT_EQ(AttachmentsOf(*item), attachments);
-}
-
-TEST_F(ReadingMail, StoresAttachmentsWithHostileNamesInsideItsFolderAndKeepsTheirNames) {
-  ConnectAddIn();
-  const std::string long_name = std::string(300, 'n') + ".pdf";
-  const std::vector<std::string> names = {"..\\..\\x", "con", "a:b",      long_name, "same",
-                                          "same",      "1",   "original", "tmp36"};
-  std::vector<std::pair<std::string, std::string>> attachments;
-  std::vector<std::pair<std::string, std::string>> expected;
-  for (const std::string& name : names) {
-    const std::string content = "content " + Decimal(static_cast<int>(expected.size()));
-    attachments.emplace_back(name, EncryptedFile(content));
-    expected.emplace_back(name, content);
-  }
-  const auto item = Received(Encrypted(kText), attachments);
-  std::vector<std::string> stored;
-  ui.on_do_events = [&](int) {
-    stored =
-        std::max(stored, TemporaryFiles(), [](auto& a, auto& b) { return a.size() < b.size(); });
-  };
-  ExpectLogin(kAnnsPassphrase);
-  const auto window = outlook.Open(item);
-  EXPECT_EQ(AttachmentsOf(*item), expected);
-  for (const std::string& path : stored) {
-    EXPECT_TRUE(path.starts_with("mail")) << path;
-  }
-  EXPECT_GE(stored.size(), names.size());
-  outlook.Close(window);
-  EXPECT_EQ(AttachmentsOf(*item), attachments);
-  ExpectNoTraces(*item);
-}
-
-TEST_F(ReadingMail, AnEmbeddedItemWithoutAFileStopsThePass) {
-  ConnectAddIn();
-  const std::string armour = Encrypted(kText);
-  const auto item = Received(armour, {{"report.pdf", EncryptedFile(kReport)}});
-  item->AddAttachment({"note.msg", "note", nullptr, "", ""});
-  item->Save();
-  AllowError(":StoreAllAttachments/4a/Cannot save the attachment. ");
-  ui.ExpectErrorBox(
-      "Cannot save the attachment. Cannot add the attachment; no data source was provided.");
-  const auto window = outlook.Open(item);
-  EXPECT_EQ(*item->Data().body, armour);
-  EXPECT_EQ(item->Data().attachments.size(), 2U);
-  EXPECT_EQ(ButtonsOf(*window),
-            "Message failed decryption (-1) 1088; "
-            "Message failed digital signature verification (-1) 1088; Show original message 37; ");
-  ExpectNoTraces(*item);
-}
-
-/// A message is opened and closed once for each platform call of that, which then fails.
-TEST_F(ReadingMail, NoFailingCallWhileReadingLosesOrLeaksAnything) {
-  const std::string armour = Encrypted(Signed("canary body\r\n"));
-  const std::vector<std::pair<std::string, std::string>> attachments = {
-      {"report.pdf", EncryptedFile(kReport)}, {"report.pdf.sig", SignatureOf(kReport)}};
-  const auto item = Received(armour, attachments);
-  ConnectAddIn();
-  ExpectLogin(kAnnsPassphrase);
-  outlook.Close(outlook.Open(item));
-  SetPreference("LogDebuggingInfo", 0);
-  AllowError("");
-  ui.AllowEverything();
-
-  std::size_t swept = 0;
-  for (std::size_t n = 1;; ++n) {
-    faults.FailAt(n);
-    if (const auto window = outlook.Open(item)) outlook.Close(window);
-    const std::string failed = faults.Failed();
-    faults.FailAt(0);
-    SCOPED_TRACE(failed);
-    EXPECT_EQ(*item->Stored()->body, armour);
-    EXPECT_EQ(AttachmentsOf(*item), attachments);
-    EXPECT_FALSE(ProgressWindow()->IsLoaded());
-    // What could not be deleted is known to the queue, and goes with its next round.
-    for (const std::string& path : std::vector<std::string>(g_colTempFiles)) DeleteOrQueue(path);
-    ExpectNoTraces(*item);
-    EXPECT_THAT(FilesHolding("canary"), IsEmpty());
-    if (failed.empty() || HasFailure()) break;
-    ++swept;
-  }
-  EXPECT_GT(swept, 150U);
-  const auto window = outlook.Open(item);
-  EXPECT_EQ(*item->Data().body, "canary body\r\n");
 }
 
 }  // namespace

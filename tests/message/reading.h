@@ -1,0 +1,44 @@
+#pragma once
+
+#include <gmock/gmock.h>
+#include <string>
+#include <string_view>
+
+#include "addin/temp_files.h"
+#include "base/text.h"
+#include "support/reading_fixture.h"
+
+namespace corvessa::testing {
+
+inline constexpr std::string_view kText = "The plans are in the safe.\r\n";
+inline constexpr std::string_view kReport = "canary: the report";
+
+/// Ann opens mail in her Outlook.
+class ReadingMail : public ReadingFixture {
+ protected:
+  void SetUp() override {
+    ReadingFixture::SetUp();
+    ui.AllowForm("frmMessageStatus");
+  }
+
+  /// Nothing that was read may have stayed, and nothing have been saved.
+  void ExpectNoTraces(const desk::Item& item) {
+    EXPECT_THAT(TemporaryFiles(), ::testing::IsEmpty());
+    EXPECT_THAT(g_colTempFiles, ::testing::IsEmpty());
+    EXPECT_EQ(item.SavesByAddIn(), 0);
+  }
+
+  /// Caption and face of the add-in's buttons in the window: "Message is encrypted 1087; ".
+  static std::string ButtonsOf(const desk::InspectorWindow& window) {
+    std::string buttons;
+    for (const auto& bar : window.Bars().All()) {
+      if (!bar->IsTemporary()) continue;
+      for (const auto& button : bar->Buttons()) {
+        buttons += button->Look().caption + " " + Decimal(button->Look().face_id) + "; ";
+      }
+    }
+    return buttons;
+  }
+};
+
+}  // namespace corvessa::testing
