@@ -42,8 +42,9 @@ class KeyUpkeep {
                                              std::string_view passphrase, KeyInfo& made) = 0;
   /// Adds public and secret keys, armoured or binary; keys that are there gain what is new. A
   /// secret key other than the one held of a known key takes its place if it proves itself: `ask`
-  /// gives the passphrase that opens it, and its numbers fit. -9: the data holds no key; -4: such a
-  /// key's passphrase is missing or wrong. Nothing is taken when it fails.
+  /// gives the passphrase that opens it, and its numbers fit. -4: such a key's passphrase is
+  /// missing or wrong. -9: the data holds no key, or also some that are of a kind unknown here; the
+  /// others were taken then and are in `imported`. Otherwise nothing is taken when it fails.
   virtual platform::EngineStatus ImportKeys(std::string_view data, const AskPassphrase& ask,
                                             std::vector<KeyInfo>& imported) = 0;
   /// Every public key of the address (or of the fingerprint), armoured. -13: there is none.

@@ -82,9 +82,8 @@ void AddForRings(rnp_ffi_t ffi, rnp_key_handle_t primary, std::vector<KeyRings::
 void TellOfLeftOut(const LeftOut& left_out) {
   if (left_out.keys == 0 && left_out.subkeys == 0) return;
   Fail(kBadFormat,
-       "Of this, " + std::to_string(left_out.keys) + " keys and " +
-           std::to_string(left_out.subkeys) +
-           " subkeys are of a kind unknown here and were left out; the rest was taken.");
+       "What is of a kind unknown here was left out (keys: " + std::to_string(left_out.keys) +
+           ", subkeys: " + std::to_string(left_out.subkeys) + "); the rest was taken.");
 }
 
 /// The entries that an address or a fingerprint means, in the order of the rings.

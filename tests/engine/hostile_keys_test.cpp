@@ -262,9 +262,9 @@ TEST_F(OwnKeysTest, WhatIsCutOffIsRefusedAndWhatIsUnknownIsToldOf) {
   EXPECT_EQ(profile.engine->ImportKeys(
                 gpg.Make("--export bob@example.org") + kUnknownSubkey + version_5, {}, imported),
             -9);
-  EXPECT_EQ(profile.engine->GetEngineLastError(),
-            "Of this, 1 keys and 1 subkeys are of a kind unknown here and were left out; the rest "
-            "was taken.");
+  EXPECT_EQ(
+      profile.engine->GetEngineLastError(),
+      "What is of a kind unknown here was left out (keys: 1, subkeys: 1); the rest was taken.");
   EXPECT_EQ(imported.size(), 1U);
   EXPECT_EQ(profile.QueryKeyPair(kBob), 0);
 }
