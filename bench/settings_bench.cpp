@@ -24,8 +24,9 @@ class BenchHost {
  public:
   BenchHost() {
     platform::InstallHost({outlook_.Cdo(), profile_.Clipboard(), profile_.Clock(), engine_,
-                           profile_.Files(), profile_.Inet(), outlook_.Redemption(),
-                           profile_.Registry(), profile_.Shell(), ui_, profile_.Product()});
+                           profile_.Files(), profile_.Inet(), profile_.Pictures(),
+                           outlook_.Redemption(), profile_.Registry(), profile_.Shell(), ui_,
+                           profile_.Product()});
   }
   ~BenchHost() { platform::RemoveHost(); }
   BenchHost(const BenchHost&) = delete;
@@ -36,7 +37,7 @@ class BenchHost {
   desk::Profile profile_{folder_ / "profile"};
   desk::OutlookModel outlook_;
   testing::ScriptedEngineFactory engine_;
-  testing::ScriptedUi ui_{profile_.Files()};
+  testing::ScriptedUi ui_;
 };
 
 void FillAccounts(std::int64_t count) {

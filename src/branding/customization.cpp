@@ -10,7 +10,6 @@
 #include "forms/form.h"
 #include "platform/host.h"
 #include "platform/shell.h"
-#include "platform/ui.h"
 
 namespace corvessa::Customization {
 namespace {
@@ -19,8 +18,8 @@ using RegistryHandlers::GetVersionValue;
 
 /// From the folder "Customization" beside the add-in's own file.
 platform::PicturePtr LoadBrandPicture(std::string_view relative_path) {
-  return platform::Host().ui.LoadPicture(platform::Host().product.folder +
-                                         std::string(relative_path));
+  const platform::HostServices& host = platform::Host();
+  return host.pictures.Load(host.product.folder + std::string(relative_path));
 }
 
 /// The name of the hidden form whose icon the brand shows.

@@ -9,7 +9,6 @@
 #include "desk/engine_setup.h"
 #include "desk/failure.h"
 #include "desk/profile/leftovers.h"
-#include "desk/profile/pictures.h"
 #include "desk/settings_store.h"
 #include "desk/terminal/answers.h"
 #include "desk/terminal/terminal.h"
@@ -40,12 +39,6 @@ OutlookOptions OutlookSetup(Profile& profile, const HostOptions& options) {
           .map_path = [&profile](std::string_view path) { return profile.Files().LocalPath(path); },
           .clipboard = &profile.Clipboard(),
           .owner = options.owner};
-}
-
-TerminalUiOptions UiSetup(Profile& profile, std::ostream& messages) {
-  return {.messages = messages, .load_picture = [&profile](std::string_view path) {
-            return LoadPictureFile(profile.Files(), path);
-          }};
 }
 
 engine::EngineConfig EngineSetup(Profile& profile, TerminalUi& ui) {
@@ -100,13 +93,13 @@ DeskHost::DeskHost(Profile& profile, Terminal& terminal, Answers& answers, std::
       trace_(options.trace ? std::make_unique<Trace>(profile, messages) : nullptr),
       answers_(answers),
       owner_(options.owner),
-      ui_(terminal, answers, UiSetup(profile, messages)),
+      ui_(terminal, answers, {.messages = messages}),
       engine_(engine::CreateEngineFactory(EngineSetup(profile, ui_))),
       outlook_(OutlookSetup(profile, options)) {
   ::setenv("TMPDIR", profile.TemporaryFolder().c_str(), 1);
   platform::InstallHost({outlook_.Cdo(), profile.Clipboard(), profile.Clock(), *engine_,
-                         profile.Files(), profile.Inet(), outlook_.Redemption(), profile.Registry(),
-                         profile.Shell(), ui_, profile.Product()});
+                         profile.Files(), profile.Inet(), profile.Pictures(), outlook_.Redemption(),
+                         profile.Registry(), profile.Shell(), ui_, profile.Product()});
   outlook_.AddExplorer();
   connect_.AddinInstance_OnConnection(outlook_.Application());
   // What starting up has opened for the user is dealt with before anything else.

@@ -11,6 +11,7 @@ class Clock;
 class EngineFactory;
 class Files;
 class Inet;
+class Pictures;
 class Redemption;
 class Registry;
 class Shell;
@@ -32,6 +33,7 @@ struct HostServices {
   EngineFactory& engine;
   Files& files;
   Inet& inet;
+  Pictures& pictures;
   Redemption& redemption;
   Registry& registry;
   Shell& shell;

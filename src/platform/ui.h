@@ -3,8 +3,6 @@
 #include <cstdint>
 #include <string_view>
 
-#include "platform/picture.h"
-
 namespace corvessa {
 class Form;
 }
@@ -42,9 +40,6 @@ class Ui {
   virtual int TextWidth(std::string_view text) = 0;
   /// Lets pending window events run once; any other event of the add-in may come in.
   virtual void DoEvents() = 0;
-  /// Loads a picture file by its Windows path. Throws Error 53 when it is missing, 481 when it is
-  /// no picture.
-  virtual PicturePtr LoadPicture(std::string_view path) = 0;
 };
 
 }  // namespace corvessa::platform

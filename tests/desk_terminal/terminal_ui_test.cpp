@@ -65,7 +65,6 @@ class TerminalUiTest : public AddInFixture {
     input_ = input;
     terminal_.emplace(input_, output_, is_there);
     desk::TerminalUiOptions options{messages};
-    options.load_picture = [this](std::string_view path) { return ui.LoadPicture(path); };
     options.now = [this] { return time; };
     const auto last = std::exchange(
         ui_, std::make_unique<desk::TerminalUi>(*terminal_, answers, std::move(options)));

@@ -104,7 +104,8 @@ void AddInFixture::InstallHostWith(platform::Ui& back_end) {
   platform::RemoveHost();
   const platform::ProductInfo product{1, 0, 0, std::string(kProductFolder)};
   platform::InstallHost({outlook.Cdo(), clipboard, clock, *faulty_engine_, *faulty_files_, inet,
-                         outlook.Redemption(), *faulty_registry_, shell, back_end, product});
+                         pictures_, outlook.Redemption(), *faulty_registry_, shell, back_end,
+                         product});
 }
 
 engine::EngineConfig AddInFixture::EngineSetup() {

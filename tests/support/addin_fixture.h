@@ -10,6 +10,7 @@
 #include "addin/connect.h"
 #include "desk/outlook/outlook_model.h"
 #include "desk/profile/memory_clipboard.h"
+#include "desk/profile/pictures.h"
 #include "desk/profile/profile_files.h"
 #include "desk/profile/registry_file.h"
 #include "engine/engine.h"
@@ -85,7 +86,7 @@ class AddInFixture : public ::testing::Test {
   ScriptedInet inet;
   ScriptedEngineFactory scripted_engine;
   FaultInjector faults;
-  ScriptedUi ui{files};
+  ScriptedUi ui;
   desk::OutlookModel outlook;
 
  private:
@@ -95,6 +96,7 @@ class AddInFixture : public ::testing::Test {
   std::unique_ptr<platform::EngineFactory> real_engine_;
   std::shared_ptr<engine::OpenPgpEngine> keys_;
   std::unique_ptr<platform::Files> faulty_files_ = WithFaults(files, faults);
+  desk::FilePictures pictures_{*faulty_files_};
   std::unique_ptr<platform::Registry> faulty_registry_ = WithFaults(registry, faults);
   std::unique_ptr<platform::EngineFactory> faulty_engine_;
   std::unique_ptr<Connect> connect_;

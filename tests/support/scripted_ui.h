@@ -13,9 +13,7 @@
 #include <vector>
 
 #include "base/text.h"
-#include "desk/profile/pictures.h"
 #include "forms/form.h"
-#include "platform/files.h"
 #include "platform/ui.h"
 
 namespace corvessa::testing {
@@ -25,8 +23,6 @@ namespace corvessa::testing {
 class ScriptedUi final : public platform::Ui {
  public:
   using FormAnswer = std::function<void(Form&)>;
-
-  explicit ScriptedUi(platform::Files& files) : files_(files) {}
 
   /// The next form of that name that gets shown, modal or not, is handed to `answer`, which presses
   /// its controls. An answer that leaves a modal form open fails the test.
@@ -135,10 +131,6 @@ class ScriptedUi final : public platform::Ui {
     ++do_events_calls_;
     if (on_do_events) on_do_events(do_events_calls_);
   }
-  platform::PicturePtr LoadPicture(std::string_view path) override {
-    Announce("Ui::LoadPicture");
-    return desk::LoadPictureFile(files_, path);
-  }
 
  private:
   struct Box {
@@ -168,7 +160,6 @@ class ScriptedUi final : public platform::Ui {
     form.PressCloseBox();
   }
 
-  platform::Files& files_;
   std::map<std::string, std::deque<FormAnswer>> expected_;
   std::map<std::string, FormAnswer> allowed_;
   std::deque<Box> boxes_;

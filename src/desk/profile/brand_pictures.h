@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string_view>
 
 namespace corvessa::platform {
@@ -8,8 +9,17 @@ class Files;
 
 namespace corvessa::desk {
 
-/// Writes the brand's pictures that are missing into the folder "Customization" below the add-in's
-/// own folder, which has to be there: the toolbar icon, the logo and the splash picture.
+/// A file of packaging/brand/Customization. The build puts them into the program, so that the desk
+/// runs from anywhere and needs no installation.
+struct BrandPicture {
+  std::string_view name;
+  std::string_view content;
+};
+
+std::span<const BrandPicture> BrandPictures();
+
+/// Writes the brand pictures that are missing into the folder "Customization" below the add-in's
+/// folder, which must exist. A user's own picture stays.
 void WriteBrandPictures(platform::Files& files, std::string_view product_folder);
 
 }  // namespace corvessa::desk

@@ -168,8 +168,8 @@ platform::Picture DecodePicture(std::string_view content) {
   Raise(kInvalidPicture);
 }
 
-platform::PicturePtr LoadPictureFile(platform::Files& files, std::string_view path) {
-  platform::Picture picture = DecodePicture(files.Read(path));
+platform::PicturePtr FilePictures::Load(std::string_view path) {
+  platform::Picture picture = DecodePicture(files_.Read(path));
   picture.source = path;
   return std::make_shared<const platform::Picture>(std::move(picture));
 }
@@ -177,15 +177,6 @@ platform::PicturePtr LoadPictureFile(platform::Files& files, std::string_view pa
 std::vector<std::uint8_t> ToDib(const platform::Picture& picture) {
   const std::string bytes = DibBytes(picture);
   return {bytes.begin(), bytes.end()};
-}
-
-std::string ToBmp(const platform::Picture& picture) {
-  const std::string dib = DibBytes(picture);
-  std::string out = "BM";
-  AppendLittle(out, static_cast<std::uint32_t>(kFileHeader + dib.size()), 4);
-  AppendLittle(out, 0, 4);
-  AppendLittle(out, kFileHeader + kInfoHeader, 4);
-  return out + dib;
 }
 
 }  // namespace corvessa::desk

@@ -5,6 +5,7 @@
 #include "desk/profile/curl_inet.h"
 #include "desk/profile/file_lock.h"
 #include "desk/profile/memory_clipboard.h"
+#include "desk/profile/pictures.h"
 #include "desk/profile/profile_files.h"
 #include "desk/profile/registry_file.h"
 #include "desk/profile/system_clock.h"
@@ -34,6 +35,7 @@ class Profile {
   RegistryFile& Registry() { return registry_; }
   platform::Clock& Clock() { return clock_; }
   platform::Inet& Inet() { return inet_; }
+  platform::Pictures& Pictures() { return pictures_; }
   platform::Shell& Shell() { return shell_; }
   platform::Clipboard& Clipboard() { return clipboard_; }
   /// The add-in's version and where its file would lie on drive C.
@@ -52,6 +54,7 @@ class Profile {
   RegistryFile registry_;
   SystemClock clock_;
   CurlInet inet_;
+  FilePictures pictures_{files_};
   SystemShell shell_;
   MemoryClipboard clipboard_;
 };

@@ -6,7 +6,6 @@
 #include <thread>
 #include <utility>
 
-#include "base/error.h"
 #include "base/text.h"
 #include "desk/terminal/answers.h"
 #include "desk/terminal/columns.h"
@@ -234,11 +233,6 @@ void TerminalUi::Wait(std::chrono::milliseconds time) {
     if (left.count() <= 0 || terminal_.IsInterrupted()) return;
     std::this_thread::sleep_for(std::min(left, UntilNextTick()));
   }
-}
-
-platform::PicturePtr TerminalUi::LoadPicture(std::string_view path) {
-  if (!options_.load_picture) Raise(kFileNotFound);
-  return options_.load_picture(path);
 }
 
 }  // namespace corvessa::desk

@@ -31,7 +31,6 @@ struct ShownBox {
 struct TerminalUiOptions {
   /// Where complaints go, one line each.
   std::ostream& messages;
-  std::function<platform::PicturePtr(std::string_view path)> load_picture;
   std::function<TimerDriver::Time()> now = std::chrono::steady_clock::now;
 };
 
@@ -57,7 +56,6 @@ class TerminalUi final : public platform::Ui {
   int TextWidth(std::string_view text) override;
   /// Ticks the timers for the time that has passed and redraws the status line.
   void DoEvents() override;
-  platform::PicturePtr LoadPicture(std::string_view path) override;
 
   /// Answers a form that was shown without blocking, as if it were modal, until it is gone or the
   /// person leaves it open. Does nothing for a form that is not visible.
