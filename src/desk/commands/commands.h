@@ -17,6 +17,5 @@ void AddOpenCommand(CLI::App& app, CommandContext& context);
 void AddSendCommand(CLI::App& app, CommandContext& context);
 void AddResponseCommands(CLI::App& app, CommandContext& context);
 void AddShellCommand(CLI::App& app, CommandContext& context);
-void AddDemoCommand(CLI::App& app, CommandContext& context);
 
 }  // namespace corvessa::desk

@@ -38,7 +38,6 @@ void AddCommands(CLI::App& app, CommandContext& context) {
   AddSendCommand(app, context);
   AddResponseCommands(app, context);
   AddShellCommand(app, context);
-  AddDemoCommand(app, context);
 }
 
 /// An unset variable of a script must not turn "there" into "nowhere in particular".
