@@ -1,0 +1,64 @@
+#include <algorithm>
+
+#include "windows/com/errors.h"
+#include "windows/com/module.h"
+#include "windows/com/server.h"
+
+namespace corvessa::com {
+namespace {
+
+class ClassFactory final : public IClassFactory {
+ public:
+  explicit ClassFactory(decltype(ComClass::create) create) : create_(create) {}
+
+  HRESULT STDMETHODCALLTYPE QueryInterface(const IID& iid, void** object) noexcept override {
+    if (!object) return E_POINTER;
+    const bool is_ours = iid == IID_IUnknown || iid == IID_IClassFactory;
+    *object = is_ours ? this : nullptr;
+    if (!is_ours) return E_NOINTERFACE;
+    AddRef();
+    return S_OK;
+  }
+  ULONG STDMETHODCALLTYPE AddRef() noexcept override {
+    return static_cast<ULONG>(InterlockedIncrement(&references_));
+  }
+  ULONG STDMETHODCALLTYPE Release() noexcept override {
+    const LONG left = InterlockedDecrement(&references_);
+    if (left == 0) delete this;
+    return static_cast<ULONG>(left);
+  }
+
+  HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, const IID& iid,
+                                           void** object) noexcept override {
+    if (!object) return E_POINTER;
+    *object = nullptr;
+    return outer ? CLASS_E_NOAGGREGATION : create_(iid, object);
+  }
+  HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) noexcept override {
+    lock ? ModuleUse::Lock() : ModuleUse::Unlock();
+    return S_OK;
+  }
+
+ private:
+  LONG references_ = 1;
+  decltype(ComClass::create) create_;
+  ModuleUse use_;
+};
+
+}  // namespace
+
+HRESULT GetClassFactory(std::span<const ComClass> classes, const CLSID& clsid, const IID& iid,
+                        void** factory) noexcept {
+  if (!factory) return E_POINTER;
+  *factory = nullptr;
+  const auto found = std::ranges::find_if(
+      classes, [&](const ComClass& candidate) { return candidate.clsid == clsid; });
+  if (found == classes.end()) return CLASS_E_CLASSNOTAVAILABLE;
+  auto* const made = new (std::nothrow) ClassFactory(found->create);
+  if (!made) return E_OUTOFMEMORY;
+  const HRESULT result = made->QueryInterface(iid, factory);
+  made->Release();
+  return result;
+}
+
+}  // namespace corvessa::com

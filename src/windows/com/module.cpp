@@ -1,0 +1,25 @@
+#include "windows/com/module.h"
+
+#include "windows/com/errors.h"
+
+/// The start of the module in memory, which is its handle; the linker defines it.
+extern "C" IMAGE_DOS_HEADER __ImageBase;
+
+namespace corvessa::com {
+
+HMODULE ThisModule() {
+  return reinterpret_cast<HMODULE>(&__ImageBase);
+}
+
+std::wstring ModulePath() {
+  std::wstring path(MAX_PATH, L'\0');
+  while (true) {
+    const DWORD size =
+        GetModuleFileNameW(ThisModule(), path.data(), static_cast<DWORD>(path.size()));
+    if (size == 0) Check(HRESULT_FROM_WIN32(GetLastError()));
+    if (size < path.size()) return path.substr(0, size);
+    path.resize(path.size() * 2);
+  }
+}
+
+}  // namespace corvessa::com
