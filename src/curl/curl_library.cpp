@@ -36,7 +36,6 @@ std::optional<CurlLibrary> Load() {
       .Find("curl_easy_perform", curl.easy_perform)
       .Find("curl_easy_getinfo", curl.easy_getinfo)
       .Find("curl_easy_strerror", curl.easy_strerror)
-      .Find("curl_easy_escape", curl.easy_escape)
       .Find("curl_easy_cleanup", curl.easy_cleanup)
       .Find("curl_multi_init", curl.multi_init)
       .Find("curl_multi_setopt", curl.multi_setopt)
@@ -47,8 +46,7 @@ std::optional<CurlLibrary> Load() {
       .Find("curl_multi_remove_handle", curl.multi_remove_handle)
       .Find("curl_multi_cleanup", curl.multi_cleanup)
       .Find("curl_slist_append", curl.slist_append)
-      .Find("curl_slist_free_all", curl.slist_free_all)
-      .Find("curl_free", curl.free);
+      .Find("curl_slist_free_all", curl.slist_free_all);
   if (!functions.AreComplete() || global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) return {};
   return curl;
 }

@@ -15,7 +15,6 @@ struct CurlLibrary {
   decltype(&::curl_easy_perform) easy_perform = nullptr;
   decltype(&::curl_easy_getinfo) easy_getinfo = nullptr;
   decltype(&::curl_easy_strerror) easy_strerror = nullptr;
-  decltype(&::curl_easy_escape) easy_escape = nullptr;
   decltype(&::curl_easy_cleanup) easy_cleanup = nullptr;
   decltype(&::curl_multi_init) multi_init = nullptr;
   decltype(&::curl_multi_setopt) multi_setopt = nullptr;
@@ -27,7 +26,6 @@ struct CurlLibrary {
   decltype(&::curl_multi_cleanup) multi_cleanup = nullptr;
   decltype(&::curl_slist_append) slist_append = nullptr;
   decltype(&::curl_slist_free_all) slist_free_all = nullptr;
-  decltype(&::curl_free) free = nullptr;
 };
 
 /// The library, loaded and initialised; null when it is not on this machine or does not start.

@@ -19,8 +19,8 @@
 #include "message/status_text.h"
 #include "platform/files.h"
 #include "platform/host.h"
-#include "posix/atomic_file.h"
-#include "posix/io_error.h"
+#include "system/errors.h"
+#include "system/files.h"
 
 namespace corvessa::desk {
 namespace {
@@ -74,7 +74,7 @@ void RefuseExisting(const std::vector<fs::path>& targets) {
 void SaveNew(const Content& content, const fs::path& target, AttachmentReport& attachment,
              SavingResult& result) {
   try {
-    posix::WriteFile(target, [&](posix::AtomicFile& file) {
+    system::WriteFile(target, [&](system::AtomicFile& file) {
       content.Provide([&](std::string_view piece) { file.Write(piece); });
       file.CommitNew();
     });

@@ -54,7 +54,7 @@ std::vector<std::string> FindAdks(const std::filesystem::path& file, std::string
     const auto addresses =
         colon == std::string::npos ? std::vector<std::string>() : Addresses(line.substr(colon + 1));
     if (key.empty() || addresses.empty()) {
-      Fail(kBadFormat, "Line " + std::to_string(number) + " of " + file.string() +
+      Fail(kBadFormat, "Line " + std::to_string(number) + " of " + system::PathText(file) +
                            " is not \"address: address, …\".");
     }
     if (key != wanted && key != DomainOf(wanted)) continue;

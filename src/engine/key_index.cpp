@@ -41,12 +41,12 @@ bool Read(std::string_view text, Number& number) {
   return error == std::errc() && end == text.data() + text.size();
 }
 
-std::string FormatStamp(std::string_view name, const RingStamp& stamp) {
+std::string FormatStamp(std::string_view name, const system::FileStamp& stamp) {
   return std::string(name) + '\t' + std::to_string(stamp.size) + '\t' +
          std::to_string(stamp.modified_ns) + '\t' + std::to_string(stamp.file_number) + '\n';
 }
 
-bool ReadStamp(std::string_view line, std::string_view name, RingStamp& stamp) {
+bool ReadStamp(std::string_view line, std::string_view name, system::FileStamp& stamp) {
   return Cut(line, '\t') == name && Read(Cut(line, '\t'), stamp.size) &&
          Read(Cut(line, '\t'), stamp.modified_ns) && Read(line, stamp.file_number);
 }
@@ -93,7 +93,7 @@ std::string WithChecksum(std::string text) {
   return text;
 }
 
-KeyIndex::KeyIndex(RingStamp public_ring, RingStamp secret_ring, std::string lines)
+KeyIndex::KeyIndex(system::FileStamp public_ring, system::FileStamp secret_ring, std::string lines)
     : public_ring_(public_ring),
       secret_ring_(secret_ring),
       text_(std::make_shared<const std::string>(std::move(lines))) {

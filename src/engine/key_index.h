@@ -8,17 +8,9 @@
 #include <vector>
 
 #include "engine/key_facts.h"
+#include "system/files.h"
 
 namespace corvessa::engine {
-
-/// Which state of a ring file an index describes. A ring is only ever replaced as a whole, so a new
-/// state is a new file; size and time also catch a ring that was changed by hand.
-struct RingStamp {
-  std::uint64_t size = 0;
-  std::int64_t modified_ns = 0;
-  std::uint64_t file_number = 0;
-  bool operator==(const RingStamp&) const = default;
-};
 
 /// A key of a ring: where it stands and by what it is found, see KeyFacts. Its texts are parts of
 /// the index's own: each process reads the whole index, and copying them would be most of the work.
@@ -45,20 +37,20 @@ class KeyIndex {
  public:
   KeyIndex() = default;
   /// Of lines as IndexLine makes them.
-  KeyIndex(RingStamp public_ring, RingStamp secret_ring, std::string lines);
+  KeyIndex(system::FileStamp public_ring, system::FileStamp secret_ring, std::string lines);
   /// Nothing when the text is no index, is cut off or damaged, or an entry lies outside its ring.
   static std::optional<KeyIndex> Parse(std::string text);
 
   std::string Format() const;
-  const RingStamp& PublicRing() const { return public_ring_; }
-  const RingStamp& SecretRing() const { return secret_ring_; }
+  const system::FileStamp& PublicRing() const { return public_ring_; }
+  const system::FileStamp& SecretRing() const { return secret_ring_; }
   const std::vector<RingEntry>& Entries() const { return entries_; }
 
  private:
   bool ReadEntries(std::string_view lines);
 
-  RingStamp public_ring_;
-  RingStamp secret_ring_;
+  system::FileStamp public_ring_;
+  system::FileStamp secret_ring_;
   std::shared_ptr<const std::string> text_;
   std::vector<RingEntry> entries_;
 };

@@ -1,10 +1,7 @@
 #include "engine/key_rings.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
+#include <system_error>
 #include <utility>
 
 #include "engine/packets.h"
@@ -15,25 +12,12 @@ namespace {
 
 constexpr std::size_t kMaxIndexSize = std::size_t{256} << 20;
 
-RingStamp StampOf(const struct stat& status) {
-  return {static_cast<std::uint64_t>(status.st_size),
-          std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec,
-          static_cast<std::uint64_t>(status.st_ino)};
-}
-
-RingStamp StampOf(const LocalFile& file) {
-  struct stat status = {};
-  if (!file.IsOpen()) return {};
-  if (fstat(file.descriptor(), &status) != 0) Fail(kKeyStoreTrouble, "Cannot read a key ring.");
-  return StampOf(status);
-}
-
-bool IsStillAt(const std::filesystem::path& path, const RingStamp& stamp) {
-  struct stat status = {};
-  if (stat(path.c_str(), &status) != 0) {
-    return errno == ENOENT && stamp == RingStamp() && !std::filesystem::is_symlink(path);
+bool IsStillAt(const std::filesystem::path& path, const system::FileStamp& stamp) {
+  try {
+    return system::FindStamp(path).value_or(system::FileStamp()) == stamp;
+  } catch (const std::system_error&) {
+    return false;
   }
-  return stamp == StampOf(status);
 }
 
 /// The file itself, which a user may keep elsewhere by a link: the link is to stay.
@@ -64,16 +48,21 @@ std::vector<const RingEntry*> Listing(std::string_view what, std::string_view Ri
 }  // namespace
 
 KeyRings::Lock::Lock(const std::filesystem::path& folder)
-    : file_(open((folder / "keys.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
-  if (!file_ || flock(file_.Get(), LOCK_EX) != 0) {
-    Fail(kKeyStoreTrouble, "Cannot lock the key rings in " + folder.string() + ".");
-  }
-}
+    : lock_([&] {
+        try {
+          return system::FileLock::Wait(folder / "keys.lock");
+        } catch (const std::system_error& error) {
+          Fail(kKeyStoreTrouble, "Cannot lock the key rings in " + system::PathText(folder) + ": " +
+                                     error.code().message() + ".");
+        }
+      }()) {}
 
+// A folder that cannot be made is found out when a ring is read or written.
 KeyRings::KeyRings(std::filesystem::path folder) : folder_(std::move(folder)) {
-  std::error_code ignored;
-  if (!std::filesystem::create_directories(folder_, ignored)) return;
-  std::filesystem::permissions(folder_, std::filesystem::perms::owner_all, ignored);
+  try {
+    system::MakePrivateFolder(folder_, system::File::Links::kFollow);
+  } catch (const std::system_error&) {
+  }
 }
 
 std::filesystem::path KeyRings::RingPath(bool secret) const {
@@ -96,7 +85,7 @@ bool KeyRings::Reopen(bool secret) {
   Ring& ring = RingOf(secret);
   if (IsStillAt(RingPath(secret), ring.stamp)) return false;
   auto file = LocalFile::OpenIfThere(RingPath(secret));
-  ring.stamp = StampOf(file);
+  ring.stamp = file.IsOpen() ? file.Stamp() : system::FileStamp();
   ring.file = std::move(file);
   return true;
 }
@@ -154,11 +143,12 @@ std::string KeyRings::IndexRing(bool secret) const {
 }
 
 void KeyRings::Rescue(bool secret, const std::string& data) const {
-  const std::string name = RingPath(secret).string() + ".damaged";
-  std::string path = name;
+  auto path = RingPath(secret);
+  const auto name = path.filename().string() + ".damaged";
+  path.replace_filename(name);
   for (int number = 2; std::filesystem::exists(path); ++number) {
     if (ReadWholeFile(path, std::string().max_size()) == data) return;
-    path = name + "." + std::to_string(number);
+    path.replace_filename(name + "." + std::to_string(number));
   }
   FileSink copy(path);
   copy.Write(data);
@@ -181,7 +171,8 @@ std::string KeyRings::Read(const RingEntry& entry) const {
   std::string data =
       RingOf(entry.secret).file.ReadAt(entry.offset, static_cast<std::size_t>(entry.length));
   if (data.size() != entry.length) {
-    Fail(kKeyStoreTrouble, "The key ring " + RingPath(entry.secret).string() + " is damaged.");
+    Fail(kKeyStoreTrouble,
+         "The key ring " + system::PathText(RingPath(entry.secret)) + " is damaged.");
   }
   return data;
 }

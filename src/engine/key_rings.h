@@ -7,7 +7,7 @@
 
 #include "engine/key_index.h"
 #include "engine/local_files.h"
-#include "posix/file_descriptor.h"
+#include "system/files.h"
 
 namespace corvessa::engine {
 
@@ -47,7 +47,7 @@ class KeyRings {
     explicit Lock(const std::filesystem::path& folder);
 
    private:
-    posix::FileDescriptor file_;
+    system::FileLock lock_;
   };
   /// Adds the keys, each in place of an entry with its fingerprint in its ring if there is one.
   /// Failure when they cannot be read or written; no ring is then without a key that it held.
@@ -57,7 +57,7 @@ class KeyRings {
  private:
   struct Ring {
     LocalFile file;
-    RingStamp stamp;
+    system::FileStamp stamp;  ///< of the open file; empty for none
   };
   Ring& RingOf(bool secret) { return secret ? secret_ : public_; }
   const Ring& RingOf(bool secret) const { return secret ? secret_ : public_; }

@@ -4,9 +4,9 @@
 
 #include "base/error.h"
 #include "engine/armour.h"
-#include "engine/http_requests.h"
 #include "engine/packets.h"
 #include "engine/status.h"
+#include "system/http.h"
 
 namespace corvessa::engine {
 namespace {
@@ -51,7 +51,7 @@ std::vector<std::string> Servers(std::string_view list) {
   }
 }
 
-bool TakeAnswer(const HttpAnswer& answer, Allowance& allowance, KeyServers::Answer& into) {
+bool TakeAnswer(const system::HttpAnswer& answer, Allowance& allowance, KeyServers::Answer& into) {
   if (answer.status == 404) return true;
   return answer.status == 200 && ReadKeyServerAnswer(answer.body, allowance.packets, into.keys);
 }
@@ -82,6 +82,26 @@ bool ReadKeyServerAnswer(std::string_view answer, std::size_t& packets,
   return true;
 }
 
+std::string UrlEncoded(std::string_view text) {
+  static constexpr std::string_view kDigits = "0123456789ABCDEF";
+  static constexpr std::string_view kUnreserved =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
+  std::string encoded;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (kUnreserved.find(c) != std::string_view::npos) {
+      encoded += c;
+    } else {
+      encoded.append({'%', kDigits[byte >> 4], kDigits[byte & 15]});
+    }
+  }
+  return encoded;
+}
+
+std::string KeyServers::CustomerHeader() const {
+  return customer_.empty() ? std::string() : "X-Nimbra-CustomerID: " + customer_;
+}
+
 void KeyServers::SetLookup(std::string_view servers) {
   lookup_ = Servers(servers);
 }
@@ -91,21 +111,21 @@ void KeyServers::SetUpdate(std::string_view servers) {
 }
 
 Allowance KeyServers::NewAllowance() const {
-  return {std::chrono::steady_clock::now() + total_time_, kMaxOperation, kMaxOperationPackets};
+  return {{std::chrono::steady_clock::now() + total_time_, kMaxOperation}, kMaxOperationPackets};
 }
 
 std::vector<KeyServers::Answer> KeyServers::LookUp(const std::vector<std::string>& searches,
                                                    Allowance& allowance) const {
-  std::vector<HttpRequest> requests;
+  std::vector<system::HttpRequest> requests;
   for (const auto& search : searches) {
     for (const auto& server : lookup_) {
       requests.push_back(
           {server + "/pks/lookup?op=get&options=mr&exact=on&search=" + UrlEncoded(search),
-           customer_,
+           CustomerHeader(),
            {}});
     }
   }
-  const auto responses = Perform(requests, kMaxAnswer, allowance);
+  const auto responses = Perform(requests, kMaxAnswer, allowance.network);
   std::vector<Answer> answers(searches.size());
   for (std::size_t i = 0; i < searches.size(); ++i) {
     answers[i].reached = lookup_.empty();
@@ -119,12 +139,12 @@ std::vector<KeyServers::Answer> KeyServers::LookUp(const std::vector<std::string
 
 void KeyServers::Publish(const std::string& armoured) const {
   if (update_.empty()) Fail(kIoTrouble, "There is no key server to publish to.");
-  std::vector<HttpRequest> requests;
+  std::vector<system::HttpRequest> requests;
   for (const auto& server : update_) {
-    requests.push_back({server + "/pks/add", customer_, "keytext=" + UrlEncoded(armoured)});
+    requests.push_back({server + "/pks/add", CustomerHeader(), "keytext=" + UrlEncoded(armoured)});
   }
   auto allowance = NewAllowance();
-  const auto responses = Perform(requests, kMaxAnswer, allowance);
+  const auto responses = Perform(requests, kMaxAnswer, allowance.network);
   for (std::size_t i = 0; i < update_.size(); ++i) {
     if (responses[i].status == 200) continue;
     Fail(kIoTrouble,

@@ -5,9 +5,18 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/http_requests.h"
+#include "system/http.h"
 
 namespace corvessa::engine {
+
+/// What one operation may still take of the network and of what it answers.
+struct Allowance {
+  system::HttpAllowance network;
+  std::size_t packets = 0;  ///< of keys
+};
+
+/// The text as it stands in a URL or a form, everything unusual as %XX.
+std::string UrlEncoded(std::string_view text);
 
 /// The HKP key servers. Whatever they answer is only bytes: the caller judges the keys.
 class KeyServers {
@@ -37,6 +46,8 @@ class KeyServers {
   void Publish(const std::string& armoured) const;
 
  private:
+  std::string CustomerHeader() const;
+
   std::chrono::milliseconds total_time_;
   std::vector<std::string> lookup_;
   std::vector<std::string> update_;

@@ -1,13 +1,12 @@
 #include <algorithm>
-#include <sys/stat.h>
 
 #include "engine/addresses.h"
 #include "engine/adks.h"
 #include "engine/armour.h"
 #include "engine/decryption.h"
 #include "engine/encryption.h"
-#include "engine/file_source.h"
 #include "engine/librnp_engine.h"
+#include "engine/local_files.h"
 #include "engine/packets.h"
 #include "engine/signing.h"
 
@@ -39,7 +38,7 @@ bool StartsWithArmour(std::string_view start) {
 }
 
 bool HideRecipientsOf(FileSink& file) {
-  const LocalFile written = file.Reopened();
+  const LocalFile written = file.OpenWritten();
   std::string start = written.ReadAt(0, kMaxMessageStart);
   if (!HideRecipients(start)) return false;
   file.Overwrite(start);
@@ -59,18 +58,13 @@ LocalFile Dearmoured(const LocalFile& armoured, const std::filesystem::path& fol
   const auto result = rnp_dearmor(stream.input(), stream.output());
   stream.Rethrow();
   rnp_output_finish(stream.output());
-  LocalFile reopened = binary.Reopened();
+  LocalFile reopened = binary.OpenWritten();
   // A text that only looks like armour at its start is an ordinary file.
   if (!ReadEncryptedMessageStart(reopened.ReadAt(0, kMaxMessageStart))) FailNoMessage(path);
   if (result != RNP_SUCCESS) {
     Fail(kBadContent, "The armour of " + std::string(path) + " is damaged.");
   }
   return reopened;
-}
-
-void KeepMode(const LocalFile& from, const FileSink& to) {
-  struct stat status = {};
-  if (fstat(from.descriptor(), &status) == 0) fchmod(to.descriptor(), status.st_mode & 07777);
 }
 
 /// The binary signature in a signature file. Failure -9: it holds none.
@@ -137,7 +131,7 @@ EngineStatus LibrnpEngine::DecryptFileEx(std::string_view path,
                                         output.Clear();
                                         limited.Restart();
                                       }});
-    KeepMode(original, output);
+    output.CopyPermissions(original);
     // The encrypted file may be the only copy of its content.
     output.CommitDurably();
     return kDone;

@@ -1,9 +1,7 @@
 #include "engine/local_files.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <fcntl.h>
-#include <sys/stat.h>
+#include <cstring>
 #include <system_error>
 #include <utility>
 
@@ -12,44 +10,29 @@
 namespace corvessa::engine {
 namespace {
 
-[[noreturn]] void FailOn(const char* what, const std::filesystem::path& path, int error_code) {
-  Fail(kIoTrouble, std::string("Cannot ") + what + " " + path.string() + ": " +
-                       std::generic_category().message(error_code) + ".");
-}
-
 /// Runs work that reports by std::system_error.
 template <typename Work>
 auto Try(const char* what, const std::filesystem::path& path, Work work) {
   try {
     return work();
   } catch (const std::system_error& error) {
-    FailOn(what, path, error.code().value());
+    Fail(kIoTrouble, std::string("Cannot ") + what + " " + system::PathText(path) + ": " +
+                         error.code().message() + ".");
   }
 }
 
 }  // namespace
 
-LocalFile::LocalFile(const std::filesystem::path& path)
-    : file_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
-
 LocalFile LocalFile::OpenForReading(const std::filesystem::path& path) {
-  LocalFile file(path);
-  if (!file.IsOpen()) FailOn("open", path, errno);
-  return file;
+  return Try("open", path, [&] { return LocalFile(system::File::OpenForReading(path)); });
 }
 
 LocalFile LocalFile::OpenIfThere(const std::filesystem::path& path) {
-  LocalFile file(path);
-  const int error_code = errno;
-  if (!file.IsOpen() && (error_code != ENOENT || std::filesystem::is_symlink(path))) {
-    FailOn("open", path, error_code);
-  }
-  return file;
+  return Try("open", path, [&] { return LocalFile(system::File::OpenIfThere(path)); });
 }
 
-std::uint64_t LocalFile::Size() const {
-  struct stat status = {};
-  return fstat(descriptor(), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
+system::FileStamp LocalFile::Stamp() const {
+  return Try("read", "the file", [&] { return file_.Stamp(); });
 }
 
 std::string LocalFile::ReadAt(std::uint64_t offset, std::size_t size) const {
@@ -62,12 +45,30 @@ std::string LocalFile::ReadAt(std::uint64_t offset, std::size_t size) const {
 }
 
 std::size_t LocalFile::ReadAt(std::uint64_t offset, char* buffer, std::size_t size) const {
-  return Try("read", "the file", [&] { return posix::ReadAt(descriptor(), offset, buffer, size); });
+  return Try("read", "the file", [&] { return file_.ReadAt(offset, buffer, size); });
+}
+
+FileSource::FileSource(const LocalFile& file, std::string_view replacement)
+    : file_(file), replacement_(replacement) {
+  file_.Handle().ExpectSequentialReading();
+}
+
+std::size_t FileSource::Read(char* buffer, std::size_t size) {
+  std::size_t count = 0;
+  if (position_ < replacement_.size()) {
+    const auto begin = static_cast<std::size_t>(position_);
+    count = std::min(size, replacement_.size() - begin);
+    std::memcpy(buffer, replacement_.data() + begin, count);
+  } else {
+    count = file_.ReadAt(position_, buffer, size);
+  }
+  position_ += count;
+  return count;
 }
 
 FileSink::FileSink(std::filesystem::path path)
     : path_(std::move(path)),
-      file_(Try("write", path_, [&] { return posix::AtomicFile(path_); })) {}
+      file_(Try("write", path_, [&] { return system::AtomicFile(path_); })) {}
 
 void FileSink::Write(std::string_view bytes) {
   Try("write", path_, [&] { file_.Write(bytes); });
@@ -84,6 +85,14 @@ void FileSink::Clear() {
   Try("write", path_, [&] { file_.Clear(); });
 }
 
+void FileSink::CopyPermissions(const LocalFile& other) {
+  Try("write", path_, [&] { file_.CopyPermissions(other.Handle()); });
+}
+
+LocalFile FileSink::OpenWritten() const {
+  return Try("read", path_, [&] { return LocalFile(file_.OpenWritten()); });
+}
+
 void FileSink::CommitDurably() {
   Try("write", path_, [&] { file_.CommitDurably(); });
 }
@@ -96,7 +105,7 @@ std::string ReadWholeFile(const std::filesystem::path& path, std::size_t limit) 
   const auto file = LocalFile::OpenForReading(path);
   if (file.Size() > limit) {
     Fail(kIoTrouble,
-         path.string() + " is too large: more than " + std::to_string(limit) + " bytes.");
+         system::PathText(path) + " is too large: more than " + std::to_string(limit) + " bytes.");
   }
   return file.ReadAt(0, static_cast<std::size_t>(file.Size()));
 }

@@ -6,35 +6,47 @@
 #include <string_view>
 
 #include "engine/rnp_streams.h"
-#include "posix/atomic_file.h"
-#include "posix/file_descriptor.h"
+#include "system/files.h"
 
+/// Files of this machine with the engine's way to fail: what goes wrong throws a failure (-8) that
+/// names the file, where system/files.h throws std::system_error.
 namespace corvessa::engine {
 
-/// A file of this machine, open for reading. Failures carry -8 and the file's name.
+/// A file open for reading.
 class LocalFile final {
  public:
   LocalFile() = default;
+  explicit LocalFile(system::File file) : file_(std::move(file)) {}
 
   static LocalFile OpenForReading(const std::filesystem::path& path);
   /// Not open when there is no such file; a link that leads nowhere is a failure.
   static LocalFile OpenIfThere(const std::filesystem::path& path);
 
   bool IsOpen() const { return static_cast<bool>(file_); }
-  int descriptor() const { return file_.Get(); }
-  std::uint64_t Size() const;
+  const system::File& Handle() const { return file_; }
+  system::FileStamp Stamp() const;
+  std::uint64_t Size() const { return Stamp().size; }
   /// Up to `size` bytes from `offset` on; fewer at the end of the file.
   std::string ReadAt(std::uint64_t offset, std::size_t size) const;
   std::size_t ReadAt(std::uint64_t offset, char* buffer, std::size_t size) const;
 
  private:
-  explicit LocalFile(const std::filesystem::path& path);
-
-  posix::FileDescriptor file_;
+  system::File file_;
 };
 
-/// A file that appears whole or not at all, for the library to write into. Failures carry -8 and
-/// the file's name.
+/// Reads an open file from its start, with `replacement` in place of as many of its first bytes.
+class FileSource final : public Source {
+ public:
+  explicit FileSource(const LocalFile& file, std::string_view replacement = {});
+  std::size_t Read(char* buffer, std::size_t size) override;
+
+ private:
+  const LocalFile& file_;
+  std::string replacement_;
+  std::uint64_t position_ = 0;
+};
+
+/// A file that appears whole or not at all, for the library to write into.
 class FileSink final : public Sink {
  public:
   explicit FileSink(std::filesystem::path path);
@@ -44,20 +56,20 @@ class FileSink final : public Sink {
   void Overwrite(std::string_view start);
   /// Starts again with an empty file.
   void Clear();
+  void CopyPermissions(const LocalFile& other);
   /// A power cut leaves the old file or the new one.
   void CommitDurably();
   /// For a file that can be made again.
   void Commit();
-  /// What was written so far, to be read; it stays readable when the file is removed.
-  LocalFile Reopened() const { return LocalFile::OpenForReading(file_.TemporaryPath()); }
-  int descriptor() const { return file_.Descriptor(); }
+  /// What was written so far; stays readable when this file is removed.
+  LocalFile OpenWritten() const;
 
  private:
   std::filesystem::path path_;
-  posix::AtomicFile file_;
+  system::AtomicFile file_;
 };
 
-/// The whole file; Failure (-8) when it cannot be read or is longer than `limit` bytes.
+/// The whole file; fails when it is longer than `limit` bytes.
 std::string ReadWholeFile(const std::filesystem::path& path, std::size_t limit);
 
 }  // namespace corvessa::engine

@@ -1,23 +1,16 @@
 #include "engine/rnp_handles.h"
 
-#include <cstdlib>
-
 #include "engine/status.h"
 
 namespace corvessa::engine {
 namespace {
-
-FILE* NullStream() {
-  static FILE* const stream = std::fopen("/dev/null", "w");
-  return stream;
-}
 
 /// The library's cryptography keeps its secrets in memory that is never swapped out. Left alone it
 /// locks half a megabyte, page by page: 1,200 system calls for each process. Sending and opening
 /// have 6 pages of 4 KiB in use at once with keys of today, 15 with RSA 4096; this is 32.
 void LimitLockedMemory() {
   static constexpr const char* kKibibytes = "128";
-  setenv("BOTAN_MLOCK_POOL_SIZE", kKibibytes, /*overwrite=*/0);
+  system::SetDefaultVariable("BOTAN_MLOCK_POOL_SIZE", kKibibytes);
 }
 
 }  // namespace
@@ -29,14 +22,6 @@ void Check(rnp_result_t result) {
 Ffi MakeFfi() {
   LimitLockedMemory();
   return Create<Ffi>(rnp_ffi_create, "GPG", "GPG");
-}
-
-QuietLibrary::QuietLibrary() : saved_(stderr) {
-  if (FILE* const quiet = NullStream()) stderr = quiet;
-}
-
-QuietLibrary::~QuietLibrary() {
-  stderr = saved_;
 }
 
 }  // namespace corvessa::engine

@@ -1,11 +1,12 @@
 #pragma once
 
-#include <cstdio>
 #include <memory>
 #include <rnp/rnp.h>
 #include <rnp/rnp_err.h>
 #include <string>
 #include <type_traits>
+
+#include "system/process.h"
 
 namespace corvessa::engine {
 
@@ -79,17 +80,8 @@ Value Get(Function function, Arguments... arguments) {
 /// An empty key store of the library.
 Ffi MakeFfi();
 
-/// Keeps the library's log lines off the terminal while it lives. The library writes them to the C
-/// stream `stderr` and offers no switch; the engine runs on one thread, so the stream is exchanged.
-class QuietLibrary {
- public:
-  QuietLibrary();
-  ~QuietLibrary();
-  QuietLibrary(const QuietLibrary&) = delete;
-  QuietLibrary& operator=(const QuietLibrary&) = delete;
-
- private:
-  FILE* saved_;
-};
+/// Keeps the library's log lines off the terminal while it lives; the library offers no switch. A
+/// store of the library must be destroyed while the stream is the one that it was made with.
+using QuietLibrary = system::QuietErrorStream;
 
 }  // namespace corvessa::engine

@@ -2,34 +2,31 @@
 
 #include <array>
 #include <cerrno>
-#include <system_error>
 #include <unistd.h>
+
+#include "system/errors.h"
 
 namespace corvessa::posix {
 namespace {
 
-/// What a read or write moved; again when a signal came between.
+/// The bytes that a read or write moved; repeats it when a signal came between.
 template <typename Call>
-std::size_t Moved(Call call) {
+std::size_t Transfer(Call call) {
   for (;;) {
     const ssize_t count = call();
     if (count >= 0) return static_cast<std::size_t>(count);
-    if (errno != EINTR) Throw(errno);
+    if (errno != EINTR) ThrowLastError();
   }
 }
 
-int disk_failure = 0;
-
 }  // namespace
 
-int DiskFailure() {
-  return disk_failure;
+std::error_code LastError() {
+  return {errno == EDQUOT ? ENOSPC : errno, std::generic_category()};
 }
 
-void Throw(int error_code) {
-  const bool is_of_disk = error_code == ENOSPC || error_code == EDQUOT || error_code == EIO;
-  if (is_of_disk && disk_failure == 0) disk_failure = error_code;
-  throw std::system_error(error_code, std::generic_category());
+void ThrowLastError() {
+  system::Throw(LastError());
 }
 
 FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept {
@@ -42,11 +39,11 @@ FileDescriptor::~FileDescriptor() {
 }
 
 void FileDescriptor::Close() {
-  if (close(Release()) != 0) Throw(errno);
+  if (close(Release()) != 0) ThrowLastError();
 }
 
 std::size_t ReadSome(int file, char* buffer, std::size_t size) {
-  return Moved([&] { return read(file, buffer, size); });
+  return Transfer([&] { return read(file, buffer, size); });
 }
 
 std::string ReadAll(int file) {
@@ -60,7 +57,7 @@ std::string ReadAll(int file) {
 
 void WriteAll(int file, std::string_view bytes) {
   while (!bytes.empty()) {
-    bytes.remove_prefix(Moved([&] { return write(file, bytes.data(), bytes.size()); }));
+    bytes.remove_prefix(Transfer([&] { return write(file, bytes.data(), bytes.size()); }));
   }
 }
 
@@ -74,7 +71,7 @@ void CopyAll(int from, int to) {
 std::size_t ReadAt(int file, std::uint64_t offset, char* buffer, std::size_t size) {
   std::size_t done = 0;
   while (done < size) {
-    const std::size_t got = Moved(
+    const std::size_t got = Transfer(
         [&] { return pread(file, buffer + done, size - done, static_cast<off_t>(offset + done)); });
     if (got == 0) break;
     done += got;

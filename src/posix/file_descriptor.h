@@ -4,19 +4,18 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
+/// File descriptors, for the implementation of system/files.h and for those parts of the desk that
+/// a POSIX interface leaves no choice. What fails throws std::system_error.
 namespace corvessa::posix {
 
-// What fails here throws std::system_error with the errno of the call: only the callers
-// know what it means for them.
+/// The present errno. A used-up quota is a full disk.
+std::error_code LastError();
 
-/// Throws std::system_error for an errno.
-[[noreturn]] void Throw(int error_code);
-
-/// The first errno of this process that only who looks after the disk can mend: it is full, over
-/// quota or broken; 0 for none. For a host whose inner parts may not say why they failed.
-int DiskFailure();
+/// Throws LastError() and keeps the first failure of the disk, see system::DiskFailure.
+[[noreturn]] void ThrowLastError();
 
 /// Owns an open file descriptor; -1 is none.
 class FileDescriptor {
@@ -30,14 +29,14 @@ class FileDescriptor {
   int Get() const { return number_; }
   /// Gives the descriptor away.
   int Release() { return std::exchange(number_, -1); }
-  /// The last chance to learn that what was written did not arrive.
+  /// Reports what a delayed write may still bring to light; the destructor cannot.
   void Close();
 
  private:
   int number_;
 };
 
-/// Up to `size` bytes; 0 at the end of the file.
+/// Up to `size` bytes; 0 only at the end of the file.
 std::size_t ReadSome(int file, char* buffer, std::size_t size);
 
 /// Everything up to the end of the file.
@@ -48,7 +47,7 @@ void WriteAll(int file, std::string_view bytes);
 /// From where both stand, up to the end of the first.
 void CopyAll(int from, int to);
 
-/// Up to `size` bytes from `offset` on; fewer at the end of the file.
+/// Up to `size` bytes from `offset` on; fewer only at the end of the file.
 std::size_t ReadAt(int file, std::uint64_t offset, char* buffer, std::size_t size);
 
 }  // namespace corvessa::posix

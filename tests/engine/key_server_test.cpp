@@ -8,12 +8,12 @@
 #include <unistd.h>
 
 #include "engine/armour.h"
-#include "engine/http_requests.h"
 #include "engine/key_facts.h"
 #include "engine/key_generation.h"
 #include "engine/profile.h"
 #include "support/gpg.h"
 #include "support/http_server.h"
+#include "system/http.h"
 
 namespace corvessa::engine {
 namespace {
@@ -300,11 +300,11 @@ TEST_F(KeyServerTest, ATextWithManySignersAsksForEightAndForNoneTwice) {
 
 TEST_F(KeyServerTest, AllAnswersOfAnOperationShareTheirLimit) {
   const HttpServer server(Says(std::string(600, 'x')));
-  Allowance allowance{std::chrono::steady_clock::now() + std::chrono::seconds(5), 1300};
-  const std::vector<HttpRequest> requests(3, {server.Url(), {}, {}});
+  system::HttpAllowance allowance{std::chrono::steady_clock::now() + std::chrono::seconds(5), 1300};
+  const std::vector<system::HttpRequest> requests(3, {server.Url(), {}, {}});
   const auto whole = [&] {
     const auto answers = Perform(requests, 1000, allowance);
-    return std::ranges::count(answers, 200, &HttpAnswer::status);
+    return std::ranges::count(answers, 200, &system::HttpAnswer::status);
   };
   EXPECT_EQ(whole(), 2);
   EXPECT_EQ(whole(), 0);

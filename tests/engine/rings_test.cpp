@@ -218,8 +218,8 @@ TEST_F(RingsTest, NoPassphraseAndNoPlainSecretKeyIsOnDisk) {
 }
 
 TEST_F(RingsTest, TheIndexReadsBackWhatItWrote) {
-  const RingStamp public_ring{10, -5, 7};
-  const RingStamp secret_ring{20, 6, 8};
+  const system::FileStamp public_ring{10, -5, 7};
+  const system::FileStamp secret_ring{20, 6, 8};
   const std::string line = IndexLine(false, 0, 10, {"AB", {"CD", "EF"}, {"a@b.c", "d@e.f"}});
   const KeyIndex index(public_ring, secret_ring, line + IndexLine(true, 4, 16, {"AB", {}, {}}));
   const auto read = KeyIndex::Parse(index.Format());

@@ -7,7 +7,7 @@
 
 #include "base/text.h"
 #include "desk/json_report.h"
-#include "posix/file_descriptor.h"
+#include "system/errors.h"
 
 namespace corvessa::desk {
 
@@ -26,10 +26,10 @@ void CommandContext::WriteJson(const nlohmann::json& report) {
 }
 
 Outcome CommandContext::Judge(Outcome outcome) {
-  const int trouble = posix::DiskFailure();
-  if (outcome != Outcome::kRefused || trouble == 0) return outcome;
+  const std::error_code trouble = system::DiskFailure();
+  if (outcome != Outcome::kRefused || !trouble) return outcome;
   if (!std::exchange(has_blamed_disk, true)) {
-    Tell("that is because the disk failed: " + std::generic_category().message(trouble));
+    Tell("that is because the disk failed: " + trouble.message());
   }
   return Outcome::kEnvironment;
 }

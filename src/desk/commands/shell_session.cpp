@@ -18,7 +18,7 @@
 #include "desk/message_report.h"
 #include "desk/sending.h"
 #include "desk/terminal/choices.h"
-#include "posix/io_error.h"
+#include "system/errors.h"
 
 namespace corvessa::desk {
 namespace {
@@ -232,7 +232,7 @@ void ShellSession::Send(const Arguments& arguments) {
   }
   RefuseToReplace(arguments[0], read_files_);
   // Sending closes the window: a file that cannot be written would cost the draft.
-  posix::WriteFile(arguments[0], [](posix::AtomicFile&) {});
+  system::WriteFile(arguments[0], [](system::AtomicFile&) {});
   const auto composed = composed_.find(item);
   const mail::Mail base =
       composed == composed_.end() ? DraftOf(host_, item->Data()) : composed->second;

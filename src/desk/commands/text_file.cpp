@@ -1,7 +1,5 @@
 #include "desk/commands/text_file.h"
 
-#include <cerrno>
-#include <fcntl.h>
 #include <filesystem>
 #include <system_error>
 #include <unistd.h>
@@ -9,18 +7,17 @@
 #include "base/text.h"
 #include "desk/failure.h"
 #include "posix/file_descriptor.h"
-#include "posix/io_error.h"
+#include "system/errors.h"
+#include "system/files.h"
 
 namespace corvessa::desk {
 
 std::string ReadWholeFile(const std::string& path) {
   try {
     if (path == "-") return posix::ReadAll(STDIN_FILENO);
-    const posix::FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file) posix::Throw(errno);
-    return posix::ReadAll(file.Get());
+    return system::File::OpenStream(path).ReadAll();
   } catch (const std::system_error& error) {
-    posix::RaiseIoError(path, "cannot be read", error.code().value());
+    system::RaiseIoError(path, "cannot be read", error.code());
   }
 }
 

@@ -6,7 +6,8 @@
 #include "desk/mail/attachment_source.h"
 #include "desk/mail/gmime_handle.h"
 #include "desk/mail/mail_file.h"
-#include "posix/io_error.h"
+#include "posix/file_descriptor.h"
+#include "system/errors.h"
 
 namespace corvessa::desk::mail {
 
@@ -24,7 +25,7 @@ AttachmentBytes AttachmentBytes::FromFile(const std::filesystem::path& path) {
   const auto copy = ScratchStream(file->Size());
   errno = 0;
   if (g_mime_stream_write_to_stream(file->Stream(), copy.get()) < 0) {
-    posix::RaiseIoError(path, "cannot be copied", errno);
+    system::RaiseIoError(path, "cannot be copied", posix::LastError());
   }
   return AttachmentBytes(RangeSource(copy.get(), GMIME_CONTENT_ENCODING_BINARY, nullptr));
 }
@@ -41,7 +42,7 @@ std::uintmax_t AttachmentBytes::Size() const {
   if (!source_) return 0;
   const Handle<GMimeStream> counter(g_mime_stream_null_new());
   const auto size = g_mime_stream_write_to_stream(source_->Open().get(), counter.get());
-  if (size < 0) posix::RaiseIoError("A part of the mail", "cannot be read", errno);
+  if (size < 0) system::RaiseIoError("A part of the mail", "cannot be read", posix::LastError());
   return static_cast<std::uintmax_t>(size);
 }
 

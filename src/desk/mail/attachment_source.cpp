@@ -2,17 +2,16 @@
 
 #include <array>
 #include <cerrno>
-#include <fcntl.h>
 #include <filesystem>
 #include <limits>
-#include <stdlib.h>
-#include <unistd.h>
+#include <system_error>
 #include <utility>
 
 #include "base/error.h"
 #include "desk/mail/mail_file.h"
-#include "posix/atomic_file.h"
-#include "posix/io_error.h"
+#include "posix/file_descriptor.h"
+#include "system/errors.h"
+#include "system/files.h"
 
 namespace corvessa::desk::mail {
 
@@ -26,7 +25,7 @@ using Buffer = std::array<char, 16 * 1024>;
 std::string_view NextPiece(GMimeStream& stream, Buffer& buffer) {
   errno = 0;
   const ssize_t got = g_mime_stream_read(&stream, buffer.data(), buffer.size());
-  if (got < 0) posix::RaiseIoError("A part of the mail", "cannot be read", errno);
+  if (got < 0) system::RaiseIoError("A part of the mail", "cannot be read", posix::LastError());
   return {buffer.data(), static_cast<std::size_t>(got)};
 }
 
@@ -62,7 +61,7 @@ Handle<GMimeStream> DecodedBlocks(GMimeStream& text) {
     gsize size = 0;
     const GText bytes(reinterpret_cast<char*>(g_base64_decode(digits.c_str(), &size)));
     if (g_mime_stream_write(decoded.get(), bytes.get(), size) < 0) {
-      posix::RaiseIoError("A part of the mail", "cannot be decoded", errno);
+      system::RaiseIoError("A part of the mail", "cannot be decoded", posix::LastError());
     }
     digits.clear();
   };
@@ -152,11 +151,12 @@ Handle<GMimeStream> ScratchStream(std::uintmax_t expected_size) {
   ParserOptions();
   if (expected_size <= kMostBytesInMemory) return Handle<GMimeStream>(g_mime_stream_mem_new());
   const auto folder = std::filesystem::temp_directory_path();
-  std::string name = posix::TemporaryPattern(folder);
-  const int descriptor = mkostemp(name.data(), O_CLOEXEC);
-  if (descriptor < 0) posix::RaiseIoError(folder, "takes no temporary file", errno);
-  unlink(name.c_str());
-  return Handle<GMimeStream>(g_mime_stream_fs_new(descriptor));
+  try {
+    auto file = system::File::CreateNameless(folder);
+    return Handle<GMimeStream>(g_mime_stream_fs_new(static_cast<int>(file.Release())));
+  } catch (const std::system_error& error) {
+    system::RaiseIoError(folder, "takes no temporary file", error.code());
+  }
 }
 
 void ForEachPiece(GMimeStream& stream, const std::function<void(std::string_view piece)>& sink) {

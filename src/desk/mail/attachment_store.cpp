@@ -5,7 +5,8 @@
 
 #include "desk/mail/attachment_source.h"
 #include "desk/mail/gmime_handle.h"
-#include "posix/io_error.h"
+#include "posix/file_descriptor.h"
+#include "system/errors.h"
 
 namespace corvessa::desk::mail {
 
@@ -26,7 +27,7 @@ AttachmentBytes AttachmentStore::Keep(const std::function<void(const PieceSink& 
     g_mime_stream_seek(stream, file_->end, GMIME_STREAM_SEEK_SET);
     const auto size = static_cast<ssize_t>(piece.size());
     if (g_mime_stream_write(stream, piece.data(), piece.size()) != size) {
-      posix::RaiseIoError("A copy of an attachment", "cannot be written", errno);
+      system::RaiseIoError("A copy of an attachment", "cannot be written", posix::LastError());
     }
     file_->end += size;
   });

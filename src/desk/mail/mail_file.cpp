@@ -11,7 +11,7 @@
 #include "base/error.h"
 #include "desk/mail/attachment_source.h"
 #include "posix/file_descriptor.h"
-#include "posix/io_error.h"
+#include "system/errors.h"
 
 namespace corvessa::desk::mail {
 
@@ -29,7 +29,7 @@ Handle<GMimeStream> CopyOfPipe(const std::filesystem::path& path, int pipe) {
   try {
     posix::CopyAll(pipe, GMIME_STREAM_FS(copy.get())->fd);
   } catch (const std::system_error& error) {
-    posix::RaiseIoError(path, "cannot be read", error.code().value());
+    system::RaiseIoError(path, "cannot be read", error.code());
   }
   g_mime_stream_reset(copy.get());
   return copy;
@@ -41,7 +41,7 @@ std::shared_ptr<const MailFile> MailFile::Open(const std::filesystem::path& path
   ParserOptions();
   const int descriptor = path == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
                                      : open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (descriptor < 0) posix::RaiseIoError(path, "cannot be read", errno);
+  if (descriptor < 0) system::RaiseIoError(path, "cannot be read", posix::LastError());
   return std::shared_ptr<const MailFile>(new MailFile(path, descriptor));
 }
 

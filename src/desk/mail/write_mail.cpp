@@ -13,8 +13,9 @@
 #include "desk/mail/mail.h"
 #include "desk/mail/mail_io.h"
 #include "desk/mail/part_writer.h"
-#include "posix/atomic_file.h"
-#include "posix/io_error.h"
+#include "posix/file_descriptor.h"
+#include "system/errors.h"
+#include "system/files.h"
 
 namespace corvessa::desk::mail {
 
@@ -104,19 +105,19 @@ Prepared Prepare(const Mail& mail, MailPurpose purpose) {
   return {HeaderText(stamped, purpose), BuildParts(stamped)};
 }
 
-/// 0 or the code of the error that stopped it.
-int Write(const Prepared& mail, GMimeStream* stream) {
+/// The error that stopped it, if any.
+std::error_code Write(const Prepared& mail, GMimeStream* stream) {
   const auto format = CrLfFormat();
   errno = 0;
   const bool is_written =
       g_mime_stream_write(stream, mail.header.data(), mail.header.size()) >= 0 &&
       g_mime_object_write_to_stream(mail.parts.get(), format.get(), stream) >= 0 &&
       g_mime_stream_flush(stream) >= 0;
-  if (is_written) return 0;
-  return errno != 0 ? errno : EIO;
+  if (is_written) return {};
+  return errno != 0 ? posix::LastError() : std::make_error_code(std::errc::io_error);
 }
 
-int WriteToDescriptor(const Prepared& mail, int descriptor) {
+std::error_code WriteToDescriptor(const Prepared& mail, int descriptor) {
   const Handle<GMimeStream> file(g_mime_stream_fs_new(descriptor));
   g_mime_stream_fs_set_owner(GMIME_STREAM_FS(file.get()), FALSE);
   const Handle<GMimeStream> buffered(
@@ -141,9 +142,9 @@ void StampMail(Mail& mail) {
 
 void WriteMail(const Mail& mail, const std::filesystem::path& path, MailPurpose purpose) {
   const auto prepared = Prepare(mail, purpose);
-  posix::WriteFile(path, [&](posix::AtomicFile& file) {
-    if (const int error_code = WriteToDescriptor(prepared, file.Descriptor())) {
-      posix::Throw(error_code);
+  system::WriteFile(path, [&](system::AtomicFile& file) {
+    if (const auto failure = WriteToDescriptor(prepared, static_cast<int>(file.Native()))) {
+      system::Throw(failure);
     }
     file.CommitDurably();
   });

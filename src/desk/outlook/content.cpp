@@ -1,16 +1,15 @@
 #include "desk/outlook/content.h"
 
 #include <array>
-#include <cerrno>
-#include <cstdlib>
 #include <fcntl.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
 
 #include "base/error.h"
-#include "posix/atomic_file.h"
-#include "posix/error_number.h"
+#include "posix/file_descriptor.h"
+#include "system/errors.h"
+#include "system/files.h"
 
 namespace corvessa::desk {
 namespace {
@@ -21,13 +20,13 @@ auto Raising(Work work) {
   try {
     return work();
   } catch (const std::system_error& error) {
-    Raise(posix::ErrorNumberOf(error.code().value()));
+    Raise(system::ErrorNumberOf(error.code()));
   }
 }
 
 posix::FileDescriptor Open(const std::filesystem::path& file, int flags, long missing) {
   posix::FileDescriptor opened(::open(file.c_str(), flags | O_CLOEXEC | O_NOFOLLOW, 0600));
-  if (!opened) Raise(posix::ErrorNumberOf(errno, missing));
+  if (!opened) Raise(system::ErrorNumberOf(posix::LastError(), missing));
   return opened;
 }
 
@@ -97,9 +96,7 @@ ContentFolder::~ContentFolder() {
 
 std::filesystem::path ContentFolder::NextFile() {
   if (path_.empty()) {
-    std::string pattern = posix::TemporaryPattern(std::filesystem::temp_directory_path());
-    if (!::mkdtemp(pattern.data())) Raise(posix::ErrorNumberOf(errno, kPathNotFound));
-    path_ = pattern;
+    path_ = Raising([] { return system::MakeTemporaryFolder(); });
   }
   return path_ / std::to_string(++last_);
 }

@@ -1,15 +1,13 @@
 #include "desk/profile/leftovers.h"
 
 #include <algorithm>
-#include <fcntl.h>
 #include <string>
 #include <string_view>
 #include <system_error>
-#include <vector>
 
 #include "base/error.h"
 #include "crypto/stored_files.h"
-#include "posix/atomic_file.h"
+#include "system/files.h"
 
 namespace corvessa::desk {
 namespace {
@@ -32,26 +30,18 @@ bool IsNumbered(std::string_view prefix, std::string_view suffix, std::string_vi
 bool IsOurs(std::string_view name) {
   return IsNumbered(kPrivateFolderPrefix, "", name) ||
          IsNumbered(kFreshFilePrefix, kFreshFileSuffix, name) || name == kSavingFolder ||
-         posix::IsTemporaryName(name);
+         system::IsTemporaryName(name);
 }
 
 }  // namespace
 
 void RemoveLeftovers(const fs::path& folder) {
-  const posix::FileDescriptor opened(
-      open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-  if (!opened) {
+  try {
+    system::RemoveEntries(folder, IsOurs);
+  } catch (const std::system_error&) {
     Raise(kPathFileAccess,
           "The folder for temporary files " + folder.string() + " is a link or cannot be opened");
   }
-  // By way of the open folder, so that nobody can put a link in its place meanwhile.
-  const fs::path held = "/proc/self/fd/" + std::to_string(opened.Get());
-  std::error_code ignored;
-  std::vector<fs::path> leftovers;
-  for (fs::directory_iterator entry(held, ignored), end; entry != end; entry.increment(ignored)) {
-    if (IsOurs(entry->path().filename().native())) leftovers.push_back(entry->path());
-  }
-  for (const fs::path& leftover : leftovers) fs::remove_all(leftover, ignored);
 }
 
 }  // namespace corvessa::desk

@@ -60,9 +60,9 @@ fs::path MadeFolder(const fs::path& named) {
   return folder;
 }
 
-FileLock LockedOrRaise(const fs::path& folder) {
+system::FileLock LockedOrRaise(const fs::path& folder) {
   try {
-    if (auto lock = FileLock::Try(folder / "lock")) return std::move(*lock);
+    if (auto lock = system::FileLock::Try(folder / "lock")) return std::move(*lock);
   } catch (const std::system_error& error) {
     RaiseForProfile(folder, "cannot be used: " + error.code().message());
   }

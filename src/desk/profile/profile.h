@@ -3,7 +3,6 @@
 #include <filesystem>
 
 #include "desk/profile/curl_inet.h"
-#include "desk/profile/file_lock.h"
 #include "desk/profile/memory_clipboard.h"
 #include "desk/profile/pictures.h"
 #include "desk/profile/profile_files.h"
@@ -11,6 +10,7 @@
 #include "desk/profile/system_clock.h"
 #include "desk/profile/system_shell.h"
 #include "platform/host.h"
+#include "system/files.h"
 
 namespace corvessa::desk {
 
@@ -49,7 +49,7 @@ class Profile {
 
  private:
   std::filesystem::path folder_;
-  FileLock lock_;
+  system::FileLock lock_;
   ProfileFiles files_;
   RegistryFile registry_;
   SystemClock clock_;

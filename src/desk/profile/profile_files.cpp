@@ -15,8 +15,9 @@
 #include "base/error.h"
 #include "base/text.h"
 #include "desk/profile/leftovers.h"
-#include "posix/atomic_file.h"
-#include "posix/error_number.h"
+#include "posix/file_descriptor.h"
+#include "system/errors.h"
+#include "system/files.h"
 
 namespace corvessa::desk {
 namespace {
@@ -24,7 +25,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::string_view kTemporaryFolder = "c:\\Temp\\";
-constexpr mode_t kPrivateFile = 0600;
 constexpr mode_t kPrivateFolder = 0700;
 
 std::optional<struct stat> Look(const fs::path& path) {
@@ -34,9 +34,9 @@ std::optional<struct stat> Look(const fs::path& path) {
 }
 
 /// What `missing` means is the caller's: a file that is not there, or a folder.
-[[noreturn]] void RaiseErrno(int number, const fs::path& path, long missing) {
+[[noreturn]] void RaiseFor(std::error_code code, const fs::path& path, long missing) {
   const auto folder = Look(path.parent_path());
-  Raise(posix::ErrorNumberOf(number, folder && S_ISDIR(folder->st_mode) ? missing : kPathNotFound));
+  Raise(system::ErrorNumberOf(code, folder && S_ISDIR(folder->st_mode) ? missing : kPathNotFound));
 }
 
 /// Runs a body that reports by std::system_error.
@@ -45,30 +45,25 @@ auto Translating(const fs::path& path, Body&& body) {
   try {
     return std::forward<Body>(body)();
   } catch (const std::system_error& error) {
-    RaiseErrno(error.code().value(), path, kFileNotFound);
+    RaiseFor(error.code(), path, kFileNotFound);
   }
 }
 
-/// Opens an ordinary file only: no link, no folder, and nothing that could make the call wait.
-posix::FileDescriptor OpenOrdinary(const fs::path& path, int flags) {
-  posix::FileDescriptor file(
-      open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, kPrivateFile));
-  if (!file) RaiseErrno(errno, path, kFileNotFound);
-  struct stat opened {};
-  if (fstat(file.Get(), &opened) != 0 || !S_ISREG(opened.st_mode)) Raise(kPathFileAccess);
-  return file;
+/// A link would lead out of the profile.
+system::File OpenOwn(const fs::path& path) {
+  return system::File::OpenForReading(path, system::File::Links::kRefuse);
 }
 
 struct stat LookOrRaise(const fs::path& path) {
   const auto found = Look(path);
-  if (!found) RaiseErrno(errno, path, kFileNotFound);
+  if (!found) RaiseFor(posix::LastError(), path, kFileNotFound);
   return *found;
 }
 
 /// A link that stands there leads out of the profile, to files that are not its own.
 void EnsureFolder(const fs::path& path) {
   if (mkdir(path.c_str(), kPrivateFolder) == 0) return;
-  if (errno != EEXIST) RaiseErrno(errno, path, kPathNotFound);
+  if (errno != EEXIST) RaiseFor(posix::LastError(), path, kPathNotFound);
   const auto present = Look(path);
   if (!present || !S_ISDIR(present->st_mode)) {
     Raise(kPathFileAccess, path.string() + " is a link or a file where a folder has to be");
@@ -120,18 +115,12 @@ std::string ProfileFiles::FreshTemporaryPath() {
 
 void ProfileFiles::AppendText(std::string_view path, std::string_view text) {
   const fs::path local = LocalPath(path);
-  const posix::FileDescriptor file = OpenOrdinary(local, O_WRONLY | O_APPEND | O_CREAT);
-  Translating(local, [&] {
-    // A file that was there before may have been open to others.
-    if (fchmod(file.Get(), kPrivateFile) != 0) posix::Throw(errno);
-    posix::WriteAll(file.Get(), text);
-  });
+  Translating(local, [&] { system::File::OpenForAppending(local).Write(text); });
 }
 
 std::string ProfileFiles::Read(std::string_view path) {
   const fs::path local = LocalPath(path);
-  const posix::FileDescriptor file = OpenOrdinary(local, O_RDONLY);
-  return Translating(local, [&] { return posix::ReadAll(file.Get()); });
+  return Translating(local, [&] { return OpenOwn(local).ReadAll(); });
 }
 
 void ProfileFiles::Write(std::string_view path, std::string_view content) {
@@ -141,7 +130,7 @@ void ProfileFiles::Write(std::string_view path, std::string_view content) {
     Raise(kPathFileAccess);
   }
   Translating(local, [&] {
-    posix::AtomicFile file(local);
+    system::AtomicFile file(local);
     file.Write(content);
     file.Commit();
   });
@@ -150,10 +139,10 @@ void ProfileFiles::Write(std::string_view path, std::string_view content) {
 void ProfileFiles::Copy(std::string_view from, std::string_view to) {
   const fs::path source = LocalPath(from);
   const fs::path target = LocalPath(to);
-  const posix::FileDescriptor read_from = OpenOrdinary(source, O_RDONLY);
-  const posix::FileDescriptor write_to = OpenOrdinary(target, O_WRONLY | O_CREAT | O_EXCL);
+  auto read_from = Translating(source, [&] { return OpenOwn(source); });
+  auto write_to = Translating(target, [&] { return system::File::Create(target); });
   try {
-    Translating(target, [&] { posix::CopyAll(read_from.Get(), write_to.Get()); });
+    Translating(target, [&] { write_to.WriteRestOf(read_from); });
   } catch (...) {
     unlink(target.c_str());
     throw;
@@ -163,7 +152,7 @@ void ProfileFiles::Copy(std::string_view from, std::string_view to) {
 void ProfileFiles::Delete(std::string_view path) {
   const fs::path local = LocalPath(path);
   if (S_ISDIR(LookOrRaise(local).st_mode)) Raise(kFileNotFound);
-  if (unlink(local.c_str()) != 0) RaiseErrno(errno, local, kFileNotFound);
+  if (unlink(local.c_str()) != 0) RaiseFor(posix::LastError(), local, kFileNotFound);
 }
 
 bool ProfileFiles::FileExists(std::string_view path) {
@@ -180,21 +169,21 @@ bool ProfileFiles::FolderExists(std::string_view path) {
 
 void ProfileFiles::CreateFolder(std::string_view path) {
   const fs::path local = LocalPath(path);
-  if (mkdir(local.c_str(), kPrivateFolder) != 0) RaiseErrno(errno, local, kPathNotFound);
+  if (mkdir(local.c_str(), kPrivateFolder) != 0) RaiseFor(posix::LastError(), local, kPathNotFound);
 }
 
 void ProfileFiles::RemoveEmptyFolder(std::string_view path) {
   const fs::path local = LocalPath(path);
-  if (rmdir(local.c_str()) != 0) RaiseErrno(errno, local, kPathNotFound);
+  if (rmdir(local.c_str()) != 0) RaiseFor(posix::LastError(), local, kPathNotFound);
 }
 
 std::vector<std::string> ProfileFiles::List(std::string_view folder) {
   const fs::path local = LocalPath(folder);
   posix::FileDescriptor opened(
       open(local.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-  if (!opened) RaiseErrno(errno, local, kPathNotFound);
+  if (!opened) RaiseFor(posix::LastError(), local, kPathNotFound);
   const std::unique_ptr<DIR, int (*)(DIR*)> entries(fdopendir(opened.Get()), closedir);
-  if (!entries) RaiseErrno(errno, local, kPathNotFound);
+  if (!entries) RaiseFor(posix::LastError(), local, kPathNotFound);
   opened.Release();
   std::vector<std::string> names;
   while (const dirent* entry = readdir(entries.get())) {

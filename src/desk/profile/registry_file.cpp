@@ -1,14 +1,13 @@
 #include "desk/profile/registry_file.h"
 
-#include <cerrno>
-#include <fcntl.h>
 #include <system_error>
 #include <utility>
 
 #include "base/error.h"
 #include "base/guard.h"
 #include "desk/profile/regedit4.h"
-#include "posix/atomic_file.h"
+#include "system/errors.h"
+#include "system/files.h"
 
 namespace corvessa::desk {
 namespace {
@@ -29,12 +28,9 @@ constexpr std::string_view kLocalMachineRoot = "HKEY_LOCAL_MACHINE";
 }
 
 RegistryNodePtr Load(const fs::path& path) {
-  const posix::FileDescriptor file(
-      open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-  if (!file && errno == ENOENT) return std::make_shared<RegistryNode>();
   try {
-    if (!file) posix::Throw(errno);
-    return ParseRegedit4(posix::ReadAll(file.Get()));
+    auto file = system::File::OpenIfThere(path, system::File::Links::kRefuse);
+    return file ? ParseRegedit4(file.ReadAll()) : std::make_shared<RegistryNode>();
   } catch (const std::system_error& error) {
     RaiseForFile(path, "cannot be read: " + error.code().message());
   } catch (const Error& error) {
@@ -58,9 +54,9 @@ class RegistryFile::Store {
   void Save() {
     if (!unsaved_) return;
     try {
-      posix::AtomicFile file(path_);
+      system::AtomicFile file(path_);
       file.Write(FormatRegedit4(*roots_));
-      if (const auto trouble = file.CommitDurably()) posix::Throw(trouble.value());
+      if (const auto trouble = file.CommitDurably()) system::Throw(trouble);
     } catch (const std::system_error& error) {
       RaiseForFile(path_, "cannot be written: " + error.code().message());
     }

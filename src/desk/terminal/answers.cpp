@@ -1,15 +1,13 @@
 #include "desk/terminal/answers.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <fcntl.h>
 #include <system_error>
 
 #include "base/error.h"
 #include "base/text.h"
 #include "desk/terminal/secret_line.h"
-#include "posix/error_number.h"
-#include "posix/file_descriptor.h"
+#include "system/errors.h"
+#include "system/files.h"
 
 namespace corvessa::desk {
 namespace {
@@ -32,14 +30,13 @@ std::pair<std::string_view, std::string_view> Halves(std::string_view argument,
 void ReadFirstLine(const std::string& path, SecretLine& line) {
   const std::string file_name = "the passphrase file " + ForDisplay(path);
   try {
-    const posix::FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file) posix::Throw(errno);
+    auto file = system::File::OpenStream(path);
     char byte = 0;
-    while (posix::ReadSome(file.Get(), &byte, 1) == 1 && byte != '\n' && !line.IsTooLong()) {
+    while (file.Read(&byte, 1) == 1 && byte != '\n' && !line.IsTooLong()) {
       line.Add(byte);
     }
   } catch (const std::system_error& error) {
-    Raise(posix::ErrorNumberOf(error.code().value()),
+    Raise(system::ErrorNumberOf(error.code()),
           file_name + " cannot be read: " + error.code().message());
   }
   if (line.View().empty() || line.IsTooLong()) {

@@ -1,27 +1,25 @@
-#include "engine/http_requests.h"
+#include "system/http.h"
 
-#include <algorithm>
 #include <memory>
 #include <utility>
 
+#include "base/error.h"
 #include "curl/curl_library.h"
-#include "engine/status.h"
 
-namespace corvessa::engine {
+namespace corvessa::system {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
 const CurlLibrary& Curl() {
   const CurlLibrary* const curl = LoadCurl();
-  if (!curl) Fail(kIoTrouble, "There is no libcurl on this computer to reach key servers with.");
+  if (!curl) Raise(kCannotCreateComponent, "Cannot use the network: libcurl is not installed.");
   return *curl;
 }
 
 struct CurlDeleter {
   void operator()(CURL* easy) const { Curl().easy_cleanup(easy); }
   void operator()(curl_slist* list) const { Curl().slist_free_all(list); }
-  void operator()(char* text) const { Curl().free(text); }
 };
 struct MultiDeleter {
   void operator()(CURLM* multi) const { Curl().multi_cleanup(multi); }
@@ -33,7 +31,7 @@ using Multi = std::unique_ptr<CURLM, MultiDeleter>;
 /// One request on its way. It stays where it is: the transfer points to it.
 class Transfer {
  public:
-  Transfer(const HttpRequest& request, std::size_t max_size, Allowance& allowance)
+  Transfer(const HttpRequest& request, std::size_t max_size, HttpAllowance& allowance)
       : max_size_(max_size), allowance_(allowance) {
     const auto set = [this](CURLoption option, auto value) {
       Curl().easy_setopt(easy(), option, value);
@@ -45,9 +43,8 @@ class Transfer {
     set(CURLOPT_PRIVATE, this);
     set(CURLOPT_WRITEFUNCTION, &Transfer::Take);
     set(CURLOPT_WRITEDATA, this);
-    if (!request.customer.empty()) {
-      headers_.reset(
-          Curl().slist_append(nullptr, ("X-Nimbra-CustomerID: " + request.customer).c_str()));
+    if (!request.header.empty()) {
+      headers_.reset(Curl().slist_append(nullptr, request.header.c_str()));
       set(CURLOPT_HTTPHEADER, headers_.get());
     }
     if (!request.form.empty()) {
@@ -82,7 +79,7 @@ class Transfer {
   }
 
   std::size_t max_size_;
-  Allowance& allowance_;
+  HttpAllowance& allowance_;
   Easy easy_{Curl().easy_init()};
   Headers headers_;
   HttpAnswer answer_{0, {}, "it did not answer in time"};
@@ -114,7 +111,7 @@ void RunUntil(CURLM* multi, Clock::time_point deadline) {
 }  // namespace
 
 std::vector<HttpAnswer> Perform(const std::vector<HttpRequest>& requests, std::size_t max_size,
-                                Allowance& allowance) {
+                                HttpAllowance& allowance) {
   if (requests.empty()) return {};
   const Multi multi(Curl().multi_init());
   Curl().multi_setopt(multi.get(), CURLMOPT_MAX_HOST_CONNECTIONS, 8L);
@@ -132,10 +129,4 @@ std::vector<HttpAnswer> Perform(const std::vector<HttpRequest>& requests, std::s
   return answers;
 }
 
-std::string UrlEncoded(std::string_view text) {
-  const std::unique_ptr<char, CurlDeleter> encoded(
-      Curl().easy_escape(nullptr, text.data(), static_cast<int>(text.size())));
-  return encoded ? encoded.get() : std::string();
-}
-
-}  // namespace corvessa::engine
+}  // namespace corvessa::system

@@ -1,0 +1,42 @@
+#include "system/charsets.h"
+
+#include <iconv.h>
+
+namespace corvessa::system {
+namespace {
+
+const char* NameOf(Charset charset) {
+  switch (charset) {
+    case Charset::kUtf8:
+      return "UTF-8";
+    case Charset::kWindows1252:
+      return "CP1252";
+    case Charset::kLatin9:
+      return "ISO-8859-15";
+    case Charset::kIso2022Jp:
+      return "ISO-2022-JP";
+  }
+  return "";
+}
+
+}  // namespace
+
+std::optional<std::string> Convert(std::string_view bytes, Charset from, Charset to) {
+  const iconv_t handle = iconv_open(NameOf(to), NameOf(from));
+  if (handle == reinterpret_cast<iconv_t>(-1)) return std::nullopt;
+  // One byte becomes three at most, and a shift back follows at the end.
+  std::string converted(bytes.size() * 3 + 8, '\0');
+  char* in = const_cast<char*>(bytes.data());  // which iconv does not change
+  char* out = converted.data();
+  std::size_t in_left = bytes.size();
+  std::size_t out_left = converted.size();
+  constexpr auto kFailed = static_cast<std::size_t>(-1);
+  const bool failed = iconv(handle, &in, &in_left, &out, &out_left) == kFailed ||
+                      iconv(handle, nullptr, nullptr, &out, &out_left) == kFailed;
+  iconv_close(handle);
+  if (failed || in_left > 0) return std::nullopt;
+  converted.resize(converted.size() - out_left);
+  return converted;
+}
+
+}  // namespace corvessa::system
