@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "addin/debug_info.h"
+#include "base/debug_info.h"
 #include "base/text.h"
 #include "message/message_operations.h"
 #include "support/reading_fixture.h"

@@ -11,8 +11,8 @@
 #include <unistd.h>
 #include <vector>
 
-#include "addin/debug_info.h"
 #include "addin/outlook_support.h"
+#include "base/debug_info.h"
 #include "crypto/text_wrapping.h"
 #include "message/cdo_addresses.h"
 #include "support/addin_fixture.h"

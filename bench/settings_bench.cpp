@@ -8,11 +8,11 @@
 
 #include "accounts/nimbra_account.h"
 #include "accounts/registry_handlers.h"
-#include "accounts/settings.h"
-#include "addin/debug_info.h"
+#include "base/debug_info.h"
 #include "desk/outlook/outlook_model.h"
 #include "desk/profile/profile.h"
 #include "platform/host.h"
+#include "settings/settings.h"
 #include "support/scripted_engine.h"
 #include "support/scripted_ui.h"
 #include "support/temp_folder.h"

@@ -9,11 +9,24 @@ function(corvessa_rooms target)
   endforeach()
 endfunction()
 
+# corvessa_layer(target ROOMS folder… ON layer…): the rooms of one layer. A program of the layer and
+# those below it is linked, too, which fails when the layer reaches up.
+function(corvessa_layer target)
+  cmake_parse_arguments(PARSE_ARGV 1 layer "" "" "ROOMS;ON")
+  add_library(${target} STATIC)
+  corvessa_rooms(${target} ${layer_ROOMS})
+  target_include_directories(${target} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+  target_link_libraries(${target} PUBLIC ${layer_ON})
+  file(CONFIGURE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/alone.cpp CONTENT "int main() {}\n")
+  add_executable(${target}_alone ${CMAKE_CURRENT_BINARY_DIR}/alone.cpp)
+  target_link_libraries(${target}_alone PRIVATE $<LINK_LIBRARY:WHOLE_ARCHIVE,${target}>)
+endfunction()
+
 # corvessa_tests(name folder libraries…): one test program of a folder's *_test.cpp, registered with
 # CTest test by test.
 function(corvessa_tests name folder)
   file(GLOB test_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp)
   add_executable(${name} ${test_sources})
   target_link_libraries(${name} PRIVATE ${ARGN} corvessa_test_support GTest::gmock GTest::gtest_main)
-  gtest_discover_tests(${name} TEST_PREFIX "${folder}." DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+  gtest_discover_tests(${name} TEST_PREFIX "${folder}." DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
 endfunction()

@@ -3,13 +3,13 @@
 #include <string>
 
 #include "accounts/nimbra_account.h"
-#include "addin/debug_info.h"
+#include "base/debug_info.h"
 #include "base/guard.h"
-#include "branding/customization.h"
 #include "forms/frm_modal_show_in_taskbar.h"
-#include "forms/unload_at_end.h"
 #include "platform/host.h"
 #include "platform/ui.h"
+#include "settings/edition.h"
+#include "ui/unload_at_end.h"
 
 namespace corvessa {
 namespace {
@@ -40,7 +40,7 @@ class WipeAtEnd {
 
 }  // namespace
 
-frmLogin::frmLogin() : Form("frmLogin", "Sign In To Your Secure Email", 400, 181) {
+frmLogin::frmLogin() : BrandedForm("frmLogin", "Sign In To Your Secure Email", 400, 181) {
   cmdOK.Default = true;
   cmdCancel.Cancel = true;
   txtPassword.OnChange = [this] { cmdOK.Enabled = !txtPassword.Text().empty(); };
@@ -75,7 +75,7 @@ void frmLogin::OfferAddresses(std::string_view address, bool list_all) {
 }
 
 void frmLogin::Form_Load() {
-  Form::Form_Load();
+  BrandedForm::Form_Load();
   accepted_ = false;
   SetTopmost(true);
 }

@@ -2,17 +2,17 @@
 
 #include <string_view>
 
-#include "accounts/settings.h"
+#include "accounts/nimbra_account.h"
 #include "accounts/user_management.h"
-#include "forms/controls.h"
-#include "forms/form.h"
-#include "forms/list_controls.h"
+#include "branding/branded_form.h"
+#include "ui/controls.h"
+#include "ui/list_controls.h"
 
 namespace corvessa {
 
 /// Asks for one of the user's addresses and its passphrase. It only collects: whether the
 /// passphrase is right is for the engine to say. A new dialog is made for each request.
-class frmLogin final : public Form {
+class frmLogin final : public BrandedForm {
  public:
   frmLogin();
 

@@ -6,20 +6,21 @@
 #include <initializer_list>
 #include <limits>
 
+#include "accounts/frm_no_key_pairs.h"
 #include "accounts/nimbra_account.h"
 #include "accounts/product_updates.h"
 #include "accounts/registry_handlers.h"
-#include "accounts/settings.h"
 #include "accounts/user_management.h"
-#include "addin/debug_info.h"
-#include "addin/message_box.h"
-#include "addin/services.h"
+#include "base/debug_info.h"
 #include "base/guard.h"
 #include "base/text.h"
 #include "branding/customization.h"
+#include "crypto/services.h"
 #include "forms/frm_about.h"
 #include "forms/frm_modal_show_in_taskbar.h"
-#include "forms/frm_no_key_pairs.h"
+#include "forms/message_box.h"
+#include "settings/edition.h"
+#include "settings/settings.h"
 
 namespace corvessa {
 namespace {
@@ -39,7 +40,8 @@ std::string MinutesText(std::string_view text) {
 
 }  // namespace
 
-frmManageUserKeys::frmManageUserKeys() : Form("frmManageUserKeys", "<!-- LONGNAME -->", 440, 361) {
+frmManageUserKeys::frmManageUserKeys()
+    : BrandedForm("frmManageUserKeys", "<!-- LONGNAME -->", 440, 361) {
   fraSecureEmail.Hold({&lstvwAliases, &cmdAdd, &cmdRemove, &cmdProperties});
   fraPassphraseOptions.Hold(
       {&optRemember[0], &optRemember[1], &optForgetWhen[0], &optForgetWhen[1], &txtForgetWhen});
@@ -97,7 +99,7 @@ void frmManageUserKeys::CheckForProductUpdates(bool asked_by_user) {
 }
 
 void frmManageUserKeys::Form_Load() {
-  Form::Form_Load();
+  BrandedForm::Form_Load();
   has_update_page_ = !RegistryHandlers::GetVersionValue("URLUpdate").empty();
   tbsTabs.Select(kAddressesTab);
   ShowControlsOfTab();

@@ -5,10 +5,10 @@
 #include <string_view>
 #include <vector>
 
-#include "forms/controls.h"
-#include "forms/form.h"
-#include "forms/inet_control.h"
-#include "forms/list_controls.h"
+#include "branding/branded_form.h"
+#include "ui/controls.h"
+#include "ui/inet_control.h"
+#include "ui/list_controls.h"
 
 namespace corvessa {
 
@@ -17,7 +17,7 @@ class frmNoKeyPairs;
 /// The settings dialog: the secured addresses on the first tab, the preferences on the second.
 /// Shown without blocking. Loading it saves the settings, and so does closing it, however it is
 /// closed; the preferences reach memory only by OK.
-class frmManageUserKeys final : public Form {
+class frmManageUserKeys final : public BrandedForm {
  public:
   frmManageUserKeys();
 

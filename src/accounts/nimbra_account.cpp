@@ -1,9 +1,11 @@
 #include "accounts/nimbra_account.h"
 
-#include "accounts/registry_values.h"
 #include "platform/registry.h"
+#include "settings/registry_values.h"
 
 namespace corvessa {
+
+NimbraAccounts g_colAccounts;
 
 bool NimbraAccount::ReadAccount(platform::RegistryKey& accounts, std::string_view name) {
   platform::RegistryKeyPtr key;

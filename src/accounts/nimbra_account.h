@@ -1,7 +1,9 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/secret_string.h"
 
@@ -36,5 +38,11 @@ class NimbraAccount {
  private:
   bool authenticated_ = false;
 };
+
+using NimbraAccountPtr = std::shared_ptr<NimbraAccount>;
+using NimbraAccounts = std::vector<NimbraAccountPtr>;
+
+/// The user's secured addresses in registry order, additions at the end.
+extern NimbraAccounts g_colAccounts;
 
 }  // namespace corvessa

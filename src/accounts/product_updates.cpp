@@ -1,13 +1,13 @@
 #include "accounts/product_updates.h"
 
 #include "accounts/registry_handlers.h"
-#include "addin/message_box.h"
-#include "addin/version.h"
 #include "base/guard.h"
 #include "base/text.h"
 #include "branding/customization.h"
+#include "forms/message_box.h"
 #include "platform/host.h"
 #include "platform/inet.h"
+#include "settings/edition.h"
 
 namespace corvessa {
 namespace {
@@ -33,8 +33,8 @@ std::int32_t NumberOf(std::string_view page, std::string_view name) {
 
 void OfferUpdate(const ProductUpdate& update, const Version& running, const Version& latest) {
   const std::string notice = Replace(update.message, "PRODUCT_NAME", Customization::AppLongName()) +
-                             "\r\n\r\n" + "Your version: " + TextOf(running) + "\r\n" +
-                             "Latest version: " + TextOf(latest) + "\r\n\r\n" +
+                             "\r\n\r\n" + "Your version: " + VersionText(running) + "\r\n" +
+                             "Latest version: " + VersionText(latest) + "\r\n\r\n" +
                              "For more information, click OK\r\n" +
                              "To continue using this version, click Cancel";
   if (Confirm(notice)) Customization::OpenURL(update.info_url);

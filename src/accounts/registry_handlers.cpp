@@ -5,15 +5,15 @@
 #include <unordered_set>
 
 #include "accounts/nimbra_account.h"
-#include "accounts/registry_values.h"
-#include "accounts/settings.h"
-#include "addin/debug_info.h"
-#include "addin/message_box.h"
+#include "base/debug_info.h"
 #include "base/guard.h"
 #include "base/text.h"
-#include "branding/customization.h"
+#include "forms/message_box.h"
 #include "platform/host.h"
 #include "platform/registry.h"
+#include "settings/edition.h"
+#include "settings/registry_values.h"
+#include "settings/settings.h"
 
 namespace corvessa::RegistryHandlers {
 namespace {
@@ -58,13 +58,6 @@ RegistryKey& CurrentUser() {
 }
 RegistryKey& LocalMachine() {
   return platform::Host().registry.LocalMachine();
-}
-
-/// Null when the key can neither be opened nor made.
-RegistryKeyPtr OpenOrCreate(RegistryKey& root, std::string_view path) {
-  RegistryKeyPtr key;
-  root.Create(path, key);
-  return key;
 }
 
 void ReadPreferences() {
@@ -198,13 +191,6 @@ std::int32_t WriteUserAccountInfo() {
 
 void ForgetLastLoad() {
   Last() = {};
-}
-
-std::string GetVersionValue(std::string_view name) {
-  return Guarded("RegistryHandlers:GetVersionValue - ", std::string(), [&] {
-    const RegistryKeyPtr key = OpenOrCreate(LocalMachine(), kVersionKey);
-    return key ? key->ReadString(name, kStringBufferBytes) : std::string();
-  });
 }
 
 bool AlreadySeenProductUpdateMessage(std::int32_t major, std::int32_t minor,

@@ -27,9 +27,6 @@ std::int32_t WriteUserAccountInfo();
 /// Forgets what the last load saw; for the end of the process's state.
 void ForgetLastLoad();
 
-/// A fixed value of the edition; "" when it is absent or of 255 bytes or more.
-std::string GetVersionValue(std::string_view name);
-
 /// Whether the notice for this version, or a newer one, was shown already. Records the version in
 /// any case.
 bool AlreadySeenProductUpdateMessage(std::int32_t major, std::int32_t minor, std::int32_t revision);

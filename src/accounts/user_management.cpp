@@ -5,12 +5,8 @@
 
 #include "accounts/frm_login.h"
 #include "accounts/nimbra_account.h"
-#include "addin/frm_splash_screen.h"
-#include "addin/services.h"
-#include "base/checked.h"
 #include "base/guard.h"
 #include "base/text.h"
-#include "crypto/crypto_operations.h"
 
 namespace corvessa::UserManagement {
 namespace {
@@ -91,21 +87,6 @@ bool AreThereUnauthenticatedAccounts() {
   return Guarded(":AreThereUnauthenticatedAccounts - ", false, [] {
     return std::ranges::any_of(g_colAccounts,
                                [](const auto& account) { return !account->GetAuthenticated(); });
-  });
-}
-
-std::int32_t GetKeyPairCount(frmSplashScreen* splash) {
-  return Guarded(": GetKeyPairCount - ", std::int32_t{0}, [&] {
-    std::int32_t count = 0;
-    // A copy: painting the caption lets events in, and one of them may reload the accounts.
-    const NimbraAccounts accounts = g_colAccounts;
-    for (const NimbraAccountPtr& account : accounts) {
-      if (splash) {
-        splash->SetCaption("Searching for encryption keys for " + account->m_sAlias + "...");
-      }
-      if (Crypto()->HasKeypair(account->m_sAlias) == kHasKeyPair) count = CheckedAdd(count, 1);
-    }
-    return count;
   });
 }
 

@@ -3,11 +3,9 @@
 #include <cstdint>
 #include <string_view>
 
-#include "accounts/settings.h"
+#include "accounts/nimbra_account.h"
 
 namespace corvessa {
-
-class frmSplashScreen;
 
 /// Why a passphrase is asked for.
 enum class LoginReason : std::int32_t {
@@ -35,8 +33,6 @@ void SetAsSignerAccount(std::string_view address);
 /// Null when nothing signs.
 NimbraAccountPtr GetSigningAccount();
 bool AreThereUnauthenticatedAccounts();
-/// How many addresses have a key pair; moves the splash screen's caption when one is given.
-std::int32_t GetKeyPairCount(frmSplashScreen* splash);
 bool IsValidEmailAddress(std::string_view address);
 
 /// The account at once when it is authenticated, else what the passphrase dialog gives: the account

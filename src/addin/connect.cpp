@@ -1,12 +1,12 @@
 #include "addin/connect.h"
 
-#include "accounts/registry_handlers.h"
-#include "addin/message_box.h"
 #include "addin/outlook_support.h"
 #include "addin/outlook_version.h"
 #include "addin/process_state.h"
+#include "addin/trace_log.h"
 #include "base/guard.h"
-#include "branding/customization.h"
+#include "forms/message_box.h"
+#include "settings/edition.h"
 
 namespace corvessa {
 namespace {
@@ -19,6 +19,10 @@ void TellIncompatible() {
 }
 
 }  // namespace
+
+Connect::Connect() {
+  Debug_Info::InstallTraceLog();
+}
 
 void Connect::AddinInstance_OnConnection(const platform::ApplicationPtr& application) {
   Guarded("Connect::AddinInstance_OnConnection - ", [&] {

@@ -1,9 +1,8 @@
 #include "addin/frm_splash_screen.h"
 
-#include "addin/version.h"
-#include "branding/customization.h"
 #include "platform/host.h"
 #include "platform/ui.h"
+#include "settings/edition.h"
 
 namespace corvessa {
 namespace {
@@ -16,7 +15,7 @@ void PaintNow() {
 }  // namespace
 
 frmSplashScreen::frmSplashScreen()
-    : Form("frmSplashScreen", "", 400, 116),
+    : BrandedForm("frmSplashScreen", "", 400, 116),
       imgSplashImage(*this, "imgSplashImage", {0, 0, 400, 59}),
       lblAppInfo(*this, "lblAppInfo", {7, 66, 386, 17}),
       lblCaption(*this, "lblCaption", {7, 90, 386, 17}) {
@@ -31,8 +30,8 @@ void frmSplashScreen::SetCaption(std::string_view text) {
 }
 
 void frmSplashScreen::Form_Load() {
-  Form::Form_Load();
-  lblAppInfo.SetCaption(Customization::AppLongName() + " Version " + TextOf(RunningVersion()));
+  BrandedForm::Form_Load();
+  lblAppInfo.SetCaption(Customization::AppLongName() + " Version " + VersionText(RunningVersion()));
 }
 
 }  // namespace corvessa

@@ -2,13 +2,13 @@
 
 #include <string_view>
 
-#include "forms/controls.h"
-#include "forms/form.h"
+#include "branding/branded_form.h"
+#include "ui/controls.h"
 
 namespace corvessa {
 
 /// Shown while start-up blocks the thread. Its labels are painted at once when they change.
-class frmSplashScreen final : public Form {
+class frmSplashScreen final : public BrandedForm {
  public:
   frmSplashScreen();
   void SetCaption(std::string_view text);

@@ -1,23 +1,25 @@
 #include "addin/outlook_support.h"
 
 #include "accounts/frm_manage_user_keys.h"
+#include "accounts/frm_no_key_pairs.h"
 #include "accounts/nimbra_account.h"
 #include "accounts/product_updates.h"
 #include "accounts/registry_handlers.h"
 #include "accounts/user_management.h"
-#include "addin/captions.h"
-#include "addin/debug_info.h"
 #include "addin/frm_splash_screen.h"
-#include "addin/frm_timer.h"
-#include "addin/services.h"
-#include "addin/temp_files.h"
+#include "base/checked.h"
+#include "base/debug_info.h"
 #include "base/guard.h"
 #include "crypto/crypto_operations.h"
-#include "forms/frm_no_key_pairs.h"
+#include "crypto/frm_timer.h"
+#include "crypto/services.h"
+#include "crypto/temp_files.h"
 #include "message/cdo_addresses.h"
 #include "platform/clock.h"
 #include "platform/host.h"
 #include "platform/ui.h"
+#include "settings/edition.h"
+#include "settings/settings.h"
 #include "tracking/active_explorers.h"
 #include "tracking/active_inspectors.h"
 
@@ -96,6 +98,21 @@ void DeleteQueuedFiles() {
 }
 
 }  // namespace
+
+std::int32_t UserManagement::GetKeyPairCount(frmSplashScreen* splash) {
+  return Guarded(": GetKeyPairCount - ", std::int32_t{0}, [&] {
+    std::int32_t count = 0;
+    // A copy: painting the caption lets events in, and one of them may reload the accounts.
+    const NimbraAccounts accounts = g_colAccounts;
+    for (const NimbraAccountPtr& account : accounts) {
+      if (splash) {
+        splash->SetCaption("Searching for encryption keys for " + account->m_sAlias + "...");
+      }
+      if (Crypto()->HasKeypair(account->m_sAlias) == kHasKeyPair) count = CheckedAdd(count, 1);
+    }
+    return count;
+  });
+}
 
 OutlookSupport::OutlookSupport() = default;
 OutlookSupport::~OutlookSupport() = default;

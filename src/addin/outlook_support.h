@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include "platform/outlook.h"
@@ -8,6 +9,7 @@ namespace corvessa {
 
 class ActiveExplorers;
 class ActiveInspectors;
+class frmSplashScreen;
 
 /// Outlook's application with its events: start-up and close-down, the registration of windows, the
 /// interception of sending.
@@ -49,5 +51,13 @@ class OutlookSupport final : public platform::ApplicationEvents,
 
 /// The one application wrapper, held from connection to disconnection.
 extern std::shared_ptr<OutlookSupport> g_oOutlookSupport;
+
+namespace UserManagement {
+
+/// How many addresses have a key pair; moves the splash screen's caption when one is given. Never
+/// throws. It stands here because start-up is its only caller.
+std::int32_t GetKeyPairCount(frmSplashScreen* splash);
+
+}  // namespace UserManagement
 
 }  // namespace corvessa

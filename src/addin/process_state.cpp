@@ -1,16 +1,17 @@
 #include "addin/process_state.h"
 
+#include "accounts/nimbra_account.h"
 #include "accounts/registry_handlers.h"
-#include "accounts/settings.h"
 #include "accounts/user_management.h"
-#include "addin/captions.h"
-#include "addin/debug_info.h"
 #include "addin/outlook_support.h"
-#include "addin/services.h"
-#include "addin/temp_files.h"
+#include "base/debug_info.h"
 #include "crypto/crypto_operations.h"
-#include "forms/form.h"
+#include "crypto/services.h"
+#include "crypto/temp_files.h"
 #include "message/cdo_addresses.h"
+#include "settings/edition.h"
+#include "settings/settings.h"
+#include "ui/form.h"
 
 namespace corvessa {
 namespace {
@@ -24,13 +25,6 @@ void ResetSettings() {
     *flag = false;
   }
   g_lPassphraseMemory = 0;
-}
-
-void ResetCaptions() {
-  for (std::string* caption : {&g_sOptionsCaption, &g_sStatusCaption, &g_sDecryptNowCaption,
-                               &g_sDecryptAttachmentsCaption, &g_sEncryptedReplyCaption}) {
-    caption->clear();
-  }
 }
 
 }  // namespace
@@ -48,7 +42,7 @@ void ResetProcessState() noexcept {
   RegistryHandlers::ForgetLastLoad();
   g_colTempFiles.clear();
   ResetSettings();
-  ResetCaptions();
+  ClearCaptions();
 }
 
 }  // namespace corvessa

@@ -1,25 +1,25 @@
 #include <string>
 
-#include "accounts/settings.h"
-#include "addin/debug_info.h"
-#include "addin/message_box.h"
+#include "addin/frm_send_from_external_application.h"
 #include "addin/outlook_support.h"
 #include "addin/outlook_version.h"
-#include "addin/services.h"
-#include "addin/temp_files.h"
+#include "base/debug_info.h"
 #include "base/guard.h"
-#include "branding/customization.h"
 #include "crypto/crypto_operations.h"
+#include "crypto/services.h"
 #include "crypto/stored_files.h"
-#include "forms/frm_send_from_external_application.h"
-#include "forms/unload_at_end.h"
+#include "crypto/temp_files.h"
+#include "forms/message_box.h"
 #include "message/header_fields.h"
 #include "message/message_body.h"
 #include "message/message_operations.h"
 #include "platform/host.h"
 #include "platform/ui.h"
+#include "settings/edition.h"
+#include "settings/settings.h"
 #include "tracking/active_explorers.h"
 #include "tracking/active_inspectors.h"
+#include "ui/unload_at_end.h"
 
 namespace corvessa {
 namespace {

@@ -4,7 +4,7 @@
 #include <new>
 #include <string>
 
-#include "addin/debug_info.h"
+#include "base/trace_sink.h"
 
 namespace corvessa {
 namespace {

@@ -2,14 +2,14 @@
 
 #include <memory>
 
-#include "accounts/registry_handlers.h"
-#include "addin/debug_info.h"
+#include "base/debug_info.h"
 #include "base/guard.h"
 #include "base/text.h"
-#include "forms/controls.h"
-#include "forms/form.h"
 #include "platform/host.h"
 #include "platform/shell.h"
+#include "settings/edition.h"
+#include "ui/controls.h"
+#include "ui/form.h"
 
 namespace corvessa::Customization {
 namespace {
@@ -53,28 +53,6 @@ void OpenAliasPage(std::string_view value_name, std::string_view alias) {
 }
 
 }  // namespace
-
-std::string AppShortName() {
-  return GetVersionValue("AppShortName");
-}
-std::string AppLongName() {
-  return GetVersionValue("AppLongName");
-}
-std::string EnginePGPMessageHeader() {
-  return GetVersionValue("EnginePGPMessageHeader");
-}
-std::string EnginePGPSignatureHeader() {
-  return GetVersionValue("EnginePGPSignatureHeader");
-}
-std::string EngineCustomerID() {
-  return GetVersionValue("EngineCustomerID");
-}
-std::string EngineLookupServer() {
-  return GetVersionValue("EngineLookupServer");
-}
-std::string EngineUpdateServer() {
-  return GetVersionValue("EngineUpdateServer");
-}
 
 platform::PicturePtr GetToolbarPicture() {
   return LoadBrandPicture("\\Customization\\16x16Icon.bmp");

@@ -9,16 +9,9 @@ namespace corvessa {
 
 class Form;
 
-/// The brand: names, icons, pictures and pages. Nothing is cached; every getter reads afresh.
+/// The brand's icons, pictures and pages, and its names in every form. Nothing is cached. The names
+/// themselves are in settings/edition.h.
 namespace Customization {
-
-std::string AppShortName();
-std::string AppLongName();
-std::string EnginePGPMessageHeader();
-std::string EnginePGPSignatureHeader();
-std::string EngineCustomerID();
-std::string EngineLookupServer();
-std::string EngineUpdateServer();
 
 /// The pictures throw Error (53 missing, 481 no picture).
 platform::PicturePtr GetToolbarPicture();

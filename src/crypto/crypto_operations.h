@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "accounts/settings.h"
+#include "accounts/nimbra_account.h"
 #include "message/attachment_node.h"
 #include "platform/engine.h"
 #include "platform/outlook.h"

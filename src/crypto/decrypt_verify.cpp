@@ -3,19 +3,19 @@
 #include <utility>
 
 #include "accounts/nimbra_account.h"
-#include "accounts/settings.h"
 #include "accounts/user_management.h"
-#include "addin/debug_info.h"
-#include "addin/message_box.h"
 #include "base/checked.h"
+#include "base/debug_info.h"
 #include "base/guard.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/engine_error_text.h"
 #include "crypto/passphrase_trial.h"
 #include "crypto/verify_status.h"
 #include "forms/frm_progress.h"
+#include "forms/message_box.h"
 #include "message/armour.h"
 #include "platform/host.h"
+#include "settings/settings.h"
 
 namespace corvessa {
 

@@ -1,8 +1,7 @@
 #include <cstdint>
 #include <string>
 
-#include "addin/debug_info.h"
-#include "addin/temp_files.h"
+#include "base/debug_info.h"
 #include "base/guard.h"
 #include "base/paths.h"
 #include "base/text.h"
@@ -13,6 +12,7 @@
 #include "crypto/signature_name.h"
 #include "crypto/stored_files.h"
 #include "crypto/stored_name.h"
+#include "crypto/temp_files.h"
 #include "crypto/verify_status.h"
 #include "platform/files.h"
 #include "platform/host.h"

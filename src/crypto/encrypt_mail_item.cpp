@@ -1,14 +1,15 @@
 #include "accounts/nimbra_account.h"
-#include "addin/debug_info.h"
-#include "addin/message_box.h"
+#include "base/debug_info.h"
 #include "base/guard.h"
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/engine_texts.h"
 #include "crypto/stage_trace.h"
+#include "forms/message_box.h"
 #include "message/armour.h"
 #include "message/encryption_failure.h"
 #include "platform/host.h"
+#include "settings/settings.h"
 
 namespace corvessa {
 namespace {

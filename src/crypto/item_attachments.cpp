@@ -1,8 +1,7 @@
 #include <string>
 #include <vector>
 
-#include "addin/debug_info.h"
-#include "addin/message_box.h"
+#include "base/debug_info.h"
 #include "base/guard.h"
 #include "base/paths.h"
 #include "base/text.h"
@@ -13,6 +12,7 @@
 #include "crypto/stored_files.h"
 #include "crypto/stored_name.h"
 #include "forms/frm_progress.h"
+#include "forms/message_box.h"
 #include "platform/files.h"
 #include "platform/host.h"
 

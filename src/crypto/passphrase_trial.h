@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "accounts/nimbra_account.h"
-#include "accounts/settings.h"
 
 namespace corvessa {
 

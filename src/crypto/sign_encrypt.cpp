@@ -1,12 +1,12 @@
 #include <algorithm>
 
-#include "addin/message_box.h"
-#include "addin/temp_files.h"
 #include "base/guard.h"
 #include "base/paths.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/stored_files.h"
+#include "crypto/temp_files.h"
 #include "forms/dialog_results.h"
+#include "forms/message_box.h"
 #include "message/encryption_failure.h"
 #include "message/header_fields.h"
 #include "message/message_body.h"

@@ -4,13 +4,13 @@
 #include <string>
 #include <string_view>
 
-#include "addin/debug_info.h"
+#include "base/debug_info.h"
 #include "base/text.h"
 
 namespace corvessa {
 
-/// The trace of a routine that runs in numbered stages: "Routine - text (status, stage)". The status
-/// is looked at with each line and must outlive this.
+/// The trace of a routine that runs in numbered stages: "Routine - text (status, stage)". The
+/// status is looked at with each line and must outlive this.
 class StageTrace {
  public:
   StageTrace(std::string_view routine, const std::int32_t& status)

@@ -4,9 +4,9 @@
 #include <cmath>
 #include <cstdint>
 
-#include "addin/temp_files.h"
 #include "base/error.h"
 #include "base/text.h"
+#include "crypto/temp_files.h"
 #include "platform/clock.h"
 #include "platform/files.h"
 #include "platform/host.h"

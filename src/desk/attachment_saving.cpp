@@ -14,13 +14,13 @@
 #include "desk/mail/attachment_name.h"
 #include "desk/message_report.h"
 #include "desk/profile/leftovers.h"
-#include "forms/controls.h"
-#include "forms/form.h"
 #include "message/status_text.h"
 #include "platform/files.h"
 #include "platform/host.h"
 #include "system/errors.h"
 #include "system/files.h"
+#include "ui/controls.h"
+#include "ui/form.h"
 
 namespace corvessa::desk {
 namespace {

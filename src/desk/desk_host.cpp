@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <ostream>
 
-#include "addin/debug_info.h"
+#include "addin/trace_log.h"
 #include "base/guard.h"
 #include "base/text.h"
 #include "desk/engine_setup.h"
@@ -12,9 +12,10 @@
 #include "desk/settings_store.h"
 #include "desk/terminal/answers.h"
 #include "desk/terminal/terminal.h"
-#include "forms/controls.h"
-#include "forms/form.h"
 #include "platform/host.h"
+#include "settings/edition.h"
+#include "ui/controls.h"
+#include "ui/form.h"
 
 namespace corvessa::desk {
 namespace {

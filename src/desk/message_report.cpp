@@ -4,9 +4,9 @@
 #include <memory>
 
 #include "base/text.h"
-#include "forms/controls.h"
-#include "forms/form.h"
-#include "forms/list_controls.h"
+#include "ui/controls.h"
+#include "ui/form.h"
+#include "ui/list_controls.h"
 
 namespace corvessa::desk {
 namespace {

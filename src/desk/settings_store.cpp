@@ -5,10 +5,10 @@
 #include <limits>
 #include <optional>
 
-#include "accounts/registry_values.h"
-#include "accounts/settings.h"
 #include "base/text.h"
 #include "desk/failure.h"
+#include "settings/registry_values.h"
+#include "settings/settings.h"
 
 namespace corvessa::desk {
 namespace {

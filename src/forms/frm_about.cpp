@@ -1,11 +1,11 @@
 #include "forms/frm_about.h"
 
-#include "addin/version.h"
 #include "branding/customization.h"
+#include "settings/edition.h"
 
 namespace corvessa {
 
-frmAbout::frmAbout() : Form("frmAbout", "About <!-- LONGNAME -->", 320, 148) {
+frmAbout::frmAbout() : BrandedForm("frmAbout", "About <!-- LONGNAME -->", 320, 148) {
   cmdOK.Default = true;
   cmdOK.Cancel = true;
   cmdNimbraSite.OnClick = [] { Customization::OpenMainPage(); };
@@ -13,8 +13,8 @@ frmAbout::frmAbout() : Form("frmAbout", "About <!-- LONGNAME -->", 320, 148) {
 }
 
 void frmAbout::Form_Load() {
-  Form::Form_Load();
-  lblVersion.SetCaption("Version " + TextOf(RunningVersion()));
+  BrandedForm::Form_Load();
+  lblVersion.SetCaption("Version " + VersionText(RunningVersion()));
 }
 
 }  // namespace corvessa

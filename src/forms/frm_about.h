@@ -1,12 +1,12 @@
 #pragma once
 
-#include "forms/controls.h"
-#include "forms/form.h"
+#include "branding/branded_form.h"
+#include "ui/controls.h"
 
 namespace corvessa {
 
 /// Names the product, its version and its web site.
-class frmAbout final : public Form {
+class frmAbout final : public BrandedForm {
  public:
   frmAbout();
 

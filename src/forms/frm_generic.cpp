@@ -4,13 +4,13 @@
 
 #include "forms/dialog_results.h"
 #include "forms/frm_modal_show_in_taskbar.h"
-#include "forms/text_layout.h"
-#include "forms/unload_at_end.h"
+#include "ui/text_layout.h"
+#include "ui/unload_at_end.h"
 
 namespace corvessa {
 
 frmGeneric::frmGeneric()
-    : Form("frmGeneric", "<!-- LONGNAME -->", 400, 112), result_(kResultClosed) {
+    : BrandedForm("frmGeneric", "<!-- LONGNAME -->", 400, 112), result_(kResultClosed) {
   lblMessage.UseMnemonic = false;
   cmdOK.Default = true;
   cmdCancel.Cancel = true;

@@ -3,13 +3,13 @@
 #include <cstdint>
 #include <string_view>
 
-#include "forms/controls.h"
-#include "forms/form.h"
+#include "branding/branded_form.h"
+#include "ui/controls.h"
 
 namespace corvessa {
 
 /// The branded message box, for the questions that the system's own box is not used for.
-class frmGeneric final : public Form {
+class frmGeneric final : public BrandedForm {
  public:
   static constexpr std::int32_t kOkOnly = 0;
   static constexpr std::int32_t kOkCancel = 1;

@@ -4,7 +4,8 @@
 
 namespace corvessa {
 
-frmHTML::frmHTML() : Form("frmHTML", "HTML Message Warning", 400, 142), result_(kResultClosed) {
+frmHTML::frmHTML()
+    : BrandedForm("frmHTML", "HTML Message Warning", 400, 142), result_(kResultClosed) {
   // No cancel button: both buttons send the mail, so only the close box gives up sending.
   cmdConvert.Default = true;
   cmdConvert.OnClick = [this] { Choose(kResultYes); };
@@ -12,7 +13,7 @@ frmHTML::frmHTML() : Form("frmHTML", "HTML Message Warning", 400, 142), result_(
 }
 
 void frmHTML::Form_Load() {
-  Form::Form_Load();
+  BrandedForm::Form_Load();
   result_ = kResultClosed;
 }
 

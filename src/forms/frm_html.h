@@ -2,13 +2,13 @@
 
 #include <cstdint>
 
-#include "forms/controls.h"
-#include "forms/form.h"
+#include "branding/branded_form.h"
+#include "ui/controls.h"
 
 namespace corvessa {
 
 /// Warns that HTML mail cannot be secured and lets the user choose what to give up.
-class frmHTML final : public Form {
+class frmHTML final : public BrandedForm {
  public:
   frmHTML();
 

@@ -2,10 +2,10 @@
 
 #include <memory>
 
-#include "forms/unload_at_end.h"
+#include "ui/unload_at_end.h"
 
 namespace corvessa {
-frmModalShowInTaskbar::frmModalShowInTaskbar() : Form("frmModalShowInTaskbar", "", 0, 0) {
+frmModalShowInTaskbar::frmModalShowInTaskbar() : BrandedForm("frmModalShowInTaskbar", "", 0, 0) {
   OffScreen = true;
   SetShowsInTaskbar(true);
 }

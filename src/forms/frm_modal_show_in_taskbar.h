@@ -1,12 +1,12 @@
 #pragma once
 
-#include "forms/form.h"
+#include "branding/branded_form.h"
 
 namespace corvessa {
 
 /// A form that is seen in the task bar only. It owns a modal dialog, so that a prompt raised from
 /// inside Outlook can be found there.
-class frmModalShowInTaskbar final : public Form {
+class frmModalShowInTaskbar final : public BrandedForm {
  public:
   frmModalShowInTaskbar();
 

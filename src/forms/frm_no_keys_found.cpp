@@ -6,7 +6,7 @@
 namespace corvessa {
 
 frmNoKeysFound::frmNoKeysFound()
-    : Form("frmNoKeysFound", "Sending Email", 400, 247), result_(kResultClosed) {
+    : BrandedForm("frmNoKeysFound", "Sending Email", 400, 247), result_(kResultClosed) {
   lstEmailAddr.Selectable = false;
   // Enter and Escape both keep the mail: nothing leaves in clear by a key pressed too early.
   cmdNo.Default = true;

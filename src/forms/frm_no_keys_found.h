@@ -3,15 +3,15 @@
 #include <cstdint>
 #include <string_view>
 
-#include "forms/controls.h"
-#include "forms/form.h"
-#include "forms/list_controls.h"
+#include "branding/branded_form.h"
+#include "ui/controls.h"
+#include "ui/list_controls.h"
 
 namespace corvessa {
 
 /// Shows the recipients that cannot get secure mail and asks whether to send in clear. The caller
 /// fills the list and unloads the form.
-class frmNoKeysFound final : public Form {
+class frmNoKeysFound final : public BrandedForm {
  public:
   frmNoKeysFound();
 

@@ -2,13 +2,13 @@
 
 #include <string>
 
-#include "accounts/settings.h"
 #include "base/checked.h"
 #include "base/guard.h"
 #include "base/text.h"
 #include "platform/clock.h"
 #include "platform/host.h"
 #include "platform/ui.h"
+#include "settings/settings.h"
 
 namespace corvessa {
 namespace {
@@ -23,7 +23,7 @@ std::int32_t StepsFor(platform::MailItem& item) {
 
 }  // namespace
 
-frmProgress::frmProgress() : Form("frmProgress", "<!-- SHORTNAME -->", 400, 249) {}
+frmProgress::frmProgress() : BrandedForm("frmProgress", "<!-- SHORTNAME -->", 400, 249) {}
 
 void frmProgress::Init(const platform::MailItemPtr& item, std::int32_t steps) {
   Guarded("frmProgress::Init - ", [&] {

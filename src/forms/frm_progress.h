@@ -5,15 +5,15 @@
 #include <memory>
 #include <string_view>
 
-#include "forms/controls.h"
-#include "forms/form.h"
+#include "branding/branded_form.h"
 #include "platform/outlook.h"
+#include "ui/controls.h"
 
 namespace corvessa {
 
 /// Shown while a message is decrypted and verified. The user cannot close it before the work is
 /// finished. Nothing here throws.
-class frmProgress final : public Form {
+class frmProgress final : public BrandedForm {
  public:
   frmProgress();
 

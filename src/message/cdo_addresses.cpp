@@ -1,13 +1,13 @@
 #include "message/cdo_addresses.h"
 
 #include "accounts/user_management.h"
-#include "addin/debug_info.h"
+#include "base/debug_info.h"
 #include "base/guard.h"
 #include "base/text.h"
-#include "branding/customization.h"
 #include "forms/frm_generic.h"
 #include "platform/host.h"
 #include "platform/redemption.h"
+#include "settings/edition.h"
 
 namespace corvessa::CDO_Addresses {
 

@@ -3,19 +3,19 @@
 #include <functional>
 #include <string>
 
-#include "addin/services.h"
 #include "base/guard.h"
 #include "base/text.h"
-#include "branding/customization.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/engine_error_text.h"
+#include "crypto/services.h"
 #include "forms/dialog_results.h"
 #include "forms/frm_generic.h"
 #include "forms/frm_no_keys_found.h"
-#include "forms/unload_at_end.h"
 #include "message/cdo_addresses.h"
 #include "message/message_operations.h"
 #include "platform/redemption.h"
+#include "settings/edition.h"
+#include "ui/unload_at_end.h"
 
 namespace corvessa {
 namespace {

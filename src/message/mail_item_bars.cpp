@@ -1,19 +1,17 @@
 #include <string>
 #include <utility>
 
-#include "accounts/settings.h"
 #include "accounts/user_management.h"
-#include "addin/captions.h"
 #include "base/guard.h"
 #include "base/text.h"
-#include "branding/customization.h"
-#include "forms/frm_save_attachments.h"
 #include "message/armour.h"
+#include "message/frm_save_attachments.h"
 #include "message/header_fields.h"
 #include "message/item_access.h"
 #include "message/mail_item_node.h"
 #include "message/status_text.h"
-#include "tracking/inspector_node.h"
+#include "settings/edition.h"
+#include "settings/settings.h"
 
 namespace corvessa {
 namespace {
@@ -86,9 +84,7 @@ void MailItemNode::AddButton(platform::CommandBarControls& controls, BarButton& 
 void MailItemNode::BindButton(platform::CommandBarButtonPtr found, BarButton& button,
                               std::string_view name, ClickOperation on_click) {
   // A tag of its own, or a click in one window would reach the message in every other.
-  const auto parent = m_oParent.lock();
-  found->SetTag(std::string("CorvessaPro_OL.").append(name) + "." +
-                Decimal(parent ? parent->NodeID() : 0));
+  found->SetTag(std::string("CorvessaPro_OL.").append(name) + "." + Decimal(m_lNodeID));
   button.Bind(std::move(found), [node = weak_from_this(), on_click] {
     if (const auto held = node.lock()) ((*held).*on_click)();
   });

@@ -1,13 +1,13 @@
 #include <string>
 
-#include "accounts/settings.h"
-#include "addin/debug_info.h"
-#include "addin/services.h"
+#include "base/debug_info.h"
 #include "base/guard.h"
 #include "crypto/crypto_operations.h"
+#include "crypto/services.h"
 #include "forms/frm_progress.h"
 #include "message/armour.h"
 #include "message/mail_item_node.h"
+#include "settings/settings.h"
 
 namespace corvessa {
 namespace {

@@ -3,23 +3,22 @@
 #include <cmath>
 #include <utility>
 
-#include "accounts/settings.h"
-#include "addin/captions.h"
-#include "addin/debug_info.h"
-#include "addin/services.h"
+#include "base/debug_info.h"
 #include "base/guard.h"
 #include "base/text.h"
-#include "branding/customization.h"
 #include "crypto/crypto_operations.h"
+#include "crypto/services.h"
 #include "crypto/stored_files.h"
 #include "forms/frm_generic.h"
-#include "forms/frm_message_status.h"
-#include "forms/frm_save_attachments.h"
+#include "message/frm_message_status.h"
+#include "message/frm_save_attachments.h"
 #include "message/header_fields.h"
 #include "message/message_operations.h"
 #include "message/status_text.h"
 #include "platform/clock.h"
 #include "platform/host.h"
+#include "settings/edition.h"
+#include "settings/settings.h"
 
 namespace corvessa {
 namespace {
@@ -52,8 +51,7 @@ MailItemNode::~MailItemNode() {
   CleanUp();
 }
 
-void MailItemNode::InitialiseNode(const platform::MailItemPtr& item, std::int32_t node_id,
-                                  const std::shared_ptr<InspectorNode>& parent) {
+void MailItemNode::InitialiseNode(const platform::MailItemPtr& item, std::int32_t node_id) {
   Guarded("MailItemNode::InitialiseNode - ", [&] {
     m_oMailItem = item;
     item_events_ = item->Subscribe(*this);
@@ -61,7 +59,6 @@ void MailItemNode::InitialiseNode(const platform::MailItemPtr& item, std::int32_
       m_sOriginalBody = item->Body();
       if (m_sOriginalBody->empty()) m_sOriginalBody = item->HTMLBody();
     }
-    m_oParent = parent;
     m_lNodeID = node_id;
   });
 }

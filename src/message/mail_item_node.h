@@ -11,7 +11,6 @@
 
 namespace corvessa {
 
-class InspectorNode;
 class frmMessageStatus;
 
 /// One mail that is open in an inspector: reacts to its events, drives decryption when it is
@@ -26,9 +25,8 @@ class MailItemNode final : public platform::MailItemEvents,
   MailItemNode(const MailItemNode&) = delete;
   MailItemNode& operator=(const MailItemNode&) = delete;
 
-  void InitialiseNode(const platform::MailItemPtr& item, std::int32_t node_id,
-                      const std::shared_ptr<InspectorNode>& parent);
-  std::int32_t NodeID() const { return m_lNodeID; }
+  /// `node_id` is the number of the item's window; it makes the tags of the buttons unique.
+  void InitialiseNode(const platform::MailItemPtr& item, std::int32_t node_id);
   /// The inspector lets go of the node: a pass that still runs ends without touching the item.
   void ClearNodeID();
 
@@ -129,7 +127,6 @@ class MailItemNode final : public platform::MailItemEvents,
   platform::SharedText m_sOriginalBody;
   bool m_bAttachmentNoticeShown = false;
   std::int32_t m_lNodeID = 0;
-  std::weak_ptr<InspectorNode> m_oParent;
   bool m_bProcessed = false;
   std::string m_sRandomTag;
   platform::MailItemPtr m_oMailItem;

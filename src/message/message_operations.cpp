@@ -3,11 +3,11 @@
 #include <cstdint>
 #include <unordered_set>
 
-#include "addin/captions.h"
-#include "addin/debug_info.h"
+#include "base/debug_info.h"
 #include "base/guard.h"
 #include "base/text.h"
 #include "message/item_access.h"
+#include "settings/edition.h"
 
 namespace corvessa {
 std::string GetSenderName(const platform::MailItemPtr& item) {

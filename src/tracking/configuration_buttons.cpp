@@ -5,11 +5,11 @@
 
 #include "accounts/frm_manage_user_keys.h"
 #include "accounts/registry_handlers.h"
-#include "accounts/settings.h"
-#include "addin/captions.h"
-#include "addin/services.h"
 #include "base/guard.h"
 #include "branding/customization.h"
+#include "crypto/services.h"
+#include "settings/edition.h"
+#include "settings/settings.h"
 #include "tracking/transp_cmd_bar.h"
 
 namespace corvessa {

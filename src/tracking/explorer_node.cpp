@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "accounts/registry_handlers.h"
-#include "accounts/settings.h"
 #include "base/guard.h"
+#include "settings/settings.h"
 #include "tracking/active_explorers.h"
 #include "tracking/configuration_buttons.h"
 

@@ -24,7 +24,7 @@ void InspectorNode::Initialise(const platform::InspectorPtr& inspector, std::int
     const platform::MailItemPtr item = inspector->CurrentItem();
     if (!item || item->Class() != platform::kMailItemClass) return;
     m_oMailItemNode = std::make_shared<MailItemNode>();
-    m_oMailItemNode->InitialiseNode(item, 0, shared_from_this());
+    m_oMailItemNode->InitialiseNode(item, m_lNodeID);
   });
 }
 

@@ -22,8 +22,6 @@ class InspectorNode final : public platform::InspectorEvents,
 
   void Initialise(const platform::InspectorPtr& inspector, std::int32_t node_id,
                   const std::shared_ptr<ActiveInspectors>& parent);
-  /// Unique among the inspectors of a session.
-  std::int32_t NodeID() const { return m_lNodeID; }
   /// Ends the message node and the window's events and leaves the registry.
   void ChildClose();
 

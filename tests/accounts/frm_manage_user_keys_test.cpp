@@ -3,17 +3,17 @@
 #include <fstream>
 #include <gmock/gmock.h>
 
+#include "accounts/frm_alias_options.h"
+#include "accounts/frm_e_mail.h"
+#include "accounts/frm_no_key_pairs.h"
 #include "accounts/nimbra_account.h"
 #include "accounts/registry_handlers.h"
-#include "accounts/settings.h"
 #include "accounts/user_management.h"
 #include "base/text.h"
 #include "desk/profile/curl_inet.h"
 #include "forms/frm_about.h"
-#include "forms/frm_alias_options.h"
-#include "forms/frm_e_mail.h"
 #include "forms/frm_generic.h"
-#include "forms/frm_no_key_pairs.h"
+#include "settings/settings.h"
 #include "support/addin_fixture.h"
 #include "support/form_checks.h"
 #include "support/http_server.h"

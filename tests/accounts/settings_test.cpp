@@ -1,12 +1,13 @@
-#include "accounts/settings.h"
+#include "settings/settings.h"
 
 #include <set>
 
 #include "accounts/nimbra_account.h"
 #include "accounts/registry_handlers.h"
 #include "accounts/user_management.h"
-#include "addin/debug_info.h"
+#include "base/debug_info.h"
 #include "platform/registry.h"
+#include "settings/edition.h"
 #include "support/addin_fixture.h"
 
 namespace corvessa {

@@ -1,11 +1,11 @@
-#include "addin/frm_timer.h"
+#include "crypto/frm_timer.h"
 
 #include "accounts/nimbra_account.h"
-#include "accounts/settings.h"
-#include "addin/services.h"
-#include "addin/temp_files.h"
 #include "crypto/crypto_operations.h"
+#include "crypto/services.h"
+#include "crypto/temp_files.h"
 #include "platform/host.h"
+#include "settings/settings.h"
 #include "support/addin_fixture.h"
 
 namespace corvessa::testing {

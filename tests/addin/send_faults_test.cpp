@@ -2,14 +2,14 @@
 #include <functional>
 
 #include "accounts/nimbra_account.h"
-#include "accounts/settings.h"
-#include "addin/frm_timer.h"
-#include "addin/services.h"
-#include "addin/temp_files.h"
 #include "base/text.h"
+#include "crypto/frm_timer.h"
+#include "crypto/services.h"
+#include "crypto/temp_files.h"
 #include "forms/frm_generic.h"
 #include "forms/frm_no_keys_found.h"
 #include "sending.h"
+#include "settings/settings.h"
 
 namespace corvessa::testing {
 namespace {

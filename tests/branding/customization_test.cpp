@@ -1,10 +1,10 @@
 #include "branding/customization.h"
 
-#include "addin/debug_info.h"
-#include "forms/controls.h"
-#include "forms/form.h"
+#include "base/debug_info.h"
 #include "platform/host.h"
 #include "support/addin_fixture.h"
+#include "ui/controls.h"
+#include "ui/form.h"
 
 namespace corvessa {
 namespace {

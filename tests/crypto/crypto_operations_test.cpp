@@ -4,10 +4,10 @@
 
 #include "accounts/frm_login.h"
 #include "accounts/nimbra_account.h"
-#include "addin/services.h"
 #include "base/guard.h"
 #include "base/text.h"
 #include "crypto/engine_error_text.h"
+#include "crypto/services.h"
 #include "message/header_fields.h"
 #include "support/addin_fixture.h"
 #include "support/form_checks.h"

@@ -14,13 +14,13 @@
 #include "desk/terminal/choices.h"
 #include "desk/terminal/form_drawing.h"
 #include "desk/terminal/terminal.h"
-#include "forms/controls.h"
 #include "forms/dialog_results.h"
 #include "forms/frm_generic.h"
 #include "forms/frm_no_keys_found.h"
 #include "forms/frm_progress.h"
-#include "forms/list_controls.h"
 #include "support/addin_fixture.h"
+#include "ui/controls.h"
+#include "ui/list_controls.h"
 
 namespace corvessa::testing {
 namespace {

@@ -1,21 +1,21 @@
 #include <functional>
 #include <gmock/gmock.h>
 
+#include "accounts/frm_alias_options.h"
+#include "accounts/frm_e_mail.h"
+#include "accounts/frm_no_key_pairs.h"
 #include "accounts/nimbra_account.h"
-#include "accounts/settings.h"
+#include "addin/frm_send_from_external_application.h"
 #include "base/error.h"
 #include "forms/frm_about.h"
-#include "forms/frm_alias_options.h"
-#include "forms/frm_e_mail.h"
 #include "forms/frm_generic.h"
 #include "forms/frm_html.h"
-#include "forms/frm_message_status.h"
 #include "forms/frm_modal_show_in_taskbar.h"
-#include "forms/frm_no_key_pairs.h"
 #include "forms/frm_no_keys_found.h"
 #include "forms/frm_progress.h"
-#include "forms/frm_send_from_external_application.h"
+#include "message/frm_message_status.h"
 #include "message/header_fields.h"
+#include "settings/settings.h"
 #include "support/addin_fixture.h"
 #include "support/form_checks.h"
 

@@ -1,9 +1,9 @@
-#include "forms/form.h"
+#include "ui/form.h"
 
-#include "addin/debug_info.h"
+#include "base/debug_info.h"
 #include "base/guard.h"
-#include "forms/controls.h"
 #include "support/addin_fixture.h"
+#include "ui/controls.h"
 
 namespace corvessa {
 namespace {

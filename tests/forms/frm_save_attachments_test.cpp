@@ -1,4 +1,4 @@
-#include "forms/frm_save_attachments.h"
+#include "message/frm_save_attachments.h"
 
 #include <gmock/gmock.h>
 

@@ -2,9 +2,9 @@
 
 #include <gmock/gmock.h>
 
-#include "addin/services.h"
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
+#include "crypto/services.h"
 #include "forms/frm_generic.h"
 #include "forms/frm_no_keys_found.h"
 #include "message/armour.h"

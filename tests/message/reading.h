@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "addin/temp_files.h"
 #include "base/text.h"
+#include "crypto/temp_files.h"
 #include "support/reading_fixture.h"
 
 namespace corvessa::testing {

@@ -1,13 +1,13 @@
 #include <gmock/gmock.h>
 
 #include "accounts/frm_login.h"
-#include "accounts/settings.h"
-#include "addin/services.h"
-#include "addin/temp_files.h"
 #include "base/text.h"
+#include "crypto/services.h"
+#include "crypto/temp_files.h"
 #include "forms/frm_progress.h"
 #include "message/mail_item_node.h"
 #include "reading.h"
+#include "settings/settings.h"
 
 namespace corvessa::testing {
 namespace {

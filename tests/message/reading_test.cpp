@@ -3,13 +3,13 @@
 #include <functional>
 #include <gmock/gmock.h>
 
-#include "accounts/settings.h"
 #include "base/text.h"
 #include "crypto/stored_files.h"
 #include "forms/frm_generic.h"
-#include "forms/frm_message_status.h"
 #include "forms/frm_progress.h"
+#include "message/frm_message_status.h"
 #include "message/mail_item_node.h"
+#include "settings/settings.h"
 #include "support/form_checks.h"
 
 namespace corvessa::testing {
@@ -218,7 +218,7 @@ TEST_F(ReadingMail, APassOverAMessageBeingComposedChangesNothingInIt) {
   ExpectLogin(kAnnsPassphrase);
   AttachmentNodes nodes;
   const auto node = std::make_shared<MailItemNode>();
-  node->InitialiseNode(draft, 0, nullptr);
+  node->InitialiseNode(draft, 0);
   node->DecryptVerifyMail(draft, nodes, true);
   ASSERT_EQ(nodes.size(), 1U);
   EXPECT_EQ(nodes[0]->lDecryptStatus, decrypt_status::kDone);

@@ -6,8 +6,10 @@
 #include <regex>
 #include <utility>
 
-#include "addin/debug_info.h"
+#include "accounts/registry_handlers.h"
 #include "addin/process_state.h"
+#include "addin/trace_log.h"
+#include "base/debug_info.h"
 #include "base/text.h"
 #include "desk/profile/brand_pictures.h"
 #include "platform/host.h"
@@ -101,6 +103,8 @@ void AddInFixture::InstallServices(EngineChoice engine) {
 }
 
 void AddInFixture::InstallHostWith(platform::Ui& back_end) {
+  // As Connect does: many tests run a part of the add-in without it.
+  Debug_Info::InstallTraceLog();
   platform::RemoveHost();
   const platform::ProductInfo product{1, 0, 0, std::string(kProductFolder)};
   platform::InstallHost({outlook.Cdo(), clipboard, clock, *faulty_engine_, *faulty_files_, inet,

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "base/text.h"
-#include "forms/controls.h"
-#include "forms/text_layout.h"
 #include "support/temp_folder.h"
+#include "ui/controls.h"
+#include "ui/text_layout.h"
 
 namespace corvessa::testing {
 namespace {

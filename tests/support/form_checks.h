@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "forms/form.h"
+#include "ui/form.h"
 
 namespace corvessa::testing {
 

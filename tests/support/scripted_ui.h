@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "base/text.h"
-#include "forms/form.h"
 #include "platform/ui.h"
+#include "ui/form.h"
 
 namespace corvessa::testing {
 

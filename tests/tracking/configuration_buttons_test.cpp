@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 
 #include "accounts/registry_handlers.h"
-#include "accounts/settings.h"
 #include "base/error.h"
 #include "base/guard.h"
+#include "settings/settings.h"
 #include "support/addin_fixture.h"
 #include "tracking/transp_cmd_bar.h"
 

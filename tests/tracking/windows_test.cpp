@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <gmock/gmock.h>
 
-#include "accounts/settings.h"
+#include "settings/settings.h"
 #include "support/addin_fixture.h"
 #include "tracking/active_explorers.h"
 #include "tracking/active_inspectors.h"

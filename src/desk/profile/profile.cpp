@@ -8,10 +8,10 @@
 #include <system_error>
 #include <utility>
 
-#include "accounts/registry_values.h"
 #include "base/error.h"
 #include "desk/profile/brand_pictures.h"
 #include "desk/profile/leftovers.h"
+#include "settings/registry_values.h"
 
 namespace corvessa::desk {
 namespace {

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "base/text.h"
-#include "forms/controls.h"
-#include "forms/list_controls.h"
+#include "ui/controls.h"
+#include "ui/list_controls.h"
 
 namespace corvessa::desk {
 namespace {

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "forms/form.h"
+#include "ui/form.h"
 
 namespace corvessa {
 class CommandButton;

@@ -6,8 +6,8 @@
 #include "desk/terminal/choices.h"
 #include "desk/terminal/columns.h"
 #include "desk/terminal/control_kind.h"
-#include "forms/controls.h"
-#include "forms/list_controls.h"
+#include "ui/controls.h"
+#include "ui/list_controls.h"
 
 namespace corvessa::desk {
 namespace {

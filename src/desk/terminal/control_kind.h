@@ -1,6 +1,6 @@
 #pragma once
 
-#include "forms/control.h"
+#include "ui/control.h"
 
 namespace corvessa::desk {
 

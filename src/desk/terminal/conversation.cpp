@@ -9,7 +9,7 @@
 #include "desk/terminal/control_kind.h"
 #include "desk/terminal/form_drawing.h"
 #include "desk/terminal/terminal.h"
-#include "forms/controls.h"
+#include "ui/controls.h"
 
 namespace corvessa::desk {
 namespace {

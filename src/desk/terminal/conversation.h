@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "forms/form.h"
+#include "ui/form.h"
 
 namespace corvessa {
 class TextBox;

@@ -8,9 +8,9 @@
 #include "desk/terminal/columns.h"
 #include "desk/terminal/control_drawing.h"
 #include "desk/terminal/control_kind.h"
-#include "forms/controls.h"
-#include "forms/form.h"
-#include "forms/list_controls.h"
+#include "ui/controls.h"
+#include "ui/form.h"
+#include "ui/list_controls.h"
 
 namespace corvessa::desk {
 namespace {

@@ -9,9 +9,9 @@
 #include "desk/terminal/choices.h"
 #include "desk/terminal/control_kind.h"
 #include "desk/terminal/form_drawing.h"
-#include "forms/controls.h"
-#include "forms/form.h"
-#include "forms/list_controls.h"
+#include "ui/controls.h"
+#include "ui/form.h"
+#include "ui/list_controls.h"
 
 namespace corvessa::desk {
 namespace {

@@ -13,7 +13,7 @@
 #include "desk/terminal/form_drawing.h"
 #include "desk/terminal/given_answers.h"
 #include "desk/terminal/terminal.h"
-#include "forms/controls.h"
+#include "ui/controls.h"
 
 namespace corvessa::desk {
 namespace {

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "forms/controls.h"
+#include "ui/controls.h"
 
 namespace corvessa::desk {
 namespace {

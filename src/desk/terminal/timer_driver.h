@@ -5,7 +5,7 @@
 #include <memory>
 #include <optional>
 
-#include "forms/form.h"
+#include "ui/form.h"
 
 namespace corvessa {
 class Timer;

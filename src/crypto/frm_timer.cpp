@@ -1,0 +1,104 @@
+#include "crypto/frm_timer.h"
+
+#include <string>
+
+#include "accounts/user_management.h"
+#include "base/checked.h"
+#include "base/debug_info.h"
+#include "base/guard.h"
+#include "base/paths.h"
+#include "base/text.h"
+#include "crypto/crypto_operations.h"
+#include "crypto/services.h"
+#include "crypto/temp_files.h"
+#include "platform/files.h"
+#include "platform/host.h"
+#include "platform/ui.h"
+#include "settings/settings.h"
+
+namespace corvessa {
+namespace {
+
+constexpr std::int32_t kTicksPerMinute = 60;
+constexpr std::int32_t kTickMilliseconds = 1000;
+
+/// The error as a deletion reports it: whatever went wrong with the path is one of four numbers.
+Error DeletionError(const Error& error) {
+  switch (error.number) {
+    case 0:
+    case kFileNotFound:
+    case kPermissionDenied:
+    case kPathNotFound:
+      return {error.number, std::string(ErrorDescription(error.number))};
+    default:
+      return {kPathFileAccess, std::string(ErrorDescription(kPathFileAccess))};
+  }
+}
+
+/// True when the file is gone.
+bool DeleteQueuedFile(const std::string& path) {
+  const Error error = DeletionError(Attempt([&] { platform::Host().files.Delete(path); }));
+  Debug_Info::TraceLog("DeleteTemporaryFiles: Kill: " + path);
+  Debug_Info::TraceLog("DeleteTemporaryFiles: Error code: " + Decimal(error.number) + " (" +
+                       error.description + ")");
+  if (error.number != 0) return false;
+  RemoveFolderIfEmpty(FolderOf(path));
+  return true;
+}
+
+}  // namespace
+
+frmTimer::frmTimer()
+    : Form("frmTimer", "", 100, 40),
+      tmrTimer(*this, "tmrTimer", kTickMilliseconds),
+      lblCount(*this, "lblCount", {7, 7, 86, 26}, "0") {
+  tmrTimer.Enabled = false;
+  tmrTimer.OnTimer = [this] { TimerEvent(); };
+}
+
+void frmTimer::Form_Load() {
+  m_lTicks = 0;
+  tmrTimer.Enabled = true;
+}
+
+void frmTimer::Form_Unload() {
+  tmrTimer.Enabled = false;
+}
+
+void frmTimer::TimerEvent() {
+  m_lTicks = CheckedAdd(m_lTicks, 1);
+  if (m_lTicks % kTicksPerMinute != 0) return;
+  CheckResetCryptoAndAccounts();
+  DeleteTemporaryFiles();
+}
+
+void frmTimer::CheckResetCryptoAndAccounts() {
+  Guarded("frmTimer::CheckResetCryptoAndAccounts - ", [&] {
+    if (g_lPassphraseMemory < 1) return;
+    if (m_lTicks < CheckedMultiply(g_lPassphraseMemory, kTicksPerMinute)) return;
+    ResetCryptoAndAccounts();
+  });
+}
+
+void frmTimer::ResetCryptoAndAccounts() {
+  Guarded("frmTimer::ResetCryptoAndAccounts - ", [&] {
+    if (g_oCrypto) g_oCrypto->Init();
+  });
+  UserManagement::ForgetAllPassphrases();
+  m_lTicks = 0;
+}
+
+void frmTimer::DeleteTemporaryFiles() {
+  // A file must go even when a window cannot be painted, so pumping has a guard of its own.
+  Guarded("frmTimer::DeleteTemporaryFiles - ", [] { platform::Host().ui.DoEvents(); });
+  if (KeepQueuedFiles::InForce()) return;
+  Guarded("frmTimer::DeleteTemporaryFiles - ", [] {
+    for (std::size_t i = g_colTempFiles.size(); i-- > 0;) {
+      if (DeleteQueuedFile(g_colTempFiles[i])) {
+        g_colTempFiles.erase(g_colTempFiles.begin() + static_cast<std::ptrdiff_t>(i));
+      }
+    }
+  });
+}
+
+}  // namespace corvessa

@@ -1,0 +1,49 @@
+#include "crypto/temp_files.h"
+
+#include <algorithm>
+
+#include "base/guard.h"
+#include "base/paths.h"
+#include "base/text.h"
+#include "platform/files.h"
+#include "platform/host.h"
+
+namespace corvessa {
+
+std::vector<std::string> g_colTempFiles;
+
+int KeepQueuedFiles::holders_ = 0;
+
+bool IsQueuedForDeletion(std::string_view path) {
+  return std::ranges::find(g_colTempFiles, path) != g_colTempFiles.end();
+}
+
+void QueueForDeletion(std::string_view path) {
+  if (!path.empty() && !IsQueuedForDeletion(path)) g_colTempFiles.emplace_back(path);
+}
+
+void DeleteOrQueue(std::string_view path) noexcept {
+  if (path.empty()) return;
+  const Error error = Attempt([&] { platform::Host().files.Delete(path); });
+  if (error.number == 0) {
+    std::erase(g_colTempFiles, path);
+    RemoveFolderIfEmpty(FolderOf(path));
+  } else if (error.number != kFileNotFound && error.number != kPathNotFound) {
+    Ignoring([&] { QueueForDeletion(path); });
+  }
+}
+
+void RemoveFolderIfEmpty(std::string_view folder) noexcept {
+  Ignoring([&] {
+    platform::Files& files = platform::Host().files;
+    const std::string shared = LCase(files.TemporaryFolder());
+    std::string emptied(folder);
+    while (LCase(emptied) != shared && files.List(emptied).empty()) {
+      files.RemoveEmptyFolder(emptied);
+      emptied.resize(FolderOf(std::string_view(emptied).substr(0, emptied.size() - 1)).size());
+      if (!LCase(emptied).starts_with(shared)) return;
+    }
+  });
+}
+
+}  // namespace corvessa

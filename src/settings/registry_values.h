@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "platform/registry.h"
+
+namespace corvessa {
+
+/// Of the user: preferences, one subkey an account, and where Outlook says how it was set up.
+inline constexpr std::string_view kGlobalKey =
+    "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Global";
+inline constexpr std::string_view kAccountsKey =
+    "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Accounts";
+inline constexpr std::string_view kOutlookSetupKey =
+    "Software\\Microsoft\\Office\\9.0\\Outlook\\Setup";
+/// Of the machine: what the installer of an edition chose.
+inline constexpr std::string_view kVersionKey =
+    "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Version";
+
+/// The texts of an edition, in its key.
+inline constexpr std::string_view kEditionTexts[] = {
+    "AppShortName",
+    "AppLongName",
+    "EnginePGPMessageHeader",
+    "EnginePGPSignatureHeader",
+    "EngineCustomerID",
+    "EngineLookupServer",
+    "EngineUpdateServer",
+    "URLMain",
+    "URLHelp",
+    "URLHelpAddInstructions",
+    "URLTools",
+    "URLKeyGen",
+    "URLPassphrase",
+    "URLIMAPInfo",
+    "URLIMAPCheck",
+    "URLUpdate",
+};
+
+/// A longer string value reads as empty: older installers rely on values of at most 254 bytes.
+inline constexpr std::size_t kStringBufferBytes = 255;
+
+/// The account subkey's value for m_bSigning.
+inline constexpr std::string_view kSignValue = "Sign";
+
+/// Null when the key can neither be opened nor made.
+inline platform::RegistryKeyPtr OpenOrCreate(platform::RegistryKey& root, std::string_view path) {
+  platform::RegistryKeyPtr key;
+  root.Create(path, key);
+  return key;
+}
+
+/// Truth values are kept sign-extended from their 16 bits: True is 0xFFFFFFFF. Anything but 0 reads
+/// as true.
+inline bool ReadFlag(platform::RegistryKey& key, std::string_view name) {
+  return key.ReadNumber(name) != 0;
+}
+
+/// A value that cannot be written is lost.
+inline void WriteFlag(platform::RegistryKey& key, std::string_view name, bool flag) {
+  key.WriteNumber(name, flag ? std::int32_t{-1} : std::int32_t{0});
+}
+
+}  // namespace corvessa
