@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "desk/failure.h"
-#include "desk/outlook/windows.h"
+#include "desk/outlook/item.h"
 
 namespace corvessa::desk {
 

@@ -133,7 +133,7 @@ void DeskHost::RunSettings() {
   for (const ExplorerWindowPtr& explorer : explorers) {
     for (const BarPtr& bar : explorer->Bars().All()) {
       for (const ButtonPtr& button : bar->Buttons()) {
-        if (!button->Look().tag.starts_with(kAddInTag)) continue;
+        if (!button->Properties().tag.starts_with(kAddInTag)) continue;
         button->Click();
         RunOpenForms();
         return;

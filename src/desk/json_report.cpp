@@ -39,7 +39,7 @@ void AddBars(json& report, const Bars& bars) {
     if (!bar->IsTemporary() || !bar->IsVisible()) continue;
     json buttons = json::array();
     for (const ButtonPtr& button : bar->Buttons()) {
-      const ButtonLook& look = button->Look();
+      const ButtonProperties& look = button->Properties();
       buttons.push_back({{"caption", look.caption},
                          {"tooltip", look.tooltip},
                          {"pressed", look.state == platform::kButtonDown},

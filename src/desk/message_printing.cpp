@@ -21,7 +21,7 @@ std::string Recipients(const ItemData& item, RecipientKind kind) {
 }
 
 /// The faces of Office that the add-in gives to what is so and what is not.
-std::string MarkOf(const ButtonLook& look) {
+std::string MarkOf(const ButtonProperties& look) {
   if (look.face_id == kFaceOn) return "[x] ";
   return look.face_id == kFaceOff ? "[ ] " : "";
 }
@@ -63,7 +63,7 @@ void PrintBars(std::ostream& out, const Bars& bars) {
     out << ForDisplay(bar->NameText()) << ":";
     const char* separator = " ";
     for (const ButtonPtr& button : bar->Buttons()) {
-      const ButtonLook& look = button->Look();
+      const ButtonProperties& look = button->Properties();
       const std::string caption = MarkOf(look) + ForDisplay(Replace(look.caption, "&", ""));
       out << separator << (look.enabled ? caption : "(" + caption + ")");
       separator = ", ";

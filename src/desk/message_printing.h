@@ -2,8 +2,8 @@
 
 #include <iosfwd>
 
+#include "desk/outlook/item.h"
 #include "desk/outlook/item_data.h"
-#include "desk/outlook/windows.h"
 
 namespace corvessa::desk {
 

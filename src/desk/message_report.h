@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "desk/outlook/windows.h"
+#include "desk/outlook/item.h"
 #include "message/attachment_node.h"
 
 namespace corvessa::desk {

@@ -23,7 +23,7 @@ constexpr std::string_view kSignOnSend = "Sign on send";
 
 void Release(const Bars& bars, std::string_view caption) {
   const auto button = bars.FindButton(caption);
-  if (button && button->Look().state == platform::kButtonDown) button->Click();
+  if (button && button->Properties().state == platform::kButtonDown) button->Click();
 }
 
 void PressChoices(const Bars& bars, const SendChoices& choices) {

@@ -134,13 +134,13 @@ TEST_F(Sending, AnAttachmentThatOutlookHoldsStopsTheSendAndNoneIsLost) {
   const auto item = Draft();
   for (const char* name : {"a.txt", "b.txt", "c.txt"}) Attach(item, name, "canary-5e11");
   const desk::ItemData before = item->Data();
-  outlook.OnCall([&](std::string_view call) {
+  faults.on_call = [&](std::string_view call) {
     if (call == "Attachments.Remove" && item->Data().attachments.size() == 2) {
       Raise(kPathFileAccess);
     }
-  });
+  };
   EXPECT_EQ(outlook.Send(item), std::nullopt);
-  outlook.OnCall(nullptr);
+  faults.on_call = nullptr;
   EXPECT_EQ(Attachments(item->Data()), Attachments(before));
 }
 

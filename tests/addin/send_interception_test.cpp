@@ -359,9 +359,9 @@ TEST_F(SendInterception, AnEncryptedFileThatVanishesStopsTheMailAndCostsNoAttach
 
 TEST_F(SendInterception, AMailStaysWhenItsHiddenReadersOrItsChoicesAreUnknown) {
   std::string_view failing = "SafeMailItem.BCC";
-  outlook.OnCall([&](std::string_view call) {
+  faults.on_call = [&](std::string_view call) {
     if (call == failing) throw Error{5, "lost"};
-  });
+  };
   AllowError("m_oApplication_ItemSend: lost");
   EXPECT_FALSE(outlook.Send(Draft()));
 
@@ -375,7 +375,7 @@ TEST_F(SendInterception, AMailStaysWhenItsHiddenReadersOrItsChoicesAreUnknown) {
   item->EditBody(kText);
   EXPECT_FALSE(outlook.Send(item));
   EXPECT_EQ(*item->Data().body, kText);
-  outlook.OnCall({});
+  faults.on_call = nullptr;
 }
 
 TEST_F(SendInterception, ADisconnectionBehindThePassphraseDialogLeavesNothingBehind) {

@@ -10,7 +10,6 @@
 #include "base/guard.h"
 #include "desk/outlook/html_text.h"
 #include "desk/outlook/outlook_model.h"
-#include "desk/outlook/responses.h"
 #include "support/temp_folder.h"
 
 namespace corvessa::desk {

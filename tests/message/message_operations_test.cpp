@@ -87,14 +87,15 @@ TEST_F(MessageOperations, FindAttachmentsOfOneNameWhateverItsCase) {
 
 TEST_F(MessageOperations, AFailureReadsAsNothingThere) {
   EXPECT_FALSE(IsOptionsBarPresent(item));
-  outlook.OnCall([](std::string_view) { throw Error{5, "lost"}; });
-  EXPECT_EQ(GetSenderName(item), "");
-  EXPECT_FALSE(SaveAndCheckBCC(item));
-  EXPECT_THROW(HasBlindCopies(item), Error);
-  EXPECT_EQ(GetSafeRecipients(item), nullptr);
-  EXPECT_FALSE(HasDuplicateFilenames(item));
-  EXPECT_FALSE(IsOptionsBarPresent(item));
-  outlook.OnCall({});
+  const auto failing = WithFaults(item, faults);
+  faults.on_call = [](std::string_view) { throw Error{5, "lost"}; };
+  EXPECT_EQ(GetSenderName(failing), "");
+  EXPECT_FALSE(SaveAndCheckBCC(failing));
+  EXPECT_THROW(HasBlindCopies(failing), Error);
+  EXPECT_EQ(GetSafeRecipients(failing), nullptr);
+  EXPECT_FALSE(HasDuplicateFilenames(failing));
+  EXPECT_FALSE(IsOptionsBarPresent(failing));
+  faults.on_call = nullptr;
   EXPECT_THAT(Trace(),
               ElementsAre("Checking for encryption and signing options bar", "Does not exist (1)",
                           ":GetSenderName - lost", ":SaveAndCheckBCC - lost",

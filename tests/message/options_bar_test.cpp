@@ -14,7 +14,7 @@ class OptionsBar : public AddInFixture {
     if (!bar) return "none";
     std::string text;
     for (const auto& button : bar->Buttons()) {
-      const desk::ButtonLook& look = button->Look();
+      const desk::ButtonProperties& look = button->Properties();
       const bool pressed = look.state == platform::kButtonDown;
       EXPECT_EQ(look.face_id, pressed ? 1087 : 1088);
       text += look.caption.substr(0, look.caption.find(' ')) + (pressed ? "+" : "-") +
@@ -82,11 +82,11 @@ TEST_F(OptionsBar, TogglesOnlyItsOwnMessageAndShowsWhatTheMessageSays) {
   // A choice that cannot be kept must not be shown as made.
   outlook.Click(one->Bars(), "Encrypt on send");
   AllowError("MailItemNode::oCommandBarItemEncryptionOption_Click - ");
-  outlook.OnCall([](std::string_view call) {
+  faults.on_call = [](std::string_view call) {
     if (call == "SafeMailItem.SetFields") throw Error{5, "disk full"};
-  });
+  };
   outlook.Click(one->Bars(), "Encrypt on send");
-  outlook.OnCall({});
+  faults.on_call = nullptr;
   EXPECT_EQ(Options(*one), "Encrypt- Sign+ NoEncrypt=True NoSign=False");
 }
 

@@ -34,7 +34,8 @@ class ReadingMail : public ReadingFixture {
     for (const auto& bar : window.Bars().All()) {
       if (!bar->IsTemporary()) continue;
       for (const auto& button : bar->Buttons()) {
-        buttons += button->Look().caption + " " + Decimal(button->Look().face_id) + "; ";
+        buttons +=
+            button->Properties().caption + " " + Decimal(button->Properties().face_id) + "; ";
       }
     }
     return buttons;

@@ -287,11 +287,11 @@ TEST_F(ReadingMail, TheHandlerOfACallThatFailsSaysSo) {
   };
   ExpectLogin(kAnnsPassphrase);
   for (const auto& c : cases) {
-    outlook.OnCall([&](std::string_view call) {
+    faults.on_call = [&](std::string_view call) {
       if (call == c.call) throw Error{5, "lost"};
-    });
+    };
     c.act();
-    outlook.OnCall({});
+    faults.on_call = nullptr;
     std::vector<std::string> expected;
     for (const std::string& error : c.errors) {
       expected.push_back(error + (error.ends_with(":") ? " lost" : " - lost"));

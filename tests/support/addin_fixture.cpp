@@ -85,7 +85,6 @@ AddInFixture::AddInFixture(FixtureOptions options)
   for (const char* form : {"frmSplashScreen", "frmProgress"}) ui.AllowForm(form);
   InstallServices(options.engine);
   ui.before_call = [this](std::string_view call) { faults(call); };
-  outlook.OnCall([this](std::string_view call) { faults(call); });
   faults.FailAt(0);
   g_bLogDebuggingInfo = true;
 }
@@ -107,8 +106,8 @@ void AddInFixture::InstallHostWith(platform::Ui& back_end) {
   Debug_Info::InstallTraceLog();
   platform::RemoveHost();
   const platform::ProductInfo product{1, 0, 0, std::string(kProductFolder)};
-  platform::InstallHost({outlook.Cdo(), clipboard, clock, *faulty_engine_, *faulty_files_, inet,
-                         pictures_, outlook.Redemption(), *faulty_registry_, shell, back_end,
+  platform::InstallHost({*faulty_cdo_, clipboard, clock, *faulty_engine_, *faulty_files_, inet,
+                         pictures_, *faulty_redemption_, *faulty_registry_, shell, back_end,
                          product});
 }
 
@@ -136,7 +135,7 @@ void AddInFixture::TearDown() {
 void AddInFixture::ConnectAddIn() {
   g_bLogDebuggingInfo = false;
   connect_ = std::make_unique<Connect>();
-  connect_->AddinInstance_OnConnection(outlook.Application());
+  connect_->AddinInstance_OnConnection(WithFaults(outlook.Application(), faults));
 }
 
 void AddInFixture::DisconnectAddIn() {

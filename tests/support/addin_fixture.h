@@ -14,7 +14,7 @@
 #include "desk/profile/profile_files.h"
 #include "desk/profile/registry_file.h"
 #include "engine/engine.h"
-#include "support/fault_injector.h"
+#include "support/faulty_outlook.h"
 #include "support/scripted_engine.h"
 #include "support/scripted_ui.h"
 #include "support/temp_folder.h"
@@ -99,6 +99,9 @@ class AddInFixture : public ::testing::Test {
   desk::FilePictures pictures_{*faulty_files_};
   std::unique_ptr<platform::Registry> faulty_registry_ = WithFaults(registry, faults);
   std::unique_ptr<platform::EngineFactory> faulty_engine_;
+  std::unique_ptr<platform::Redemption> faulty_redemption_ =
+      WithFaults(outlook.Redemption(), faults);
+  std::unique_ptr<platform::Cdo> faulty_cdo_ = WithFaults(outlook.Cdo(), faults);
   std::unique_ptr<Connect> connect_;
   std::vector<std::string> allowed_errors_;
 };

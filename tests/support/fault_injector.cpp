@@ -188,6 +188,7 @@ class FaultyFiles final : public platform::Files {
 };
 
 }  // namespace
+
 std::unique_ptr<platform::Files> WithFaults(platform::Files& real, FaultInjector& faults) {
   return std::make_unique<FaultyFiles>(real, faults);
 }

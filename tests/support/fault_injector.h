@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -12,10 +13,13 @@
 
 namespace corvessa::testing {
 
-/// Counts the platform calls of a scenario and lets one of them fail, so that a sweep can run the
-/// scenario once for each. Trace lines are not counted: losing one changes nothing.
+/// Sees every platform call before it does anything. Counts the calls of a scenario and fails one
+/// of them, so that a sweep can run the scenario once for each. Trace lines are not counted: losing
+/// one changes nothing.
 class FaultInjector {
  public:
+  using CallHook = std::function<void(std::string_view call)>;
+
   /// Counts anew from here; the nth call (from 1) fails, 0 for none.
   void FailAt(std::size_t n) {
     calls_ = 0;
@@ -25,8 +29,13 @@ class FaultInjector {
   /// The call that failed, such as "Files::Write"; empty when none has.
   const std::string& Failed() const { return failed_; }
 
+  /// Sees the same calls; an Error that it throws is the call's failure.
+  CallHook on_call;
+
   /// To be called before each platform call; throws Error when this one is to fail.
   void operator()(std::string_view call) {
+    // The hook may replace itself.
+    if (const CallHook hook = on_call) hook(call);
     if (++calls_ != fail_at_) return;
     failed_ = call;
     Raise(kPathFileAccess);

@@ -31,7 +31,7 @@ class ConfigurationButtonTest : public AddInFixture {
   /// The add-in's button; null when there is none.
   desk::ButtonPtr Button() {
     for (const desk::ButtonPtr& button : explorer->Bars().Find("Standard")->Buttons()) {
-      if (button->Look().on_action == "!<CorvessaPro_OL.Connect>") return button;
+      if (button->Properties().on_action == "!<CorvessaPro_OL.Connect>") return button;
     }
     return nullptr;
   }
@@ -55,10 +55,10 @@ TEST_F(ConfigurationButtonTest, StandsOnTheStandardBarWithItsPicture) {
   "Corvessa" tip="Secure Email From Corvessa" style=3 face=pasted group action="!<CorvessaPro_OL.Connect>"
 )");
   const desk::ButtonPtr button = Button();
-  EXPECT_TRUE(button->Look().temporary);
+  EXPECT_TRUE(button->Properties().temporary);
   // 48 bytes of header and palette, 16 rows of 4 bytes, 2 to spare; 24-bit pixels in the face.
-  EXPECT_EQ(button->Look().pasted_mask->size(), 114U);
-  EXPECT_EQ(button->Look().pasted_face->size(), 40U + 16 * 48);
+  EXPECT_EQ(button->Properties().pasted_mask->size(), 114U);
+  EXPECT_EQ(button->Properties().pasted_face->size(), 40U + 16 * 48);
   buttons.CloseButtons();
   EXPECT_EQ(Button(), nullptr);
   buttons.CloseButtons();
@@ -66,7 +66,7 @@ TEST_F(ConfigurationButtonTest, StandsOnTheStandardBarWithItsPicture) {
   SetEditionSwitch("NoToolbarButtonText", 1);
   RegistryHandlers::ReadUserAccountInfo();
   ASSERT_TRUE(Init());
-  const desk::ButtonLook& look = Button()->Look();
+  const desk::ButtonProperties& look = Button()->Properties();
   EXPECT_EQ(look.caption + "|" + look.tooltip, "|Secure Email From Corvessa");
   EXPECT_EQ(look.style, platform::kButtonIconAndCaption);
 }
@@ -77,8 +77,8 @@ TEST_F(ConfigurationButtonTest, DoesWithoutAPictureThatIsMissingOrNone) {
   files.Write(picture, "GIF89a");
   for (int round = 0; round < 2; ++round) {
     ASSERT_TRUE(Init());
-    EXPECT_EQ(Button()->Look().style, platform::kButtonCaption);
-    EXPECT_FALSE(Button()->Look().pasted_face);
+    EXPECT_EQ(Button()->Properties().style, platform::kButtonCaption);
+    EXPECT_FALSE(Button()->Properties().pasted_face);
     buttons.CloseButtons();
     if (files.FileExists(picture)) files.Delete(picture);
   }

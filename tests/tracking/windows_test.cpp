@@ -102,18 +102,18 @@ TEST_F(Windows, UnreadableOnesAreTracedAndOthersThanMailsLeftAlone) {
   StoreAccount("ann@example.org");
   ConnectAddIn();
   ClearTrace();
-  outlook.OnCall([](std::string_view call) {
+  faults.on_call = [](std::string_view call) {
     if (call == "Inspector.CurrentItem" || call == "Explorer.Subscribe") throw Error{5, "gone"};
-  });
-  inspectors->AddInspector(window);
-  explorers->AddExplorer(folder, false);
+  };
+  inspectors->AddInspector(WithFaults(window, faults));
+  explorers->AddExplorer(WithFaults(folder, faults), false);
   outlook.Open(outlook.NewMail());
   std::vector<std::string> calls;
-  outlook.OnCall([&](std::string_view call) { calls.emplace_back(call); });
+  faults.on_call = [&](std::string_view call) { calls.emplace_back(call); };
   desk::ItemData contact;
   contact.item_class = desk::kContactClass;
   outlook.Open(outlook.AddItem(contact));
-  outlook.OnCall({});
+  faults.on_call = nullptr;
   EXPECT_THAT(calls, ElementsAre("Inspector.CurrentItem", "MailItem.Class"));
   const std::vector<std::string> errors = {"InspectorNode::Initialise - gone",
                                            "ExplorerNode::Initialise - gone",

@@ -29,8 +29,9 @@ std::string ButtonMeant(const Bars& bars, const std::string& caption) {
   for (const BarPtr& bar : bars.All()) {
     if (!bar->IsVisible()) continue;
     for (const ButtonPtr& button : bar->Buttons()) {
-      const std::string& shown = button->Look().caption;
-      if (button->Look().visible && LCase(DrawnCaption(shown)) == LCase(caption)) return shown;
+      const std::string& shown = button->Properties().caption;
+      if (button->Properties().visible && LCase(DrawnCaption(shown)) == LCase(caption))
+        return shown;
     }
   }
   return caption;

@@ -1,9 +1,10 @@
 #include "desk/outlook/bars.h"
 
-#include <algorithm>
+#include <utility>
 
 #include "base/error.h"
 #include "base/text.h"
+#include "platform/clipboard.h"
 
 namespace corvessa::desk {
 namespace {
@@ -14,6 +15,119 @@ bool SameCaption(std::string_view caption, std::string_view wanted) {
 
 }  // namespace
 
+Button::Button(WorldPtr world, ButtonProperties properties)
+    : Connected(std::move(world)), properties_(std::move(properties)) {}
+
+bool Button::Click() {
+  if (!IsConnected() || !properties_.visible || !properties_.enabled) return false;
+  bool cancel_default = false;
+  if (properties_.tag.empty()) {
+    RaiseClick(cancel_default);
+  } else {
+    const auto clicked = world_->ButtonsTagged(properties_.tag);
+    for (const auto& button : clicked) button->RaiseClick(cancel_default);
+  }
+  return true;
+}
+
+bool Button::HasTag(std::string_view tag) const {
+  return IsConnected() && properties_.tag == tag;
+}
+
+void Button::RaiseClick(bool& cancel_default) {
+  sinks_.Raise([&](auto& sink) { sink.Click(cancel_default); });
+}
+
+std::string Button::Caption() {
+  RequireConnected();
+  return properties_.caption;
+}
+
+void Button::SetCaption(std::string_view caption) {
+  RequireConnected();
+  properties_.caption = caption;
+}
+
+void Button::SetTooltipText(std::string_view text) {
+  RequireConnected();
+  properties_.tooltip = text;
+}
+
+void Button::SetStyle(std::int32_t style) {
+  RequireConnected();
+  properties_.style = style;
+}
+
+void Button::SetFaceId(std::int32_t face) {
+  RequireConnected();
+  properties_.face_id = face;
+  properties_.pasted_face.reset();
+  properties_.pasted_mask.reset();
+}
+
+std::int32_t Button::State() {
+  RequireConnected();
+  return properties_.state;
+}
+
+void Button::SetState(std::int32_t state) {
+  RequireConnected();
+  properties_.state = state;
+}
+
+void Button::SetEnabled(bool enabled) {
+  RequireConnected();
+  properties_.enabled = enabled;
+}
+
+void Button::SetBeginGroup(bool begins_group) {
+  RequireConnected();
+  properties_.begins_group = begins_group;
+}
+
+void Button::SetOnAction(std::string_view action) {
+  RequireConnected();
+  properties_.on_action = action;
+}
+
+void Button::SetVisible(bool visible) {
+  RequireConnected();
+  properties_.visible = visible;
+}
+
+std::string Button::Tag() {
+  RequireConnected();
+  return properties_.tag;
+}
+
+void Button::SetTag(std::string_view tag) {
+  RequireConnected();
+  properties_.tag = tag;
+}
+
+void Button::PasteFace() {
+  RequireConnected();
+  platform::Clipboard* const clipboard = world_->Clipboard();
+  if (!clipboard || !clipboard->Open()) Raise(kInvalidArgument);
+  auto face = clipboard->GetData(clipboard->RegisterFormat(platform::kFaceFormat));
+  auto mask = clipboard->GetData(clipboard->RegisterFormat(platform::kMaskFormat));
+  if (!face) face = clipboard->GetData(platform::kClipboardDib);
+  clipboard->Close();
+  if (!face) Raise(kInvalidArgument);
+  properties_.pasted_face = std::move(face);
+  properties_.pasted_mask = std::move(mask);
+}
+
+void Button::Delete() {
+  RequireConnected();
+  Remove();
+}
+
+platform::Subscription Button::Subscribe(platform::CommandBarButtonEvents& sink) {
+  RequireConnected();
+  return sinks_.Add(sink);
+}
+
 Bar::Bar(WorldPtr world, std::string name, bool temporary, bool visible)
     : Connected(std::move(world)),
       name_(std::move(name)),
@@ -21,20 +135,21 @@ Bar::Bar(WorldPtr world, std::string name, bool temporary, bool visible)
       visible_(visible) {}
 
 void Bar::DropDeleted() {
-  std::erase_if(controls_, [](const ButtonPtr& button) { return button && !button->IsThere(); });
+  std::erase_if(controls_,
+                [](const ButtonPtr& button) { return button && !button->IsConnected(); });
 }
 
 std::vector<ButtonPtr> Bar::Buttons() const {
   std::vector<ButtonPtr> buttons;
   for (const auto& control : controls_) {
-    if (control && control->IsThere()) buttons.push_back(control);
+    if (control && control->IsConnected()) buttons.push_back(control);
   }
   return buttons;
 }
 
-ButtonPtr Bar::NewButton(ButtonLook look) {
-  controls_.push_back(std::make_shared<Button>(world_, std::move(look)));
-  world_->Remember(controls_.back());
+ButtonPtr Bar::NewButton(ButtonProperties properties) {
+  controls_.push_back(std::make_shared<Button>(world_, std::move(properties)));
+  world_->AddButton(controls_.back());
   return controls_.back();
 }
 
@@ -43,11 +158,11 @@ void Bar::AddMenu() {
 }
 
 void Bar::AddOwnButton(std::string_view caption, std::int32_t face_id) {
-  ButtonLook look;
-  look.caption = caption;
-  look.tooltip = Replace(caption, "&", "");
-  look.face_id = face_id;
-  NewButton(std::move(look));
+  ButtonProperties properties;
+  properties.caption = caption;
+  properties.tooltip = Replace(caption, "&", "");
+  properties.face_id = face_id;
+  NewButton(std::move(properties));
 }
 
 void Bar::Remove() {
@@ -56,38 +171,38 @@ void Bar::Remove() {
 }
 
 std::string Bar::Name() {
-  Called("CommandBar.Name");
+  RequireConnected();
   return name_;
 }
 
 void Bar::SetVisible(bool visible) {
-  Called("CommandBar.SetVisible");
+  RequireConnected();
   visible_ = visible;
 }
 
 void Bar::SetPosition(std::int32_t position) {
-  Called("CommandBar.SetPosition");
+  RequireConnected();
   position_ = position;
 }
 
 platform::CommandBarControlsPtr Bar::Controls() {
-  Called("CommandBar.Controls");
+  RequireConnected();
   return shared_from_this();
 }
 
 void Bar::Delete() {
-  Called("CommandBar.Delete");
+  RequireConnected();
   Remove();
 }
 
 std::int32_t Bar::Count() {
-  Called("CommandBarControls.Count");
+  RequireConnected();
   DropDeleted();
   return static_cast<std::int32_t>(controls_.size());
 }
 
 platform::CommandBarButtonPtr Bar::Item(std::int32_t index) {
-  Called("CommandBarControls.Item");
+  RequireConnected();
   DropDeleted();
   if (index < 1 || static_cast<std::size_t>(index) > controls_.size()) Raise(kInvalidArgument);
   const auto& control = controls_[static_cast<std::size_t>(index) - 1];
@@ -96,10 +211,10 @@ platform::CommandBarButtonPtr Bar::Item(std::int32_t index) {
 }
 
 platform::CommandBarButtonPtr Bar::AddButton(bool temporary) {
-  Called("CommandBarControls.AddButton");
-  ButtonLook look;
-  look.temporary = temporary;
-  return NewButton(std::move(look));
+  RequireConnected();
+  ButtonProperties properties;
+  properties.temporary = temporary;
+  return NewButton(std::move(properties));
 }
 
 Bars::Bars(WorldPtr world, Window window) : Connected(std::move(world)) {
@@ -121,7 +236,7 @@ BarPtr Bars::AddOwnBar(std::string_view name) {
 
 std::vector<BarPtr> Bars::All() const {
   std::vector<BarPtr> all = bars_;
-  std::erase_if(all, [](const BarPtr& bar) { return !bar->IsThere(); });
+  std::erase_if(all, [](const BarPtr& bar) { return !bar->IsConnected(); });
   return all;
 }
 
@@ -136,7 +251,8 @@ ButtonPtr Bars::FindButton(std::string_view caption) const {
   for (const auto& bar : All()) {
     if (!bar->IsVisible()) continue;
     for (const auto& button : bar->Buttons()) {
-      if (button->Look().visible && SameCaption(button->Look().caption, caption)) return button;
+      if (button->Properties().visible && SameCaption(button->Properties().caption, caption))
+        return button;
     }
   }
   return nullptr;
@@ -148,27 +264,27 @@ void Bars::Remove() {
 }
 
 std::int32_t Bars::Count() {
-  Called("CommandBars.Count");
+  RequireConnected();
   bars_ = All();
   return static_cast<std::int32_t>(bars_.size());
 }
 
 platform::CommandBarPtr Bars::Item(std::int32_t index) {
-  Called("CommandBars.Item");
+  RequireConnected();
   bars_ = All();
   if (index < 1 || static_cast<std::size_t>(index) > bars_.size()) Raise(kInvalidArgument);
   return bars_[static_cast<std::size_t>(index) - 1];
 }
 
 platform::CommandBarPtr Bars::ItemByName(std::string_view name) {
-  Called("CommandBars.ItemByName");
+  RequireConnected();
   auto bar = Find(name);
   if (!bar) Raise(kInvalidArgument);
   return bar;
 }
 
 platform::CommandBarPtr Bars::Add(std::string_view name, bool temporary) {
-  Called("CommandBars.Add");
+  RequireConnected();
   if (Find(name)) Raise(kInvalidArgument);
   bars_ = All();
   bars_.push_back(std::make_shared<Bar>(world_, std::string(name), temporary, false));
@@ -182,14 +298,14 @@ std::string Describe(const Bars& bars, std::string_view further_bar) {
     text += bar->NameText() + (bar->IsVisible() ? "" : " hidden") +
             " position=" + Decimal(bar->Position()) + "\n";
     for (const auto& button : bar->Buttons()) {
-      const ButtonLook& look = button->Look();
-      text += "  \"" + look.caption + "\" tip=\"" + look.tooltip +
-              "\" style=" + Decimal(look.style) +
-              " face=" + (look.pasted_face ? "pasted" : Decimal(look.face_id)) +
-              (look.state == platform::kButtonDown ? " down" : "") +
-              (look.enabled ? "" : " disabled") + (look.visible ? "" : " hidden") +
-              (look.begins_group ? " group" : "") + (look.temporary ? "" : " permanent") +
-              (look.on_action.empty() ? "" : " action=\"" + look.on_action + "\"") + "\n";
+      const ButtonProperties& shown = button->Properties();
+      text += "  \"" + shown.caption + "\" tip=\"" + shown.tooltip +
+              "\" style=" + Decimal(shown.style) +
+              " face=" + (shown.pasted_face ? "pasted" : Decimal(shown.face_id)) +
+              (shown.state == platform::kButtonDown ? " down" : "") +
+              (shown.enabled ? "" : " disabled") + (shown.visible ? "" : " hidden") +
+              (shown.begins_group ? " group" : "") + (shown.temporary ? "" : " permanent") +
+              (shown.on_action.empty() ? "" : " action=\"" + shown.on_action + "\"") + "\n";
     }
   }
   return text;

@@ -2,15 +2,72 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "desk/outlook/button.h"
-#include "desk/outlook/connected.h"
+#include "desk/outlook/world.h"
 #include "platform/command_bars.h"
 
+/// The command bars of a window, as the add-in, the user and Outlook itself see them.
 namespace corvessa::desk {
+
+/// What a button shows and carries.
+struct ButtonProperties {
+  std::string caption;
+  std::string tooltip;
+  std::int32_t style = 0;
+  std::int32_t face_id = 0;
+  std::int32_t state = platform::kButtonUp;
+  bool enabled = true;
+  bool visible = true;
+  bool begins_group = false;
+  bool temporary = false;
+  std::string on_action;
+  std::string tag;
+  /// The clipboard's blocks when a face was pasted; the mask is missing when there was none.
+  std::optional<std::vector<std::uint8_t>> pasted_face;
+  std::optional<std::vector<std::uint8_t>> pasted_mask;
+
+  bool operator==(const ButtonProperties&) const = default;
+};
+
+/// A button. Once it, its bar or its window is gone, every call on it fails.
+class Button final : public platform::CommandBarButton, public TaggedButton, public Connected {
+ public:
+  Button(WorldPtr world, ButtonProperties properties);
+
+  const ButtonProperties& Properties() const { return properties_; }
+  void Remove() { Disconnect(); }
+  /// The user's click, which reaches the sinks of every button that has the same tag. False, and no
+  /// event, for a button that is gone, hidden or disabled.
+  bool Click();
+  bool HasTag(std::string_view tag) const override;
+  void RaiseClick(bool& cancel_default) override;
+
+  std::string Caption() override;
+  void SetCaption(std::string_view caption) override;
+  void SetTooltipText(std::string_view text) override;
+  void SetStyle(std::int32_t style) override;
+  void SetFaceId(std::int32_t face) override;
+  std::int32_t State() override;
+  void SetState(std::int32_t state) override;
+  void SetEnabled(bool enabled) override;
+  void SetBeginGroup(bool begins_group) override;
+  void SetOnAction(std::string_view action) override;
+  void SetVisible(bool visible) override;
+  std::string Tag() override;
+  void SetTag(std::string_view tag) override;
+  void PasteFace() override;
+  void Delete() override;
+  platform::Subscription Subscribe(platform::CommandBarButtonEvents& sink) override;
+
+ private:
+  ButtonProperties properties_;
+  SinkList<platform::CommandBarButtonEvents> sinks_;
+};
+using ButtonPtr = std::shared_ptr<Button>;
 
 /// A bar and its controls.
 class Bar final : public platform::CommandBar,
@@ -24,9 +81,9 @@ class Bar final : public platform::CommandBar,
   bool IsTemporary() const { return temporary_; }
   std::int32_t Position() const { return position_; }
   const std::string& NameText() const { return name_; }
-  /// In their order; deleted ones are left out.
+  /// In order, without deleted ones.
   std::vector<ButtonPtr> Buttons() const;
-  /// Outlook's own furniture: a menu or drop-down, or a button with a face of Office's own.
+  /// Outlook's own controls: a menu or drop-down list, or a button with one of Office's faces.
   void AddMenu();
   void AddOwnButton(std::string_view caption, std::int32_t face_id);
   void Remove();
@@ -42,13 +99,13 @@ class Bar final : public platform::CommandBar,
 
  private:
   void DropDeleted();
-  ButtonPtr NewButton(ButtonLook look);
+  ButtonPtr NewButton(ButtonProperties properties);
 
   std::string name_;
   bool temporary_;
   bool visible_;
   std::int32_t position_ = platform::kBarTop;
-  /// A null one is a control that is no button.
+  /// Null for a control that is not a button.
   std::vector<ButtonPtr> controls_;
 };
 using BarPtr = std::shared_ptr<Bar>;
@@ -60,12 +117,12 @@ class Bars final : public platform::CommandBars, public Connected {
   Bars(WorldPtr world, Window window);
 
   std::vector<BarPtr> All() const;
-  /// Null when there is none of the name.
+  /// Null when no bar has the name.
   BarPtr Find(std::string_view name) const;
-  /// The first visible button with the caption on a visible bar; "&" marks may be left out. Null
-  /// when there is none.
+  /// The first visible button with the caption, with or without its "&" marks, on a visible bar;
+  /// null when there is none.
   ButtonPtr FindButton(std::string_view caption) const;
-  /// The window closes: nothing of it can be used any more.
+  /// The window closes: every further call on its bars and buttons fails.
   void Remove();
 
   std::int32_t Count() override;
@@ -80,8 +137,8 @@ class Bars final : public platform::CommandBars, public Connected {
 };
 using BarsPtr = std::shared_ptr<Bars>;
 
-/// The add-ins' bars (those that are temporary) as text for a golden test, and any further bar by
-/// its name; a line a bar and, indented, a line a button, tags left out.
+/// The add-ins' bars (the temporary ones) and one further bar by name, as text for golden tests: a
+/// line for each bar and an indented line for each button, without tags.
 std::string Describe(const Bars& bars, std::string_view further_bar = {});
 
 }  // namespace corvessa::desk

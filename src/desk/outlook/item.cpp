@@ -4,7 +4,6 @@
 
 #include "base/error.h"
 #include "desk/outlook/html_text.h"
-#include "desk/outlook/windows.h"
 
 namespace corvessa::desk {
 namespace {
@@ -14,6 +13,38 @@ platform::SharedText Share(std::string_view text) {
 }
 
 }  // namespace
+
+InspectorWindow::InspectorWindow(WorldPtr world, std::shared_ptr<Item> item)
+    : Connected(std::move(world)),
+      item_(std::move(item)),
+      word_mail_(world_->word_mail),
+      bars_(std::make_shared<desk::Bars>(world_, desk::Bars::Window::kInspector)) {}
+
+void InspectorWindow::Remove() {
+  state_ = State::kClosed;
+  Disconnect();
+  bars_->Remove();
+}
+
+platform::MailItemPtr InspectorWindow::CurrentItem() {
+  RequireConnected();
+  return item_;
+}
+
+platform::CommandBarsPtr InspectorWindow::CommandBars() {
+  RequireConnected();
+  return bars_;
+}
+
+bool InspectorWindow::IsWordMail() {
+  RequireConnected();
+  return word_mail_;
+}
+
+platform::Subscription InspectorWindow::Subscribe(platform::InspectorEvents& sink) {
+  RequireConnected();
+  return sinks_.Add(sink);
+}
 
 Item::Item(WorldPtr world, ItemData data) : world_(std::move(world)), live_(std::move(data)) {
   if (!live_.html->empty() && live_.body->empty()) live_.body = Share(HtmlToText(*live_.html));
@@ -98,39 +129,32 @@ void Item::CheckIsMail() const {
 }
 
 std::string Item::TypeName() {
-  world_->Called("MailItem.TypeName");
   return TypeNameOf(live_.item_class);
 }
 
 std::int32_t Item::Class() {
-  world_->Called("MailItem.Class");
   return live_.item_class;
 }
 
 platform::SharedText Item::Body() {
-  world_->Called("MailItem.Body");
   return live_.body;
 }
 
 void Item::SetBody(std::string_view text) {
-  world_->Called("MailItem.SetBody");
   EditBody(text);
 }
 
 platform::SharedText Item::HTMLBody() {
-  world_->Called("MailItem.HTMLBody");
   CheckIsMail();
   return live_.html;
 }
 
 void Item::SetHTMLBody(std::string_view html) {
-  world_->Called("MailItem.SetHTMLBody");
   CheckIsMail();
   EditHTMLBody(html);
 }
 
 void Item::SetBodyFormat(std::int32_t format) {
-  world_->Called("MailItem.SetBodyFormat");
   CheckIsMail();
   if (world_->MajorVersion() < 10) RaiseNotSupported();
   if (format != platform::kBodyFormatPlain) Raise(kInvalidArgument);
@@ -139,38 +163,31 @@ void Item::SetBodyFormat(std::int32_t format) {
 }
 
 std::string Item::Subject() {
-  world_->Called("MailItem.Subject");
   return live_.subject;
 }
 
 std::string Item::EntryID() {
-  world_->Called("MailItem.EntryID");
   return live_.entry_id;
 }
 
 std::string Item::ReceivedTime() {
-  world_->Called("MailItem.ReceivedTime");
   CheckIsMail();
   return live_.received_time;
 }
 
 std::string Item::ParentName() {
-  world_->Called("MailItem.ParentName");
   return live_.folder;
 }
 
 platform::InspectorPtr Item::GetInspector() {
-  world_->Called("MailItem.GetInspector");
   return WindowOrNew();
 }
 
 platform::AttachmentsPtr Item::Attachments() {
-  world_->Called("MailItem.Attachments");
   return MakeAttachments(shared_from_this());
 }
 
 platform::Subscription Item::Subscribe(platform::MailItemEvents& sink) {
-  world_->Called("MailItem.Subscribe");
   return sinks_.Add(sink);
 }
 

@@ -5,22 +5,53 @@
 #include <string>
 #include <string_view>
 
+#include "desk/outlook/bars.h"
 #include "desk/outlook/item_data.h"
-#include "desk/outlook/sink_list.h"
 #include "desk/outlook/world.h"
 #include "platform/outlook.h"
 
+/// Outlook's items and their windows.
 namespace corvessa::desk {
 
-class InspectorWindow;
+class Item;
 
-/// An Outlook item: what an open window shows and add-ins change (Data), beside what the store
-/// holds (Stored). Saving makes the store hold the former; closing its window without saving puts
-/// the item back to the latter.
+/// The window of an item. Once it is closed every call on it fails.
+class InspectorWindow final : public platform::Inspector, public Connected {
+ public:
+  /// kUnopened: created by an add-in's call, not shown. kOpening: raising its first events.
+  /// kClosing: raising the item's Close.
+  enum class State { kUnopened, kOpening, kShown, kClosing, kClosed };
+
+  InspectorWindow(WorldPtr world, std::shared_ptr<Item> item);
+
+  desk::Bars& Bars() const { return *bars_; }
+  const std::shared_ptr<Item>& ShownItem() const { return item_; }
+  const SinkList<platform::InspectorEvents>& Events() const { return sinks_; }
+  State CurrentState() const { return state_; }
+  void SetState(State state) { state_ = state; }
+  void Remove();
+
+  platform::MailItemPtr CurrentItem() override;
+  platform::CommandBarsPtr CommandBars() override;
+  bool IsWordMail() override;
+  platform::Subscription Subscribe(platform::InspectorEvents& sink) override;
+
+ private:
+  std::shared_ptr<Item> item_;
+  bool word_mail_;
+  State state_ = State::kUnopened;
+  BarsPtr bars_;
+  SinkList<platform::InspectorEvents> sinks_;
+};
+using InspectorWindowPtr = std::shared_ptr<InspectorWindow>;
+
+/// An Outlook item: the state that its window shows and add-ins change (Data), and the state in the
+/// store (Stored). Saving copies the former to the store; closing the window without saving
+/// restores the latter.
 ///
-/// The bodies follow Outlook's rule: an item is either plain text (no HTML body) or HTML, whose
-/// plain body is derived from it. Setting the body, to the same text too, makes the item plain;
-/// setting the HTML body derives the plain one (HtmlToText). Each set raises PropertyChange.
+/// An item is either plain text (no HTML body) or HTML with a plain body derived from it. Setting
+/// the body, even to the same text, makes the item plain; setting the HTML body derives the plain
+/// one (HtmlToText). Each set raises PropertyChange.
 class Item final : public platform::MailItem, public std::enable_shared_from_this<Item> {
  public:
   Item(WorldPtr world, ItemData data);
@@ -31,7 +62,7 @@ class Item final : public platform::MailItem, public std::enable_shared_from_thi
   /// How often an add-in saved it.
   int SavesByAddIn() const { return saves_by_add_in_; }
 
-  // What the user and Outlook itself do; none of these is a platform call.
+  // What the user and Outlook itself do.
   void EditBody(std::string_view text);
   void EditHTMLBody(std::string_view html);
   void EditSubject(std::string_view subject);
@@ -42,16 +73,15 @@ class Item final : public platform::MailItem, public std::enable_shared_from_thi
   void MoveTo(std::string_view folder);
   void Save();
   void SaveByAddIn();
-  /// What is not saved is lost; an item never saved keeps what it has.
+  /// Discards what was not saved; an item that was never saved stays as it is.
   void Revert();
   void BecomeSent(const Person& sender);
 
   const SinkList<platform::MailItemEvents>& Events() const { return sinks_; }
   const WorldPtr& Outlook() const { return world_; }
-  /// The window made for it, shown or not; null when there is none.
+  /// Its window, shown or not; null when there is none.
   std::shared_ptr<InspectorWindow> Window() const { return window_.lock(); }
   std::shared_ptr<InspectorWindow> WindowOrNew();
-  /// Its window has closed.
   void ForgetWindow() { window_.reset(); }
 
   std::string TypeName() override;
@@ -82,7 +112,7 @@ class Item final : public platform::MailItem, public std::enable_shared_from_thi
 };
 using ItemPtr = std::shared_ptr<Item>;
 
-/// The attachment at a position from 1 as an event hands it out.
+/// The attachment at a position from 1, as it is now. Throws Error for a wrong position.
 platform::AttachmentPtr MakeAttachment(const ItemPtr& item, std::int32_t index);
 /// The item's attachments, live.
 platform::AttachmentsPtr MakeAttachments(const ItemPtr& item);

@@ -12,6 +12,7 @@
 #include "desk/outlook/content.h"
 #include "platform/outlook.h"
 
+/// Items as plain values, and what follows from the values alone.
 namespace corvessa::desk {
 
 struct Person {
@@ -29,19 +30,19 @@ struct RecipientData {
   std::string address = {};
   /// Of its directory entry, for MAPIUtils.
   std::string entry_id = {};
-  /// The address of its address entry where that is another one. Without it and without an address
-  /// the recipient has no address entry.
+  /// The address of its address entry, if that is a different one. A recipient with neither has no
+  /// address entry.
   std::optional<std::string> entry_address = {};
 
   bool operator==(const RecipientData&) const = default;
 };
 
-/// An attachment, unchanged once it is there. Without content it is an embedded item.
+/// An attachment; immutable. Without content it is an embedded item.
 struct AttachmentData {
   std::string file_name = {};
   std::string display_name = {};
   ContentPtr content = {};
-  /// Only kept for the host: the MIME type and the content ID of an inline picture.
+  /// For the host only: the MIME type, and the content ID of an inline picture.
   std::string content_type = {};
   std::string content_id = {};
 };
@@ -65,12 +66,12 @@ platform::SharedText EmptyText();
 /// The GUID and the name of a named property.
 using PropertyName = std::pair<std::string, std::string>;
 
-/// The case of a header line's name does not count.
+/// Compares header names without regard to case.
 struct PropertyOrder {
   bool operator()(const PropertyName& one, const PropertyName& other) const;
 };
 
-/// All that an item holds. Copies are cheap: texts and attachments are shared.
+/// The contents of an item. Copies are cheap: texts and attachments are shared.
 struct ItemData {
   std::int32_t item_class = platform::kMailItemClass;
   /// Empty for an item being composed.
@@ -88,22 +89,30 @@ struct ItemData {
   std::string folder;
   std::vector<AttachmentDataPtr> attachments;
   std::map<PropertyName, std::string, PropertyOrder> properties;
-  /// Message identifiers with their angle brackets, kept for the host.
+  /// For the host only: message identifiers in angle brackets.
   std::string message_id;
   std::string in_reply_to;
   std::string references;
 };
 
-/// "MailItem" for 43 and so on; "Item" for a class that the model does not know.
+/// Such as "MailItem" for 43; "Item" for an unknown class.
 std::string TypeNameOf(std::int32_t item_class);
 
 /// The values of the named properties that travel as header lines, by name.
 std::vector<std::pair<std::string, std::string>> HeaderLines(const ItemData& data);
 
-/// What is shown of a person: the name, or the address of one without.
+/// The name, or the address if there is no name.
 std::string ShownName(std::string_view name, std::string_view address);
 
 /// The shown names of the recipients of one kind, joined by "; ".
 std::string NamesOf(const ItemData& data, RecipientKind kind);
+
+/// A Reply or Reply All as Outlook 2000 creates it: to the reply-to addresses, else the sender, and
+/// for Reply All to all other recipients except the owner; "RE: " replaces an earlier prefix of the
+/// subject; the original is quoted below an empty line, as HTML when it is HTML; no attachments.
+ItemData MakeReply(const ItemData& original, const Person& owner, bool to_all);
+
+/// A Forward: no recipients, "FW: ", the quoted original and its attachments.
+ItemData MakeForward(const ItemData& original);
 
 }  // namespace corvessa::desk

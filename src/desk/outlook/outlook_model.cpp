@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "desk/outlook/responses.h"
-
 namespace corvessa::desk {
 namespace {
 
@@ -14,20 +12,20 @@ bool IsOpen(const InspectorWindow& window) {
   return window.CurrentState() == State::kShown || window.CurrentState() == State::kOpening;
 }
 
-/// Puts a value into a list for a scope.
-template <typename Value>
-class Listed {
+/// Marks an item as being sent for the duration of a scope.
+class SendingScope {
  public:
-  Listed(std::vector<Value>& list, Value value) : list_(list), value_(value) {
-    list_.push_back(value_);
+  SendingScope(std::vector<const Item*>& sending, const Item* item)
+      : sending_(sending), item_(item) {
+    sending_.push_back(item_);
   }
-  ~Listed() { list_.erase(std::ranges::find(list_, value_)); }
-  Listed(const Listed&) = delete;
-  Listed& operator=(const Listed&) = delete;
+  ~SendingScope() { sending_.erase(std::ranges::find(sending_, item_)); }
+  SendingScope(const SendingScope&) = delete;
+  SendingScope& operator=(const SendingScope&) = delete;
 
  private:
-  std::vector<Value>& list_;
-  Value value_;
+  std::vector<const Item*>& sending_;
+  const Item* item_;
 };
 
 }  // namespace
@@ -38,8 +36,7 @@ OutlookModel::OutlookModel(OutlookOptions options)
       directory_(std::make_shared<Directory>()),
       owner_(std::move(options.owner)),
       application_(std::make_shared<OutlookApplication>(world_)),
-      redemption_(world_, directory_),
-      cdo_(world_) {}
+      redemption_(world_, directory_) {}
 
 OutlookModel::~OutlookModel() = default;
 
@@ -80,7 +77,7 @@ void OutlookModel::Activate(const InspectorWindowPtr& window) {
 InspectorWindowPtr OutlookModel::Open(const ItemPtr& item) {
   const auto window = item->WindowOrNew();
   if (window->CurrentState() == State::kShown) Activate(window);
-  if (window->CurrentState() != State::kMade) return window;
+  if (window->CurrentState() != State::kUnopened) return window;
 
   window->SetState(State::kOpening);
   application_->inspector_windows.insert(application_->inspector_windows.begin(), window);
@@ -165,7 +162,7 @@ std::optional<ItemData> OutlookModel::Send(const ItemPtr& item) {
   const auto held = item;
   bool cancel = false;
   {
-    const Listed<const Item*> sending(sending_, held.get());
+    const SendingScope sending(sending_, held.get());
     application_->Events().Raise([&](auto& sink) { sink.ItemSend(held, cancel); });
   }
   if (cancel) return std::nullopt;

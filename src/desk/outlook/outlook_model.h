@@ -7,29 +7,27 @@
 #include <string_view>
 #include <vector>
 
-#include "desk/outlook/cdo_model.h"
-#include "desk/outlook/directory.h"
+#include "desk/outlook/application.h"
 #include "desk/outlook/item.h"
-#include "desk/outlook/redemption_model.h"
-#include "desk/outlook/windows.h"
+#include "desk/outlook/mapi_model.h"
 #include "desk/outlook/world.h"
 
 namespace corvessa::desk {
 
 struct OutlookOptions {
   std::string version = "9.0.0.2711";
-  /// Needed as soon as an add-in adds or saves attachments.
+  /// Required for adding and saving attachments.
   PathMapper map_path = {};
-  /// Needed for pasted button faces; outlives the model's objects.
+  /// Required for pasted button faces; must outlive the model's objects.
   platform::Clipboard* clipboard = nullptr;
-  /// The mailbox's owner: the sender of sent items, left out of Reply All.
+  /// The owner of the mailbox: the sender of sent items, never a recipient of Reply All.
   Person owner = {};
 };
 
 /// Outlook in this process, as far as an add-in can tell: its objects behind the platform
-/// interfaces, and beside them what its user does, with the events in Outlook's order. One thread.
-/// Whatever an event does - close windows, open others, drop subscriptions - is allowed. What sinks
-/// throw goes through to the caller.
+/// interfaces, and the user's actions with their events in Outlook's order. Single-threaded. An
+/// event handler may close windows, open others and drop subscriptions. Exceptions from sinks reach
+/// the caller.
 class OutlookModel {
  public:
   explicit OutlookModel(OutlookOptions options = {});
@@ -41,24 +39,22 @@ class OutlookModel {
   RedemptionModel& Redemption() { return redemption_; }
   CdoModel& Cdo() { return cdo_; }
   Directory& AddressLists() { return *directory_; }
-  /// Sees every platform call and can let it fail; an empty one sees nothing.
-  void OnCall(CallHook hook) { world_->on_call = std::move(hook); }
   /// Word is the editor in the windows made from now on.
   void SetWordMail(bool word_mail) { world_->word_mail = word_mail; }
 
   // Windows.
   /// Opens a folder window: NewExplorer.
   ExplorerWindowPtr AddExplorer();
-  /// Close, then it is gone.
+  /// Raises Close, then disconnects the window.
   void CloseExplorer(const ExplorerWindowPtr& explorer);
   /// Opens the item's window: NewInspector, the item's Read (saved items only) and Open, the
-  /// window's Activate after the Deactivate of the one before it. An open one only comes to the
-  /// front. Null when Open was cancelled or the window was closed meanwhile.
+  /// previous window's Deactivate, the window's Activate. A window that is already open comes to
+  /// the front. Null when Open was cancelled or a handler closed the window.
   InspectorWindowPtr Open(const ItemPtr& item);
   enum class Closing { kDiscard, kSave };
-  /// The item's Close, the window's Deactivate and Close, the next window's Activate. Changes since
-  /// the last save go unless they are to be saved; either is done after the item's Close. False
-  /// when that was cancelled, the item is being sent, or the window is not open.
+  /// Raises the item's Close, saves or discards changes, then raises the window's Deactivate and
+  /// Close and the next window's Activate. False when the item's Close was cancelled, the item is
+  /// being sent, or the window is not open.
   bool Close(const InspectorWindowPtr& window, Closing closing = Closing::kDiscard);
   /// Open inspectors, the active one last.
   const std::vector<InspectorWindowPtr>& Inspectors() const;
@@ -66,32 +62,33 @@ class OutlookModel {
 
   // Items.
   ItemPtr NewMail();
-  /// Stored in its folder (the Inbox unless the data names another one), with an entry ID.
+  /// Stored with an entry ID in the folder that the data names, by default the Inbox.
   ItemPtr AddReceived(ItemData data);
-  /// An unsent, unsaved item of any class as another program makes one.
+  /// An unsent, unsaved item of any class, as another program creates one.
   ItemPtr AddItem(ItemData data);
   std::vector<ItemPtr> ItemsIn(std::string_view folder) const;
-  /// A content kept in the model's private folder.
+  /// Content in the model's own store.
   ContentPtr Keep(std::string_view bytes) { return world_->Contents().Keep(bytes); }
 
-  /// ItemSend; when it is not cancelled the item is saved to the Outbox, its window closes (the
-  /// item's Close, which cannot be cancelled now), it is delivered as it stood after ItemSend, and
-  /// becomes a sent item. Nothing when it was cancelled: the item and its window stay. While it
-  /// lasts the window cannot be closed. What delivering throws leaves the item in the Outbox.
+  /// Raises ItemSend. Unless that is cancelled, the item is saved to the Outbox, its window closes
+  /// (the item's Close cannot be cancelled now), it is delivered as it was after ItemSend, and
+  /// moves to Sent Items; the result is what was delivered. When cancelled, the item and its window
+  /// stay. The window cannot be closed during ItemSend. An exception from delivery leaves the item
+  /// in the Outbox.
   std::optional<ItemData> Send(const ItemPtr& item);
-  /// Called with each item that is sent, before it is added to Sent.
+  /// Receives each sent item before it is added to Sent.
   void OnDeliver(std::function<void(const ItemData&)> deliver) { deliver_ = std::move(deliver); }
   const std::vector<ItemData>& Sent() const { return sent_; }
 
-  /// The new item after the original's event and before it is shown (Open does that); null when the
-  /// event cancelled it.
+  /// Creates the response and raises the original's event; null when that was cancelled. Open shows
+  /// the response.
   ItemPtr Reply(const ItemPtr& original);
   ItemPtr ReplyAll(const ItemPtr& original);
   ItemPtr Forward(const ItemPtr& original);
   /// The user opens the attachment at a position from 1: AttachmentRead.
   void ReadAttachment(const ItemPtr& item, std::int32_t index);
 
-  /// Clicks the visible button with the caption ("&" marks may be left out); false when there is
+  /// Clicks the visible button with the caption, with or without its "&" marks; false when there is
   /// none or it is disabled.
   static bool Click(const Bars& bars, std::string_view caption);
 

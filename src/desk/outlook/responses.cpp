@@ -1,5 +1,3 @@
-#include "desk/outlook/responses.h"
-
 #include <algorithm>
 #include <memory>
 #include <unordered_set>
@@ -7,6 +5,7 @@
 
 #include "base/text.h"
 #include "desk/outlook/html_text.h"
+#include "desk/outlook/item_data.h"
 
 namespace corvessa::desk {
 namespace {

@@ -4,7 +4,6 @@
 
 #include "base/error.h"
 #include "base/text.h"
-#include "desk/outlook/bars.h"
 #include "desk/outlook/content.h"
 
 namespace corvessa::desk {
@@ -17,10 +16,6 @@ constexpr std::uint32_t kFirstNamedProperty = 0x8000;
 
 void RaiseNotSupported() {
   Raise(kNotSupported, "Object doesn't support this property or method");
-}
-
-void RaiseDisconnected() {
-  Raise(kDisconnected, "The object invoked has disconnected from its clients.");
 }
 
 void CheckIndex(std::int32_t index, std::size_t count) {
@@ -68,18 +63,24 @@ const std::pair<std::string, std::string>* World::NameOf(std::int32_t tag) const
   return &named_properties_[id - kFirstNamedProperty];
 }
 
-void World::Remember(const std::shared_ptr<Button>& button) {
+void World::AddButton(const std::shared_ptr<TaggedButton>& button) {
   std::erase_if(buttons_, [](const auto& known) { return known.expired(); });
   buttons_.push_back(button);
 }
 
-std::vector<std::shared_ptr<Button>> World::ButtonsTagged(std::string_view tag) const {
-  std::vector<std::shared_ptr<Button>> tagged;
+std::vector<std::shared_ptr<TaggedButton>> World::ButtonsTagged(std::string_view tag) const {
+  std::vector<std::shared_ptr<TaggedButton>> tagged;
   for (const auto& known : buttons_) {
-    const auto button = known.lock();
-    if (button && button->IsThere() && button->Look().tag == tag) tagged.push_back(button);
+    if (auto button = known.lock(); button && button->HasTag(tag)) {
+      tagged.push_back(std::move(button));
+    }
   }
   return tagged;
+}
+
+void Connected::RequireConnected() const {
+  if (connected_) return;
+  Raise(kDisconnected, "The object invoked has disconnected from its clients.");
 }
 
 }  // namespace corvessa::desk

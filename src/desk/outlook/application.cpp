@@ -1,4 +1,4 @@
-#include "desk/outlook/windows.h"
+#include "desk/outlook/application.h"
 
 #include <algorithm>
 #include <utility>
@@ -15,54 +15,20 @@ void ExplorerWindow::Remove() {
 }
 
 platform::CommandBarsPtr ExplorerWindow::CommandBars() {
-  Called("Explorer.CommandBars");
+  RequireConnected();
   return bars_;
 }
 
 platform::Subscription ExplorerWindow::Subscribe(platform::ExplorerEvents& sink) {
-  Called("Explorer.Subscribe");
-  return sinks_.Add(sink);
-}
-
-InspectorWindow::InspectorWindow(WorldPtr world, ItemPtr item)
-    : Connected(std::move(world)),
-      item_(std::move(item)),
-      word_mail_(world_->word_mail),
-      bars_(std::make_shared<desk::Bars>(world_, desk::Bars::Window::kInspector)) {}
-
-void InspectorWindow::Remove() {
-  state_ = State::kClosed;
-  Disconnect();
-  bars_->Remove();
-}
-
-platform::MailItemPtr InspectorWindow::CurrentItem() {
-  Called("Inspector.CurrentItem");
-  return item_;
-}
-
-platform::CommandBarsPtr InspectorWindow::CommandBars() {
-  Called("Inspector.CommandBars");
-  return bars_;
-}
-
-bool InspectorWindow::IsWordMail() {
-  Called("Inspector.IsWordMail");
-  return word_mail_;
-}
-
-platform::Subscription InspectorWindow::Subscribe(platform::InspectorEvents& sink) {
-  Called("Inspector.Subscribe");
+  RequireConnected();
   return sinks_.Add(sink);
 }
 
 platform::Subscription ExplorerCollection::Subscribe(platform::ExplorersEvents& sink) {
-  world_->Called("Explorers.Subscribe");
   return sinks_.Add(sink);
 }
 
 platform::Subscription InspectorCollection::Subscribe(platform::InspectorsEvents& sink) {
-  world_->Called("Inspectors.Subscribe");
   return sinks_.Add(sink);
 }
 
@@ -81,32 +47,26 @@ InspectorWindowPtr OutlookApplication::ActiveWindow() const {
 }
 
 std::string OutlookApplication::Version() {
-  world_->Called("Application.Version");
   return world_->Version();
 }
 
 platform::ExplorersPtr OutlookApplication::Explorers() {
-  world_->Called("Application.Explorers");
   return explorers_;
 }
 
 platform::InspectorsPtr OutlookApplication::Inspectors() {
-  world_->Called("Application.Inspectors");
   return inspectors_;
 }
 
 platform::ExplorerPtr OutlookApplication::ActiveExplorer() {
-  world_->Called("Application.ActiveExplorer");
   return explorer_windows.empty() ? nullptr : explorer_windows.back();
 }
 
 platform::InspectorPtr OutlookApplication::ActiveInspector() {
-  world_->Called("Application.ActiveInspector");
   return ActiveWindow();
 }
 
 platform::Subscription OutlookApplication::Subscribe(platform::ApplicationEvents& sink) {
-  world_->Called("Application.Subscribe");
   return sinks_.Add(sink);
 }
 

@@ -5,12 +5,11 @@
 #include <vector>
 
 #include "desk/outlook/bars.h"
-#include "desk/outlook/connected.h"
 #include "desk/outlook/item.h"
-#include "desk/outlook/sink_list.h"
 #include "desk/outlook/world.h"
 #include "platform/outlook.h"
 
+/// Outlook's application object, its folder windows and its collections of windows.
 namespace corvessa::desk {
 
 /// A folder window. Once it is closed every call on it fails.
@@ -30,36 +29,6 @@ class ExplorerWindow final : public platform::Explorer, public Connected {
   SinkList<platform::ExplorerEvents> sinks_;
 };
 using ExplorerWindowPtr = std::shared_ptr<ExplorerWindow>;
-
-/// The window of one item. Once it is closed every call on it fails.
-class InspectorWindow final : public platform::Inspector, public Connected {
- public:
-  /// Made by an add-in's call only; opening, that is raising its first events; shown; raising the
-  /// item's Close; gone.
-  enum class State { kMade, kOpening, kShown, kClosing, kClosed };
-
-  InspectorWindow(WorldPtr world, ItemPtr item);
-
-  desk::Bars& Bars() const { return *bars_; }
-  const ItemPtr& ShownItem() const { return item_; }
-  const SinkList<platform::InspectorEvents>& Events() const { return sinks_; }
-  State CurrentState() const { return state_; }
-  void SetState(State state) { state_ = state; }
-  void Remove();
-
-  platform::MailItemPtr CurrentItem() override;
-  platform::CommandBarsPtr CommandBars() override;
-  bool IsWordMail() override;
-  platform::Subscription Subscribe(platform::InspectorEvents& sink) override;
-
- private:
-  ItemPtr item_;
-  bool word_mail_;
-  State state_ = State::kMade;
-  BarsPtr bars_;
-  SinkList<platform::InspectorEvents> sinks_;
-};
-using InspectorWindowPtr = std::shared_ptr<InspectorWindow>;
 
 class ExplorerCollection final : public platform::Explorers {
  public:
