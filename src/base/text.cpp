@@ -55,18 +55,21 @@ struct CodeRange {
   char32_t last;
 };
 
-// Control characters, marks that turn the direction of writing, line separators, and letters,
-// joiners, variation selectors and tags that draw nothing: Unicode's "default ignorable" ones.
+// Generated from the Unicode 14 database with Python's unicodedata: all characters of the general
+// categories Cc, Cf, Zl and Zp except the prepended concatenation marks, which are visible (0600-0605,
+// 06DD, 070F, 0890, 0891, 08E2, 110BD, 110CD), and the Default_Ignorable_Code_Point characters of
+// other categories, which unicodedata does not list: 034F, 115F, 1160, 17B4, 17B5, 180B-180F, 2065,
+// 3164, FE00-FE0F, FFA0, FFF0-FFF8, E0000-E0FFF.
 constexpr CodeRange kHiddenCharacters[] = {
-    {0x00, 0x1F},     {0x7F, 0x9F},      {0xAD, 0xAD},     {0x034F, 0x034F}, {0x061C, 0x061C},
-    {0x115F, 0x1160}, {0x17B4, 0x17B5},  {0x180B, 0x180F}, {0x200B, 0x200F}, {0x2028, 0x202E},
-    {0x2060, 0x206F}, {0x3164, 0x3164},  {0xFE00, 0xFE0F}, {0xFEFF, 0xFEFF}, {0xFFA0, 0xFFA0},
-    {0xFFF0, 0xFFFB}, {0xE0000, 0xE0FFF}};
+    {0x0000, 0x001F},   {0x007F, 0x009F},   {0x00AD, 0x00AD},   {0x034F, 0x034F},
+    {0x061C, 0x061C},   {0x115F, 0x1160},   {0x17B4, 0x17B5},   {0x180B, 0x180F},
+    {0x200B, 0x200F},   {0x2028, 0x202E},   {0x2060, 0x206F},   {0x3164, 0x3164},
+    {0xFE00, 0xFE0F},   {0xFEFF, 0xFEFF},   {0xFFA0, 0xFFA0},   {0xFFF0, 0xFFFB},
+    {0x13430, 0x13438}, {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A}, {0xE0000, 0xE0FFF}};
 
 bool IsHiddenCharacter(char32_t code) {
-  return std::ranges::any_of(kHiddenCharacters, [&](const CodeRange& range) {
-    return code >= range.first && code <= range.last;
-  });
+  const auto* range = std::ranges::lower_bound(kHiddenCharacters, code, {}, &CodeRange::last);
+  return range != std::end(kHiddenCharacters) && code >= range->first;
 }
 
 }  // namespace

@@ -71,6 +71,9 @@ TEST(Text, ForDisplayDropsWhatWouldDisguiseATextButKeepsTheRest) {
   EXPECT_EQ(ForDisplay("b\u00ADo\u034Fs\u115F\u1160s\u17B5@\u180Bx\u2065.\u3164o\uFE0Fr\uFFA0g"
                        "\U000E0041"),
             "boss@x.org");
+  EXPECT_EQ(ForDisplay("b\U00013430o\U0001BCA0s\U0001BCA3s\U0001D173@\U0001D17Ax"), "boss@x");
+  const std::string visible = "\u0600\U0001BC9F\U0001BCA4\U0001D172\U0001D17B\U000E1000";
+  EXPECT_EQ(ForDisplay(visible), visible);
   EXPECT_EQ(ForDisplay("é\x80\u0085 日本"), "é 日本");
 }
 
