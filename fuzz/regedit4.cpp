@@ -1,4 +1,4 @@
-#include "desk/profile/regedit4.h"
+#include "desk/profile/registry_tree.h"
 
 #include <cstddef>
 #include <cstdint>

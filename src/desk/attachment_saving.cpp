@@ -9,18 +9,18 @@
 #include "base/guard.h"
 #include "base/text.h"
 #include "crypto/signature_name.h"
+#include "desk/command_error.h"
 #include "desk/desk_host.h"
-#include "desk/failure.h"
 #include "desk/mail/attachment_name.h"
 #include "desk/message_report.h"
-#include "desk/profile/leftovers.h"
+#include "desk/profile/profile_files.h"
+#include "ui/controls.h"
+#include "ui/form.h"
 #include "message/status_text.h"
 #include "platform/files.h"
 #include "platform/host.h"
 #include "system/errors.h"
 #include "system/files.h"
-#include "ui/controls.h"
-#include "ui/form.h"
 
 namespace corvessa::desk {
 namespace {
@@ -33,7 +33,8 @@ void MakeFolder(const fs::path& folder) {
   std::error_code failure;
   fs::create_directories(folder, failure);
   if (failure) {
-    Fail(Outcome::kEnvironment, folder.string() + " cannot be made: " + failure.message());
+    throw CommandError{Outcome::kEnvironment,
+                       "cannot create " + folder.string() + ": " + failure.message()};
   }
 }
 
@@ -66,7 +67,8 @@ void RefuseExisting(const std::vector<fs::path>& targets) {
   for (const fs::path& target : targets) {
     std::error_code ignored;
     if (!fs::exists(fs::symlink_status(target, ignored))) continue;
-    Fail(Outcome::kEnvironment, target.string() + " is there already; nothing was saved");
+    throw CommandError{Outcome::kEnvironment,
+                       target.string() + " already exists; nothing was saved"};
   }
 }
 
@@ -173,7 +175,8 @@ std::vector<Result> DialogResults(const ButtonPtr& button, const std::string& ta
   auto* const folder = dialog ? dialog->Find<TextBox>("txtFolder") : nullptr;
   auto* const save = dialog ? dialog->Find<CommandButton>("cmdSave") : nullptr;
   auto* const log = dialog ? dialog->Find<TextBox>("txtResults") : nullptr;
-  if (!folder || !save || !log) Fail(Outcome::kRefused, "the attachments were not offered to save");
+  if (!folder || !save || !log)
+    throw CommandError{Outcome::kRefused, "the add-in did not offer to save the attachments"};
   folder->Type(target);
   save->Press();
   std::vector<Result> results = ResultsOf(log->Text());

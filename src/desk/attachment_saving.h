@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "desk/failure.h"
+#include "desk/command_error.h"
 #include "desk/outlook/item.h"
 
 namespace corvessa::desk {
@@ -25,7 +25,7 @@ struct SavingResult {
 };
 
 /// Saves the attachments of the open message into a folder, which is made when it is missing. An
-/// existing file is never replaced: before anything is saved, Failure says which one is in the way.
+/// existing file is never replaced: CommandError names it before anything is saved.
 ///
 /// Where the add-in leaves attachments to its button, the button is clicked and they are saved
 /// through its dialog; else they are saved as they stand in the open message. What could not be

@@ -6,9 +6,9 @@
 #include "addin/trace_log.h"
 #include "base/guard.h"
 #include "base/text.h"
+#include "desk/command_error.h"
 #include "desk/engine_setup.h"
-#include "desk/failure.h"
-#include "desk/profile/leftovers.h"
+#include "desk/profile/profile_files.h"
 #include "desk/settings_store.h"
 #include "desk/terminal/answers.h"
 #include "desk/terminal/terminal.h"
@@ -21,7 +21,7 @@ namespace corvessa::desk {
 namespace {
 
 constexpr std::string_view kTraceSwitch = "LogDebuggingInfo";
-/// What all tags of the add-in's buttons begin with.
+/// The beginning of every tag of the add-in's buttons.
 constexpr std::string_view kAddInTag = "CorvessaPro_OL.";
 
 std::string VersionText(int major) {
@@ -52,7 +52,7 @@ engine::EngineConfig EngineSetup(Profile& profile, TerminalUi& ui) {
 
 }  // namespace
 
-/// Switches the trace log on for a while and tells what came into it.
+/// Switches the trace log on while it lives and then prints what was traced.
 class DeskHost::Trace {
  public:
   Trace(Profile& profile, std::ostream& messages)
@@ -88,7 +88,7 @@ class DeskHost::Trace {
 
 DeskHost::DeskHost(Profile& profile, Terminal& terminal, Answers& answers, std::ostream& messages,
                    HostOptions options)
-    : tidy_first_([folder = profile.TemporaryFolder()] { RemoveLeftovers(folder); }),
+    : clean_up_action_([folder = profile.TemporaryFolder()] { RemoveTemporaryLeftovers(folder); }),
       profile_(profile),
       terminal_(terminal),
       trace_(options.trace ? std::make_unique<Trace>(profile, messages) : nullptr),
@@ -103,7 +103,7 @@ DeskHost::DeskHost(Profile& profile, Terminal& terminal, Answers& answers, std::
                          profile.Registry(), profile.Shell(), ui_, profile.Product()});
   outlook_.AddExplorer();
   connect_.AddinInstance_OnConnection(outlook_.Application());
-  // What starting up has opened for the user is dealt with before anything else.
+  // Windows that the start has opened come before anything else.
   RunOpenForms();
 }
 
@@ -140,7 +140,7 @@ void DeskHost::RunSettings() {
       }
     }
   }
-  Fail(Outcome::kRefused, "the add-in has put no button there");
+  throw CommandError{Outcome::kRefused, "the add-in's toolbar button is missing"};
 }
 
 }  // namespace corvessa::desk

@@ -11,7 +11,6 @@
 #include "desk/outlook/outlook_model.h"
 #include "desk/profile/profile.h"
 #include "desk/terminal/signals.h"
-#include "desk/terminal/sudden_end.h"
 #include "desk/terminal/terminal_ui.h"
 #include "platform/engine.h"
 
@@ -20,18 +19,18 @@ namespace corvessa::desk {
 struct HostOptions {
   /// 9, 10 or 11.
   int outlook_version = 9;
-  /// The mailbox's owner.
+  /// The owner of the mailbox.
   Person owner = {};
-  /// Write what the add-in traces meanwhile to the messages at the end.
+  /// Write the add-in's trace of this time to the messages at the end.
   bool trace = false;
 };
 
-/// Outlook with the add-in in it, on a profile, for one at a time: connected in the constructor,
-/// with one folder window open; disconnected at the end. The add-in is met only as Outlook meets
-/// it: Connect, events, clicks.
+/// Outlook with the add-in on a profile. The constructor opens one folder window and connects the
+/// add-in, the destructor disconnects it. One at a time: the back end is process-wide. The desk
+/// talks to the add-in only as Outlook does, through Connect, events and clicks.
 class DeskHost {
  public:
-  /// All must outlive it.
+  /// The arguments must outlive it.
   DeskHost(Profile& profile, Terminal& terminal, Answers& answers, std::ostream& messages,
            HostOptions options = {});
   ~DeskHost();
@@ -40,31 +39,30 @@ class DeskHost {
 
   OutlookModel& Outlook() { return outlook_; }
   TerminalUi& Ui() { return ui_; }
-  /// The local file that a path of the add-in means.
+  /// The local file behind a path of the add-in.
   std::filesystem::path LocalPath(std::string_view windows_path) const {
     return profile_.Files().LocalPath(windows_path);
   }
   const Person& Owner() const { return owner_; }
-  /// Signals that were to end the program have come in since the operation began, or before it
-  /// with nobody to notice.
+  /// Whether a signal to end the program has come in since the operation began, or before it
+  /// without being noticed.
   bool IsInterrupted() const;
 
-  /// Begins what a user would call one operation: every passphrase may be tried afresh. Gives the
-  /// place in Ui().Boxes() of the first box of the operation.
+  /// Begins what a user would call one operation: every passphrase may be tried again. Returns the
+  /// index in Ui().Boxes() of the operation's first box.
   std::size_t BeginOperation();
-  /// Opens the settings dialog by the add-in's toolbar button and lets the user have it. Throws
-  /// Failure (refused) when there is no such button.
+  /// Opens the settings dialog by the add-in's toolbar button and runs it. Throws CommandError
+  /// (refused) if the button is missing.
   void RunSettings();
-  /// Lets the user have each window of the add-in that is open without blocking, or closes it when
-  /// nobody can answer it.
+  /// Runs each open modeless window of the add-in; without a user, closes it.
   void RunOpenForms();
 
  private:
   class Trace;
 
-  /// Signals wait until everything is tidied up.
+  /// Signals take effect after everything has been cleaned up.
   CaughtSignals caught_;
-  TidyFirst tidy_first_;
+  CleanUpAction clean_up_action_;
   Profile& profile_;
   Terminal& terminal_;
   std::unique_ptr<Trace> trace_;

@@ -7,12 +7,12 @@
 
 #include "desk/profile/profile.h"
 #include "desk/settings_store.h"
-#include "desk/terminal/sudden_end.h"
+#include "desk/terminal/signals.h"
 
 namespace corvessa::desk {
 namespace {
 
-// What people send to one another takes a hundredth of this.
+// Ordinary mail takes a hundredth of this.
 constexpr std::chrono::seconds kUsualWorkLimit{30};
 constexpr std::uint64_t kSlowest = std::uint64_t{1} << 20;  // bytes a second
 

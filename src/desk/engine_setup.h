@@ -8,11 +8,11 @@ namespace corvessa::desk {
 
 class Profile;
 
-/// The engine on a profile's rings.
+/// The engine's configuration for a profile.
 engine::EngineConfig EngineSetup(Profile& profile);
 
-/// The same engine as the add-in's, with the servers of the profile's settings, for the upkeep of
-/// keys while the add-in is not there. Throws Error when the rings cannot be opened.
+/// The add-in's engine with the profile's key servers, for key commands that run without the
+/// add-in. Throws Error if the rings cannot be opened.
 std::shared_ptr<engine::OpenPgpEngine> OpenEngine(Profile& profile);
 
 }  // namespace corvessa::desk

@@ -8,7 +8,7 @@
 #include "base/text.h"
 #include "desk/mail/attachment_name.h"
 #include "desk/mail/attachment_store.h"
-#include "desk/profile/system_clock.h"
+#include "desk/profile/system_services.h"
 #include "message/header_fields.h"
 #include "platform/redemption.h"
 

@@ -5,8 +5,8 @@
 #include <set>
 
 #include "base/text.h"
+#include "desk/command_error.h"
 #include "desk/desk_host.h"
-#include "desk/failure.h"
 #include "desk/mail/mail_io.h"
 #include "desk/mail_bridge.h"
 #include "desk/terminal/answers.h"
@@ -31,9 +31,9 @@ void PressChoices(const Bars& bars, const SendChoices& choices) {
   if (choices.no_sign) Release(bars, kSignOnSend);
 }
 
-/// Watches the text of a message while it is sent: what was signed in it cannot be seen any more
-/// once it is encrypted. A text that its writer made to look so was neither signed nor encrypted
-/// here, also when the add-in puts it back.
+/// Watches the text of a message while it is sent: once encrypted, it no longer shows that it was
+/// signed. A draft whose author wrote armour into it was neither signed nor encrypted here, even if
+/// the add-in writes that text back.
 class ProtectionWatch final : public platform::MailItemEvents {
  public:
   explicit ProtectionWatch(const ItemPtr& item)
@@ -43,11 +43,11 @@ class ProtectionWatch final : public platform::MailItemEvents {
 
   void PropertyChange(std::string_view /*name*/) override {
     const ItemData& data = item_->Data();
-    // Protected text is never HTML.
+    // Protected text is plain text.
     if (!data.html->empty()) written_ = data.body;
     const bool is_protected = *data.body != *written_;
     is_encrypted_ = is_protected && IsPGPMessage(*data.body);
-    // The add-in empties a message of HTML before it puts the encrypted text there.
+    // The add-in clears an HTML message before it inserts the encrypted text.
     if (is_encrypted_ || (is_protected && data.body->empty())) return;
     is_signed_ = is_protected && IsPGPSignedMessage(*data.body);
   }
@@ -83,8 +83,8 @@ bool AnswersEncrypted(const ItemData& item) {
   });
 }
 
-/// Whether the user said yes to one of the questions whether to send without protection. The
-/// branded message box asks and tells other things too, so that its text counts.
+/// Whether the user agreed to send without protection. The branded message box also asks other
+/// questions, so its text decides.
 bool IsConsent(const ShownBox& box) {
   if (box.name == "frmNoKeysFound") return box.answer == "cmdYes";
   if (box.name != "frmGeneric" || box.answer != "cmdOK") return false;
@@ -96,18 +96,17 @@ bool AgreedToSendInClear(const std::vector<ShownBox>& boxes, std::size_t first) 
   return std::any_of(boxes.begin() + static_cast<std::ptrdiff_t>(first), boxes.end(), IsConsent);
 }
 
-/// Outlook would let it go, also where the add-in is switched off. A program for people who cannot
-/// afford that does not.
+/// Outlook would send it, even with the add-in switched off. The desk's users cannot afford that.
 void RefuseUnagreedClearText(DeskHost& host, const ItemPtr& sent, const ItemData& item,
                              std::size_t first_box) {
-  // Without a window nobody has seen that an answer to an encrypted message is not to be encrypted.
+  // Without a window the user has not seen that a reply to an encrypted message is unencrypted.
   const bool was_chosen = ChoseNoEncryption(item) && (sent->Window() || !AnswersEncrypted(item));
   if (was_chosen || AgreedToSendInClear(host.Ui().Boxes(), first_box)) return;
-  Fail(Outcome::kRefused,
-       "not sent: the add-in would have let it travel without encryption; --no-encrypt agrees");
+  throw CommandError{Outcome::kRefused,
+                     "not sent: it would have left unencrypted; use --no-encrypt to allow that"};
 }
 
-/// The add-in sends a message without an attachment that it could not put back.
+/// Stops a message that the add-in sends without an attachment it could not put back.
 void RequireAttachments(const ItemData& before, const ItemData& travelling) {
   std::multiset<std::string> missing;
   for (const auto& attachment : before.attachments) missing.insert(attachment->display_name);
@@ -117,18 +116,18 @@ void RequireAttachments(const ItemData& before, const ItemData& travelling) {
     if (found != missing.end()) {
       missing.erase(found);
     } else if (!attachment->display_name.ends_with(".sig")) {
-      ++others;  // one that was given another name
+      ++others;  // renamed
     }
   }
   if (std::ssize(missing) <= others) return;
-  Fail(Outcome::kRefused,
-       "not sent: " + ForDisplay(*missing.begin()) + " is missing from what would have travelled");
+  throw CommandError{Outcome::kRefused, "not sent: the attachment " + ForDisplay(*missing.begin()) +
+                                            " is missing from the outgoing message"};
 }
 
 void RequireRecipients(const ItemData& item) {
   const auto has_address = [](const RecipientData& one) { return !one.address.empty(); };
   if (std::ranges::any_of(item.recipients, has_address)) return;
-  Fail(Outcome::kRefused, "not sent: there is no recipient");
+  throw CommandError{Outcome::kRefused, "not sent: no recipients"};
 }
 
 mail::Mail WithSender(mail::Mail draft, const Person& owner) {
@@ -158,7 +157,8 @@ std::string BlindCopyText(const SentMail& sent) {
     addresses += (addresses.empty() ? "" : ", ") + mailbox.address;
   }
   if (addresses.empty()) return {};
-  return "it is also for " + addresses + ", whom the mail does not name; tell your mail server so";
+  return "blind copies to " + addresses +
+         ": the mail does not name them; pass them to your mail server";
 }
 
 SentMail SendDraft(DeskHost& host, const mail::Mail& draft, const SendChoices& choices,
@@ -166,7 +166,8 @@ SentMail SendDraft(DeskHost& host, const mail::Mail& draft, const SendChoices& c
   const ItemPtr item = host.Outlook().AddItem(DraftItem(draft));
   if (!choices.external) {
     const auto window = host.Outlook().Open(item);
-    if (!window) Fail(Outcome::kRefused, "not sent: the message was closed while it was opened");
+    if (!window)
+      throw CommandError{Outcome::kRefused, "not sent: the message was closed while opening"};
     PressChoices(window->Bars(), choices);
   }
   return SendItem(host, item, draft, deliver, choices.no_encrypt);
@@ -180,7 +181,7 @@ SentMail SendItem(DeskHost& host, const ItemPtr& item, const mail::Mail& base,
   const ItemData before = item->Data();
   const ProtectionWatch watch(item);
   host.Outlook().OnDeliver([&](const ItemData& travelling) {
-    if (host.IsInterrupted()) Fail(Outcome::kRefused, "not sent: interrupted");
+    if (host.IsInterrupted()) throw CommandError{Outcome::kRefused, "not sent: interrupted"};
     sent.encrypted = watch.IsEncrypted();
     sent.is_signed = watch.IsSigned();
     if (!sent.encrypted && !may_be_clear) {
@@ -194,7 +195,8 @@ SentMail SendItem(DeskHost& host, const ItemPtr& item, const mail::Mail& base,
   const bool was_sent = host.Outlook().Send(item).has_value();
   host.Outlook().OnDeliver({});
   if (!was_sent) {
-    Fail(Outcome::kRefused, "not sent: the add-in cancelled the sending; the draft is unchanged");
+    throw CommandError{Outcome::kRefused,
+                       "not sent: cancelled by the add-in; the draft is unchanged"};
   }
   return sent;
 }

@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "base/text.h"
-#include "desk/failure.h"
+#include "desk/command_error.h"
 #include "settings/registry_values.h"
 #include "settings/settings.h"
 
@@ -25,7 +25,7 @@ constexpr Place kGlobal = {Root::kUser, kGlobalKey};
 constexpr Place kVersion = {Root::kMachine, kVersionKey};
 constexpr Place kOutlookSetup = {Root::kUser, kOutlookSetupKey};
 
-/// With the byte that ends it, it fills the add-in's buffer.
+/// With its terminating byte it fills the add-in's buffer.
 constexpr std::size_t kLongestText = kStringBufferBytes - 1;
 
 struct Value {
@@ -68,8 +68,8 @@ const Value& FindValue(std::string_view name) {
   const auto found = std::ranges::find_if(
       Values(), [&](const Value& value) { return LCase(value.name) == lower; });
   if (found == Values().end()) {
-    Fail(Outcome::kWrongUse,
-         "there is no setting " + ForDisplay(name) + "; \"get\" alone lists them all");
+    throw CommandError{Outcome::kWrongUse,
+                       "unknown setting \"" + ForDisplay(name) + "\"; \"get\" lists all settings"};
   }
   return *found;
 }
@@ -78,28 +78,29 @@ platform::RegistryKey& RootOf(RegistryFile& registry, Root root) {
   return root == Root::kUser ? registry.CurrentUser() : registry.LocalMachine();
 }
 
-/// Null when there is none.
-platform::RegistryKeyPtr Opened(RegistryFile& registry, const Place& place) {
+/// Null if the key is missing.
+platform::RegistryKeyPtr TryOpen(RegistryFile& registry, const Place& place) {
   platform::RegistryKeyPtr key;
   RootOf(registry, place.root).Open(place.path, key);
   return key;
 }
 
-platform::RegistryKeyPtr Made(platform::RegistryKey& parent, std::string_view path) {
+platform::RegistryKeyPtr OpenOrCreate(platform::RegistryKey& parent, std::string_view path) {
   platform::RegistryKeyPtr key;
   if (parent.Create(path, key) != platform::kRegistrySuccess) {
-    Fail(Outcome::kEnvironment, "the registry does not take the key " + ForDisplay(path));
+    throw CommandError{Outcome::kEnvironment, "cannot create the registry key " + ForDisplay(path)};
   }
   return key;
 }
 
 void WriteNumber(platform::RegistryKey& key, std::string_view name, std::int32_t number) {
   if (key.WriteNumber(name, number) != platform::kRegistrySuccess) {
-    Fail(Outcome::kEnvironment, "the registry does not take the value " + std::string(name));
+    throw CommandError{Outcome::kEnvironment,
+                       "cannot write the registry value " + std::string(name)};
   }
 }
 
-std::optional<std::int32_t> SwitchOf(std::string_view text) {
+std::optional<std::int32_t> ParseSwitch(std::string_view text) {
   const std::string word = LCase(Trim(text));
   for (const char* yes : {"1", "-1", "true", "on", "yes"}) {
     if (word == yes) return -1;
@@ -110,7 +111,7 @@ std::optional<std::int32_t> SwitchOf(std::string_view text) {
   return std::nullopt;
 }
 
-std::optional<std::int32_t> NumberOf(std::string_view text, std::int32_t least) {
+std::optional<std::int32_t> ParseNumber(std::string_view text, std::int32_t least) {
   const std::string_view digits = Trim(text);
   std::int32_t number = 0;
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
@@ -119,35 +120,37 @@ std::optional<std::int32_t> NumberOf(std::string_view text, std::int32_t least) 
   return number;
 }
 
-std::optional<std::int32_t> NumberFor(const Value& value, std::string_view text) {
-  if (value.kind == Kind::kSwitch) return SwitchOf(text);
-  return NumberOf(text, value.kind == Kind::kMinutes ? kForgetAfterEachUse
-                                                     : std::numeric_limits<std::int32_t>::min());
+std::optional<std::int32_t> ParseValue(const Value& value, std::string_view text) {
+  if (value.kind == Kind::kSwitch) return ParseSwitch(text);
+  return ParseNumber(text, value.kind == Kind::kMinutes ? kForgetAfterEachUse
+                                                        : std::numeric_limits<std::int32_t>::min());
 }
 
-std::string_view TakesWhat(Kind kind) {
+std::string_view AcceptedValues(Kind kind) {
   switch (kind) {
     case Kind::kSwitch:
       return "1 or 0";
     case Kind::kMinutes:
       return "a number of minutes, 0 for the whole session or -1 for \"forget after each use\"";
     default:
-      return "a whole number of 32 bits";
+      return "a 32-bit integer";
   }
 }
 
 void CheckText(const Value& value, std::string_view text) {
   if (text.size() > kLongestText) {
-    Fail(Outcome::kWrongUse, std::string(value.name) + " takes at most " +
-                                 Decimal(static_cast<std::int64_t>(kLongestText)) +
-                                 " bytes; longer text reads as none");
+    throw CommandError{Outcome::kWrongUse, std::string(value.name) + " takes at most " +
+                                               Decimal(static_cast<std::int64_t>(kLongestText)) +
+                                               " bytes; a longer text reads as empty"};
   }
   if (ForDisplay(text) != text) {
-    Fail(Outcome::kWrongUse, std::string(value.name) + " takes one line of ordinary characters");
+    throw CommandError{Outcome::kWrongUse,
+                       std::string(value.name) + " takes one line of printable characters"};
   }
-  // It stands in every armour, which is to travel as it is.
+  // It is part of every armoured message, which must travel unchanged.
   if (value.name.ends_with("Header") && !IsAscii(text)) {
-    Fail(Outcome::kWrongUse, std::string(value.name) + " takes ASCII characters only");
+    throw CommandError{Outcome::kWrongUse,
+                       std::string(value.name) + " takes ASCII characters only"};
   }
 }
 
@@ -161,7 +164,7 @@ std::vector<std::string_view> SettingsStore::Names() {
 
 std::string SettingsStore::Get(std::string_view name) const {
   const Value& value = FindValue(name);
-  const auto key = Opened(registry_, value.place);
+  const auto key = TryOpen(registry_, value.place);
   if (value.kind == Kind::kText) {
     return key ? key->ReadString(value.name, kStringBufferBytes) : std::string();
   }
@@ -178,19 +181,20 @@ void SettingsStore::Set(std::string_view name, std::string_view text) {
         value.place.root == Root::kUser ? "HKEY_CURRENT_USER\\" : "HKEY_LOCAL_MACHINE\\";
     registry_.WriteString(root + std::string(value.place.path), value.name, text);
   } else {
-    const auto number = NumberFor(value, text);
+    const auto number = ParseValue(value, text);
     if (!number) {
-      Fail(Outcome::kWrongUse,
-           std::string(value.name) + " takes " + std::string(TakesWhat(value.kind)));
+      throw CommandError{Outcome::kWrongUse, std::string(value.name) + " takes " +
+                                                 std::string(AcceptedValues(value.kind))};
     }
-    WriteNumber(*Made(RootOf(registry_, value.place.root), value.place.path), value.name, *number);
+    WriteNumber(*OpenOrCreate(RootOf(registry_, value.place.root), value.place.path), value.name,
+                *number);
   }
   registry_.Save();
 }
 
 std::vector<AccountEntry> SettingsStore::Accounts() const {
   std::vector<AccountEntry> entries;
-  const auto accounts = Opened(registry_, {Root::kUser, kAccountsKey});
+  const auto accounts = TryOpen(registry_, {Root::kUser, kAccountsKey});
   std::string name;
   for (std::uint32_t i = 0;
        accounts && accounts->EnumerateKey(i, name) == platform::kRegistrySuccess; ++i) {
@@ -201,6 +205,13 @@ std::vector<AccountEntry> SettingsStore::Accounts() const {
   return entries;
 }
 
+std::string SettingsStore::MainAddress() const {
+  const auto accounts = Accounts();
+  if (accounts.empty()) return {};
+  const auto signer = std::ranges::find_if(accounts, &AccountEntry::signs);
+  return signer == accounts.end() ? accounts.front().address : signer->address;
+}
+
 std::string SettingsStore::NormalAddress(std::string_view address) {
   std::string normal = LCase(Trim(address));
   const auto at = normal.find('@');
@@ -209,8 +220,9 @@ std::string SettingsStore::NormalAddress(std::string_view address) {
                           normal.find_first_of(" \\\"<>(),;:[]") == std::string::npos &&
                           !HoldsControlCharacter(normal);
   if (!is_address) {
-    Fail(Outcome::kWrongUse,
-         ForDisplay(address) + " is no e-mail address; write it as name@example.org");
+    throw CommandError{
+        Outcome::kWrongUse,
+        "\"" + ForDisplay(address) + "\" is not an email address; write it as name@example.org"};
   }
   return normal;
 }
@@ -224,10 +236,10 @@ bool SettingsStore::AddAccount(std::string_view address, bool signs) {
   const bool had_signer =
       std::ranges::any_of(before, [](const auto& entry) { return entry.signs; });
   {
-    const auto accounts = Made(registry_.CurrentUser(), kAccountsKey);
-    WriteNumber(*Made(*accounts, added), kSignValue, signs ? -1 : 0);
+    const auto accounts = OpenOrCreate(registry_.CurrentUser(), kAccountsKey);
+    WriteNumber(*OpenOrCreate(*accounts, added), kSignValue, signs ? -1 : 0);
     for (const AccountEntry& entry : before) {
-      if (signs && entry.signs) WriteNumber(*Made(*accounts, entry.address), kSignValue, 0);
+      if (signs && entry.signs) WriteNumber(*OpenOrCreate(*accounts, entry.address), kSignValue, 0);
     }
   }
   if (signs && !had_signer) Set("DisableOutgoingSigning", "0");
@@ -242,9 +254,10 @@ bool SettingsStore::RemoveAccount(std::string_view address) {
       std::ranges::find_if(before, [&](const auto& entry) { return entry.address == removed; });
   if (known == before.end()) return false;
   {
-    const auto accounts = Made(registry_.CurrentUser(), kAccountsKey);
+    const auto accounts = OpenOrCreate(registry_.CurrentUser(), kAccountsKey);
     if (accounts->DeleteKey(removed) != platform::kRegistrySuccess) {
-      Fail(Outcome::kEnvironment, "the registry does not let go of " + ForDisplay(removed));
+      throw CommandError{Outcome::kEnvironment,
+                         "cannot delete " + ForDisplay(removed) + " from the registry"};
     }
   }
   registry_.Save();

@@ -14,16 +14,16 @@ struct AccountEntry {
   bool signs = false;
 };
 
-/// The add-in's registry values by their names, and its accounts, for those who change them while
-/// the add-in is not there. Every change is on the disk when its call returns. Throws Failure for
-/// wrong use and Error for the disk.
+/// Reads and changes the add-in's registry values and accounts without the add-in. Every change is
+/// on disk when its call returns. Throws CommandError for wrong use and Error if the registry
+/// cannot be written.
 class SettingsStore {
  public:
   explicit SettingsStore(RegistryFile& registry) : registry_(registry) {}
 
   /// The names of all values, preferences first.
   static std::vector<std::string_view> Names();
-  /// Switches as "1" or "0", numbers in decimal; what is not there as the add-in reads it: 0 or
+  /// Switches as "1" or "0", numbers in decimal. A missing value is what the add-in reads: 0 or
   /// empty.
   std::string Get(std::string_view name) const;
   /// Switches take 1, 0, true, false, on, off, yes, no.
@@ -31,12 +31,15 @@ class SettingsStore {
 
   /// In the order in which the add-in lists them.
   std::vector<AccountEntry> Accounts() const;
-  /// The address trimmed and in lower case, as it is kept.
+  /// The address that signs, else the first; empty without accounts.
+  std::string MainAddress() const;
+  /// The address trimmed and in lower case, as it is stored. Throws CommandError for what is not an
+  /// address.
   static std::string NormalAddress(std::string_view address);
-  /// Adds the address unless it is there, and makes it the only signer when it is to sign. As in
-  /// the settings dialog, the first signer switches signing on. False when nothing changed.
+  /// Adds the address if it is missing, and makes it the only signer if it `signs`. As in the
+  /// settings dialog, the first signer switches signing on. False if nothing changed.
   bool AddAccount(std::string_view address, bool signs);
-  /// False when there is none.
+  /// False if there is none.
   bool RemoveAccount(std::string_view address);
 
  private:

@@ -9,10 +9,6 @@ namespace {
 
 std::error_code g_disk_failure;
 
-std::string Cause(std::error_code code) {
-  return IsDiskFull(code) ? "the disk is full" : code.message();
-}
-
 }  // namespace
 
 std::string PathText(const std::filesystem::path& path) {
@@ -33,10 +29,15 @@ bool IsDiskFull(std::error_code code) {
   return code == std::errc::no_space_on_device || code == std::errc::file_too_large;
 }
 
+std::string ReasonText(std::error_code code) {
+  if (code == std::errc::operation_not_supported) return "Not a regular file";
+  return IsDiskFull(code) ? "the disk is full" : code.message();
+}
+
 void RaiseIoError(const std::filesystem::path& file, std::string_view problem,
                   std::error_code code) {
   Raise(ErrorNumberOf(code),
-        PathText(file) + " " + std::string(problem) + ": " + Cause(code) + ".");
+        PathText(file) + " " + std::string(problem) + ": " + ReasonText(code) + ".");
 }
 
 void WriteFile(const std::filesystem::path& path,
@@ -44,7 +45,7 @@ void WriteFile(const std::filesystem::path& path,
   std::error_code ignored;
   const auto status = std::filesystem::status(path, ignored);
   if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-    Raise(kPathFileAccess, PathText(path) + " is there already and is no file.");
+    Raise(kPathFileAccess, PathText(path) + " exists and is not a regular file.");
   }
   try {
     AtomicFile file(path);

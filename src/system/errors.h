@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <string>
 #include <string_view>
 #include <system_error>
 
@@ -19,6 +20,10 @@ long ErrorNumberOf(std::error_code code, long missing = kFileNotFound);
 
 /// The disk is full, or a limit on the size of files or on the user's share of it is reached.
 bool IsDiskFull(std::error_code code);
+
+/// What failed, for the user: "the disk is full", "Not a regular file" for a folder, FIFO or device
+/// in place of a file, else the system's own text.
+std::string ReasonText(std::error_code code);
 
 /// Raises the Error of a failed system call on a file that a user has named: "FILE cannot be read:
 /// Permission denied." A full disk is called just that.

@@ -10,7 +10,7 @@
 #include "accounts/registry_handlers.h"
 #include "accounts/user_management.h"
 #include "base/text.h"
-#include "desk/profile/curl_inet.h"
+#include "desk/profile/system_services.h"
 #include "forms/frm_about.h"
 #include "forms/frm_generic.h"
 #include "settings/settings.h"

@@ -4,7 +4,7 @@
 
 #include "accounts/frm_manage_user_keys.h"
 #include "base/text.h"
-#include "desk/profile/curl_inet.h"
+#include "desk/profile/system_services.h"
 #include "support/addin_fixture.h"
 #include "support/http_server.h"
 

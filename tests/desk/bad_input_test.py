@@ -1,4 +1,4 @@
-"""Whatever is wrong: one clear line, the right exit code, nothing lost, nothing half-written."""
+"""Bad input and failing disks: one clear line, the right exit code, nothing lost or half-written."""
 
 import os
 import pathlib
@@ -19,7 +19,7 @@ def small_files():
 
 
 class Files(DeskCase):
-    def test_files_that_are_no_mail(self):
+    def test_files_that_are_not_mail(self):
         for name, content, complaint in (("empty", b"", "is empty, not a mail message"),
                                          ("rubbish", bytes(range(256)) * 64, "is not a mail message"),
                                          ("nothing", None, "cannot be read: No such file or directory")):
@@ -44,15 +44,15 @@ class Files(DeskCase):
         self.assertEqual((done.returncode, done.stdout, done.stderr),
                          (3, "", f"corvessa-desk: {path} cannot be read: Permission denied\n"))
 
-    def test_a_mail_that_ends_early_is_shown_but_not_sent(self):
+    def test_a_truncated_mail_is_shown_but_not_sent(self):
         whole = self.sent().read_bytes()
         cut = self.write("cut.eml", whole[:len(whole) // 2])
         opened = self.bob("open", cut, "--json")
-        self.assertIn(f"corvessa-desk: {cut} ends early or is damaged; this is what is there\n", opened.err)
+        self.assertIn(f"corvessa-desk: {cut} is truncated or damaged; showing what is there\n", opened.err)
         self.assertEqual((opened.code, opened.json()["resultCode"], opened.json()["endsEarly"]), (1, 1, True))
         draft = self.write("cut.draft.eml", self.draft().read_bytes()[:900])
         self.assertDone(self.alice("send", draft), 3, "",
-                        f"corvessa-desk: {draft} ends early or is damaged; not sent\n")
+                        f"corvessa-desk: {draft} is truncated or damaged; not sent\n")
 
     def test_many_attachments_and_long_headers(self):
         parts = b"".join(b"--b\r\nContent-Type: text/plain; name=n%d.txt\r\nContent-Disposition: "
@@ -70,7 +70,7 @@ class Files(DeskCase):
         self.assertDone(done)
         self.assertEqual(len(list(read_mail(sent).iter_attachments())), 10_000)
 
-    def test_a_text_that_would_steer_the_terminal_does_not(self):
+    def test_text_cannot_steer_the_terminal(self):
         mail = EmailMessage(policy=policy.SMTP)
         mail["From"], mail["To"] = ALICE, BOB
         mail.set_content("a\x1b]0;title\x07b\x1b[2Jc\u202egpj\n")
@@ -79,7 +79,7 @@ class Files(DeskCase):
 
 class Disk(DeskCase):
     def full_disk(self):
-        """A folder on a disk of a few pages; None where none can be mounted."""
+        """A folder on a disk of a few pages; None if it cannot be mounted."""
         folder = self.folder / "small"
         folder.mkdir()
         mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", "size=16k", "none", folder],
@@ -89,7 +89,7 @@ class Disk(DeskCase):
         self.addCleanup(subprocess.run, ["umount", "-l", folder])
         return folder
 
-    def test_a_full_disk_takes_no_half_mail_and_no_half_attachment(self):
+    def test_a_full_disk_gets_no_partial_mail_or_attachment(self):
         draft = self.draft(files={"big.bin": bytes(100_000)})
         sent = self.sent(files={"big.bin": bytes(100_000)})
         small = self.full_disk()
@@ -115,13 +115,13 @@ class Disk(DeskCase):
         self.assertRegex(done.err, r"\Acorvessa-desk: .+\n\Z")
         if not small:
             return
-        # The add-in says that it failed; only the desk knows why.
+        # The add-in reports a failure; only the desk knows the cause.
         temporary = self.folder / "bob/drive_c/Temp"
         subprocess.run(["mount", "-t", "tmpfs", "-o", "size=16k", "none", temporary], check=True)
         self.addCleanup(subprocess.run, ["umount", "-l", temporary])
         done = self.bob("open", self.sent(files={"big.bin": bytes(100_000)}), "--json")
         self.assertEqual((done.code, done.json()["resultCode"]), (3, 3))
-        self.assertIn("corvessa-desk: that is because the disk failed: No space left on device\n", done.err)
+        self.assertIn("corvessa-desk: the cause is a disk failure: No space left on device\n", done.err)
 
     def test_no_attachment_is_lost_on_a_full_disk(self):
         temporary = self.folder / "alice/drive_c/Temp"
@@ -142,15 +142,15 @@ class Disk(DeskCase):
             self.assertFalse(out.exists())
         self.assertEqual(set(codes), {0, 3})
 
-    def test_the_output_that_cannot_be_written(self):
+    def test_output_that_cannot_be_written(self):
         with open("/dev/full", "wb") as full:
             done = subprocess.run([DESK, "--profile", self.folder / "alice", "get"], stdout=full,
                                   stderr=subprocess.PIPE)
         self.assertEqual((done.returncode, done.stderr),
-                         (3, b"corvessa-desk: the output cannot be written\n"))
+                         (3, b"corvessa-desk: cannot write the output\n"))
         draft = self.draft()
-        for target, code, complaint in (("/dev/full", 3, "/dev/full is there already and is no file"),
-                                        (draft, 2, f"{draft} was read; choose another file to write")):
+        for target, code, complaint in (("/dev/full", 3, "/dev/full exists and is not a regular file"),
+                                        (draft, 2, f"{draft} is an input file; choose another file to write")):
             self.assertDone(self.alice("send", draft, "--out", target), code, "",
                             f"corvessa-desk: {complaint}\n")
         self.assertTrue(pathlib.Path("/dev/full").is_char_device())
@@ -160,7 +160,7 @@ class Disk(DeskCase):
         closed = subprocess.run(["sh", "-c", 'exec "$0" --profile "$1" get >&-', DESK, self.folder / "alice"],
                                 capture_output=True)
         self.assertEqual((closed.returncode, closed.stderr),
-                         (3, b"corvessa-desk: the output cannot be written\n"))
+                         (3, b"corvessa-desk: cannot write the output\n"))
 
 
 class Processes(DeskCase):
@@ -174,21 +174,21 @@ class Processes(DeskCase):
         while "Attachments:" not in shell.stdout.readline():
             pass
         self.assertDone(self.bob("get"), 3, "", f"corvessa-desk: The profile {profile} is in use by "
-                                                "another program; close that first\n")
+                                                "another program\n")
         self.assertTrue(self.leftovers())
         shell.kill()
         shell.communicate()
         self.assertDone(self.bob("get", "PassphraseMemory"))
         self.assertEqual(self.leftovers(), [])
 
-    def test_a_damaged_key_ring_is_kept_and_told_of(self):
+    def test_a_damaged_key_ring_is_kept_and_reported(self):
         ring = self.folder / "alice" / "keys" / "public.ring"
         damaged = b"X" + ring.read_bytes()[1:]
         ring.write_bytes(damaged)
         kept = ring.with_name("public.ring.damaged")
         listed = self.alice("key", "list")
-        self.assertDone(listed, err="corvessa-desk: a key ring was damaged, and keys may be missing; "
-                                    f"as it was it is kept in {kept}\n")
+        self.assertDone(listed, err="corvessa-desk: a key ring was damaged and keys may be missing; "
+                                    f"the damaged file is kept as {kept}\n")
         self.assertEqual(kept.read_bytes(), damaged)
 
 

@@ -1,4 +1,4 @@
-"""The commands that need no mail, and the whole session of the demo."""
+"""The commands that need no mail, and the demo."""
 
 import http.server
 import pathlib
@@ -31,18 +31,18 @@ class Keys(DeskCase):
         fingerprint = listed.out.split()[0]
         second = self.alice("key", "generate", ALICE, "--passphrase-file", self.passphrase_file)
         self.assertEqual((second.err, second.code),
-                         (f"corvessa-desk: there was a key for {ALICE} already, {fingerprint}; mail "
-                          "is encrypted to the new one from now on\n", 0))
+                         (f"corvessa-desk: {ALICE} already had the key {fingerprint}; mail "
+                          "is encrypted to the new key from now on\n", 0))
         other = self.folder / "other"
         self.at(other, "key", "generate", BOB, "--passphrase-file", self.passphrase_file)
         bobs = self.write("other.asc", self.at(other, "key", "export", BOB).out)
         self.assertRegex(self.alice("key", "import", bobs).err,
-                         rf"\Acorvessa-desk: the key [0-9A-F]{{40}} names {BOB}, which has the key "
-                         r"[0-9A-F]{40} as well; mail is encrypted to [0-9A-F]{40}\n\Z")
+                         rf"\Acorvessa-desk: the key [0-9A-F]{{40}} contains {BOB}, which also has the key "
+                         r"[0-9A-F]{40}; mail is encrypted to [0-9A-F]{40}\n\Z")
         gpg.run("--quick-add-uid", GINA, f"Bob <{BOB}>")
         gained = self.alice("key", "import", self.write("g.asc", gpg.secret_key()))
-        self.assertIn(f" names {BOB}, which has the key ", gained.err)
-        self.assertIn(f" as well; mail is encrypted to {gained.out[:40]}\n", gained.err)
+        self.assertIn(f" contains {BOB}, which also has the key ", gained.err)
+        self.assertIn(f"; mail is encrypted to {gained.out[:40]}\n", gained.err)
         own = self.write("own.asc", secret.out)
         self.at(other, "key", "import", self.template / "alice.asc")
         self.assertDone(self.at(other, "key", "import", own), 1, "",
@@ -69,8 +69,8 @@ class Keys(DeskCase):
                 pass
 
         refused = self.alice("key", "publish", ALICE)
-        self.assertDone(refused, 1, "", "corvessa-desk: no key server is set to publish to; set "
-                                        "EngineUpdateServer first\n")
+        self.assertDone(refused, 1, "", "corvessa-desk: no key server is configured for "
+                                        "publishing; set EngineUpdateServer\n")
         with http.server.HTTPServer(("127.0.0.1", 0), Server) as server:
             threading.Thread(target=server.serve_forever, daemon=True).start()
             url = f"http://127.0.0.1:{server.server_port}"
@@ -86,19 +86,19 @@ class Settings(DeskCase):
     def test_accounts_are_added_listed_and_removed(self):
         self.assertDone(self.alice("account", "add", " Second@Example.org", "--sign"),
                         out=f"second@example.org is secured and signs.\n"
-                            f"{ALICE} signs no longer: one account does.\n",
-                        err="corvessa-desk: there is no own key for second@example.org yet; \"key generate "
-                            "second@example.org\" makes one\n")
-        self.assertDone(self.alice("account", "add", ALICE), out=f"{ALICE} was there already.\n")
+                            f"{ALICE} no longer signs; only one account does.\n",
+                        err="corvessa-desk: no own key for second@example.org yet; create one with "
+                            "\"key generate second@example.org\"\n")
+        self.assertDone(self.alice("account", "add", ALICE), out=f"{ALICE} is already secured.\n")
         self.assertDone(self.alice("account", "list"),
                         out=f"{ALICE}\nsecond@example.org  signs\n")
         self.assertDone(self.alice("account", "remove", ALICE),
-                        out=f"{ALICE} was removed; its keys are still there.\n")
+                        out=f"{ALICE} was removed; its keys remain.\n")
         self.assertDone(self.alice("account", "list"), out="second@example.org  signs\n")
         self.assertDone(self.alice("account", "remove", ALICE), 1, "",
-                        f"corvessa-desk: {ALICE} is no secured address; \"account list\" shows them all\n")
+                        f"corvessa-desk: {ALICE} is not a secured address; see \"account list\"\n")
 
-    def test_a_value_is_kept_as_its_kind_or_refused(self):
+    def test_a_value_is_stored_by_its_kind_or_refused(self):
         for name, given, kept in (("LogDebuggingInfo", "on", "1"), ("PassphraseMemory", "-1", "-1"),
                                   ("applongname", "Änother", "Änother"), ("MailSupport", "1", "1")):
             self.assertDone(self.alice("set", name, given), out="")
@@ -107,13 +107,13 @@ class Settings(DeskCase):
         self.assertIn('"LogDebuggingInfo"=dword:ffffffff', registry)
         self.assertEqual(len(self.alice("get").out.splitlines()), 32)
         for name, value, complaint in (
-                ("Nothing", "1", 'there is no setting Nothing; "get" alone lists them all'),
+                ("Nothing", "1", 'unknown setting "Nothing"; "get" lists all settings'),
                 ("ADKEnabled", "maybe", "ADKEnabled takes 1 or 0"),
                 ("PassphraseMemory", "-2", "PassphraseMemory takes a number of minutes, 0 for the "
                                            'whole session or -1 for "forget after each use"'),
-                ("URLMain", "x" * 255, "URLMain takes at most 254 bytes; longer text reads as none"),
+                ("URLMain", "x" * 255, "URLMain takes at most 254 bytes; a longer text reads as empty"),
                 ("EnginePGPMessageHeader", "ä", "EnginePGPMessageHeader takes ASCII characters only"),
-                ("URLMain", "a\x1bb", "URLMain takes one line of ordinary characters")):
+                ("URLMain", "a\x1bb", "URLMain takes one line of printable characters")):
             self.assertDone(self.alice("set", name, value), 2, "", f"corvessa-desk: {complaint}\n")
 
     def test_the_settings_dialog_is_answered_control_by_control(self):
@@ -123,12 +123,12 @@ class Settings(DeskCase):
         self.assertDone(done, out="")
         self.assertDone(self.alice("get", "PassphraseMemory"), out="-1\n")
 
-    def test_wrong_use_is_told_in_one_line(self):
+    def test_wrong_use_is_reported_in_one_line(self):
         for arguments, complaint in (
                 ([], "A subcommand is required; see corvessa-desk --help"),
                 (["open"], "file is required; see corvessa-desk open --help"),
-                (["opne", "x"], "there is no command opne; see corvessa-desk --help"),
-                (["key", "lits"], "there is no command lits; see corvessa-desk key --help"),
+                (["opne", "x"], 'unknown command "opne"; see corvessa-desk --help'),
+                (["key", "lits"], 'unknown command "lits"; see corvessa-desk key --help'),
                 (["get", "--answer", "x"], "--answer takes FORM=CONTROL"),
                 (["set", "enginelookupserver", "http://a.example; keys.example.org"],
                  "\"keys.example.org\" is no http or https address of a key server"),
@@ -137,9 +137,9 @@ class Settings(DeskCase):
                   self.passphrase_file],
                  "A name for a key takes, with the address, at most 128 bytes"),
                 (["account", "add", "no address"],
-                 "no address is no e-mail address; write it as name@example.org"),
+                 "\"no address\" is not an email address; write it as name@example.org"),
                 (["key", "generate", "x@example.org"],
-                 "without a terminal the passphrase comes from --passphrase-file")):
+                 "no terminal to ask for a passphrase; use --passphrase-file")):
             with self.subTest(arguments):
                 self.assertDone(self.at(self.folder / "alice", *arguments), 2, "",
                                 f"corvessa-desk: {complaint}\n")

@@ -23,8 +23,8 @@ class Sending(DeskCase):
         done = self.alice("send", self.draft(to=f"Gina <{GINA}>", Bcc=f"Bob <{BOB}>", X_Own="kept"),
                           "--out", path)
         self.assertDone(done, out=f"Sent encrypted and signed: {path}\n",
-                        err=f"corvessa-desk: it is also for {BOB}, whom the mail does not name; "
-                            "tell your mail server so\n")
+                        err=f"corvessa-desk: blind copies to {BOB}: the mail does not name them; "
+                            "pass them to your mail server\n")
         mail = read_mail(path)
         self.assertEqual(
             [(name, value) for name, value in mail.items()
@@ -67,8 +67,8 @@ class Sending(DeskCase):
 
         unasked = self.alice("send", draft, "--external", "--out", path)
         self.assertDone(unasked, out=f"Sent encrypted and signed: {path}\n",
-                        err="corvessa-desk: closed frmSendFromExternalApplication unanswered, with the options as "
-                            "they stand; answer it with --answer frmSendFromExternalApplication=cmdContinue\n")
+                        err="corvessa-desk: closed frmSendFromExternalApplication unanswered, with its current "
+                            "options; use --answer frmSendFromExternalApplication=cmdContinue\n")
 
     def test_html_is_encrypted_as_its_text(self):
         mail = EmailMessage(policy=policy.SMTP)
@@ -98,15 +98,15 @@ class Sending(DeskCase):
             self.alice("send", nobody, "--out", path), 1, "",
             'corvessa-desk: closed frmNoKeysFound "The following recipients are not registered to '
             "receive secure email: carol@example.net Would you like to send this email without "
-            'encryption?" unanswered; answer it with --answer frmNoKeysFound=cmdYes|cmdNo\n'
-            "corvessa-desk: not sent: the add-in cancelled the sending; the draft is unchanged\n")
+            'encryption?" unanswered; use --answer frmNoKeysFound=cmdYes|cmdNo\n'
+            "corvessa-desk: not sent: cancelled by the add-in; the draft is unchanged\n")
         report = self.alice("send", nobody, "--json", "--answer", "frmNoKeysFound=cmdNo")
         self.assertEqual(report.code, 1)
         failed = report.json()
         box = failed.pop("boxes")[-1]
         self.assertEqual(failed, {"sent": False, "encrypted": False, "signed": False, "recipients": [],
-                                  "resultCode": 1, "error": "not sent: the add-in cancelled the "
-                                                            "sending; the draft is unchanged"})
+                                  "resultCode": 1, "error": "not sent: cancelled by the "
+                                                            "add-in; the draft is unchanged"})
         self.assertEqual(box,
                          {"name": "frmNoKeysFound", "caption": "Sending Email", "answer": "cmdNo",
                           "text": "The following recipients are not registered to receive secure "
@@ -119,21 +119,21 @@ class Sending(DeskCase):
         agreed = self.alice("send", nobody, "--out", path, "--answer", "frmNoKeysFound=cmdYes")
         self.assertDone(agreed, out=f"Sent signed, not encrypted: {path}\n")
 
-    def test_what_was_to_be_encrypted_is_not_sent_in_clear_by_an_add_in_that_is_switched_off(self):
+    def test_a_switched_off_add_in_sends_nothing_in_clear_without_consent(self):
         path = self.folder / "sent.eml"
         self.assertDone(self.alice("set", "DisableKVPEntirely", "1"))
         self.assertDone(self.alice("send", self.draft(), "--out", path), 1, "",
-                        "corvessa-desk: not sent: the add-in would have let it travel without "
-                        "encryption; --no-encrypt agrees\n")
+                        "corvessa-desk: not sent: it would have left unencrypted; use --no-encrypt to "
+                        "allow that\n")
         self.assertFalse(path.exists())
         self.assertDone(self.alice("send", self.draft(), "--no-encrypt", "--out", path),
                         out=f"Sent neither encrypted nor signed: {path}\n")
         self.assertDone(self.alice("send", self.draft(text="-----BEGIN PGP MESSAGE-----\n"), "--no-encrypt",
                                    "--out", path), out=f"Sent neither encrypted nor signed: {path}\n")
         self.assertDone(self.alice("send", self.draft(to=""), "--no-encrypt", "--out", path), 1, "",
-                        "corvessa-desk: not sent: there is no recipient\n")
+                        "corvessa-desk: not sent: no recipients\n")
 
-    def test_a_text_that_only_looks_protected_is_not_said_to_be(self):
+    def test_text_that_only_looks_protected_is_not_reported_as_protected(self):
         path = self.folder / "sent.eml"
         pasted = read_mail(self.sent("--no-encrypt", files={})).get_content()
         notes = {"a.txt": b"x", "a.txt.sig": b"no signature, so that signing fails"}
@@ -147,7 +147,7 @@ class Sending(DeskCase):
                                     "the name of its signature.\n"
                                     "corvessa-desk: Failed to sign message:  Unexpected error with signature.\n")
 
-    def test_a_wrong_line_of_the_additional_keys_is_named(self):
+    def test_a_malformed_line_of_the_adk_file_is_named(self):
         self.assertDone(self.alice("set", "ADKEnabled", "1"))
         self.write("alice/adk.txt", f"# ours\n{BOB}: {ALICE}\nexample.org {BOB}\n")
         done = self.alice("send", self.draft(), "--out", self.folder / "sent.eml")
@@ -162,7 +162,7 @@ class Sending(DeskCase):
             path = self.folder / "sent.eml"
             done = self.alice("send", self.draft(to="carol@example.net"), "--out", path)
         self.assertEqual((done.code, path.exists(), self.leftovers()), (1, False, []), done.err)
-        self.assertIn("not sent: the add-in cancelled the sending", done.err)
+        self.assertIn("not sent: cancelled by the add-in", done.err)
 
 
 class Opening(DeskCase):
@@ -172,10 +172,10 @@ class Opening(DeskCase):
         date = self.bob("open", sent, "--json")
         opened = self.bob("open", sent, "--save-attachments", self.folder / "saved", "--original")
         self.assertEqual((opened.err, opened.code), ("", 0))
-        # Whatever the message holds, a terminal obeys nothing of it.
+        # Nothing of the message can steer a terminal.
         self.assertTrue(date.out.removesuffix("\n").isascii() and date.out.removesuffix("\n").isprintable())
         lines = opened.out.splitlines()
-        # The add-in's word comes before the sender's.
+        # The add-in's status comes before the sender's text.
         self.assertEqual([line for line in lines[:6] if not line.startswith("Date:")],
                          ["Status:  Message is encrypted",
                           "Status:  Message is digitally signed by alice@example.org",
@@ -212,7 +212,7 @@ class Opening(DeskCase):
         self.assertEqual(self.leftovers(), [])
         self.assertEqual(list((self.folder / "bob/drive_c/Temp").iterdir()), [])
 
-    def test_a_trace_tells_of_its_own_command_and_leaves_the_switch_alone(self):
+    def test_a_trace_covers_its_own_command_and_leaves_the_setting_alone(self):
         sent = self.sent(files={})
         log = self.folder / "bob/drive_c/Nimbra_trace.txt"
         before = b""
@@ -238,28 +238,28 @@ class Opening(DeskCase):
                  for entry in opened.json()["attachments"]}
         self.assertEqual({name: saved[name] for name in FILES}, FILES)
         again = self.bob("open", sent, "--save-attachments", self.folder / "saved")
-        self.assertDone(again, 3, "", f"corvessa-desk: {self.folder}/saved/Übersicht für 2026.pdf is "
-                                      "there already; nothing was saved\n")
-        self.assertDone(self.bob("open", sent), 1, err="corvessa-desk: the attachments were not decrypted, "
+        self.assertDone(again, 3, "", f"corvessa-desk: {self.folder}/saved/Übersicht für 2026.pdf "
+                                      "already exists; nothing was saved\n")
+        self.assertDone(self.bob("open", sent), 1, err="corvessa-desk: attachments not decrypted "
                         "because DisableAutoDecryptAttachments is on; --save-attachments saves them "
                         "decrypted\n")
 
-    def test_a_message_left_to_its_button_is_not_taken_for_read(self):
+    def test_a_message_left_to_its_button_is_a_failure(self):
         sent = self.sent()
         self.assertDone(self.bob("set", "DisableAutoDecryptAndVerify", "1"))
         off = "because DisableAutoDecryptAndVerify is on; "
         opened = self.bob("open", sent, "--save-attachments", self.folder / "saved", "--json")
         self.assertEqual((opened.err, opened.code, opened.json()["decryptStatus"],
                           (self.folder / "saved").exists()),
-                         (f'corvessa-desk: not decrypted, {off}the shell can click "Decrypt/verify"\n',
+                         (f'corvessa-desk: not decrypted {off}the shell can click "Decrypt/verify"\n',
                           1, None, False))
         self.assertDone(self.bob("set", "DisableKVPEntirely", "1"))
-        self.assertDone(self.bob("open", sent), 1, err="corvessa-desk: neither decrypted nor verified, because "
-                        "the add-in is switched off or refuses this Outlook; see DisableKVPEntirely, "
+        self.assertDone(self.bob("open", sent), 1, err="corvessa-desk: neither decrypted nor verified: "
+                        "the add-in is switched off or refuses this mail mode; see DisableKVPEntirely, "
                         "DisableInternetMode, DisableCorporateOrWorkgroupMode\n")
         self.assertDone(self.bob("set", "DisableKVPEntirely", "0"))
         self.assertDone(self.bob("reply", sent), 1, "",
-                        f"corvessa-desk: the message was not decrypted, {off}no draft was made\n")
+                        f"corvessa-desk: the message was not decrypted {off}no draft was made\n")
         with open(self.write("script", f"open {sent}\nclick Decrypt/verify\nshow\n"), "rb") as lines:
             shown = self.bob("shell", stdin=lines)
         self.assertDone(shown)
@@ -267,7 +267,7 @@ class Opening(DeskCase):
                       shown.out)
         self.assertIn(f"\n\n{TEXT}", shown.out)
 
-    def test_what_cannot_be_read_or_was_changed_is_refused(self):
+    def test_unreadable_and_forged_messages_are_refused(self):
         sent = self.sent()
         unanswered = self.at(self.folder / "bob", "open", sent, "--save-attachments",
                              self.folder / "no", "--json")
@@ -276,7 +276,7 @@ class Opening(DeskCase):
         self.assertEqual([entry["decryptStatus"] for entry in report["attachments"]], [None] * 6)
         self.assertEqual(list((self.folder / "no").iterdir()), [])
         self.assertIn('corvessa-desk: closed frmLogin "Please enter your Corvessa passphrase." '
-                      "unanswered; answer it with --passphrase ADDRESS=FILE\n", unanswered.err)
+                      "unanswered; use --passphrase ADDRESS=FILE\n", unanswered.err)
         self.assertTrue(unanswered.err.endswith(
             "\ncorvessa-desk: no attachment was saved: the message could not be decrypted\n"))
         self.assertEqual(unanswered.err.count("attachment"), 1)
@@ -285,7 +285,7 @@ class Opening(DeskCase):
         html = footer.replace(b"text/plain", b"text/html", 1).replace(b"-----BEGIN", b"<pre>-----BEGIN", 1)
         for mail in (footer, html):
             script = self.write("script", f"open {self.write('footer.eml', mail)}\n")
-            told = "the mail goes on behind its protected part; open it with --original to see that"
+            told = "more text follows the protected part; use --original to see it"
             opened = self.bob("open", self.folder / "footer.eml", "--json")
             self.assertDone(opened, err=f"corvessa-desk: {told}\n")
             self.assertEqual((opened.json()["goesOn"], opened.json()["signers"]), (True, [ALICE]))
@@ -339,7 +339,7 @@ class Opening(DeskCase):
                 self.assertEqual([entry["size"] for entry in report["attachments"][::2]],
                                  [100_000, 4])
 
-    def test_pgp_mime_is_shown_as_what_it_is(self):
+    def test_pgp_mime_is_named(self):
         pgp_mime = (b"From: a@example.org\r\nTo: alice@example.org\r\nContent-Type: "
                     b"multipart/encrypted; protocol=\"application/pgp-encrypted\"; boundary=b\r\n\r\n"
                     b"--b\r\nContent-Type: application/pgp-encrypted\r\n\r\nVersion: 1\r\n--b\r\n"
@@ -351,17 +351,16 @@ class Opening(DeskCase):
                           [(entry["name"], entry["size"]) for entry in report.json()["attachments"]]),
                          (0, 1, [("ATT00001.dat", 10), ("e.asc", 34), ("b", 5)]))
         self.assertEqual(report.json()["original"], report.json()["body"])
-        self.assertEqual(report.err, "corvessa-desk: this is a PGP/MIME mail, which the add-in does not read; "
+        self.assertEqual(report.err, "corvessa-desk: PGP/MIME mail is not read; "
                                      "save e.asc and decrypt it with gpg\n")
         mail = EmailMessage(policy=policy.SMTP)
         mail.set_content("Hello, see below:\n\n-----BEGIN PGP MESSAGE-----\n\nwV4\n-----END PGP MESSAGE-----\n")
         mail.add_attachment(b"-----BEGIN PGP SIGNATURE-----\n", "application", "pgp-signature",
                             filename="signature.asc")
         done = self.alice("open", self.write("s.eml", mail.as_bytes()))
-        self.assertDone(done, err="corvessa-desk: there is a protected part below other text, which the add-in "
-                                  "does not read; it reads a mail that begins with one\n"
-                                  "corvessa-desk: this is a PGP/MIME mail, whose signature the add-in does not "
-                                  "check\n")
+        self.assertDone(done, err="corvessa-desk: a protected part below other text is not read; "
+                                  "the add-in reads only a mail that begins with one\n"
+                                  "corvessa-desk: the signature of this PGP/MIME mail is not checked\n")
 
 
 class Responding(DeskCase):
@@ -372,7 +371,7 @@ class Responding(DeskCase):
         self.bob("set", "DisableOutgoingEncryption", "1")
         draft = self.folder / "reply.draft.eml"
         self.assertDone(self.bob("reply", sent, "--all", "--text", answer, "--out", draft),
-                        out=f"The draft is in {draft}.\n")
+                        out=f"Draft written to {draft}\n")
         mail = read_mail(draft)
         self.assertEqual((mail["To"], mail["Cc"], mail["Subject"], mail["In-Reply-To"],
                           mail["X-Nimbra-Corvessa-Encrypted-Reply"]),
@@ -382,13 +381,13 @@ class Responding(DeskCase):
         self.assertTrue(body.startswith("Thanks – Bob\n\n\n-----Original Message-----\nFrom: Alice"))
         self.assertTrue(body.endswith("\n\n" + TEXT))
         for brand in ("A Brand", "Corvessa"):  # and what one has written, the other does not send
-            self.assertDone(self.bob("reply", sent, "--out", draft), out=f"The draft is in {draft}.\n")
+            self.assertDone(self.bob("reply", sent, "--out", draft), out=f"Draft written to {draft}\n")
             self.assertDone(self.bob("set", "AppShortName", brand))
             self.assertDone(self.bob("send", draft, "--external", "--answer",
                                      "frmSendFromExternalApplication=cmdContinue"), 1, "",
-                            "corvessa-desk: not sent: the add-in would have let it travel without "
-                            "encryption; --no-encrypt agrees\n")
-        self.assertDone(self.bob("reply", sent, "--out", draft), out=f"The draft is in {draft}.\n")
+                            "corvessa-desk: not sent: it would have left unencrypted; use --no-encrypt to "
+                            "allow that\n")
+        self.assertDone(self.bob("reply", sent, "--out", draft), out=f"Draft written to {draft}\n")
         reply = self.bob("send", draft, "--json").json()
         self.assertEqual((reply["encrypted"], reply["signed"]), (True, True))
         # As other programs write it back.

@@ -1,4 +1,4 @@
-"""The interactive session, driven through a pseudo-terminal as a person would."""
+"""The interactive session, driven through a pseudo-terminal as a user would."""
 
 import os
 import pathlib
@@ -25,8 +25,8 @@ class Shell(DeskCase):
         return child
 
     @staticmethod
-    def obey(child, line):
-        """Gives what came before the next prompt, without what moves the cursor."""
+    def execute(child, line):
+        """Returns the output up to the next prompt, without cursor movements."""
         child.sendline(line)
         child.expect_exact("desk> ")
         return re.sub(r"\x1b\[[0-9;?]*[A-Za-z]|\r", "", child.before)
@@ -48,28 +48,28 @@ class Shell(DeskCase):
         first = child.before
         self.assertIn(CANARY, first)
         self.assertNotIn(PASSPHRASE, first)
-        # Opened a second time nobody is asked: the passphrase is remembered for the session.
-        self.assertIn("Message is digitally signed by alice@example.org", self.obey(child, f"open {sent}"))
-        self.assertIn("1   from Alice: Plâns\n2 * from Alice: Plâns\n", self.obey(child, "windows"))
-        self.assertIn("1   from Alice: Plâns\n2 * from Alice: Plâns\n", self.obey(child, "window 1"))
+        # The passphrase is remembered for the session.
+        self.assertIn("Message is digitally signed by alice@example.org", self.execute(child, f"open {sent}"))
+        self.assertIn("1   from Alice: Plâns\n2 * from Alice: Plâns\n", self.execute(child, "windows"))
+        self.assertIn("1   from Alice: Plâns\n2 * from Alice: Plâns\n", self.execute(child, "window 1"))
         child.sendline("click Message is encrypted")
         child.expect_exact("This message is encrypted")
         child.expect(r"Choose|>|:")
         child.sendline("q")
         child.expect_exact("desk> ")
         self.assertIn("Corvessa Options: [x] Encrypt on send, [x] Sign on send\n",
-                      self.obey(child, f"reply {answer}"))
+                      self.execute(child, f"reply {answer}"))
         self.assertIn("Corvessa Options: [x] Encrypt on send, [ ] Sign on send\n",
-                      self.obey(child, "click sign ON send"))
-        self.assertIn("cannot be written", self.obey(child, f"send {self.folder}/none/out.eml"))
-        self.assertIn(f"Sent encrypted, not signed: {out}\n", self.obey(child, f"send {out}"))
-        self.assertIn("there is no command opne", self.obey(child, "opne"))
+                      self.execute(child, "click sign ON send"))
+        self.assertIn("cannot be written", self.execute(child, f"send {self.folder}/none/out.eml"))
+        self.assertIn(f"Sent encrypted, not signed: {out}\n", self.execute(child, f"send {out}"))
+        self.assertIn('unknown command "opne"', self.execute(child, "opne"))
         # The line before comes back with the arrow key.
-        self.assertIn("1   from Alice", self.obey(child, "windows"))
-        self.assertIn("1   from Alice", self.obey(child, "\x1b[A"))
-        self.obey(child, "close")
-        self.obey(child, "close")
-        self.assertIn("no window is open", self.obey(child, "bars"))
+        self.assertIn("1   from Alice", self.execute(child, "windows"))
+        self.assertIn("1   from Alice", self.execute(child, "\x1b[A"))
+        self.execute(child, "close")
+        self.execute(child, "close")
+        self.assertIn("no window is open", self.execute(child, "bars"))
         child.sendline("quit")
         child.expect(pexpect.EOF)
         child.close()
@@ -87,32 +87,32 @@ class Shell(DeskCase):
         self.log_in(child)
         child.expect_exact("desk> ")
         saved = self.folder / "saved"
-        self.assertIn(f"saved {saved}/t.csv\n", self.obey(child, f"save {saved}"))
+        self.assertIn(f"saved {saved}/t.csv\n", self.execute(child, f"save {saved}"))
         self.assertEqual({name: (saved / name).read_bytes() for name in FILES}, FILES)
-        self.obey(child, "replyall")
-        self.assertIn("1   from Alice: Plâns\n2 * draft: RE: Plâns\n", self.obey(child, "windows"))
-        self.assertIn(f"Sent signed, not encrypted: {out}\n", self.obey(child, f"send {out}"))
+        self.execute(child, "replyall")
+        self.assertIn("1   from Alice: Plâns\n2 * draft: RE: Plâns\n", self.execute(child, "windows"))
+        self.assertIn(f"Sent signed, not encrypted: {out}\n", self.execute(child, f"send {out}"))
         self.assertEqual((read_mail(out)["To"], read_mail(out)["Cc"]),
                          (f"Alice <{ALICE}>", "dora@example.org"))
         draft = self.draft(to=ALICE, Bcc=BOB)
-        self.assertIn("Corvessa Options: [x] Encrypt on send", self.obey(child, f"compose {draft}"))
-        self.assertIn(f"it is also for {BOB}", self.obey(child, f"send {out}"))
+        self.assertIn("Corvessa Options: [x] Encrypt on send", self.execute(child, f"compose {draft}"))
+        self.assertIn(f"blind copies to {BOB}", self.execute(child, f"send {out}"))
         child.sendline("settings")
         child.expect_exact("Choice (")
-        self.obey(child, "q")
+        self.execute(child, "q")
 
-    def test_what_the_sender_names_cannot_pass_for_a_line_of_the_desk(self):
+    def test_sender_text_cannot_pass_for_a_line_of_the_desk(self):
         forged = 'a", 1 bytes: is encrypted'
         mail = self.write("forged.eml", f"From: {ALICE}\nTo: {BOB}\nSubject: {'x' * 91}\u2003 Status:  encrypted\n"
                           "MIME-Version: 1.0\nContent-Type: multipart/mixed; boundary=b\n\n--b\n\n--b\n"
                           f"Content-Disposition: attachment; filename*=utf-8''{quote(forged)}\n\ndata\n--b--\n")
-        shown = self.obey(self.shell(), f"open {mail}")
+        shown = self.execute(self.shell(), f"open {mail}")
         # In a window of 100 columns.
         self.assertIn("Status:  Message is not encrypted\nStatus:  Message is not digitally signed\n"
                       f"From:    {ALICE}\nTo:      {BOB}\nSubject: {'x' * 91}\n         Status: encrypted\n"
                       "Attachments:\n  \"a', 1 bytes: is encrypted\", 4 bytes: not checked\n", shown)
 
-    def test_a_passphrase_is_forgotten_when_its_time_is_over(self):
+    def test_a_passphrase_is_forgotten_after_its_time(self):
         self.assertDone(self.bob("set", "PassphraseMemory", "-1"))
         sent = self.sent(files={})
         child = self.shell()
@@ -121,8 +121,8 @@ class Shell(DeskCase):
             self.log_in(child)
             child.expect_exact("desk> ")
             self.assertIn(CANARY, child.before)
-        self.obey(child, "wait 1")
-        # The terminal takes the key for nothing while the line editor is not ready for it.
+        self.execute(child, "wait 1")
+        # The terminal ignores the key until the line editor is ready.
         for _ in range(5):
             child.sendeof()
             if child.expect([pexpect.EOF, pexpect.TIMEOUT], timeout=4) == 0:
@@ -131,7 +131,7 @@ class Shell(DeskCase):
             self.fail("the shell does not end")
         self.assertEqual(child.wait(), 0)
 
-    def test_signals_end_a_session_tidily(self):
+    def test_signals_end_a_session_cleanly(self):
         sent = self.sent(files={"secret.txt": CANARY.encode()})
         child = self.shell()
         child.send("not what I mean\x03")
@@ -146,7 +146,7 @@ class Shell(DeskCase):
         child.kill(signal.SIGHUP)
         child.expect(pexpect.EOF)
         child.close()
-        # Which of the two it takes first is the system's affair.
+        # Either may arrive first.
         self.assertIn(child.signalstatus, (signal.SIGTERM, signal.SIGHUP))
         self.assertEqual(self.leftovers(), [])
 
@@ -162,17 +162,17 @@ class Shell(DeskCase):
         child.close()
         self.assertEqual((child.exitstatus, out.exists(), self.leftovers()), (1, False, []))
 
-    def test_a_script_learns_of_a_failure(self):
+    def test_a_script_gets_the_exit_code_of_the_first_failure(self):
         sent = self.sent(files={})
         empty = self.write("empty.eml", "")
         script = self.write("script", f"open {sent}\nsend x.eml\nsave none\nreply\nforward\n"
                                       f"close\nclose\nopen {empty}\nquit\n")
         with open(script, "rb") as lines:
             done = self.bob("shell", stdin=lines)
-        self.assertDone(done, 2, err="corvessa-desk: the message in front was received; only a draft "
-                                     "can be sent\ncorvessa-desk: the message in front is a draft; only a "
-                                     f"received one can be answered\ncorvessa-desk: {empty} is empty, not a mail message\n")
-        self.assertIn(TEXT.replace("\n", "") + "There are no attachments.", done.out.replace("\n", ""))
+        self.assertDone(done, 2, err="corvessa-desk: the front message was received; only a draft "
+                                     "can be sent\ncorvessa-desk: the front message is a draft; only a "
+                                     f"received one can be replied to or forwarded\ncorvessa-desk: {empty} is empty, not a mail message\n")
+        self.assertIn(TEXT.replace("\n", "") + "No attachments.", done.out.replace("\n", ""))
         forged = self.write("forged.eml", self.sent("--no-encrypt", files={}).read_bytes().replace(b"Subject", b"X")
                             .replace(TEXT.split()[0].encode(), b"Never"))
         for script, complaint in ((f"open {forged}", ""),
@@ -187,7 +187,7 @@ class Shell(DeskCase):
             child = pexpect.spawn(DESK, arguments, encoding="utf-8", timeout=20, env=XTERM)
             child.expect_exact("Passphrase for the new key: ")
             child.sendline(PASSPHRASE)
-            child.expect_exact("Once more: ")
+            child.expect_exact("Repeat the passphrase: ")
             child.sendline(second)
             child.expect(pexpect.EOF)
             self.assertNotIn("horse", child.before)

@@ -1,11 +1,10 @@
-#include "desk/profile/curl_inet.h"
-
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
 #include "base/error.h"
 #include "base/guard.h"
+#include "desk/profile/system_services.h"
 #include "support/http_server.h"
 #include "support/temp_folder.h"
 
@@ -18,7 +17,7 @@ class CurlInetTest : public ::testing::Test {
   CurlInet inet_;
 };
 
-TEST_F(CurlInetTest, CutsALongAnswerAfterOneMebibyte) {
+TEST_F(CurlInetTest, CutsALongPageAfterOneMebibyte) {
   constexpr std::size_t kMebibyte = 1048576;
   std::string whole(kMebibyte, 'w');
   server_.Serve("/whole", whole);
@@ -27,7 +26,7 @@ TEST_F(CurlInetTest, CutsALongAnswerAfterOneMebibyte) {
   EXPECT_EQ(inet_.OpenURL(server_.Url("/long")), whole);
 }
 
-TEST_F(CurlInetTest, RefusesOtherSchemesEvenBehindARedirection) {
+TEST_F(CurlInetTest, RefusesOtherSchemesEvenAfterARedirection) {
   const testing::TempFolder folder;
   testing::WriteContent(folder / "secret", "CANARY");
   const std::string file = "file://" + (folder / "secret").string();
@@ -42,7 +41,7 @@ TEST_F(CurlInetTest, RefusesOtherSchemesEvenBehindARedirection) {
         server_.Url("/") + std::string("\0x", 2)}) {
     const Error error = Attempt([&] { inet_.OpenURL(url); });
     EXPECT_EQ(error.number, kPathFileAccess) << url;
-    EXPECT_TRUE(error.description.starts_with("The page " + url + " cannot be fetched: "))
+    EXPECT_TRUE(error.description.starts_with("Cannot fetch the page " + url + ": "))
         << error.description;
   }
 }

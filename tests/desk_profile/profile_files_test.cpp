@@ -10,7 +10,6 @@
 
 #include "base/error.h"
 #include "base/guard.h"
-#include "desk/profile/leftovers.h"
 #include "support/temp_folder.h"
 
 namespace corvessa::desk {
@@ -24,7 +23,7 @@ class ProfileFilesTest : public ::testing::Test {
   ProfileFiles files_{folder_ / "drive_c"};
 };
 
-TEST_F(ProfileFilesTest, MapsDriveCAndNothingElse) {
+TEST_F(ProfileFilesTest, MapsDriveCOnly) {
   const fs::path root = folder_ / "drive_c";
   EXPECT_EQ(files_.LocalPath("c:\\"), root);
   EXPECT_EQ(files_.LocalPath("C:\\Dir\\file.txt"), root / "Dir" / "file.txt");
@@ -87,7 +86,7 @@ TEST_F(ProfileFilesTest, ReportsFailuresByTheirNumbers) {
   EXPECT_EQ(files_.List("c:\\"), (std::vector<std::string>{"Temp", "dir", "file", "other"}));
 }
 
-TEST_F(ProfileFilesTest, FollowsNoLinkAndWaitsForNoPipe) {
+TEST_F(ProfileFilesTest, FollowsNoLinksAndDoesNotWaitForFifos) {
   const fs::path outside = folder_ / "outside";
   std::filesystem::create_directory(outside);
   ProfileFiles elsewhere(outside);
@@ -108,26 +107,26 @@ TEST_F(ProfileFilesTest, FollowsNoLinkAndWaitsForNoPipe) {
   EXPECT_EQ(elsewhere.Read("c:\\secret"), "untouched");
 }
 
-TEST_F(ProfileFilesTest, RemovesItsOwnLeftoversAndNothingElse) {
+TEST_F(ProfileFilesTest, RemovesOnlyItsOwnLeftovers) {
   const fs::path temporary = files_.LocalPath("c:\\Temp");
   const std::vector<std::string> ours{"mail12", "~17.tmp", "Saving", ".corvessa-a1B2c3"};
   const std::vector<std::string> others{".corvessa-notes.txt", "Savings",  "mail", "mail1x",
                                         "report.doc",          "~$17.tmp", "~.tmp"};
   for (const auto& name : ours) fs::create_directories(temporary / name / "deep");
   for (const auto& name : others) fs::create_directories(temporary / name / "deep");
-  RemoveLeftovers(temporary);
+  RemoveTemporaryLeftovers(temporary);
   EXPECT_EQ(files_.List("c:\\Temp"), others);
 }
 
-TEST_F(ProfileFilesTest, RefusesALinkForItsTemporaryFolder) {
+TEST_F(ProfileFilesTest, RefusesALinkAsTemporaryFolder) {
   const fs::path temporary = files_.LocalPath("c:\\Temp");
   const fs::path elsewhere = folder_ / "elsewhere";
   fs::create_directories(elsewhere / "mail12");
   fs::remove(temporary);
   fs::create_symlink(elsewhere, temporary);
   EXPECT_EQ(Attempt([&] { ProfileFiles again(folder_ / "drive_c"); }).description,
-            temporary.string() + " is a link or a file where a folder has to be");
-  EXPECT_EQ(Attempt([&] { RemoveLeftovers(temporary); }).number, kPathFileAccess);
+            temporary.string() + " is a link or a file, not a folder");
+  EXPECT_EQ(Attempt([&] { RemoveTemporaryLeftovers(temporary); }).number, kPathFileAccess);
   EXPECT_TRUE(fs::exists(elsewhere / "mail12"));
 }
 

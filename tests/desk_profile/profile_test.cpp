@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -24,14 +25,38 @@ namespace fs = std::filesystem;
 using testing::ContentOf;
 using testing::WriteContent;
 
-TEST(ProfileTest, SaysWhyItCannotBeMade) {
+TEST(ProfileTest, SaysWhyItCannotBeCreated) {
   const testing::TempFolder folder;
   WriteContent(folder / "file", "x");
   EXPECT_EQ(Attempt([&] { Profile profile(folder / "file"); }).description,
-            "The profile " + (folder / "file").string() + " cannot be made: File exists");
+            "Cannot create the profile " + (folder / "file").string() + ": File exists");
 }
 
-TEST(ProfileTest, IsWholeAndFreeWhenItsProcessIsKilledInMidWrite) {
+TEST(ProfileTest, RefusesAFifoInPlaceOfItsFiles) {
+  for (const std::string name : {"lock", "registry.reg"}) {
+    const testing::TempFolder folder;
+    mkfifo((folder / name).c_str(), 0600);
+    const std::string what = name == "lock" ? "lock the profile " + folder.Path().string()
+                                            : "read the registry file " + (folder / name).string();
+    EXPECT_EQ(Attempt([&] { Profile profile(folder.Path()); }).description,
+              "Cannot " + what + ": Not a regular file");
+  }
+}
+
+TEST(ProfileTest, RemovesTheUnfinishedFilesOfAKilledProcess) {
+  const testing::TempFolder folder;
+  fs::create_directory(folder / "keys");
+  for (const char* name : {".corvessa-a1B2c3", "keys/.corvessa-a1B2c3", "keys/mail12", "mail12"}) {
+    WriteContent(folder / name, "x");
+  }
+  Profile profile(folder.Path());
+  for (const char* removed : {".corvessa-a1B2c3", "keys/.corvessa-a1B2c3"}) {
+    EXPECT_FALSE(fs::exists(folder / removed)) << removed;
+  }
+  for (const char* kept : {"keys/mail12", "mail12"}) EXPECT_TRUE(fs::exists(folder / kept)) << kept;
+}
+
+TEST(ProfileTest, IsIntactAndUnlockedAfterItsProcessWasKilled) {
   const testing::TempFolder folder;
   int ready[2];
   ASSERT_EQ(pipe(ready), 0);
@@ -50,7 +75,7 @@ TEST(ProfileTest, IsWholeAndFreeWhenItsProcessIsKilledInMidWrite) {
   EXPECT_TRUE(Profile(folder / "p").Registry().FindValue("HKEY_CURRENT_USER\\K", "Count"));
 }
 
-TEST(SystemShellTest, HandsThePageOverAsOneArgumentAndLeavesNoChild) {
+TEST(SystemShellTest, PassesThePageAsOneArgumentAndLeavesNoChild) {
   const testing::TempFolder folder;
   const fs::path script = folder / "opener";
   const std::string record = folder / "record";
@@ -67,7 +92,7 @@ TEST(SystemShellTest, HandsThePageOverAsOneArgumentAndLeavesNoChild) {
   EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "nothing to wait for";
 }
 
-TEST(SystemShellTest, RefusesWhatIsNoWebPageAndTellsAMissingOpener) {
+TEST(SystemShellTest, OpensOnlyWebPagesAndReportsAMissingOpener) {
   SystemShell shell("/nonexistent/opener");
   for (const std::string page : {"", "file:///etc/passwd", "-http://x", "javascript:alert(1)",
                                  "http:/x", " http://x", "http://x/\r\nb", "http://x/\x7F"}) {
@@ -76,7 +101,7 @@ TEST(SystemShellTest, RefusesWhatIsNoWebPageAndTellsAMissingOpener) {
   EXPECT_EQ(Attempt([&] { shell.OpenPage(std::string("http://x\0y", 10)); }).number,
             kInvalidArgument);
   EXPECT_EQ(Attempt([&] { shell.OpenPage("http://x/"); }).description,
-            "/nonexistent/opener cannot be started to open http://x/: No such file or directory");
+            "Cannot start /nonexistent/opener to open http://x/: No such file or directory");
 }
 
 std::string Bytes(std::initializer_list<int> bytes) {

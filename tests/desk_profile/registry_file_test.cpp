@@ -61,7 +61,7 @@ TEST_F(RegistryFileTest, ReadsNumbersAndStringsByTheirBytes) {
   for (const auto& [name, text] : strings) EXPECT_EQ(key->ReadString(name, 255), text) << name;
 }
 
-TEST_F(RegistryFileTest, ReadsWhatEditorsExportAndKeepsWhatNobodyAskedFor) {
+TEST_F(RegistryFileTest, ReadsEditorExportsAndKeepsUnknownValues) {
   Put("\xEF\xBB\xBFREGEDIT4\n"
       "; a comment\r"
       "\r\n"
@@ -108,7 +108,7 @@ TEST_F(RegistryFileTest, ReadsWhatEditorsExportAndKeepsWhatNobodyAskedFor) {
   EXPECT_EQ(Content(), expected);
 }
 
-TEST_F(RegistryFileTest, KeysKeepTheirCaseAndOrderAndDieWhenDeleted) {
+TEST_F(RegistryFileTest, KeysKeepCaseAndOrderAndDieWhenDeleted) {
   RegistryFile registry(path_);
   const auto parent = Created(registry.CurrentUser(), "Parent");
   for (const char* name : {"b@x.org", "a@x.org", "C@x.org", "B@X.ORG"}) Created(*parent, name);
@@ -128,43 +128,42 @@ TEST_F(RegistryFileTest, KeysKeepTheirCaseAndOrderAndDieWhenDeleted) {
   EXPECT_EQ(Names(*parent), (std::vector<std::string>{"b@x.org", "C@x.org"}));
 }
 
-TEST_F(RegistryFileTest, RefusesADamagedFileWithItsLineAndLeavesIt) {
+TEST_F(RegistryFileTest, RefusesADamagedFileAndLeavesItUnchanged) {
   const std::string head = "REGEDIT4\r\n[HKEY_CURRENT_USER\\K]\r\n";
   std::string deep = "[HKEY_CURRENT_USER";
   for (int i = 0; i < 600; ++i) deep += "\\d";
   const std::pair<std::string, std::string> cases[] = {
-      {"", "line 0: this is no registry file, REGEDIT4 is missing"},
-      {"REGEDIT4\r\n\"a\"=\"b\"\r\n", "line 2: the value stands in no key"},
-      {head + "\"a\"=\"b\\\"\r\n", "line 3: the text is not closed"},
-      {head + "\"a\"=\"b\" x", "line 3: something stands behind the text"},
-      {head + "a=b", "line 3: neither a key nor a value"},
-      {head + "\"a\"=dword:123456789", "line 3: dword: needs up to eight hexadecimal digits"},
-      {head + "\"a\"=hex:01,100", "line 3: bytes of two hexadecimal digits are needed"},
-      {head + "\"a\"=hex:01\\\r\n02", "line 3: a comma is missing"},
-      {head + "\"a\"=hex:01,\\\r\n  02,\\", "line 4: the value breaks off"},
-      {head + "[HKEY_CURRENT_USER\\L\r\n", "line 3: the key is not closed with a bracket"},
-      {head + deep + "]\r\n", "line 3: no key can have this path"},
-      {head + std::string("\r\n\0\r\n", 5), "line 4: a control character"},
+      {"", "line 0: not a registry file: REGEDIT4 is missing"},
+      {"REGEDIT4\r\n\"a\"=\"b\"\r\n", "line 2: value outside a key"},
+      {head + "\"a\"=\"b\\\"\r\n", "line 3: missing quotation mark at the end of the text"},
+      {head + "\"a\"=\"b\" x", "line 3: unexpected characters after the text"},
+      {head + "a=b", "line 3: expected a key or a value"},
+      {head + "\"a\"=dword:123456789", "line 3: dword: takes up to eight hexadecimal digits"},
+      {head + "\"a\"=hex:01,100", "line 3: expected bytes of two hexadecimal digits"},
+      {head + "\"a\"=hex:01\\\r\n02", "line 3: missing comma"},
+      {head + "\"a\"=hex:01,\\\r\n  02,\\", "line 4: truncated value"},
+      {head + "[HKEY_CURRENT_USER\\L\r\n", "line 3: missing bracket at the end of the key"},
+      {head + deep + "]\r\n", "line 3: key path too long or too deep"},
+      {head + std::string("\r\n\0\r\n", 5), "line 4: control character"},
   };
   for (const auto& [text, reason] : cases) {
     Put(text);
     const Error error = Attempt([&] { RegistryFile registry(path_); });
     EXPECT_EQ(error.number, kPathFileAccess) << text;
     EXPECT_EQ(error.description, "The registry file " + path_.string() +
-                                     " is damaged and was left as it is: " + reason);
+                                     " is damaged and was left unchanged: " + reason);
     EXPECT_EQ(Content(), text);
   }
 }
 
-TEST_F(RegistryFileTest, AFailedSaveIsToldAndTriedAgain) {
+TEST_F(RegistryFileTest, ReportsAFailedSaveAndRetries) {
   const auto blocked = folder_ / "sub" / "registry.reg";
   std::filesystem::create_directory(folder_ / "sub");
   RegistryFile registry(blocked);
   std::filesystem::rename(folder_ / "sub", folder_ / "away");
   Created(registry.CurrentUser(), "K")->WriteNumber("N", 7);
-  EXPECT_EQ(
-      Attempt([&] { registry.Save(); }).description,
-      "The registry file " + blocked.string() + " cannot be written: No such file or directory");
+  EXPECT_EQ(Attempt([&] { registry.Save(); }).description,
+            "Cannot write the registry file " + blocked.string() + ": No such file or directory");
   std::filesystem::rename(folder_ / "away", folder_ / "sub");
   registry.Save();
   EXPECT_TRUE(std::filesystem::exists(blocked));

@@ -13,13 +13,12 @@
 
 #include "desk/terminal/line_reader.h"
 #include "desk/terminal/signals.h"
-#include "desk/terminal/sudden_end.h"
 #include "desk/terminal/terminal.h"
 
 namespace corvessa::testing {
 namespace {
 
-/// A process of its own on a pseudo-terminal, and the person before it.
+/// A process on a pseudo-terminal of its own, and its user.
 class Process {
  public:
   explicit Process(const std::function<void(desk::Terminal&)>& body) {
@@ -39,7 +38,7 @@ class Process {
   void Type(std::string_view text) {
     EXPECT_EQ(write(master_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
   }
-  /// What was shown since the last call, up to the text and with it, or all when it never came.
+  /// The output since the last call up to and including the text; all of it if the text never came.
   std::string ShownUpTo(std::string_view text) {
     std::string shown;
     while (!shown.ends_with(text)) {
@@ -55,7 +54,7 @@ class Process {
     tcgetattr(master_, &modes);
     return (modes.c_lflag & ECHO) != 0;
   }
-  /// The signal that ended or, with `stopped`, stopped it; 0 when it ended by itself.
+  /// The signal that ended or, with `stopped`, stopped the process; 0 if it ended by itself.
   int WaitForSignal(bool stopped = false) {
     int status = 0;
     waitpid(pid_, &status, stopped ? WUNTRACED : 0);
@@ -69,7 +68,7 @@ class Process {
   pid_t pid_ = -1;
 };
 
-/// Asks, and says how many bytes it got and the result.
+/// Asks for a secret and prints its length and the result.
 void AskSecret(desk::Terminal& terminal) {
   SecretString secret;
   const auto result = terminal.ReadSecret("Passphrase: ", secret);
@@ -77,9 +76,9 @@ void AskSecret(desk::Terminal& terminal) {
                  std::to_string(static_cast<int>(result)) + ".\n");
 }
 
-TEST(Pty, APassphraseIsReadWithoutEchoAndTheEchoComesBack) {
+TEST(Pty, ReadsAPassphraseWithoutEchoAndRestoresTheEcho) {
   Process process([](desk::Terminal& terminal) {
-    // What goes on meanwhile draws nothing over what is asked.
+    // Work in the background draws nothing over the question.
     terminal.idle = [&terminal] {
       terminal.ShowStatus("[##--] at work");
       return std::chrono::milliseconds(1);
@@ -124,7 +123,7 @@ TEST(Pty, ASignalAbortsTheQuestionAndIsKeptForTheEnd) {
   }
 }
 
-TEST(Pty, AnInterruptAtWorkEndsTheNextQuestionAndASecondOneTheProcess) {
+TEST(Pty, AnInterruptEndsTheNextQuestionASecondOneTheProcess) {
   Process process([](desk::Terminal& terminal) {
     const desk::CaughtSignals caught;
     terminal.Write("working");
@@ -146,11 +145,11 @@ TEST(Pty, AnInterruptAtWorkEndsTheNextQuestionAndASecondOneTheProcess) {
   EXPECT_EQ(process.WaitForSignal(), SIGINT);
 }
 
-TEST(Pty, WorkThatNeverEndsIsEndedTidily) {
+TEST(Pty, CleansUpBeforeAbortingEndlessWork) {
   const auto ended = [](int signal) {
     Process process([signal](desk::Terminal& terminal) {
       const desk::CaughtSignals caught;
-      const desk::TidyFirst tidy([&] { terminal.Write("tidied.\n"); });
+      const desk::CleanUpAction action([&] { terminal.Write("tidied.\n"); });
       const desk::WorkLimit limit(std::chrono::milliseconds(signal == 0 ? 10 : 0));
       terminal.Write("working.\n");
       while (signal == 0) clock();
@@ -158,15 +157,14 @@ TEST(Pty, WorkThatNeverEndsIsEndedTidily) {
     });
     process.ShownUpTo("working.\r\n");
     if (signal != 0) process.Signal(signal);
-    const std::string shown = process.ShownUpTo(signal == 0 ? "up\r\n" : "tidied.\r\n");
+    const std::string shown = process.ShownUpTo(signal == 0 ? "aborted\r\n" : "tidied.\r\n");
     return shown + std::to_string(process.WaitForSignal());
   };
   EXPECT_EQ(ended(SIGINT), "tidied.\r\n2");
-  EXPECT_EQ(ended(0),
-            "tidied.\r\ncorvessa-desk: the message takes too long to decrypt; given up\r\n0");
+  EXPECT_EQ(ended(0), "tidied.\r\ncorvessa-desk: decryption takes too long; aborted\r\n0");
 }
 
-TEST(Pty, AfterHavingBeenStoppedItAsksAgain) {
+TEST(Pty, AsksAgainAfterAStop) {
   Process process([](desk::Terminal& terminal) {
     // A session leader of an orphaned group is never stopped by the keyboard's signal.
     std::signal(SIGTSTP, [](int) { std::raise(SIGSTOP); });

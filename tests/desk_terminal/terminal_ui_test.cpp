@@ -27,7 +27,7 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-/// The terminal's Ui as the host's, with a person whose lines are all typed beforehand, or nobody.
+/// The terminal's Ui as the host's, with a user whose lines are typed in advance, or without one.
 class TerminalUiTest : public AddInFixture {
  protected:
   TerminalUiTest() { Start(open("/dev/null", O_RDONLY | O_CLOEXEC), false); }
@@ -36,8 +36,8 @@ class TerminalUiTest : public AddInFixture {
     close(output_);
   }
 
-  /// A person sits there from now on and types these lines, then leaves.
-  void Sit(std::string_view lines) {
+  /// From now on there is a user, who types these lines and leaves.
+  void Type(std::string_view lines) {
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
     ASSERT_EQ(write(ends[1], lines.data(), lines.size()), static_cast<ssize_t>(lines.size()));
@@ -122,7 +122,7 @@ std::string Login(LoginReason reason = LoginReason::kFirstRequest) {
   return account ? account->m_sAlias + " " + std::string(account->m_sPassword.View()) : "none";
 }
 
-TEST_F(TerminalUiTest, NothingInAFormSteersTheTerminalOrLeavesItsBox) {
+TEST_F(TerminalUiTest, DrawsNothingThatSteersTheTerminalOrLeavesItsBox) {
   class frmMail final : public Form {
    public:
     frmMail() : Form("frmMail", "\x1B]0;owned\x07Mail", 400, 200) {
@@ -150,8 +150,8 @@ TEST_F(TerminalUiTest, NothingInAFormSteersTheTerminalOrLeavesItsBox) {
             "└──────────────────────────────────────┘\n");
 }
 
-TEST_F(TerminalUiTest, LinesChooseByKeyAndNumber) {
-  Sit("2\n5\n4\n4\nS\n7\n3 typed\n3\nanew\na\nx\nf\n3\n\n\n");
+TEST_F(TerminalUiTest, ChoosesByKeyAndNumber) {
+  Type("2\n5\n4\n4\nS\n7\n3 typed\n3\nanew\na\nx\nf\n3\n\n\n");
   const auto form = std::make_shared<frmAll>();
   form->ShowModal();
   EXPECT_EQ(form->tbsTabs.Selected(), 2);
@@ -186,7 +186,7 @@ class frmTexts final : public Form {
   Strings saved;
 };
 
-TEST_F(TerminalUiTest, TextBoxesAreAskedForInTurnAndThenNoMore) {
+TEST_F(TerminalUiTest, AsksForTextBoxesInTurnAndOnlyOnce) {
   const struct {
     std::string_view typed;
     Strings saved;
@@ -195,7 +195,7 @@ TEST_F(TerminalUiTest, TextBoxesAreAskedForInTurnAndThenNoMore) {
                {"\n\ns\none\n\ns\n\ns\n", {",", "one,", "one,"}, false},
                {"one\ntwo\n\nq\n", {"one,two", "one,two"}, true}};
   for (const auto& c : cases) {
-    Sit(c.typed);
+    Type(c.typed);
     const auto form = std::make_shared<frmTexts>();
     form->cmdSave.Default = c.saves_by_enter;
     form->ShowModal();
@@ -203,8 +203,8 @@ TEST_F(TerminalUiTest, TextBoxesAreAskedForInTurnAndThenNoMore) {
   }
 }
 
-TEST_F(TerminalUiTest, AFormIsDrawnOnceWithKeysForWhatCanBeChosenAndFitsANarrowTerminal) {
-  Sit("\n");
+TEST_F(TerminalUiTest, DrawsAFormWithKeysAndFitsANarrowTerminal) {
+  Type("\n");
   const auto form = std::make_shared<frmTexts>();
   form->txtSecond.Enabled = false;
   form->Show();
@@ -217,8 +217,8 @@ TEST_F(TerminalUiTest, AFormIsDrawnOnceWithKeysForWhatCanBeChosenAndFitsANarrowT
             "│ Second:  ([________________________________________]) │\n"
             "│ s) <Save>                                             │\n"
             "└───────────────────────────────────────────────────────┘\n"
-            "First (Enter alone for the other choices): "
-            "Choice (leave = leave it open, q = close): ");
+            "First (Enter for other choices): "
+            "Choice (leave = leave open, q = close): ");
   const desk::Choices choices(*form);
   form->txtFirst.SetText(std::string(40, 'x'));
   EXPECT_EQ(desk::DrawForm(*form, &choices, 30),
@@ -234,12 +234,12 @@ TEST_F(TerminalUiTest, AFormIsDrawnOnceWithKeysForWhatCanBeChosenAndFitsANarrowT
   const auto progress = std::make_shared<frmProgress>();
   progress->lblDescription.SetCaption("Storing attachments (2 of 5)");
   progress->pgbProgress.Value = 50;
-  EXPECT_EQ(desk::StatusOf(*progress, 40), "[####----] Storing attachments (2 of 5)");
-  EXPECT_EQ(desk::StatusOf(*progress, 80),
+  EXPECT_EQ(desk::StatusLine(*progress, 40), "[####----] Storing attachments (2 of 5)");
+  EXPECT_EQ(desk::StatusLine(*progress, 80),
             "[###############---------------] Storing attachments (2 of 5)");
 }
 
-TEST_F(TerminalUiTest, EscapeCloseBoxAndTheEndOfInputAreToldApart) {
+TEST_F(TerminalUiTest, DistinguishesEscapeCloseBoxAndEndOfInput) {
   const struct {
     std::string_view typed, answer;
     bool stays_loaded;
@@ -247,7 +247,7 @@ TEST_F(TerminalUiTest, EscapeCloseBoxAndTheEndOfInputAreToldApart) {
                {"q\n", "closed", false},     {"", "closed", false},
                {"a\n", "closed", false},     {"8\n", "cmdCancel", true}};
   for (const auto& c : cases) {
-    Sit(c.typed);
+    Type(c.typed);
     const auto form = std::make_shared<frmAll>();
     form->ShowModal();
     EXPECT_EQ(Ui().Boxes().back().answer, c.answer) << c.typed;
@@ -256,31 +256,31 @@ TEST_F(TerminalUiTest, EscapeCloseBoxAndTheEndOfInputAreToldApart) {
   }
 }
 
-TEST_F(TerminalUiTest, APassphraseIsNeverDrawn) {
+TEST_F(TerminalUiTest, NeverDrawsAPassphrase) {
   SecureAddresses({"ann@example.org", "bob@example.org"});
-  // Nothing yet; the other address; the passphrase, which is accepted at once.
-  Sit("\n2\nsesame\n");
+  // Nothing; the other address; the passphrase, which is accepted at once.
+  Type("\n2\nsesame\n");
   EXPECT_EQ(Login(), "bob@example.org sesame");
   EXPECT_EQ(Drawn().find("sesame"), std::string::npos);
 
-  Sit("\n3 sesame\n\x1B\nesc\n");
+  Type("\n3 sesame\n\x1B\nesc\n");
   EXPECT_EQ(Login(), "none");
-  EXPECT_NE(Drawn().find("A passphrase is not typed where it can be seen"), std::string::npos);
+  EXPECT_NE(Drawn().find("Do not type a passphrase where it is visible"), std::string::npos);
 
-  // It goes to the wrong prompt, while a bar shows how far things are.
-  Sit("\nsesame\nesc\n");
+  // It goes to the wrong prompt, while a progress bar is shown.
+  Type("\nsesame\nesc\n");
   const auto progress = std::make_shared<frmProgress>();
   progress->Show();
   EXPECT_EQ(Login(), "none");
   const std::string drawn = Drawn();
   constexpr std::string_view kChoice = "Choice (esc = Cancel, q = close): ";
   EXPECT_EQ(drawn.substr(drawn.find("Passphrase (")),
-            "Passphrase (Enter alone for the other choices): \n" + std::string(kChoice) +
-                "There is no choice here.\n" + std::string(kChoice) +
+            "Passphrase (Enter for other choices): \n" + std::string(kChoice) +
+                "Unknown choice.\n" + std::string(kChoice) +
                 "\r[------------------------------] Step 0/0");
 }
 
-TEST_F(TerminalUiTest, APromptThatNobodyAnswersIsClosedAndNamed) {
+TEST_F(TerminalUiTest, ClosesAndNamesAnUnansweredPrompt) {
   const auto no_keys = std::make_shared<frmNoKeysFound>();
   no_keys->lstEmailAddr.AddRow("nob\x1B[2Jody@example.net");
   EXPECT_EQ(no_keys->SendUnencrypted(), 3);
@@ -299,40 +299,39 @@ TEST_F(TerminalUiTest, APromptThatNobodyAnswersIsClosedAndNamed) {
       messages.str(),
       "corvessa-desk: closed frmNoKeysFound \"The following recipients are not registered to "
       "receive secure email: nob[2Jody@example.net Would you like to send this email without "
-      "encryption?\" unanswered; answer it with --answer frmNoKeysFound=cmdYes|cmdNo\n"
+      "encryption?\" unanswered; use --answer frmNoKeysFound=cmdYes|cmdNo\n"
       "corvessa-desk: closed frmGeneric \"" +
           std::string(300, 'x') + " … " + std::string(93, 'y') +
-          "Really?\" unanswered; answer it with --answer frmGeneric=cmdOK|cmdCancel\n"
+          "Really?\" unanswered; use --answer frmGeneric=cmdOK|cmdCancel\n"
           "corvessa-desk: closed frmSplashScreen \"Corvessa Professional for Outlook Version 1.0.0 "
           "Initializing\" unanswered\n"
-          "corvessa-desk: closed MessageBox \"Secure this address?\" unanswered; answer it with "
+          "corvessa-desk: closed MessageBox \"Secure this address?\" unanswered; use "
           "--answer MessageBox=OK|Cancel\n"
           "corvessa-desk: closed frmLogin \"Please enter your Corvessa passphrase.\" unanswered; "
-          "answer it with --passphrase ADDRESS=FILE\n");
+          "use --passphrase ADDRESS=FILE\n");
   EXPECT_EQ(Drawn(), "");
 }
 
-TEST_F(TerminalUiTest, AnAnswerThatDoesNotFitClosesTheFormAndSaysWhy) {
+TEST_F(TerminalUiTest, ExplainsAnAnswerThatCannotBeUsed) {
   const struct {
     std::string answer, problem;
-  } cases[] = {{"cmdNone", "has no such control"},
-               {"chkOff", "does not allow that now"},
-               {"txtLine", "cannot have that pressed"}};
+  } cases[] = {{"cmdNone", "no such control"},
+               {"chkOff", "the control is hidden or disabled"},
+               {"txtLine", "the control cannot be pressed"}};
   for (const auto& c : cases) {
     messages.str("");
     answers = {};
     answers.AddAnswer("frmAll=" + c.answer);
     std::make_shared<frmAll>()->ShowModal();
     EXPECT_EQ(Ui().Boxes().back().answer, "closed") << c.answer;
-    EXPECT_EQ(
-        messages.str(),
-        "corvessa-desk: --answer frmAll=" + c.answer + ": the form " + c.problem +
-            "\ncorvessa-desk: closed frmAll \"first second\" unanswered; answer it with --answer "
-            "frmAll=cmdAdd|cmdOK|cmdCancel\n");
+    EXPECT_EQ(messages.str(),
+              "corvessa-desk: --answer frmAll=" + c.answer + ": " + c.problem +
+                  "\ncorvessa-desk: closed frmAll \"first second\" unanswered; use --answer "
+                  "frmAll=cmdAdd|cmdOK|cmdCancel\n");
   }
 }
 
-TEST_F(TerminalUiTest, AnswersThatNothingAskedForAreKnownAtTheEnd) {
+TEST_F(TerminalUiTest, ListsUnusedAnswers) {
   for (const char* const answer :
        {"frmNoKeyFound=cmdYes", "frmAll=cmdOK", "frmAll=txtLine:secret", "frm\x1B[2JX=cmd\x07Y"}) {
     answers.AddAnswer(answer);
@@ -345,7 +344,7 @@ TEST_F(TerminalUiTest, AnswersThatNothingAskedForAreKnownAtTheEnd) {
   EXPECT_EQ(answers.Unused(), (Strings{"frm[2JX=cmdY", "frmAll=txtLine", "frmNoKeyFound=cmdYes"}));
 }
 
-TEST_F(TerminalUiTest, PassphrasesAreTriedAddressByAddressAndThenNoMore) {
+TEST_F(TerminalUiTest, TriesEachPassphraseInTurnAndThenStops) {
   SecureAddresses({"ann@example.org", "bob@example.org", "eve@example.org"});
   answers.SetPassphrase(" ANN@example.org", "one");
   answers.SetPassphrase("eve@example.org", "two");
@@ -357,7 +356,7 @@ TEST_F(TerminalUiTest, PassphrasesAreTriedAddressByAddressAndThenNoMore) {
                             "none", "none", "ann@example.org one"}));
 }
 
-TEST_F(TerminalUiTest, TimersTickOnceAnIntervalAndCatchUp) {
+TEST_F(TerminalUiTest, TicksTimersOncePerIntervalAndCatchesUp) {
   const auto form = std::make_shared<frmAll>();
   form->Load();
   const auto ticks_after = [&](int passed) {
@@ -379,7 +378,7 @@ TEST_F(TerminalUiTest, TimersTickOnceAnIntervalAndCatchUp) {
   EXPECT_EQ(ticks_after(200), 156);
 }
 
-TEST_F(TerminalUiTest, APassphraseIsTheFirstLineOfItsFileOrRefusedWithoutBeingShown) {
+TEST_F(TerminalUiTest, ReadsAPassphraseFromTheFirstLineOfItsFile) {
   const std::string path = profile / "pass=phrase";
   const std::string whole(4000, 'x');
   const std::string first_line = "the first line of the passphrase file " + path;
@@ -392,7 +391,7 @@ TEST_F(TerminalUiTest, APassphraseIsTheFirstLineOfItsFileOrRefusedWithoutBeingSh
       {"a=" + path, "\nsesame\n", "", first_line + " is empty"},
       {"sesame", "", "", "--passphrase takes ADDRESS=FILE"},
       {"=sesame", "", "", "--passphrase takes ADDRESS=FILE"},
-      {"a=/none", "", "", "the passphrase file /none cannot be read: No such file or directory"}};
+      {"a=/none", "", "", "cannot read the passphrase file /none: No such file or directory"}};
   for (const auto& c : cases) {
     WriteContent(path, c.content);
     answers = {};

@@ -11,7 +11,7 @@
 #include "addin/trace_log.h"
 #include "base/debug_info.h"
 #include "base/text.h"
-#include "desk/profile/brand_pictures.h"
+#include "desk/profile/pictures.h"
 #include "platform/host.h"
 
 namespace corvessa::testing {

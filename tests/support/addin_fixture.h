@@ -9,7 +9,7 @@
 
 #include "addin/connect.h"
 #include "desk/outlook/outlook_model.h"
-#include "desk/profile/memory_clipboard.h"
+#include "desk/profile/system_services.h"
 #include "desk/profile/pictures.h"
 #include "desk/profile/profile_files.h"
 #include "desk/profile/registry_file.h"

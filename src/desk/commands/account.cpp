@@ -5,16 +5,14 @@
 #include <vector>
 
 #include "base/text.h"
-#include "desk/commands/command_context.h"
-#include "desk/commands/commands.h"
-#include "desk/commands/shared_options.h"
+#include "desk/commands/command.h"
 #include "desk/engine_setup.h"
 #include "desk/settings_store.h"
 
 namespace corvessa::desk {
 namespace {
 
-/// The add-in would only find out when something is to be signed or read.
+/// Otherwise the user would learn of it only when a message is to be signed or read.
 void TellOfMissingKey(const CommandContext& context, Profile& profile, const std::string& address) {
   std::vector<engine::KeyInfo> keys;
   OpenEngine(profile)->ListKeys(keys);
@@ -22,8 +20,8 @@ void TellOfMissingKey(const CommandContext& context, Profile& profile, const std
     return key.secret && std::ranges::count(key.addresses, address) > 0;
   });
   if (has_key) return;
-  context.Tell("there is no own key for " + address + " yet; \"key generate " + address +
-               "\" makes one");
+  context.Tell("no own key for " + address + " yet; create one with \"key generate " + address +
+               "\"");
 }
 
 Outcome Add(CommandContext& context, const std::string& address, bool signs) {
@@ -35,10 +33,10 @@ Outcome Add(CommandContext& context, const std::string& address, bool signs) {
     context.out << ForDisplay(normal) << (signs ? " is secured and signs.\n" : " is secured.\n");
     for (const AccountEntry& entry : before) {
       if (!signs || !entry.signs || entry.address == normal) continue;
-      context.out << ForDisplay(entry.address) << " signs no longer: one account does.\n";
+      context.out << ForDisplay(entry.address) << " no longer signs; only one account does.\n";
     }
   } else {
-    context.out << ForDisplay(normal) << " was there already.\n";
+    context.out << ForDisplay(normal) << " is already secured.\n";
   }
   TellOfMissingKey(context, profile, normal);
   return Outcome::kDone;
@@ -47,9 +45,10 @@ Outcome Add(CommandContext& context, const std::string& address, bool signs) {
 Outcome Remove(CommandContext& context, const std::string& address) {
   Profile profile = context.OpenProfile();
   if (!SettingsStore(profile.Registry()).RemoveAccount(address)) {
-    Fail(Outcome::kRefused, address + " is no secured address; \"account list\" shows them all");
+    throw CommandError{Outcome::kRefused,
+                       address + " is not a secured address; see \"account list\""};
   }
-  context.out << ForDisplay(address) << " was removed; its keys are still there.\n";
+  context.out << ForDisplay(address) << " was removed; its keys remain.\n";
   return Outcome::kDone;
 }
 
@@ -64,7 +63,7 @@ Outcome List(CommandContext& context) {
 }  // namespace
 
 void AddAccountCommands(CLI::App& app, CommandContext& context) {
-  auto* const account = app.add_subcommand("account", "look after the secured addresses");
+  auto* const account = app.add_subcommand("account", "manage the secured addresses");
   account->require_subcommand(1);
   struct Options {
     std::string address;
@@ -73,14 +72,14 @@ void AddAccountCommands(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<Options>();
 
   auto* const add = account->add_subcommand("add", "secure an address");
-  AddAddress(*add, options->address);
+  AddAddressOption(*add, options->address);
   add->add_flag("--sign", options->signs, "sign outgoing mail with it");
   OnRun(*add, context,
         [&context, options] { return Add(context, options->address, options->signs); });
-  auto* const remove = account->add_subcommand("remove", "secure an address no longer");
-  AddAddress(*remove, options->address);
+  auto* const remove = account->add_subcommand("remove", "stop securing an address");
+  AddAddressOption(*remove, options->address);
   OnRun(*remove, context, [&context, options] { return Remove(context, options->address); });
-  OnRun(*account->add_subcommand("list", "show the secured addresses"), context,
+  OnRun(*account->add_subcommand("list", "list the secured addresses"), context,
         [&context] { return List(context); });
 }
 

@@ -3,19 +3,18 @@
 #include <ctime>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <set>
 #include <system_error>
 #include <tuple>
 
+#include "base/error.h"
+#include "base/secret_string.h"
 #include "base/text.h"
-#include "desk/commands/command_context.h"
-#include "desk/commands/commands.h"
-#include "desk/commands/shared_options.h"
-#include "desk/commands/text_file.h"
+#include "desk/commands/command.h"
 #include "desk/engine_setup.h"
-#include "desk/field_printing.h"
-#include "desk/passphrase_source.h"
+#include "desk/printing.h"
 #include "desk/settings_store.h"
 
 namespace corvessa::desk {
@@ -29,32 +28,92 @@ struct KeyOptions {
   bool secret = false;
 };
 
+SecretString ReadPassphrase(const std::string& file) {
+  Answers from_file;
+  try {
+    from_file.AddPassphrase("new=" + file);
+  } catch (const Error& error) {
+    throw CommandError{
+        error.number == kInvalidArgument ? Outcome::kWrongUse : Outcome::kEnvironment,
+        error.description};
+  }
+  return from_file.UsePassphrase("new", "");
+}
+
+SecretString AskPassphrase(Terminal& terminal, const std::string& prompt) {
+  SecretString typed;
+  switch (terminal.ReadSecret(prompt, typed)) {
+    case Terminal::SecretResult::kRead:
+      return typed;
+    case Terminal::SecretResult::kTooLong:
+      throw CommandError{Outcome::kWrongUse, "the passphrase is too long"};
+    case Terminal::SecretResult::kAborted:
+      break;
+  }
+  throw CommandError{Outcome::kRefused, "no passphrase given; no key was made"};
+}
+
+/// The passphrase for a new key: from the first line of `file` if one is named, from --passphrase,
+/// or typed twice at the terminal.
+SecretString ChoosePassphrase(std::string_view address, const std::string& file, Answers& answers,
+                              Terminal& terminal) {
+  if (!file.empty()) return ReadPassphrase(file);
+  if (const auto known = answers.ChooseAddress({std::string(address)}, "")) {
+    return answers.UsePassphrase(*known, "");
+  }
+  if (!terminal.IsThere()) {
+    throw CommandError{Outcome::kWrongUse,
+                       "no terminal to ask for a passphrase; use --passphrase-file"};
+  }
+  SecretString first = AskPassphrase(terminal, "Passphrase for the new key: ");
+  if (first.IsEmpty()) throw CommandError{Outcome::kRefused, "empty passphrase; no key was made"};
+  const SecretString second = AskPassphrase(terminal, "Repeat the passphrase: ");
+  if (first.View() != second.View()) {
+    throw CommandError{Outcome::kRefused, "the passphrases differ; no key was made"};
+  }
+  return first;
+}
+
+/// The passphrase of an existing key: from --passphrase for one of its addresses, or typed at the
+/// terminal. Nothing without either.
+std::optional<SecretString> FindPassphrase(const std::vector<std::string>& addresses,
+                                           const std::string& prompt, Answers& answers,
+                                           Terminal& terminal) {
+  if (const auto known = answers.ChooseAddress(addresses, prompt)) {
+    return answers.UsePassphrase(*known, prompt);
+  }
+  SecretString typed;
+  const bool read =
+      terminal.IsThere() && terminal.ReadSecret(prompt, typed) == Terminal::SecretResult::kRead;
+  return read ? std::optional(typed) : std::nullopt;
+}
+
 void CheckStatus(platform::EngineStatus status, const std::string& reason) {
   if (status == 0) return;
   namespace answer = platform::engine_status;
   const bool is_environment = status == answer::kKeyStoreTrouble || status == answer::kIoTrouble;
-  Fail(status == answer::kInvalidKey ? Outcome::kWrongUse
-       : is_environment              ? Outcome::kEnvironment
-                                     : Outcome::kRefused,
-       reason);
+  const Outcome outcome = status == answer::kInvalidKey ? Outcome::kWrongUse
+                          : is_environment              ? Outcome::kEnvironment
+                                                        : Outcome::kRefused;
+  throw CommandError{outcome, reason};
 }
 
-/// Fails with the engine's own words.
+/// Throws CommandError with the engine's error text.
 void Check(platform::EngineStatus status, platform::IEngine& engine) {
   CheckStatus(status, status == 0 ? std::string() : WithoutFullStop(engine.GetEngineLastError()));
 }
 
-/// What could not be read of a ring has been set aside; only the user knows what to do about it.
+/// The engine sets a damaged ring aside; only the user can decide what to do with it.
 void TellOfDamagedRings(const CommandContext& context, const Profile& profile) {
   std::error_code ignored;
   for (const auto& file : std::filesystem::directory_iterator(profile.KeysFolder(), ignored)) {
     if (file.path().filename().string().find(".damaged") == std::string::npos) continue;
-    context.Tell("a key ring was damaged, and keys may be missing; as it was it is kept in " +
+    context.Tell("a key ring was damaged and keys may be missing; the damaged file is kept as " +
                  file.path().string());
   }
 }
 
-std::string DateOf(std::int64_t seconds) {
+std::string FormatDate(std::int64_t seconds) {
   const std::time_t time = seconds;
   std::tm utc{};
   gmtime_r(&time, &utc);
@@ -62,23 +121,24 @@ std::string DateOf(std::int64_t seconds) {
   return {text, std::strftime(text, sizeof text, "%Y-%m-%d", &utc)};
 }
 
-std::string StateOf(const engine::KeyInfo& key) {
+std::string DescribeValidity(const engine::KeyInfo& key) {
   if (key.revoked) return "revoked";
   if (key.expired) return "expired";
-  const std::string validity = key.expires == 0 ? "valid" : "valid until " + DateOf(key.expires);
+  const std::string validity =
+      key.expires == 0 ? "valid" : "valid until " + FormatDate(key.expires);
   return key.encrypts ? validity : validity + ", cannot encrypt";
 }
 
 void Print(std::ostream& out, const engine::KeyInfo& key) {
   out << key.fingerprint << "  " << (key.secret ? "own" : "public")
       << (key.open ? ", without passphrase" : "") << "  " << key.algorithm << "  "
-      << DateOf(key.created) << "  " << StateOf(key) << "\n";
+      << FormatDate(key.created) << "  " << DescribeValidity(key) << "\n";
   for (const std::string& user : key.user_ids) {
     PrintField(out, "    ", FieldText(user), Terminal::OutputColumns(), 6);
   }
 }
 
-/// Nothing of what was sealed to the older key is lost, but its passphrase is still asked for.
+/// Mail encrypted to an older key stays readable, but needs its passphrase.
 void TellOfOlderKeys(const CommandContext& context, engine::OpenPgpEngine& engine,
                      const engine::KeyInfo& made) {
   std::vector<engine::KeyInfo> keys;
@@ -88,8 +148,8 @@ void TellOfOlderKeys(const CommandContext& context, engine::OpenPgpEngine& engin
     const bool is_older = key.secret && key.fingerprint != made.fingerprint &&
                           std::ranges::count(key.addresses, address) > 0;
     if (!is_older) continue;
-    context.Tell("there was a key for " + address + " already, " + key.fingerprint +
-                 "; mail is encrypted to the new one from now on");
+    context.Tell(address + " already had the key " + key.fingerprint +
+                 "; mail is encrypted to the new key from now on");
   }
 }
 
@@ -110,16 +170,16 @@ bool Names(const engine::KeyInfo& key, const std::string& address) {
 }
 
 /// The key that mail for the address is encrypted to: own ones first, then the newest.
-const engine::KeyInfo& KeyFor(const std::string& address,
-                              const std::vector<engine::KeyInfo>& keys) {
+const engine::KeyInfo& EncryptionKey(const std::string& address,
+                                     const std::vector<engine::KeyInfo>& keys) {
   const auto rank = [&](const engine::KeyInfo& key) {
     return std::tuple(Names(key, address), !key.revoked && !key.expired, key.secret, key.created);
   };
   return *std::ranges::max_element(keys, {}, rank);
 }
 
-/// A key can name anybody; only the user knows whether it is that person's. Told is of addresses
-/// that a key has gained and another one of the rings has, once each.
+/// A key can contain any address; only the user can tell whether it belongs to that person. Reports
+/// each address once that an imported key has gained and that another key of the rings has.
 void TellOfSharedAddresses(const CommandContext& context, engine::OpenPgpEngine& engine,
                            const std::vector<engine::KeyInfo>& before,
                            const std::vector<engine::KeyInfo>& imported) {
@@ -134,9 +194,9 @@ void TellOfSharedAddresses(const CommandContext& context, engine::OpenPgpEngine&
     for (const engine::KeyInfo& other : keys) {
       if (other.fingerprint == key.fingerprint || !Names(other, address)) continue;
       if (!told.insert(address).second) return;
-      context.Tell("the key " + key.fingerprint + " names " + address + ", which has the key " +
-                   other.fingerprint + " as well; mail is encrypted to " +
-                   KeyFor(address, keys).fingerprint);
+      context.Tell("the key " + key.fingerprint + " contains " + address +
+                   ", which also has the key " + other.fingerprint + "; mail is encrypted to " +
+                   EncryptionKey(address, keys).fingerprint);
     }
   };
   for (const engine::KeyInfo& key : imported) {
@@ -163,12 +223,13 @@ void ImportFile(CommandContext& context, engine::OpenPgpEngine& engine, const st
     Print(context.out, key);
     if (!key.open) continue;
     context.Tell("the secret key " + key.fingerprint +
-                 " has no passphrase: who can read the profile can use it. It is still asked for; "
-                 "type anything");
+                 " has no passphrase: anyone who can read the profile can use it. The add-in still "
+                 "asks for one; type anything");
   }
   TellOfSharedAddresses(context, engine, before, imported);
   if (status != 0 && lacks_passphrase) {
-    Fail(Outcome::kRefused, reason + "; give it with --passphrase ADDRESS=FILE or at a terminal");
+    throw CommandError{Outcome::kRefused,
+                       reason + "; give it with --passphrase ADDRESS=FILE or at a terminal"};
   }
   CheckStatus(status, reason);
 }
@@ -208,7 +269,8 @@ Outcome List(CommandContext& context) {
 Outcome Publish(CommandContext& context, const KeyOptions& options) {
   Profile profile = context.OpenProfile();
   if (SettingsStore(profile.Registry()).Get("EngineUpdateServer").empty()) {
-    Fail(Outcome::kRefused, "no key server is set to publish to; set EngineUpdateServer first");
+    throw CommandError{Outcome::kRefused,
+                       "no key server is configured for publishing; set EngineUpdateServer"};
   }
   const auto engine = OpenEngine(profile);
   Check(engine->PublishKeys(options.address), *engine);
@@ -219,7 +281,7 @@ Outcome Publish(CommandContext& context, const KeyOptions& options) {
 }  // namespace
 
 void AddKeyCommands(CLI::App& app, CommandContext& context) {
-  auto* const key = app.add_subcommand("key", "look after the key rings");
+  auto* const key = app.add_subcommand("key", "manage the key rings");
   key->require_subcommand(1);
   const auto options = std::make_shared<KeyOptions>();
   const auto add = [&](const char* name, const char* help, auto operation) {
@@ -228,24 +290,25 @@ void AddKeyCommands(CLI::App& app, CommandContext& context) {
           [&context, options, operation] { return operation(context, *options); });
     return command;
   };
-  const auto add_address = [&](CLI::App* command) { AddAddress(*command, options->address); };
+  const auto add_address = [&](CLI::App* command) { AddAddressOption(*command, options->address); };
 
   auto* const generate = add("generate", "make a key pair for an address", Generate);
   add_address(generate);
-  generate->add_option("--name", options->name, "the owner's name, beside the address");
+  generate->add_option("--name", options->name, "the owner's name");
   generate->add_option("--passphrase-file", options->passphrase_file,
-                       "its first line becomes the passphrase");
-  auto* const import = add("import", "take keys into the rings", Import);
-  import->add_option("files", options->files, "key files, armoured or binary; - for the input")
+                       "a file whose first line is the passphrase");
+  auto* const import = add("import", "import keys into the rings", Import);
+  import->add_option("files", options->files, "key files, armoured or binary; - for standard input")
       ->required()
       ->type_name("FILE");
   auto* const exported = add("export", "write the public keys of an address", Export);
   add_address(exported);
   exported->add_flag("--secret", options->secret,
-                     "the secret keys, still protected by their passphrase");
-  add("list", "show all keys",
+                     "export the secret keys, protected by their passphrase");
+  add("list", "list all keys",
       [](CommandContext& shared, const KeyOptions&) { return List(shared); });
-  add_address(add("publish", "send the public keys of an own address to the key servers", Publish));
+  add_address(
+      add("publish", "publish the public keys of an own address on the key servers", Publish));
 }
 
 }  // namespace corvessa::desk

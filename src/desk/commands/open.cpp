@@ -6,14 +6,10 @@
 
 #include "base/text.h"
 #include "desk/attachment_saving.h"
-#include "desk/commands/command_context.h"
-#include "desk/commands/commands.h"
-#include "desk/commands/failure_report.h"
+#include "desk/commands/command.h"
 #include "desk/commands/received_message.h"
-#include "desk/commands/shared_options.h"
-#include "desk/json_report.h"
-#include "desk/message_printing.h"
 #include "desk/message_report.h"
+#include "desk/printing.h"
 #include "message/armour.h"
 
 namespace corvessa::desk {
@@ -25,19 +21,20 @@ struct OpenOptions {
   bool original = false;
 };
 
-/// What was found, while the message is still open.
-struct Opened {
+/// What was read from the message while it was open.
+struct OpenResult {
   MessageReport report;
   std::optional<std::string> original;
   SavingResult saving;
 };
 
-Opened Look(DeskHost& host, const InspectorWindowPtr& window, const OpenOptions& options) {
-  Opened opened;
+OpenResult ReadOpenMessage(DeskHost& host, const InspectorWindowPtr& window,
+                           const OpenOptions& options) {
+  OpenResult opened;
   opened.report = ReadMessage(window);
   if (opened.report.left_to_button) {
     opened.saving.Complain(
-        "not decrypted, because DisableAutoDecryptAndVerify is on; the shell can click \"" +
+        "not decrypted because DisableAutoDecryptAndVerify is on; the shell can click \"" +
             std::string(kDecryptNowButton) + "\"",
         Outcome::kRefused);
     return opened;
@@ -45,8 +42,8 @@ Opened Look(DeskHost& host, const InspectorWindowPtr& window, const OpenOptions&
   const std::string& text = *window->ShownItem()->Data().body;
   if (!opened.report.protection && (IsPGPMessage(text) || IsPGPSignedMessage(text))) {
     opened.saving.Complain(
-        "neither decrypted nor verified, because the add-in is switched off or refuses this "
-        "Outlook; see DisableKVPEntirely, DisableInternetMode, DisableCorporateOrWorkgroupMode",
+        "neither decrypted nor verified: the add-in is switched off or refuses this mail mode; see "
+        "DisableKVPEntirely, DisableInternetMode, DisableCorporateOrWorkgroupMode",
         Outcome::kRefused);
     return opened;
   }
@@ -55,26 +52,26 @@ Opened Look(DeskHost& host, const InspectorWindowPtr& window, const OpenOptions&
     opened.saving = SaveAttachments(host, window, options.save_folder, opened.report);
   } else if (window->Bars().FindButton(kSaveAttachmentsButton)) {
     opened.saving.Complain(
-        "the attachments were not decrypted, because DisableAutoDecryptAttachments is on; "
+        "attachments not decrypted because DisableAutoDecryptAttachments is on; "
         "--save-attachments saves them decrypted",
         Outcome::kRefused);
   }
   return opened;
 }
 
-void Print(CommandContext& context, const Opened& opened, const ItemData& item) {
+void Print(CommandContext& context, const OpenResult& opened, const ItemData& item) {
   PrintMessage(context.out, item, opened.report, Terminal::OutputColumns());
   if (opened.original) {
     context.out << "\nOriginal message:\n" << ForDisplayLines(*opened.original) << "\n";
   }
 }
 
-Outcome OutcomeOf(const Opened& opened, const mail::Mail& mail) {
+Outcome ResultOutcome(const OpenResult& opened, const mail::Mail& mail) {
   const bool failed = opened.report.Failed() || mail.incomplete;
   return std::max(opened.saving.outcome, failed ? Outcome::kRefused : Outcome::kDone);
 }
 
-void PrintJson(CommandContext& context, ReceivedMessage& message, const Opened& opened,
+void PrintJson(CommandContext& context, ReceivedMessage& message, const OpenResult& opened,
                Outcome outcome) {
   const Item& item = *message.Window()->ShownItem();
   nlohmann::json json;
@@ -92,11 +89,11 @@ void PrintJson(CommandContext& context, ReceivedMessage& message, const Opened& 
 
 Outcome Open(CommandContext& context, const OpenOptions& options) {
   ReceivedMessage message(context, options.message);
-  return ReportingFailures(context, message.Host(), [&] {
-    const Opened opened = Look(message.Host(), message.Window(), options);
+  return ReportingErrors(context, message.Host(), [&] {
+    const OpenResult opened = ReadOpenMessage(message.Host(), message.Window(), options);
     for (const std::string& complaint : opened.saving.complaints) context.Tell(complaint);
     TellOfUnreadParts(context, *message.Window()->ShownItem());
-    const Outcome outcome = context.Judge(OutcomeOf(opened, message.Source()));
+    const Outcome outcome = context.FinalOutcome(ResultOutcome(opened, message.Source()));
     if (context.json) {
       PrintJson(context, message, opened, outcome);
     } else {
@@ -111,11 +108,12 @@ Outcome Open(CommandContext& context, const OpenOptions& options) {
 
 void AddOpenCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<OpenOptions>();
-  auto* const open = app.add_subcommand("open", "open a received message and show what it holds");
+  auto* const open = app.add_subcommand("open", "open a received message and show it");
   AddMessageOptions(*open, context, options->message);
-  open->add_option("--save-attachments", options->save_folder, "save the attachments there")
+  open->add_option("--save-attachments", options->save_folder,
+                   "save the attachments in this folder")
       ->type_name("DIR");
-  open->add_flag("--original", options->original, "show the message as it came, too");
+  open->add_flag("--original", options->original, "also show the message as it was received");
   OnRun(*open, context, [&context, options] { return Open(context, *options); });
 }
 

@@ -1,30 +1,19 @@
 #include "desk/commands/received_message.h"
 
+#include <algorithm>
+
 #include "base/text.h"
 #include "desk/mail/mail_io.h"
 #include "desk/mail_bridge.h"
-#include "desk/owner.h"
+#include "desk/message_report.h"
+#include "desk/outlook/html_text.h"
 #include "desk/settings_store.h"
 #include "message/armour.h"
 
 namespace corvessa::desk {
-
-mail::Mail LoadReceived(const CommandContext& context, const std::string& file) {
-  mail::Mail mail = mail::LoadMail(file);
-  if (mail.incomplete) context.Tell(file + " ends early or is damaged; this is what is there");
-  return mail;
-}
-
-InspectorWindowPtr OpenReceived(DeskHost& host, const mail::Mail& mail) {
-  host.BeginOperation();
-  auto window = host.Outlook().Open(host.Outlook().AddReceived(ReceivedItem(mail)));
-  if (!window) Fail(Outcome::kRefused, "the message was closed while it was opened");
-  return window;
-}
-
 namespace {
 
-/// The add-in looks at the beginning of a text only.
+/// A protected part below other text. The add-in looks only at the beginning of a text.
 bool HasLaterBlock(std::string_view text) {
   for (const std::string_view marker :
        {"\n-----BEGIN PGP MESSAGE-----", "\n-----BEGIN PGP SIGNED MESSAGE-----"}) {
@@ -39,30 +28,78 @@ void TellOfPgpMime(const CommandContext& context,
   for (std::size_t i = 0; i < attachments.size(); ++i) {
     const std::string& type = attachments[i]->content_type;
     if (type == "application/pgp-encrypted" && i + 1 < attachments.size()) {
-      context.Tell("this is a PGP/MIME mail, which the add-in does not read; save " +
+      context.Tell("PGP/MIME mail is not read; save " +
                    ForDisplay(attachments[i + 1]->display_name) + " and decrypt it with gpg");
     } else if (type == "application/pgp-signature" &&
                !attachments[i]->display_name.ends_with(".sig")) {
-      context.Tell("this is a PGP/MIME mail, whose signature the add-in does not check");
+      context.Tell("the signature of this PGP/MIME mail is not checked");
     }
+  }
+}
+
+void InsertAbove(Item& item, const std::string& text) {
+  if (item.Data().html->empty()) {
+    item.EditBody(WithCrLf(text) + *item.Data().body);
+  } else {
+    std::string html = *item.Data().html;
+    html.insert(StartOfBody(html), "<DIV>" + TextToHtml(WithCrLf(text)) + "</DIV>\r\n");
+    item.EditHTMLBody(html);
+  }
+}
+
+ItemPtr CreateResponse(OutlookModel& outlook, const ItemPtr& original, Response response) {
+  switch (response) {
+    case Response::kReplyToAll:
+      return outlook.ReplyAll(original);
+    case Response::kForward:
+      return outlook.Forward(original);
+    default:
+      return outlook.Reply(original);
   }
 }
 
 }  // namespace
 
+mail::Mail LoadReceived(const CommandContext& context, const std::string& file) {
+  mail::Mail mail = mail::LoadMail(file);
+  if (mail.incomplete) context.Tell(file + " is truncated or damaged; showing what is there");
+  return mail;
+}
+
+InspectorWindowPtr OpenReceived(DeskHost& host, const mail::Mail& mail) {
+  host.BeginOperation();
+  auto window = host.Outlook().Open(host.Outlook().AddReceived(ReceivedItem(mail)));
+  if (!window) throw CommandError{Outcome::kRefused, "the message was closed while opening"};
+  return window;
+}
+
+Person FindOwner(const mail::Mail& received, const SettingsStore& settings) {
+  const auto accounts = settings.Accounts();
+  for (const auto* list : {&received.to, &received.cc, &received.bcc}) {
+    for (const mail::Mailbox& mailbox : *list) {
+      const std::string address = LCase(mailbox.address);
+      const bool is_own = std::ranges::any_of(
+          accounts, [&](const auto& entry) { return entry.address == address; });
+      if (is_own) return {mailbox.name, mailbox.address};
+    }
+  }
+  return {"", settings.MainAddress()};
+}
+
 bool HasUnshownText(const Item& item) {
-  const ItemData* const came = item.Stored();
-  return came != nullptr && *came->body != *item.Data().body && HoldsMoreThanArmour(*came->body);
+  const ItemData* const stored = item.Stored();
+  return stored != nullptr && *stored->body != *item.Data().body &&
+         HoldsMoreThanArmour(*stored->body);
 }
 
 void TellOfUnreadParts(const CommandContext& context, const Item& item) {
   if (HasUnshownText(item)) {
-    context.Tell("the mail goes on behind its protected part; open it with --original to see that");
+    context.Tell("more text follows the protected part; use --original to see it");
   }
   if (HasLaterBlock(*item.Data().body)) {
     context.Tell(
-        "there is a protected part below other text, which the add-in does not read; it "
-        "reads a mail that begins with one");
+        "a protected part below other text is not read; the add-in reads only a mail that begins "
+        "with one");
   }
   TellOfPgpMime(context, item.Data().attachments);
 }
@@ -70,8 +107,41 @@ void TellOfUnreadParts(const CommandContext& context, const Item& item) {
 ReceivedMessage::ReceivedMessage(CommandContext& context, const MessageOptions& options)
     : mail_(LoadReceived(context, options.file)),
       profile_(context.OpenProfile()),
-      host_(profile_, context.terminal, context.answers, context.messages,
-            {.owner = OwnerFor(mail_, SettingsStore(profile_.Registry())), .trace = options.trace}),
+      host_(
+          profile_, context.terminal, context.answers, context.messages,
+          {.owner = FindOwner(mail_, SettingsStore(profile_.Registry())), .trace = options.trace}),
       window_(OpenReceived(host_, mail_)) {}
+
+void RefuseToQuote(const MessageReport& report) {
+  if (report.left_to_button) {
+    throw CommandError{
+        Outcome::kRefused,
+        "the message was not decrypted because DisableAutoDecryptAndVerify is on; no draft was "
+        "made"};
+  }
+  if (!report.protection) return;
+  if (report.protection->DecryptionFailed()) {
+    throw CommandError{Outcome::kRefused, "the message could not be decrypted; no draft was made"};
+  }
+  if (report.protection->sign_status == sign_status::kBad) {
+    throw CommandError{Outcome::kRefused,
+                       "the message has an invalid signature; no draft was made"};
+  }
+}
+
+ItemPtr Respond(DeskHost& host, const ItemPtr& original, Response response,
+                const std::string& text) {
+  const ItemPtr item = CreateResponse(host.Outlook(), original, response);
+  if (!item) throw CommandError{Outcome::kRefused, "the add-in cancelled the response"};
+  if (!text.empty()) InsertAbove(*item, text);
+  return item;
+}
+
+mail::Mail ToDraftMail(const DeskHost& host, const ItemData& item) {
+  mail::Mail base;
+  base.from = {host.Owner().name, host.Owner().address};
+  if (base.from.name == base.from.address) base.from.name.clear();
+  return MailOf(item, std::move(base));
+}
 
 }  // namespace corvessa::desk

@@ -2,35 +2,43 @@
 
 #include <string>
 
-#include "desk/commands/command_context.h"
-#include "desk/commands/shared_options.h"
+#include "desk/commands/command.h"
 #include "desk/desk_host.h"
 #include "desk/mail/mail.h"
 
+/// A received message, opened in the mailbox of its recipient, and the replies to it.
 namespace corvessa::desk {
 
-/// Loads a received mail and says so when it is not whole.
+class SettingsStore;
+struct MessageReport;
+
+/// Loads a mail file and tells the user if it is truncated.
 mail::Mail LoadReceived(const CommandContext& context, const std::string& file);
 
-/// Opens it in a window, as one operation. Throws Failure (refused) when it does not stay open.
+/// The recipient of the mail whose mailbox it lies in: the secured address it was sent to, else the
+/// address that signs, else the first; empty without secured addresses.
+Person FindOwner(const mail::Mail& received, const SettingsStore& settings);
+
+/// Opens the mail in a window, as one operation. Throws CommandError (refused) if the add-in closes
+/// it.
 InspectorWindowPtr OpenReceived(DeskHost& host, const mail::Mail& mail);
 
-/// Whether the open message holds text outside its protected block, of which only that block is
-/// shown: nobody vouches for the rest.
+/// Whether the mail holds text outside its protected part. Only that part is shown: nothing vouches
+/// for the rest.
 bool HasUnshownText(const Item& item);
 
-/// Says what of the open message the add-in passes over: such text, a protected block below other
-/// text, and PGP/MIME.
+/// Tells the user what the add-in does not read of the open message: text outside the protected
+/// part, a protected part below other text, PGP/MIME.
 void TellOfUnreadParts(const CommandContext& context, const Item& item);
 
-/// The message that a command is about, open in the mailbox of the one who received it.
+/// The message that a command works on, open while this lives.
 class ReceivedMessage {
  public:
   ReceivedMessage(CommandContext& context, const MessageOptions& options);
   ReceivedMessage(const ReceivedMessage&) = delete;
   ReceivedMessage& operator=(const ReceivedMessage&) = delete;
 
-  /// As it came.
+  /// The mail file's content.
   const mail::Mail& Source() const { return mail_; }
   DeskHost& Host() { return host_; }
   const InspectorWindowPtr& Window() const { return window_; }
@@ -42,5 +50,19 @@ class ReceivedMessage {
   DeskHost host_;
   InspectorWindowPtr window_;
 };
+
+enum class Response { kReply, kReplyToAll, kForward };
+
+/// Throws CommandError (refused) for a message that no draft may quote: one that is still
+/// encrypted, or that was forged.
+void RefuseToQuote(const MessageReport& report);
+
+/// The draft that Outlook and the add-in make for the open message, with `text` above the quoted
+/// one. Throws CommandError (refused) if the add-in cancels it.
+ItemPtr Respond(DeskHost& host, const ItemPtr& original, Response response,
+                const std::string& text);
+
+/// The draft as a mail from the mailbox's owner.
+mail::Mail ToDraftMail(const DeskHost& host, const ItemData& item);
 
 }  // namespace corvessa::desk

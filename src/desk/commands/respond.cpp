@@ -4,16 +4,11 @@
 #include <ostream>
 
 #include "base/text.h"
-#include "desk/commands/command_context.h"
-#include "desk/commands/commands.h"
-#include "desk/commands/failure_report.h"
+#include "desk/commands/command.h"
 #include "desk/commands/received_message.h"
-#include "desk/commands/shared_options.h"
-#include "desk/commands/text_file.h"
-#include "desk/json_report.h"
 #include "desk/mail/mail_io.h"
 #include "desk/message_report.h"
-#include "desk/responding.h"
+#include "desk/printing.h"
 
 namespace corvessa::desk {
 namespace {
@@ -25,8 +20,8 @@ struct ResponseOptions {
   bool to_all = false;
 };
 
-void Write(CommandContext& context, const ResponseOptions& options, DeskHost& host,
-           const MessageReport& report, const mail::Mail& draft) {
+void WriteDraft(CommandContext& context, const ResponseOptions& options, DeskHost& host,
+                const MessageReport& report, const mail::Mail& draft) {
   if (!options.out_file.empty()) {
     mail::WriteMail(draft, options.out_file, mail::MailPurpose::kDraft);
   }
@@ -44,7 +39,7 @@ void Write(CommandContext& context, const ResponseOptions& options, DeskHost& ho
   } else if (options.out_file.empty()) {
     context.out << mail::FormatMail(draft, mail::MailPurpose::kDraft);
   } else {
-    context.out << "The draft is in " << ForDisplay(options.out_file) << ".\n";
+    context.out << "Draft written to " << ForDisplay(options.out_file) << "\n";
   }
 }
 
@@ -53,11 +48,12 @@ Outcome Run(CommandContext& context, const ResponseOptions& options, Response re
   const std::string text =
       options.text_file.empty() ? std::string() : ReadWholeFile(options.text_file);
   ReceivedMessage message(context, options.message);
-  return ReportingFailures(context, message.Host(), [&] {
+  return ReportingErrors(context, message.Host(), [&] {
     const MessageReport report = ReadMessage(message.Window());
     RefuseToQuote(report);
     const ItemPtr draft = Respond(message.Host(), message.Window()->ShownItem(), response, text);
-    Write(context, options, message.Host(), report, DraftOf(message.Host(), draft->Data()));
+    WriteDraft(context, options, message.Host(), report,
+               ToDraftMail(message.Host(), draft->Data()));
     message.Close();
     return Outcome::kDone;
   });
@@ -67,9 +63,13 @@ CLI::App* AddCommand(CLI::App& app, CommandContext& context, const char* name, c
                      const std::shared_ptr<ResponseOptions>& options, Response response) {
   auto* const command = app.add_subcommand(name, help);
   AddMessageOptions(*command, context, options->message);
-  command->add_option("--text", options->text_file, "what to write above; - for the input")
+  command
+      ->add_option("--text", options->text_file,
+                   "a file with text to insert above; - for standard input")
       ->type_name("FILE");
-  command->add_option("--out", options->out_file, "write the draft there instead of the output")
+  command
+      ->add_option("--out", options->out_file,
+                   "write the draft to this file instead of standard output")
       ->type_name("FILE");
   OnRun(*command, context, [&context, options, response] {
     return Run(context, *options, options->to_all ? Response::kReplyToAll : response);
@@ -82,8 +82,8 @@ CLI::App* AddCommand(CLI::App& app, CommandContext& context, const char* name, c
 void AddResponseCommands(CLI::App& app, CommandContext& context) {
   const auto reply = std::make_shared<ResponseOptions>();
   AddCommand(app, context, "reply", "write the draft of a reply", reply, Response::kReply)
-      ->add_flag("--all", reply->to_all, "to all recipients, too");
-  AddCommand(app, context, "forward", "write the draft of a forwarding",
+      ->add_flag("--all", reply->to_all, "reply to all recipients");
+  AddCommand(app, context, "forward", "write the draft of a forward",
              std::make_shared<ResponseOptions>(), Response::kForward);
 }
 

@@ -1,5 +1,3 @@
-#include "desk/commands/run_desk.h"
-
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <filesystem>
@@ -8,8 +6,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
-#include "desk/commands/command_context.h"
-#include "desk/commands/commands.h"
+#include "desk/commands/command.h"
 
 namespace corvessa::desk {
 namespace {
@@ -19,11 +16,11 @@ void AddGlobalOptions(CLI::App& app, CommandContext& context) {
                  "the profile folder (default: corvessa in the user's data folder)")
       ->type_name("DIR");
   app.add_option("--passphrase", context.passphrases,
-                 "the passphrase of an address is the first line of that file")
+                 "a file whose first line is the passphrase of the address")
       ->type_name("ADDRESS=FILE")
       ->allow_extra_args(false);
   app.add_option("--answer", context.given_answers,
-                 "answer a prompt by pressing that control, a message box by OK or Cancel")
+                 "answer a prompt by pressing this control, a message box by OK or Cancel")
       ->type_name("FORM=CONTROL")
       ->allow_extra_args(false);
 }
@@ -40,7 +37,7 @@ void AddCommands(CLI::App& app, CommandContext& context) {
   AddShellCommand(app, context);
 }
 
-/// An unset variable of a script must not turn "there" into "nowhere in particular".
+/// An unset variable in a script must not silently select a default.
 void RefuseEmptyValues(CLI::App& app) {
   const CLI::Validator not_empty(
       [](const std::string& value) { return std::string(value.empty() ? "is empty" : ""); }, "");
@@ -51,55 +48,55 @@ void RefuseEmptyValues(CLI::App& app) {
   for (CLI::App* command : app.get_subcommands({})) RefuseEmptyValues(*command);
 }
 
-/// A misspelt command is not taken for a missing one.
-std::string ComplaintOf(const CLI::App& app, const CLI::ParseError& error) {
+/// Names a misspelt command, which the parser reports as a missing one.
+std::string DescribeParseError(const CLI::App& app, const CLI::ParseError& error) {
   const auto rest = app.remaining(true);
   const bool lacks_command = std::string_view(error.what()) == "A subcommand is required";
   if (!lacks_command || rest.empty()) return error.what();
-  return "there is no command " + rest.front();
+  return "unknown command \"" + rest.front() + "\"";
 }
 
-/// How to get help with the command that was meant.
-std::string HelpOf(const CLI::App& app) {
+/// The option that shows help for the chosen command.
+std::string HelpOption(const CLI::App& app) {
   const auto chosen = app.get_subcommands();
   if (chosen.empty()) return "--help";
-  return chosen.front()->get_name() + " " + HelpOf(*chosen.front());
+  return chosen.front()->get_name() + " " + HelpOption(*chosen.front());
 }
 
-/// Wrong texts are wrong use; a passphrase file that cannot be read is not.
-void TakeAnswers(CommandContext& context) {
+/// A malformed option is wrong use; an unreadable passphrase file is not.
+void ReadAnswers(CommandContext& context) {
   try {
     for (const std::string& argument : context.given_answers) context.answers.AddAnswer(argument);
     for (const std::string& argument : context.passphrases) context.answers.AddPassphrase(argument);
   } catch (const Error& error) {
     if (error.number != kInvalidArgument) throw;
-    Fail(Outcome::kWrongUse, error.description);
+    throw CommandError{Outcome::kWrongUse, error.description};
   }
 }
 
-/// A misspelt answer answers nothing, which nobody would notice else.
+/// Otherwise a misspelt answer would go unnoticed.
 void TellOfUnusedAnswers(const CommandContext& context) {
   for (const std::string& answer : context.answers.Unused()) {
-    context.Tell("the answer " + answer + " was not asked for");
+    context.Tell("unused answer: " + answer);
   }
 }
 
 Outcome Run(CommandContext& context) {
   try {
-    TakeAnswers(context);
-    const Outcome outcome = context.Judge(context.run());
+    ReadAnswers(context);
+    const Outcome outcome = context.FinalOutcome(context.run());
     TellOfUnusedAnswers(context);
     context.out.flush();
-    if (!context.out) Fail(Outcome::kEnvironment, "the output cannot be written");
+    if (!context.out) throw CommandError{Outcome::kEnvironment, "cannot write the output"};
     return outcome;
-  } catch (const Failure& failure) {
-    context.TellFailure(failure.outcome, failure.message);
-    if (failure.outcome == Outcome::kRefused) TellOfUnusedAnswers(context);
-    return context.Judge(failure.outcome);
+  } catch (const CommandError& error) {
+    context.TellError(error);
+    if (error.outcome == Outcome::kRefused) TellOfUnusedAnswers(context);
+    return context.FinalOutcome(error.outcome);
   } catch (const Error& error) {
-    context.TellFailure(Outcome::kEnvironment, WithoutFullStop(error.description));
+    context.TellError({Outcome::kEnvironment, WithoutFullStop(error.description)});
   } catch (const std::exception& error) {
-    context.TellFailure(Outcome::kEnvironment, error.what());
+    context.TellError({Outcome::kEnvironment, error.what()});
   }
   return Outcome::kEnvironment;
 }
@@ -120,7 +117,8 @@ int RunDesk(int argument_count, const char* const* arguments, Terminal& terminal
     app.exit(help, out, messages);
     return static_cast<int>(Outcome::kDone);
   } catch (const CLI::ParseError& error) {
-    context.Tell(ComplaintOf(app, error) + "; see " + std::string(kProgram) + " " + HelpOf(app));
+    context.Tell(DescribeParseError(app, error) + "; see " + std::string(kProgram) + " " +
+                 HelpOption(app));
     return static_cast<int>(Outcome::kWrongUse);
   }
   return static_cast<int>(Run(context));

@@ -4,15 +4,11 @@
 #include <ostream>
 
 #include "base/text.h"
-#include "desk/commands/command_context.h"
-#include "desk/commands/commands.h"
-#include "desk/commands/failure_report.h"
-#include "desk/commands/shared_options.h"
-#include "desk/commands/text_file.h"
+#include "desk/commands/command.h"
+#include "desk/commands/received_message.h"
 #include "desk/desk_host.h"
-#include "desk/json_report.h"
 #include "desk/mail/mail_io.h"
-#include "desk/owner.h"
+#include "desk/printing.h"
 #include "desk/sending.h"
 #include "desk/settings_store.h"
 
@@ -26,7 +22,17 @@ struct SendOptions {
   int outlook = 9;
 };
 
-nlohmann::json AddressesOf(const mail::Mail& mail) {
+/// The author of the draft, else the owner of the profile. Throws CommandError without either.
+Person FindSender(const mail::Mail& draft, const SettingsStore& settings) {
+  if (!draft.from.address.empty()) return {draft.from.name, draft.from.address};
+  const std::string owner = settings.MainAddress();
+  if (owner.empty()) {
+    throw CommandError{Outcome::kWrongUse, "the draft has no From line, and no address is secured"};
+  }
+  return {draft.from.name, owner};
+}
+
+nlohmann::json ListAddresses(const mail::Mail& mail) {
   auto addresses = nlohmann::json::array();
   for (const auto* list : {&mail.to, &mail.cc, &mail.bcc}) {
     for (const mail::Mailbox& mailbox : *list) addresses.push_back(mailbox.address);
@@ -41,7 +47,7 @@ void PrintJson(CommandContext& context, DeskHost& host, const SendOptions& optio
   json["resultCode"] = static_cast<int>(Outcome::kDone);
   json["encrypted"] = sent.encrypted;
   json["signed"] = sent.is_signed;
-  json["recipients"] = AddressesOf(sent.mail);
+  json["recipients"] = ListAddresses(sent.mail);
   if (options.out_file.empty()) {
     json["message"] = mail::FormatMail(sent.mail, mail::MailPurpose::kTravel);
   } else {
@@ -62,18 +68,20 @@ void Deliver(CommandContext& context, const SendOptions& options, const mail::Ma
     mail::WriteMail(mail, options.out_file, mail::MailPurpose::kTravel);
   } else if (!context.json) {
     context.out << mail::FormatMail(mail, mail::MailPurpose::kTravel) << std::flush;
-    if (!context.out) Fail(Outcome::kEnvironment, "the output cannot be written; not sent");
+    if (!context.out)
+      throw CommandError{Outcome::kEnvironment, "cannot write the output; not sent"};
   }
 }
 
 Outcome Send(CommandContext& context, const SendOptions& options) {
   const mail::Mail draft = mail::LoadMail(options.message.file);
   if (draft.incomplete) {
-    Fail(Outcome::kEnvironment, options.message.file + " ends early or is damaged; not sent");
+    throw CommandError{Outcome::kEnvironment,
+                       options.message.file + " is truncated or damaged; not sent"};
   }
   RefuseToReplace(options.out_file, {options.message.file});
   Profile profile = context.OpenProfile();
-  const Person sender = SenderOf(draft, SettingsStore(profile.Registry()));
+  const Person sender = FindSender(draft, SettingsStore(profile.Registry()));
   AnswerExternalForm(options.choices, context.answers);
   DeskHost host(
       profile, context.terminal, context.answers, context.messages,
@@ -89,11 +97,11 @@ Outcome Send(CommandContext& context, const SendOptions& options) {
     }
     return Outcome::kDone;
   };
-  return ReportingFailures(context, host, send,
-                           {{"sent", false},
-                            {"encrypted", false},
-                            {"signed", false},
-                            {"recipients", nlohmann::json::array()}});
+  return ReportingErrors(context, host, send,
+                         {{"sent", false},
+                          {"encrypted", false},
+                          {"signed", false},
+                          {"recipients", nlohmann::json::array()}});
 }
 
 }  // namespace
@@ -102,13 +110,14 @@ void AddSendCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<SendOptions>();
   auto* const send = app.add_subcommand("send", "compose a draft in a window and send it");
   AddMessageOptions(*send, context, options->message);
-  send->add_option("--out", options->out_file, "write what travels there instead of the output")
+  send->add_option("--out", options->out_file,
+                   "write the sent message to this file instead of standard output")
       ->type_name("FILE");
   send->add_flag("--no-encrypt", options->choices.no_encrypt, "release \"Encrypt on send\"");
   send->add_flag("--no-sign", options->choices.no_sign, "release \"Sign on send\"");
   send->add_flag("--external", options->choices.external,
                  "send without a window, as another program does");
-  AddOutlookVersion(*send, options->outlook);
+  AddOutlookOption(*send, options->outlook);
   OnRun(*send, context, [&context, options] { return Send(context, *options); });
 }
 

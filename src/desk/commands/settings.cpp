@@ -4,9 +4,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
-#include "desk/commands/command_context.h"
-#include "desk/commands/commands.h"
-#include "desk/commands/shared_options.h"
+#include "desk/commands/command.h"
 #include "desk/desk_host.h"
 #include "desk/engine_setup.h"
 #include "desk/settings_store.h"
@@ -36,9 +34,9 @@ Outcome Set(CommandContext& context, const std::string& name, const std::string&
   try {
     OpenEngine(profile);
   } catch (const Error& error) {
-    // The add-in could not even start with it.
+    // With this value the add-in could not start.
     settings.Set(name, earlier);
-    Fail(Outcome::kWrongUse, WithoutFullStop(error.description));
+    throw CommandError{Outcome::kWrongUse, WithoutFullStop(error.description)};
   }
   return Outcome::kDone;
 }

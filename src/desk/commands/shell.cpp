@@ -4,12 +4,10 @@
 
 #include "base/error.h"
 #include "base/text.h"
-#include "desk/commands/command_context.h"
-#include "desk/commands/commands.h"
-#include "desk/commands/shared_options.h"
+#include "desk/commands/command.h"
+#include "desk/commands/received_message.h"
 #include "desk/commands/shell_session.h"
 #include "desk/desk_host.h"
-#include "desk/owner.h"
 #include "desk/settings_store.h"
 #include "desk/terminal/line_reader.h"
 
@@ -21,27 +19,27 @@ struct ShellOptions {
   int outlook = 9;
 };
 
-/// What did not work is told; the session goes on.
-Outcome ObeyTelling(CommandContext& context, ShellSession& session, const std::string& line) {
+/// Runs one line and reports its errors; the session continues after them.
+Outcome ExecuteLine(CommandContext& context, ShellSession& session, const std::string& line) {
   Outcome outcome = Outcome::kDone;
   try {
-    outcome = session.Obey(line);
-  } catch (const Failure& failure) {
-    context.Tell(failure.message);
-    outcome = failure.outcome;
+    outcome = session.Execute(line);
+  } catch (const CommandError& error) {
+    context.Tell(error.message);
+    outcome = error.outcome;
   } catch (const Error& error) {
     context.Tell(WithoutFullStop(error.description));
     outcome = Outcome::kEnvironment;
   }
   context.out.flush();
-  if (!context.out) Fail(Outcome::kEnvironment, "the output cannot be written");
+  if (!context.out) throw CommandError{Outcome::kEnvironment, "cannot write the output"};
   return outcome;
 }
 
-/// A person has seen what went wrong; a script learns of the first failure by the exit code.
+/// A person has seen what failed; a script gets the first failure as the exit code.
 Outcome RunShell(CommandContext& context, const ShellOptions& options) {
   Profile profile = context.OpenProfile();
-  const Person owner = OwnerFor({}, SettingsStore(profile.Registry()));
+  const Person owner = FindOwner({}, SettingsStore(profile.Registry()));
   DeskHost host(profile, context.terminal, context.answers, context.messages,
                 {.outlook_version = options.outlook, .owner = owner, .trace = options.trace});
   ShellSession session(context, host);
@@ -50,7 +48,7 @@ Outcome RunShell(CommandContext& context, const ShellOptions& options) {
   while (!session.HasEnded()) {
     const auto line = reader.Read("desk> ");
     if (!line) break;
-    const Outcome of_line = ObeyTelling(context, session, *line);
+    const Outcome of_line = ExecuteLine(context, session, *line);
     if (outcome == Outcome::kDone) outcome = of_line;
   }
   return context.terminal.IsThere() ? Outcome::kDone : outcome;
@@ -60,9 +58,10 @@ Outcome RunShell(CommandContext& context, const ShellOptions& options) {
 
 void AddShellCommand(CLI::App& app, CommandContext& context) {
   const auto options = std::make_shared<ShellOptions>();
-  auto* const shell = app.add_subcommand("shell", "an interactive session that stays connected");
-  shell->add_flag("--trace", options->trace, "write what the add-in traces at the end");
-  AddOutlookVersion(*shell, options->outlook);
+  auto* const shell = app.add_subcommand("shell", "run an interactive session");
+  shell->add_flag("--trace", options->trace,
+                  "write the add-in's trace to standard error at the end");
+  AddOutlookOption(*shell, options->outlook);
   OnRun(*shell, context, [&context, options] { return RunShell(context, *options); });
 }
 

@@ -4,18 +4,18 @@
 #include <charconv>
 #include <chrono>
 #include <iomanip>
+#include <optional>
 #include <ostream>
 #include <sstream>
 
 #include "base/text.h"
 #include "desk/attachment_saving.h"
+#include "desk/commands/command.h"
 #include "desk/commands/received_message.h"
-#include "desk/commands/text_file.h"
-#include "desk/field_printing.h"
 #include "desk/mail/mail_io.h"
 #include "desk/mail_bridge.h"
-#include "desk/message_printing.h"
 #include "desk/message_report.h"
+#include "desk/printing.h"
 #include "desk/sending.h"
 #include "desk/terminal/choices.h"
 #include "system/errors.h"
@@ -23,8 +23,8 @@
 namespace corvessa::desk {
 namespace {
 
-/// The caption of the visible button that was meant: as it is given, else in any case.
-std::string ButtonMeant(const Bars& bars, const std::string& caption) {
+/// The exact caption of the visible button that has this caption in any case.
+std::optional<std::string> FindButtonByCaption(const Bars& bars, const std::string& caption) {
   if (bars.FindButton(caption)) return caption;
   for (const BarPtr& bar : bars.All()) {
     if (!bar->IsVisible()) continue;
@@ -34,22 +34,23 @@ std::string ButtonMeant(const Bars& bars, const std::string& caption) {
         return shown;
     }
   }
-  return caption;
+  return std::nullopt;
 }
 
-/// Words; quotation marks keep blanks together.
-std::vector<std::string> WordsOf(const std::string& line) {
+/// Splits at blanks outside quotation marks.
+std::vector<std::string> SplitWords(const std::string& line) {
   std::istringstream stream(line);
   std::vector<std::string> words;
   for (std::string word; stream >> std::quoted(word);) words.push_back(word);
   return words;
 }
 
-std::size_t NumberOf(const std::string& text, std::size_t most) {
+std::size_t ParseNumber(const std::string& text, std::size_t most) {
   std::size_t number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error != std::errc() || end != text.data() + text.size() || number < 1 || number > most) {
-    Fail(Outcome::kWrongUse, text + " is no number from 1 to " + std::to_string(most));
+    throw CommandError{Outcome::kWrongUse, "expected a number from 1 to " + std::to_string(most) +
+                                               ", got \"" + text + "\""};
   }
   return number;
 }
@@ -67,28 +68,27 @@ const std::vector<ShellSession::Command>& ShellSession::Commands() {
   static const std::vector<Command> commands = {
       {"open", "open FILE", "open a received message", 1, 1, &ShellSession::Open},
       {"compose", "compose FILE", "open a draft in a window", 1, 1, &ShellSession::Compose},
-      {"show", "show", "show the message in front again", 0, 0, &ShellSession::Show},
+      {"show", "show", "show the front message again", 0, 0, &ShellSession::Show},
       {"save", "save DIR", "save its attachments", 1, 1, &ShellSession::Save},
-      {"close", "close", "close the window in front", 0, 0, &ShellSession::Close},
+      {"close", "close", "close the front window", 0, 0, &ShellSession::Close},
       {"windows", "windows", "list the open windows", 0, 0, &ShellSession::Windows},
       {"window", "window N", "bring a window to the front", 1, 1, &ShellSession::Bring},
-      {"bars", "bars", "show the bars of the window in front", 0, 0, &ShellSession::Bars},
-      {"click", "click CAPTION", "click a button of a bar", 1, 9, &ShellSession::Click},
-      {"reply", "reply [TEXTFILE]", "answer the message in front", 0, 1, &ShellSession::Reply},
-      {"replyall", "replyall [TEXTFILE]", "answer all", 0, 1, &ShellSession::ReplyAll},
-      {"forward", "forward [TEXTFILE]", "pass the message on", 0, 1, &ShellSession::Forward},
-      {"send", "send FILE", "send the draft in front; FILE gets what travels", 1, 1,
-       &ShellSession::Send},
+      {"bars", "bars", "show the bars of the front window", 0, 0, &ShellSession::Bars},
+      {"click", "click CAPTION", "click a button on a bar", 1, 9, &ShellSession::Click},
+      {"reply", "reply [TEXTFILE]", "reply to the front message", 0, 1, &ShellSession::Reply},
+      {"replyall", "replyall [TEXTFILE]", "reply to all", 0, 1, &ShellSession::ReplyAll},
+      {"forward", "forward [TEXTFILE]", "forward the front message", 0, 1, &ShellSession::Forward},
+      {"send", "send FILE", "send the front draft and write it to FILE", 1, 1, &ShellSession::Send},
       {"settings", "settings", "open the settings dialog", 0, 0, &ShellSession::Settings},
       {"wait", "wait SECONDS", "let time pass", 1, 1, &ShellSession::Wait},
       {"help", "help", "show this list", 0, 0, &ShellSession::Help},
-      {"quit", "quit", "leave", 0, 0, &ShellSession::Quit},
+      {"quit", "quit", "leave the session", 0, 0, &ShellSession::Quit},
   };
   return commands;
 }
 
-Outcome ShellSession::Obey(const std::string& line) {
-  Arguments words = WordsOf(line);
+Outcome ShellSession::Execute(const std::string& line) {
+  Arguments words = SplitWords(line);
   if (words.empty()) return Outcome::kDone;
   const std::string name = LCase(words.front());
   words.erase(words.begin());
@@ -96,10 +96,10 @@ Outcome ShellSession::Obey(const std::string& line) {
   const auto found =
       std::ranges::find_if(commands, [&](const Command& command) { return command.name == name; });
   if (found == commands.end()) {
-    Fail(Outcome::kWrongUse, "there is no command " + name + "; \"help\" lists them all");
+    throw CommandError{Outcome::kWrongUse, "unknown command \"" + name + "\"; see \"help\""};
   }
   if (words.size() < found->least || words.size() > found->most) {
-    Fail(Outcome::kWrongUse, std::string("use it as: ") + found->usage);
+    throw CommandError{Outcome::kWrongUse, std::string("usage: ") + found->usage};
   }
   outcome_ = Outcome::kDone;
   (this->*found->run)(words);
@@ -108,7 +108,7 @@ Outcome ShellSession::Obey(const std::string& line) {
 
 InspectorWindowPtr ShellSession::Front() const {
   const auto& windows = host_.Outlook().Inspectors();
-  if (windows.empty()) Fail(Outcome::kWrongUse, "no window is open");
+  if (windows.empty()) throw CommandError{Outcome::kWrongUse, "no window is open"};
   return windows.back();
 }
 
@@ -130,7 +130,8 @@ void ShellSession::Open(const Arguments& arguments) {
 void ShellSession::Compose(const Arguments& arguments) {
   read_files_.push_back(arguments[0]);
   const mail::Mail draft = mail::LoadMail(arguments[0]);
-  if (draft.incomplete) Fail(Outcome::kEnvironment, arguments[0] + " ends early or is damaged");
+  if (draft.incomplete)
+    throw CommandError{Outcome::kEnvironment, arguments[0] + " is truncated or damaged"};
   const ItemPtr item = host_.Outlook().AddItem(DraftItem(draft));
   const auto window = host_.Outlook().Open(item);
   composed_[item] = draft;
@@ -146,7 +147,7 @@ void ShellSession::Save(const Arguments& arguments) {
   const auto window = Front();
   MessageReport report = ReadMessage(window);
   if (report.attachments.empty()) {
-    context_.out << "There are no attachments.\n";
+    context_.out << "No attachments.\n";
     return;
   }
   const SavingResult saving = SaveAttachments(host_, window, arguments[0], report);
@@ -159,7 +160,8 @@ void ShellSession::Save(const Arguments& arguments) {
 }
 
 void ShellSession::Close(const Arguments& /*arguments*/) {
-  if (!host_.Outlook().Close(Front())) Fail(Outcome::kRefused, "the window does not close now");
+  if (!host_.Outlook().Close(Front()))
+    throw CommandError{Outcome::kRefused, "the window cannot be closed now"};
 }
 
 void ShellSession::Windows(const Arguments& /*arguments*/) {
@@ -177,8 +179,8 @@ void ShellSession::Windows(const Arguments& /*arguments*/) {
 
 void ShellSession::Bring(const Arguments& arguments) {
   const auto windows = host_.Outlook().Inspectors();
-  if (windows.empty()) Fail(Outcome::kWrongUse, "no window is open");
-  host_.Outlook().Open(windows[NumberOf(arguments[0], windows.size()) - 1]->ShownItem());
+  if (windows.empty()) throw CommandError{Outcome::kWrongUse, "no window is open"};
+  host_.Outlook().Open(windows[ParseNumber(arguments[0], windows.size()) - 1]->ShownItem());
   Windows({});
 }
 
@@ -191,8 +193,9 @@ void ShellSession::Click(const Arguments& arguments) {
   for (const std::string& word : arguments) caption += (caption.empty() ? "" : " ") + word;
   host_.BeginOperation();
   const auto window = Front();
-  if (!OutlookModel::Click(window->Bars(), ButtonMeant(window->Bars(), caption))) {
-    Fail(Outcome::kWrongUse, "no button \"" + caption + "\" can be clicked; \"bars\" shows them");
+  const auto button = FindButtonByCaption(window->Bars(), caption);
+  if (!button || !OutlookModel::Click(window->Bars(), *button)) {
+    throw CommandError{Outcome::kWrongUse, "no button \"" + caption + "\" to click; see \"bars\""};
   }
   host_.RunOpenForms();
   if (window->CurrentState() == InspectorWindow::State::kShown) {
@@ -205,8 +208,9 @@ void ShellSession::Answer(Response response, const Arguments& arguments) {
   const std::string text = arguments.empty() ? std::string() : ReadWholeFile(arguments[0]);
   const auto original = Front();
   if (IsDraft(*original->ShownItem())) {
-    Fail(Outcome::kWrongUse,
-         "the message in front is a draft; only a received one can be answered");
+    throw CommandError{
+        Outcome::kWrongUse,
+        "the front message is a draft; only a received one can be replied to or forwarded"};
   }
   RefuseToQuote(ReadMessage(original));
   const ItemPtr item = Respond(host_, original->ShownItem(), response, text);
@@ -229,14 +233,15 @@ void ShellSession::Forward(const Arguments& arguments) {
 void ShellSession::Send(const Arguments& arguments) {
   const ItemPtr item = Front()->ShownItem();
   if (!IsDraft(*item)) {
-    Fail(Outcome::kWrongUse, "the message in front was received; only a draft can be sent");
+    throw CommandError{Outcome::kWrongUse,
+                       "the front message was received; only a draft can be sent"};
   }
   RefuseToReplace(arguments[0], read_files_);
-  // Sending closes the window: a file that cannot be written would cost the draft.
+  // Sending closes the window, so a file that cannot be written would lose the draft. Check first.
   system::WriteFile(arguments[0], [](system::AtomicFile&) {});
   const auto composed = composed_.find(item);
   const mail::Mail base =
-      composed == composed_.end() ? DraftOf(host_, item->Data()) : composed->second;
+      composed == composed_.end() ? ToDraftMail(host_, item->Data()) : composed->second;
   const SentMail sent = SendItem(host_, item, base, [&](const mail::Mail& mail) {
     mail::WriteMail(mail, arguments[0], mail::MailPurpose::kTravel);
   });
@@ -250,7 +255,7 @@ void ShellSession::Settings(const Arguments& /*arguments*/) {
 
 void ShellSession::Wait(const Arguments& arguments) {
   constexpr std::size_t kLongest = 24 * 60 * 60;
-  host_.Ui().Wait(std::chrono::seconds(NumberOf(arguments[0], kLongest)));
+  host_.Ui().Wait(std::chrono::seconds(ParseNumber(arguments[0], kLongest)));
 }
 
 void ShellSession::Help(const Arguments& /*arguments*/) {

@@ -4,22 +4,22 @@
 #include <string>
 #include <vector>
 
-#include "desk/commands/command_context.h"
+#include "desk/commands/command.h"
+#include "desk/commands/received_message.h"
 #include "desk/desk_host.h"
 #include "desk/mail/mail.h"
-#include "desk/responding.h"
 
 namespace corvessa::desk {
 
 /// An interactive session: Outlook with the add-in, open until the user leaves it. Commands work on
-/// the window in front.
+/// the front window.
 class ShellSession {
  public:
   ShellSession(CommandContext& context, DeskHost& host);
 
-  /// Carries out one line. Throws Failure and Error for what did not work; gives kRefused when it
-  /// worked and the message it showed failed to be decrypted or has a bad signature.
-  Outcome Obey(const std::string& line);
+  /// Executes one line. Throws CommandError or Error if it fails; returns kRefused if it showed a
+  /// message that could not be decrypted or has a bad signature.
+  Outcome Execute(const std::string& line);
   bool HasEnded() const { return has_ended_; }
 
  private:
@@ -58,7 +58,7 @@ class ShellSession {
 
   CommandContext& context_;
   DeskHost& host_;
-  /// The mails that drafts in windows were made from.
+  /// The mail file of each draft opened with "compose".
   std::map<ItemPtr, mail::Mail> composed_;
   std::vector<std::string> read_files_;
   Outcome outcome_ = Outcome::kDone;

@@ -1,7 +1,6 @@
-#include "desk/profile/brand_pictures.h"
-
 #include <string>
 
+#include "desk/profile/pictures.h"
 #include "platform/files.h"
 
 namespace corvessa::desk {

@@ -1,11 +1,10 @@
-#include "desk/profile/curl_inet.h"
-
 #include <algorithm>
 #include <array>
 #include <memory>
 
 #include "base/error.h"
 #include "curl/curl_library.h"
+#include "desk/profile/system_services.h"
 
 namespace corvessa::desk {
 namespace {
@@ -15,11 +14,10 @@ constexpr long kMaximumRedirections = 10;
 constexpr const char* kSchemes = "http,https";
 
 [[noreturn]] void RaiseFetch(std::string_view url, std::string_view reason) {
-  Raise(kPathFileAccess,
-        "The page " + std::string(url) + " cannot be fetched: " + std::string(reason));
+  Raise(kPathFileAccess, "Cannot fetch the page " + std::string(url) + ": " + std::string(reason));
 }
 
-/// Takes what still fits; taking less than there is makes curl end the transfer.
+/// Takes what still fits. Taking less than offered makes curl end the transfer.
 std::size_t Receive(const char* data, std::size_t size, std::size_t count, void* page_pointer) {
   auto& page = *static_cast<std::string*>(page_pointer);
   const std::size_t taken = std::min(size * count, CurlInet::kMaximumBytes - page.size());
@@ -31,13 +29,13 @@ std::size_t Receive(const char* data, std::size_t size, std::size_t count, void*
 
 std::string CurlInet::OpenURL(std::string_view url) {
   const CurlLibrary* const curl = LoadCurl();
-  if (!curl) RaiseFetch(url, "there is no libcurl on this computer");
+  if (!curl) RaiseFetch(url, "libcurl is not installed");
   const std::unique_ptr<CURL, decltype(curl->easy_cleanup)> easy(curl->easy_init(),
                                                                  curl->easy_cleanup);
   const auto set = [&](CURLoption option, auto value) {
     curl->easy_setopt(easy.get(), option, value);
   };
-  if (url.find('\0') != std::string_view::npos) RaiseFetch(url, "it is no address");
+  if (url.find('\0') != std::string_view::npos) RaiseFetch(url, "not an address");
 
   const std::string address(url);
   std::string page;

@@ -1,7 +1,6 @@
-#include "desk/profile/memory_clipboard.h"
-
 #include "base/text.h"
 #include "desk/profile/pictures.h"
+#include "desk/profile/system_services.h"
 
 namespace corvessa::desk {
 namespace {

@@ -12,9 +12,9 @@
 
 namespace corvessa::desk {
 
-/// Elements in the order they were added, found by a name without regard to case. Everything takes
-/// constant time, walking by a rising index included, so that a registry of many accounts stays
-/// linear however it is walked or emptied.
+/// Elements in the order of their addition, found by name without regard to case. Every operation,
+/// and walking by a rising index, takes constant time, so that a registry of many accounts stays
+/// linear.
 template <typename Element>
 class NamedList {
  public:
@@ -22,13 +22,13 @@ class NamedList {
   NamedList(const NamedList&) = delete;
   NamedList& operator=(const NamedList&) = delete;
 
-  /// Null when there is none. Stays valid until the element is removed.
+  /// Null if there is none. Stays valid until the element is removed.
   Element* Find(std::string_view name) {
     const auto found = places_.find(LCase(name));
     return found == places_.end() ? nullptr : &*found->second;
   }
 
-  /// The element of that name, made from `arguments` when there is none.
+  /// The element of that name; if there is none, one made from `arguments`.
   template <typename... Arguments>
   Element& FindOrAdd(std::string_view name, Arguments&&... arguments) {
     const auto [place, is_new] = places_.try_emplace(LCase(name), elements_.end());

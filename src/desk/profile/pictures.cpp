@@ -93,7 +93,7 @@ platform::Picture DecodeBmp(std::string_view content) {
   const std::size_t row_bytes = RowBytes(layout.width, layout.bits);
   const auto width = static_cast<std::size_t>(layout.width);
   const auto height = static_cast<std::size_t>(layout.height);
-  // Before anything is allocated for the size that the header claims.
+  // Before allocating memory for the size that the header claims.
   if (layout.pixels_at > content.size() || content.size() - layout.pixels_at < row_bytes * height) {
     Raise(kInvalidPicture);
   }
@@ -109,7 +109,7 @@ platform::Picture DecodeBmp(std::string_view content) {
   return picture;
 }
 
-/// Walks the segments of a JPEG to the one that tells its size.
+/// Walks the segments of a JPEG to the frame header, which holds the size.
 platform::Picture SizeOfJpeg(std::string_view content) {
   std::size_t at = 2;
   for (;;) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -11,6 +11,7 @@ namespace corvessa::platform {
 class Files;
 }
 
+/// Picture files, and the brand's own pictures.
 namespace corvessa::desk {
 
 /// Decodes a picture file's content: uncompressed BMP of 1, 4, 8, 24 and 32 bits with its pixels;
@@ -19,10 +20,10 @@ namespace corvessa::desk {
 platform::Picture DecodePicture(std::string_view content);
 
 /// The picture as a device-independent bitmap: a 40-byte header, then 24-bit pixels, rows bottom-up
-/// and padded to 4 bytes. This is what the clipboard holds for CF_DIB.
+/// and padded to 4 bytes. This is the clipboard's CF_DIB.
 std::vector<std::uint8_t> ToDib(const platform::Picture& picture);
 
-/// The pictures of a host's files, which must outlive it.
+/// Loads pictures from `files`, which must outlive it.
 class FilePictures final : public platform::Pictures {
  public:
   explicit FilePictures(platform::Files& files) : files_(files) {}
@@ -31,5 +32,17 @@ class FilePictures final : public platform::Pictures {
  private:
   platform::Files& files_;
 };
+
+/// A file of packaging/brand/Customization. The build embeds them, so that the desk runs from
+/// anywhere without installation.
+struct BrandPicture {
+  std::string_view name;
+  std::string_view content;
+};
+std::span<const BrandPicture> BrandPictures();
+
+/// Writes the brand pictures that are missing into the folder "Customization" below the add-in's
+/// folder, which must exist. A user's own picture stays.
+void WriteBrandPictures(platform::Files& files, std::string_view product_folder);
 
 }  // namespace corvessa::desk

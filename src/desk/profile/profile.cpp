@@ -9,9 +9,10 @@
 #include <utility>
 
 #include "base/error.h"
-#include "desk/profile/brand_pictures.h"
-#include "desk/profile/leftovers.h"
+#include "desk/profile/pictures.h"
+#include "desk/profile/profile_files.h"
 #include "settings/registry_values.h"
+#include "system/errors.h"
 
 namespace corvessa::desk {
 namespace {
@@ -32,8 +33,8 @@ constexpr BrandValue kBrandValues[] = {
     {"EnginePGPSignatureHeader", "Corvessa Professional for Outlook " CORVESSA_EDITION},
 };
 
-/// Servers and pages are the user's choice: an address that nobody chose would be told who writes
-/// to whom. They stand there empty so that their names can be seen.
+/// Servers and pages are empty until the user chooses some: a server learns who writes to whom.
+/// They are written all the same, so that their names can be seen.
 std::string_view BrandText(std::string_view name) {
   for (const BrandValue& value : kBrandValues) {
     if (value.name == name) return value.text;
@@ -41,36 +42,39 @@ std::string_view BrandText(std::string_view name) {
   return {};
 }
 
-[[noreturn]] void RaiseForProfile(const fs::path& folder, std::string_view what) {
-  Raise(kPathFileAccess, "The profile " + folder.string() + " " + std::string(what));
+[[noreturn]] void RaiseForProfile(std::string_view verb, const fs::path& folder,
+                                  const std::string& reason) {
+  Raise(kPathFileAccess,
+        "Cannot " + std::string(verb) + " the profile " + folder.string() + ": " + reason);
 }
 
-/// Makes the folder, private to its owner, unless it is there.
-fs::path MadeFolder(const fs::path& named) {
+/// Creates the folder if it is missing, private to its owner. Returns its absolute path.
+fs::path CreateFolder(const fs::path& named) {
   std::error_code failure;
   fs::path folder = fs::absolute(named, failure).lexically_normal();
   if (!folder.has_filename()) folder = folder.parent_path();
   fs::create_directories(folder.parent_path(), failure);
   if (!failure && mkdir(folder.c_str(), 0700) != 0) {
-    const int reason = errno;
+    const int error_code = errno;
     std::error_code ignored;
-    if (!fs::is_directory(folder, ignored)) failure.assign(reason, std::generic_category());
+    if (!fs::is_directory(folder, ignored)) failure.assign(error_code, std::generic_category());
   }
-  if (failure) RaiseForProfile(folder, "cannot be made: " + failure.message());
+  if (failure) RaiseForProfile("create", folder, failure.message());
   return folder;
 }
 
-system::FileLock LockedOrRaise(const fs::path& folder) {
+/// Keeps other processes, and other owners in this one, out while it lives.
+system::FileLock Lock(const fs::path& folder) {
   try {
     if (auto lock = system::FileLock::Try(folder / "lock")) return std::move(*lock);
   } catch (const std::system_error& error) {
-    RaiseForProfile(folder, "cannot be used: " + error.code().message());
+    RaiseForProfile("lock", folder, system::ReasonText(error.code()));
   }
-  RaiseForProfile(folder, "is in use by another program; close that first");
+  Raise(kPathFileAccess, "The profile " + folder.string() + " is in use by another program");
 }
 
 void WriteBrandValues(RegistryFile& registry) {
-  // While a key is open nothing is saved, so that a new profile costs one write.
+  // An open key delays saving, so that a new profile costs one write.
   platform::RegistryKeyPtr open_meanwhile;
   registry.LocalMachine().Open("", open_meanwhile);
   const std::string edition = "HKEY_LOCAL_MACHINE\\" + std::string(kVersionKey);
@@ -90,11 +94,12 @@ void MakeFolders(ProfileFiles& files, std::string_view path) {
 }  // namespace
 
 Profile::Profile(const fs::path& folder)
-    : folder_(MadeFolder(folder)),
-      lock_(LockedOrRaise(folder_)),
+    : folder_(CreateFolder(folder)),
+      lock_(Lock(folder_)),
       files_(folder_ / "drive_c"),
       registry_(folder_ / "registry.reg") {
-  RemoveLeftovers(TemporaryFolder());
+  for (const fs::path& kept : {folder_, KeysFolder()}) RemoveUnfinishedFiles(kept);
+  RemoveTemporaryLeftovers(TemporaryFolder());
   WriteBrandValues(registry_);
   MakeFolders(files_, kProductFolder);
   WriteBrandPictures(files_, kProductFolder);
@@ -105,7 +110,7 @@ fs::path Profile::TemporaryFolder() {
 }
 
 fs::path Profile::DefaultFolder() {
-  // A relative one is to be ignored, by the rules of those who thought of the variable.
+  // A relative one must be ignored, by the XDG Base Directory rules.
   const char* const data = std::getenv("XDG_DATA_HOME");
   if (data && fs::path(data).is_absolute()) return fs::path(data) / "corvessa";
   const char* const home = std::getenv("HOME");

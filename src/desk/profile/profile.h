@@ -2,33 +2,30 @@
 
 #include <filesystem>
 
-#include "desk/profile/curl_inet.h"
-#include "desk/profile/memory_clipboard.h"
 #include "desk/profile/pictures.h"
 #include "desk/profile/profile_files.h"
 #include "desk/profile/registry_file.h"
-#include "desk/profile/system_clock.h"
-#include "desk/profile/system_shell.h"
+#include "desk/profile/system_services.h"
 #include "platform/host.h"
 #include "system/files.h"
 
 namespace corvessa::desk {
 
-/// A user's profile: one folder that holds everything the add-in keeps, for one process at a time.
+/// A user's profile: one folder with everything that the add-in keeps, for one process at a time.
 ///
 ///   registry.reg   the settings      drive_c/   drive C, with the trace log and temporary files
-///   keys/          the key rings     adk.txt    additional decryption addresses, when there are
-///   any
+///   keys/          the key rings     adk.txt    additional decryption addresses (optional)
+///   lock           locked by the process that uses the profile
 class Profile {
  public:
-  /// Opens the profile in that folder; makes the folder, the brand's values and its pictures where
-  /// they are missing. Values that are there stay as they are; what an earlier process that was
-  /// killed has left in the folder for temporary files goes. Throws Error 75 with a line for the
-  /// user when another process uses it, when it cannot be made or when its registry is damaged.
+  /// Opens the profile in that folder. Creates the folder, the brand's values and pictures if they
+  /// are missing, and removes what a killed process has left. Throws Error 75 with a line for the
+  /// user if another process uses the profile, if it cannot be created or if its registry is
+  /// damaged.
   explicit Profile(const std::filesystem::path& folder);
 
-  /// Where a user's profile is kept unless the user says otherwise. Throws Error 76 when the
-  /// environment names no home folder.
+  /// The default folder of a user's profile. Throws Error 76 if the environment names no home
+  /// folder.
   static std::filesystem::path DefaultFolder();
 
   ProfileFiles& Files() { return files_; }
@@ -38,12 +35,12 @@ class Profile {
   platform::Pictures& Pictures() { return pictures_; }
   platform::Shell& Shell() { return shell_; }
   platform::Clipboard& Clipboard() { return clipboard_; }
-  /// The add-in's version and where its file would lie on drive C.
+  /// The add-in's version and the folder of its file on drive C.
   platform::ProductInfo Product() const;
 
-  /// Where whatever is set aside for a while lies, by libraries too.
+  /// For temporary files, also those of libraries.
   std::filesystem::path TemporaryFolder();
-  /// Of the engine. Made when it first needs them.
+  /// The engine creates it when it first needs it.
   std::filesystem::path KeysFolder() const { return folder_ / "keys"; }
   std::filesystem::path AdkFile() const { return folder_ / "adk.txt"; }
 

@@ -14,7 +14,6 @@
 
 #include "base/error.h"
 #include "base/text.h"
-#include "desk/profile/leftovers.h"
 #include "posix/file_descriptor.h"
 #include "system/errors.h"
 #include "system/files.h"
@@ -27,19 +26,19 @@ namespace fs = std::filesystem;
 constexpr std::string_view kTemporaryFolder = "c:\\Temp\\";
 constexpr mode_t kPrivateFolder = 0700;
 
-std::optional<struct stat> Look(const fs::path& path) {
+std::optional<struct stat> TryStat(const fs::path& path) {
   struct stat found {};
   if (lstat(path.c_str(), &found) != 0) return std::nullopt;
   return found;
 }
 
-/// What `missing` means is the caller's: a file that is not there, or a folder.
+/// `missing` is the error for a missing file; a missing parent folder is always kPathNotFound.
 [[noreturn]] void RaiseFor(std::error_code code, const fs::path& path, long missing) {
-  const auto folder = Look(path.parent_path());
+  const auto folder = TryStat(path.parent_path());
   Raise(system::ErrorNumberOf(code, folder && S_ISDIR(folder->st_mode) ? missing : kPathNotFound));
 }
 
-/// Runs a body that reports by std::system_error.
+/// Runs a body that throws std::system_error.
 template <typename Body>
 auto Translating(const fs::path& path, Body&& body) {
   try {
@@ -54,19 +53,19 @@ system::File OpenOwn(const fs::path& path) {
   return system::File::OpenForReading(path, system::File::Links::kRefuse);
 }
 
-struct stat LookOrRaise(const fs::path& path) {
-  const auto found = Look(path);
+struct stat StatOrRaise(const fs::path& path) {
+  const auto found = TryStat(path);
   if (!found) RaiseFor(posix::LastError(), path, kFileNotFound);
   return *found;
 }
 
-/// A link that stands there leads out of the profile, to files that are not its own.
+/// A link in its place would lead out of the profile, to other people's files.
 void EnsureFolder(const fs::path& path) {
   if (mkdir(path.c_str(), kPrivateFolder) == 0) return;
   if (errno != EEXIST) RaiseFor(posix::LastError(), path, kPathNotFound);
-  const auto present = Look(path);
+  const auto present = TryStat(path);
   if (!present || !S_ISDIR(present->st_mode)) {
-    Raise(kPathFileAccess, path.string() + " is a link or a file where a folder has to be");
+    Raise(kPathFileAccess, path.string() + " is a link or a file, not a folder");
   }
 }
 
@@ -109,7 +108,7 @@ std::string ProfileFiles::FreshTemporaryPath() {
   for (;; ++number) {
     std::string path = TemporaryFolder() + std::string(kFreshFilePrefix) + Decimal(number) +
                        std::string(kFreshFileSuffix);
-    if (!Look(LocalPath(path))) return path;
+    if (!TryStat(LocalPath(path))) return path;
   }
 }
 
@@ -125,7 +124,7 @@ std::string ProfileFiles::Read(std::string_view path) {
 
 void ProfileFiles::Write(std::string_view path, std::string_view content) {
   const fs::path local = LocalPath(path);
-  const auto present = Look(local);
+  const auto present = TryStat(local);
   if (present && S_ISREG(present->st_mode) && (present->st_mode & S_IWUSR) == 0) {
     Raise(kPathFileAccess);
   }
@@ -151,19 +150,19 @@ void ProfileFiles::Copy(std::string_view from, std::string_view to) {
 
 void ProfileFiles::Delete(std::string_view path) {
   const fs::path local = LocalPath(path);
-  if (S_ISDIR(LookOrRaise(local).st_mode)) Raise(kFileNotFound);
+  if (S_ISDIR(StatOrRaise(local).st_mode)) Raise(kFileNotFound);
   if (unlink(local.c_str()) != 0) RaiseFor(posix::LastError(), local, kFileNotFound);
 }
 
 bool ProfileFiles::FileExists(std::string_view path) {
   const auto local = PathOnDriveC(path);
-  const auto found = local ? Look(*local) : std::nullopt;
+  const auto found = local ? TryStat(*local) : std::nullopt;
   return found && !S_ISDIR(found->st_mode);
 }
 
 bool ProfileFiles::FolderExists(std::string_view path) {
   const auto local = PathOnDriveC(path);
-  const auto found = local ? Look(*local) : std::nullopt;
+  const auto found = local ? TryStat(*local) : std::nullopt;
   return found && S_ISDIR(found->st_mode);
 }
 
@@ -196,7 +195,7 @@ std::vector<std::string> ProfileFiles::List(std::string_view folder) {
 
 std::uint32_t ProfileFiles::Attributes(std::string_view path) {
   const fs::path local = LocalPath(path);
-  const struct stat found = LookOrRaise(local);
+  const struct stat found = StatOrRaise(local);
   std::uint32_t attributes = 0;
   if (S_ISDIR(found.st_mode)) attributes |= platform::kAttributeDirectory;
   if (S_ISREG(found.st_mode)) attributes |= platform::kAttributeArchive;
@@ -208,7 +207,7 @@ std::uint32_t ProfileFiles::Attributes(std::string_view path) {
 }
 
 std::int64_t ProfileFiles::Length(std::string_view path) {
-  const struct stat found = LookOrRaise(LocalPath(path));
+  const struct stat found = StatOrRaise(LocalPath(path));
   if (!S_ISREG(found.st_mode)) Raise(kPathFileAccess);
   return found.st_size;
 }

@@ -4,7 +4,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
-#include "desk/profile/regedit4.h"
+#include "desk/profile/registry_tree.h"
 
 namespace corvessa::desk {
 namespace {
@@ -42,7 +42,7 @@ class Parser {
 
   RegistryNodePtr Parse() {
     TakePrefix(rest_, kByteOrderMark);
-    if (!NextLine() || line_ != "REGEDIT4") Refuse("this is no registry file, REGEDIT4 is missing");
+    if (!NextLine() || line_ != "REGEDIT4") Refuse("not a registry file: REGEDIT4 is missing");
     while (NextLine()) {
       if (line_.empty() || line_.starts_with(';')) continue;
       if (line_.starts_with('[')) {
@@ -59,7 +59,7 @@ class Parser {
     Raise(kPathFileAccess, "line " + Decimal(line_number_) + ": " + std::string(reason));
   }
 
-  /// The next line into `line_`, without the blanks around it; false at the end.
+  /// Reads the next line, trimmed, into `line_`; false at the end.
   bool NextLine() {
     if (rest_.empty()) return false;
     ++line_number_;
@@ -68,17 +68,17 @@ class Parser {
     rest_.remove_prefix(end == std::string_view::npos ? rest_.size() : end);
     if (!TakePrefix(rest_, "\r\n")) rest_.remove_prefix(rest_.empty() ? 0 : 1);
     for (const char c : line_) {
-      if (static_cast<unsigned char>(c) < ' ' && c != '\t') Refuse("a control character");
+      if (static_cast<unsigned char>(c) < ' ' && c != '\t') Refuse("control character");
     }
     return true;
   }
 
   void ReadKey() {
-    if (!line_.ends_with(']')) Refuse("the key is not closed with a bracket");
+    if (!line_.ends_with(']')) Refuse("missing bracket at the end of the key");
     std::string_view path = line_.substr(1, line_.size() - 2);
     const bool is_deletion = TakePrefix(path, "-");
-    if (!path.starts_with("HKEY_") || path.ends_with('\\')) Refuse("the key has no valid path");
-    if (!IsRegistryPath(path)) Refuse("no key can have this path");
+    if (!path.starts_with("HKEY_") || path.ends_with('\\')) Refuse("invalid key path");
+    if (!IsRegistryPath(path)) Refuse("key path too long or too deep");
     key_.reset();
     if (is_deletion) {
       RemoveKey(roots_, path);
@@ -92,14 +92,14 @@ class Parser {
     std::string name;
     if (line_.starts_with('"')) {
       name = TakeQuoted();
-      if (!IsRegistryName(name)) Refuse("no value can have this name");
-      if (name.empty()) Refuse("the value has no name");
+      if (!IsRegistryName(name)) Refuse("invalid value name");
+      if (name.empty()) Refuse("empty value name");
     } else if (!TakePrefix(line_, "@")) {
-      Refuse("neither a key nor a value");
+      Refuse("expected a key or a value");
     }
-    if (!TakePrefix(line_ = Trim(line_, kBlanks), "=")) Refuse("\"=\" is missing");
+    if (!TakePrefix(line_ = Trim(line_, kBlanks), "=")) Refuse("missing \"=\"");
     line_ = Trim(line_, kBlanks);
-    if (!key_) Refuse("the value stands in no key");
+    if (!key_) Refuse("value outside a key");
     if (line_ == "-") {
       key_->values.Remove(name);
       return;
@@ -112,40 +112,40 @@ class Parser {
     if (line_.starts_with('"')) {
       value.type = kRegistryString;
       value.data = TakeQuoted() + '\0';
-      if (!line_.empty()) Refuse("something stands behind the text");
+      if (!line_.empty()) Refuse("unexpected characters after the text");
     } else if (TakePrefix(line_, "dword:")) {
       const auto number = HexNumber(line_, 8);
-      if (!number) Refuse("dword: needs up to eight hexadecimal digits");
+      if (!number) Refuse("dword: takes up to eight hexadecimal digits");
       value.type = kRegistryNumber;
-      value.data = BytesOfNumber(*number);
+      value.data = NumberToBytes(*number);
     } else if (TakePrefix(line_, "hex")) {
       value.type = TakeHexType();
       ReadBytes(value.data);
     } else {
-      Refuse("neither a text nor dword: nor hex:");
+      Refuse("expected a text, dword: or hex:");
     }
   }
 
   std::uint32_t TakeHexType() {
     if (TakePrefix(line_, ":")) return kRegistryBinary;
     const std::size_t end = line_.find("):");
-    if (!TakePrefix(line_, "(") || end == std::string_view::npos) Refuse("\"hex\" without \":\"");
+    if (!TakePrefix(line_, "(") || end == std::string_view::npos) Refuse("missing \":\" after hex");
     const auto type = HexNumber(line_.substr(0, end - 1), 8);
-    if (!type) Refuse("the type in hex(…): is no hexadecimal number");
+    if (!type) Refuse("the type in hex(…): is not a hexadecimal number");
     line_.remove_prefix(end + 1);
     return *type;
   }
 
-  /// Bytes parted by commas, on as many lines as end with a backslash.
+  /// Bytes separated by commas; a line that ends with a backslash continues on the next.
   void ReadBytes(std::string& data) {
     data.clear();
     for (;;) {
       const bool continues = line_.ends_with('\\');
       if (continues) line_ = Trim(line_.substr(0, line_.size() - 1), kBlanks);
-      if (continues && !line_.empty() && !line_.ends_with(',')) Refuse("a comma is missing");
+      if (continues && !line_.empty() && !line_.ends_with(',')) Refuse("missing comma");
       AppendBytes(data, continues);
       if (!continues) return;
-      if (!NextLine()) Refuse("the value breaks off");
+      if (!NextLine()) Refuse("truncated value");
     }
   }
 
@@ -153,11 +153,11 @@ class Parser {
     while (!line_.empty()) {
       const std::size_t comma = line_.find(',');
       const auto byte = HexNumber(Trim(line_.substr(0, comma), kBlanks), 2);
-      if (!byte) Refuse("bytes of two hexadecimal digits are needed");
+      if (!byte) Refuse("expected bytes of two hexadecimal digits");
       data.push_back(static_cast<char>(*byte));
       if (comma == std::string_view::npos) return;
       line_.remove_prefix(comma + 1);
-      if (line_.empty() && !ends_with_comma) Refuse("a byte is missing");
+      if (line_.empty() && !ends_with_comma) Refuse("missing byte");
     }
   }
 
@@ -171,18 +171,18 @@ class Parser {
       if (line_[i] == '\\') {
         if (i + 1 == line_.size()) break;
         ++i;
-        if (line_[i] != '\\' && line_[i] != '"') Refuse("an unknown escape in a text");
+        if (line_[i] != '\\' && line_[i] != '"') Refuse("unknown escape in a text");
       }
       text.push_back(line_[i]);
     }
-    Refuse("the text is not closed");
+    Refuse("missing quotation mark at the end of the text");
   }
 
   std::string_view rest_;
   std::string_view line_;
   int line_number_ = 0;
   RegistryNodePtr roots_ = std::make_shared<RegistryNode>();
-  /// Null before the first key and below a deleted one.
+  /// Null before the first key and after a deleted one.
   RegistryNodePtr key_;
 };
 

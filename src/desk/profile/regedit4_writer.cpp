@@ -2,12 +2,12 @@
 #include <cstdint>
 
 #include "base/text.h"
-#include "desk/profile/regedit4.h"
+#include "desk/profile/registry_tree.h"
 
 namespace corvessa::desk {
 namespace {
 
-/// Registry editors break the bytes of a value at about this column.
+/// Registry editors wrap the bytes of a value at about this column.
 constexpr std::size_t kLineWidth = 77;
 
 void AppendHex(std::string& out, std::uint32_t number, int digits) {
@@ -16,7 +16,7 @@ void AppendHex(std::string& out, std::uint32_t number, int digits) {
   }
 }
 
-/// Whether the value can stand in quotes: one NUL, at its end, and nothing that would break a line.
+/// Whether the value can be quoted: one NUL, at its end, and no control characters.
 bool IsPlainString(const RegistryValue& value) {
   if (value.type != kRegistryString || !value.data.ends_with('\0')) return false;
   return std::none_of(value.data.begin(), value.data.end() - 1,
@@ -64,7 +64,7 @@ void AppendValue(std::string& out, const RegistryValue& value) {
     AppendQuoted(out, std::string_view(value.data).substr(0, value.data.size() - 1));
   } else if (value.type == kRegistryNumber && value.data.size() == 4) {
     out += "dword:";
-    AppendHex(out, NumberOfBytes(value.data), 8);
+    AppendHex(out, BytesToNumber(value.data), 8);
   } else {
     AppendBytes(out, value, line_start);
   }

@@ -5,7 +5,7 @@
 
 #include "base/error.h"
 #include "base/guard.h"
-#include "desk/profile/regedit4.h"
+#include "desk/profile/registry_tree.h"
 #include "system/errors.h"
 #include "system/files.h"
 
@@ -23,8 +23,9 @@ using platform::RegistryStatus;
 constexpr std::string_view kCurrentUserRoot = "HKEY_CURRENT_USER";
 constexpr std::string_view kLocalMachineRoot = "HKEY_LOCAL_MACHINE";
 
-[[noreturn]] void RaiseForFile(const fs::path& path, std::string_view what) {
-  Raise(kPathFileAccess, "The registry file " + path.string() + " " + std::string(what));
+[[noreturn]] void RaiseIoError(std::string_view verb, const fs::path& path, std::error_code code) {
+  Raise(kPathFileAccess, "Cannot " + std::string(verb) + " the registry file " + path.string() +
+                             ": " + system::ReasonText(code));
 }
 
 RegistryNodePtr Load(const fs::path& path) {
@@ -32,9 +33,10 @@ RegistryNodePtr Load(const fs::path& path) {
     auto file = system::File::OpenIfThere(path, system::File::Links::kRefuse);
     return file ? ParseRegedit4(file.ReadAll()) : std::make_shared<RegistryNode>();
   } catch (const std::system_error& error) {
-    RaiseForFile(path, "cannot be read: " + error.code().message());
+    RaiseIoError("read", path, error.code());
   } catch (const Error& error) {
-    RaiseForFile(path, "is damaged and was left as it is: " + error.description);
+    Raise(kPathFileAccess, "The registry file " + path.string() +
+                               " is damaged and was left unchanged: " + error.description);
   }
 }
 
@@ -58,7 +60,7 @@ class RegistryFile::Store {
       file.Write(FormatRegedit4(*roots_));
       if (const auto trouble = file.CommitDurably()) system::Throw(trouble);
     } catch (const std::system_error& error) {
-      RaiseForFile(path_, "cannot be written: " + error.code().message());
+      RaiseIoError("write", path_, error.code());
     }
     unsaved_ = due_ = false;
   }
@@ -78,15 +80,15 @@ class RegistryFile::Store {
   fs::path path_;
   RegistryNodePtr roots_;
   int open_keys_ = 0;
-  /// The file lacks something.
+  /// The file lacks changes.
   bool unsaved_ = false;
-  /// And that is not to wait.
+  /// They must not wait any longer.
   bool due_ = false;
 };
 
 namespace {
 
-/// Changes a value; false when it was the same already.
+/// Changes a value; false if it was the same before.
 bool SetValue(RegistryNode& key, std::string_view name, std::uint32_t type, std::string data) {
   RegistryValue& value =
       key.values.FindOrAdd(name, RegistryValue{std::string(name), kRegistryBinary, {}});
@@ -98,7 +100,7 @@ bool SetValue(RegistryNode& key, std::string_view name, std::uint32_t type, std:
 
 class FileKey final : public platform::RegistryKey {
  public:
-  /// The two roots stay open for the registry's life and hold up no saving.
+  /// The two roots are always open, so they do not delay saving.
   enum class Kind { kRoot, kOpened };
 
   FileKey(std::shared_ptr<RegistryFile::Store> store, RegistryNodePtr node, Kind kind)
@@ -116,7 +118,7 @@ class FileKey final : public platform::RegistryKey {
     if (node_->deleted) return kRegistryKeyDeleted;
     if (!IsRegistryPath(path, node_->depth)) return kRegistryInvalidParameter;
     bool added = false;
-    key = Opened(FindOrAddKey(node_, path, added));
+    key = OpenNode(FindOrAddKey(node_, path, added));
     if (added) store_->NoteChange();
     return kRegistrySuccess;
   }
@@ -126,14 +128,14 @@ class FileKey final : public platform::RegistryKey {
     if (node_->deleted) return kRegistryKeyDeleted;
     const RegistryNodePtr found = FindKey(node_, path);
     if (!found) return kRegistryFileNotFound;
-    key = Opened(found);
+    key = OpenNode(found);
     return kRegistrySuccess;
   }
 
   std::int32_t ReadNumber(std::string_view name) override {
     const RegistryValue* value = Find(name);
     if (!value || value->data.size() > 4) return 0;
-    return static_cast<std::int32_t>(NumberOfBytes(value->data));
+    return static_cast<std::int32_t>(BytesToNumber(value->data));
   }
 
   std::string ReadString(std::string_view name, std::size_t buffer_size) override {
@@ -148,7 +150,7 @@ class FileKey final : public platform::RegistryKey {
     if (node_->deleted) return kRegistryKeyDeleted;
     if (!IsRegistryName(name)) return kRegistryInvalidParameter;
     if (SetValue(*node_, name, kRegistryNumber,
-                 BytesOfNumber(static_cast<std::uint32_t>(number)))) {
+                 NumberToBytes(static_cast<std::uint32_t>(number)))) {
       store_->NoteChange();
     }
     store_->SaveWhenDue();
@@ -174,7 +176,7 @@ class FileKey final : public platform::RegistryKey {
   }
 
  private:
-  RegistryKeyPtr Opened(RegistryNodePtr node) const {
+  RegistryKeyPtr OpenNode(RegistryNodePtr node) const {
     return std::make_unique<FileKey>(store_, std::move(node), Kind::kOpened);
   }
   const RegistryValue* Find(std::string_view name) const { return node_->values.Find(name); }

@@ -15,20 +15,20 @@ namespace corvessa::desk {
 inline constexpr platform::RegistryStatus kRegistryInvalidParameter = 87;
 inline constexpr platform::RegistryStatus kRegistryKeyDeleted = 1018;
 
-/// A registry kept in one REGEDIT4 text file (UTF-8), which registry editors and people can read.
-/// Subkeys are enumerated in the order in which they were made. Keys and values that nobody asked
-/// for stay as they were; comments go with the first change.
+/// A registry in one REGEDIT4 text file (UTF-8), which registry editors and people can read.
+/// Subkeys are enumerated in the order of their creation. Unknown keys and values are kept;
+/// comments are lost with the first change.
 ///
-/// Changes reach the file, whole and atomically, when the last open key is closed, so that a
-/// routine that writes many values costs one write. A deletion alone waits for the next change: who
-/// deletes a key to fill it anew loses nothing when the process ends in between. Nobody else may
-/// have the file open: it keeps nobody out.
+/// The file is written atomically when the last open key is closed, so that a routine that writes
+/// many values costs one write. A deletion alone waits for the next change: a routine that deletes
+/// a key to fill it again loses nothing if the process ends in between. The file is not locked; the
+/// profile's lock protects it.
 class RegistryFile final : public platform::Registry {
  public:
-  /// Opens the file, or starts empty when there is none. Throws Error 75 with a line for the user
-  /// when it cannot be read or is damaged; a damaged file is never written to.
+  /// Opens the file, or starts empty if there is none. Throws Error 75 with a line for the user if
+  /// it cannot be read or is damaged; a damaged file is never overwritten.
   explicit RegistryFile(std::filesystem::path path);
-  /// Saves; a failure is lost here, so whoever wants to know calls Save before.
+  /// Saves, ignoring failures. Call Save first to learn of them.
   ~RegistryFile() override;
   RegistryFile(const RegistryFile&) = delete;
   RegistryFile& operator=(const RegistryFile&) = delete;
@@ -36,17 +36,17 @@ class RegistryFile final : public platform::Registry {
   platform::RegistryKey& CurrentUser() override;
   platform::RegistryKey& LocalMachine() override;
 
-  /// Writes what the file lacks. Throws Error 75 when it cannot be written; the changes are kept
-  /// and tried again with the next one.
+  /// Writes all changes. Throws Error 75 if the file cannot be written; the changes are kept and
+  /// written with the next one.
   void Save();
 
-  /// Writes a string value; the key is named from its root, "HKEY_LOCAL_MACHINE\Software\…", and
-  /// made when it is missing. Throws Error 5 for a name that no key or value can have.
+  /// Writes a string value and creates its key, which is named from its root:
+  /// "HKEY_LOCAL_MACHINE\Software\…". Throws Error 5 for an invalid name.
   void WriteString(std::string_view key, std::string_view name, std::string_view text);
-  /// The value as it is stored; nothing when it or its key is missing.
+  /// The stored value, if it exists.
   std::optional<RegistryValue> FindValue(std::string_view key, std::string_view name) const;
 
-  /// What open keys share with their registry, so that they may be closed after it.
+  /// Shared with the open keys, which may be closed after the registry.
   class Store;
 
  private:

@@ -7,7 +7,7 @@ namespace {
 
 constexpr std::size_t kMaximumNameLength = 255;
 
-/// Takes the first name off a path; empty at its end. Blank names ("a\\b") are skipped.
+/// Takes the first name off a path; empty at its end. Empty names ("a\\b") are skipped.
 std::string_view TakeName(std::string_view& path) {
   while (path.starts_with('\\')) path.remove_prefix(1);
   const std::string_view name = path.substr(0, path.find('\\'));
@@ -22,7 +22,7 @@ void MarkDeleted(RegistryNode& node) {
 
 }  // namespace
 
-std::string BytesOfNumber(std::uint32_t number) {
+std::string NumberToBytes(std::uint32_t number) {
   std::string bytes;
   for (int shift = 0; shift < 32; shift += 8) {
     bytes.push_back(static_cast<char>(number >> shift & 0xFF));
@@ -30,7 +30,7 @@ std::string BytesOfNumber(std::uint32_t number) {
   return bytes;
 }
 
-std::uint32_t NumberOfBytes(std::string_view bytes) {
+std::uint32_t BytesToNumber(std::string_view bytes) {
   std::uint32_t number = 0;
   for (std::size_t i = 0; i < bytes.size(); ++i) {
     number |= static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[i])) << (8 * i);

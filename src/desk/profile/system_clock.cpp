@@ -1,5 +1,3 @@
-#include "desk/profile/system_clock.h"
-
 #include <array>
 #include <chrono>
 #include <locale.h>
@@ -8,11 +6,12 @@
 #include <type_traits>
 #include <unistd.h>
 
+#include "desk/profile/system_services.h"
+
 namespace corvessa::desk {
 namespace {
 
-/// The user's date and time form alone; the process keeps its own locale, which the logic relies on
-/// to be nobody's in particular.
+/// Only dates follow the user's locale: the logic relies on the classic one.
 locale_t DateLocale() {
   static const std::unique_ptr<std::remove_pointer_t<locale_t>, void (*)(locale_t)> users(
       newlocale(LC_TIME_MASK | LC_CTYPE_MASK, "", nullptr), freelocale);
@@ -43,7 +42,7 @@ void SystemClock::Randomize() {
 }
 
 double SystemClock::Random() {
-  // 53 bits are what a double takes exactly, so that 1 is never reached by rounding.
+  // A double holds exactly 53 bits, so rounding never reaches 1.
   constexpr double kScale = 1.0 / 9007199254740992.0;
   return static_cast<double>(generator_() >> 11) * kScale;
 }

@@ -1,5 +1,3 @@
-#include "desk/profile/system_shell.h"
-
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
@@ -9,14 +7,15 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "desk/profile/system_services.h"
 #include "posix/file_descriptor.h"
 
 namespace corvessa::desk {
 namespace {
 
-/// In the new process, so system calls only. Reports into the pipe when the program does not start;
-/// a started one closes it unwritten.
-[[noreturn]] void Become(char* const* arguments, int report) {
+/// Runs in the new process, so makes system calls only. Writes errno into the pipe if the program
+/// does not start; a started program closes the pipe.
+[[noreturn]] void Execute(char* const* arguments, int report) {
   const int nowhere = open("/dev/null", O_RDWR);
   for (int stream = 0; stream <= 2; ++stream) dup2(nowhere, stream);
   execvp(arguments[0], arguments);
@@ -26,8 +25,8 @@ namespace {
   _exit(127);
 }
 
-/// Starts a program that outlives this one and leaves nothing to wait for: it is the child of a
-/// child that ends at once. Gives the errno of a failure, or 0.
+/// Starts a program that outlives this one. It is a grandchild, whose parent ends at once, so that
+/// no zombie remains. Returns 0 or an errno.
 int StartDetached(char* const* arguments) {
   std::array<int, 2> ends{};
   if (pipe2(ends.data(), O_CLOEXEC) != 0) return errno;
@@ -38,7 +37,7 @@ int StartDetached(char* const* arguments) {
   if (child == 0) {
     setsid();
     const pid_t detached = fork();
-    if (detached == 0) Become(arguments, child_report.Get());
+    if (detached == 0) Execute(arguments, child_report.Get());
     _exit(detached < 0 ? 1 : 0);
   }
   child_report = posix::FileDescriptor();
@@ -55,12 +54,12 @@ int StartDetached(char* const* arguments) {
 
 void SystemShell::OpenPage(std::string_view url) {
   if (!IsWebAddress(url) || HoldsControlCharacter(url)) {
-    Raise(kInvalidArgument, "Only http and https pages are opened");
+    Raise(kInvalidArgument, "Only http and https pages can be opened");
   }
   std::string page(url);
   std::array<char*, 3> arguments{opener_.data(), page.data(), nullptr};
   if (const int failure = StartDetached(arguments.data()); failure != 0) {
-    Raise(kFileNotFound, opener_ + " cannot be started to open " + page + ": " +
+    Raise(kFileNotFound, "Cannot start " + opener_ + " to open " + page + ": " +
                              std::generic_category().message(failure));
   }
 }

@@ -5,13 +5,13 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include "desk/commands/run_desk.h"
+#include "desk/commands/command.h"
 #include "desk/terminal/terminal.h"
 
 namespace {
 
-/// A file opened later would get the number of a stream that the caller has closed, and what is
-/// printed would go into it. Nothing can be read from these, and output to them fails.
+/// Occupies the standard streams that the caller closed. Otherwise a file opened later could get such
+/// a number and receive what is printed. Reading from these streams and writing to them fails.
 void FillClosedStreams() {
   while (true) {
     const int stream = open("/dev/null", O_RDONLY);
@@ -32,7 +32,7 @@ void ForbidDumps() {
 int main(int argument_count, char** arguments) {
   FillClosedStreams();
   ForbidDumps();
-  // A reader that goes away is a write error, told in words.
+  // A closed pipe becomes a write error with a message.
   std::signal(SIGPIPE, SIG_IGN);
   std::ios::sync_with_stdio(false);
   auto terminal = corvessa::desk::Terminal::Standard();

@@ -16,9 +16,9 @@ std::string Key(std::string_view address) {
   return LCase(Trim(address));
 }
 
-/// What was given is not shown when it is wrong: it may be a passphrase in the wrong place.
-std::pair<std::string_view, std::string_view> Halves(std::string_view argument,
-                                                     std::string_view usage) {
+/// The error does not show the argument: it may be a passphrase in the wrong place.
+std::pair<std::string_view, std::string_view> SplitArgument(std::string_view argument,
+                                                            std::string_view usage) {
   const auto equals = argument.find('=');
   if (equals == 0 || equals == std::string_view::npos || equals + 1 == argument.size()) {
     Raise(kInvalidArgument, std::string(usage));
@@ -26,7 +26,7 @@ std::pair<std::string_view, std::string_view> Halves(std::string_view argument,
   return {argument.substr(0, equals), argument.substr(equals + 1)};
 }
 
-/// No byte more than the line: what follows in a pipe is for somebody else.
+/// Reads byte by byte, so that the rest of a pipe is left for the next reader.
 void ReadFirstLine(const std::string& path, SecretLine& line) {
   const std::string file_name = "the passphrase file " + ForDisplay(path);
   try {
@@ -37,7 +37,7 @@ void ReadFirstLine(const std::string& path, SecretLine& line) {
     }
   } catch (const std::system_error& error) {
     Raise(system::ErrorNumberOf(error.code()),
-          file_name + " cannot be read: " + error.code().message());
+          "cannot read " + file_name + ": " + error.code().message());
   }
   if (line.View().empty() || line.IsTooLong()) {
     Raise(kInvalidArgument,
@@ -48,7 +48,7 @@ void ReadFirstLine(const std::string& path, SecretLine& line) {
 }  // namespace
 
 void Answers::AddPassphrase(std::string_view argument) {
-  const auto [address, path] = Halves(argument, "--passphrase takes ADDRESS=FILE");
+  const auto [address, path] = SplitArgument(argument, "--passphrase takes ADDRESS=FILE");
   SecretLine line;
   ReadFirstLine(std::string(path), line);
   SetPassphrase(address, line.View());
@@ -59,7 +59,7 @@ void Answers::SetPassphrase(std::string_view address, std::string_view passphras
 }
 
 void Answers::AddAnswer(std::string_view argument) {
-  const auto [form, control] = Halves(argument, "--answer takes FORM=CONTROL");
+  const auto [form, control] = SplitArgument(argument, "--answer takes FORM=CONTROL");
   controls_[std::string(form)].push_back({std::string(control), true});
 }
 

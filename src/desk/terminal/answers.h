@@ -11,43 +11,44 @@
 
 #include "base/secret_string.h"
 
+namespace corvessa {
+class Form;
+}
+
+/// Answers given on the command line: passphrases by address, and controls to press by form.
 namespace corvessa::desk {
 
-/// What the user has answered beforehand: passphrases by address and the controls to press by form.
 class Answers {
  public:
-  /// "ADDRESS=FILE": the file's first line is the address's passphrase. It is read here and now,
-  /// once, so that a pipe will do. Throws Error: 5 for what is no such text or a file without a
-  /// passphrase, the file's own error when it cannot be read; the description is for the user.
+  /// "ADDRESS=FILE": the first line of the file is the passphrase. Reads it at once and only once,
+  /// so that a pipe will do. Throws Error with a line for the user: 5 for a malformed argument or a
+  /// file without a passphrase, the file's own error if it cannot be read.
   void AddPassphrase(std::string_view argument);
   /// Addresses are compared trimmed and in lower case.
   void SetPassphrase(std::string_view address, std::string_view passphrase);
-  /// "FORM=CONTROL". Each is used once, those for one form in the order given: a consent that was
-  /// meant for one question is none to the next. Throws Error 5 for what is no such text.
+  /// "FORM=CONTROL". Answers for one form are used in the order given, each once: consent meant for
+  /// one question must not answer the next. Throws Error 5 for a malformed argument.
   void AddAnswer(std::string_view argument);
-
-  /// Answers of the program's own for the form, before those given so far.
+  /// Puts the program's own answers for a form before those given so far.
   void PutFirst(std::string_view form, const std::vector<std::string>& controls);
 
-  /// Whether there are answers for the form that have not been used.
+  /// Whether the form has unused answers.
   bool HasAnswers(std::string_view form) const;
-  /// The next answer for the form; empty when there is none.
+  /// The next answer for the form; empty if there is none.
   std::string NextAnswer(std::string_view form);
-
-  /// The answers of AddAnswer that nothing has asked for: "FORM=CONTROL", safe to print, without
-  /// what stands behind a colon. By form, those for one form in the order given. (A passphrase that
-  /// was not needed is no mistake: whether one is asked for depends on the message and on what is
-  /// remembered, and scripts give the same ones to every command.)
+  /// The answers of AddAnswer that were never used, as "FORM=CONTROL" without the text behind a
+  /// colon, safe to print. Unused passphrases are no mistake: scripts give the same ones to every
+  /// command.
   std::vector<std::string> Unused() const;
 
-  /// A new operation begins, in which every passphrase may be tried afresh.
+  /// Begins a new operation, in which every passphrase may be tried again.
   void BeginRound();
-  /// The address whose passphrase to try now, of those offered: the first that has not been tried
-  /// in this round, else the first that has not been tried at this prompt. So a wrong passphrase
-  /// comes to an end. Nothing when there is none left.
+  /// The offered address whose passphrase to try next: the first one not tried in this round, else
+  /// the first one not tried at this prompt, so that a wrong passphrase is not tried forever.
+  /// Nothing if none is left.
   std::optional<std::string> ChooseAddress(const std::vector<std::string>& offered,
                                            std::string_view prompt) const;
-  /// The passphrase of an address that ChooseAddress gave; from then on it counts as tried.
+  /// The passphrase of an address from ChooseAddress, which then counts as tried.
   const SecretString& UsePassphrase(std::string_view address, std::string_view prompt);
 
  private:
@@ -61,8 +62,29 @@ class Answers {
   std::set<std::pair<std::string, std::string>> tried_;
 };
 
-/// The control of an answer, without the text behind the colon, which is shown nowhere: it may be
-/// meant as a passphrase. The view lives as long as the answer.
+/// The control of an answer. The text behind its colon is never shown: it may be a passphrase. The
+/// view lives as long as the answer.
 std::string_view ControlIn(std::string_view answer);
+
+struct GivenResult {
+  /// The control pressed last; empty if none was.
+  std::string answer;
+  /// Why an answer could not be used, for the user; empty if all could.
+  std::string problem;
+};
+
+/// Answers a form that has just been shown. A passphrase prompt (frmLogin) gets the passphrase of
+/// an address that it offers. Then the form's answers are used until it closes or none is left.
+/// Each names a control to press ("cmdOK", "optRemember(1)"), or is CONTROL:TEXT for a row or tab
+/// to choose, a line to type or a check box to set ("on" or "off").
+GivenResult GiveAnswers(Form& form, Answers& answers);
+
+/// What the form asks: its text; of a passphrase prompt, only its first line, which says what was
+/// wrong with the last passphrase. Safe to print, lines ended by LF.
+std::string QuestionOf(const Form& form);
+
+/// The argument that would have answered the form: "--answer frmHTML=cmdConvert|cmdSend". Empty for
+/// a form without buttons.
+std::string ArgumentFor(const Form& form);
 
 }  // namespace corvessa::desk

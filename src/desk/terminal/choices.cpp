@@ -9,8 +9,8 @@
 namespace corvessa::desk {
 namespace {
 
-/// The character behind the first single "&", in lower case; empty when there is none. Digits are
-/// for numbers, and a blank cannot be told from nothing typed.
+/// The character behind the first single "&", in lower case. Empty if there is none, and for digits
+/// and blanks: digits are numbers of choices, and a blank looks like an empty line.
 std::string AccessKey(std::string_view caption) {
   for (std::size_t at = caption.find('&'); at != std::string_view::npos && at + 1 < caption.size();
        at = caption.find('&', at + 2)) {
@@ -21,7 +21,7 @@ std::string AccessKey(std::string_view caption) {
   return {};
 }
 
-/// A list that only tells has none, nor has one whose only row is selected.
+/// Whether the list offers a choice: not if its rows cannot be selected or the only one already is.
 bool HasChoice(const RowsControl& rows) {
   const auto* list = dynamic_cast<const ListBox*>(&rows);
   const bool has_check_boxes = list && list->HasCheckBoxes();
@@ -100,7 +100,7 @@ std::string DrawnCaption(std::string_view caption, bool has_mnemonic) {
   if (!has_mnemonic) return shown;
   for (std::size_t at = shown.find('&'); at != std::string::npos; at = shown.find('&', at)) {
     shown.erase(at, 1);
-    // Of "&&" the second one stays.
+    // "&&" stands for one "&".
     if (at < shown.size() && shown[at] == '&') ++at;
   }
   return shown;

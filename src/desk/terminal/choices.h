@@ -15,7 +15,7 @@ class TextBox;
 
 namespace corvessa::desk {
 
-/// One thing that the user can do with a form now.
+/// Something the user can do with a form.
 struct Choice {
   std::string key;
   Control* control = nullptr;
@@ -23,15 +23,15 @@ struct Choice {
   int place = -1;
 };
 
-/// Everything that can be done with a form in its present state, in tab order. A control's access
-/// key is its key, unless an earlier control has taken it; all else is numbered.
+/// Everything that the user can do with a form in its current state, in tab order. A control's key
+/// is its access key unless an earlier control has it; the others are numbered.
 class Choices {
  public:
   explicit Choices(const Form& form);
 
-  /// Ignores case; null for a key that is none.
+  /// Ignores case; null for an unknown key.
   const Choice* Find(std::string_view key) const;
-  /// Empty for what cannot be chosen.
+  /// Empty if the control cannot be chosen.
   std::string KeyOf(const Control& control, int place = -1) const;
 
  private:
@@ -61,8 +61,8 @@ std::string PromptOf(const TextBox& box);
 /// The name that --answer knows the control by: "cmdOK", "optRemember(1)".
 std::string AnswerName(const Control& control);
 
-/// What a click on the control or its row does; nothing for a text box. The focus stays where the
-/// form has put it: that is where it wants the next text.
+/// Clicks the control or its row; does nothing with a text box. The focus stays where the form has
+/// put it, because there it expects the next text.
 void Click(Control& control, int place);
 
 }  // namespace corvessa::desk

@@ -4,12 +4,16 @@
 #include <cwchar>
 
 #include "base/text.h"
-#include "desk/terminal/utf8_locale.h"
 
 namespace corvessa::desk {
 namespace {
 
-/// To be called inside a Utf8Locale.
+locale_t Utf8() {
+  static const locale_t locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+  return locale;
+}
+
+/// Call it inside a Utf8Locale.
 int ColumnsOfCharacter(std::string_view character) {
   if (character.size() == 1) return 1;
   wchar_t wide = 0;
@@ -18,7 +22,7 @@ int ColumnsOfCharacter(std::string_view character) {
   return std::max(0, wcwidth(wide));
 }
 
-/// The bytes of the characters that fit.
+/// The number of bytes that fit, in whole characters.
 std::size_t FittingBytes(std::string_view text, int columns) {
   const Utf8Locale utf8;
   std::size_t bytes = 0;
@@ -35,7 +39,7 @@ void WrapLine(std::string_view line, int columns, std::vector<std::string>& line
   for (;;) {
     std::size_t bytes = FittingBytes(line, columns);
     if (bytes == line.size()) break;
-    // A character wider than the line still has to go somewhere.
+    // A character wider than the line gets a line of its own.
     if (bytes == 0) bytes = Left(line, 1).size();
     const std::size_t blank = line.rfind(' ', bytes);
     const bool at_blank = blank != std::string_view::npos && blank > 0;
@@ -46,6 +50,13 @@ void WrapLine(std::string_view line, int columns, std::vector<std::string>& line
 }
 
 }  // namespace
+
+// A null locale, on a system without C.UTF-8, changes nothing.
+Utf8Locale::Utf8Locale() : earlier_(uselocale(Utf8())) {}
+
+Utf8Locale::~Utf8Locale() {
+  uselocale(earlier_);
+}
 
 int ColumnsOf(std::string_view text) {
   const Utf8Locale utf8;

@@ -1,27 +1,42 @@
 #pragma once
 
+#include <clocale>
 #include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
 
-/// Texts measured in terminal columns. The texts have been through ForDisplay or ForDisplayLines.
+/// Text measured in terminal columns. The caller has passed it through ForDisplay or
+/// ForDisplayLines.
 namespace corvessa::desk {
 
-/// The width where no window breaks lines.
+/// The width without a window.
 inline constexpr int kUnlimitedColumns = std::numeric_limits<int>::max();
 
 /// One for most characters, two for wide East Asian ones, none for combining marks.
 int ColumnsOf(std::string_view text);
 
-/// Lines of at most `columns`, broken at LF and, where they are longer, at blanks; a word longer
-/// than a line is broken anywhere. Blanks that no break stands at are kept. At least one line.
+/// At least one line, each of at most `columns`. Breaks at LF and, in longer lines, at blanks; a
+/// word longer than a line is broken anywhere. Keeps blanks where it does not break.
 std::vector<std::string> WrapToColumns(std::string_view text, int columns);
 
-/// With blanks behind it up to that width.
+/// Appends blanks up to the width.
 std::string PadToColumns(std::string text, int columns);
 
-/// Shortened to fit, ending in "…"; a text that fits stays as it is.
+/// Shortens a text that does not fit, with "…" at its end.
 std::string CutToColumns(std::string_view text, int columns);
+
+/// Makes the C library read and write UTF-8 in this thread, whatever the user's locale, while it
+/// lives: the desk uses UTF-8 only.
+class Utf8Locale {
+ public:
+  Utf8Locale();
+  ~Utf8Locale();
+  Utf8Locale(const Utf8Locale&) = delete;
+  Utf8Locale& operator=(const Utf8Locale&) = delete;
+
+ private:
+  locale_t earlier_;
+};
 
 }  // namespace corvessa::desk

@@ -1,23 +1,21 @@
-#include "desk/terminal/control_drawing.h"
-
 #include <algorithm>
 
 #include "base/text.h"
 #include "desk/terminal/choices.h"
 #include "desk/terminal/columns.h"
-#include "desk/terminal/control_kind.h"
+#include "desk/terminal/form_drawing.h"
 #include "ui/controls.h"
 #include "ui/list_controls.h"
 
 namespace corvessa::desk {
 namespace {
 
-/// How much of a long list or text is drawn: what is more would push the rest off the screen.
+/// Limits for long lists and texts, which would push everything else off the screen.
 constexpr int kMostRows = 30;
 constexpr std::size_t kMostTextLines = 200;
 constexpr std::size_t kMostTextBytes = 64 * 1024;
 
-/// Behind its key when it can be chosen, in parentheses when it is disabled.
+/// Puts the key before a control that can be chosen, and a disabled one in parentheses.
 std::string WithKey(const std::string& drawn, const Control& control, const Choices* choices,
                     int place = -1) {
   if (!control.IsUsable()) return "(" + drawn + ")";
@@ -29,7 +27,7 @@ std::string Text(const CaptionedControl& control) {
   return Replace(DrawnCaption(control.Caption()), "\n", " ");
 }
 
-/// What tells one row of a list from the next, before and behind its text.
+/// A row with its selection mark, check box and icon.
 std::string DrawRow(const RowsControl& rows, int row) {
   std::string drawn = row == rows.Selected() ? "> " : "  ";
   const auto* list = dynamic_cast<const ListBox*>(&rows);
@@ -70,7 +68,7 @@ Lines DrawTextBox(const TextBox& box, const Choices* choices, int columns) {
     if (is_cut) lines.emplace_back("… and more");
     return lines;
   }
-  // As many stars for every passphrase: their number is nobody's business.
+  // Fixed number of stars, so that the length is not revealed.
   const std::string text = !box.IsPassword()    ? ForDisplay(box.Text())
                            : box.Text().empty() ? ""
                                                 : "********";

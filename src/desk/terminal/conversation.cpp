@@ -6,7 +6,6 @@
 #include "base/secret_string.h"
 #include "base/text.h"
 #include "desk/terminal/choices.h"
-#include "desk/terminal/control_kind.h"
 #include "desk/terminal/form_drawing.h"
 #include "desk/terminal/terminal.h"
 #include "ui/controls.h"
@@ -14,23 +13,23 @@
 namespace corvessa::desk {
 namespace {
 
-/// What the Escape key leaves in a line.
+/// What the Escape key types.
 constexpr std::string_view kEscape = "\x1B";
 
-/// A short word of the prompt is the user's to give only where no control has taken it as its key.
+/// Whether the line is this word, or its letter if no control has that letter as its key.
 bool IsWord(std::string_view line, std::string_view word, std::string_view letter,
             const Choices& choices) {
   const std::string lower = LCase(line);
   return lower == word || (lower == letter && !choices.Find(letter));
 }
 
-/// What was typed is named, unless it may be a passphrase at the wrong prompt.
-std::string NoSuchChoice(const Form& form, std::string_view line) {
+/// Does not repeat what was typed if it may be a passphrase at the wrong prompt.
+std::string UnknownChoice(const Form& form, std::string_view line) {
   const bool may_be_secret = std::ranges::any_of(form.Controls(), [](const Control* control) {
     const auto* box = dynamic_cast<const TextBox*>(control);
     return box != nullptr && box->IsPassword();
   });
-  return "There is no choice " + (may_be_secret ? "" : "\"" + ForDisplay(line) + "\" ") + "here.\n";
+  return "Unknown choice" + (may_be_secret ? "" : " \"" + ForDisplay(line) + "\"") + ".\n";
 }
 
 }  // namespace
@@ -56,7 +55,7 @@ void Conversation::Turn() {
   bool typed = false;
   while (TextBox* box = NextText()) {
     asked_.insert(box);
-    typed = TypeInto(*box, PromptOf(*box) + " (Enter alone for the other choices): ");
+    typed = TypeInto(*box, PromptOf(*box) + " (Enter for other choices): ");
     if (input_has_ended_ || !form_->IsVisible()) return;
   }
   if (!typed) {
@@ -78,7 +77,7 @@ bool Conversation::TypeInto(TextBox& box, std::string_view prompt) {
     SecretString secret;
     const Terminal::SecretResult result = terminal_.ReadSecret(prompt, secret);
     input_has_ended_ = result == Terminal::SecretResult::kAborted;
-    if (result == Terminal::SecretResult::kTooLong) terminal_.Write("That is too long.\n");
+    if (result == Terminal::SecretResult::kTooLong) terminal_.Write("Too long.\n");
     if (secret.IsEmpty() || secret.View() == kEscape) return false;
     box.Type(secret.View());
     box.Leave();
@@ -100,7 +99,7 @@ std::string Conversation::ChoicePrompt(const Choices& choices) const {
   if (const CommandButton* button = CancelButton(*form_)) {
     prompt += "esc = " + DrawnCaption(button->Caption()) + ", ";
   }
-  if (may_leave_) prompt += "leave = leave it open, ";
+  if (may_leave_) prompt += "leave = leave open, ";
   return prompt + (!choices.Find("q") ? "q" : "close") + " = close): ";
 }
 
@@ -108,13 +107,13 @@ void Conversation::AskForChoice(const Choices& choices) {
   for (;;) {
     const std::optional<std::string> line = terminal_.ReadLine(ChoicePrompt(choices));
     input_has_ended_ = !line;
-    // What runs while one thinks may have taken the form away.
-    if (!line || !form_->IsVisible() || Obey(Trim(*line), choices)) return;
-    terminal_.Write(NoSuchChoice(*form_, *line));
+    // A timer may have closed the form during the wait.
+    if (!line || !form_->IsVisible() || ExecuteLine(Trim(*line), choices)) return;
+    terminal_.Write(UnknownChoice(*form_, *line));
   }
 }
 
-bool Conversation::Obey(std::string_view line, const Choices& choices) {
+bool Conversation::ExecuteLine(std::string_view line, const Choices& choices) {
   if (line.empty()) {
     CommandButton* button = DefaultButton(*form_);
     if (button) Press(*button);
@@ -127,7 +126,7 @@ bool Conversation::Obey(std::string_view line, const Choices& choices) {
   }
   if (IsWord(line, "close", "q", choices)) {
     PressCloseBox();
-    if (form_->IsVisible()) terminal_.Write("This cannot be closed now.\n");
+    if (form_->IsVisible()) terminal_.Write("The form cannot be closed now.\n");
     return true;
   }
   if (may_leave_ && LCase(line) == "leave") {
@@ -158,7 +157,7 @@ void Conversation::FillTextBox(TextBox& box, std::string_view text) {
   if (text.empty()) {
     TypeInto(box, PromptOf(box) + ": ");
   } else if (box.IsPassword()) {
-    terminal_.Write("A passphrase is not typed where it can be seen; choose the box alone.\n");
+    terminal_.Write("Do not type a passphrase where it is visible; choose only the box.\n");
   } else {
     box.Type(text);
     box.Leave();

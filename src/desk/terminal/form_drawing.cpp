@@ -6,8 +6,6 @@
 #include "base/text.h"
 #include "desk/terminal/choices.h"
 #include "desk/terminal/columns.h"
-#include "desk/terminal/control_drawing.h"
-#include "desk/terminal/control_kind.h"
 #include "ui/controls.h"
 #include "ui/form.h"
 #include "ui/list_controls.h"
@@ -15,12 +13,12 @@
 namespace corvessa::desk {
 namespace {
 
-/// Two for the border and a blank beside each.
+/// Two borders, each with a blank.
 constexpr int kBorderColumns = 4;
 constexpr int kGapColumns = 2;
 
-/// A box round the lines, as wide as they or the title need.
-Lines Boxed(const std::string& title, const Lines& lines, int columns) {
+/// Draws a box around the lines, as wide as they or the title need.
+Lines DrawBox(const std::string& title, const Lines& lines, int columns) {
   const std::string shown_title = CutToColumns(title, columns - kBorderColumns - 1);
   int width = shown_title.empty() ? 0 : ColumnsOf(shown_title) + 1;
   for (const std::string& line : lines) width = std::max(width, ColumnsOf(line));
@@ -42,8 +40,8 @@ bool IsTall(const Control& control) {
   return Is<RowsControl, Frame, TabStrip>(control) || (box && box->IsMultiLine());
 }
 
-/// Where a control belongs from top to bottom: a tall one where it begins, a short one where its
-/// text is, so that a label is level with the box beside it.
+/// The vertical position: a tall control's top, a short one's middle, so that a label is level with
+/// the box beside it.
 int Level(const Control& control) {
   return control.Bounds.top + (IsTall(control) ? 0 : control.Bounds.height / 2);
 }
@@ -55,9 +53,9 @@ bool AreButtons(const Band& band) {
                              [](const Control* control) { return Is<CommandButton>(*control); });
 }
 
-/// The shown controls of a container, top to bottom in bands of what stands side by side. Buttons
-/// that stand one below the other share a band: on a terminal lines are dearer than columns.
-std::vector<Band> BandsOf(const Form& form, const Control* container) {
+/// The shown controls of a container, top to bottom in bands of controls side by side. Buttons one
+/// below the other share a band: a terminal has fewer lines than columns to spare.
+std::vector<Band> GroupIntoBands(const Form& form, const Control* container) {
   Band controls;
   for (const Control* control : form.Controls()) {
     if (control->Container() == container && control->IsShown() && IsDrawn(*control)) {
@@ -89,7 +87,8 @@ class Drawing {
 
   Lines Contents(const Control* container, int columns) const {
     Lines lines;
-    for (const Band& band : BandsOf(form_, container)) Append(lines, DrawBand(band, columns));
+    for (const Band& band : GroupIntoBands(form_, container))
+      Append(lines, DrawBand(band, columns));
     return lines;
   }
 
@@ -98,7 +97,7 @@ class Drawing {
     lines.insert(lines.end(), more.begin(), more.end());
   }
 
-  /// What takes one line each side by side, as far as the width goes; the rest below.
+  /// Controls of one line side by side as far as they fit, the others below.
   Lines DrawBand(const Band& band, int columns) const {
     Lines rows;
     Lines below;
@@ -123,15 +122,15 @@ class Drawing {
     const auto* frame = dynamic_cast<const Frame*>(&control);
     if (!frame) return DrawControl(control, choices_, columns);
     if (frame->Caption().empty()) return Contents(frame, columns);
-    return Boxed(DrawnCaption(frame->Caption()), Contents(frame, columns - kBorderColumns),
-                 columns);
+    return DrawBox(DrawnCaption(frame->Caption()), Contents(frame, columns - kBorderColumns),
+                   columns);
   }
 
   const Form& form_;
   const Choices* choices_;
 };
 
-std::string Joined(const Lines& lines) {
+std::string Join(const Lines& lines) {
   std::string text;
   for (const std::string& line : lines) text += line + "\n";
   return text;
@@ -148,14 +147,14 @@ const ProgressBar* FindBar(const Form& form) {
 
 std::string DrawForm(const Form& form, const Choices* choices, int columns) {
   const Drawing drawing(form, choices);
-  return Joined(Boxed(ForDisplay(form.Caption), drawing.Contents(nullptr, columns - kBorderColumns),
+  return Join(DrawBox(ForDisplay(form.Caption), drawing.Contents(nullptr, columns - kBorderColumns),
                       columns));
 }
 
 std::string DrawMessage(std::string_view text, std::string_view title, std::string_view symbol,
                         int columns) {
   const std::string all = std::string(symbol) + " " + ForDisplayLines(text);
-  return Joined(Boxed(ForDisplay(title), WrapToColumns(all, columns - kBorderColumns), columns));
+  return Join(DrawBox(ForDisplay(title), WrapToColumns(all, columns - kBorderColumns), columns));
 }
 
 std::string TextOf(const Form& form) {
@@ -174,11 +173,11 @@ std::string TextOf(const Form& form) {
   return text;
 }
 
-std::string StatusOf(const Form& form, int columns) {
+std::string StatusLine(const Form& form, int columns) {
   constexpr int kStepColumns = 48;
   constexpr int kFewestBarColumns = 10;
   const ProgressBar* bar = FindBar(form);
-  // The step that runs now; a window without steps says what it says last.
+  // The current step; the splash screen has a caption instead.
   const auto* step = form.Find<Label>(bar ? "lblDescription" : "lblCaption");
   const std::string text = !step || step->Caption().empty() ? form.Caption : step->Caption();
   if (!bar) return ForDisplay(text);

@@ -1,4 +1,3 @@
-#include "desk/terminal/given_answers.h"
 
 #include <optional>
 #include <string_view>
@@ -7,7 +6,6 @@
 #include "base/text.h"
 #include "desk/terminal/answers.h"
 #include "desk/terminal/choices.h"
-#include "desk/terminal/control_kind.h"
 #include "desk/terminal/form_drawing.h"
 #include "ui/controls.h"
 #include "ui/form.h"
@@ -18,7 +16,7 @@ namespace {
 
 constexpr std::string_view kLogin = "frmLogin";
 
-/// Gives the name of the button pressed; empty when no passphrase fits.
+/// Returns the name of the button pressed; empty if there is no passphrase for an offered address.
 std::string GivePassphrase(Form& form, Answers& answers) {
   auto* users = form.Find<ComboBox>("cmbUsers");
   auto* password = form.Find<TextBox>("txtPassword");
@@ -62,7 +60,7 @@ bool ChooseTab(TabStrip& tabs, std::string_view text) {
   return false;
 }
 
-/// Chooses or types the text; false when the control does not take it.
+/// Chooses or types the text; false if the control does not accept it.
 bool GiveText(Control& control, std::string_view text) {
   if (auto* box = dynamic_cast<TextBox*>(&control)) {
     if (box->IsPassword() || box->IsMultiLine()) return false;
@@ -84,23 +82,24 @@ bool IsPressed(const Control& control) {
   return Is<CommandButton, CheckBox, OptionButton>(control);
 }
 
-/// A check box that shows what it is to be set to, which needs no click and so no enabled box.
-bool IsSetSo(const Control& control, std::string_view text) {
+/// A check box that is already set as asked needs no click, so it may be disabled.
+bool IsAlreadySet(const Control& control, std::string_view text) {
   const auto* check = dynamic_cast<const CheckBox*>(&control);
   return check && text == (check->Checked() ? "on" : "off");
 }
 
-/// Gives what is wrong with the answer; empty when it was carried out.
+/// Returns why the answer cannot be used; empty if it was.
 std::string GiveAnswer(Form& form, std::string_view given) {
   const std::size_t colon = given.find(':');
   Control* control = FindByAnswerName(form, given.substr(0, colon));
-  if (!control) return "has no such control";
-  if (colon != std::string_view::npos && IsSetSo(*control, given.substr(colon + 1))) return {};
-  if (!control->IsShown() || !control->IsUsable()) return "does not allow that now";
+  if (!control) return "no such control";
+  if (colon != std::string_view::npos && IsAlreadySet(*control, given.substr(colon + 1))) return {};
+  if (!control->IsShown() || !control->IsUsable()) return "the control is hidden or disabled";
   if (colon != std::string_view::npos) {
-    return GiveText(*control, given.substr(colon + 1)) ? "" : "does not take that text there";
+    return GiveText(*control, given.substr(colon + 1)) ? ""
+                                                       : "the control does not accept that text";
   }
-  if (!IsPressed(*control)) return "cannot have that pressed";
+  if (!IsPressed(*control)) return "the control cannot be pressed";
   Click(*control, -1);
   return {};
 }
@@ -116,8 +115,7 @@ GivenResult GiveAnswers(Form& form, Answers& answers) {
     const std::string control(ControlIn(given));
     const std::string problem = GiveAnswer(form, given);
     if (!problem.empty()) {
-      result.problem =
-          "--answer " + form.Name() + "=" + ForDisplay(control) + ": the form " + problem;
+      result.problem = "--answer " + form.Name() + "=" + ForDisplay(control) + ": " + problem;
       break;
     }
     result.answer = control;

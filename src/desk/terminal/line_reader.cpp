@@ -6,8 +6,8 @@
 #include <histedit.h>
 
 #include "base/text.h"
+#include "desk/terminal/columns.h"
 #include "desk/terminal/terminal.h"
-#include "desk/terminal/utf8_locale.h"
 
 namespace corvessa::desk {
 namespace {
@@ -19,7 +19,7 @@ struct CloseFile {
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
-/// A stream of its own over the descriptor, which stays open when the stream is closed.
+/// A new stream over the descriptor, which stays open when the stream is closed.
 File OpenAgain(int descriptor, const char* mode) {
   return File(fdopen(fcntl(descriptor, F_DUPFD_CLOEXEC, 0), mode));
 }
@@ -90,7 +90,7 @@ int LineReader::Editor::ReadCharacter(EditLine* editor, wchar_t* character) {
     const std::size_t result = std::mbrtowc(character, &byte, 1, &state);
     if (result == static_cast<std::size_t>(-2)) continue;
     if (result != static_cast<std::size_t>(-1)) return 1;
-    // What is no UTF-8 was not typed by a person: left out.
+    // Skip invalid UTF-8.
     state = {};
   }
 }
@@ -103,7 +103,7 @@ std::optional<std::string> LineReader::Editor::Read(const std::string& prompt) {
   int length = 0;
   const char* typed = el_gets(editor_, &length);
   if (terminal_.TakeInterrupt()) {
-    // The line is given up, not the session.
+    // Abandons the line, not the session.
     terminal_.Write("\n");
     return std::string();
   }

@@ -8,9 +8,9 @@ namespace corvessa::desk {
 
 class Terminal;
 
-/// The lines of an interactive session: edited and recalled at a terminal, read plainly otherwise.
-/// What happens meanwhile (timers) goes on happening. The history lives as long as the object and
-/// is written nowhere.
+/// Reads the lines of an interactive session: with editing and history at a terminal, plainly
+/// otherwise. Timers keep running. The history lives as long as the object and is never written to
+/// disk.
 class LineReader {
  public:
   /// The terminal must outlive it.
@@ -19,8 +19,8 @@ class LineReader {
   LineReader(const LineReader&) = delete;
   LineReader& operator=(const LineReader&) = delete;
 
-  /// Without the line break, empty after an interrupt; nothing at the end of the input. What is not
-  /// blank joins the history, unless it repeats the line before.
+  /// The line without its break, empty after an interrupt; nothing at the end of the input. A line
+  /// that is not blank joins the history, unless it repeats the line before.
   std::optional<std::string> Read(const std::string& prompt);
 
  private:

@@ -8,8 +8,8 @@
 
 namespace corvessa::desk {
 
-/// A passphrase that comes in byte by byte, kept in one place that is wiped at the end: a text that
-/// grows leaves copies behind.
+/// A passphrase that comes in byte by byte, in one buffer that is wiped at the end. A growing
+/// string would leave copies behind.
 class SecretLine {
  public:
   SecretLine() { bytes_.reserve(kMostBytes + 1); }
@@ -17,7 +17,7 @@ class SecretLine {
   SecretLine(const SecretLine&) = delete;
   SecretLine& operator=(const SecretLine&) = delete;
 
-  /// What is too much is not kept.
+  /// Ignores bytes beyond the limit.
   void Add(char byte) {
     if (bytes_.size() <= kMostBytes) bytes_ += byte;
   }
@@ -29,7 +29,7 @@ class SecretLine {
   }
 
  private:
-  /// No more than a terminal takes in one line.
+  /// As much as a terminal takes in one line.
   static constexpr std::size_t kMostBytes = 4000;
 
   std::string bytes_;

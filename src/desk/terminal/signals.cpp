@@ -3,19 +3,39 @@
 #include <chrono>
 #include <cstddef>
 #include <iterator>
+#include <mutex>
+#include <string_view>
+#include <unistd.h>
+#include <utility>
 
-#include "desk/terminal/sudden_end.h"
-#include "posix/deadline.h"
+#include "base/guard.h"
 
 namespace corvessa::desk {
 namespace {
 
-/// Who asked for the end is not kept waiting for longer.
-constexpr std::chrono::seconds kTimeToTidyUp{5};
+/// How long a program that was asked to end may take to clean up.
+constexpr std::chrono::seconds kCleanUpTime{5};
 
 constexpr int kSignals[5] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP};
 
 volatile std::sig_atomic_t g_first = 0;
+
+std::mutex g_action_mutex;
+std::function<void()> g_action;
+
+void SetAction(std::function<void()> action) {
+  const std::lock_guard lock(g_action_mutex);
+  g_action = std::move(action);
+}
+
+void Abort() {
+  CleanUp();
+  static constexpr std::string_view kComplaint =
+      "corvessa-desk: decryption takes too long; aborted\n";
+  const ssize_t ignored = write(STDERR_FILENO, kComplaint.data(), kComplaint.size());
+  static_cast<void>(ignored);
+  _exit(1);
+}
 
 void EndBy(int signal) {
   std::signal(signal, SIG_DFL);
@@ -26,10 +46,10 @@ void EndBy(int signal) {
   std::raise(signal);
 }
 
-const posix::Deadline& TheEnd() {
+const posix::Deadline& EndDeadline() {
   static const posix::Deadline deadline(CLOCK_MONOTONIC, [] {
-    if (g_first == 0) return;  // taken at the last moment
-    TidyUp();
+    if (g_first == 0) return;  // taken just in time
+    CleanUp();
     EndBy(g_first);
   });
   return deadline;
@@ -42,23 +62,38 @@ void Catch(int signal) {
   }
   if (g_first == 0 || g_first == SIGTSTP) {
     g_first = signal;
-    TheEnd().Start(kTimeToTidyUp);
+    EndDeadline().Start(kCleanUpTime);
   } else if (signal == SIGINT) {
-    // Somebody insists. Others may come in twice by themselves, as when a terminal is closed.
-    TheEnd().Start(std::chrono::nanoseconds(1));
+    // The user insists. Other signals may come in twice on their own, as when a terminal is closed.
+    EndDeadline().Start(std::chrono::nanoseconds(1));
   }
+}
+
+/// Blocks the signals and returns the mask before.
+sigset_t Block() {
+  sigset_t caught;
+  sigemptyset(&caught);
+  for (const int signal : kSignals) sigaddset(&caught, signal);
+  sigset_t earlier;
+  sigprocmask(SIG_BLOCK, &caught, &earlier);
+  return earlier;
+}
+
+sigset_t WithoutCaught(sigset_t mask) {
+  for (const int signal : kSignals) sigdelset(&mask, signal);
+  return mask;
 }
 
 }  // namespace
 
 CaughtSignals::CaughtSignals(bool with_stop) : with_stop_(with_stop) {
-  TheEnd();  // made now: a signal handler cannot
+  EndDeadline();  // created now: a signal handler cannot
   static_assert(std::size(kSignals) == std::size(decltype(earlier_){}));
   for (std::size_t i = 0; i < std::size(kSignals); ++i) {
     if (kSignals[i] == SIGTSTP && !with_stop_) continue;
     struct sigaction action {};
     action.sa_handler = Catch;
-    // Only what waits for a person is to notice.
+    // Only a wait for the user must notice.
     action.sa_flags = SA_RESTART;
     sigaction(kSignals[i], &action, &earlier_[i]);
     if (earlier_[i].sa_handler == SIG_IGN) sigaction(kSignals[i], &earlier_[i], nullptr);
@@ -78,22 +113,33 @@ int CaughtSignals::First() {
 int CaughtSignals::Take() {
   const int first = g_first;
   g_first = 0;
-  if (first == SIGINT) TheEnd().Stop();
+  if (first == SIGINT) EndDeadline().Stop();
   return first;
 }
 
-HeldSignals::HeldSignals() {
-  sigset_t held;
-  sigemptyset(&held);
-  for (const int signal : kSignals) sigaddset(&held, signal);
-  sigprocmask(SIG_BLOCK, &held, &earlier_mask_);
-  wait_mask_ = earlier_mask_;
-  for (const int signal : kSignals) sigdelset(&wait_mask_, signal);
-}
+HeldSignals::HeldSignals() : earlier_mask_(Block()), wait_mask_(WithoutCaught(earlier_mask_)) {}
 
 HeldSignals::~HeldSignals() {
-  // One that came in too late to be caught is delivered here, to whom it belongs.
+  // A signal that came in too late to be caught is delivered here, to its old handler.
   sigprocmask(SIG_SETMASK, &earlier_mask_, nullptr);
+}
+
+CleanUpAction::CleanUpAction(std::function<void()> action) {
+  SetAction(std::move(action));
+}
+
+CleanUpAction::~CleanUpAction() {
+  SetAction({});
+}
+
+void CleanUp() {
+  const std::lock_guard lock(g_action_mutex);
+  if (g_action) Ignoring(g_action);
+}
+
+WorkLimit::WorkLimit(std::chrono::nanoseconds processor_time)
+    : deadline_(CLOCK_PROCESS_CPUTIME_ID, &Abort) {
+  deadline_.Start(processor_time);
 }
 
 }  // namespace corvessa::desk

@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include "desk/terminal/columns.h"
-#include "desk/terminal/echo_off.h"
 #include "desk/terminal/secret_line.h"
 
 namespace corvessa::desk {
@@ -26,6 +26,33 @@ int ColumnsOfWindow(int output) {
   if (ioctl(output, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsualColumns;
   return size.ws_col < kFewestColumns ? kFewestColumns : size.ws_col;
 }
+
+/// Turns a terminal's echo off while it lives; has no effect on other files. Signals, including the
+/// one that stops the process, are caught and come in only during a wait for input, so that none
+/// leaves the terminal mute.
+class EchoOff {
+ public:
+  explicit EchoOff(int terminal) : terminal_(terminal) {
+    is_terminal_ = tcgetattr(terminal_, &earlier_modes_) == 0;
+    if (!is_terminal_) return;
+    termios mute = earlier_modes_;
+    mute.c_lflag &= ~static_cast<tcflag_t>(ECHO | ECHONL);
+    // Text typed ahead was echoed, so it was not meant as a secret: discard it.
+    tcsetattr(terminal_, TCSAFLUSH, &mute);
+  }
+  ~EchoOff() {
+    if (is_terminal_) tcsetattr(terminal_, TCSADRAIN, &earlier_modes_);
+  }
+  EchoOff(const EchoOff&) = delete;
+  EchoOff& operator=(const EchoOff&) = delete;
+
+ private:
+  CaughtSignals caught_ = CaughtSignals::WithStop();
+  HeldSignals held_;
+  int terminal_;
+  bool is_terminal_ = false;
+  termios earlier_modes_{};
+};
 
 }  // namespace
 
@@ -48,7 +75,7 @@ void Terminal::WriteRaw(std::string_view text) const {
   while (!text.empty()) {
     const ssize_t written = write(output_, text.data(), text.size());
     if (written < 0 && errno == EINTR) continue;
-    // A window that is gone cannot be told anything any more.
+    // The window is gone.
     if (written <= 0) return;
     text.remove_prefix(static_cast<std::size_t>(written));
   }
@@ -62,7 +89,7 @@ void Terminal::Write(std::string_view text) {
 
 void Terminal::ShowStatus(std::string_view text) {
   if (!is_there_ || open_questions_ > 0) return;
-  // One column is left free: a cursor behind the last one would go to the next line.
+  // Leaves one column free: the cursor behind the last column would wrap to the next line.
   const std::string line = CutToColumns(text, Columns() - 1);
   if (line == status_) return;
   WriteRaw("\r" + PadToColumns(line, ColumnsOf(status_)));

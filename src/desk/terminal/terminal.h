@@ -11,22 +11,20 @@
 
 namespace corvessa::desk {
 
-/// What every line to the user begins with.
+/// The prefix of every line to the user.
 inline constexpr std::string_view kProgram = "corvessa-desk";
 
-/// Where a person sits: lines and passphrases come in, boxes and one redrawn status line go out.
-/// Without a person (`is_there` false) nothing is drawn; lines are still read. Reads byte by byte,
-/// so that nothing is lost between it and others who read the same input.
+/// The user's terminal: reads lines and passphrases, shows boxes and one redrawn status line.
+/// Without a user (`is_there` false) nothing is drawn, but lines are still read. Reads byte by
+/// byte, so that the rest of the input is left for other readers.
 ///
-/// After a signal to end the process that was caught (CaughtSignals) the input counts as ended:
-/// after the keyboard's interrupt for the one question that is asked next, after the others for
-/// good.
+/// A caught signal (CaughtSignals) ends the input: the keyboard's interrupt only for the current
+/// question, the others for good.
 class Terminal {
  public:
   enum class SecretResult { kRead, kTooLong, kAborted };
 
-  /// While one lives a person is asked something: no status line is drawn over it, whatever goes on
-  /// meanwhile. They may be nested.
+  /// While one lives, the user is being asked something and no status line is drawn. May be nested.
   class Question {
    public:
     explicit Question(Terminal& terminal) : terminal_(terminal) { ++terminal_.open_questions_; }
@@ -40,43 +38,42 @@ class Terminal {
 
   /// The descriptors stay the caller's.
   Terminal(int input, int output, bool is_there);
-  /// Standard input and standard error, so that standard output stays free for results; there when
-  /// both are terminals.
+  /// Standard input and standard error, so that standard output is free for results. A user is
+  /// there if both are terminals.
   static Terminal Standard();
 
   bool IsThere() const { return is_there_; }
   int Input() const { return input_; }
   int Output() const { return output_; }
-  /// The width of the window; 80 when it is not known.
+  /// The width of the window; 80 if unknown.
   int Columns() const;
-  /// The width of the window that standard output is shown in; kUnlimitedColumns without one.
+  /// The width of standard output's window; kUnlimitedColumns if it is not a terminal.
   static int OutputColumns();
 
-  /// Takes the status line away first. Writes nothing when nobody is there.
+  /// Clears the status line first. Writes nothing without a user.
   void Write(std::string_view text);
-  /// Draws the one line that is redrawn in place, cut to the width; not while a question is open.
+  /// Redraws the status line, cut to the width; not while a question is open.
   void ShowStatus(std::string_view text);
   void ClearStatus();
 
   /// Without the line break; nothing at the end of the input.
   std::optional<std::string> ReadLine(std::string_view prompt);
-  /// A line typed without echo, at most 4,000 bytes; aborted by the end of the input. After having
-  /// been stopped it asks again.
+  /// Reads a line without echo, at most 4,000 bytes; aborted by the end of the input. Asks again
+  /// after the process was stopped.
   SecretResult ReadSecret(std::string_view prompt, SecretString& secret);
-  /// Waits; -1 at the end of the input.
+  /// Waits for a byte; -1 at the end of the input.
   int ReadByte();
 
-  /// A signal has come in to which no question has answered yet: nothing new is to be begun.
+  /// Whether a signal has come in that no question has taken yet: begin nothing new.
   bool IsInterrupted() const { return ending_signal_ != 0 || CaughtSignals::First() != 0; }
-  /// Ends one question by the signal that has come in; true when it was the keyboard's interrupt.
+  /// Takes the signal that has come in; true if it was the keyboard's interrupt.
   bool TakeInterrupt();
-  /// How many questions signals have ended.
+  /// The number of questions that signals have ended.
   int Interrupts() const { return interrupts_; }
-  /// The signal that was to end the process; 0 for none. The program is to raise it once it has
-  /// tidied up.
+  /// The signal that should end the process, which raises it after cleaning up; 0 for none.
   int EndingSignal() const;
 
-  /// Runs while input is waited for and says how long it may be left alone.
+  /// Runs during a wait for input; returns how long to wait until it must run again.
   std::function<std::chrono::milliseconds()> idle;
 
  private:

@@ -9,9 +9,7 @@
 #include "base/text.h"
 #include "desk/terminal/answers.h"
 #include "desk/terminal/columns.h"
-#include "desk/terminal/control_kind.h"
 #include "desk/terminal/form_drawing.h"
-#include "desk/terminal/given_answers.h"
 #include "desk/terminal/terminal.h"
 #include "ui/controls.h"
 
@@ -25,7 +23,7 @@ constexpr std::string_view kMessageBox = "MessageBox";
 constexpr std::string_view kOk = "OK";
 constexpr std::string_view kCancel = "Cancel";
 
-/// Whether the form only tells how far things are and waits for nobody.
+/// Whether the form only shows progress and waits for no answer.
 bool IsStatusOnly(const Form& form) {
   if (form.Name() == "frmSplashScreen") return true;
   return std::ranges::any_of(form.Controls(),
@@ -36,13 +34,13 @@ bool CanBeCancelled(std::int32_t flags) {
   return (flags & platform::kBoxOkCancel) != 0;
 }
 
-/// In one line, for a complaint.
+/// For a line to the user.
 std::string InOneLine(std::string_view text) {
   return Replace(ForDisplayLines(text), "\n", " ");
 }
 
-/// What was asked, for a complaint: behind a blank, in quotation marks; empty for an empty text. A
-/// long text loses its middle, because the question itself is at its end.
+/// A question for a line to the user: after a blank, in quotation marks; empty for an empty text. A
+/// long text loses its middle, because the question is at its end.
 std::string Quoted(std::string_view text) {
   constexpr std::size_t kMost = 400;
   constexpr std::size_t kEnd = 100;
@@ -56,7 +54,7 @@ std::string Quoted(std::string_view text) {
   return " \"" + line + "\"";
 }
 
-/// It asks nothing in words: closing it goes on with what its boxes show.
+/// Whether the form asks nothing in words: closing it accepts its check boxes as they are.
 bool HasOnlyOptions(const Form& form) {
   return QuestionOf(form).empty() &&
          std::ranges::any_of(form.Controls(), [](const Control* control) {
@@ -96,7 +94,7 @@ std::int32_t TerminalUi::MessageBox(std::string_view text, std::string_view titl
 std::string TerminalUi::AskBox(std::string_view text, std::string_view title, std::int32_t flags) {
   const bool can_cancel = CanBeCancelled(flags);
   if (can_cancel) {
-    const std::string given = BoxAnsweredBeforehand();
+    const std::string given = GivenBoxAnswer();
     if (!given.empty()) return given;
   }
   if (!terminal_.IsThere()) {
@@ -104,8 +102,7 @@ std::string TerminalUi::AskBox(std::string_view text, std::string_view title, st
       Report(InOneLine(text));
       return std::string(kOk);
     }
-    Report("closed MessageBox" + Quoted(text) +
-           " unanswered; answer it with --answer MessageBox=OK|Cancel");
+    Report("closed MessageBox" + Quoted(text) + " unanswered; use --answer MessageBox=OK|Cancel");
     return std::string(kCancel);
   }
   const bool is_error = (flags & platform::kBoxError) != 0;
@@ -129,13 +126,13 @@ bool TerminalUi::HasAgreed(bool can_cancel) {
   }
 }
 
-std::string TerminalUi::BoxAnsweredBeforehand() {
+std::string TerminalUi::GivenBoxAnswer() {
   if (!answers_.HasAnswers(kMessageBox)) return {};
   const std::string given = answers_.NextAnswer(kMessageBox);
   for (const std::string_view button : {kOk, kCancel}) {
     if (LCase(given) == LCase(button)) return std::string(button);
   }
-  Report("--answer MessageBox=" + ForDisplay(given) + ": a message box has OK|Cancel only");
+  Report("--answer MessageBox=" + ForDisplay(given) + ": a message box takes OK|Cancel");
   return {};
 }
 
@@ -146,7 +143,6 @@ std::size_t TerminalUi::Record(Form& form) {
 }
 
 void TerminalUi::ShowForm(Form& form) {
-  // Nothing of it is for anybody to see.
   if (form.OffScreen) return;
   Record(form);
   RefreshStatus();
@@ -163,7 +159,7 @@ void TerminalUi::RunForm(Form& form) {
 void TerminalUi::Answer(Form& form, Conversation::Leaving leaving) {
   const FormPtr held = form.shared_from_this();
   const std::size_t place = Record(form);
-  std::string answer = AnswerBeforehand(form);
+  std::string answer = GiveFormAnswers(form);
   if (form.IsVisible() && terminal_.IsThere()) {
     Conversation conversation(terminal_, form, leaving);
     conversation.Run();
@@ -175,7 +171,7 @@ void TerminalUi::Answer(Form& form, Conversation::Leaving leaving) {
   boxes_[place].answer = answer;
 }
 
-std::string TerminalUi::AnswerBeforehand(Form& form) {
+std::string TerminalUi::GiveFormAnswers(Form& form) {
   const GivenResult given = GiveAnswers(form, answers_);
   if (!given.problem.empty()) Report(given.problem);
   return given.answer;
@@ -184,10 +180,10 @@ std::string TerminalUi::AnswerBeforehand(Form& form) {
 void TerminalUi::CloseUnanswered(Form& form) {
   const std::string argument = ArgumentFor(form);
   Report("closed " + form.Name() + Quoted(QuestionOf(form)) + " unanswered" +
-         (HasOnlyOptions(form) ? ", with the options as they stand" : "") +
-         (argument.empty() ? "" : "; answer it with " + argument));
+         (HasOnlyOptions(form) ? ", with its current options" : "") +
+         (argument.empty() ? "" : "; use " + argument));
   form.PressCloseBox();
-  // One that refuses would hold up the program for ever.
+  // A form that refuses would block the program forever.
   form.Hide();
 }
 
@@ -214,7 +210,7 @@ void TerminalUi::RefreshStatus() {
   if (!newest) {
     terminal_.ClearStatus();
   } else {
-    terminal_.ShowStatus(StatusOf(*newest, terminal_.Columns()));
+    terminal_.ShowStatus(StatusLine(*newest, terminal_.Columns()));
   }
 }
 

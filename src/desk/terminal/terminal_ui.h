@@ -18,9 +18,9 @@ namespace corvessa::desk {
 class Answers;
 class Terminal;
 
-/// A form or message box that was shown: safe to print, without control characters, lines ended by
-/// LF. `answer` is the control pressed last, "OK" or "Cancel" of a message box, kClosedAnswer, or
-/// empty when nobody answered (yet).
+/// A form or message box that was shown. Safe to print, lines ended by LF. `answer` is the control
+/// pressed last, "OK" or "Cancel" of a message box, kClosedAnswer, or empty without an answer
+/// (yet).
 struct ShownBox {
   std::string name;
   std::string caption;
@@ -29,15 +29,14 @@ struct ShownBox {
 };
 
 struct TerminalUiOptions {
-  /// Where complaints go, one line each.
+  /// For lines to the user.
   std::ostream& messages;
   std::function<TimerDriver::Time()> now = std::chrono::steady_clock::now;
 };
 
-/// Forms and message boxes on a terminal. What was answered beforehand is answered so; then a
-/// person is asked, if there is one; else a prompt is closed as with its close box, which consents
-/// to nothing, and a line says which. Windows that only tell how far things are take one status
-/// line.
+/// Forms and message boxes on a terminal. Answers from the command line come first; then the user
+/// is asked, if there is one; otherwise the prompt is closed with its close box, which never
+/// consents, and a line to the user names it. Progress windows are one status line.
 class TerminalUi final : public platform::Ui {
  public:
   /// Both must outlive it.
@@ -46,8 +45,8 @@ class TerminalUi final : public platform::Ui {
 
   std::int32_t MessageBox(std::string_view text, std::string_view title,
                           std::int32_t flags) override;
-  /// Records it. Nothing but the status line is drawn: the form is when RunForm asks what to do
-  /// with it, and not at all when the program reads it itself.
+  /// Records the form and draws only the status line. RunForm draws the form; a form that the
+  /// program itself reads is never drawn.
   void ShowForm(Form& form) override;
   void RunModal(Form& form, Form* owner) override;
   void FormGone(Form& form) override;
@@ -57,27 +56,27 @@ class TerminalUi final : public platform::Ui {
   /// Ticks the timers for the time that has passed and redraws the status line.
   void DoEvents() override;
 
-  /// Answers a form that was shown without blocking, as if it were modal, until it is gone or the
-  /// person leaves it open. Does nothing for a form that is not visible.
+  /// Runs a modeless form as if it were modal, until it is gone or the user leaves it open. Does
+  /// nothing if the form is not visible.
   void RunForm(Form& form);
-  /// Lets that much time pass, and everything happen that happens meanwhile.
+  /// Lets time pass; timers run.
   void Wait(std::chrono::milliseconds time);
 
-  /// One line to the user, whoever is there.
+  /// Writes a line to the user.
   void Report(std::string_view line);
 
-  /// Everything shown so far, in order.
+  /// Every form and box shown so far, in order.
   const std::vector<ShownBox>& Boxes() const { return boxes_; }
 
  private:
   std::size_t Record(Form& form);
   void Answer(Form& form, Conversation::Leaving leaving);
-  std::string AnswerBeforehand(Form& form);
+  std::string GiveFormAnswers(Form& form);
   void CloseUnanswered(Form& form);
   std::string AskBox(std::string_view text, std::string_view title, std::int32_t flags);
-  /// Asks whoever sits there until an answer is one.
+  /// Asks the user until the answer is valid.
   bool HasAgreed(bool can_cancel);
-  std::string BoxAnsweredBeforehand();
+  std::string GivenBoxAnswer();
   void RefreshStatus();
   std::chrono::milliseconds UntilNextTick() const;
 
@@ -86,7 +85,7 @@ class TerminalUi final : public platform::Ui {
   TerminalUiOptions options_;
   TimerDriver timers_;
   std::vector<ShownBox> boxes_;
-  /// The visible forms and their places in boxes_.
+  /// The visible forms and their indexes in boxes_.
   std::map<const Form*, std::size_t> on_screen_;
 };
 

@@ -15,16 +15,16 @@ std::chrono::milliseconds Interval(const Timer& timer) {
   return std::chrono::milliseconds(timer.Interval);
 }
 
-bool IsAtWork(const Timer& timer) {
+bool IsRunning(const Timer& timer) {
   return timer.Parent().IsLoaded() && timer.Enabled && timer.Interval > 0;
 }
 
-std::vector<std::pair<FormPtr, Timer*>> TimersAtWork() {
+std::vector<std::pair<FormPtr, Timer*>> RunningTimers() {
   std::vector<std::pair<FormPtr, Timer*>> timers;
   for (const FormPtr& form : LoadedForms()) {
     for (Control* control : form->Controls()) {
       auto* timer = dynamic_cast<Timer*>(control);
-      if (timer && IsAtWork(*timer)) timers.emplace_back(form, timer);
+      if (timer && IsRunning(*timer)) timers.emplace_back(form, timer);
     }
   }
   return timers;
@@ -38,7 +38,7 @@ TimerDriver::Entry* TimerDriver::Find(const Timer& timer) {
 }
 
 void TimerDriver::Run(Time now) {
-  const auto timers = TimersAtWork();
+  const auto timers = RunningTimers();
   std::erase_if(entries_, [&](const auto& entry) {
     return entry.second.form.expired() || std::ranges::none_of(timers, [&](const auto& timer) {
              return timer.second == entry.first;
@@ -51,13 +51,13 @@ void TimerDriver::Run(Time now) {
 }
 
 void TimerDriver::TickOverdue(Timer& timer, Time now) {
-  for (int ticks = 0; ticks < kMostTicks && IsAtWork(timer); ++ticks) {
+  for (int ticks = 0; ticks < kMostTicks && IsRunning(timer); ++ticks) {
     Entry* entry = Find(timer);
     if (!entry || entry->ticks || entry->due > now) return;
     entry->due += Interval(timer);
     entry->ticks = true;
     timer.Tick();
-    // The tick may have run this again and so have changed the table.
+    // The tick may have called Run, which changes the table.
     entry = Find(timer);
     if (entry) entry->ticks = false;
   }
@@ -66,7 +66,7 @@ void TimerDriver::TickOverdue(Timer& timer, Time now) {
 std::optional<TimerDriver::Time> TimerDriver::NextDue() const {
   std::optional<Time> next;
   for (const auto& [timer, entry] : entries_) {
-    const bool is_waiting = !entry.form.expired() && IsAtWork(*timer) && !entry.ticks;
+    const bool is_waiting = !entry.form.expired() && IsRunning(*timer) && !entry.ticks;
     if (is_waiting && (!next || entry.due < *next)) next = entry.due;
   }
   return next;

@@ -13,16 +13,16 @@ class Timer;
 
 namespace corvessa::desk {
 
-/// Ticks the timers of the loaded forms, once for every interval that has passed since it first
-/// saw them. Intervals missed in a long call are made up for, a hundred a run at most, because
-/// counts of seconds that protect a passphrase must not fall behind.
+/// Ticks the timers of the loaded forms, once for every interval since it first saw them. Intervals
+/// missed during a long call are made up, at most a hundred a run: the seconds after which a
+/// passphrase is forgotten must not fall behind.
 class TimerDriver {
  public:
   using Time = std::chrono::steady_clock::time_point;
 
-  /// May run inside a tick: the timer that ticks is left alone then.
+  /// May be called inside a tick, which then skips the ticking timer.
   void Run(Time now);
-  /// Nothing when no timer is at work.
+  /// Nothing if no timer is running.
   std::optional<Time> NextDue() const;
 
  private:

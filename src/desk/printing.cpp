@@ -1,0 +1,157 @@
+#include "desk/printing.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <ostream>
+
+#include "base/text.h"
+#include "desk/mail_bridge.h"
+#include "desk/message_report.h"
+#include "desk/terminal/columns.h"
+#include "message/status_text.h"
+
+namespace corvessa::desk {
+namespace {
+
+constexpr int kMostColumns = 200;
+
+/// Unicode blanks, and the empty Braille pattern, which looks like one.
+constexpr std::string_view kBlanks[] = {"\u00A0", "\u1680", "\u2000", "\u2001", "\u2002", "\u2003",
+                                        "\u2004", "\u2005", "\u2006", "\u2007", "\u2008", "\u2009",
+                                        "\u200A", "\u202F", "\u205F", "\u3000", "\u2800"};
+
+bool AreBlanks(char one, char other) {
+  return one == ' ' && other == ' ';
+}
+
+std::string RecipientList(const ItemData& item, RecipientKind kind) {
+  std::string list;
+  for (const RecipientData& recipient : item.recipients) {
+    if (recipient.kind != kind) continue;
+    list += (list.empty() ? "" : ", ") + FieldText(Shown({recipient.name, recipient.address}));
+  }
+  return list;
+}
+
+/// The add-in marks what is true and what is not with two Office faces.
+std::string StateMark(const ButtonProperties& look) {
+  if (look.face_id == kFaceOn) return "[x] ";
+  return look.face_id == kFaceOff ? "[ ] " : "";
+}
+
+/// The name is quoted, and holds no quotation mark, so that it cannot pretend to end.
+std::string DescribeAttachment(const AttachmentReport& attachment) {
+  const std::string name = Replace(FieldText(attachment.name), "\"", "'");
+  const std::string status =
+      attachment.protection ? attachment.decrypt_text + ", " + attachment.sign_text : "not checked";
+  return "\"" + name + "\", " + std::to_string(attachment.size) + " bytes: " + status;
+}
+
+using nlohmann::json;
+
+void AddProtection(json& object, const std::optional<Protection>& protection) {
+  object["decryptStatus"] = protection ? json(protection->decrypt_status) : json();
+  object["signStatus"] = protection ? json(protection->sign_status) : json();
+  object["signers"] = protection ? json(protection->signers) : json::array();
+}
+
+}  // namespace
+
+std::string FieldText(std::string_view text) {
+  std::string line = Replace(ForDisplayLines(text), "\n", " ");
+  for (const std::string_view blank : kBlanks) line = Replace(line, blank, " ");
+  line.erase(std::unique(line.begin(), line.end(), AreBlanks), line.end());
+  return CutToColumns(Trim(line), kMostColumns);
+}
+
+void PrintField(std::ostream& out, std::string_view label, std::string_view text, int columns,
+                std::size_t indent) {
+  std::string before(label);
+  for (const std::string& line : WrapToColumns(text, columns - static_cast<int>(indent))) {
+    out << before << line << "\n";
+    before.assign(indent, ' ');
+  }
+}
+
+void PrintMessage(std::ostream& out, const ItemData& item, const MessageReport& report,
+                  int columns) {
+  const auto print = [&](std::string_view label, const std::string& text) {
+    if (!text.empty()) PrintField(out, label, text, columns, label.size());
+  };
+  // Above everything that the sender chose.
+  for (const std::string& line : report.status_lines) print("Status:  ", ForDisplay(line));
+  print("From:    ", FieldText(Shown(item.sender)));
+  print("To:      ", RecipientList(item, RecipientKind::kTo));
+  print("Cc:      ", RecipientList(item, RecipientKind::kCc));
+  print("Date:    ", item.received_time);
+  print("Subject: ", FieldText(item.subject));
+  if (!report.attachments.empty()) out << "Attachments:\n";
+  for (const AttachmentReport& attachment : report.attachments) {
+    PrintField(out, "  ", DescribeAttachment(attachment), columns, 6);
+    print("    saved as ", ForDisplay(attachment.saved_as));
+  }
+  const std::string text = ForDisplayLines(*item.body);
+  out << "\n" << text << (text.ends_with('\n') || text.empty() ? "" : "\n");
+}
+
+void PrintBars(std::ostream& out, const Bars& bars) {
+  for (const BarPtr& bar : bars.All()) {
+    if (!bar->IsTemporary() || !bar->IsVisible()) continue;
+    out << ForDisplay(bar->NameText()) << ":";
+    const char* separator = " ";
+    for (const ButtonPtr& button : bar->Buttons()) {
+      const ButtonProperties& look = button->Properties();
+      const std::string caption = StateMark(look) + ForDisplay(Replace(look.caption, "&", ""));
+      out << separator << (look.enabled ? caption : "(" + caption + ")");
+      separator = ", ";
+    }
+    out << "\n";
+  }
+}
+
+void AddMessage(json& report, const MessageReport& message) {
+  AddProtection(report, message.protection);
+  std::string status;
+  for (const std::string& line : message.status_lines) {
+    status += (status.empty() ? "" : "; ") + line;
+  }
+  report["statusText"] = status;
+  report["attachments"] = json::array();
+  for (const AttachmentReport& attachment : message.attachments) {
+    json entry{{"name", attachment.name}, {"size", attachment.size}};
+    AddProtection(entry, attachment.protection);
+    entry["savedAs"] = attachment.saved_as.empty() ? json() : json(attachment.saved_as);
+    report["attachments"].push_back(std::move(entry));
+  }
+}
+
+void AddBars(json& report, const Bars& bars) {
+  report["bars"] = json::array();
+  for (const BarPtr& bar : bars.All()) {
+    if (!bar->IsTemporary() || !bar->IsVisible()) continue;
+    json buttons = json::array();
+    for (const ButtonPtr& button : bar->Buttons()) {
+      const ButtonProperties& look = button->Properties();
+      buttons.push_back({{"caption", look.caption},
+                         {"tooltip", look.tooltip},
+                         {"pressed", look.state == platform::kButtonDown},
+                         {"enabled", look.enabled}});
+    }
+    report["bars"].push_back({{"name", bar->NameText()}, {"buttons", std::move(buttons)}});
+  }
+}
+
+void AddBoxes(json& report, std::span<const ShownBox> boxes) {
+  report["boxes"] = json::array();
+  for (const ShownBox& box : boxes) {
+    report["boxes"].push_back(
+        {{"name", box.name}, {"caption", box.caption}, {"text", box.text}, {"answer", box.answer}});
+  }
+}
+
+std::string JsonLine(const json& report) {
+  // Escapes everything but ASCII: control characters and direction marks would reach a terminal.
+  return report.dump(-1, ' ', true, json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace corvessa::desk

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstddef>
+#include <iosfwd>
+#include <nlohmann/json_fwd.hpp>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "desk/outlook/item_data.h"
+#include "desk/outlook/item.h"
+#include "desk/terminal/terminal_ui.h"
+
+/// What the desk prints of a message: as text for people, as JSON for scripts.
+///
+/// Subjects, names and bodies are the sender's. In text nothing of them can steer a terminal or
+/// pass for a line of the program: the status comes first, and a field never starts a line of its
+/// own. The JSON names and shapes are an interface: add to them, never change them.
+namespace corvessa::desk {
+
+struct MessageReport;
+
+/// The text as one line: runs of blanks of any kind become one blank, and an overlong text is cut.
+std::string FieldText(std::string_view text);
+
+/// Prints a label and its text. A text longer than a line is continued in lines indented by
+/// `indent`, which is at least the label's length.
+void PrintField(std::ostream& out, std::string_view label, std::string_view text, int columns,
+                std::size_t indent);
+
+/// Prints the open message: status, header, attachments, text.
+void PrintMessage(std::ostream& out, const ItemData& item, const MessageReport& report,
+                  int columns);
+
+/// Prints the add-in's bars of a window, one a line: "Corvessa Options: [x] Encrypt on send, …".
+void PrintBars(std::ostream& out, const Bars& bars);
+
+/// Adds decryptStatus, signStatus (both null if the add-in did not check), signers, statusText and
+/// attachments (name, size, decryptStatus, signStatus, signers, savedAs).
+void AddMessage(nlohmann::json& report, const MessageReport& message);
+
+/// Adds bars: the add-in's bars of a window with name and buttons (caption, tooltip, pressed,
+/// enabled).
+void AddBars(nlohmann::json& report, const Bars& bars);
+
+/// Adds boxes: every form and message box shown (name, caption, text, answer).
+void AddBoxes(nlohmann::json& report, std::span<const ShownBox> boxes);
+
+/// The object as one line of printable ASCII. Invalid UTF-8 is replaced.
+std::string JsonLine(const nlohmann::json& report);
+
+}  // namespace corvessa::desk
