@@ -5,6 +5,7 @@ packages_run=(librnp0 libgmime-3.0-0 libcurl4 libedit2)
 packages_demo=(python3)
 packages_build=(g++ cmake ninja-build pkg-config librnp-dev libgmime-3.0-dev libcurl4-openssl-dev
   libcli11-dev nlohmann-json3-dev libedit-dev libgtest-dev libgmock-dev libbenchmark-dev)
+packages_lint=(clang-format clang-tidy)
 packages_test=(gnupg gpg-agent sks python3 python3-pexpect procps)
 
 install_missing() {
