@@ -1,11 +1,10 @@
-#include "desk/profile/registry_tree.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 
 #include "base/error.h"
+#include "desk/profile/registry_tree.h"
 
 namespace {
 

@@ -77,6 +77,21 @@ class Files(DeskCase):
         self.assertIn("\na]0;titleb[2Jcgpj\n", self.bob("open", self.write("m.eml", mail.as_bytes())).out)
 
 
+    def test_a_fifo_in_place_of_a_profile_file_fails_at_once(self):
+        self.assertDone(self.alice("set", "ADKEnabled", "1"))
+        draft = self.draft(files={})
+        for name, code in (("registry.reg", 3), ("lock", 3), ("adk.txt", 1), ("keys/public.ring", 1),
+                           ("keys/secret.ring", 1)):
+            with self.subTest(name):
+                profile = self.folder / name.replace("/", "-")
+                shutil.copytree(self.folder / "alice", profile)
+                (profile / name).unlink(missing_ok=True)
+                os.mkfifo(profile / name)
+                done = self.at(profile, "--passphrase", f"{ALICE}={self.passphrase_file}", "send", draft,
+                               timeout=20)
+                self.assertEqual((done.code, done.out), (code, ""), done.err)
+
+
 class Disk(DeskCase):
     def full_disk(self):
         """A folder on a disk of a few pages; None if it cannot be mounted."""

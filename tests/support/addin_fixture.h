@@ -9,10 +9,10 @@
 
 #include "addin/connect.h"
 #include "desk/outlook/outlook_model.h"
-#include "desk/profile/system_services.h"
 #include "desk/profile/pictures.h"
 #include "desk/profile/profile_files.h"
 #include "desk/profile/registry_file.h"
+#include "desk/profile/system_services.h"
 #include "engine/engine.h"
 #include "support/faulty_outlook.h"
 #include "support/scripted_engine.h"

@@ -10,8 +10,8 @@
 
 namespace {
 
-/// Occupies the standard streams that the caller closed. Otherwise a file opened later could get such
-/// a number and receive what is printed. Reading from these streams and writing to them fails.
+/// Occupies the standard streams that the caller closed. Otherwise a file opened later could get
+/// such a number and receive what is printed. Reading from these streams and writing to them fails.
 void FillClosedStreams() {
   while (true) {
     const int stream = open("/dev/null", O_RDONLY);
