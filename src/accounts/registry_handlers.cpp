@@ -29,29 +29,7 @@ constexpr std::string_view kSeenMajor = "SeenUpdateMsgMaj";
 constexpr std::string_view kSeenMinor = "SeenUpdateMsgMin";
 constexpr std::string_view kSeenRevision = "SeenUpdateMsgRev";
 
-struct FlagValue {
-  std::string_view name;
-  bool* flag;
-};
-
-// In the order in which they are read and written.
-constexpr FlagValue kPreferences[] = {
-    {"DisableKVPEntirely", &g_bDisableKVPEntirely},
-    {"DisableAutoDecryptAndVerify", &g_bDisableAutoDecryptAndVerify},
-    {"DisableOutgoingEncryption", &g_bDisableOutgoingEncryption},
-    {"DisableOutgoingSigning", &g_bDisableOutgoingSigning},
-    {"LogDebuggingInfo", &g_bLogDebuggingInfo},
-};
 constexpr std::string_view kPassphraseMemory = "PassphraseMemory";
-
-constexpr FlagValue kEditionSwitches[] = {
-    {"DisableInternetMode", &g_bDisableInternetMode},
-    {"DisableCorporateOrWorkgroupMode", &g_bDisableCorporateOrWorkgroupMode},
-    {"DisableAutoDecryptAttachments", &g_bDisableAutoDecryptAttachments},
-    {"DisableKeyGen", &g_bDisableKeyGen},
-    {"NoToolbarButtonText", &g_bNoToolbarButtonText},
-    {"ADKEnabled", &g_bADKEnabled},
-};
 
 RegistryKey& CurrentUser() {
   return platform::Host().registry.CurrentUser();
@@ -60,22 +38,35 @@ RegistryKey& LocalMachine() {
   return platform::Host().registry.LocalMachine();
 }
 
+/// A missing key leaves its switches off.
+void LoadSwitches(std::string_view path, const RegistryKeyPtr& key) {
+  for (const StoredSetting& setting : StoredSettings()) {
+    if (setting.loaded && setting.key == path) {
+      *setting.loaded = key && ReadFlag(*key, setting.name);
+    }
+  }
+}
+
 void ReadPreferences() {
   const RegistryKeyPtr key = OpenOrCreate(CurrentUser(), kGlobalKey);
-  for (const FlagValue& value : kPreferences) *value.flag = key && ReadFlag(*key, value.name);
+  LoadSwitches(kGlobalKey, key);
   g_lPassphraseMemory = key ? key->ReadNumber(kPassphraseMemory) : 0;
 }
 
 void WritePreferences() {
   const RegistryKeyPtr key = OpenOrCreate(CurrentUser(), kGlobalKey);
   if (!key) return;
-  for (const FlagValue& value : kPreferences) WriteFlag(*key, value.name, *value.flag);
+  for (const StoredSetting& setting : StoredSettings()) {
+    if (setting.loaded && setting.key == kGlobalKey) {
+      WriteFlag(*key, setting.name, *setting.loaded);
+    }
+  }
   key->WriteNumber(kPassphraseMemory, g_lPassphraseMemory);
 }
 
 void ReadEditionSwitches() {
   const RegistryKeyPtr key = OpenOrCreate(LocalMachine(), kVersionKey);
-  for (const FlagValue& value : kEditionSwitches) *value.flag = key && ReadFlag(*key, value.name);
+  LoadSwitches(kVersionKey, key);
 }
 
 /// Disables the add-in in memory and tells the user why.

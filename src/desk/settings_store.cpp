@@ -13,79 +13,32 @@
 namespace corvessa::desk {
 namespace {
 
-enum class Kind { kSwitch, kNumber, kMinutes, kText };
-enum class Root { kUser, kMachine };
-
-struct Place {
-  Root root;
-  std::string_view path;
-};
-
-constexpr Place kGlobal = {Root::kUser, kGlobalKey};
-constexpr Place kVersion = {Root::kMachine, kVersionKey};
-constexpr Place kOutlookSetup = {Root::kUser, kOutlookSetupKey};
-
 /// With its terminating byte it fills the add-in's buffer.
 constexpr std::size_t kLongestText = kStringBufferBytes - 1;
 
-struct Value {
-  std::string_view name;
-  Place place;
-  Kind kind;
-};
-
-std::vector<Value> AllValues() {
-  std::vector<Value> values = {
-      {"DisableKVPEntirely", kGlobal, Kind::kSwitch},
-      {"DisableAutoDecryptAndVerify", kGlobal, Kind::kSwitch},
-      {"DisableOutgoingEncryption", kGlobal, Kind::kSwitch},
-      {"DisableOutgoingSigning", kGlobal, Kind::kSwitch},
-      {"LogDebuggingInfo", kGlobal, Kind::kSwitch},
-      {"PassphraseMemory", kGlobal, Kind::kMinutes},
-      {"SeenUpdateMsgMaj", kGlobal, Kind::kNumber},
-      {"SeenUpdateMsgMin", kGlobal, Kind::kNumber},
-      {"SeenUpdateMsgRev", kGlobal, Kind::kNumber},
-      {"DisableInternetMode", kVersion, Kind::kSwitch},
-      {"DisableCorporateOrWorkgroupMode", kVersion, Kind::kSwitch},
-      {"DisableAutoDecryptAttachments", kVersion, Kind::kSwitch},
-      {"DisableKeyGen", kVersion, Kind::kSwitch},
-      {"NoToolbarButtonText", kVersion, Kind::kSwitch},
-      {"ADKEnabled", kVersion, Kind::kSwitch},
-  };
-  for (const std::string_view text : kEditionTexts) values.push_back({text, kVersion, Kind::kText});
-  values.push_back({"MailSupport", kOutlookSetup, Kind::kNumber});
-  return values;
-}
-
-/// In the order in which they are listed.
-const std::vector<Value>& Values() {
-  static const std::vector<Value> values = AllValues();
-  return values;
-}
-
-const Value& FindValue(std::string_view name) {
+const StoredSetting& FindSetting(std::string_view name) {
   const std::string lower = LCase(name);
   const auto found = std::ranges::find_if(
-      Values(), [&](const Value& value) { return LCase(value.name) == lower; });
-  if (found == Values().end()) {
+      StoredSettings(), [&](const StoredSetting& setting) { return LCase(setting.name) == lower; });
+  if (found == StoredSettings().end()) {
     throw CommandError{Outcome::kWrongUse,
                        "unknown setting \"" + ForDisplay(name) + "\"; \"get\" lists all settings"};
   }
   return *found;
 }
 
-platform::RegistryKey& RootOf(RegistryFile& registry, Root root) {
-  return root == Root::kUser ? registry.CurrentUser() : registry.LocalMachine();
+platform::RegistryKey& FindRoot(RegistryFile& registry, SettingRoot root) {
+  return root == SettingRoot::kCurrentUser ? registry.CurrentUser() : registry.LocalMachine();
 }
 
 /// Null if the key is missing.
-platform::RegistryKeyPtr TryOpen(RegistryFile& registry, const Place& place) {
+platform::RegistryKeyPtr TryOpen(platform::RegistryKey& root, std::string_view path) {
   platform::RegistryKeyPtr key;
-  RootOf(registry, place.root).Open(place.path, key);
+  root.Open(path, key);
   return key;
 }
 
-platform::RegistryKeyPtr OpenOrCreate(platform::RegistryKey& parent, std::string_view path) {
+platform::RegistryKeyPtr CreateKey(platform::RegistryKey& parent, std::string_view path) {
   platform::RegistryKeyPtr key;
   if (parent.Create(path, key) != platform::kRegistrySuccess) {
     throw CommandError{Outcome::kEnvironment, "cannot create the registry key " + ForDisplay(path)};
@@ -120,37 +73,38 @@ std::optional<std::int32_t> ParseNumber(std::string_view text, std::int32_t leas
   return number;
 }
 
-std::optional<std::int32_t> ParseValue(const Value& value, std::string_view text) {
-  if (value.kind == Kind::kSwitch) return ParseSwitch(text);
-  return ParseNumber(text, value.kind == Kind::kMinutes ? kForgetAfterEachUse
-                                                        : std::numeric_limits<std::int32_t>::min());
+std::optional<std::int32_t> ParseValue(const StoredSetting& setting, std::string_view text) {
+  if (setting.kind == SettingKind::kSwitch) return ParseSwitch(text);
+  return ParseNumber(text, setting.kind == SettingKind::kMinutes
+                               ? kForgetAfterEachUse
+                               : std::numeric_limits<std::int32_t>::min());
 }
 
-std::string_view AcceptedValues(Kind kind) {
+std::string_view AcceptedValues(SettingKind kind) {
   switch (kind) {
-    case Kind::kSwitch:
+    case SettingKind::kSwitch:
       return "1 or 0";
-    case Kind::kMinutes:
+    case SettingKind::kMinutes:
       return "a number of minutes, 0 for the whole session or -1 for \"forget after each use\"";
     default:
       return "a 32-bit integer";
   }
 }
 
-void CheckText(const Value& value, std::string_view text) {
+void CheckText(const StoredSetting& setting, std::string_view text) {
   if (text.size() > kLongestText) {
-    throw CommandError{Outcome::kWrongUse, std::string(value.name) + " takes at most " +
+    throw CommandError{Outcome::kWrongUse, std::string(setting.name) + " takes at most " +
                                                Decimal(static_cast<std::int64_t>(kLongestText)) +
                                                " bytes; a longer text reads as empty"};
   }
   if (ForDisplay(text) != text) {
     throw CommandError{Outcome::kWrongUse,
-                       std::string(value.name) + " takes one line of printable characters"};
+                       std::string(setting.name) + " takes one line of printable characters"};
   }
   // It is part of every armoured message, which must travel unchanged.
-  if (value.name.ends_with("Header") && !IsAscii(text)) {
+  if (setting.name.ends_with("Header") && !IsAscii(text)) {
     throw CommandError{Outcome::kWrongUse,
-                       std::string(value.name) + " takes ASCII characters only"};
+                       std::string(setting.name) + " takes ASCII characters only"};
   }
 }
 
@@ -158,43 +112,42 @@ void CheckText(const Value& value, std::string_view text) {
 
 std::vector<std::string_view> SettingsStore::Names() {
   std::vector<std::string_view> names;
-  for (const Value& value : Values()) names.push_back(value.name);
+  for (const StoredSetting& setting : StoredSettings()) names.push_back(setting.name);
   return names;
 }
 
 std::string SettingsStore::Get(std::string_view name) const {
-  const Value& value = FindValue(name);
-  const auto key = TryOpen(registry_, value.place);
-  if (value.kind == Kind::kText) {
-    return key ? key->ReadString(value.name, kStringBufferBytes) : std::string();
+  const StoredSetting& setting = FindSetting(name);
+  const auto key = TryOpen(FindRoot(registry_, setting.root), setting.key);
+  if (setting.kind == SettingKind::kText) {
+    return key ? key->ReadString(setting.name, kStringBufferBytes) : std::string();
   }
-  const std::int32_t number = key ? key->ReadNumber(value.name) : 0;
-  if (value.kind == Kind::kSwitch) return number != 0 ? "1" : "0";
+  const std::int32_t number = key ? key->ReadNumber(setting.name) : 0;
+  if (setting.kind == SettingKind::kSwitch) return number != 0 ? "1" : "0";
   return Decimal(number);
 }
 
 void SettingsStore::Set(std::string_view name, std::string_view text) {
-  const Value& value = FindValue(name);
-  if (value.kind == Kind::kText) {
-    CheckText(value, text);
+  const StoredSetting& setting = FindSetting(name);
+  if (setting.kind == SettingKind::kText) {
+    CheckText(setting, text);
     const std::string root =
-        value.place.root == Root::kUser ? "HKEY_CURRENT_USER\\" : "HKEY_LOCAL_MACHINE\\";
-    registry_.WriteString(root + std::string(value.place.path), value.name, text);
+        setting.root == SettingRoot::kCurrentUser ? "HKEY_CURRENT_USER\\" : "HKEY_LOCAL_MACHINE\\";
+    registry_.WriteString(root + std::string(setting.key), setting.name, text);
   } else {
-    const auto number = ParseValue(value, text);
+    const auto number = ParseValue(setting, text);
     if (!number) {
-      throw CommandError{Outcome::kWrongUse, std::string(value.name) + " takes " +
-                                                 std::string(AcceptedValues(value.kind))};
+      throw CommandError{Outcome::kWrongUse, std::string(setting.name) + " takes " +
+                                                 std::string(AcceptedValues(setting.kind))};
     }
-    WriteNumber(*OpenOrCreate(RootOf(registry_, value.place.root), value.place.path), value.name,
-                *number);
+    WriteNumber(*CreateKey(FindRoot(registry_, setting.root), setting.key), setting.name, *number);
   }
   registry_.Save();
 }
 
 std::vector<AccountEntry> SettingsStore::Accounts() const {
   std::vector<AccountEntry> entries;
-  const auto accounts = TryOpen(registry_, {Root::kUser, kAccountsKey});
+  const auto accounts = TryOpen(registry_.CurrentUser(), kAccountsKey);
   std::string name;
   for (std::uint32_t i = 0;
        accounts && accounts->EnumerateKey(i, name) == platform::kRegistrySuccess; ++i) {
@@ -236,10 +189,10 @@ bool SettingsStore::AddAccount(std::string_view address, bool signs) {
   const bool had_signer =
       std::ranges::any_of(before, [](const auto& entry) { return entry.signs; });
   {
-    const auto accounts = OpenOrCreate(registry_.CurrentUser(), kAccountsKey);
-    WriteNumber(*OpenOrCreate(*accounts, added), kSignValue, signs ? -1 : 0);
+    const auto accounts = CreateKey(registry_.CurrentUser(), kAccountsKey);
+    WriteNumber(*CreateKey(*accounts, added), kSignValue, signs ? -1 : 0);
     for (const AccountEntry& entry : before) {
-      if (signs && entry.signs) WriteNumber(*OpenOrCreate(*accounts, entry.address), kSignValue, 0);
+      if (signs && entry.signs) WriteNumber(*CreateKey(*accounts, entry.address), kSignValue, 0);
     }
   }
   if (signs && !had_signer) Set("DisableOutgoingSigning", "0");
@@ -254,7 +207,7 @@ bool SettingsStore::RemoveAccount(std::string_view address) {
       std::ranges::find_if(before, [&](const auto& entry) { return entry.address == removed; });
   if (known == before.end()) return false;
   {
-    const auto accounts = OpenOrCreate(registry_.CurrentUser(), kAccountsKey);
+    const auto accounts = CreateKey(registry_.CurrentUser(), kAccountsKey);
     if (accounts->DeleteKey(removed) != platform::kRegistrySuccess) {
       throw CommandError{Outcome::kEnvironment,
                          "cannot delete " + ForDisplay(removed) + " from the registry"};

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 #include "platform/registry.h"
@@ -19,25 +20,22 @@ inline constexpr std::string_view kOutlookSetupKey =
 inline constexpr std::string_view kVersionKey =
     "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Version";
 
-/// The texts of an edition, in its key.
-inline constexpr std::string_view kEditionTexts[] = {
-    "AppShortName",
-    "AppLongName",
-    "EnginePGPMessageHeader",
-    "EnginePGPSignatureHeader",
-    "EngineCustomerID",
-    "EngineLookupServer",
-    "EngineUpdateServer",
-    "URLMain",
-    "URLHelp",
-    "URLHelpAddInstructions",
-    "URLTools",
-    "URLKeyGen",
-    "URLPassphrase",
-    "URLIMAPInfo",
-    "URLIMAPCheck",
-    "URLUpdate",
+enum class SettingKind { kSwitch, kNumber, kMinutes, kText };
+enum class SettingRoot { kCurrentUser, kLocalMachine };
+
+/// A value of the registry that the add-in reads.
+struct StoredSetting {
+  std::string_view name;
+  SettingRoot root;
+  std::string_view key;
+  SettingKind kind;
+  /// The switch in memory that it is loaded into; null if it is read where it is used.
+  bool* loaded = nullptr;
 };
+
+/// All of them but the accounts: the user's preferences, the edition's switches and texts, and the
+/// mail mode that Outlook was set up for. The switches are loaded and saved in this order.
+std::span<const StoredSetting> StoredSettings();
 
 /// A longer string value reads as empty: older installers rely on values of at most 254 bytes.
 inline constexpr std::size_t kStringBufferBytes = 255;

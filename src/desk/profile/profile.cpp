@@ -78,8 +78,9 @@ void WriteBrandValues(RegistryFile& registry) {
   platform::RegistryKeyPtr open_meanwhile;
   registry.LocalMachine().Open("", open_meanwhile);
   const std::string edition = "HKEY_LOCAL_MACHINE\\" + std::string(kVersionKey);
-  for (const std::string_view name : kEditionTexts) {
-    if (!registry.FindValue(edition, name)) registry.WriteString(edition, name, BrandText(name));
+  for (const StoredSetting& setting : StoredSettings()) {
+    if (setting.kind != SettingKind::kText || registry.FindValue(edition, setting.name)) continue;
+    registry.WriteString(edition, setting.name, BrandText(setting.name));
   }
 }
 
