@@ -5,6 +5,7 @@
 #include "base/debug_info.h"
 #include "base/guard.h"
 #include "base/text.h"
+#include "forms/message_box.h"
 #include "platform/host.h"
 #include "platform/shell.h"
 #include "settings/edition.h"
@@ -46,6 +47,25 @@ void TraceCustomizeError(const Form& form, std::string_view control, const Error
   Debug_Info::TraceLog("Customize: Error customizing form \"" + form.Name() + "\", control \"" +
                        std::string(control) + "\", " + Decimal(error.number) + " " +
                        error.description);
+}
+
+/// Whether a colon ends a scheme and does not begin a port.
+bool HasScheme(std::string_view url) {
+  const std::size_t colon = url.find_first_of(":/?#");
+  if (colon == std::string_view::npos || url[colon] != ':') return false;
+  return colon + 1 == url.size() || url[colon + 1] < '0' || url[colon + 1] > '9';
+}
+
+/// Adds the scheme that browsers assume; a text that cannot begin with a host stays as it is.
+std::string WithScheme(std::string_view url) {
+  const bool begins_with_host =
+      !url.empty() && std::string_view("/\\?#:. -").find(url.front()) == std::string_view::npos;
+  return (begins_with_host && !HasScheme(url) ? "http://" : "") + std::string(url);
+}
+
+std::string DescribeRefusal(std::string_view url) {
+  if (url.empty() || url.starts_with('?')) return "No address is configured for this page.";
+  return "Cannot open \"" + ForDisplay(url) + "\": not an http or https address.";
 }
 
 void OpenAliasPage(std::string_view value_name, std::string_view alias) {
@@ -112,10 +132,13 @@ void OpenToolsPage() {
 
 void OpenURL(std::string_view url) {
   Guarded("Customization:OpenURL - ", [&] {
-    if (!IsWebAddress(url) || HoldsControlCharacter(url)) {
-      Raise(kInvalidArgument, "Not a web address: " + ForDisplay(url));
+    const std::string page = WithScheme(url);
+    if (!IsWebAddress(page) || HoldsControlCharacter(page)) {
+      const std::string problem = DescribeRefusal(url);
+      TellError(problem);
+      Raise(kInvalidArgument, problem);
     }
-    platform::Host().shell.OpenPage(url);
+    platform::Host().shell.OpenPage(page);
   });
 }
 

@@ -33,8 +33,8 @@ void OpenMainPage();
 void OpenHelpPage();
 void OpenHelpAddInstructionsPage();
 void OpenToolsPage();
-/// Opens an http or https address without control characters; anything else is traced and not
-/// opened.
+/// Opens an http or https address, or one without a scheme as http. Anything else, and an address
+/// with control characters, is not opened; a box says so.
 void OpenURL(std::string_view url);
 
 /// The address with "?" or "&", "alias=" and the alias behind it.

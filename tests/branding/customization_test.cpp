@@ -1,6 +1,7 @@
 #include "branding/customization.h"
 
 #include "base/debug_info.h"
+#include "base/text.h"
 #include "platform/host.h"
 #include "support/addin_fixture.h"
 #include "ui/controls.h"
@@ -75,13 +76,22 @@ TEST_F(Brand, PagesGetTheAliasAsItStandsAndOnlyWebAddressesOpen) {
 
   g_bLogDebuggingInfo = true;
   AllowError("Customization:OpenURL - ");
-  for (const char* refused :
-       {"", "ftp://x.org", "file:///etc/passwd", "javascript:alert(1)", "http://x.org/\r\n"}) {
+  for (const std::string refused : {"ftp://x.org", "file:///etc/passwd", "javascript:alert(1)",
+                                    "/etc/passwd", "\\\\server\\share", "http://x.org/\r\n"}) {
+    ui.ExpectErrorBox("Cannot open \"" + ForDisplay(refused) + "\": not an http or https address.");
     OpenURL(refused);
   }
+  for (int i = 0; i < 2; ++i) ui.ExpectErrorBox("No address is configured for this page.");
   OpenHelpPage();
+  OpenIMAPInfoPage("ann@x.org");
   EXPECT_EQ(shell.pages.size(), 2U);
-  EXPECT_EQ(Trace().size(), 6U);
+  EXPECT_EQ(Trace().size(), 8U);
+
+  shell.pages.clear();
+  for (const char* page : {"www.x.org/a:b", "localhost:8080", "x.org?u=http://y.org"})
+    OpenURL(page);
+  EXPECT_EQ(shell.pages, (Lines{"http://www.x.org/a:b", "http://localhost:8080",
+                                "http://x.org?u=http://y.org"}));
 }
 
 }  // namespace
