@@ -4,8 +4,8 @@
 
 #include "base/text.h"
 #include "branding/customization.h"
+#include "branding/message_box.h"
 #include "forms/frm_modal_show_in_taskbar.h"
-#include "forms/message_box.h"
 
 namespace corvessa {
 namespace {

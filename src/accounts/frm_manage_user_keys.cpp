@@ -15,10 +15,10 @@
 #include "base/guard.h"
 #include "base/text.h"
 #include "branding/customization.h"
+#include "branding/message_box.h"
 #include "crypto/services.h"
 #include "forms/frm_about.h"
 #include "forms/frm_modal_show_in_taskbar.h"
-#include "forms/message_box.h"
 #include "settings/edition.h"
 #include "settings/settings.h"
 

@@ -4,7 +4,7 @@
 #include "base/guard.h"
 #include "base/text.h"
 #include "branding/customization.h"
-#include "forms/message_box.h"
+#include "branding/message_box.h"
 #include "platform/host.h"
 #include "platform/inet.h"
 #include "settings/edition.h"

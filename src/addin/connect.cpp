@@ -5,7 +5,7 @@
 #include "addin/process_state.h"
 #include "addin/trace_log.h"
 #include "base/guard.h"
-#include "forms/message_box.h"
+#include "branding/message_box.h"
 #include "settings/edition.h"
 
 namespace corvessa {

@@ -5,7 +5,7 @@
 #include "base/debug_info.h"
 #include "base/guard.h"
 #include "base/text.h"
-#include "forms/message_box.h"
+#include "branding/message_box.h"
 #include "platform/host.h"
 #include "platform/shell.h"
 #include "settings/edition.h"

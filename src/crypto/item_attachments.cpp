@@ -5,6 +5,7 @@
 #include "base/guard.h"
 #include "base/paths.h"
 #include "base/text.h"
+#include "branding/message_box.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/each_attachment.h"
 #include "crypto/signature_content.h"
@@ -12,7 +13,6 @@
 #include "crypto/stored_files.h"
 #include "crypto/stored_name.h"
 #include "forms/frm_progress.h"
-#include "forms/message_box.h"
 #include "platform/files.h"
 #include "platform/host.h"
 

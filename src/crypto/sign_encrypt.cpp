@@ -2,11 +2,11 @@
 
 #include "base/guard.h"
 #include "base/paths.h"
+#include "branding/message_box.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/stored_files.h"
 #include "crypto/temp_files.h"
 #include "forms/dialog_results.h"
-#include "forms/message_box.h"
 #include "message/encryption_failure.h"
 #include "message/header_fields.h"
 #include "message/message_body.h"

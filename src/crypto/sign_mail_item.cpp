@@ -3,11 +3,11 @@
 #include "base/debug_info.h"
 #include "base/guard.h"
 #include "base/text.h"
+#include "branding/message_box.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/engine_error_text.h"
 #include "crypto/passphrase_trial.h"
 #include "crypto/text_wrapping.h"
-#include "forms/message_box.h"
 #include "message/header_fields.h"
 
 namespace corvessa {

@@ -1,4 +1,4 @@
-#include "forms/message_box.h"
+#include "branding/message_box.h"
 
 #include "base/guard.h"
 #include "platform/host.h"
