@@ -73,7 +73,7 @@ void ReadSigned(std::string_view text) {
     const auto parts = ReadClearSigned(text);
     Require(text.find(parts.signature) != std::string_view::npos);
     Require(parts.content.size() <= 2 * text.size());
-  } catch (const Failure& failure) {
+  } catch (const EngineFailure& failure) {
     Require(failure.status == kBadContent || failure.status == kBadFormat);
   }
 }

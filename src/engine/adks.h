@@ -11,7 +11,7 @@ namespace corvessa::engine {
 /// its domain) or for a domain, without repetitions, in file order. None when there is no file.
 ///
 /// A line is "address or domain: address, address…"; empty lines and those starting with # count as
-/// nothing. Failure (-9) for any other line: an address left out would go unnoticed.
+/// nothing. EngineFailure (-9) for any other line: an address left out would go unnoticed.
 std::vector<std::string> FindAdks(const std::filesystem::path& file, std::string_view who);
 
 }  // namespace corvessa::engine

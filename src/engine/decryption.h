@@ -25,7 +25,7 @@ struct PlainOutput {
 };
 
 /// Decrypts with the unlocked keys, of one address only unless it is empty. What it wrote counts
-/// only when it returns. Failure -13: no unlocked key fits; -3: the message is damaged, not
+/// only when it returns. EngineFailure -13: no unlocked key fits; -3: the message is damaged, not
 /// encrypted, without integrity protection or made to take minutes of trying keys.
 void Decrypt(KeyStore& keys, std::string_view address, const EncryptedMessage& message,
              const PlainOutput& output);

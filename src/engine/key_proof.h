@@ -13,7 +13,7 @@ namespace corvessa::engine {
 
 /// Has the secret packets of the pieces, all of one key, show that they are real: the passphrase
 /// opens each of them (none is asked for when none is protected), and what they sign or decrypt
-/// fits the public key. Failure otherwise, with nothing changed.
+/// fits the public key. EngineFailure otherwise, with nothing changed.
 void RequireProof(const KeyFacts& key, const std::vector<std::string>& pieces,
                   const AskPassphrase& ask);
 

@@ -10,6 +10,7 @@
 namespace corvessa::engine {
 namespace {
 
+constexpr const char* kDamaged = ".damaged";
 constexpr std::size_t kMaxIndexSize = std::size_t{256} << 20;
 
 bool IsStillAt(const std::filesystem::path& path, const system::FileStamp& stamp) {
@@ -25,11 +26,19 @@ std::filesystem::path BehindLinks(const std::filesystem::path& path) {
   return std::filesystem::is_symlink(path) ? std::filesystem::canonical(path) : path;
 }
 
+LocalFile OpenRing(const std::filesystem::path& path) {
+  try {
+    return LocalFile::OpenIfThere(path);
+  } catch (const EngineFailure& failure) {
+    Fail(kKeyStoreTrouble, failure.message);
+  }
+}
+
 /// "" when there is none that can be read: then it is made again.
 std::string ReadIndex(const std::filesystem::path& path) {
   try {
     return ReadWholeFile(path, kMaxIndexSize);
-  } catch (const Failure&) {
+  } catch (const EngineFailure&) {
     return {};
   }
 }
@@ -84,7 +93,7 @@ void KeyRings::OrForget(Work work) {
 bool KeyRings::Reopen(bool secret) {
   Ring& ring = RingOf(secret);
   if (IsStillAt(RingPath(secret), ring.stamp)) return false;
-  auto file = LocalFile::OpenIfThere(RingPath(secret));
+  auto file = OpenRing(RingPath(secret));
   ring.stamp = file.IsOpen() ? file.Stamp() : system::FileStamp();
   ring.file = std::move(file);
   return true;
@@ -101,6 +110,40 @@ bool KeyRings::Refresh() {
   return changed;
 }
 
+/// The engine itself never leaves an empty ring, nor a secret ring without a public one, save when
+/// it is killed between the two.
+bool KeyRings::IsLost(bool secret) const {
+  const Ring& ring = RingOf(secret);
+  if (ring.file.IsOpen()) return ring.stamp.size == 0;
+  if (!secret && secret_.file.IsOpen()) return true;
+  const auto index = KeyIndex::Parse(ReadIndex(IndexPath()));
+  return index && (secret ? index->SecretRing() : index->PublicRing()).size > 0;
+}
+
+std::filesystem::path KeyRings::DamagedCopy(bool secret) const {
+  const std::string prefix = system::PathText(RingPath(secret).filename()) + kDamaged;
+  std::error_code ignored;
+  for (const auto& file : std::filesystem::directory_iterator(folder_, ignored)) {
+    if (system::PathText(file.path().filename()).starts_with(prefix)) return file.path();
+  }
+  return {};
+}
+
+std::string KeyRings::Trouble() const {
+  for (const bool secret : {false, true}) {
+    const std::string ring = system::PathText(RingPath(secret));
+    if (IsLost(secret)) {
+      return "The key ring " + ring + " is " + (RingOf(secret).file.IsOpen() ? "empty" : "missing") +
+             "; keys may be missing. Restore it from a backup or import the keys again.";
+    }
+    if (const auto copy = DamagedCopy(secret); !copy.empty()) {
+      return "The key ring " + ring + " was damaged; keys may be missing. The damaged ring is kept as " +
+             system::PathText(copy) + ". Restore the keys, then delete that file.";
+    }
+  }
+  return {};
+}
+
 bool KeyRings::LoadIndex() {
   auto index = KeyIndex::Parse(ReadIndex(IndexPath()));
   if (!index || index->PublicRing() != public_.stamp || index->SecretRing() != secret_.stamp) {
@@ -111,8 +154,10 @@ bool KeyRings::LoadIndex() {
 }
 
 void KeyRings::RebuildIndex() {
+  const bool is_lost = IsLost(false) || IsLost(true);
   SetIndex(IndexRing(false), IndexRing(true));
-  WriteIndex();
+  // An index that names a ring is the proof that there was one.
+  if (!is_lost) WriteIndex();
 }
 
 void KeyRings::SetIndex(const std::string& public_lines, const std::string& secret_lines) {
@@ -144,7 +189,7 @@ std::string KeyRings::IndexRing(bool secret) const {
 
 void KeyRings::Rescue(bool secret, const std::string& data) const {
   auto path = RingPath(secret);
-  const auto name = path.filename().string() + ".damaged";
+  const auto name = path.filename().string() + kDamaged;
   path.replace_filename(name);
   for (int number = 2; std::filesystem::exists(path); ++number) {
     if (ReadWholeFile(path, std::string().max_size()) == data) return;
@@ -222,7 +267,7 @@ void KeyRings::WriteIndex() {
     FileSink file(IndexPath());
     file.Write(index_.Format());
     file.Commit();
-  } catch (const Failure&) {  // keys that are stored are stored, also on a disk that is full now
+  } catch (const EngineFailure&) {  // keys that are stored are stored, also on a disk that is full now
   }
 }
 

@@ -21,9 +21,13 @@ class KeyRings {
  public:
   explicit KeyRings(std::filesystem::path folder);
 
-  /// Looks whether another process changed the rings; true when there is something new. Failure
+  /// Looks whether another process changed the rings; true when there is something new. EngineFailure
   /// when they are there but cannot be read: then no key is known and the next call tries again.
   bool Refresh();
+
+  /// Why keys may be missing, in one line for the user: a ring was damaged, emptied or removed.
+  /// Empty when the rings are whole. While they are not, that a key is not in them proves nothing.
+  std::string Trouble() const;
 
   const std::vector<RingEntry>& Entries() const { return index_.Entries(); }
   /// The entries whose key carries the address (in lower case), in ring order.
@@ -32,7 +36,7 @@ class KeyRings {
   /// The entries that hold the key ID (16 capital hexadecimal digits), be it a subkey's.
   std::vector<const RingEntry*> FindByKeyId(std::string_view key_id) const;
 
-  /// The key's bytes. Failure (-7) when the ring does not hold them any more.
+  /// The key's bytes. EngineFailure (-7) when the ring does not hold them any more.
   std::string Read(const RingEntry& entry) const;
 
   /// A key as it is to stand in a ring.
@@ -50,7 +54,7 @@ class KeyRings {
     system::FileLock lock_;
   };
   /// Adds the keys, each in place of an entry with its fingerprint in its ring if there is one.
-  /// Failure when they cannot be read or written; no ring is then without a key that it held.
+  /// EngineFailure when they cannot be read or written; no ring is then without a key that it held.
   void Store(const Lock& lock, const std::vector<NewKey>& keys);
   const std::filesystem::path& Folder() const { return folder_; }
 
@@ -68,6 +72,8 @@ class KeyRings {
   template <typename Work>
   void OrForget(Work work);
   bool Reopen(bool secret);
+  bool IsLost(bool secret) const;
+  std::filesystem::path DamagedCopy(bool secret) const;
   bool LoadIndex();
   void RebuildIndex();
   std::string IndexRing(bool secret) const;

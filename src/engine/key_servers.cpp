@@ -66,7 +66,7 @@ bool ReadKeyServerAnswer(std::string_view answer, std::size_t& packets,
     std::string ring;
     try {
       ring = Dearmour(block->block);
-    } catch (const Failure&) {
+    } catch (const EngineFailure&) {
       return false;
     }
     bool damaged = false;

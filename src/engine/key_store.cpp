@@ -69,6 +69,13 @@ void KeyStore::ForgetLoaded() {
   apart_.clear();
 }
 
+void KeyStore::FailMissing(std::string message) const {
+  if (auto trouble = rings_.Trouble(); !trouble.empty()) {
+    Fail(kKeyStoreTrouble, std::move(trouble));
+  }
+  Fail(kNoKey, std::move(message));
+}
+
 bool KeyStore::IsOwn(const std::string& fingerprint) const {
   return std::ranges::any_of(rings_.Entries(), [&](const RingEntry& entry) {
     return entry.secret && entry.fingerprint == fingerprint;
@@ -194,8 +201,8 @@ void KeyStore::Unlock(std::string_view address, const SecretString& passphrase) 
     unlocked_.push_back(fingerprint);
     fits = true;
   }
-  if (!has_secret) Fail(kNoKey, "There is no secret key for " + std::string(address) + ".");
-  if (!fits) Fail(kWrongPassphrase, "The passphrase for " + std::string(address) + " is wrong.");
+  if (!has_secret) FailMissing("No secret key for " + std::string(address) + ".");
+  if (!fits) Fail(kWrongPassphrase, "Wrong passphrase for " + std::string(address) + ".");
 }
 
 void KeyStore::LockAll() {

@@ -43,6 +43,7 @@ EngineStatus LibrnpEngine::Report(const Verdict& verdict, platform::IEngineStrin
                                   platform::IEngineStringVector& unknown_signers) {
   Fill(signers, verdict.signers);
   Fill(unknown_signers, verdict.unknown_signers);
+  if (verdict.status == kNoKey) keys_.FailMissing(verdict.message);
   if (verdict.status != kGoodSignature) Fail(verdict.status, verdict.message);
   return verdict.status;
 }
@@ -50,7 +51,7 @@ EngineStatus LibrnpEngine::Report(const Verdict& verdict, platform::IEngineStrin
 std::shared_ptr<OpenPgpEngine> CreateOpenPgpEngine(EngineConfig config) {
   try {
     return std::make_shared<LibrnpEngine>(std::move(config));
-  } catch (const Failure& failure) {
+  } catch (const EngineFailure& failure) {
     Raise(kCannotCreateComponent, failure.message);
   }
 }
@@ -79,7 +80,7 @@ void LibrnpEngine::InitEngine() {
   const QuietLibrary quiet;
   try {
     keys_.LockAll();
-  } catch (const Failure& failure) {
+  } catch (const EngineFailure& failure) {
     Raise(kInvalidArgument, "The keys cannot be locked: " + failure.message);
   }
 }
@@ -93,17 +94,12 @@ void LibrnpEngine::FailToHide() {
 }
 
 EngineStatus LibrnpEngine::QueryKeyPair(std::string_view address, std::string& text) {
-  return Attempt([&] {
-    const std::string normal = NormalAddress(address);
-    auto key = keys_.FindUsable(normal, "encrypt");
-    if (!key && !LookUpAddresses({normal}).front()) {
-      Fail(kCannotTell, "No key server could be reached to ask for " + normal + ".");
-    }
-    if (!key) key = keys_.FindUsable(normal, "encrypt");
-    if (!key) Fail(kNoKey, "There is no usable key for " + normal + ".");
-    text = Text(rnp_key_get_fprint, key.get());
+  const auto status = Attempt([&] {
+    text = Text(rnp_key_get_fprint, UsableKeys({NormalAddress(address)}).front().get());
     return kDone;
   });
+  // Whatever else is the matter, it does not say that the address has no key.
+  return status == kDone || status == kNoKey ? status : kCannotTell;
 }
 
 EngineStatus LibrnpEngine::AuthenticateAccount(std::string_view address,
@@ -153,11 +149,10 @@ FindSigner LibrnpEngine::SignerFinder() {
   };
 }
 
-std::vector<Key> LibrnpEngine::RecipientKeys(const platform::IEngineStringVector& recipients) {
+std::vector<Key> LibrnpEngine::UsableKeys(const std::vector<std::string>& addresses) {
   std::vector<Key> keys;
   std::vector<std::string> missing;
-  for (std::int32_t i = 0; i < recipients.Size(); ++i) {
-    const std::string address = NormalAddress(recipients.Item(static_cast<std::int16_t>(i)));
+  for (const auto& address : addresses) {
     if (auto key = keys_.FindUsable(address, "encrypt")) {
       keys.push_back(std::move(key));
     } else {
@@ -168,11 +163,19 @@ std::vector<Key> LibrnpEngine::RecipientKeys(const platform::IEngineStringVector
   for (std::size_t i = 0; i < missing.size(); ++i) {
     keys.push_back(keys_.FindUsable(missing[i], "encrypt"));
     if (keys.back()) continue;
-    if (could_tell[i]) Fail(kNoKey, "There is no usable key for " + missing[i] + ".");
+    if (could_tell[i]) keys_.FailMissing("No usable key for " + missing[i] + ".");
     Fail(kIoTrouble, "No key server could be reached to ask for " + missing[i] + ".");
   }
-  if (keys.empty()) Fail(kNoKey, "There is nobody to encrypt for.");
+  if (keys.empty()) keys_.FailMissing("No recipients.");
   return keys;
+}
+
+std::vector<Key> LibrnpEngine::RecipientKeys(const platform::IEngineStringVector& recipients) {
+  std::vector<std::string> addresses;
+  for (std::int32_t i = 0; i < recipients.Size(); ++i) {
+    addresses.push_back(NormalAddress(recipients.Item(static_cast<std::int16_t>(i))));
+  }
+  return UsableKeys(addresses);
 }
 
 EngineStatus LibrnpEngine::EncryptText(const platform::IEngineStringVector& recipients,

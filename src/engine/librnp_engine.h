@@ -14,7 +14,7 @@
 
 namespace corvessa::engine {
 
-/// The engine over librnp. Every operation runs inside Attempt, the one place where a Failure, or
+/// The engine over librnp. Every operation runs inside Attempt, the one place where an EngineFailure, or
 /// anything else that is thrown, becomes a status and the last error.
 class LibrnpEngine final : public OpenPgpEngine {
  public:
@@ -56,10 +56,13 @@ class LibrnpEngine final : public OpenPgpEngine {
   EngineStatus ExportSecretKeys(std::string_view who, std::string& armoured) override;
   EngineStatus ListKeys(std::vector<KeyInfo>& keys) override;
   EngineStatus PublishKeys(std::string_view address) override;
+  std::string KeyTrouble() override;
 
  private:
   template <typename Operation>
   EngineStatus Attempt(Operation operation);
+  /// A usable encryption key for each address, asked of the key servers where the rings have none.
+  std::vector<Key> UsableKeys(const std::vector<std::string>& addresses);
   std::vector<Key> RecipientKeys(const platform::IEngineStringVector& recipients);
   /// Gets the addresses' keys from the key servers into the session, as far as they have any. The
   /// answers are in the addresses' order: could it be told?
@@ -67,8 +70,8 @@ class LibrnpEngine final : public OpenPgpEngine {
   FindSigner SignerFinder();
   std::shared_ptr<void> WatchDecryption(std::uint64_t size) const;
   [[noreturn]] static void FailToHide();
-  static EngineStatus Report(const Verdict& verdict, platform::IEngineStringVector& signers,
-                             platform::IEngineStringVector& unknown_signers);
+  EngineStatus Report(const Verdict& verdict, platform::IEngineStringVector& signers,
+                      platform::IEngineStringVector& unknown_signers);
 
   EngineConfig config_;
   KeyStore keys_;
@@ -85,7 +88,7 @@ EngineStatus LibrnpEngine::Attempt(Operation operation) {
   try {
     keys_.Refresh();
     return operation();
-  } catch (const Failure& failure) {
+  } catch (const EngineFailure& failure) {
     last_error_ = failure.message;
     return failure.status;
   } catch (const Error& error) {  // of the host's, for a path that it does not know

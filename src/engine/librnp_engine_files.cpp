@@ -67,7 +67,7 @@ LocalFile Dearmoured(const LocalFile& armoured, const std::filesystem::path& fol
   return reopened;
 }
 
-/// The binary signature in a signature file. Failure -9: it holds none.
+/// The binary signature in a signature file. EngineFailure -9: it holds none.
 std::string SignatureIn(std::string_view path, const std::filesystem::path& file) {
   std::string bytes = ReadWholeFile(file, kMaxSignatureFile);
   if (const auto found = FindArmour(bytes, "SIGNATURE")) bytes = Dearmour(found->block);
@@ -155,7 +155,7 @@ EngineStatus LibrnpEngine::GetAddressADKs(std::string_view address,
   return Attempt([&] {
     try {
       for (const auto& found : FindAdks(config_.adk_file, address)) addresses.Add(found);
-    } catch (const Failure& failure) {
+    } catch (const EngineFailure& failure) {
       if (config_.on_bad_adk_file) config_.on_bad_adk_file(failure.message);
       throw;
     }

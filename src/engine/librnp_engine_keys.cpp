@@ -98,7 +98,7 @@ std::string PublicKeysOf(KeyStore& keys, std::string_view who) {
   for (const auto* entry : Meant(keys.rings(), who)) {
     if (seen.insert(entry->fingerprint).second) data += keys.ReadPublic(*entry);
   }
-  if (data.empty()) Fail(kNoKey, "There is no key for " + std::string(who) + ".");
+  if (data.empty()) keys.FailMissing("No key for " + std::string(who) + ".");
   return Armour(data, "public key", {});
 }
 
@@ -107,7 +107,7 @@ std::string SecretKeysOf(KeyStore& keys, std::string_view who) {
   for (const auto* entry : Meant(keys.rings(), who)) {
     if (entry->secret) data += keys.rings().Read(*entry);
   }
-  if (data.empty()) Fail(kNoKey, "There is no secret key for " + std::string(who) + ".");
+  if (data.empty()) keys.FailMissing("No secret key for " + std::string(who) + ".");
   return Armour(data, "secret key", {});
 }
 
@@ -185,11 +185,20 @@ EngineStatus LibrnpEngine::PublishKeys(std::string_view address) {
   return Attempt([&] {
     // Other people's keys are theirs to publish.
     if (!keys_.HasSecret(NormalAddress(address))) {
-      Fail(kNoKey, "There is no secret key for " + std::string(address) + ".");
+      keys_.FailMissing("No secret key for " + std::string(address) + ".");
     }
     servers_.Publish(PublicKeysOf(keys_, address));
     return kDone;
   });
+}
+
+std::string LibrnpEngine::KeyTrouble() {
+  std::string trouble;
+  const auto status = Attempt([&] {
+    trouble = keys_.rings().Trouble();
+    return kDone;
+  });
+  return status == kDone ? trouble : last_error_;
 }
 
 }  // namespace corvessa::engine

@@ -40,7 +40,7 @@ using EncryptOp = Rnp<rnp_op_encrypt_t>;
 using SignOp = Rnp<rnp_op_sign_t>;
 using VerifyOp = Rnp<rnp_op_verify_t>;
 
-/// Throws Failure (-11) with the library's own text for a result that is no success.
+/// Throws EngineFailure (-11) with the library's own text for a result that is no success.
 void Check(rnp_result_t result);
 
 /// Calls a librnp function whose last argument receives a new handle: Make<Key>(rnp_locate_key, …).

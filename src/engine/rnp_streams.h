@@ -14,7 +14,7 @@ namespace corvessa::engine {
 class Source {
  public:
   virtual ~Source() = default;
-  /// Fills up to `size` bytes; 0 at the end. Throws Failure when reading fails.
+  /// Fills up to `size` bytes; 0 at the end. Throws EngineFailure when reading fails.
   virtual std::size_t Read(char* buffer, std::size_t size) = 0;
 };
 
@@ -22,7 +22,7 @@ class Source {
 class Sink {
  public:
   virtual ~Sink() = default;
-  /// Throws Failure when the bytes cannot be taken.
+  /// Throws EngineFailure when the bytes cannot be taken.
   virtual void Write(std::string_view bytes) = 0;
 };
 
@@ -64,7 +64,7 @@ class LimitedSink final : public Sink {
   std::uint64_t left_;
 };
 
-/// Runs one library operation between a source and a sink. A Failure thrown by either reaches the
+/// Runs one library operation between a source and a sink. A EngineFailure thrown by either reaches the
 /// caller of `Rethrow` instead of the library, which only sees a failed read or write.
 class Stream {
  public:
@@ -75,7 +75,7 @@ class Stream {
   rnp_input_t input() const { return input_.get(); }
   rnp_output_t output() const { return output_.get(); }
   /// To be called after the operation with its result: throws what the source or the sink threw, or
-  /// Failure for a result that is no success; then flushes the sink.
+  /// EngineFailure for a result that is no success; then flushes the sink.
   void Finish(rnp_result_t result) const;
   /// Throws what the source or the sink threw so far, if anything.
   void Rethrow() const;

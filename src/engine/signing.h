@@ -10,7 +10,7 @@ namespace corvessa::engine {
 
 /// Clear-signs a text, its line endings made CRLF, with the unlocked key of the address, or with
 /// the one unlocked last when the address is empty. `version` is the Version line of the
-/// signature's armour, none when empty. Failure -13: no such key is unlocked and usable.
+/// signature's armour, none when empty. EngineFailure -13: no such key is unlocked and usable.
 std::string ClearSign(KeyStore& keys, std::string_view address, std::string_view text,
                       std::string_view version);
 

@@ -12,13 +12,13 @@ using namespace platform::engine_status;
 
 /// A failure on its way to the engine's boundary, which turns it into a status and keeps the
 /// message as the last error: one line that a user can act on, never with a passphrase.
-struct Failure {
+struct EngineFailure {
   EngineStatus status = kUnexpected;
   std::string message;
 };
 
 [[noreturn]] inline void Fail(EngineStatus status, std::string message) {
-  throw Failure{status, std::move(message)};
+  throw EngineFailure{status, std::move(message)};
 }
 
 }  // namespace corvessa::engine

@@ -49,6 +49,9 @@ struct EngineAccount {
 };
 
 /// The OpenPGP engine: key store, cryptography, key servers. It alone knows OpenPGP.
+///
+/// -13 means that a key does not exist. While the key store is damaged or cannot be read, so that
+/// nobody can know, operations answer -7 instead (QueryKeyPair -16).
 /// Paths are the add-in's Windows paths; text is UTF-8. An output is written only on success unless
 /// an operation says otherwise.
 class IEngine {
@@ -60,8 +63,8 @@ class IEngine {
   virtual void SetOption(std::string_view name, std::string_view value) = 0;
   /// Locks every key pair.
   virtual void InitEngine() = 0;
-  /// 0 a usable key is known for exactly this address; -16 none at hand and no server reached;
-  /// -13 there is none.
+  /// 0 a usable key is known for exactly this address; -13 there is none; -16 cannot tell, because
+  /// no key server was reached or the key store is damaged or cannot be read.
   virtual EngineStatus QueryKeyPair(std::string_view address, std::string& text) = 0;
   /// Unlocks the address's key pair: 0 unlocked, -4 wrong passphrase, -13 no secret key.
   virtual EngineStatus AuthenticateAccount(std::string_view address,

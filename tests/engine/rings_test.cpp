@@ -2,9 +2,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "base/text.h"
 #include "engine/armour.h"
 #include "engine/key_index.h"
 #include "engine/profile.h"
@@ -103,8 +105,8 @@ TEST_F(RingsTest, ARingThatCannotBeReadIsNeitherUsedNorReplaced) {
     std::filesystem::create_symlink(link, ring);
     for (const auto& engine : {profile.engine, profile.Reopened()}) {
       for (int again = 0; again < 2; ++again) {
-        EXPECT_EQ(engine->ImportKeys(donor->SecretKeys(Address(1)), {}, keys), -8);
-        EXPECT_EQ(engine->ListKeys(keys), -8);
+        EXPECT_EQ(engine->ImportKeys(donor->SecretKeys(Address(1)), {}, keys), -7);
+        EXPECT_EQ(engine->ListKeys(keys), -7);
       }
     }
     EXPECT_TRUE(std::filesystem::is_symlink(ring));
@@ -116,6 +118,71 @@ TEST_F(RingsTest, ARingThatCannotBeReadIsNeitherUsedNorReplaced) {
   for (int i = 0; i < 2; ++i) {
     EXPECT_EQ(profile.engine->AuthenticateAccount(Address(i), "secret"), 0) << i;
   }
+}
+
+TEST_F(RingsTest, TroubleWithARingIsNeverReportedAsAMissingKey) {
+  namespace fs = std::filesystem;
+  struct Case {
+    const char* what;
+    std::function<void(const fs::path& keys)> spoil;
+    std::string trouble;  // with KEYS for the folder
+    platform::EngineStatus known;   // of an address whose key is in what is left
+  };
+  const auto secret_key = donor->SecretKeys(Address(0));
+  const auto lost = [](const std::string& ring, const std::string& state) {
+    return "The key ring KEYS/" + ring + " is " + state +
+           "; keys may be missing. Restore it from a backup or import the keys again.";
+  };
+  const auto truncate = [](const fs::path& ring) {
+    fs::resize_file(ring, fs::file_size(ring) - 10);
+  };
+  for (const auto& [what, spoil, trouble, known] : {
+           Case{"damaged", [&](const fs::path& keys) { truncate(keys / "public.ring"); },
+                "The key ring KEYS/public.ring was damaged; keys may be missing. The damaged ring "
+                "is kept as KEYS/public.ring.damaged. Restore the keys, then delete that file.",
+                0},
+           Case{"emptied", [](const fs::path& keys) { fs::resize_file(keys / "public.ring", 0); },
+                lost("public.ring", "empty"), 0},
+           Case{"removed", [](const fs::path& keys) { fs::remove(keys / "public.ring"); },
+                lost("public.ring", "missing"), 0},
+           Case{"the secret ring removed",
+                [](const fs::path& keys) { fs::remove(keys / "secret.ring"); },
+                lost("secret.ring", "missing"), 0},
+           Case{"only the index left",
+                [](const fs::path& keys) {
+                  fs::remove(keys / "public.ring");
+                  fs::remove(keys / "secret.ring");
+                },
+                lost("public.ring", "missing"), -16},
+           Case{"a pipe in its place",
+                [](const fs::path& keys) {
+                  fs::remove(keys / "public.ring");
+                  mkfifo((keys / "public.ring").c_str(), 0600);
+                },
+                "Cannot open KEYS/public.ring: Operation not supported.", -16},
+       }) {
+    SCOPED_TRACE(what);
+    Profile profile;
+    profile.Import(secret_key);
+    profile.Import(donor->PublicKeys(Address(1)));
+    spoil(profile.folder / "keys");
+    const auto told = Replace(trouble, "KEYS", (profile.folder / "keys").string());
+    for (int again = 0; again < 2; ++again) {
+      const auto engine = profile.Reopened();
+      std::string text;
+      EXPECT_EQ(engine->QueryKeyPair(Address(2), text), -16);
+      EXPECT_EQ(engine->GetEngineLastError(), told);
+      EXPECT_EQ(engine->QueryKeyPair(Address(0), text), known);
+      EXPECT_EQ(engine->EncryptText(To({Address(2)}), "x", text), -7);
+      EXPECT_EQ(engine->EncryptText(To(), "x", text), -7);
+      EXPECT_EQ(engine->AuthenticateAccount(Address(2), "secret"), -7);
+      EXPECT_EQ(engine->KeyTrouble(), told);
+    }
+  }
+  Profile whole;
+  EXPECT_EQ(whole.engine->KeyTrouble(), "");
+  whole.Import(secret_key);
+  EXPECT_EQ(whole.engine->KeyTrouble(), "");
 }
 
 TEST_F(RingsTest, SurvivesBeingKilledAtAnyMoment) {
@@ -207,7 +274,7 @@ TEST_F(RingsTest, NoPassphraseAndNoPlainSecretKeyIsOnDisk) {
   profile.Generate("alice@example.org", "correct horse battery");
   profile.engine->AuthenticateAccount("alice@example.org", "correct horse battery");
   EXPECT_EQ(profile.engine->AuthenticateAccount("alice@example.org", "wrong horse"), -4);
-  EXPECT_EQ(profile.engine->GetEngineLastError(), "The passphrase for alice@example.org is wrong.");
+  EXPECT_EQ(profile.engine->GetEngineLastError(), "Wrong passphrase for alice@example.org.");
   for (const auto& name : Names(profile.folder / "keys")) {
     EXPECT_EQ(ContentOf(profile.folder / "keys" / name).find("horse"), std::string::npos) << name;
     if (name == "keys.lock") continue;

@@ -95,7 +95,7 @@ TEST_F(TextTest, KeysAreLockedUntilTheirPassphraseIsGiven) {
 TEST_F(TextTest, EncryptsForAllRecipientsOrForNone) {
   const Outcome no_key(-13, "");
   EXPECT_EQ(alice->EncryptText(To({"bob@example.org", "carol@example.org"}), "x"), no_key);
-  EXPECT_EQ(alice->engine->GetEngineLastError(), "There is no usable key for carol@example.org.");
+  EXPECT_EQ(alice->engine->GetEngineLastError(), "No usable key for carol@example.org.");
   EXPECT_EQ(alice->EncryptText(To({"bob@example.org.evil.net"}), "x"), no_key);
   EXPECT_EQ(alice->EncryptText(To(), "x"), no_key);
   EXPECT_EQ(alice->EncryptText(To({"Bob@Example.org", "alice@example.org"}), "x").first, 0);
