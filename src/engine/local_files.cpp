@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "engine/status.h"
+#include "system/errors.h"
 
 namespace corvessa::engine {
 namespace {
@@ -17,7 +18,7 @@ auto Try(const char* what, const std::filesystem::path& path, Work work) {
     return work();
   } catch (const std::system_error& error) {
     Fail(kIoTrouble, std::string("Cannot ") + what + " " + system::PathText(path) + ": " +
-                         error.code().message() + ".");
+                         system::ReasonText(error.code()) + ".");
   }
 }
 

@@ -1,7 +1,5 @@
 #include "system/errors.h"
 
-#include <string>
-
 #include "system/files.h"
 
 namespace corvessa::system {
@@ -31,6 +29,7 @@ bool IsDiskFull(std::error_code code) {
 
 std::string ReasonText(std::error_code code) {
   if (code == std::errc::operation_not_supported) return "Not a regular file";
+  if (code == std::errc::file_too_large) return "the limit on the size of files is reached";
   return IsDiskFull(code) ? "the disk is full" : code.message();
 }
 

@@ -26,7 +26,7 @@ bool IsDiskFull(std::error_code code);
 std::string ReasonText(std::error_code code);
 
 /// Raises the Error of a failed system call on a file that a user has named: "FILE cannot be read:
-/// Permission denied." A full disk is called just that.
+/// Permission denied."
 [[noreturn]] void RaiseIoError(const std::filesystem::path& file, std::string_view problem,
                                std::error_code code);
 

@@ -4,7 +4,6 @@ import os
 import pathlib
 import resource
 import shutil
-import signal
 import subprocess
 import unittest
 from email import policy
@@ -15,7 +14,6 @@ from desk_case import ALICE, BOB, CANARY, DESK, TEXT, DeskCase, read_mail
 
 def small_files():
     resource.setrlimit(resource.RLIMIT_FSIZE, (16384, 16384))
-    signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
 
 
 class Files(DeskCase):
@@ -108,7 +106,7 @@ class Disk(DeskCase):
         draft = self.draft(files={"big.bin": bytes(100_000)})
         sent = self.sent(files={"big.bin": bytes(100_000)})
         small = self.full_disk()
-        complaint = "the disk is full" if small else "File too large"
+        complaint = "the disk is full" if small else "the limit on the size of files is reached"
         limit = {} if small else {"preexec_fn": small_files}
         folder = small or self.folder / "small"
         old = folder / "out.eml"
@@ -137,6 +135,12 @@ class Disk(DeskCase):
         done = self.bob("open", self.sent(files={"big.bin": bytes(100_000)}), "--json")
         self.assertEqual((done.code, done.json()["resultCode"]), (3, 3))
         self.assertIn("corvessa-desk: the cause is a disk failure: No space left on device\n", done.err)
+
+    def test_a_limit_on_the_size_of_files_leaves_no_decrypted_file(self):
+        opened = self.bob("open", self.sent(files={"big.bin": bytes(os.urandom(100_000))}), "--json",
+                          preexec_fn=small_files)
+        self.assertEqual((opened.code, opened.json()["resultCode"]), (3, 3))
+        self.assertEqual(list((self.folder / "bob/drive_c/Temp").iterdir()), [])
 
     def test_no_attachment_is_lost_on_a_full_disk(self):
         temporary = self.folder / "alice/drive_c/Temp"

@@ -32,8 +32,9 @@ void ForbidDumps() {
 int main(int argument_count, char** arguments) {
   FillClosedStreams();
   ForbidDumps();
-  // A closed pipe becomes a write error with a message.
+  // A closed pipe and a limit on the size of files become write errors with a message.
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
   std::ios::sync_with_stdio(false);
   auto terminal = corvessa::desk::Terminal::Standard();
   const int result =
