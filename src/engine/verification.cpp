@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <optional>
 
 #include "engine/addresses.h"
 #include "engine/key_facts.h"
@@ -85,6 +86,51 @@ bool IsRevoked(rnp_key_handle_t key, rnp_key_handle_t primary) {
   return Get<bool>(rnp_key_is_revoked, primary) || Get<bool>(rnp_key_is_revoked, key);
 }
 
+/// The signature's hash when the library no longer trusts it, as SHA-1; "" for others. It calls
+/// such a signature invalid without looking at what was signed.
+std::string OutdatedHash(rnp_ffi_t ffi, rnp_signature_handle_t signature, std::uint32_t use) {
+  std::string hash = Text(rnp_signature_get_hash_alg, signature);
+  const auto made = Get<std::uint32_t>(rnp_signature_get_creation, signature);
+  std::uint32_t level = RNP_SECURITY_DEFAULT;
+  Check(rnp_get_security_rule(ffi, RNP_FEATURE_HASH_ALG, hash.c_str(), made, &use, nullptr, &level));
+  return level < RNP_SECURITY_DEFAULT ? hash : std::string();
+}
+
+/// The outdated hash that a name of the key is certified with; "" when there is none.
+std::string OutdatedCertification(rnp_ffi_t ffi, rnp_key_handle_t primary) {
+  const auto names = Get<std::size_t>(rnp_key_get_uid_count, primary);
+  for (std::size_t i = 0; i < names; ++i) {
+    const auto name = Make<UserId>(rnp_key_get_uid_handle_at, primary, i);
+    const auto count = Get<std::size_t>(rnp_uid_get_signature_count, name.get());
+    for (std::size_t j = 0; j < count; ++j) {
+      const auto signature = Make<Signature>(rnp_uid_get_signature_at, name.get(), j);
+      auto hash = OutdatedHash(ffi, signature.get(), RNP_SECURITY_VERIFY_KEY);
+      if (!hash.empty()) return hash;
+    }
+  }
+  return {};
+}
+
+/// The reason why the library calls a signature invalid that may well fit the content; nothing when
+/// it does not fit.
+std::optional<Finding> UncheckedFinding(rnp_ffi_t ffi, rnp_signature_handle_t signature,
+                                        rnp_key_handle_t key, rnp_key_handle_t primary,
+                                        const std::string& address) {
+  const auto outdated = [&](const char* what, const std::string& hash) {
+    return Finding{Kind::kOther, address,
+                   what + address + " uses " + hash + ", which is no longer secure."};
+  };
+  const auto hash = OutdatedHash(ffi, signature, RNP_SECURITY_VERIFY_DATA);
+  if (!hash.empty()) return outdated("The signature of ", hash);
+  if (IsRevoked(key, primary)) return NoUsableKey(address);
+  if (Get<bool>(rnp_key_is_valid, primary)) return std::nullopt;
+  const auto certified = OutdatedCertification(ffi, primary);
+  if (!certified.empty()) return outdated("The key of ", certified);
+  // Of an expired key the library still checks what was signed in its time.
+  if (Get<bool>(rnp_key_is_expired, primary)) return std::nullopt;
+  return NoUsableKey(address);
+}
+
 /// The key that the library checks a signature with: the one of the fingerprint in it, and only
 /// without that the one of the key ID. Empty when there is no such key.
 Key SigningKeyOf(const KeyStore& keys, rnp_signature_handle_t signature,
@@ -139,20 +185,22 @@ Finding Judge(const KeyStore& keys, rnp_op_verify_signature_t signature, bool te
   const auto primary = key ? keys.PrimaryOf(key.get()) : Key();
   const auto status = rnp_op_verify_signature_get_status(signature);
   if (status == RNP_ERROR_KEY_NOT_FOUND || !primary) {
-    return {Kind::kUnknown, key_id, "The signer's key " + key_id + " is not to be had."};
+    return {Kind::kUnknown, key_id, "The signer's key " + key_id + " was not found."};
   }
   // Nothing protects the key ID in a signature: anybody can write somebody else's into it.
   if (!key_id.empty() && Text(rnp_key_get_keyid, key.get()) != key_id) {
     return {Kind::kBad, key_id, "The signature names another key than the one that made it."};
   }
   const std::string address = SignerOf(primary.get(), handle.get(), key_id);
-  if (status == RNP_ERROR_SIGNATURE_INVALID && !IsRevoked(key.get(), primary.get())) {
+  if (status == RNP_ERROR_SIGNATURE_INVALID) {
+    auto unchecked =
+        UncheckedFinding(keys.ffi(), handle.get(), key.get(), primary.get(), address);
+    if (unchecked) return *std::move(unchecked);
     return {Kind::kBad, address, "The signature of " + address + " does not fit the content."};
   }
   if (status == RNP_ERROR_SIGNATURE_EXPIRED) {
     return {Kind::kOther, address, "The signature of " + address + " has expired."};
   }
-  if (status == RNP_ERROR_SIGNATURE_INVALID) return NoUsableKey(address);
   if (status != RNP_SUCCESS || !IsForDocuments(handle.get(), text_only)) {
     return {Kind::kOther, address, "The signature of " + address + " is of an unknown kind."};
   }
@@ -185,7 +233,7 @@ std::vector<std::string> SignersOf(const std::vector<Finding>& findings, Kind ki
 }
 
 Verdict VerdictOf(const std::vector<Finding>& findings) {
-  Verdict verdict{kSignatureTrouble, "There is no signature that can be checked.", {}, {}};
+  Verdict verdict{kSignatureTrouble, "No signature can be checked.", {}, {}};
   verdict.unknown_signers = SignersOf(findings, Kind::kUnknown);
   // In this order: one bad signature spoils the good ones; one good one outweighs what is unclear.
   static constexpr std::pair<Kind, EngineStatus> kOrder[] = {{Kind::kBad, kBadSignature},

@@ -197,6 +197,30 @@ TEST_F(GpgTest, ExpiredAndRevokedKeysAreOfNoUse) {
   }
 }
 
+TEST_F(GpgTest, AnOutdatedSignatureIsNotCalledAForgery) {
+  gpg->Make("--cert-digest-algo SHA256 --quick-gen-key dsa@example.org dsa1024 sign never");
+  gpg->Make("--cert-digest-algo SHA1 --quick-gen-key sha1@example.org rsa2048 sign never");
+  alice->Import(gpg->Make("--export dsa@example.org sha1@example.org"));
+  const std::string sha1_key = gpg->Fingerprint("sha1@example.org").substr(24);
+  struct Case {
+    std::string options;
+    std::string verified;
+    std::string reason;
+  };
+  const std::string end = " uses SHA1, which is no longer secure.";
+  for (const auto& [options, verified, reason] :
+       {Case{"--digest-algo SHA1 -u rita@example.org", "-10 [] [] ",
+             "The signature of rita@example.org" + end},
+        Case{"--digest-algo SHA1 -u dsa@example.org", "-10 [] [] ",
+             "The signature of dsa@example.org" + end},
+        Case{"--digest-algo SHA256 -u sha1@example.org", "-10 [] [] ",
+             "The key of " + sha1_key + end},
+        Case{"--digest-algo SHA256 -u dsa@example.org", "1 [dsa@example.org] [] x", ""}}) {
+    EXPECT_EQ(alice->VerifyText(gpg->Make(options + " --clear-sign", "x")), verified) << options;
+    if (!reason.empty()) EXPECT_EQ(alice->engine->GetEngineLastError(), reason);
+  }
+}
+
 TEST_F(GpgTest, ASignerWithSeveralAddressesIsCalledAsTheSignatureSays) {
   const std::string by = "--clear-sign --local-user ";
   gpg->Generate("old@example.org", "ed25519");
