@@ -27,6 +27,9 @@ inline constexpr std::int16_t kRefused = -1;
 /// What the other operations answer when they end without a status of the engine's: the user gave
 /// up, or an error stood in the way.
 inline constexpr std::int32_t kGivenUp = -1;
+/// An error of this side, not of the engine. Not -1, whose text sends the user to check the
+/// connection.
+inline constexpr std::int32_t kLocalFailure = platform::engine_status::kUnexpected;
 
 /// The only class that talks to the encryption engine. What configures it, Init, GetLastError,
 /// DecryptFileEx, AddToVector, AddKeyAccountsToRecp and VerifyAttachment let its errors through; no
@@ -112,8 +115,13 @@ class CryptoOperations {
   /// Asks for the signing account's passphrase until the engine takes it: its status, nothing when
   /// the user gave up.
   std::optional<platform::EngineStatus> UnlockSigner(const NimbraAccountPtr& signer);
-  /// kNoKey when a recipient is known to have none.
-  platform::EngineStatus CheckForKeys(const platform::IEngineStringVector& recipients);
+  /// kNoKey when a recipient is known to have none; kEncryptionCancelled, and the user is told why,
+  /// when the key store is damaged or cannot be read: then a missing key proves nothing, and no
+  /// question may offer to send in clear because of it.
+  std::int32_t CheckForKeys(const platform::IEngineStringVector& recipients);
+  /// Encrypting for nobody fails for want of recipients, unless the engine's key store is in trouble;
+  /// then GetLastError says why.
+  bool IsKeyStoreWhole();
   void AddOwnAddress(platform::IEngineStringVector& recipients);
   /// Adds what the recipients' domains ask for, with the user's consent; 1000 without it.
   std::int32_t AddAdditionalDecryptionKeys(const std::vector<std::string>& addresses,

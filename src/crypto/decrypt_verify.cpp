@@ -85,7 +85,7 @@ NimbraAccountPtr CryptoOperations::LoginAndDecrypt(std::string_view armoured, st
 std::int32_t CryptoOperations::VerifyMailItem(const platform::MailItemPtr& /*item*/,
                                               std::string& body, AttachmentNodes& attachments,
                                               std::string& signers) {
-  std::int32_t result = kGivenUp;
+  std::int32_t result = kLocalFailure;
   Guarded("CryptoOperations::VerifyMailItem - ", [&] {
     ProgressWindow()->SetCaption("Verifying email");
     if (!IsPGPSignedMessage(body)) {

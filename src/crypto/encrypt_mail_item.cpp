@@ -36,16 +36,27 @@ void ReplaceBody(const platform::MailItemPtr& item, std::string_view armoured) {
 
 }  // namespace
 
-platform::EngineStatus CryptoOperations::CheckForKeys(
+std::int32_t CryptoOperations::CheckForKeys(
     const platform::IEngineStringVector& recipients) {
-  platform::EngineStatus status = platform::engine_status::kDone;
+  std::int32_t status = platform::engine_status::kDone;
+  bool is_certain = true;
   for (std::int32_t i = 0; i < recipients.Size(); ++i) {
     const std::string address = TextAt(recipients, i);
     TraceLog([&] { return "EncryptMailItem - Checking for keys \"" + address; });
-    // An address that nobody can tell about is left to the encryption itself.
-    if (HasKeypair(address) == kNoKeyPair) status = platform::engine_status::kNoKey;
+    const std::int32_t answer = HasKeypair(address);
+    if (answer == kNoKeyPair) status = platform::engine_status::kNoKey;
+    is_certain = is_certain && answer != kKeyPairUnknown;
   }
-  return status;
+  // A key server that does not answer is left to the encryption itself to report.
+  if (is_certain || IsKeyStoreWhole()) return status;
+  TellError("The message was not sent.\r\n\r\n" + ForDisplay(GetLastError()));
+  return kEncryptionCancelled;
+}
+
+bool CryptoOperations::IsKeyStoreWhole() {
+  const auto nobody = platform::Host().engine.CreateStringVector();
+  std::string none;
+  return Engine().EncryptText(*nobody, "", none) != platform::engine_status::kKeyStoreTrouble;
 }
 
 void CryptoOperations::AddOwnAddress(platform::IEngineStringVector& recipients) {
@@ -57,9 +68,9 @@ void CryptoOperations::AddOwnAddress(platform::IEngineStringVector& recipients) 
 
 std::int32_t CryptoOperations::EncryptMailItem(const platform::MailItemPtr& item,
                                                AttachmentNodes& attachments) {
-  std::int32_t status = kGivenUp;
+  std::int32_t status = kLocalFailure;
   StageTrace trace("EncryptMailItem", status);
-  return Guarded("EncryptMailItem - Error \"", kGivenUp, [&]() -> std::int32_t {
+  return Guarded("EncryptMailItem - Error \"", kLocalFailure, [&]() -> std::int32_t {
     trace.Begin(1);
     trace("Finding message body");
     const platform::SharedText body = item->Body();
@@ -113,7 +124,7 @@ std::int32_t CryptoOperations::EncryptMailItem(const platform::MailItemPtr& item
     trace.Begin(9);
     trace("Remove HTML body");
     ReplaceBody(item, armoured);
-    if (!HoldsOnly(item, armoured)) return kGivenUp;
+    if (!HoldsOnly(item, armoured)) return kLocalFailure;
 
     trace.Begin(10);
     trace("Encrypting attachments");

@@ -139,7 +139,7 @@ class EngineFiles {
 
 std::int32_t CryptoOperations::SignAllAttachments(const platform::MailItemPtr& item,
                                                   AttachmentNodes& attachments) {
-  return Guarded("CryptoOperations::SignAllAttachments - ", kGivenUp, [&]() -> std::int32_t {
+  return Guarded("CryptoOperations::SignAllAttachments - ", kLocalFailure, [&]() -> std::int32_t {
     EngineFiles engine_files;
     const AttachmentNodes present = attachments;
     for (const AttachmentNodePtr& node : present) {
@@ -168,7 +168,7 @@ std::int32_t CryptoOperations::EncryptAttachment(AttachmentNode& node,
   const std::string folder = MakeFolderIn(node.sDir);
   const std::string encrypted = folder + std::string(FileNameOf(node.sFilename));
   TraceLog([&] { return "EncryptAllAttachments - EF2F: Temp encrypted file: " + encrypted; });
-  std::int32_t status = kGivenUp;
+  std::int32_t status = kLocalFailure;
   const Error error = Attempt([&] {
     platform::Host().ui.DoEvents();
     status = Engine().EncryptFileToFile(recipients, node.sFilename, encrypted);
@@ -188,7 +188,7 @@ std::int32_t CryptoOperations::EncryptAllAttachments(
     const platform::IEngineStringVector& recipients) {
   std::int32_t status = 0;
   StageTrace trace("EncryptAllAttachments", status);
-  return Guarded("CryptoOperations::EncryptAllAttachments - ", kGivenUp, [&] {
+  return Guarded("CryptoOperations::EncryptAllAttachments - ", kLocalFailure, [&] {
     trace.Begin(1);
     trace("Encrypting nodes");
     const AttachmentNodes present = attachments;

@@ -44,6 +44,7 @@ class DeskHost {
     return profile_.Files().LocalPath(windows_path);
   }
   const Person& Owner() const { return owner_; }
+  const Profile& UsedProfile() const { return profile_; }
   /// Whether a signal to end the program has come in since the operation began, or before it
   /// without being noticed.
   bool IsInterrupted() const;

@@ -4,6 +4,8 @@
 
 #include "base/error.h"
 #include "engine/engine.h"
+#include "engine/key_rings.h"
+#include "engine/status.h"
 
 namespace corvessa::engine {
 namespace {
@@ -37,6 +39,16 @@ class Factory final : public platform::EngineFactory {
 
 platform::EngineStringVectorPtr CreateStringVector() {
   return std::make_shared<StringVector>();
+}
+
+std::string FindKeyTrouble(const std::filesystem::path& rings_folder) {
+  try {
+    KeyRings rings(rings_folder);
+    rings.Open();
+    return rings.Trouble();
+  } catch (const EngineFailure& failure) {
+    return failure.message;
+  }
 }
 
 std::unique_ptr<platform::EngineFactory> CreateEngineFactory(EngineConfig config) {

@@ -99,12 +99,16 @@ bool KeyRings::Reopen(bool secret) {
   return true;
 }
 
+bool KeyRings::Open() {
+  const bool public_changed = Reopen(false);
+  const bool secret_changed = Reopen(true);
+  return public_changed || secret_changed;
+}
+
 bool KeyRings::Refresh() {
   bool changed = false;
   OrForget([&] {
-    const bool public_changed = Reopen(false);
-    const bool secret_changed = Reopen(true);
-    changed = public_changed || secret_changed;
+    changed = Open();
     if (changed && !LoadIndex()) RebuildIndex();
   });
   return changed;

@@ -55,9 +55,6 @@ class KeyUpkeep {
   /// Sends the public keys of an own address to every update server. -13: it has no secret key; -8:
   /// a server did not take them.
   virtual platform::EngineStatus PublishKeys(std::string_view address) = 0;
-  /// Why keys may be missing or cannot be read, in one line for the user; empty when the rings are
-  /// whole.
-  virtual std::string KeyTrouble() = 0;
 };
 
 }  // namespace corvessa::engine

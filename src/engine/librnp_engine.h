@@ -56,7 +56,6 @@ class LibrnpEngine final : public OpenPgpEngine {
   EngineStatus ExportSecretKeys(std::string_view who, std::string& armoured) override;
   EngineStatus ListKeys(std::vector<KeyInfo>& keys) override;
   EngineStatus PublishKeys(std::string_view address) override;
-  std::string KeyTrouble() override;
 
  private:
   template <typename Operation>

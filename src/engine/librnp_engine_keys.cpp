@@ -192,13 +192,4 @@ EngineStatus LibrnpEngine::PublishKeys(std::string_view address) {
   });
 }
 
-std::string LibrnpEngine::KeyTrouble() {
-  std::string trouble;
-  const auto status = Attempt([&] {
-    trouble = keys_.rings().Trouble();
-    return kDone;
-  });
-  return status == kDone ? trouble : last_error_;
-}
-
 }  // namespace corvessa::engine

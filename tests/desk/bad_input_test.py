@@ -200,15 +200,30 @@ class Processes(DeskCase):
         self.assertDone(self.bob("get", "PassphraseMemory"))
         self.assertEqual(self.leftovers(), [])
 
-    def test_a_damaged_key_ring_is_kept_and_reported(self):
+    def test_trouble_with_a_key_ring_is_told_alike_and_sends_nothing_in_clear(self):
         ring = self.folder / "alice" / "keys" / "public.ring"
-        damaged = b"X" + ring.read_bytes()[1:]
-        ring.write_bytes(damaged)
+        whole, draft, out = ring.read_bytes(), self.draft(), self.folder / "out.eml"
         kept = ring.with_name("public.ring.damaged")
-        listed = self.alice("key", "list")
-        self.assertDone(listed, err="corvessa-desk: a key ring was damaged and keys may be missing; "
-                                    f"the damaged file is kept as {kept}\n")
-        self.assertEqual(kept.read_bytes(), damaged)
+        lost = "; keys may be missing. Restore it from a backup or import the keys again"
+        for content, trouble in (
+                (b"X" + whole[1:], "was damaged; keys may be missing. The damaged ring is kept as "
+                                   f"{kept}. Restore the keys, then delete that file"),
+                (b"", "is empty" + lost), (None, "is missing" + lost)):
+            with self.subTest(trouble):
+                ring.unlink(missing_ok=True)
+                if content is not None:
+                    ring.write_bytes(content)
+                told = f"corvessa-desk: The key ring {ring} {trouble}\n"
+                self.assertDone(self.alice("key", "list"), err=told)
+                sent = self.alice("send", draft, "--out", out, "--answer", "frmNoKeysFound=cmdYes",
+                                  "--answer", "frmGeneric=cmdOK")
+                self.assertEqual((sent.code, out.exists()), (1, False))
+                self.assertIn(told, sent.err)
+                self.assertNotIn("frmNoKeysFound", sent.err.replace("frmNoKeysFound=cmdYes", ""))
+                self.assertIn(told, self.alice("open", draft).err)
+                if kept.exists():
+                    self.assertEqual(kept.read_bytes(), content)
+                    kept.unlink()
 
 
 if __name__ == "__main__":

@@ -176,13 +176,13 @@ TEST_F(RingsTest, TroubleWithARingIsNeverReportedAsAMissingKey) {
       EXPECT_EQ(engine->EncryptText(To({Address(2)}), "x", text), -7);
       EXPECT_EQ(engine->EncryptText(To(), "x", text), -7);
       EXPECT_EQ(engine->AuthenticateAccount(Address(2), "secret"), -7);
-      EXPECT_EQ(engine->KeyTrouble(), told);
+      EXPECT_EQ(FindKeyTrouble(profile.folder / "keys"), told);
     }
   }
   Profile whole;
-  EXPECT_EQ(whole.engine->KeyTrouble(), "");
+  EXPECT_EQ(FindKeyTrouble(whole.folder / "keys"), "");
   whole.Import(secret_key);
-  EXPECT_EQ(whole.engine->KeyTrouble(), "");
+  EXPECT_EQ(FindKeyTrouble(whole.folder / "keys"), "");
 }
 
 TEST_F(RingsTest, SurvivesBeingKilledAtAnyMoment) {

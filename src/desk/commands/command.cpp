@@ -10,6 +10,7 @@
 #include "base/text.h"
 #include "desk/desk_host.h"
 #include "desk/printing.h"
+#include "engine/engine.h"
 #include "posix/file_descriptor.h"
 #include "system/errors.h"
 #include "system/files.h"
@@ -23,6 +24,11 @@ Profile CommandContext::OpenProfile() const {
 void CommandContext::Tell(std::string_view line) const {
   terminal.ClearStatus();
   messages << kProgram << ": " << ForDisplay(line) << std::endl;
+}
+
+void CommandContext::TellKeyTrouble(const Profile& profile) const {
+  const std::string trouble = engine::FindKeyTrouble(profile.KeysFolder());
+  if (!trouble.empty()) Tell(WithoutFullStop(trouble));
 }
 
 void CommandContext::WriteJson(const nlohmann::json& report) {
@@ -82,11 +88,15 @@ void WriteErrorReport(CommandContext& context, DeskHost& host, const CommandErro
 Outcome ReportingErrors(CommandContext& context, DeskHost& host,
                         const std::function<Outcome()>& run, const nlohmann::json& on_failure) {
   try {
-    return run();
+    const Outcome outcome = run();
+    context.TellKeyTrouble(host.UsedProfile());
+    return outcome;
   } catch (const CommandError& error) {
+    context.TellKeyTrouble(host.UsedProfile());
     WriteErrorReport(context, host, error, on_failure);
     throw;
   } catch (const Error& error) {
+    context.TellKeyTrouble(host.UsedProfile());
     WriteErrorReport(context, host, {Outcome::kEnvironment, WithoutFullStop(error.description)},
                      on_failure);
     throw;

@@ -50,6 +50,9 @@ struct CommandContext {
   Profile OpenProfile() const;
   /// Writes one line to the user.
   void Tell(std::string_view line) const;
+  /// Writes why keys may be missing, if anything is wrong with the profile's key rings. Call it
+  /// after the engine's work, which brings damage to light.
+  void TellKeyTrouble(const Profile& profile) const;
   /// Writes the one JSON object of --json.
   void WriteJson(const nlohmann::json& report);
   /// The exit code for an outcome. A refusal caused by the disk counts as kEnvironment, and the
@@ -80,7 +83,8 @@ void AddOutlookOption(CLI::App& command, int& version);
 /// Makes `run` what the context runs when this command is chosen.
 void OnRun(CLI::App& command, CommandContext& context, std::function<Outcome()> run);
 
-/// Runs the part of a command that has a message open. If it fails, --json still gets an object:
+/// Runs the part of a command that has a message open, then tells of trouble with the key rings. If it
+/// fails, --json still gets an object:
 /// resultCode, error, the boxes shown so far, and the members of `on_failure`.
 Outcome ReportingErrors(CommandContext& context, DeskHost& host,
                         const std::function<Outcome()>& run, const nlohmann::json& on_failure = {});

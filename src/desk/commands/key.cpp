@@ -103,16 +103,6 @@ void Check(platform::EngineStatus status, platform::IEngine& engine) {
   CheckStatus(status, status == 0 ? std::string() : WithoutFullStop(engine.GetEngineLastError()));
 }
 
-/// The engine sets a damaged ring aside; only the user can decide what to do with it.
-void TellOfDamagedRings(const CommandContext& context, const Profile& profile) {
-  std::error_code ignored;
-  for (const auto& file : std::filesystem::directory_iterator(profile.KeysFolder(), ignored)) {
-    if (file.path().filename().string().find(".damaged") == std::string::npos) continue;
-    context.Tell("a key ring was damaged and keys may be missing; the damaged file is kept as " +
-                 file.path().string());
-  }
-}
-
 std::string FormatDate(std::int64_t seconds) {
   const std::time_t time = seconds;
   std::tm utc{};
@@ -262,7 +252,7 @@ Outcome List(CommandContext& context) {
   std::vector<engine::KeyInfo> keys;
   Check(engine->ListKeys(keys), *engine);
   for (const engine::KeyInfo& key : keys) Print(context.out, key);
-  TellOfDamagedRings(context, profile);
+  context.TellKeyTrouble(profile);
   return Outcome::kDone;
 }
 
