@@ -119,8 +119,8 @@ class CryptoOperations {
   /// when the key store is damaged or cannot be read: then a missing key proves nothing, and no
   /// question may offer to send in clear because of it.
   std::int32_t CheckForKeys(const platform::IEngineStringVector& recipients);
-  /// Encrypting for nobody fails for want of recipients, unless the engine's key store is in trouble;
-  /// then GetLastError says why.
+  /// Encrypting for nobody fails for want of recipients, unless the engine's key store is in
+  /// trouble; then GetLastError says why.
   bool IsKeyStoreWhole();
   void AddOwnAddress(platform::IEngineStringVector& recipients);
   /// Adds what the recipients' domains ask for, with the user's consent; 1000 without it.

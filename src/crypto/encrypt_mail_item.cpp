@@ -36,8 +36,7 @@ void ReplaceBody(const platform::MailItemPtr& item, std::string_view armoured) {
 
 }  // namespace
 
-std::int32_t CryptoOperations::CheckForKeys(
-    const platform::IEngineStringVector& recipients) {
+std::int32_t CryptoOperations::CheckForKeys(const platform::IEngineStringVector& recipients) {
   std::int32_t status = platform::engine_status::kDone;
   bool is_certain = true;
   for (std::int32_t i = 0; i < recipients.Size(); ++i) {

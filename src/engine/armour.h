@@ -17,7 +17,8 @@ struct ArmourBlock {
 /// beginning of a line. Without an END line the block runs to the end of the text.
 std::optional<ArmourBlock> FindArmour(std::string_view text, std::string_view kind);
 
-/// The bytes in a block. EngineFailure (-3) when it is damaged; its checksum must fit when it has one.
+/// The bytes in a block. EngineFailure (-3) when it is damaged; its checksum must fit when it has
+/// one.
 std::string Dearmour(std::string_view block);
 
 /// Armours bytes as a "message", "signature", "public key" or "secret key", with a Version line

@@ -15,8 +15,8 @@ struct ClearSigned {
   std::string_view signature;
 };
 
-/// Takes the first clear-signed block apart; what follows it is dropped. EngineFailure -9: there is none;
-/// -3: anything but empty lines before it, a header line other than "Hash:", text among the
+/// Takes the first clear-signed block apart; what follows it is dropped. EngineFailure -9: there is
+/// none; -3: anything but empty lines before it, a header line other than "Hash:", text among the
 /// headers, an unescaped dash, no signature or no end.
 ClearSigned ReadClearSigned(std::string_view text);
 

@@ -44,9 +44,9 @@ std::unique_ptr<platform::EngineFactory> CreateEngineFactory(EngineConfig config
 
 platform::EngineStringVectorPtr CreateStringVector();
 
-/// Why the rings in the folder cannot be read, or why keys may be missing from them (one is damaged,
-/// empty or missing), in one line for the user; empty when they are whole. What is damaged is noticed
-/// by an engine that reads the rings, so ask after its work.
+/// Why the rings in the folder cannot be read, or why keys may be missing from them (one is
+/// damaged, empty or missing), in one line for the user; empty when they are whole. What is damaged
+/// is noticed by an engine that reads the rings, so ask after its work.
 std::string FindKeyTrouble(const std::filesystem::path& rings_folder);
 
 }  // namespace corvessa::engine

@@ -32,13 +32,13 @@ struct MergedKeys {
   LeftOut left_out;
 };
 
-/// The keys of the data, armoured or binary, each together with what the rings hold of it. EngineFailure:
-/// there is no key in the data, it is damaged, or a secret key that is to take the place of what
-/// the rings hold does not prove itself.
+/// The keys of the data, armoured or binary, each together with what the rings hold of it.
+/// EngineFailure: there is no key in the data, it is damaged, or a secret key that is to take the
+/// place of what the rings hold does not prove itself.
 MergedKeys MergedWithRings(const KeyRings& rings, std::string_view data, const AskPassphrase& ask);
 
-/// EngineFailure when one of the keys lacks a proven name or a subkey that the rings hold of it: another
-/// program wrote there what the library does not know, and it would be lost.
+/// EngineFailure when one of the keys lacks a proven name or a subkey that the rings hold of it:
+/// another program wrote there what the library does not know, and it would be lost.
 void RefuseLosses(const KeyRings& rings, const std::vector<KeyRings::NewKey>& keys);
 
 // Anybody can also bind somebody else's subkey to a key. The library would take the one for the

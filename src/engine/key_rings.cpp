@@ -137,11 +137,13 @@ std::string KeyRings::Trouble() const {
   for (const bool secret : {false, true}) {
     const std::string ring = system::PathText(RingPath(secret));
     if (IsLost(secret)) {
-      return "The key ring " + ring + " is " + (RingOf(secret).file.IsOpen() ? "empty" : "missing") +
+      return "The key ring " + ring + " is " +
+             (RingOf(secret).file.IsOpen() ? "empty" : "missing") +
              "; keys may be missing. Restore it from a backup or import the keys again.";
     }
     if (const auto copy = DamagedCopy(secret); !copy.empty()) {
-      return "The key ring " + ring + " was damaged; keys may be missing. The damaged ring is kept as " +
+      return "The key ring " + ring +
+             " was damaged; keys may be missing. The damaged ring is kept as " +
              system::PathText(copy) + ". Restore the keys, then delete that file.";
     }
   }
@@ -271,7 +273,8 @@ void KeyRings::WriteIndex() {
     FileSink file(IndexPath());
     file.Write(index_.Format());
     file.Commit();
-  } catch (const EngineFailure&) {  // keys that are stored are stored, also on a disk that is full now
+  } catch (
+      const EngineFailure&) {  // keys that are stored are stored, also on a disk that is full now
   }
 }
 

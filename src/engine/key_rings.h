@@ -24,8 +24,9 @@ class KeyRings {
   /// Opens the rings as they are now, without looking for keys in them; false when they are those
   /// that were open already. EngineFailure (-7) when they are there but cannot be read.
   bool Open();
-  /// Looks whether another process changed the rings; true when there is something new. EngineFailure
-  /// when they are there but cannot be read: then no key is known and the next call tries again.
+  /// Looks whether another process changed the rings; true when there is something new.
+  /// EngineFailure when they are there but cannot be read: then no key is known and the next call
+  /// tries again.
   bool Refresh();
 
   /// Why keys may be missing, in one line for the user: a ring was damaged, emptied or removed.

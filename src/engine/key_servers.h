@@ -41,8 +41,8 @@ class KeyServers {
   /// Searches for several texts (addresses, or key IDs as "0x…") at once, on all servers.
   std::vector<Answer> LookUp(const std::vector<std::string>& searches, Allowance& allowance) const;
 
-  /// Sends an armoured key to every update server. Throws EngineFailure when there is none, or one did
-  /// not take it.
+  /// Sends an armoured key to every update server. Throws EngineFailure when there is none, or one
+  /// did not take it.
   void Publish(const std::string& armoured) const;
 
  private:

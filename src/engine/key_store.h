@@ -26,8 +26,8 @@ class KeyStore {
   rnp_ffi_t ffi() const { return ffi_.get(); }
   KeyRings& rings() { return rings_; }
 
-  /// Fails for a key that is not there: with -13, or, when that proves nothing because the rings are
-  /// not whole, with -7 and the reason.
+  /// Fails for a key that is not there: with -13, or, when that proves nothing because the rings
+  /// are not whole, with -7 and the reason.
   [[noreturn]] void FailMissing(std::string message) const;
 
   /// To be called at the start of an operation: notices rings that another process changed.
@@ -67,8 +67,8 @@ class KeyStore {
   /// The key came from a key server and is in no ring.
   bool IsOnlyLookedUp(const std::string& fingerprint) const;
 
-  /// Unlocks what the passphrase unlocks of the address's secret keys. EngineFailure -13: there are none;
-  /// -4: it unlocks none; what was unlocked before stays so.
+  /// Unlocks what the passphrase unlocks of the address's secret keys. EngineFailure -13: there are
+  /// none; -4: it unlocks none; what was unlocked before stays so.
   void Unlock(std::string_view address, const SecretString& passphrase);
   void LockAll();
   /// Fingerprints of the unlocked primary keys, the one unlocked last at the end; of one address

@@ -14,8 +14,8 @@
 
 namespace corvessa::engine {
 
-/// The engine over librnp. Every operation runs inside Attempt, the one place where an EngineFailure, or
-/// anything else that is thrown, becomes a status and the last error.
+/// The engine over librnp. Every operation runs inside Attempt, the one place where an
+/// EngineFailure, or anything else that is thrown, becomes a status and the last error.
 class LibrnpEngine final : public OpenPgpEngine {
  public:
   explicit LibrnpEngine(EngineConfig config);

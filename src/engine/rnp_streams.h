@@ -64,8 +64,8 @@ class LimitedSink final : public Sink {
   std::uint64_t left_;
 };
 
-/// Runs one library operation between a source and a sink. A EngineFailure thrown by either reaches the
-/// caller of `Rethrow` instead of the library, which only sees a failed read or write.
+/// Runs one library operation between a source and a sink. A EngineFailure thrown by either reaches
+/// the caller of `Rethrow` instead of the library, which only sees a failed read or write.
 class Stream {
  public:
   Stream(Source& source, Sink& sink);

@@ -92,7 +92,8 @@ std::string OutdatedHash(rnp_ffi_t ffi, rnp_signature_handle_t signature, std::u
   std::string hash = Text(rnp_signature_get_hash_alg, signature);
   const auto made = Get<std::uint32_t>(rnp_signature_get_creation, signature);
   std::uint32_t level = RNP_SECURITY_DEFAULT;
-  Check(rnp_get_security_rule(ffi, RNP_FEATURE_HASH_ALG, hash.c_str(), made, &use, nullptr, &level));
+  Check(
+      rnp_get_security_rule(ffi, RNP_FEATURE_HASH_ALG, hash.c_str(), made, &use, nullptr, &level));
   return level < RNP_SECURITY_DEFAULT ? hash : std::string();
 }
 
@@ -193,8 +194,7 @@ Finding Judge(const KeyStore& keys, rnp_op_verify_signature_t signature, bool te
   }
   const std::string address = SignerOf(primary.get(), handle.get(), key_id);
   if (status == RNP_ERROR_SIGNATURE_INVALID) {
-    auto unchecked =
-        UncheckedFinding(keys.ffi(), handle.get(), key.get(), primary.get(), address);
+    auto unchecked = UncheckedFinding(keys.ffi(), handle.get(), key.get(), primary.get(), address);
     if (unchecked) return *std::move(unchecked);
     return {Kind::kBad, address, "The signature of " + address + " does not fit the content."};
   }

@@ -125,8 +125,8 @@ TEST_F(RingsTest, TroubleWithARingIsNeverReportedAsAMissingKey) {
   struct Case {
     const char* what;
     std::function<void(const fs::path& keys)> spoil;
-    std::string trouble;  // with KEYS for the folder
-    platform::EngineStatus known;   // of an address whose key is in what is left
+    std::string trouble;           // with KEYS for the folder
+    platform::EngineStatus known;  // of an address whose key is in what is left
   };
   const auto secret_key = donor->SecretKeys(Address(0));
   const auto lost = [](const std::string& ring, const std::string& state) {
