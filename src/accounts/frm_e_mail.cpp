@@ -1,28 +1,11 @@
 #include "accounts/frm_e_mail.h"
 
-#include <string_view>
-
-#include "base/text.h"
+#include "base/address.h"
 #include "branding/customization.h"
 #include "branding/message_box.h"
 #include "forms/frm_modal_show_in_taskbar.h"
 
 namespace corvessa {
-namespace {
-
-/// A coarse test that catches slips of the pen; whether the address exists is for the key servers
-/// to say.
-bool LooksLikeAddress(std::string_view text) {
-  text = Trim(text);
-  const std::size_t at = text.find('@');
-  if (at == std::string_view::npos || at == 0) return false;
-  const std::size_t dot = text.find('.', at);
-  return dot != std::string_view::npos && dot > at + 1 && dot + 1 < text.size() &&
-         !text.ends_with('.');
-}
-
-}  // namespace
-
 frmEMail::frmEMail() : BrandedForm("frmEMail", "Add Secure Email Account", 400, 138) {
   cmdOK.Default = true;
   cmdOK.Enabled = false;
@@ -37,7 +20,7 @@ std::string frmEMail::GetUserDlg() {
   accepted_ = false;
   edEmail.SetText("");
   ShowModalForm(*this);
-  return accepted_ ? LCase(Trim(edEmail.Text())) : "";
+  return accepted_ ? NormalAddress(edEmail.Text()) : "";
 }
 
 void frmEMail::Form_Activate() {
@@ -45,10 +28,10 @@ void frmEMail::Form_Activate() {
 }
 
 void frmEMail::Accept() {
-  const std::string address = LCase(Trim(edEmail.Text()));
+  const std::string address = NormalAddress(edEmail.Text());
   edEmail.SetText(address);
   if (address.empty()) return;
-  if (!LooksLikeAddress(address)) {
+  if (!IsAddress(address)) {
     Tell("Please enter a valid email address");
     return;
   }

@@ -2,6 +2,7 @@
 
 #include "accounts/nimbra_account.h"
 #include "accounts/user_management.h"
+#include "base/address.h"
 #include "base/debug_info.h"
 #include "base/guard.h"
 #include "base/text.h"
@@ -61,7 +62,7 @@ bool Contains(const std::vector<std::string>& texts, std::string_view text) {
 std::vector<std::string> RecipientDomains(const std::vector<std::string>& addresses) {
   std::vector<std::string> domains;
   for (const std::string& address : addresses) {
-    std::string domain = address.substr(address.rfind('@') + 1);
+    std::string domain(DomainOf(address));
     if (!Contains(domains, domain)) domains.push_back(std::move(domain));
   }
   return domains;

@@ -5,6 +5,7 @@
 #include <limits>
 #include <optional>
 
+#include "base/address.h"
 #include "base/text.h"
 #include "desk/command_error.h"
 #include "settings/registry_values.h"
@@ -165,14 +166,9 @@ std::string SettingsStore::MainAddress() const {
   return signer == accounts.end() ? accounts.front().address : signer->address;
 }
 
-std::string SettingsStore::NormalAddress(std::string_view address) {
-  std::string normal = LCase(Trim(address));
-  const auto at = normal.find('@');
-  const bool is_address = at != std::string::npos && at > 0 && at + 1 < normal.size() &&
-                          normal.find('@', at + 1) == std::string::npos &&
-                          normal.find_first_of(" \\\"<>(),;:[]") == std::string::npos &&
-                          !HoldsControlCharacter(normal);
-  if (!is_address) {
+std::string SettingsStore::AccountAddress(std::string_view address) {
+  std::string normal = NormalAddress(address);
+  if (!IsAddress(normal)) {
     throw CommandError{
         Outcome::kWrongUse,
         "\"" + ForDisplay(address) + "\" is not an email address; write it as name@example.org"};
@@ -181,7 +177,7 @@ std::string SettingsStore::NormalAddress(std::string_view address) {
 }
 
 bool SettingsStore::AddAccount(std::string_view address, bool signs) {
-  const std::string added = NormalAddress(address);
+  const std::string added = AccountAddress(address);
   const auto before = Accounts();
   const auto known =
       std::ranges::find_if(before, [&](const auto& entry) { return entry.address == added; });
@@ -201,7 +197,7 @@ bool SettingsStore::AddAccount(std::string_view address, bool signs) {
 }
 
 bool SettingsStore::RemoveAccount(std::string_view address) {
-  const std::string removed = LCase(Trim(address));
+  const std::string removed = NormalAddress(address);
   const auto before = Accounts();
   const auto known =
       std::ranges::find_if(before, [&](const auto& entry) { return entry.address == removed; });

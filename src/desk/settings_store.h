@@ -35,7 +35,7 @@ class SettingsStore {
   std::string MainAddress() const;
   /// The address trimmed and in lower case, as it is stored. Throws CommandError for what is not an
   /// address.
-  static std::string NormalAddress(std::string_view address);
+  static std::string AccountAddress(std::string_view address);
   /// Adds the address if it is missing, and makes it the only signer if it `signs`. As in the
   /// settings dialog, the first signer switches signing on. False if nothing changed.
   bool AddAccount(std::string_view address, bool signs);

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "base/address.h"
 #include "base/text.h"
-#include "engine/addresses.h"
 #include "engine/local_files.h"
 #include "engine/status.h"
 
@@ -16,18 +16,13 @@ std::string Trimmed(std::string_view text) {
   return NormalAddress(Trim(text, " \t\r"));
 }
 
-std::string_view DomainOf(std::string_view address) {
-  const auto at = address.rfind('@');
-  return at == std::string_view::npos ? address : address.substr(at + 1);
-}
-
 /// The addresses of a line's list; empty when one of them is none.
 std::vector<std::string> Addresses(std::string_view list) {
   std::vector<std::string> addresses;
   for (std::size_t begin = 0; begin <= list.size();) {
     const auto end = std::min(list.find(',', begin), list.size());
     const std::string address = Trimmed(list.substr(begin, end - begin));
-    if (address.empty() || AddressOf(address) != address) return {};
+    if (!IsAddress(address)) return {};
     addresses.push_back(address);
     begin = end + 1;
   }

@@ -4,7 +4,7 @@
 #include <ctime>
 #include <functional>
 
-#include "engine/addresses.h"
+#include "base/address.h"
 #include "engine/armour.h"
 #include "engine/packets.h"
 #include "engine/rnp_streams.h"
@@ -111,6 +111,16 @@ void ForgetStubs(rnp_ffi_t ffi, const std::string& fingerprint) {
   for (const auto& key : WithSubkeys(ffi, primary.get())) {
     if (IsStub(key.get())) Check(rnp_key_remove(key.get(), RNP_KEY_REMOVE_SECRET));
   }
+}
+
+std::string AddressOf(std::string_view user_id) {
+  std::string address = NormalAddress(user_id);
+  if (address.ends_with('>')) {
+    const auto open = address.rfind('<');
+    if (open == std::string::npos) return {};
+    address = address.substr(open + 1, address.size() - open - 2);
+  }
+  return IsAddress(address) ? address : std::string();
 }
 
 KeyFacts FactsOf(rnp_key_handle_t primary) {

@@ -24,6 +24,10 @@ std::vector<Key> WithSubkeys(rnp_ffi_t ffi, rnp_key_handle_t primary);
 
 KeyFacts FactsOf(rnp_key_handle_t primary);
 
+/// The normal address that a user ID carries, "name <address>" or the address alone; "" when it
+/// carries none.
+std::string AddressOf(std::string_view user_id);
+
 /// It stands for a secret key whose numbers are kept elsewhere: in a backup or on a smartcard.
 bool IsStub(rnp_key_handle_t key);
 

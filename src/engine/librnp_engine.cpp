@@ -5,8 +5,8 @@
 #include <set>
 #include <utility>
 
+#include "base/address.h"
 #include "base/error.h"
-#include "engine/addresses.h"
 #include "engine/armour.h"
 #include "engine/clear_signed.h"
 #include "engine/decryption.h"
@@ -91,6 +91,10 @@ std::shared_ptr<void> LibrnpEngine::WatchDecryption(std::uint64_t size) const {
 
 void LibrnpEngine::FailToHide() {
   Fail(kUnexpected, "The recipients could not be hidden.");
+}
+
+std::string LibrnpEngine::AccountAddress(const platform::EngineAccount* account) {
+  return account ? NormalAddress(account->address) : std::string();
 }
 
 EngineStatus LibrnpEngine::QueryKeyPair(std::string_view address, std::string& text) {

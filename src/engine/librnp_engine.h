@@ -69,6 +69,8 @@ class LibrnpEngine final : public OpenPgpEngine {
   FindSigner SignerFinder();
   std::shared_ptr<void> WatchDecryption(std::uint64_t size) const;
   [[noreturn]] static void FailToHide();
+  /// "" for none.
+  static std::string AccountAddress(const platform::EngineAccount* account);
   EngineStatus Report(const Verdict& verdict, platform::IEngineStringVector& signers,
                       platform::IEngineStringVector& unknown_signers);
 

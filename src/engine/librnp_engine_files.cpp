@@ -1,6 +1,5 @@
 #include <algorithm>
 
-#include "engine/addresses.h"
 #include "engine/adks.h"
 #include "engine/armour.h"
 #include "engine/decryption.h"

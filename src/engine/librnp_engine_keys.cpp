@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <set>
 
-#include "engine/addresses.h"
+#include "base/address.h"
 #include "engine/armour.h"
 #include "engine/key_facts.h"
 #include "engine/key_generation.h"
@@ -16,8 +16,8 @@ constexpr std::size_t kLongestUserId = 128;
 
 std::string UserIdFor(std::string_view name, std::string_view address) {
   std::string normal = NormalAddress(address);
-  if (normal.empty() || AddressOf(normal) != normal) {
-    Fail(kInvalidKey, "\"" + std::string(address) + "\" is no e-mail address.");
+  if (!IsAddress(normal)) {
+    Fail(kInvalidKey, "\"" + std::string(address) + "\" is not an email address.");
   }
   const bool plain_name = std::ranges::none_of(
       name, [](char c) { return c == '<' || c == '>' || static_cast<unsigned char>(c) < ' '; });

@@ -4,7 +4,6 @@
 #include <exception>
 #include <optional>
 
-#include "engine/addresses.h"
 #include "engine/key_facts.h"
 #include "engine/status.h"
 

@@ -5,6 +5,7 @@
 #include "accounts/nimbra_account.h"
 #include "accounts/registry_handlers.h"
 #include "accounts/user_management.h"
+#include "base/address.h"
 #include "base/debug_info.h"
 #include "platform/registry.h"
 #include "settings/edition.h"
@@ -126,6 +127,7 @@ TEST_F(Settings, AddressesAreValidBehindTheAtSignOnly) {
   for (const char* invalid : {"a@b.", "", "abcdef", "a@bcd", "a@b@c.d", "a@B.cd", "a@b_c.d",
                               "a@b.c d", "a@b.c\r\n", "a@b.é"}) {
     EXPECT_FALSE(IsValidEmailAddress(invalid)) << invalid;
+    EXPECT_FALSE(IsAddress(invalid)) << "can be secured but not sent to: " << invalid;
   }
 }
 

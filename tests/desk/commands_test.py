@@ -138,6 +138,8 @@ class Settings(DeskCase):
                  "A name for a key takes, with the address, at most 128 bytes"),
                 (["account", "add", "no address"],
                  "\"no address\" is not an email address; write it as name@example.org"),
+                (["account", "add", "x@y"],
+                 "\"x@y\" is not an email address; write it as name@example.org"),
                 (["key", "generate", "x@example.org"],
                  "no terminal to ask for a passphrase; use --passphrase-file")):
             with self.subTest(arguments):

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "engine/addresses.h"
 #include "engine/armour.h"
+#include "engine/key_facts.h"
 #include "engine/packets.h"
 #include "engine/profile.h"
 #include "support/gpg.h"
@@ -61,7 +61,7 @@ TEST(HostileKeysTest, WhatOnlyLooksLikeAnAddressIsNone) {
   }
   for (const auto* address : {"'bob@example.org'", "[bob@example.org]", "bob@example.org.",
                               "bob@example.org(x)", "`b@x.org`", "mailto:bob@example.org",
-                              "*bob@example.org*", "bob@example..org", "bob@[1.2.3.4]"}) {
+                              "*bob@example.org*", "bob@example..org", "bob@[1.2.3.4]", "x@y"}) {
     EXPECT_EQ(AddressOf(std::string("B <") + address + ">"), "") << address;
   }
 }

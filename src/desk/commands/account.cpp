@@ -26,7 +26,7 @@ void TellOfMissingKey(const CommandContext& context, Profile& profile, const std
 
 Outcome Add(CommandContext& context, const std::string& address, bool signs) {
   Profile profile = context.OpenProfile();
-  const std::string normal = SettingsStore::NormalAddress(address);
+  const std::string normal = SettingsStore::AccountAddress(address);
   SettingsStore settings(profile.Registry());
   const auto before = settings.Accounts();
   if (settings.AddAccount(normal, signs)) {
