@@ -13,7 +13,8 @@ bool IsAlphanumeric(char c) {
 
 bool IsLocalPart(std::string_view text) {
   const bool is_plain = std::ranges::all_of(text, [](char c) {
-    return c > ' ' && c < '\x7f' && std::string_view("()<>[]:;@\\,\"`*").find(c) == std::string_view::npos;
+    return c > ' ' && c < '\x7f' &&
+           std::string_view("()<>[]:;@\\,\"`*").find(c) == std::string_view::npos;
   });
   return is_plain && !text.empty() && (IsAlphanumeric(text.front()) || text.front() == '_') &&
          !text.ends_with('\'');
@@ -39,8 +40,8 @@ bool IsDomain(std::string_view text) {
   const bool has_empty_part =
       text.starts_with('.') || text.ends_with('.') || text.find("..") != std::string_view::npos;
   return text.find('.') != std::string_view::npos && !has_empty_part &&
-         std::ranges::all_of(
-             text, [](char c) { return IsAlphanumeric(c) || c == '-' || c == '.'; });
+         std::ranges::all_of(text,
+                             [](char c) { return IsAlphanumeric(c) || c == '-' || c == '.'; });
 }
 
 std::string_view DomainOf(std::string_view address) {

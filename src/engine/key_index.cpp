@@ -1,19 +1,29 @@
 #include "engine/key_index.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cstring>
+#include <rnp/rnp.h>
 #include <utility>
 
 namespace corvessa::engine {
 namespace {
 
-constexpr std::string_view kTitle = "corvessa key index 1";
+std::string Title() {
+  return std::string("corvessa key index 2, librnp ") + rnp_version_string();
+}
 
-/// FNV-1a: quick, and damage is all that it has to notice.
+/// FNV-1a over words, whose bits it mixes in both directions: quick, and damage is all that it has
+/// to notice.
 std::uint64_t Checksum(std::string_view text) {
-  std::uint64_t sum = 0xcbf29ce484222325U;
-  for (const char c : text) {
-    sum ^= static_cast<std::uint8_t>(c);
-    sum *= 0x100000001b3U;
+  std::uint64_t sum = 0xcbf29ce484222325U ^ text.size();
+  while (!text.empty()) {
+    std::uint64_t word = 0;
+    const std::size_t size = std::min(text.size(), sizeof word);
+    std::memcpy(&word, text.data(), size);
+    sum = (sum ^ word) * 0x100000001b3U;
+    sum ^= sum >> 32;
+    text.remove_prefix(size);
   }
   return sum;
 }
@@ -58,7 +68,8 @@ bool ReadEntry(std::string_view line, RingEntry& entry) {
   if (!Read(Cut(line, '\t'), entry.offset) || !Read(Cut(line, '\t'), entry.length)) return false;
   entry.fingerprint = Cut(line, '\t');
   entry.key_ids = Cut(line, '\t');
-  entry.addresses = line;
+  entry.addresses = Cut(line, '\t');
+  entry.info = line;
   return true;
 }
 
@@ -74,7 +85,7 @@ bool Lists(std::string_view joined, std::string_view item) {
 std::string IndexLine(const RingEntry& entry) {
   std::string line(entry.secret ? "secret" : "public");
   for (const auto number : {entry.offset, entry.length}) line += '\t' + std::to_string(number);
-  for (const auto text : {entry.fingerprint, entry.key_ids, entry.addresses}) {
+  for (const auto text : {entry.fingerprint, entry.key_ids, entry.addresses, entry.info}) {
     line += '\t';
     line += text;
   }
@@ -82,9 +93,9 @@ std::string IndexLine(const RingEntry& entry) {
 }
 
 std::string IndexLine(bool secret, std::uint64_t offset, std::uint64_t length,
-                      const KeyFacts& facts) {
-  return IndexLine(
-      {secret, offset, length, facts.fingerprint, Joined(facts.key_ids), Joined(facts.addresses)});
+                      const KeyFacts& facts, std::string_view info) {
+  return IndexLine({secret, offset, length, facts.fingerprint, Joined(facts.key_ids),
+                    Joined(facts.addresses), info});
 }
 
 std::string WithChecksum(std::string text) {
@@ -110,6 +121,16 @@ bool KeyIndex::ReadEntries(std::string_view lines) {
   return true;
 }
 
+const std::vector<const RingEntry*>& KeyIndex::FindByFingerprint(
+    std::string_view fingerprint) const {
+  static const std::vector<const RingEntry*> kNone;
+  if (by_fingerprint_.empty()) {
+    for (const auto& entry : entries_) by_fingerprint_[entry.fingerprint].push_back(&entry);
+  }
+  const auto found = by_fingerprint_.find(fingerprint);
+  return found == by_fingerprint_.end() ? kNone : found->second;
+}
+
 std::optional<KeyIndex> KeyIndex::Parse(std::string text) {
   KeyIndex index;
   index.text_ = std::make_shared<const std::string>(std::move(text));
@@ -122,7 +143,8 @@ std::optional<KeyIndex> KeyIndex::Parse(std::string text) {
     return std::nullopt;
   }
   rest = rest.substr(0, last_line);
-  if (Cut(rest, '\n') != kTitle || !ReadStamp(Cut(rest, '\n'), "public ring", index.public_ring_) ||
+  if (Cut(rest, '\n') != Title() ||
+      !ReadStamp(Cut(rest, '\n'), "public ring", index.public_ring_) ||
       !ReadStamp(Cut(rest, '\n'), "secret ring", index.secret_ring_) || !index.ReadEntries(rest)) {
     return std::nullopt;
   }
@@ -130,7 +152,7 @@ std::optional<KeyIndex> KeyIndex::Parse(std::string text) {
 }
 
 std::string KeyIndex::Format() const {
-  std::string text(kTitle);
+  std::string text = Title();
   text += '\n';
   text += FormatStamp("public ring", public_ring_);
   text += FormatStamp("secret ring", secret_ring_);

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "engine/key_facts.h"
@@ -21,6 +22,7 @@ struct RingEntry {
   std::string_view fingerprint;
   std::string_view key_ids;    ///< joined by commas
   std::string_view addresses;  ///< joined by commas
+  std::string_view info;       ///< see key_info.h; empty when it cannot be kept
   bool operator==(const RingEntry&) const = default;
 };
 
@@ -29,13 +31,16 @@ bool Lists(std::string_view joined, std::string_view item);
 
 /// The line of a key, for the text of an index.
 std::string IndexLine(bool secret, std::uint64_t offset, std::uint64_t length,
-                      const KeyFacts& facts);
+                      const KeyFacts& facts, std::string_view info);
 std::string IndexLine(const RingEntry& entry);
 
-/// The index beside the rings: text, one line a key, closed by a checksum.
+/// The index beside the rings: text, one line a key, closed by a checksum. What it says of a key
+/// holds for one version of the library, which checked the key.
 class KeyIndex {
  public:
   KeyIndex() = default;
+  KeyIndex(KeyIndex&&) = default;  // the table points into the entries
+  KeyIndex& operator=(KeyIndex&&) = default;
   /// Of lines as IndexLine makes them.
   KeyIndex(system::FileStamp public_ring, system::FileStamp secret_ring, std::string lines);
   /// Nothing when the text is no index, is cut off or damaged, or an entry lies outside its ring.
@@ -45,14 +50,19 @@ class KeyIndex {
   const system::FileStamp& PublicRing() const { return public_ring_; }
   const system::FileStamp& SecretRing() const { return secret_ring_; }
   const std::vector<RingEntry>& Entries() const { return entries_; }
+  /// In ring order. The first call makes a table, which mail does not need.
+  const std::vector<const RingEntry*>& FindByFingerprint(std::string_view fingerprint) const;
 
  private:
+  using Table = std::unordered_map<std::string_view, std::vector<const RingEntry*>>;
+
   bool ReadEntries(std::string_view lines);
 
   system::FileStamp public_ring_;
   system::FileStamp secret_ring_;
   std::shared_ptr<const std::string> text_;
   std::vector<RingEntry> entries_;
+  mutable Table by_fingerprint_;
 };
 
 /// Closes an index's text with its checksum line.

@@ -1,9 +1,11 @@
 #include "engine/key_rings.h"
 
 #include <algorithm>
+#include <set>
 #include <system_error>
 #include <utility>
 
+#include "engine/key_info.h"
 #include "engine/packets.h"
 #include "engine/status.h"
 
@@ -12,6 +14,7 @@ namespace {
 
 constexpr const char* kDamaged = ".damaged";
 constexpr std::size_t kMaxIndexSize = std::size_t{256} << 20;
+constexpr std::uint64_t kLongestRun = 1 << 20;
 
 bool IsStillAt(const std::filesystem::path& path, const system::FileStamp& stamp) {
   try {
@@ -186,7 +189,8 @@ std::string KeyRings::IndexRing(bool secret) const {
       continue;
     }
     const auto key = FindKey(scratch.get(), loaded.front());
-    lines += IndexLine(secret, piece.offset, piece.length, FactsOf(key.get()));
+    lines += IndexLine(secret, piece.offset, piece.length, FactsOf(key.get()),
+                       FormatInfo(scratch.get(), key.get()));
   }
   // What cannot be read would be lost with the next write.
   if (damaged) Rescue(secret, data);
@@ -208,10 +212,6 @@ void KeyRings::Rescue(bool secret, const std::string& data) const {
 
 std::vector<const RingEntry*> KeyRings::FindByAddress(std::string_view address) const {
   return Listing(address, &RingEntry::addresses, Entries());
-}
-
-std::vector<const RingEntry*> KeyRings::FindByFingerprint(std::string_view fingerprint) const {
-  return Listing(fingerprint, &RingEntry::fingerprint, Entries());
 }
 
 std::vector<const RingEntry*> KeyRings::FindByKeyId(std::string_view key_id) const {
@@ -239,28 +239,36 @@ void KeyRings::Store(const Lock&, const std::vector<NewKey>& keys) {
 }
 
 void KeyRings::WriteRing(bool secret, const std::vector<NewKey>& keys) {
-  const auto belongs = [&](const auto& key) { return key.secret == secret; };
-  if (std::ranges::none_of(keys, belongs)) return;
+  std::set<std::string_view> replaced;
+  for (const auto& key : keys) {
+    if (key.secret == secret) replaced.insert(key.facts.fingerprint);
+  }
+  if (replaced.empty()) return;
   FileSink file(BehindLinks(RingPath(secret)));
   std::string lines;
   std::string other_lines;
   std::uint64_t offset = 0;
+  RingEntry run;  // entries that follow one another are copied together
+  run.secret = secret;
   for (auto entry : Entries()) {
-    const bool replaced = std::ranges::any_of(keys, [&](const NewKey& key) {
-      return belongs(key) && key.facts.fingerprint == entry.fingerprint;
-    });
-    if (!belongs(entry)) {
+    if (entry.secret != secret) {
       other_lines += IndexLine(entry);
-    } else if (!replaced) {
-      file.Write(Read(entry));
+    } else if (!replaced.contains(entry.fingerprint)) {
+      if (entry.offset != run.offset + run.length || run.length > kLongestRun) {
+        file.Write(Read(run));
+        run.offset = entry.offset;
+        run.length = 0;
+      }
+      run.length += entry.length;
       entry.offset = std::exchange(offset, offset + entry.length);
       lines += IndexLine(entry);
     }
   }
+  file.Write(Read(run));
   for (const auto& key : keys) {
-    if (!belongs(key)) continue;
+    if (key.secret != secret) continue;
     file.Write(key.data);
-    lines += IndexLine(secret, offset, key.data.size(), key.facts);
+    lines += IndexLine(secret, offset, key.data.size(), key.facts, key.info);
     offset += key.data.size();
   }
   file.CommitDurably();

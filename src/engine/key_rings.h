@@ -36,7 +36,9 @@ class KeyRings {
   const std::vector<RingEntry>& Entries() const { return index_.Entries(); }
   /// The entries whose key carries the address (in lower case), in ring order.
   std::vector<const RingEntry*> FindByAddress(std::string_view address) const;
-  std::vector<const RingEntry*> FindByFingerprint(std::string_view fingerprint) const;
+  const std::vector<const RingEntry*>& FindByFingerprint(std::string_view fingerprint) const {
+    return index_.FindByFingerprint(fingerprint);
+  }
   /// The entries that hold the key ID (16 capital hexadecimal digits), be it a subkey's.
   std::vector<const RingEntry*> FindByKeyId(std::string_view key_id) const;
 
@@ -47,6 +49,7 @@ class KeyRings {
   struct NewKey {
     bool secret = false;
     KeyFacts facts;
+    std::string info;  ///< see key_info.h
     std::string data;
   };
   /// Shuts other processes out while it lives, so that what is read is still so when it is stored.

@@ -25,6 +25,8 @@ struct KeyInfo {
   bool revoked = false;
   bool expired = false;
   bool encrypts = false;  ///< mail can be encrypted to it now
+  std::vector<std::string> new_addresses = {};  ///< those that an import has added
+  bool operator==(const KeyInfo&) const = default;
 };
 
 /// Asks the user for the passphrase of a secret key; nothing when there is none to be had.
@@ -52,6 +54,8 @@ class KeyUpkeep {
   /// The same for secret keys, still protected by their passphrases.
   virtual platform::EngineStatus ExportSecretKeys(std::string_view who, std::string& armoured) = 0;
   virtual platform::EngineStatus ListKeys(std::vector<KeyInfo>& keys) = 0;
+  /// Those of an address or a fingerprint; none is no failure.
+  virtual platform::EngineStatus FindKeys(std::string_view who, std::vector<KeyInfo>& keys) = 0;
   /// Sends the public keys of an own address to every update server. -13: it has no secret key; -8:
   /// a server did not take them.
   virtual platform::EngineStatus PublishKeys(std::string_view address) = 0;

@@ -1,10 +1,12 @@
 #include <algorithm>
 #include <set>
+#include <unordered_set>
 
 #include "base/address.h"
 #include "engine/armour.h"
 #include "engine/key_facts.h"
 #include "engine/key_generation.h"
+#include "engine/key_info.h"
 #include "engine/key_merging.h"
 #include "engine/librnp_engine.h"
 
@@ -30,53 +32,18 @@ std::string UserIdFor(std::string_view name, std::string_view address) {
   return user_id;
 }
 
-std::string AlgorithmOf(rnp_key_handle_t primary) {
-  const std::string algorithm = Text(rnp_key_get_alg, primary);
-  if (algorithm != "RSA" && algorithm != "DSA") return algorithm;
-  return algorithm + " " + std::to_string(Get<std::uint32_t>(rnp_key_get_bits, primary));
-}
-
-std::vector<std::string> UserIdsOf(rnp_key_handle_t primary) {
-  std::vector<std::string> user_ids;
-  const auto count = Get<std::size_t>(rnp_key_get_uid_count, primary);
-  for (std::size_t i = 0; i < count; ++i) user_ids.push_back(Text(rnp_key_get_uid_at, primary, i));
-  return user_ids;
-}
-
 bool HasSecretPart(rnp_ffi_t ffi, rnp_key_handle_t primary) {
   return std::ranges::any_of(WithSubkeys(ffi, primary), [](const Key& key) {
     return Get<bool>(rnp_key_have_secret, key.get());
   });
 }
 
-bool HasOpenSecretPart(rnp_ffi_t ffi, rnp_key_handle_t primary) {
-  return std::ranges::any_of(WithSubkeys(ffi, primary), [](const Key& key) {
-    return Get<bool>(rnp_key_have_secret, key.get()) && !Get<bool>(rnp_key_is_protected, key.get());
-  });
-}
-
-KeyInfo InfoOf(rnp_ffi_t ffi, rnp_key_handle_t primary) {
-  const auto facts = FactsOf(primary);
-  const auto created = Get<std::uint32_t>(rnp_key_get_creation, primary);
-  const auto lifetime = Get<std::uint32_t>(rnp_key_get_expiration, primary);
-  return {facts.fingerprint,
-          UserIdsOf(primary),
-          facts.addresses,
-          AlgorithmOf(primary),
-          created,
-          lifetime == 0 ? 0 : std::int64_t{created} + lifetime,
-          HasSecretPart(ffi, primary),
-          HasOpenSecretPart(ffi, primary),
-          Get<bool>(rnp_key_is_revoked, primary),
-          Get<bool>(rnp_key_is_expired, primary),
-          UsableFor(ffi, primary, "encrypt") != nullptr};
-}
-
 /// What the rings are to hold of a key of the scratch store.
 void AddForRings(rnp_ffi_t ffi, rnp_key_handle_t primary, std::vector<KeyRings::NewKey>& keys) {
   const auto facts = FactsOf(primary);
-  keys.push_back({false, facts, ExportPublic(primary)});
-  if (HasSecretPart(ffi, primary)) keys.push_back({true, facts, ExportSecret(primary)});
+  const auto info = FormatInfo(ffi, primary);
+  keys.push_back({false, facts, info, ExportPublic(primary)});
+  if (HasSecretPart(ffi, primary)) keys.push_back({true, facts, info, ExportSecret(primary)});
 }
 
 void TellOfLeftOut(const LeftOut& left_out) {
@@ -90,6 +57,42 @@ void TellOfLeftOut(const LeftOut& left_out) {
 std::vector<const RingEntry*> Meant(const KeyRings& rings, std::string_view who) {
   auto entries = rings.FindByAddress(NormalAddress(who));
   return entries.empty() ? rings.FindByFingerprint(who) : entries;
+}
+
+KeyInfo InfoOfEntry(const KeyRings& rings, const RingEntry& entry) {
+  if (auto info = ReadInfo(entry)) return *std::move(info);
+  const Ffi scratch = MakeFfi();
+  LoadKeys(scratch.get(), rings.Read(entry));
+  const auto key = FindKey(scratch.get(), std::string(entry.fingerprint));
+  if (!key) Fail(kKeyStoreTrouble, "Cannot read the key " + std::string(entry.fingerprint) + ".");
+  return InfoOf(scratch.get(), key.get());
+}
+
+/// The keys that have entries among those, each once, in their order.
+template <typename Entries, typename ToEntry>
+std::vector<KeyInfo> InfosOf(const KeyRings& rings, const Entries& entries, ToEntry to_entry) {
+  std::vector<KeyInfo> infos;
+  std::unordered_set<std::string_view> seen;
+  for (const auto& item : entries) {
+    const RingEntry& entry = to_entry(item);
+    if (!seen.insert(entry.fingerprint).second) continue;
+    const auto& halves = rings.FindByFingerprint(entry.fingerprint);
+    auto& info = infos.emplace_back(InfoOfEntry(rings, *halves.front()));
+    for (const auto* half : halves) AddHalf(InfoOfEntry(rings, *half), info);
+  }
+  return infos;
+}
+
+/// The addresses of a key that the rings do not know it by.
+std::vector<std::string> NewAddresses(const KeyRings& rings, const KeyInfo& key) {
+  std::vector<std::string> added;
+  for (const auto& address : key.addresses) {
+    const bool is_known = std::ranges::any_of(
+        rings.FindByFingerprint(key.fingerprint),
+        [&](const RingEntry* entry) { return Lists(entry->addresses, address); });
+    if (!is_known) added.push_back(address);
+  }
+  return added;
 }
 
 std::string PublicKeysOf(KeyStore& keys, std::string_view who) {
@@ -140,6 +143,7 @@ EngineStatus LibrnpEngine::ImportKeys(std::string_view data, const AskPassphrase
       const auto key = FindKey(merged.ffi.get(), merged.fingerprint);
       AddForRings(merged.ffi.get(), key.get(), keys);
       infos.push_back(InfoOf(merged.ffi.get(), key.get()));
+      infos.back().new_addresses = NewAddresses(keys_.rings(), infos.back());
     }
     RefuseLosses(keys_.rings(), keys);
     keys_.Store(lock, keys);
@@ -165,18 +169,16 @@ EngineStatus LibrnpEngine::ExportSecretKeys(std::string_view who, std::string& a
 
 EngineStatus LibrnpEngine::ListKeys(std::vector<KeyInfo>& keys) {
   return Attempt([&] {
-    std::vector<KeyInfo> infos;
-    std::set<std::string_view> seen;
-    for (const auto& entry : keys_.rings().Entries()) {
-      if (!seen.insert(entry.fingerprint).second) continue;
-      const Ffi scratch = MakeFfi();
-      for (const auto* half : keys_.rings().FindByFingerprint(entry.fingerprint)) {
-        LoadKeys(scratch.get(), keys_.rings().Read(*half));
-      }
-      const auto key = FindKey(scratch.get(), std::string(entry.fingerprint));
-      if (key) infos.push_back(InfoOf(scratch.get(), key.get()));
-    }
-    keys = std::move(infos);
+    keys = InfosOf(keys_.rings(), keys_.rings().Entries(),
+                   [](const RingEntry& entry) -> const RingEntry& { return entry; });
+    return kDone;
+  });
+}
+
+EngineStatus LibrnpEngine::FindKeys(std::string_view who, std::vector<KeyInfo>& keys) {
+  return Attempt([&] {
+    keys = InfosOf(keys_.rings(), Meant(keys_.rings(), who),
+                   [](const RingEntry* entry) -> const RingEntry& { return *entry; });
     return kDone;
   });
 }

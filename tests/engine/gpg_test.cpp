@@ -197,6 +197,34 @@ TEST_F(GpgTest, ExpiredAndRevokedKeysAreOfNoUse) {
   }
 }
 
+TEST_F(GpgTest, TheIndexSaysOfAKeyWhatACheckOfItFinds) {
+  const std::string past = "--faked-system-time 20200101T000000!";
+  gpg->Generate("ended@example.org", "ed25519", "1d", past);
+  gpg->Generate("ends@example.org", "ed25519", "20y", past);
+  gpg->Generate("taken.back@example.org", "ed25519");
+  gpg->Revoke("taken.back@example.org");
+  gpg->Make("--quick-gen-key 'signs\\only <signs@example.org>' rsa2048 sign never");
+  gpg->Make("--quick-add-uid signs@example.org 'Another <other@example.org>'");
+  Profile profile;
+  std::vector<KeyInfo> checked;
+  ASSERT_EQ(profile.engine->ImportKeys(
+                gpg->Make("--export") + gpg->Make("--export-secret-keys"),
+                [](const auto&, const auto&) { return SecretString("secret"); }, checked),
+            0);
+  for (auto& key : checked) {
+    EXPECT_EQ(std::exchange(key.new_addresses, {}), key.addresses);
+    std::vector<KeyInfo> found;
+    EXPECT_EQ(profile.Reopened()->FindKeys(key.addresses.front(), found), 0);
+    EXPECT_EQ(found, std::vector{key});
+  }
+  std::filesystem::remove(profile.folder / "keys/keys.index");
+  for (int again = 0; again < 2; ++again) {
+    std::vector<KeyInfo> listed;
+    EXPECT_EQ(profile.Reopened()->ListKeys(listed), 0);
+    EXPECT_EQ(listed, checked);
+  }
+}
+
 TEST_F(GpgTest, AnOutdatedSignatureIsNotCalledAForgery) {
   gpg->Make("--cert-digest-algo SHA256 --quick-gen-key dsa@example.org dsa1024 sign never");
   gpg->Make("--cert-digest-algo SHA1 --quick-gen-key sha1@example.org rsa2048 sign never");
@@ -217,7 +245,9 @@ TEST_F(GpgTest, AnOutdatedSignatureIsNotCalledAForgery) {
              "The key of " + sha1_key + end},
         Case{"--digest-algo SHA256 -u dsa@example.org", "1 [dsa@example.org] [] x", ""}}) {
     EXPECT_EQ(alice->VerifyText(gpg->Make(options + " --clear-sign", "x")), verified) << options;
-    if (!reason.empty()) EXPECT_EQ(alice->engine->GetEngineLastError(), reason);
+    if (!reason.empty()) {
+      EXPECT_EQ(alice->engine->GetEngineLastError(), reason);
+    }
   }
 }
 

@@ -159,7 +159,7 @@ TEST_F(RingsTest, TroubleWithARingIsNeverReportedAsAMissingKey) {
                   fs::remove(keys / "public.ring");
                   mkfifo((keys / "public.ring").c_str(), 0600);
                 },
-                "Cannot open KEYS/public.ring: Operation not supported.", -16},
+                "Cannot open KEYS/public.ring: Not a regular file.", -16},
        }) {
     SCOPED_TRACE(what);
     Profile profile;
@@ -287,8 +287,8 @@ TEST_F(RingsTest, NoPassphraseAndNoPlainSecretKeyIsOnDisk) {
 TEST_F(RingsTest, TheIndexReadsBackWhatItWrote) {
   const system::FileStamp public_ring{10, -5, 7};
   const system::FileStamp secret_ring{20, 6, 8};
-  const std::string line = IndexLine(false, 0, 10, {"AB", {"CD", "EF"}, {"a@b.c", "d@e.f"}});
-  const KeyIndex index(public_ring, secret_ring, line + IndexLine(true, 4, 16, {"AB", {}, {}}));
+  const std::string line = IndexLine(false, 0, 10, {"AB", {"CD", "EF"}, {"a@b.c", "d@e.f"}}, "x");
+  const KeyIndex index(public_ring, secret_ring, line + IndexLine(true, 4, 16, {"AB", {}, {}}, {}));
   const auto read = KeyIndex::Parse(index.Format());
   ASSERT_TRUE(read);
   EXPECT_EQ(read->PublicRing(), public_ring);
@@ -297,7 +297,7 @@ TEST_F(RingsTest, TheIndexReadsBackWhatItWrote) {
   ASSERT_EQ(index.Entries().size(), 2U);
   EXPECT_TRUE(Lists(index.Entries()[0].addresses, "d@e.f"));
   EXPECT_FALSE(Lists(index.Entries()[0].addresses, "@e.f"));
-  const KeyIndex outside(public_ring, secret_ring, IndexLine(true, 4, 17, {"AB", {}, {}}));
+  const KeyIndex outside(public_ring, secret_ring, IndexLine(true, 4, 17, {"AB", {}, {}}, {}));
   EXPECT_FALSE(KeyIndex::Parse(outside.Format()));
 }
 

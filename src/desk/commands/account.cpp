@@ -15,11 +15,8 @@ namespace {
 /// Otherwise the user would learn of it only when a message is to be signed or read.
 void TellOfMissingKey(const CommandContext& context, Profile& profile, const std::string& address) {
   std::vector<engine::KeyInfo> keys;
-  OpenEngine(profile)->ListKeys(keys);
-  const bool has_key = std::ranges::any_of(keys, [&](const engine::KeyInfo& key) {
-    return key.secret && std::ranges::count(key.addresses, address) > 0;
-  });
-  if (has_key) return;
+  OpenEngine(profile)->FindKeys(address, keys);
+  if (std::ranges::any_of(keys, &engine::KeyInfo::secret)) return;
   context.Tell("no own key for " + address + " yet; create one with \"key generate " + address +
                "\"");
 }

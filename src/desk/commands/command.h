@@ -83,9 +83,9 @@ void AddOutlookOption(CLI::App& command, int& version);
 /// Makes `run` what the context runs when this command is chosen.
 void OnRun(CLI::App& command, CommandContext& context, std::function<Outcome()> run);
 
-/// Runs the part of a command that has a message open, then tells of trouble with the key rings. If it
-/// fails, --json still gets an object:
-/// resultCode, error, the boxes shown so far, and the members of `on_failure`.
+/// Runs the part of a command that has a message open, then tells of trouble with the key rings. If
+/// it fails, --json still gets an object: resultCode, error, the boxes shown so far, and the
+/// members of `on_failure`.
 Outcome ReportingErrors(CommandContext& context, DeskHost& host,
                         const std::function<Outcome()>& run, const nlohmann::json& on_failure = {});
 

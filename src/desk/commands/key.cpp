@@ -132,12 +132,10 @@ void Print(std::ostream& out, const engine::KeyInfo& key) {
 void TellOfOlderKeys(const CommandContext& context, engine::OpenPgpEngine& engine,
                      const engine::KeyInfo& made) {
   std::vector<engine::KeyInfo> keys;
-  Check(engine.ListKeys(keys), engine);
   const std::string& address = made.addresses.front();
+  Check(engine.FindKeys(address, keys), engine);
   for (const engine::KeyInfo& key : keys) {
-    const bool is_older = key.secret && key.fingerprint != made.fingerprint &&
-                          std::ranges::count(key.addresses, address) > 0;
-    if (!is_older) continue;
+    if (!key.secret || key.fingerprint == made.fingerprint) continue;
     context.Tell(address + " already had the key " + key.fingerprint +
                  "; mail is encrypted to the new key from now on");
   }
@@ -155,15 +153,10 @@ Outcome Generate(CommandContext& context, const KeyOptions& options) {
   return Outcome::kDone;
 }
 
-bool Names(const engine::KeyInfo& key, const std::string& address) {
-  return std::ranges::count(key.addresses, address) > 0;
-}
-
-/// The key that mail for the address is encrypted to: own ones first, then the newest.
-const engine::KeyInfo& EncryptionKey(const std::string& address,
-                                     const std::vector<engine::KeyInfo>& keys) {
+/// The one of an address's keys that mail is encrypted to: own ones first, then the newest.
+const engine::KeyInfo& EncryptionKey(const std::vector<engine::KeyInfo>& keys) {
   const auto rank = [&](const engine::KeyInfo& key) {
-    return std::tuple(Names(key, address), !key.revoked && !key.expired, key.secret, key.created);
+    return std::tuple(!key.revoked && !key.expired, key.secret, key.created);
   };
   return *std::ranges::max_element(keys, {}, rank);
 }
@@ -171,33 +164,24 @@ const engine::KeyInfo& EncryptionKey(const std::string& address,
 /// A key can contain any address; only the user can tell whether it belongs to that person. Reports
 /// each address once that an imported key has gained and that another key of the rings has.
 void TellOfSharedAddresses(const CommandContext& context, engine::OpenPgpEngine& engine,
-                           const std::vector<engine::KeyInfo>& before,
                            const std::vector<engine::KeyInfo>& imported) {
-  std::vector<engine::KeyInfo> keys;
-  Check(engine.ListKeys(keys), engine);
   std::set<std::string> told;
-  const auto tell = [&](const engine::KeyInfo& key, const std::string& address) {
-    const auto has = [&](const engine::KeyInfo& other) {
-      return other.fingerprint == key.fingerprint && Names(other, address);
-    };
-    if (std::ranges::any_of(before, has)) return;
-    for (const engine::KeyInfo& other : keys) {
-      if (other.fingerprint == key.fingerprint || !Names(other, address)) continue;
-      if (!told.insert(address).second) return;
-      context.Tell("the key " + key.fingerprint + " contains " + address +
-                   ", which also has the key " + other.fingerprint + "; mail is encrypted to " +
-                   EncryptionKey(address, keys).fingerprint);
-    }
-  };
   for (const engine::KeyInfo& key : imported) {
-    for (const std::string& address : key.addresses) tell(key, address);
+    for (const std::string& address : key.new_addresses) {
+      std::vector<engine::KeyInfo> keys;
+      Check(engine.FindKeys(address, keys), engine);
+      const auto other = std::ranges::find_if(
+          keys, [&](const engine::KeyInfo& found) { return found.fingerprint != key.fingerprint; });
+      if (other == keys.end() || !told.insert(address).second) continue;
+      context.Tell("the key " + key.fingerprint + " contains " + address +
+                   ", which also has the key " + other->fingerprint + "; mail is encrypted to " +
+                   EncryptionKey(keys).fingerprint);
+    }
   }
 }
 
 void ImportFile(CommandContext& context, engine::OpenPgpEngine& engine, const std::string& file,
                 const std::string& content) {
-  std::vector<engine::KeyInfo> before;
-  Check(engine.ListKeys(before), engine);
   bool lacks_passphrase = false;
   const auto ask = [&](const std::string& fingerprint, const std::vector<std::string>& addresses) {
     auto passphrase =
@@ -216,7 +200,7 @@ void ImportFile(CommandContext& context, engine::OpenPgpEngine& engine, const st
                  " has no passphrase: anyone who can read the profile can use it. The add-in still "
                  "asks for one; type anything");
   }
-  TellOfSharedAddresses(context, engine, before, imported);
+  TellOfSharedAddresses(context, engine, imported);
   if (status != 0 && lacks_passphrase) {
     throw CommandError{Outcome::kRefused,
                        reason + "; give it with --passphrase ADDRESS=FILE or at a terminal"};
