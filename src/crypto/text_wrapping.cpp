@@ -1,5 +1,7 @@
 #include "crypto/text_wrapping.h"
 
+#include <optional>
+
 #include "base/text.h"
 
 namespace corvessa {
@@ -31,13 +33,13 @@ Line KeepLineEnd(std::string_view text, std::size_t end) {
 /// The first line of a text that is not empty. It uses up at least one byte.
 Line NextLine(std::string_view text, std::size_t width) {
   std::size_t characters = 0;
-  std::size_t break_at = 0;
+  std::optional<std::size_t> break_at;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const char c = text[i];
     if (IsContinuation(c)) continue;
     if (c == '\r' || c == '\n') return KeepLineEnd(text, i);
-    if (characters == width) return BreakBefore(text, break_at > 0 ? break_at : i);
-    if (c == ' ' && i > 0) break_at = i;
+    if (characters == width) return BreakBefore(text, break_at.value_or(i));
+    if (c == ' ') break_at = i;
     if (c == ',' || c == '-') break_at = i + 1;
     ++characters;
   }

@@ -132,7 +132,7 @@ TEST(TextWrapping, BreaksWhereTheRulesSay) {
       {"a line end at the width is kept", "1234567890\r\n12", "1234567890\r\n12"},
       {"line ends are kept as they are", "1\r\n\r\n2\n3\r4", "1\r\n\r\n2\n3\r4"},
       {"a line end starts the count anew", "12345\r\n1234567890 1", "12345\r\n1234567890\r\n1"},
-      {"indentation is no break to begin with", " 1234567890", " 123456789\r\n0"},
+      {"a blank at the start is a break", " 1234567890", "\r\n1234567890"},
       {"characters are counted, not bytes", "ääääääääää ö", "ääääääääää\r\nö"},
       {"a character is never cut", "€€€€€€€€€€€", "€€€€€€€€€€\r\n€"},
   };
