@@ -74,7 +74,8 @@ void ConfigurationButtons::GetButton(std::string_view caption, std::string_view 
     added->SetStyle(has_picture ? platform::kButtonIconAndCaption : platform::kButtonCaption);
     added->SetTooltipText(tooltip);
     added->SetBeginGroup(begins_group);
-    added->SetCaption(caption);
+    // A button without text and picture could not be seen.
+    added->SetCaption(caption.empty() && !has_picture ? Customization::AppShortName() : caption);
     added->SetOnAction(kButtonAction);
     added->SetVisible(true);
     button = added;

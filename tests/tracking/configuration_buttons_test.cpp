@@ -74,10 +74,12 @@ TEST_F(ConfigurationButtonTest, StandsOnTheStandardBarWithItsPicture) {
 TEST_F(ConfigurationButtonTest, DoesWithoutAPictureThatIsMissingOrNone) {
   AllowError("ConfigurationButtons::GetButton - ");
   const std::string picture = "c:\\Corvessa\\Customization\\16x16Icon.bmp";
+  g_bNoToolbarButtonText = true;
   files.Write(picture, "GIF89a");
   for (int round = 0; round < 2; ++round) {
     ASSERT_TRUE(Init());
     EXPECT_EQ(Button()->Properties().style, platform::kButtonCaption);
+    EXPECT_EQ(Button()->Properties().caption, "Corvessa") << "it could not be seen without either";
     EXPECT_FALSE(Button()->Properties().pasted_face);
     buttons.CloseButtons();
     if (files.FileExists(picture)) files.Delete(picture);
