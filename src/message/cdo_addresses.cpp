@@ -59,7 +59,7 @@ platform::MAPISessionPtr LogOn() {
   return created;
 }
 
-/// One entry of an address list, read at once.
+/// What is compared of an entry of an address list.
 struct Entry {
   std::string name;
   std::string address;
@@ -89,8 +89,10 @@ std::string AddressOfMatch(platform::AddressEntry& listed, const Entry& entry,
 std::string TryEntry(platform::AddressEntries& entries, std::int32_t index, std::string_view target,
                      std::string_view lower_target) {
   const auto listed = entries.Item(index);
-  const Entry entry{listed->Name(), listed->Address()};
+  Entry entry;
+  entry.name = listed->Name();
   TraceLog([&] { return "oAddressEntry.Name=" + entry.name; });
+  entry.address = listed->Address();
   TraceLog([&] { return "oAddressEntry.Address=" + entry.address; });
   if (!Matches(entry, target, lower_target)) return {};
   return AddressOfMatch(*listed, entry, target);

@@ -68,6 +68,19 @@ TEST_F(Addresses, TraceEveryStepOfTheSearch) {
   ExpectGolden("trace_of_address_search", Trace());
 }
 
+TEST_F(Addresses, TraceTheNameOfAnEntryWhoseAddressCannotBeRead) {
+  faults.on_call = [](std::string_view call) {
+    if (call == "AddressEntry.Address") throw Error{-5, "no address"};
+  };
+  std::string found;
+  EXPECT_FALSE(CDO_Addresses::SearchAddressBooks("bob", found));
+  faults.on_call = nullptr;
+  const std::vector<std::string> trace = Trace();
+  const auto name = std::ranges::find(trace, "oAddressEntry.Name=bob");
+  ASSERT_NE(name, trace.end());
+  EXPECT_EQ(*std::next(name), "Ignored error -5 no address");
+}
+
 TEST_F(Addresses, TellOnceThatCDOIsMissing) {
   outlook.Cdo().installed = false;
   AllowError("GetMAPISession - Error encountered: 429 ");
