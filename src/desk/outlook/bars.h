@@ -104,7 +104,8 @@ class Bar final : public platform::CommandBar,
   std::string name_;
   bool temporary_;
   bool visible_;
-  std::int32_t position_ = platform::kBarTop;
+  /// Outlook docks its own bars at the top; a bar that a program adds floats (msoBarFloating).
+  std::int32_t position_ = temporary_ ? 4 : platform::kBarTop;
   /// Null for a control that is not a button.
   std::vector<ButtonPtr> controls_;
 };
