@@ -36,8 +36,9 @@ void frmSendFromExternalApplication::Init(const platform::MailItemPtr& item) {
 void frmSendFromExternalApplication::StoreChoices() {
   if (!m_oMailItem) return;
   stored_ = false;
-  WriteHeaderFlag(m_oMailItem, kNoEncrypt, !chkEncrypt.Checked());
-  WriteHeaderFlag(m_oMailItem, kNoSign, !chkSign.Checked());
+  const SafeItem item(m_oMailItem);
+  WriteHeaderFlag(item, kNoEncrypt, !chkEncrypt.Checked());
+  WriteHeaderFlag(item, kNoSign, !chkSign.Checked());
   stored_ = true;
 }
 

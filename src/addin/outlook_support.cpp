@@ -161,6 +161,10 @@ void OutlookSupport::TrackOpenWindows(const platform::ApplicationPtr& applicatio
 void OutlookSupport::Closedown() {
   const auto held = shared_from_this();
   Ignoring([] { TraceLog("Closedown"); });
+  // First, because releasing the registries can let in a new window.
+  application_events_.reset();
+  explorers_events_.reset();
+  inspectors_events_.reset();
   Ignoring([&] {
     if (m_oActiveExplorers) m_oActiveExplorers->ReleaseAll();
     m_oActiveExplorers.reset();
@@ -169,13 +173,11 @@ void OutlookSupport::Closedown() {
     if (m_oActiveInspectors) m_oActiveInspectors->ReleaseAll();
     m_oActiveInspectors.reset();
   });
-  application_events_.reset();
   m_oApplication.reset();
+  if (g_oCrypto) g_oCrypto->ReleaseEngine();
   g_oCrypto.reset();
   Ignoring([] { StopHousekeeping(); });
-  explorers_events_.reset();
   m_oExplorers.reset();
-  inspectors_events_.reset();
   m_oInspectors.reset();
   m_vInitialised = false;
   DeleteQueuedFiles();

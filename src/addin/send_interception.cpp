@@ -10,8 +10,9 @@
 #include "crypto/services.h"
 #include "crypto/stored_files.h"
 #include "crypto/temp_files.h"
+#include "message/encryption_failure.h"
 #include "message/header_fields.h"
-#include "message/message_body.h"
+#include "message/item_access.h"
 #include "message/message_operations.h"
 #include "platform/host.h"
 #include "platform/ui.h"
@@ -32,13 +33,13 @@ bool IsMailItem(const platform::MailItemPtr& item) {
   return item->TypeName() == platform::kMailItemType && item->Class() == platform::kMailItemClass;
 }
 
-bool NeedsSendProcessing(const platform::MailItemPtr& item) {
-  return IsMailItem(item) && !g_bDisableKVPEntirely &&
+bool NeedsSendProcessing(const SafeItem& item) {
+  return IsMailItem(item.Item()) && !g_bDisableKVPEntirely &&
          (!ReadHeaderFlag(item, kNoEncrypt) || !ReadHeaderFlag(item, kNoSign));
 }
 
-/// Asks for the choices that the missing options bar would have held. False when they could not be
-/// kept in the item, which must then stay.
+/// Asks for the choices that the missing options bar would have held. False if they could not be
+/// stored in the item, which must then stay.
 bool AskForChoices(const platform::MailItemPtr& item) {
   TraceLog("Loading external send form");
   const auto form = std::make_shared<frmSendFromExternalApplication>();
@@ -61,7 +62,7 @@ bool ConfirmDuplicateFilenames(const platform::MailItemPtr& item) {
       "Continue sending this email?");
 }
 
-/// Outlook has a way of its own with each version to make a message plain text.
+/// Each version of Outlook has its own way to make a message plain text.
 void ConvertToPlainText(const platform::MailItemPtr& item, platform::Application& application) {
   TraceLog("ItemSend - converting body from HTML");
   if (IsOutlook2000(application)) {
@@ -72,51 +73,66 @@ void ConvertToPlainText(const platform::MailItemPtr& item, platform::Application
   }
 }
 
-/// The engine wrapper, told whether recipients are to be hidden; null when that could not be done,
-/// because a message must not name its blind-copy recipients to the others.
-std::shared_ptr<CryptoOperations> PrepareCrypto(const platform::MailItemPtr& item) {
-  return Guarded(kItemSendPrefix, std::shared_ptr<CryptoOperations>{}, [&] {
-    auto crypto = Crypto();
-    crypto->SetAnonymous(HasBlindCopies(item));
-    return crypto;
+/// The engine wrapper, told whether to hide the recipients: an encrypted message must not name its
+/// blind-copy recipients to the others. Null, and the user told why, if that fails.
+std::shared_ptr<CryptoOperations> PrepareCrypto(const SafeItem& item, bool encrypt) {
+  auto crypto =
+      Guarded(kItemSendPrefix, std::shared_ptr<CryptoOperations>(), [] { return Crypto(); });
+  if (!crypto) {
+    TellNotSent("The encryption engine could not be started.");
+    return nullptr;
+  }
+  const bool prepared = Guarded(kItemSendPrefix, false, [&] {
+    crypto->SetAnonymous(encrypt && HasBlindCopies(item));
+    return true;
   });
+  if (prepared) return crypto;
+  TellNotSent("It could not be checked for blind-copy recipients.");
+  return nullptr;
 }
 
-/// A message cannot be had again when its text is lost, so one failure is not taken for an answer.
+/// Lost text cannot be recovered, so retry once.
 void PutBack(const MessageBody& original, const platform::MailItemPtr& item) {
   if (Attempt([&] { original.PutBack(item); }).number != 0) original.PutBack(item);
 }
 
 /// Turns the item into what is to be sent, or cancels the send and puts the body back. The files
 /// that this stores are in `files` afterwards, also after an error.
-void SignAndEncrypt(const platform::MailItemPtr& item, platform::Application& application,
+void SignAndEncrypt(const SafeItem& item, platform::Application& application,
                     const MessageBody& original, AttachmentNodes& files, bool& cancel) {
-  const bool no_encrypt = ReadHeaderFlag(item, kNoEncrypt);
-  const bool no_sign = ReadHeaderFlag(item, kNoSign);
-  if (original.HasHTML() && !no_encrypt && !no_sign) ConvertToPlainText(item, application);
+  const bool encrypt = !ReadHeaderFlag(item, kNoEncrypt);
+  const bool sign = !ReadHeaderFlag(item, kNoSign);
+  if (original.HasHTML() && encrypt && sign) ConvertToPlainText(item.Item(), application);
 
-  const auto crypto = PrepareCrypto(item);
+  const auto crypto = PrepareCrypto(item, encrypt);
   if (!crypto) cancel = true;
   if (!cancel) {
     TraceLog("m_oApplication_ItemSend: Sending original");
-    const bool no_options_bar = !IsOptionsBarPresent(item);
+    const bool no_options_bar = !IsOptionsBarPresent(item.Item());
     if (crypto->SignAndEncryptItem(item, files, no_options_bar) != 0) cancel = true;
   }
-  if (cancel) PutBack(original, item);
+  if (cancel) PutBack(original, item.Item());
+}
+
+/// A window may open while the add-in closes down, when its registry is gone.
+template <typename Registry>
+Registry& Required(const std::shared_ptr<Registry>& registry) {
+  if (!registry) Raise(kObjectNotSet);
+  return *registry;
 }
 
 }  // namespace
 
 void OutlookSupport::m_oExplorers_NewExplorer(const platform::ExplorerPtr& explorer) {
   Guarded("OutlookSupport::m_oExplorers_NewExplorer - ",
-          [&] { m_oActiveExplorers->AddExplorer(explorer, false); });
+          [&] { Required(m_oActiveExplorers).AddExplorer(explorer, false); });
 }
 
 void OutlookSupport::m_oInspectors_NewInspector(const platform::InspectorPtr& inspector) {
   Guarded("OutlookSupport::m_oInspectors_NewInspector - ", [&] {
     const auto item = inspector->CurrentItem();
     if (item && item->Class() == platform::kMailItemClass) {
-      m_oActiveInspectors->AddInspector(inspector);
+      Required(m_oActiveInspectors).AddInspector(inspector);
     }
   });
 }
@@ -124,8 +140,8 @@ void OutlookSupport::m_oInspectors_NewInspector(const platform::InspectorPtr& in
 void OutlookSupport::m_oApplication_ItemSend(const platform::MailItemPtr& item, bool& cancel) {
   const auto held = shared_from_this();
   const auto application = m_oApplication;
-  // The user may send another message while the files of one are being encrypted, and its choice
-  // must not show the blind-copy recipients of the first.
+  // The user may send another message while the files of this one are being encrypted; its setting
+  // must not reveal the blind-copy recipients of the first.
   const bool inside_another = KeepQueuedFiles::InForce();
   const bool anonymous = g_oCrypto && g_oCrypto->IsAnonymous();
   AttachmentNodes files;
@@ -134,21 +150,22 @@ void OutlookSupport::m_oApplication_ItemSend(const platform::MailItemPtr& item, 
     const bool unasked = IsMailItem(item) && !g_bDisableKVPEntirely && !IsOptionsBarPresent(item);
     if (unasked && !AskForChoices(item)) {
       cancel = true;
-      TellError("The message was not sent because its security options could not be stored.");
+      TellNotSent("Its security options could not be stored.");
       return;
     }
-    if (!NeedsSendProcessing(item)) return;
+    const SafeItem safe_item(item);
+    if (!NeedsSendProcessing(safe_item)) return;
     const MessageBody original(item);
     if (!ConfirmDuplicateFilenames(item)) {
       cancel = true;
       return;
     }
     begun = true;
-    SignAndEncrypt(item, *application, original, files, cancel);
+    SignAndEncrypt(safe_item, *application, original, files, cancel);
   });
   if (!begun) return;
-  // After an error too: neither plain files nor passphrases stay behind because of one.
-  // Not through the engine wrapper, which is gone when the add-in was closed down meanwhile.
+  // After an error too, so that neither plain files nor passphrases stay behind. Not through the
+  // engine wrapper, which is gone if the add-in was closed down meanwhile.
   DeleteStoredFiles(files);
   Guarded(kItemSendPrefix, [] { ForgetAfterUse(); });
   Guarded(kItemSendPrefix, [&] {

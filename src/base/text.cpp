@@ -56,10 +56,10 @@ struct CodeRange {
 };
 
 // Generated from the Unicode 14 database with Python's unicodedata: all characters of the general
-// categories Cc, Cf, Zl and Zp except the prepended concatenation marks, which are visible (0600-0605,
-// 06DD, 070F, 0890, 0891, 08E2, 110BD, 110CD), and the Default_Ignorable_Code_Point characters of
-// other categories, which unicodedata does not list: 034F, 115F, 1160, 17B4, 17B5, 180B-180F, 2065,
-// 3164, FE00-FE0F, FFA0, FFF0-FFF8, E0000-E0FFF.
+// categories Cc, Cf, Zl and Zp except the prepended concatenation marks, which are visible
+// (0600-0605, 06DD, 070F, 0890, 0891, 08E2, 110BD, 110CD), and the Default_Ignorable_Code_Point
+// characters of other categories, which unicodedata does not list: 034F, 115F, 1160, 17B4, 17B5,
+// 180B-180F, 2065, 3164, FE00-FE0F, FFA0, FFF0-FFF8, E0000-E0FFF.
 constexpr CodeRange kHiddenCharacters[] = {
     {0x0000, 0x001F},   {0x007F, 0x009F},   {0x00AD, 0x00AD},   {0x034F, 0x034F},
     {0x061C, 0x061C},   {0x115F, 0x1160},   {0x17B4, 0x17B5},   {0x180B, 0x180F},
@@ -152,6 +152,15 @@ std::vector<std::string> Split(std::string_view text, std::string_view separator
     text.remove_prefix(std::min(end + separator.size(), text.size()));
   }
   return parts;
+}
+
+std::string Join(const std::vector<std::string>& texts, std::string_view separator) {
+  std::string joined;
+  for (const std::string& text : texts) {
+    if (&text != &texts.front()) joined.append(separator);
+    joined.append(text);
+  }
+  return joined;
 }
 
 double LeadingNumber(std::string_view text) {

@@ -42,6 +42,9 @@ std::string WithCrLf(std::string_view text);
 /// it.
 std::vector<std::string> Split(std::string_view text, std::string_view separator);
 
+/// The texts with the separator between them.
+std::string Join(const std::vector<std::string>& texts, std::string_view separator);
+
 /// The number that the text begins with: blanks, tabs and line feeds are skipped, also inside the
 /// number; an optional sign, digits, one point; 0 when there is none.
 double LeadingNumber(std::string_view text);

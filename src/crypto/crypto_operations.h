@@ -9,6 +9,7 @@
 
 #include "accounts/nimbra_account.h"
 #include "message/attachment_node.h"
+#include "message/item_access.h"
 #include "platform/engine.h"
 #include "platform/outlook.h"
 
@@ -47,8 +48,6 @@ class CryptoOperations {
   void SetPGPMessageHeader(std::string_view header);
   void SetPGPSignatureHeader(std::string_view header);
   void SetAnonymous(bool anonymous);
-  /// What SetAnonymous was last told.
-  bool IsAnonymous() const { return anonymous_; }
   /// Locks every key pair in the engine.
   void Init();
   std::string GetLastError();
@@ -75,7 +74,7 @@ class CryptoOperations {
   /// Adds one own address, so that sent mail stays readable to its sender.
   void AddKeyAccountsToRecp(platform::IEngineStringVector& recipients);
   /// 0 when the item is ready to be sent; anything else must stop the send.
-  std::int32_t SignAndEncryptItem(const platform::MailItemPtr& item, AttachmentNodes& attachments,
+  std::int32_t SignAndEncryptItem(const SafeItem& item, AttachmentNodes& attachments,
                                   bool no_options_bar);
   /// The file is a detached signature and its data file is at hand.
   bool IsSignature(std::string_view path, const AttachmentNodes& attachments,
@@ -93,6 +92,13 @@ class CryptoOperations {
   /// and words the outcome for the user. Lets the engine's errors through.
   std::string VerifyAttachment(AttachmentNode& data, AttachmentNode& signature);
 
+  // Not part of the interface that callers bind to by position, so they stand at its end.
+  /// The last value passed to SetAnonymous.
+  bool IsAnonymous() const { return anonymous_; }
+  /// Gives the engine back at close-down, also while an operation still holds this object; every
+  /// later call of the engine raises kObjectNotSet.
+  void ReleaseEngine();
+
  private:
   /// Asks for accounts, three attempts at most, until one unlocks the key that decrypts the text;
   /// null when given up.
@@ -102,15 +108,16 @@ class CryptoOperations {
   std::int32_t DecryptAllAttachments(const platform::MailItemPtr& item,
                                      AttachmentNodes& attachments);
   std::int32_t VerifyAllAttachments(AttachmentNodes& attachments);
-  std::int32_t SignMailItem(const platform::MailItemPtr& item, AttachmentNodes& attachments,
-                            bool sign_only);
+  /// SignAndEncryptItem once the attachments are stored.
+  std::int32_t SignAndEncryptStored(const SafeItem& item, AttachmentNodes& attachments);
+  std::int32_t SignMailItem(const SafeItem& item, AttachmentNodes& attachments, bool sign_only);
   std::int32_t SignAllAttachments(const platform::MailItemPtr& item, AttachmentNodes& attachments);
-  std::int32_t EncryptMailItem(const platform::MailItemPtr& item, AttachmentNodes& attachments);
+  std::int32_t EncryptMailItem(const SafeItem& item, AttachmentNodes& attachments);
   std::int32_t EncryptAllAttachments(const platform::MailItemPtr& item,
                                      AttachmentNodes& attachments,
                                      const platform::IEngineStringVector& recipients);
-  /// 0 all resolved, kGivenUp one could not be.
-  std::int32_t ConcatenateRecpAddrs(const platform::MailItemPtr& item, std::string& addresses);
+  /// 0 and the addresses of all recipients, or kGivenUp if one cannot be resolved.
+  std::int32_t ConcatenateRecpAddrs(const SafeItem& item, std::vector<std::string>& addresses);
 
   /// Asks for the signing account's passphrase until the engine takes it: its status, nothing when
   /// the user gave up.
@@ -129,15 +136,15 @@ class CryptoOperations {
   std::int32_t EncryptAttachment(AttachmentNode& node,
                                  const platform::IEngineStringVector& recipients);
   /// The last step of sending: the processed files take the place of the item's attachments.
-  std::int32_t PutProcessedAttachments(const platform::MailItemPtr& item,
-                                       const AttachmentNodes& attachments);
+  std::int32_t PutProcessedAttachments(const SafeItem& item, const AttachmentNodes& attachments);
 
   std::string VectorToString(const platform::IEngineStringVector& texts);
   /// Makes the account the only one whose flag may be set.
   void SetAccountAuthenticated(const NimbraAccountPtr& account, bool authenticated);
 
-  /// Throws Error 91 when the engine could not be created.
-  platform::IEngine& Engine();
+  /// Raises kObjectNotSet without an engine. Returns a reference of its own, so that a call under
+  /// way outlives ReleaseEngine.
+  platform::EnginePtr Engine() const;
 
   platform::EnginePtr m_oNimbraCrypto;
   bool anonymous_ = false;

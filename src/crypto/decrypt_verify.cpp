@@ -29,7 +29,7 @@ std::int32_t CryptoOperations::DecryptMailItem(const platform::MailItemPtr& item
     }
     const std::string_view armoured = StripLeadingBlankLines(body);
     std::string plain;
-    if (Engine().DecryptTextEx(armoured, nullptr, plain) == 0) {
+    if (Engine()->DecryptTextEx(armoured, nullptr, plain) == 0) {
       Debug_Info::TraceLog("DecryptTextEx successful");
     } else if (const auto account = LoginAndDecrypt(armoured, plain)) {
       Debug_Info::TraceLog("V2 Decrypt success");
@@ -64,16 +64,16 @@ NimbraAccountPtr CryptoOperations::LoginAndDecrypt(std::string_view armoured, st
     auto account = UserManagement::GetLoginAccount(reason, "", true);
     if (!account) return nullptr;
     PassphraseTrial trial(account);
-    status = Engine().AuthenticateAccount(account->m_sAlias, account->m_sPassword.View());
+    status = Engine()->AuthenticateAccount(account->m_sAlias, account->m_sPassword.View());
     if (status == 0) {
       Debug_Info::TraceLog("V2 Auth success");
-      status = Engine().DecryptTextEx(armoured, nullptr, plain);
+      status = Engine()->DecryptTextEx(armoured, nullptr, plain);
       if (status == 0) {
         trial.Accept();
         return account;
       }
       Debug_Info::TraceLog("V2 Decrypt fail");
-      Debug_Info::TraceLog(Engine().GetEngineLastError());
+      Debug_Info::TraceLog(Engine()->GetEngineLastError());
       reason = LoginReason::kCannotDecrypt;
     } else {
       Debug_Info::TraceLog("V2 Auth fail");
@@ -96,7 +96,7 @@ std::int32_t CryptoOperations::VerifyMailItem(const platform::MailItemPtr& /*ite
     const auto unknown = platform::Host().engine.CreateStringVector();
     std::string content;
     const auto status = CheckedNarrow<std::int16_t>(
-        Engine().VerifyText(StripLeadingBlankLines(body), *known, *unknown, content));
+        Engine()->VerifyText(StripLeadingBlankLines(body), *known, *unknown, content));
     // First, because a text whose signers cannot be told must not pass for a signed one.
     signers = VectorToString(*known);
     if (status == platform::engine_status::kGoodSignature) body = std::move(content);

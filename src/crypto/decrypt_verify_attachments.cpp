@@ -58,7 +58,7 @@ platform::EngineStatus CryptoOperations::DecryptAttachment(AttachmentNode& node)
   return Guarded(
       "CryptoOperations:DecryptAllAttachments - ", platform::engine_status::kUnexpected, [&] {
         SetAsideBeforeDecrypting(node);
-        const platform::EngineStatus status = Engine().DecryptFileEx(node.sFilename, nullptr);
+        const platform::EngineStatus status = Engine()->DecryptFileEx(node.sFilename, nullptr);
         if (status != platform::engine_status::kDone) DropCopy(node);
         return status;
       });
@@ -119,7 +119,7 @@ std::string CryptoOperations::VerifyAttachment(AttachmentNode& data, AttachmentN
   // What could not be decrypted cannot be verified either, and must not pass for forged.
   const platform::EngineStatus status =
       IsReadable(data.lDecryptStatus)
-          ? Engine().VerifyFile(data.sFilename, signature.sFilename, *known, *unknown)
+          ? Engine()->VerifyFile(data.sFilename, signature.sFilename, *known, *unknown)
           : data.lDecryptStatus;
   data.lSignStatus = signature.lSignStatus = SignStatusOf(status);
   data.sSigners = signature.sSigners = VectorToString(*known);

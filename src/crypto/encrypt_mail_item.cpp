@@ -2,7 +2,6 @@
 #include "base/debug_info.h"
 #include "base/guard.h"
 #include "base/text.h"
-#include "branding/message_box.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/engine_texts.h"
 #include "crypto/stage_trace.h"
@@ -48,14 +47,14 @@ std::int32_t CryptoOperations::CheckForKeys(const platform::IEngineStringVector&
   }
   // A key server that does not answer is left to the encryption itself to report.
   if (is_certain || IsKeyStoreWhole()) return status;
-  TellError("The message was not sent.\r\n\r\n" + ForDisplay(GetLastError()));
+  TellNotSent(GetLastError());
   return kEncryptionCancelled;
 }
 
 bool CryptoOperations::IsKeyStoreWhole() {
   const auto nobody = platform::Host().engine.CreateStringVector();
   std::string none;
-  return Engine().EncryptText(*nobody, "", none) != platform::engine_status::kKeyStoreTrouble;
+  return Engine()->EncryptText(*nobody, "", none) != platform::engine_status::kKeyStoreTrouble;
 }
 
 void CryptoOperations::AddOwnAddress(platform::IEngineStringVector& recipients) {
@@ -65,8 +64,7 @@ void CryptoOperations::AddOwnAddress(platform::IEngineStringVector& recipients) 
   TraceLog([&] { return "EncryptMailItem - Encrypting for alias " + TextAt(recipients, before); });
 }
 
-std::int32_t CryptoOperations::EncryptMailItem(const platform::MailItemPtr& item,
-                                               AttachmentNodes& attachments) {
+std::int32_t CryptoOperations::EncryptMailItem(const SafeItem& item, AttachmentNodes& attachments) {
   std::int32_t status = kLocalFailure;
   StageTrace trace("EncryptMailItem", status);
   return Guarded("EncryptMailItem - Error \"", kLocalFailure, [&]() -> std::int32_t {
@@ -76,17 +74,16 @@ std::int32_t CryptoOperations::EncryptMailItem(const platform::MailItemPtr& item
 
     trace.Begin(2);
     trace("Determining recipients");
-    std::string list;
-    if (ConcatenateRecpAddrs(item, list) != 0) return kUnresolvedRecipients;
 
     trace.Begin(3);
     trace("Adding recipients");
-    TraceLog([&] { return "EncryptMailItem - Found recipients \"" + list; });
+    std::vector<std::string> addresses;
+    if (ConcatenateRecpAddrs(item, addresses) != 0) return kUnresolvedRecipients;
+    TraceLog([&] { return "EncryptMailItem - Found recipients \"" + Join(addresses, ";"); });
 
     trace.Begin(4);
     trace("Encrypting");
     const auto recipients = platform::Host().engine.CreateStringVector();
-    const std::vector<std::string> addresses = Split(list, ";");
     for (const std::string& address : addresses) {
       const bool final = &address == &addresses.back();
       TraceLog([&] {
@@ -113,7 +110,7 @@ std::int32_t CryptoOperations::EncryptMailItem(const platform::MailItemPtr& item
 
     trace.Begin(8);
     std::string armoured;
-    status = Engine().EncryptText(*recipients, *body, armoured);
+    status = Engine()->EncryptText(*recipients, *body, armoured);
     trace("Finished encrypting text (?)");
     if (status != 0) {
       trace("Failed");
@@ -122,12 +119,12 @@ std::int32_t CryptoOperations::EncryptMailItem(const platform::MailItemPtr& item
 
     trace.Begin(9);
     trace("Remove HTML body");
-    ReplaceBody(item, armoured);
-    if (!HoldsOnly(item, armoured)) return kLocalFailure;
+    ReplaceBody(item.Item(), armoured);
+    if (!HoldsOnly(item.Item(), armoured)) return kLocalFailure;
 
     trace.Begin(10);
     trace("Encrypting attachments");
-    status = EncryptAllAttachments(item, attachments, *recipients);
+    status = EncryptAllAttachments(item.Item(), attachments, *recipients);
     trace("Finished encrypting attachments");
     return status;
   });

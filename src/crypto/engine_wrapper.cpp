@@ -13,58 +13,62 @@ namespace corvessa {
 CryptoOperations::CryptoOperations() {
   Guarded("CryptoOperations::Class_Initialize: ", [&] {
     m_oNimbraCrypto = platform::Host().engine.CreateEngine();
-    Engine().InitEngine();
+    Engine()->InitEngine();
   });
 }
 
 CryptoOperations::~CryptoOperations() = default;
 
-platform::IEngine& CryptoOperations::Engine() {
+platform::EnginePtr CryptoOperations::Engine() const {
   if (!m_oNimbraCrypto) Raise(kObjectNotSet);
-  return *m_oNimbraCrypto;
+  return m_oNimbraCrypto;
+}
+
+void CryptoOperations::ReleaseEngine() {
+  m_oNimbraCrypto.reset();
 }
 
 void CryptoOperations::SetLookupKeyServers(std::string_view servers) {
-  Engine().SetOption("lookupKeyservers", servers);
+  Engine()->SetOption("lookupKeyservers", servers);
 }
 
 void CryptoOperations::SetUpdateKeyServers(std::string_view servers) {
-  Engine().SetOption("updateKeyservers", servers);
+  Engine()->SetOption("updateKeyservers", servers);
 }
 
 void CryptoOperations::SetCustomerID(std::string_view id) {
-  Engine().SetOption("customerID", id);
+  Engine()->SetOption("customerID", id);
 }
 
 void CryptoOperations::SetPGPMessageHeader(std::string_view header) {
-  Engine().SetOption("pgpMessageHeader", header);
+  Engine()->SetOption("pgpMessageHeader", header);
 }
 
 void CryptoOperations::SetPGPSignatureHeader(std::string_view header) {
-  Engine().SetOption("pgpSignatureHeader", header);
+  Engine()->SetOption("pgpSignatureHeader", header);
 }
 
 void CryptoOperations::SetAnonymous(bool anonymous) {
-  Engine().SetAnonymousMode(anonymous);
+  Engine()->SetAnonymousMode(anonymous);
   anonymous_ = anonymous;
 }
 
 void CryptoOperations::Init() {
-  Engine().InitEngine();
+  Engine()->InitEngine();
 }
 
 std::string CryptoOperations::GetLastError() {
-  return Engine().GetEngineLastError();
+  return Engine()->GetEngineLastError();
 }
 
 platform::EngineStatus CryptoOperations::DecryptFileEx(std::string_view path) {
-  return Engine().DecryptFileEx(path, nullptr);
+  return Engine()->DecryptFileEx(path, nullptr);
 }
 
 std::int32_t CryptoOperations::HasKeypair(std::string_view address) {
   return Guarded("haskeypair: ", kKeyPairUnknown, [&] {
     std::string discarded;
-    switch (Engine().QueryKeyPair(address, discarded)) {
+    switch (Engine()->QueryKeyPair(address, discarded)) {
       case platform::engine_status::kDone:
         return kHasKeyPair;
       case platform::engine_status::kCannotTell:
@@ -83,7 +87,7 @@ std::int16_t CryptoOperations::Authenticate(std::int16_t& attempts, std::int16_t
     if (!account) return kLoginCancelled;
     PassphraseTrial trial(account);
     const platform::EngineStatus status =
-        Engine().AuthenticateAccount(account->m_sAlias, account->m_sPassword.View());
+        Engine()->AuthenticateAccount(account->m_sAlias, account->m_sPassword.View());
     attempts = CheckedAdd<std::int16_t>(attempts, 1);
     if (status != 0) return kRefused;
     trial.Accept();
@@ -102,10 +106,7 @@ void CryptoOperations::AddToVector(platform::IEngineStringVector& addresses,
 }
 
 std::string CryptoOperations::VectorToString(const platform::IEngineStringVector& texts) {
-  const std::vector<std::string> parts = TextsOf(texts);
-  std::string joined;
-  for (const std::string& part : parts) joined += (&part == &parts.front() ? "" : ", ") + part;
-  return joined;
+  return Join(TextsOf(texts), ", ");
 }
 
 void CryptoOperations::SetAccountAuthenticated(const NimbraAccountPtr& account,

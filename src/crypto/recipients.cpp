@@ -20,16 +20,6 @@ namespace {
 
 using Debug_Info::TraceLog;
 
-constexpr char kSeparator = ';';
-
-/// The recipient's address; empty when it has none that can stand in the list. Address books are
-/// other people's: an entry must not smuggle a second address in.
-std::string ListableAddress(platform::Recipient& recipient) {
-  std::string address = CDO_Addresses::GetRealAddress(recipient);
-  if (address.find(kSeparator) != std::string::npos) address.clear();
-  return address;
-}
-
 void TraceRecipients(const std::shared_ptr<platform::Recipients>& recipients) {
   TraceLog([&] {
     return "ConcatenateRecpAddrs - Recipients: " +
@@ -39,18 +29,18 @@ void TraceRecipients(const std::shared_ptr<platform::Recipients>& recipients) {
       [&] { return std::string("ConcatenateRecpAddrs - ") + (recipients ? "False" : "True"); });
 }
 
-/// Appends the recipient's address; false when it has none.
-bool AppendRecipient(platform::Recipient& recipient, std::int32_t index, std::string& list) {
+/// Appends the recipient's address; false if it has none.
+bool AppendRecipient(platform::Recipient& recipient, std::int32_t index,
+                     std::vector<std::string>& addresses) {
   TraceLog([&] { return "ConcatenateRecpAddrs - Item: " + Decimal(index); });
   TraceLog([&] { return "ConcatenateRecpAddrs - Item Type: " + recipient.TypeName(); });
-  const std::string address = ListableAddress(recipient);
+  std::string address = CDO_Addresses::GetRealAddress(recipient);
   TraceLog([&] { return "ConcatenateRecpAddrs - Item: " + address; });
   if (address.empty()) {
     TraceLog([&] { return "ConcatenateRecpAddrs - failed on " + recipient.Name(); });
     return false;
   }
-  if (index > 1) list += kSeparator;
-  list += address;
+  addresses.push_back(std::move(address));
   return true;
 }
 
@@ -74,6 +64,12 @@ std::vector<std::string> OwnAddresses() {
   return addresses;
 }
 
+/// Whether the list names the domain or an address in it.
+bool Covers(const std::vector<std::string>& covered, std::string_view domain) {
+  return std::ranges::any_of(covered,
+                             [&](const std::string& entry) { return DomainOf(entry) == domain; });
+}
+
 bool AskAboutDomain(std::string_view domain, std::string_view extra_addresses) {
   return Confirm("Encrypted emails sent to '" + std::string(domain) +
                  "' email addresses will also be encrypted for:\r\n\r\n" +
@@ -82,24 +78,24 @@ bool AskAboutDomain(std::string_view domain, std::string_view extra_addresses) {
 
 }  // namespace
 
-std::int32_t CryptoOperations::ConcatenateRecpAddrs(const platform::MailItemPtr& item,
-                                                    std::string& addresses) {
+std::int32_t CryptoOperations::ConcatenateRecpAddrs(const SafeItem& item,
+                                                    std::vector<std::string>& addresses) {
   return Guarded("CryptoOperations::ConcatenateRecpAddrs - ", kGivenUp, [&]() -> std::int32_t {
     const auto recipients = GetSafeRecipients(item);
     TraceRecipients(recipients);
     if (!recipients) Raise(kObjectNotSet);
     const std::int32_t count = recipients->Count();
     TraceLog([&] { return "ConcatenateRecpAddrs - Count: " + Decimal(count); });
-    std::string list;
+    std::vector<std::string> found;
     for (std::int32_t i = 1; i <= count; ++i) {
-      if (!AppendRecipient(*recipients->Item(i), i, list)) {
+      if (!AppendRecipient(*recipients->Item(i), i, found)) {
         TraceLog("ConcatenateRecpAddrs - returning -1");
         return kGivenUp;
       }
     }
     TraceLog("ConcatenateRecpAddrs - returning 0");
-    TraceLog([&] { return "ConcatenateRecpAddrs - sResult=" + list; });
-    addresses = std::move(list);
+    TraceLog([&] { return "ConcatenateRecpAddrs - sResult=" + Join(found, ";"); });
+    addresses = std::move(found);
     return 0;
   });
 }
@@ -121,16 +117,16 @@ std::int32_t CryptoOperations::AddAdditionalDecryptionKeys(
   std::vector<std::string> covered;
   for (const std::string& own : OwnAddresses()) {
     const auto on_record = platform::Host().engine.CreateStringVector();
-    const std::int32_t status = Engine().GetAddressADKs(own, *on_record);
+    const std::int32_t status = Engine()->GetAddressADKs(own, *on_record);
     if (status != 0) return status;
     for (std::string& address : TextsOf(*on_record)) covered.push_back(std::move(address));
   }
   for (const std::string& domain : RecipientDomains(addresses)) {
     const auto extra = platform::Host().engine.CreateStringVector();
-    const std::int32_t status = Engine().GetRecipientADKs(domain, *extra);
+    const std::int32_t status = Engine()->GetRecipientADKs(domain, *extra);
     if (status != 0) return status;
     if (extra->Size() == 0) continue;
-    if (!Contains(covered, domain) && !AskAboutDomain(domain, VectorToString(*extra))) {
+    if (!Covers(covered, domain) && !AskAboutDomain(domain, VectorToString(*extra))) {
       return kEncryptionCancelled;
     }
     for (std::int32_t i = 0; i < extra->Size(); ++i) {

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "base/debug_info.h"
 #include "base/guard.h"
 #include "base/paths.h"
 #include "branding/message_box.h"
@@ -9,7 +10,7 @@
 #include "forms/dialog_results.h"
 #include "message/encryption_failure.h"
 #include "message/header_fields.h"
-#include "message/message_body.h"
+#include "message/item_access.h"
 
 namespace corvessa {
 namespace {
@@ -57,50 +58,67 @@ bool AskToSendUnsigned() {
 
 }  // namespace
 
-std::int32_t CryptoOperations::PutProcessedAttachments(const platform::MailItemPtr& item,
+std::int32_t CryptoOperations::PutProcessedAttachments(const SafeItem& item,
                                                        const AttachmentNodes& attachments) {
   // Raises while the item still has what it had.
   RequireFiles(attachments);
-  // One failure is not taken for an answer: Outlook may hold an attachment for a moment.
-  if (!ClearAttachments(item) && !ClearAttachments(item)) {
-    // What was not removed would leave as it is.
-    if (!ReInsertAttachments(item, attachments, true)) ReInsertAttachments(item, attachments, true);
+  const auto give_up = [&](std::string_view reason) {
+    // Retried once like the rest: Outlook may hold an attachment for a moment.
+    if (!ReInsertAttachments(item.Item(), attachments, true)) {
+      ReInsertAttachments(item.Item(), attachments, true);
+    }
+    TellNotSent(reason);
     return kGivenUp;
+  };
+  if (!ClearAttachments(item.Item()) && !ClearAttachments(item.Item())) {
+    return give_up("Its attachments could not be removed for the encrypted or signed ones.");
   }
-  // A file that cannot be put back does not stop the message, which goes without it.
-  if (!ReInsertAttachments(item, attachments, false)) ReInsertAttachments(item, attachments, false);
+  if (!ReInsertAttachments(item.Item(), attachments, false) &&
+      !ReInsertAttachments(item.Item(), attachments, false)) {
+    return give_up("Its encrypted or signed attachments could not be attached.");
+  }
   return 0;
 }
 
-std::int32_t CryptoOperations::SignAndEncryptItem(const platform::MailItemPtr& item,
+std::int32_t CryptoOperations::SignAndEncryptStored(const SafeItem& item,
+                                                    AttachmentNodes& attachments) {
+  const bool no_encrypt = ReadHeaderFlag(item, kNoEncrypt);
+  const bool sign_only = no_encrypt && !ReadHeaderFlag(item, kNoSign);
+  const Checkpoint unsigned_message(item.Item(), attachments);
+  std::int32_t status = SignMailItem(item, attachments, sign_only);
+  if (status != 0) {
+    // The item still has its own attachments: they are replaced at the very end only.
+    if (!AskToSendUnsigned()) return status;
+    unsigned_message.PutBack(item.Item(), attachments);
+  }
+
+  if (!no_encrypt) {
+    const Checkpoint clear_message(item.Item(), attachments);
+    status = EncryptMailItem(item, attachments);
+    if (status != 0) {
+      if (ReportEncryptionFailure(status, item) != kResultYes) return status;
+      clear_message.PutBack(item.Item(), attachments);
+    }
+  }
+  return PutProcessedAttachments(item, attachments);
+}
+
+std::int32_t CryptoOperations::SignAndEncryptItem(const SafeItem& item,
                                                   AttachmentNodes& attachments,
                                                   bool no_options_bar) {
-  // The plain files are queued as they get encrypted, but are needed again when a later one fails.
+  // Plain files are queued as they get encrypted, but are needed again if a later one fails.
   const KeepQueuedFiles keep;
-  return Guarded(":SignAndEncryptItem - ", kGivenUp, [&]() -> std::int32_t {
+  std::int32_t status = kGivenUp;
+  const Error error = Attempt([&] {
     KillAllFiles(attachments);
-    if (!StoreAllAttachments(item, attachments, no_options_bar)) return kGivenUp;
-
-    const bool no_encrypt = ReadHeaderFlag(item, kNoEncrypt);
-    const bool sign_only = no_encrypt && !ReadHeaderFlag(item, kNoSign);
-    const Checkpoint unsigned_message(item, attachments);
-    std::int32_t status = SignMailItem(item, attachments, sign_only);
-    if (status != 0) {
-      // The item still has its own attachments: they are replaced at the very end only.
-      if (!AskToSendUnsigned()) return status;
-      unsigned_message.PutBack(item, attachments);
-    }
-
-    if (!no_encrypt) {
-      const Checkpoint clear_message(item, attachments);
-      status = EncryptMailItem(item, attachments);
-      if (status != 0) {
-        if (ReportEncryptionFailure(status, item) != kResultYes) return status;
-        clear_message.PutBack(item, attachments);
-      }
-    }
-    return PutProcessedAttachments(item, attachments);
+    if (!StoreAllAttachments(item.Item(), attachments, no_options_bar)) return;
+    status = SignAndEncryptStored(item, attachments);
   });
+  if (error.number != 0) {
+    Debug_Info::TraceLog(":SignAndEncryptItem - " + error.description);
+    TellNotSent(error.description);
+  }
+  return status;
 }
 
 }  // namespace corvessa

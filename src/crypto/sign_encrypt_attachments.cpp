@@ -152,7 +152,7 @@ std::int32_t CryptoOperations::SignAllAttachments(const platform::MailItemPtr& i
         return platform::engine_status::kSignatureTrouble;
       }
       std::string signature_path;
-      const platform::EngineStatus status = Engine().SignFile(node->sFilename, signature_path);
+      const platform::EngineStatus status = Engine()->SignFile(node->sFilename, signature_path);
       engine_files.Add(signature_path);
       if (status != 0) return status;
       // Armour in the form that a text file has on the systems that will read it.
@@ -171,7 +171,7 @@ std::int32_t CryptoOperations::EncryptAttachment(AttachmentNode& node,
   std::int32_t status = kLocalFailure;
   const Error error = Attempt([&] {
     platform::Host().ui.DoEvents();
-    status = Engine().EncryptFileToFile(recipients, node.sFilename, encrypted);
+    status = Engine()->EncryptFileToFile(recipients, node.sFilename, encrypted);
     platform::Host().ui.DoEvents();
   });
   if (error.number != 0 || status != 0) DropFailedOutput(folder, encrypted);

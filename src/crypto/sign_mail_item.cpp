@@ -18,7 +18,7 @@ constexpr platform::EngineStatus kNotAuthenticated = 1;
 
 /// The plain body. Signed mail that is not encrypted is read as it travels, so its lines are made
 /// short enough that nothing on the way breaks them, which would break the signature.
-platform::SharedText TextToSign(const platform::MailItemPtr& item, bool sign_only) {
+platform::SharedText TextToSign(const SafeItem& item, bool sign_only) {
   platform::SharedText text = item->Body();
   Debug_Info::TraceLog("About to wrap text");
   if (!sign_only) return text;
@@ -42,15 +42,15 @@ std::optional<platform::EngineStatus> CryptoOperations::UnlockSigner(
         UserManagement::GetLoginAccount(reason, signer->m_sAlias, false);
     if (!account) return std::nullopt;
     PassphraseTrial trial(account);
-    status = Engine().AuthenticateAccount(account->m_sAlias, account->m_sPassword.View());
+    status = Engine()->AuthenticateAccount(account->m_sAlias, account->m_sPassword.View());
     if (status == 0) trial.Accept();
     account->SetAuthenticated(status == 0);
   }
   return status;
 }
 
-std::int32_t CryptoOperations::SignMailItem(const platform::MailItemPtr& item,
-                                            AttachmentNodes& attachments, bool sign_only) {
+std::int32_t CryptoOperations::SignMailItem(const SafeItem& item, AttachmentNodes& attachments,
+                                            bool sign_only) {
   return Guarded(":SignMailItem - ", kGivenUp, [&]() -> std::int32_t {
     const NimbraAccountPtr signer = UserManagement::GetSigningAccount();
     if (ReadHeaderFlag(item, kNoSign) || !signer) return 0;
@@ -61,10 +61,10 @@ std::int32_t CryptoOperations::SignMailItem(const platform::MailItemPtr& item,
     std::int32_t status = *unlocked;
     if (status == 0) {
       std::string signed_text;
-      status = Engine().SignText(*text, nullptr, signed_text);
+      status = Engine()->SignText(*text, nullptr, signed_text);
       if (status == 0) item->SetBody(signed_text);
     }
-    if (status == 0) status = SignAllAttachments(item, attachments);
+    if (status == 0) status = SignAllAttachments(item.Item(), attachments);
     if (status != 0) {
       Tell("Failed to sign message:\r\n\r\n" + std::string(EngineErrorText(status)));
     }

@@ -43,7 +43,9 @@ AttachmentNodePtr FindByPath(const AttachmentNodes& nodes, std::string_view path
 
 void RequireFiles(const AttachmentNodes& nodes) {
   for (const AttachmentNodePtr& node : nodes) {
-    if (!Files().FileExists(node->sFilename)) Raise(kFileNotFound);
+    if (Files().FileExists(node->sFilename)) continue;
+    Raise(kFileNotFound,
+          "The temporary file of attachment \"" + node->sDisplayName + "\" is missing.");
   }
 }
 

@@ -250,15 +250,12 @@ void KeyRings::WriteRing(bool secret, const std::vector<NewKey>& keys) {
   std::uint64_t offset = 0;
   RingEntry run;  // entries that follow one another are copied together
   run.secret = secret;
-  const auto copy_run = [&] {
-    if (run.length > 0) file.Write(Read(run));
-  };
   for (auto entry : Entries()) {
     if (entry.secret != secret) {
       other_lines += IndexLine(entry);
     } else if (!replaced.contains(entry.fingerprint)) {
       if (entry.offset != run.offset + run.length || run.length > kLongestRun) {
-        copy_run();
+        file.Write(Read(run));
         run.offset = entry.offset;
         run.length = 0;
       }
@@ -267,7 +264,7 @@ void KeyRings::WriteRing(bool secret, const std::vector<NewKey>& keys) {
       lines += IndexLine(entry);
     }
   }
-  copy_run();
+  file.Write(Read(run));
   for (const auto& key : keys) {
     if (key.secret != secret) continue;
     file.Write(key.data);

@@ -1,10 +1,12 @@
 #include "message/encryption_failure.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "base/guard.h"
 #include "base/text.h"
+#include "branding/message_box.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/engine_error_text.h"
 #include "crypto/services.h"
@@ -20,7 +22,7 @@
 namespace corvessa {
 namespace {
 
-/// What the form lists of a recipient; empty when that one is in order.
+/// The text that the form lists for a recipient; empty for one without a problem.
 using Complaint = std::function<std::string(platform::Recipient&)>;
 
 std::string NameOfUnresolved(platform::Recipient& recipient) {
@@ -29,11 +31,11 @@ std::string NameOfUnresolved(platform::Recipient& recipient) {
 
 std::string AddressWithoutKey(platform::Recipient& recipient) {
   const std::string address = CDO_Addresses::GetRealAddress(recipient);
+  if (address.empty()) return recipient.Name();
   return Crypto()->HasKeypair(address) == kHasKeyPair ? std::string{} : address;
 }
 
-void ListRecipients(frmNoKeysFound& form, const platform::MailItemPtr& item,
-                    const Complaint& complaint) {
+void ListRecipients(frmNoKeysFound& form, const SafeItem& item, const Complaint& complaint) {
   const auto recipients = GetSafeRecipients(item);
   if (!recipients) Raise(kObjectNotSet);
   const std::int32_t count = recipients->Count();
@@ -43,7 +45,7 @@ void ListRecipients(frmNoKeysFound& form, const platform::MailItemPtr& item,
   }
 }
 
-std::int32_t AskAboutRecipients(const platform::MailItemPtr& item, std::string_view heading,
+std::int32_t AskAboutRecipients(const SafeItem& item, std::string_view heading,
                                 const Complaint& complaint) {
   const auto form = std::make_shared<frmNoKeysFound>();
   const UnloadAtEnd unload(*form);
@@ -53,14 +55,14 @@ std::int32_t AskAboutRecipients(const platform::MailItemPtr& item, std::string_v
 }
 
 std::int32_t AskToSendInClear(std::string_view text) {
-  // Nothing leaves in clear by a key pressed too early.
+  // Cancel is the default, so that a key pressed too early sends nothing in clear.
   const std::int32_t answer = ShowGeneric(text, frmGeneric::kOkCancel, DefaultButton::kCancel);
   if (answer == kResultOk) return kResultYes;
   if (answer == kResultCancel) return kResultNo;
   return answer;
 }
 
-std::int32_t Report(std::int32_t code, const platform::MailItemPtr& item) {
+std::int32_t Report(std::int32_t code, const SafeItem& item) {
   switch (code) {
     case kUnresolvedRecipients:
       return AskAboutRecipients(item,
@@ -86,8 +88,15 @@ std::int32_t Report(std::int32_t code, const platform::MailItemPtr& item) {
 
 }  // namespace
 
-std::int32_t ReportEncryptionFailure(std::int32_t code, const platform::MailItemPtr& item) {
-  return Guarded(":ReportEncryptionFailure - ", kResultNo, [&] { return Report(code, item); });
+std::int32_t ReportEncryptionFailure(std::int32_t code, const SafeItem& item) {
+  const auto answer = Guarded(":ReportEncryptionFailure - ", std::optional<std::int32_t>(),
+                              [&] { return std::optional(Report(code, item)); });
+  if (!answer) TellNotSent("It could not be encrypted.");
+  return answer.value_or(kResultNo);
+}
+
+void TellNotSent(std::string_view reason) {
+  TellError("The message was not sent.\r\n\r\n" + ForDisplay(reason));
 }
 
 }  // namespace corvessa

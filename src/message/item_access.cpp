@@ -6,10 +6,13 @@
 
 namespace corvessa {
 
-platform::SafeMailItemPtr OpenSafely(const platform::MailItemPtr& item) {
-  auto safe_item = platform::Host().redemption.CreateSafeMailItem();
-  safe_item->SetItem(item);
-  return safe_item;
+platform::SafeMailItem& SafeItem::Safe() const {
+  if (!safe_item_) {
+    auto made = platform::Host().redemption.CreateSafeMailItem();
+    made->SetItem(item_);
+    safe_item_ = std::move(made);
+  }
+  return *safe_item_;
 }
 
 platform::CommandBarPtr FindBar(platform::MailItem& item, std::string_view name) {
@@ -20,6 +23,16 @@ platform::CommandBarPtr FindBar(platform::MailItem& item, std::string_view name)
     if (bar->Name() == name) return bar;
   }
   return nullptr;
+}
+
+void MessageBody::PutBack(const platform::MailItemPtr& item) const {
+  if (*item->HTMLBody() == *html_ && *item->Body() == *plain_) return;
+  // Writing the HTML form also makes the plain one.
+  if (HasHTML()) {
+    item->SetHTMLBody(*html_);
+  } else {
+    item->SetBody(*plain_);
+  }
 }
 
 }  // namespace corvessa

@@ -6,30 +6,23 @@
 #include "base/debug_info.h"
 #include "base/guard.h"
 #include "base/text.h"
-#include "message/item_access.h"
 #include "settings/edition.h"
 
 namespace corvessa {
-std::string GetSenderName(const platform::MailItemPtr& item) {
-  return Guarded(":GetSenderName - ", std::string(),
-                 [&] { return OpenSafely(item)->SenderName(); });
+
+std::string GetSenderName(const SafeItem& item) {
+  return Guarded(":GetSenderName - ", std::string(), [&] { return item.Safe().SenderName(); });
 }
 
-bool SaveAndCheckBCC(const platform::MailItemPtr& item) {
-  return Guarded(":SaveAndCheckBCC - ", false, [&] { return HasBlindCopies(item); });
+bool HasBlindCopies(const SafeItem& item) {
+  item.Safe().Save();
+  return !item.Safe().BCC().empty();
 }
 
-bool HasBlindCopies(const platform::MailItemPtr& item) {
-  const auto safe_item = OpenSafely(item);
-  safe_item->Save();
-  return !safe_item->BCC().empty();
-}
-
-std::shared_ptr<platform::Recipients> GetSafeRecipients(const platform::MailItemPtr& item) {
+platform::RecipientsPtr GetSafeRecipients(const SafeItem& item) {
   return Guarded(":GetSafeRecipients - ", platform::RecipientsPtr(), [&] {
-    const auto safe_item = OpenSafely(item);
-    safe_item->Save();
-    return safe_item->Recipients();
+    item.Safe().Save();
+    return item.Safe().Recipients();
   });
 }
 

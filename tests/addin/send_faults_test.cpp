@@ -128,20 +128,33 @@ TEST_P(SendFaults, WhatIsSentByConsentIsWholeWithoutTheStepThatFailed) {
   EXPECT_GT(sent_in_clear, 0);
 }
 
-TEST_F(Sending, AnAttachmentThatOutlookHoldsStopsTheSendAndNoneIsLost) {
+TEST_F(Sending, AttachmentsThatCannotBeReplacedStopTheSendAndNoneIsLost) {
   LogInWith("secret");
   AllowError("");
-  const auto item = Draft();
-  for (const char* name : {"a.txt", "b.txt", "c.txt"}) Attach(item, name, "canary-5e11");
-  const desk::ItemData before = item->Data();
-  faults.on_call = [&](std::string_view call) {
-    if (call == "Attachments.Remove" && item->Data().attachments.size() == 2) {
-      Raise(kPathFileAccess);
-    }
-  };
-  EXPECT_EQ(outlook.Send(item), std::nullopt);
-  faults.on_call = nullptr;
-  EXPECT_EQ(Attachments(item->Data()), Attachments(before));
+  const std::string not_sent = "The message was not sent.\r\n\r\n";
+  const struct {
+    std::string_view call;
+    std::size_t at_count;
+    int times;
+    std::string reason;
+  } cases[] = {
+      {"Attachments.Remove", 2, 9,
+       "Its attachments could not be removed for the encrypted or signed ones."},
+      {"Attachments.Add", 1, 2, "Its encrypted or signed attachments could not be attached."}};
+  for (const auto& c : cases) {
+    const auto item = Draft();
+    for (const char* name : {"a.txt", "b.txt", "c.txt"}) Attach(item, name, "canary-5e11");
+    const desk::ItemData before = item->Data();
+    int failed = 0;
+    faults.on_call = [&](std::string_view call) {
+      if (call != c.call || item->Data().attachments.size() != c.at_count) return;
+      if (failed++ < c.times) Raise(kPathFileAccess);
+    };
+    ui.ExpectErrorBox(not_sent + c.reason);
+    EXPECT_EQ(outlook.Send(item), std::nullopt) << c.call;
+    faults.on_call = nullptr;
+    EXPECT_EQ(Attachments(item->Data()), Attachments(before)) << c.call;
+  }
 }
 
 TEST_F(Sending, AHundredAndFiftyAttachmentsAreAllSignedAndEncrypted) {

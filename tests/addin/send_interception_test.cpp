@@ -213,14 +213,14 @@ TEST_F(SendInterception, TheUserDecidesAboutEachObstacle) {
          LogInWith("secret");
          g_bADKEnabled = true;
          box("Encrypted emails sent to 'example.org' email addresses will also be encrypted "
-             "for:\r\n\r\narchive@example.org",
+             "for:\r\n\r\narchive@example.net",
              go);
        },
        "+"},
   };
   engine::KeyInfo archive;
-  Keys().GenerateKey("", "archive@example.org", "secret", archive);
-  WriteContent(profile / "adk.txt", "example.org: archive@example.org\n");
+  Keys().GenerateKey("", "archive@example.net", "secret", archive);
+  WriteContent(profile / "adk.txt", "example.org: archive@example.net\n");
   g_lPassphraseMemory = kForgetAfterEachUse;
   for (const Obstacle& obstacle : obstacles) {
     for (const bool go : {false, true}) {
@@ -289,16 +289,24 @@ TEST_F(SendInterception, AMailWithEverythingTracesEachStep) {
   SetEditionSwitch("ADKEnabled", 1);
   RegistryHandlers::ReadUserAccountInfo();
   LogInWith("secret");
-  ui.ExpectBox(
-      "Encrypted emails sent to 'example.org' email addresses will also be encrypted for:\r\n\r\n"
-      "archive@example.org",
-      platform::kAnswerOk);
+  // No question: Ann's own mail is encrypted for an address of the recipient's domain as well.
   const auto item = Draft();
   item->EditHTMLBody("<p>canary-5e11</p>");
   Attach(item, "a.txt", "canary-5e11");
   ClearTrace();
-  EXPECT_TRUE(outlook.Send(item));
+  int safe_items = 0;
+  faults.on_call = [&](std::string_view call) {
+    if (call == "Redemption.CreateSafeMailItem") ++safe_items;
+  };
+  const auto sent = outlook.Send(item);
+  faults.on_call = nullptr;
+  EXPECT_EQ(safe_items, 1);
+  ASSERT_TRUE(sent);
   ExpectGolden("trace_of_signing_and_encryption", Trace());
+  const platform::EngineAccount reader{"archive@example.org"};
+  std::string read;
+  EXPECT_EQ(Keys().AuthenticateAccount(reader.address, "secret"), 0);
+  EXPECT_EQ(Keys().DecryptTextEx(*sent->body, &reader, read), 0) << Keys().GetEngineLastError();
 }
 
 TEST_F(SendInterception, AMailSentInsideAnotherLeavesItsHiddenRecipientsHidden) {
@@ -344,7 +352,9 @@ TEST_F(SendInterception, AnEncryptedFileThatVanishesStopsTheMailAndCostsNoAttach
   Choose(item, true, false);
   const auto before = Attachments(item->Data());
   int vanished = 0;
-  AllowError(":SignAndEncryptItem - File not found");
+  AllowError(":SignAndEncryptItem - The temporary file of attachment \"");
+  ui.ExpectErrorBox(
+      "The message was not sent.\r\n\r\nThe temporary file of attachment \"a.txt\" is missing.");
   ui.on_do_events = [&](int) {
     for (const std::string& file : TemporaryFiles()) {
       if (file.find("tmp") == std::string::npos || vanished > 0) continue;
@@ -363,14 +373,20 @@ TEST_F(SendInterception, AMailStaysWhenItsHiddenReadersOrItsChoicesAreUnknown) {
     if (call == failing) throw Error{5, "lost"};
   };
   AllowError("m_oApplication_ItemSend: lost");
+  ui.ExpectErrorBox(
+      "The message was not sent.\r\n\r\nIt could not be checked for blind-copy recipients.");
   EXPECT_FALSE(outlook.Send(Draft()));
+  LogInWith("secret");
+  const auto signed_only = Draft();
+  Choose(signed_only, false, true);
+  EXPECT_TRUE(outlook.Send(signed_only)) << "only encryption names its readers";
 
   failing = "SafeMailItem.SetFields";
   AllowError("frmSendFromExternalApplication::Init - lost");
   ui.Expect<frmSendFromExternalApplication>(
       "frmSendFromExternalApplication",
       [](frmSendFromExternalApplication& form) { form.cmdContinue.Press(); });
-  ui.ExpectErrorBox("The message was not sent because its security options could not be stored.");
+  ui.ExpectErrorBox("The message was not sent.\r\n\r\nIts security options could not be stored.");
   const auto item = outlook.NewMail();
   item->EditBody(kText);
   EXPECT_FALSE(outlook.Send(item));
@@ -401,6 +417,7 @@ TEST_F(SendInterception, ADisconnectionBehindTheQuestionAboutNamesCancelsTheMail
     if (call == "Ui::MessageBox") DisconnectAddIn();
   };
   ui.ExpectBox(kSameNamesQuestion, platform::kAnswerOk);
+  ui.ExpectErrorBox("The message was not sent.\r\n\r\nThe encryption engine could not be started.");
   EXPECT_FALSE(outlook.Send(item));
   EXPECT_EQ(*item->Data().html, "<p>canary-5e11</p>");
   EXPECT_EQ(g_oCrypto, nullptr);

@@ -288,6 +288,37 @@ TEST_F(Startup, NoFailedPlatformCallGetsPastItOrCloseDown) {
   EXPECT_EQ(FilesHolding("canary"), Lines{"registry.reg"});
 }
 
+TEST_F(Startup, AWindowThatOpensDuringCloseDownIsLeftAloneAndTheEngineGoesAtOnce) {
+  StoreAccount("ann@example.org", true);
+  outlook.AddExplorer();
+  ConnectAddIn();
+  outlook.Open(outlook.NewMail());
+  ClearTrace();
+  // As a send under way holds them.
+  const auto support = g_oOutlookSupport;
+  const auto crypto = g_oCrypto;
+  int opened = 0;
+  faults.on_call = [&](std::string_view call) {
+    if (call.find("Delete") == std::string_view::npos || opened++ > 3) return;
+    outlook.AddExplorer();
+    outlook.Open(outlook.NewMail());
+  };
+  DisconnectAddIn();
+  faults.on_call = nullptr;
+  EXPECT_GT(opened, 0);
+  EXPECT_EQ(scripted_engine.engine.use_count(), 1);
+  EXPECT_EQ(Trace(), kClosingDown);
+
+  g_bLogDebuggingInfo = true;
+  ClearTrace();
+  support->m_oExplorers_NewExplorer(outlook.AddExplorer());
+  support->m_oInspectors_NewInspector(outlook.Open(outlook.NewMail()));
+  const std::string not_set = " - Object variable or With block variable not set";
+  EXPECT_EQ(Trace(), (Lines{"OutlookSupport::m_oExplorers_NewExplorer" + not_set,
+                            "OutlookSupport::m_oInspectors_NewInspector" + not_set}));
+  AllowError("OutlookSupport::m_o");
+}
+
 TEST_F(Startup, CloseDownDeletesWhatIsQueuedAndForgetsPassphrases) {
   StoreAccount("ann@example.org");
   outlook.AddExplorer();

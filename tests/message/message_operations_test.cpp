@@ -90,7 +90,6 @@ TEST_F(MessageOperations, AFailureReadsAsNothingThere) {
   const auto failing = WithFaults(item, faults);
   faults.on_call = [](std::string_view) { throw Error{5, "lost"}; };
   EXPECT_EQ(GetSenderName(failing), "");
-  EXPECT_FALSE(SaveAndCheckBCC(failing));
   EXPECT_THROW(HasBlindCopies(failing), Error);
   EXPECT_EQ(GetSafeRecipients(failing), nullptr);
   EXPECT_FALSE(HasDuplicateFilenames(failing));
@@ -98,8 +97,8 @@ TEST_F(MessageOperations, AFailureReadsAsNothingThere) {
   faults.on_call = nullptr;
   EXPECT_THAT(Trace(),
               ElementsAre("Checking for encryption and signing options bar", "Does not exist (1)",
-                          ":GetSenderName - lost", ":SaveAndCheckBCC - lost",
-                          ":GetSafeRecipients - lost", ":HasDuplicateFilenames - lost",
+                          ":GetSenderName - lost", ":GetSafeRecipients - lost",
+                          ":HasDuplicateFilenames - lost",
                           "Checking for encryption and signing options bar", "Does not exist (2)"));
   AllowError(":");
 }
@@ -108,7 +107,8 @@ TEST_F(MessageOperations, AnEncryptionFailureListsTheRecipientsConcerned) {
   CreateCrypto();
   item->EditRecipients({{desk::RecipientKind::kTo, "Bob", "bob@example.org", "", {}},
                         {desk::RecipientKind::kCc, "No\u202Eone", "", "", {}},
-                        {desk::RecipientKind::kBcc, "Cy", "cy@example.org", "", {}}});
+                        {desk::RecipientKind::kBcc, "Cy", "cy@example.org", "", {}},
+                        {desk::RecipientKind::kTo, "Di", "d;i@example.org", "", {}}});
   const std::string unresolved =
       "Corvessa Professional for Outlook was unable to resolve the following recipients to valid "
       "email addresses:";
@@ -121,8 +121,8 @@ TEST_F(MessageOperations, AnEncryptionFailureListsTheRecipientsConcerned) {
     const char* button;
     std::int32_t answer;
   } cases[] = {{-14, unresolved, {"Noone"}, "cmdYes", 6},
-               {-13, keyless, {"cy@example.org"}, "cmdNo", 7},
-               {-13, keyless, {"cy@example.org"}, nullptr, 3}};
+               {-13, keyless, {"Noone", "cy@example.org", "d;i@example.org"}, "cmdNo", 7},
+               {-13, keyless, {"Noone", "cy@example.org", "d;i@example.org"}, nullptr, 3}};
   for (const auto& c : cases) {
     for (const int status : {0, -13, -16}) {
       scripted_engine.engine->Once("QueryKeyPair", {.status = status});
@@ -179,6 +179,7 @@ TEST_F(MessageOperations, AnyOtherEncryptionFailureIsAskedAbout) {
   AllowError(":GetSafeRecipients - ");
   AllowError(":ReportEncryptionFailure - ");
   outlook.Redemption().installed = false;
+  ui.ExpectErrorBox("The message was not sent.\r\n\r\nIt could not be encrypted.");
   EXPECT_EQ(ReportEncryptionFailure(-14, item), 7);
 }
 
