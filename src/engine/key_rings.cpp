@@ -250,12 +250,15 @@ void KeyRings::WriteRing(bool secret, const std::vector<NewKey>& keys) {
   std::uint64_t offset = 0;
   RingEntry run;  // entries that follow one another are copied together
   run.secret = secret;
+  const auto copy_run = [&] {
+    if (run.length > 0) file.Write(Read(run));
+  };
   for (auto entry : Entries()) {
     if (entry.secret != secret) {
       other_lines += IndexLine(entry);
     } else if (!replaced.contains(entry.fingerprint)) {
       if (entry.offset != run.offset + run.length || run.length > kLongestRun) {
-        file.Write(Read(run));
+        copy_run();
         run.offset = entry.offset;
         run.length = 0;
       }
@@ -264,7 +267,7 @@ void KeyRings::WriteRing(bool secret, const std::vector<NewKey>& keys) {
       lines += IndexLine(entry);
     }
   }
-  file.Write(Read(run));
+  copy_run();
   for (const auto& key : keys) {
     if (key.secret != secret) continue;
     file.Write(key.data);

@@ -53,7 +53,9 @@ void CommandContext::TellError(const CommandError& error) {
 }
 
 void AddMessageOptions(CLI::App& command, CommandContext& context, MessageOptions& options) {
-  command.add_option("file", options.file, "the mail file")->required()->type_name("FILE");
+  command.add_option("file", options.file, "the mail file; - for standard input")
+      ->required()
+      ->type_name("FILE");
   command.add_flag("--json", context.json, "write one JSON object instead of text");
   command.add_flag("--trace", options.trace, "write the add-in's trace to standard error");
 }

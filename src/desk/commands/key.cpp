@@ -269,8 +269,10 @@ void AddKeyCommands(CLI::App& app, CommandContext& context) {
   auto* const generate = add("generate", "make a key pair for an address", Generate);
   add_address(generate);
   generate->add_option("--name", options->name, "the owner's name");
-  generate->add_option("--passphrase-file", options->passphrase_file,
-                       "a file whose first line is the passphrase");
+  generate
+      ->add_option("--passphrase-file", options->passphrase_file,
+                   "a file whose first line is the passphrase")
+      ->type_name("FILE");
   auto* const import = add("import", "import keys into the rings", Import);
   import->add_option("files", options->files, "key files, armoured or binary; - for standard input")
       ->required()

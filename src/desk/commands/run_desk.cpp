@@ -13,7 +13,7 @@ namespace {
 
 void AddGlobalOptions(CLI::App& app, CommandContext& context) {
   app.add_option("--profile", context.profile_folder,
-                 "the profile folder (default: corvessa in the user's data folder)")
+                 "the profile folder; by default, corvessa in the user's data folder")
       ->type_name("DIR");
   app.add_option("--passphrase", context.passphrases,
                  "a file whose first line is the passphrase of the address")
@@ -107,7 +107,9 @@ int RunDesk(int argument_count, const char* const* arguments, Terminal& terminal
             std::ostream& messages) {
   CommandContext context{out, messages, terminal};
   CLI::App app{"Plays Outlook for the add-in over real mail files.", std::string(kProgram)};
-  app.set_version_flag("--version", std::string(kProgram) + " " CORVESSA_VERSION);
+  app.set_help_flag("-h,--help", "print this help and exit");
+  app.set_version_flag("--version", std::string(kProgram) + " " CORVESSA_VERSION,
+                       "print the version and exit");
   AddGlobalOptions(app, context);
   AddCommands(app, context);
   RefuseEmptyValues(app);

@@ -113,8 +113,9 @@ void AddSendCommand(CLI::App& app, CommandContext& context) {
   send->add_option("--out", options->out_file,
                    "write the sent message to this file instead of standard output")
       ->type_name("FILE");
-  send->add_flag("--no-encrypt", options->choices.no_encrypt, "release \"Encrypt on send\"");
-  send->add_flag("--no-sign", options->choices.no_sign, "release \"Sign on send\"");
+  send->add_flag("--no-encrypt", options->choices.no_encrypt,
+                 "do not encrypt: release \"Encrypt on send\"");
+  send->add_flag("--no-sign", options->choices.no_sign, "do not sign: release \"Sign on send\"");
   send->add_flag("--external", options->choices.external,
                  "send without a window, as another program does");
   AddOutlookOption(*send, options->outlook);
