@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Checks the C++ files that changed since the last commit that passed: clang-format and clang-tidy.
-# Needs a configured build folder; there it also keeps the hash of the commit that passed. Without
-# one, the last commit and the working tree are checked. Called by ./check.
+# Needs a configured build folder, where it also keeps the hash of the commit that passed. Without
+# one, it checks the last commit and the working tree. ./check calls it; clang-tidy then skips a change
+# of more than a few files, which takes many minutes. "tools/lint.sh --all" checks that, too.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -9,6 +10,8 @@ build=build/release
 passed_file=$build/lint-passed
 # Another version formats differently.
 format_version=14
+# About a minute's work.
+most_files=12
 
 # The files, one a line, that differ from a commit or are new.
 changed_since() {
@@ -51,5 +54,9 @@ changed=$(changed_since "$(base)")
 [ -n "$changed" ] || exit 0
 echo "lint: checking $(wc -l <<<"$changed") changed files" >&2
 check_format <<<"$changed"
+if [ "${1-}" != --all ] && [ "$(wc -l <<<"$changed")" -gt $most_files ]; then
+  echo "lint: too many files for clang-tidy here; run tools/lint.sh --all" >&2
+  exit 0
+fi
 check_lint <<<"$changed" 2> >(grep -v 'warnings generated\|^Suppressed\|^Use -header-filter' >&2)
 [ -n "$(git status --porcelain)" ] || git rev-parse HEAD >$passed_file

@@ -5,9 +5,17 @@
 
 namespace corvessa {
 
-const RowsControl::Entry& RowsControl::At(int index) const {
+std::size_t RowsControl::Place(int index) const {
   if (index < 0 || index >= RowCount()) Raise(kInvalidArgument);
-  return rows_[static_cast<std::size_t>(index)];
+  return static_cast<std::size_t>(index);
+}
+
+const RowsControl::Entry& RowsControl::At(int index) const {
+  return rows_[Place(index)];
+}
+
+RowsControl::Entry& RowsControl::At(int index) {
+  return rows_[Place(index)];
 }
 
 void RowsControl::AddRow(std::string text) {

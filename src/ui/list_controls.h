@@ -45,9 +45,11 @@ class RowsControl : public Control {
   };
   /// Error (5) outside the list.
   const Entry& At(int index) const;
-  Entry& At(int index) { return const_cast<Entry&>(std::as_const(*this).At(index)); }
+  Entry& At(int index);
 
  private:
+  std::size_t Place(int index) const;
+
   std::vector<Entry> rows_;
   int selected_ = -1;
 };

@@ -1,6 +1,7 @@
 #include "desk/terminal/answers.h"
 
 #include <algorithm>
+#include <ranges>
 #include <system_error>
 
 #include "base/error.h"
@@ -65,9 +66,7 @@ void Answers::AddAnswer(std::string_view argument) {
 
 void Answers::PutFirst(std::string_view form, const std::vector<std::string>& controls) {
   auto& all = controls_[std::string(form)];
-  for (auto control = controls.rbegin(); control != controls.rend(); ++control) {
-    all.push_front({*control, false});
-  }
+  for (const std::string& control : std::views::reverse(controls)) all.push_front({control, false});
 }
 
 bool Answers::HasAnswers(std::string_view form) const {

@@ -13,7 +13,7 @@ namespace {
 /// Limits for long lists and texts, which would push everything else off the screen.
 constexpr int kMostRows = 30;
 constexpr std::size_t kMostTextLines = 200;
-constexpr std::size_t kMostTextBytes = 64 * 1024;
+constexpr std::size_t kMostTextBytes = std::size_t{64} * 1024;
 
 /// Puts the key before a control that can be chosen, and a disabled one in parentheses.
 std::string WithKey(const std::string& drawn, const Control& control, const Choices* choices,
