@@ -1,7 +1,6 @@
 #include "desk/terminal/answers.h"
 
 #include <algorithm>
-#include <ranges>
 #include <system_error>
 
 #include "base/error.h"
@@ -66,7 +65,9 @@ void Answers::AddAnswer(std::string_view argument) {
 
 void Answers::PutFirst(std::string_view form, const std::vector<std::string>& controls) {
   auto& all = controls_[std::string(form)];
-  for (const std::string& control : std::views::reverse(controls)) all.push_front({control, false});
+  std::vector<Given> own;
+  for (const std::string& control : controls) own.push_back({control, false});
+  all.insert(all.begin(), own.begin(), own.end());
 }
 
 bool Answers::HasAnswers(std::string_view form) const {
