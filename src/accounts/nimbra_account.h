@@ -21,14 +21,12 @@ class NimbraAccount {
   std::string m_sAlias;
   /// What the user typed; empty when not known. Never traced, never stored.
   SecretString m_sPassword;
-  bool m_bEnabled = false;
   /// The one address that signs outgoing mail.
   bool m_bSigning = false;
 
   /// The engine has accepted m_sPassword.
   void SetAuthenticated(bool authenticated) { authenticated_ = authenticated; }
   bool GetAuthenticated() const { return authenticated_; }
-  bool IsEnabled() const { return m_bEnabled; }
 
   /// Reads the subkey of that name; false, and nothing changed, when it cannot be opened.
   bool ReadAccount(platform::RegistryKey& accounts, std::string_view name);

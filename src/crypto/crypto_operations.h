@@ -139,8 +139,6 @@ class CryptoOperations {
   std::int32_t PutProcessedAttachments(const SafeItem& item, const AttachmentNodes& attachments);
 
   std::string VectorToString(const platform::IEngineStringVector& texts);
-  /// Makes the account the only one whose flag may be set.
-  void SetAccountAuthenticated(const NimbraAccountPtr& account, bool authenticated);
 
   /// Raises kObjectNotSet without an engine. Returns a reference of its own, so that a call under
   /// way outlives ReleaseEngine.

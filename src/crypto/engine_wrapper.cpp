@@ -109,10 +109,4 @@ std::string CryptoOperations::VectorToString(const platform::IEngineStringVector
   return Join(TextsOf(texts), ", ");
 }
 
-void CryptoOperations::SetAccountAuthenticated(const NimbraAccountPtr& account,
-                                               bool authenticated) {
-  for (const NimbraAccountPtr& other : g_colAccounts) other->SetAuthenticated(false);
-  account->SetAuthenticated(authenticated);
-}
-
 }  // namespace corvessa
