@@ -5,6 +5,7 @@
 #include <unordered_set>
 
 #include "accounts/nimbra_account.h"
+#include "accounts/user_management.h"
 #include "base/debug_info.h"
 #include "base/guard.h"
 #include "base/text.h"
@@ -48,13 +49,14 @@ void LoadSwitches(std::string_view path, const RegistryKeyPtr& key) {
 }
 
 void ReadPreferences() {
-  const RegistryKeyPtr key = OpenOrCreate(CurrentUser(), kGlobalKey);
+  RegistryKeyPtr key;
+  OpenOrCreate(CurrentUser(), kGlobalKey, key);
   LoadSwitches(kGlobalKey, key);
   g_lPassphraseMemory = key ? key->ReadNumber(kPassphraseMemory) : 0;
 }
 
 void WritePreferences() {
-  const RegistryKeyPtr key = OpenOrCreate(CurrentUser(), kGlobalKey);
+  const RegistryKeyPtr key = CreateKey(CurrentUser(), kGlobalKey);
   if (!key) return;
   for (const StoredSetting& setting : StoredSettings()) {
     if (setting.loaded && setting.key == kGlobalKey) {
@@ -65,7 +67,7 @@ void WritePreferences() {
 }
 
 void ReadEditionSwitches() {
-  const RegistryKeyPtr key = OpenOrCreate(LocalMachine(), kVersionKey);
+  const RegistryKeyPtr key = OpenKey(LocalMachine(), kVersionKey);
   LoadSwitches(kVersionKey, key);
 }
 
@@ -109,22 +111,19 @@ Aliases AliasesInMemory() {
   return aliases;
 }
 
-/// Adds an account for every subkey, names compared exactly, until the enumeration ends; gives the
-/// status that ended it. The names are kept aside so that many accounts load in linear time.
+/// Adds an account for every subkey until the enumeration ends; gives the status that ended it.
 RegistryStatus ReadAccounts(RegistryKey& accounts) {
-  // A nested load, behind the message of the mail mode, may have been here first.
-  Aliases listed = AliasesInMemory();
   std::string name;
   for (std::uint32_t index = 0;; ++index) {
     const RegistryStatus status = accounts.EnumerateKey(index, name);
     if (!Succeeded(status)) return status;
-    auto account = std::make_shared<NimbraAccount>();
+    const auto account = std::make_shared<NimbraAccount>();
     if (!account->ReadAccount(accounts, name)) {
       Last().complete = false;
       continue;
     }
     Last().seen.insert(name);
-    if (listed.insert(name).second) g_colAccounts.push_back(std::move(account));
+    UserManagement::AddNimbraAccount(account);
   }
 }
 
@@ -135,7 +134,7 @@ void RemoveStoredAccounts() {
     DeleteRegistryKeyTree(CurrentUser(), kAccountsKey);
     return;
   }
-  const RegistryKeyPtr accounts = OpenOrCreate(CurrentUser(), kAccountsKey);
+  const RegistryKeyPtr accounts = CreateKey(CurrentUser(), kAccountsKey);
   if (!accounts) return;
   const Aliases wanted = AliasesInMemory();
   for (const std::string& alias : Last().seen) {
@@ -154,7 +153,7 @@ std::int32_t ReadUserAccountInfo() {
     Last() = {.seen = {}, .complete = false};
     CheckMailMode();
     RegistryKeyPtr accounts;
-    status = CurrentUser().Create(kAccountsKey, accounts);
+    status = OpenOrCreate(CurrentUser(), kAccountsKey, accounts);
     if (status != kRegistrySuccess) return;
     Last().complete = true;
     status = ReadAccounts(*accounts);
@@ -188,7 +187,7 @@ bool AlreadySeenProductUpdateMessage(std::int32_t major, std::int32_t minor,
                                      std::int32_t revision) {
   bool seen = true;
   const Error error = Attempt([&] {
-    const RegistryKeyPtr key = OpenOrCreate(CurrentUser(), kGlobalKey);
+    const RegistryKeyPtr key = CreateKey(CurrentUser(), kGlobalKey);
     const auto stored = [&](std::string_view name) { return key ? key->ReadNumber(name) : 0; };
     seen = std::tuple(major, minor, revision) <=
            std::tuple(stored(kSeenMajor), stored(kSeenMinor), stored(kSeenRevision));
@@ -207,7 +206,7 @@ bool AlreadySeenProductUpdateMessage(std::int32_t major, std::int32_t minor,
 
 bool IsCorporateWorkgroupMode() {
   return Guarded("RegistryHandlers:IsCorporateWorkgroupMode - ", false, [] {
-    const RegistryKeyPtr key = OpenOrCreate(CurrentUser(), kOutlookSetupKey);
+    const RegistryKeyPtr key = OpenKey(CurrentUser(), kOutlookSetupKey);
     return key && key->ReadNumber("MailSupport") == 1;
   });
 }

@@ -11,7 +11,7 @@ namespace corvessa {
 std::string RegistryHandlers::GetVersionValue(std::string_view name) {
   return Guarded("RegistryHandlers:GetVersionValue - ", std::string(), [&] {
     const platform::RegistryKeyPtr key =
-        OpenOrCreate(platform::Host().registry.LocalMachine(), kVersionKey);
+        OpenKey(platform::Host().registry.LocalMachine(), kVersionKey);
     return key ? key->ReadString(name, kStringBufferBytes) : std::string();
   });
 }

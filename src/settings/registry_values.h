@@ -43,8 +43,23 @@ inline constexpr std::size_t kStringBufferBytes = 255;
 /// The account subkey's value for m_bSigning.
 inline constexpr std::string_view kSignValue = "Sign";
 
-/// Null when the key can neither be opened nor made.
-inline platform::RegistryKeyPtr OpenOrCreate(platform::RegistryKey& root, std::string_view path) {
+/// Opens a key to read it; null if it is missing or cannot be opened. Reading must not need the
+/// right to create keys, which users do not have in the machine's hive.
+inline platform::RegistryKeyPtr OpenKey(platform::RegistryKey& root, std::string_view path) {
+  platform::RegistryKeyPtr key;
+  root.Open(path, key);
+  return key;
+}
+
+/// The same for a key of the user's that is to exist afterwards: creates it if it is missing.
+inline platform::RegistryStatus OpenOrCreate(platform::RegistryKey& root, std::string_view path,
+                                             platform::RegistryKeyPtr& key) {
+  const platform::RegistryStatus status = root.Open(path, key);
+  return status == platform::kRegistryFileNotFound ? root.Create(path, key) : status;
+}
+
+/// Opens a key to write to it, creating it if it is missing; null if that fails.
+inline platform::RegistryKeyPtr CreateKey(platform::RegistryKey& root, std::string_view path) {
   platform::RegistryKeyPtr key;
   root.Create(path, key);
   return key;

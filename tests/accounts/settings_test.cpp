@@ -73,7 +73,7 @@ TEST_F(Settings, EditionThatRefusesTheMailModeDisablesForTheSessionAndSaysSoEach
     EXPECT_EQ(Preference("DisableKVPEntirely"), 0);
   }
 
-  setup->WriteNumber("MailSupport", 0);
+  setup->WriteNumber("MailSupport", 2);
   SetEditionSwitch("DisableInternetMode", 1);
   ui.ExpectBox("Corvessa Professional for Outlook can only be used in Corporate/Workgroup mode." +
                advice);
@@ -95,7 +95,42 @@ TEST_F(Settings, NoRegistryFailureAtLoadCostsAnAccountAndThoseOfTheAccountsKeyAr
     EXPECT_EQ(StoredAccounts().size(), 2U) << failed;
     if (failed.empty()) break;
   }
-  EXPECT_EQ(reported, (std::set<std::string>{"RegistryKey::Create", "RegistryKey::EnumerateKey"}));
+  EXPECT_EQ(reported, (std::set<std::string>{"RegistryKey::Open", "RegistryKey::EnumerateKey"}));
+}
+
+TEST_F(Settings, AreReadWithoutTheRightToCreateKeysWhichTheSaveReports) {
+  EXPECT_EQ(ReadUserAccountInfo(), 0);
+  const std::string plugin = "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\";
+  for (const char* made_by_the_load : {"Global", "Accounts"}) {
+    platform::RegistryKeyPtr key;
+    EXPECT_EQ(registry.CurrentUser().Open(plugin + made_by_the_load, key), 0) << made_by_the_load;
+  }
+  StoreAccount("ann@example.org");
+  SetPreference("PassphraseMemory", 7);
+  faults.on_call = [](std::string_view call) {
+    if (call == "RegistryKey::Create") Raise(kPermissionDenied);
+  };
+  EXPECT_EQ(ReadUserAccountInfo(), 0);
+  EXPECT_EQ(g_lPassphraseMemory, 7);
+  EXPECT_EQ(g_colAccounts.size(), 1U);
+  EXPECT_EQ(GetVersionValue("AppShortName"), "Corvessa");
+  EXPECT_EQ(WriteUserAccountInfo(), 5);
+  faults.on_call = nullptr;
+}
+
+TEST_F(Settings, OneAccountSignsAndAnUnknownAddressLeavesNone) {
+  for (const char* address : {"a@x.org", "b@x.org", "c@x.org"}) StoreAccount(address, true);
+  ReadUserAccountInfo();
+  EXPECT_EQ(GetSigningAccount()->m_sAlias, "a@x.org") << "the first of those stored";
+  SetAsSignerAccount("b@x.org");
+  EXPECT_EQ(GetSigningAccount()->m_sAlias, "b@x.org");
+  SetAsSignerAccount("B@x.org");
+  EXPECT_EQ(GetSigningAccount(), nullptr);
+
+  AllowError(":DoLogin - Object variable or With block variable not set");
+  EXPECT_EQ(GetLoginAccount(LoginReason::kFirstRequest, "nobody@x.org", true), nullptr);
+  EXPECT_EQ(UnexpectedErrors(), Lines{});
+  EXPECT_EQ(ui.Shown(), Lines{}) << "no dialog";
 }
 
 TEST_F(Settings, AddressesAreAddedTrimmedAndInLowerCaseAndComparedExactly) {
