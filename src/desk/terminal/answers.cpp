@@ -66,6 +66,7 @@ void Answers::AddAnswer(std::string_view argument) {
 void Answers::PutFirst(std::string_view form, const std::vector<std::string>& controls) {
   auto& all = controls_[std::string(form)];
   std::vector<Given> own;
+  own.reserve(controls.size());
   for (const std::string& control : controls) own.push_back({control, false});
   all.insert(all.begin(), own.begin(), own.end());
 }

@@ -87,8 +87,9 @@ class Drawing {
 
   Lines Contents(const Control* container, int columns) const {
     Lines lines;
-    for (const Band& band : GroupIntoBands(form_, container))
+    for (const Band& band : GroupIntoBands(form_, container)) {
       Append(lines, DrawBand(band, columns));
+    }
     return lines;
   }
 

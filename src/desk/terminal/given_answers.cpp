@@ -24,6 +24,7 @@ std::string GivePassphrase(Form& form, Answers& answers) {
   auto* prompt = form.Find<Label>("txtPrompt1");
   if (!users || !password || !ok || !prompt) return {};
   std::vector<std::string> offered;
+  offered.reserve(static_cast<std::size_t>(users->RowCount()));
   for (int row = 0; row < users->RowCount(); ++row) offered.push_back(users->Row(row));
   const auto address = answers.ChooseAddress(offered, prompt->Caption());
   if (!address) return {};
