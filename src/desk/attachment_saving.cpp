@@ -14,13 +14,13 @@
 #include "desk/mail/attachment_name.h"
 #include "desk/message_report.h"
 #include "desk/profile/profile_files.h"
-#include "ui/controls.h"
-#include "ui/form.h"
 #include "message/status_text.h"
 #include "platform/files.h"
 #include "platform/host.h"
 #include "system/errors.h"
 #include "system/files.h"
+#include "ui/controls.h"
+#include "ui/form.h"
 
 namespace corvessa::desk {
 namespace {
@@ -175,8 +175,9 @@ std::vector<Result> DialogResults(const ButtonPtr& button, const std::string& ta
   auto* const folder = dialog ? dialog->Find<TextBox>("txtFolder") : nullptr;
   auto* const save = dialog ? dialog->Find<CommandButton>("cmdSave") : nullptr;
   auto* const log = dialog ? dialog->Find<TextBox>("txtResults") : nullptr;
-  if (!folder || !save || !log)
+  if (!folder || !save || !log) {
     throw CommandError{Outcome::kRefused, "the add-in did not offer to save the attachments"};
+  }
   folder->Type(target);
   save->Press();
   std::vector<Result> results = ResultsOf(log->Text());

@@ -149,8 +149,9 @@ MessageReport ReadMessage(const InspectorWindowPtr& window) {
   std::vector<AttachmentReport> listed;
   if (const BarPtr bar = FindStatusBar(window->Bars()); bar && bar->Buttons().size() >= 2) {
     const auto buttons = bar->Buttons();
-    for (std::size_t i = 0; i < 2; ++i)
+    for (std::size_t i = 0; i < 2; ++i) {
       report.status_lines.push_back(buttons[i]->Properties().tooltip);
+    }
     report.protection.emplace();
     report.protection->decrypt_status = DecryptStatusFromText(OfMessage(report.status_lines[0]));
     report.protection->sign_status =

@@ -166,8 +166,9 @@ SentMail SendDraft(DeskHost& host, const mail::Mail& draft, const SendChoices& c
   const ItemPtr item = host.Outlook().AddItem(DraftItem(draft));
   if (!choices.external) {
     const auto window = host.Outlook().Open(item);
-    if (!window)
+    if (!window) {
       throw CommandError{Outcome::kRefused, "not sent: the message was closed while opening"};
+    }
     PressChoices(window->Bars(), choices);
   }
   return SendItem(host, item, draft, deliver, choices.no_encrypt);

@@ -68,8 +68,9 @@ void Deliver(CommandContext& context, const SendOptions& options, const mail::Ma
     mail::WriteMail(mail, options.out_file, mail::MailPurpose::kTravel);
   } else if (!context.json) {
     context.out << mail::FormatMail(mail, mail::MailPurpose::kTravel) << std::flush;
-    if (!context.out)
+    if (!context.out) {
       throw CommandError{Outcome::kEnvironment, "cannot write the output; not sent"};
+    }
   }
 }
 

@@ -30,8 +30,9 @@ std::optional<std::string> FindButtonByCaption(const Bars& bars, const std::stri
     if (!bar->IsVisible()) continue;
     for (const ButtonPtr& button : bar->Buttons()) {
       const std::string& shown = button->Properties().caption;
-      if (button->Properties().visible && LCase(DrawnCaption(shown)) == LCase(caption))
+      if (button->Properties().visible && LCase(DrawnCaption(shown)) == LCase(caption)) {
         return shown;
+      }
     }
   }
   return std::nullopt;
@@ -130,8 +131,9 @@ void ShellSession::Open(const Arguments& arguments) {
 void ShellSession::Compose(const Arguments& arguments) {
   read_files_.push_back(arguments[0]);
   const mail::Mail draft = mail::LoadMail(arguments[0]);
-  if (draft.incomplete)
+  if (draft.incomplete) {
     throw CommandError{Outcome::kEnvironment, arguments[0] + " is truncated or damaged"};
+  }
   const ItemPtr item = host_.Outlook().AddItem(DraftItem(draft));
   const auto window = host_.Outlook().Open(item);
   composed_[item] = draft;
@@ -160,8 +162,9 @@ void ShellSession::Save(const Arguments& arguments) {
 }
 
 void ShellSession::Close(const Arguments& /*arguments*/) {
-  if (!host_.Outlook().Close(Front()))
+  if (!host_.Outlook().Close(Front())) {
     throw CommandError{Outcome::kRefused, "the window cannot be closed now"};
+  }
 }
 
 void ShellSession::Windows(const Arguments& /*arguments*/) {
