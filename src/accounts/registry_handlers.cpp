@@ -94,7 +94,7 @@ bool Succeeded(RegistryStatus status) {
 
 using Aliases = std::unordered_set<std::string>;
 
-/// What the last load of the accounts saw, and whether that was all there is.
+/// The accounts that the last load read, and whether it could read them all.
 struct LastLoad {
   Aliases seen;
   bool complete = true;
@@ -127,8 +127,8 @@ RegistryStatus ReadAccounts(RegistryKey& accounts) {
   }
 }
 
-/// Takes out what is to be written anew: everything, or what the last load saw and is no longer
-/// wanted when it did not see everything.
+/// Deletes the stored accounts before they are written anew. After an incomplete load, deletes only
+/// those that the load read and the user has removed since.
 void RemoveStoredAccounts() {
   if (Last().complete) {
     DeleteRegistryKeyTree(CurrentUser(), kAccountsKey);

@@ -25,8 +25,8 @@ inline constexpr std::int16_t kUnlocked = 0;
 inline constexpr std::int16_t kLoginCancelled = 1;
 inline constexpr std::int16_t kRefused = -1;
 
-/// What the other operations answer when they end without a status of the engine's: the user gave
-/// up, or an error stood in the way.
+/// Result of the other operations if they end without an engine status: the user gave up, or an
+/// error occurred.
 inline constexpr std::int32_t kGivenUp = -1;
 /// An error of this side, not of the engine. Not -1, whose text sends the user to check the
 /// connection.

@@ -97,7 +97,7 @@ std::int32_t CryptoOperations::VerifyMailItem(const platform::MailItemPtr& /*ite
     std::string content;
     const auto status = CheckedNarrow<std::int16_t>(
         Engine()->VerifyText(StripLeadingBlankLines(body), *known, *unknown, content));
-    // First, because a text whose signers cannot be told must not pass for a signed one.
+    // First: text whose signers cannot be read must not pass as signed.
     signers = VectorToString(*known);
     if (status == platform::engine_status::kGoodSignature) body = std::move(content);
     result = SignStatusOf(status);

@@ -53,8 +53,7 @@ std::string OutcomeText(platform::EngineStatus status, const std::string& signer
 }  // namespace
 
 platform::EngineStatus CryptoOperations::DecryptAttachment(AttachmentNode& node) {
-  // The neutral result is the engine's code for what nobody expected. Nobody knows what a call that
-  // failed as a call has done to the file; the copy stays then.
+  // After a call that threw, the state of the file is unknown, so the copy stays.
   return Guarded(
       "CryptoOperations:DecryptAllAttachments - ", platform::engine_status::kUnexpected, [&] {
         SetAsideBeforeDecrypting(node);
@@ -101,7 +100,7 @@ std::int32_t CryptoOperations::VerifyAllAttachments(AttachmentNodes& attachments
       data->lSignStatus = signature->lSignStatus = platform::engine_status::kUnexpected;
       Guarded("CryptoOperations::VerifyAllAttachments - ",
               [&] { VerifyAttachment(*data, *signature); });
-      // A document that only holds a signature is nobody's word itself.
+      // A document that merely contains a signature is not signed itself.
       if (!HoldsReadableSignature(signature->sFilename)) {
         signature->lSignStatus = sign_status::kNone;
         signature->sSigners.clear();
@@ -116,7 +115,7 @@ std::string CryptoOperations::VerifyAttachment(AttachmentNode& data, AttachmentN
   signature.bDetachedSig = true;
   const auto known = platform::Host().engine.CreateStringVector();
   const auto unknown = platform::Host().engine.CreateStringVector();
-  // What could not be decrypted cannot be verified either, and must not pass for forged.
+  // A file that could not be decrypted cannot be verified and must not pass as forged.
   const platform::EngineStatus status =
       IsReadable(data.lDecryptStatus)
           ? Engine()->VerifyFile(data.sFilename, signature.sFilename, *known, *unknown)

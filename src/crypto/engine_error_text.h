@@ -5,8 +5,7 @@
 
 namespace corvessa {
 
-/// The user's text for an engine status. To be asked once an operation has failed: 0 is a failure
-/// too then.
+/// The user's text for a failed operation. Call it only after a failure: 0 has a failure text too.
 std::string_view EngineErrorText(std::int32_t code);
 
 }  // namespace corvessa

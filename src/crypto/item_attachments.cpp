@@ -45,7 +45,7 @@ std::vector<std::string> FileNames(platform::Attachments& attachments) {
 
 AttachmentNodePtr MakeNode(const std::string& message_folder, const StoredPlace& place,
                            const std::string& display_name) {
-  // The name has been made safe; this stands guard over whoever changes how.
+  // The name is safe already; this guards against later changes to how it is made safe.
   if (place.name.find_first_of("\\/:") != std::string::npos || place.name == "..") {
     Raise(kPathFileAccess);
   }
@@ -87,7 +87,7 @@ void StoreAll(platform::Attachments& list, AttachmentNodes& nodes) {
   }
 }
 
-/// Empty for a file that did not come from the item when the originals are asked for.
+/// Empty if the original of a file is asked for that did not come from the item.
 const std::string& PathToInsert(const AttachmentNode& node, bool originals) {
   return originals ? node.original_filename : node.sFilename;
 }

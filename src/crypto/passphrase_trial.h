@@ -9,14 +9,14 @@ namespace corvessa {
 /// How often the user is asked before an operation gives up.
 inline constexpr int kPassphraseAttempts = 3;
 
-/// A passphrase that the user has typed for an account and that the engine has yet to take: unless
-/// it was accepted, nothing of it is kept, also when the engine fails as a call.
+/// A typed passphrase that the engine has not accepted yet. Unless Accept is called, the destructor
+/// wipes it, also after an engine call that throws.
 class PassphraseTrial {
  public:
   explicit PassphraseTrial(NimbraAccountPtr account) : account_(std::move(account)) {}
   ~PassphraseTrial() {
     if (accepted_) return;
-    // A locked account is asked for once more.
+    // The user is asked again for a locked account only.
     account_->SetAuthenticated(false);
     account_->m_sPassword.Clear();
   }

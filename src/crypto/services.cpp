@@ -41,8 +41,8 @@ std::shared_ptr<CryptoOperations> CreateCrypto() {
 
 std::shared_ptr<CryptoOperations> Crypto() {
   if (g_oCrypto) return g_oCrypto;
-  // The add-in was closed down behind a dialog: settings and accounts are gone, and nobody would
-  // end an engine made now.
+  // The add-in was closed down while a dialog was open: settings and accounts are gone, and nothing
+  // would release a new engine.
   if (!g_bSettingsLoaded) Raise(kObjectNotSet);
   StartHousekeeping();
   return CreateCrypto();
@@ -64,7 +64,7 @@ void ForgetAfterUse() {
   if (g_oCrypto) {
     RunningTimer()->ResetCryptoAndAccounts();
   } else {
-    // The add-in was closed down behind a dialog: a timer made now would never end.
+    // The add-in was closed down while a dialog was open: a new timer would never stop.
     UserManagement::ForgetAllPassphrases();
   }
 }

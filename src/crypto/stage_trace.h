@@ -9,8 +9,8 @@
 
 namespace corvessa {
 
-/// The trace of a routine that runs in numbered stages: "Routine - text (status, stage)". The
-/// status is looked at with each line and must outlive this.
+/// The trace of a routine that runs in numbered stages: "Routine - text (status, stage)". Reads the
+/// status with each line; the status must outlive this object.
 class StageTrace {
  public:
   StageTrace(std::string_view routine, const std::int32_t& status)

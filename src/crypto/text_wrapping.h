@@ -6,7 +6,7 @@
 
 namespace corvessa {
 
-/// Lines that plain mail may be relied on to carry unbroken.
+/// Line length that plain mail carries unbroken.
 inline constexpr std::size_t kWrapWidth = 76;
 
 /// Breaks lines longer than `width` characters: at the last blank, which CR LF replaces, or after
