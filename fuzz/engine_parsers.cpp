@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/clear_signed.h"
+#include "engine/armour.h"
 #include "engine/key_index.h"
 #include "engine/key_servers.h"
 #include "engine/packets.h"

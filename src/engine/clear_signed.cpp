@@ -1,4 +1,4 @@
-#include "engine/clear_signed.h"
+#include "engine/armour.h"
 
 #include <optional>
 

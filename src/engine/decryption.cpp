@@ -1,4 +1,4 @@
-#include "engine/decryption.h"
+#include "engine/operations.h"
 
 #include <algorithm>
 #include <map>

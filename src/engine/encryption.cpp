@@ -1,4 +1,4 @@
-#include "engine/encryption.h"
+#include "engine/operations.h"
 
 #include <array>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "engine/key_generation.h"
+#include "engine/key_import.h"
 
 #include <cstdint>
 

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "engine/key_rings.h"
-#include "engine/key_upkeep.h"
+#include "engine/engine.h"
 #include "engine/rnp_handles.h"
 
 /// What the user is shown of a key. Finding it out means checking every signature of the key, which

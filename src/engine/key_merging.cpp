@@ -1,4 +1,4 @@
-#include "engine/key_merging.h"
+#include "engine/key_import.h"
 
 #include <algorithm>
 #include <functional>
@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "engine/key_facts.h"
-#include "engine/key_proof.h"
 #include "engine/packets.h"
 #include "engine/status.h"
 

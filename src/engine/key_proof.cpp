@@ -1,8 +1,8 @@
-#include "engine/key_proof.h"
+#include "engine/key_import.h"
 
 #include <algorithm>
 
-#include "engine/encryption.h"
+#include "engine/operations.h"
 #include "engine/packets.h"
 #include "engine/rnp_streams.h"
 #include "engine/status.h"

@@ -4,7 +4,7 @@
 #include <tuple>
 
 #include "engine/key_facts.h"
-#include "engine/key_merging.h"
+#include "engine/key_import.h"
 #include "engine/packets.h"
 #include "engine/status.h"
 

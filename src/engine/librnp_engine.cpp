@@ -8,13 +8,9 @@
 #include "base/address.h"
 #include "base/error.h"
 #include "engine/armour.h"
-#include "engine/clear_signed.h"
-#include "engine/decryption.h"
-#include "engine/encryption.h"
+#include "engine/operations.h"
 #include "engine/key_facts.h"
 #include "engine/packets.h"
-#include "engine/signing.h"
-#include "engine/text_encoding.h"
 
 namespace corvessa::engine {
 namespace {
@@ -209,7 +205,7 @@ EngineStatus LibrnpEngine::DecryptTextEx(std::string_view armoured,
                                    }};
     TextSink sink(std::clamp(binary.size() * kMaxTextExpansion, kTextAlwaysAllowed, kMaxTextSize));
     Decrypt(keys_, AccountAddress(account), message, {sink, [&] { sink.text.clear(); }});
-    plain = ToUtf8(std::move(sink.text));
+    plain = DecodeText(std::move(sink.text));
     return kDone;
   });
 }

@@ -10,7 +10,7 @@
 #include "engine/key_servers.h"
 #include "engine/key_store.h"
 #include "engine/status.h"
-#include "engine/verification.h"
+#include "engine/operations.h"
 
 namespace corvessa::engine {
 

@@ -2,12 +2,10 @@
 
 #include "engine/adks.h"
 #include "engine/armour.h"
-#include "engine/decryption.h"
-#include "engine/encryption.h"
+#include "engine/operations.h"
 #include "engine/librnp_engine.h"
 #include "engine/local_files.h"
 #include "engine/packets.h"
-#include "engine/signing.h"
 
 namespace corvessa::engine {
 namespace {

@@ -5,9 +5,8 @@
 #include "base/address.h"
 #include "engine/armour.h"
 #include "engine/key_facts.h"
-#include "engine/key_generation.h"
+#include "engine/key_import.h"
 #include "engine/key_info.h"
-#include "engine/key_merging.h"
 #include "engine/librnp_engine.h"
 
 namespace corvessa::engine {

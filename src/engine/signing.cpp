@@ -1,4 +1,4 @@
-#include "engine/signing.h"
+#include "engine/operations.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "engine/text_encoding.h"
+#include "engine/armour.h"
 
 #include <algorithm>
 
@@ -19,7 +19,7 @@ bool LooksJapanese(std::string_view bytes) {
 
 }  // namespace
 
-std::string ToUtf8(std::string bytes) {
+std::string DecodeText(std::string bytes) {
   if (LooksJapanese(bytes)) {
     if (auto text = Convert(bytes, Charset::kIso2022Jp, Charset::kUtf8)) return *text;
   }

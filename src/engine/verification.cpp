@@ -1,4 +1,4 @@
-#include "engine/verification.h"
+#include "engine/operations.h"
 
 #include <algorithm>
 #include <exception>

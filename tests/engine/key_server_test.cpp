@@ -9,7 +9,7 @@
 
 #include "engine/armour.h"
 #include "engine/key_facts.h"
-#include "engine/key_generation.h"
+#include "engine/key_import.h"
 #include "engine/profile.h"
 #include "support/gpg.h"
 #include "support/http_server.h"

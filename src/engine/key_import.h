@@ -4,16 +4,22 @@
 #include <string_view>
 #include <vector>
 
+#include "base/secret_string.h"
+#include "engine/engine.h"
+#include "engine/key_facts.h"
 #include "engine/key_rings.h"
-#include "engine/key_upkeep.h"
 #include "engine/rnp_handles.h"
 
+/// How keys come into the rings: made here, or imported and merged with what the rings hold.
+///
+/// Anyone can write a key file. What it holds must not spoil the keys that are there already: the
+/// library puts all packets with a key's number together without asking who wrote them. What fails
+/// throws EngineFailure, and the rings stay as they are.
 namespace corvessa::engine {
 
-struct KeyFacts;
-
-// Anybody can write a key file. What it holds must not spoil the keys that are there already: the
-// library puts all packets that bear a key's number together, without asking who wrote them.
+/// Makes a key in the store: ed25519 to certify and sign, a cv25519 subkey to encrypt, both
+/// protected by the passphrase. Returns the primary key.
+Key GenerateKeyPair(rnp_ffi_t ffi, const std::string& user_id, const SecretString& passphrase);
 
 /// A key, alone in a key store of the library.
 struct MergedKey {
@@ -54,5 +60,14 @@ bool IsContested(const KeyRings& rings, const RingEntry& entry);
 /// have agreed to be its own: only subkeys for signing can.
 std::string WithoutClaims(const KeyRings& rings, const RingEntry& entry,
                           const std::string& public_key);
+
+// A secret key that takes the place of another must be more than a claim: whoever knows somebody's
+// public key can write a secret one to it, out of random numbers.
+
+/// Has the secret packets of the pieces, all of one key, show that they are real: the passphrase
+/// opens each of them (none is asked for when none is protected), and what they sign or decrypt
+/// fits the public key. EngineFailure otherwise, with nothing changed.
+void RequireProof(const KeyFacts& key, const std::vector<std::string>& pieces,
+                  const AskPassphrase& ask);
 
 }  // namespace corvessa::engine
