@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <random>
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/file.h>
@@ -64,6 +65,41 @@ std::error_code Sync(const fs::path& folder) {
   return posix::LastError();
 }
 
+fs::path FolderOf(const fs::path& path) {
+  return path.has_parent_path() ? path.parent_path() : ".";
+}
+
+/// The name by which the system knows an open file, also one without a name.
+std::string ProcessPath(int file) {
+  return "/proc/self/fd/" + std::to_string(file);
+}
+
+/// Nothing where the file system or the lack of /proc does not allow it.
+File TryCreateNameless(const fs::path& folder) {
+  File file(open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, kPrivateFile));
+  return file && access(ProcessPath(Number(file.Native())).c_str(), F_OK) == 0 ? std::move(file)
+                                                                               : File();
+}
+
+bool TryLink(int file, const fs::path& path) {
+  return linkat(AT_FDCWD, ProcessPath(file).c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) ==
+         0;
+}
+
+/// Gives a file without a name a temporary one.
+fs::path LinkTemporarily(int file, const fs::path& folder) {
+  constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
+  std::random_device random;
+  for (;;) {
+    std::string name = TemporaryPattern(folder);
+    for (auto at = name.size() - kReplaced.size(); at < name.size(); ++at) {
+      name[at] = kLetters[random() % kLetters.size()];
+    }
+    if (TryLink(file, name)) return name;
+    Check(errno == EEXIST);
+  }
+}
+
 }  // namespace
 
 std::optional<FileStamp> FindStamp(const fs::path& path) {
@@ -110,7 +146,7 @@ File File::Create(const fs::path& path) {
 }
 
 File File::CreateNameless(const fs::path& folder) {
-  // Not O_TMPFILE alone: some file systems lack it.
+  if (auto file = TryCreateNameless(folder)) return file;
   std::string name = TemporaryPattern(folder);
   File file(mkostemp(name.data(), O_CLOEXEC));
   Check(static_cast<bool>(file));
@@ -157,7 +193,9 @@ std::intptr_t File::Release() {
 }
 
 // The temporary name is not the file's own with an addition, which could be too long.
-AtomicFile::AtomicFile(fs::path path) : path_(std::move(path)) {
+AtomicFile::AtomicFile(fs::path path)
+    : path_(std::move(path)), file_(TryCreateNameless(FolderOf(path_))) {
+  if (file_) return;
   std::string name = TemporaryPattern(path_.parent_path());
   file_ = File(mkostemp(name.data(), O_CLOEXEC));
   Check(static_cast<bool>(file_));
@@ -183,7 +221,13 @@ void AtomicFile::CopyPermissions(const File& other) {
   Check(fchmod(Number(Native()), status.st_mode & 07777) == 0);
 }
 
+File AtomicFile::OpenWritten() const {
+  return File::OpenForReading(temporary_.empty() ? fs::path(ProcessPath(Number(Native())))
+                                                 : temporary_);
+}
+
 void AtomicFile::Commit() {
+  if (temporary_.empty()) temporary_ = LinkTemporarily(Number(Native()), FolderOf(path_));
   file_.Close();
   Check(rename(temporary_.c_str(), path_.c_str()) == 0);
   temporary_.clear();
@@ -192,10 +236,15 @@ void AtomicFile::Commit() {
 std::error_code AtomicFile::CommitDurably() {
   Check(fsync(Number(Native())) == 0);
   Commit();
-  return Sync(path_.has_parent_path() ? path_.parent_path() : ".");
+  return Sync(FolderOf(path_));
 }
 
 void AtomicFile::CommitNew() {
+  if (temporary_.empty()) {
+    Check(TryLink(Number(Native()), path_));
+    file_.Close();
+    return;
+  }
   file_.Close();
   Check(renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), RENAME_NOREPLACE) == 0);
   temporary_.clear();
@@ -242,7 +291,7 @@ void RemoveEntries(const fs::path& folder,
                    const std::function<bool(std::string_view name)>& is_meant) {
   const posix::FileDescriptor opened(Open(folder, O_RDONLY | O_DIRECTORY | O_NOFOLLOW));
   // By way of the open folder, so that nobody can put a link in its place meanwhile.
-  const fs::path held = "/proc/self/fd/" + std::to_string(opened.Get());
+  const fs::path held = ProcessPath(opened.Get());
   std::error_code ignored;
   std::vector<fs::path> meant;
   for (fs::directory_iterator entry(held, ignored), end; entry != end; entry.increment(ignored)) {

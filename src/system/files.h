@@ -92,9 +92,12 @@ class File {
   std::intptr_t handle_ = kNone;
 };
 
-/// A file that appears under its name whole or not at all. It is written beside its place under a
-/// temporary name, private to its owner, and moved into place by a commit; without one it is
-/// removed. When anything fails, an old file is still in place, unchanged.
+/// A file that appears under its name whole or not at all. It is written beside its place, private
+/// to its owner, and moved into place by a commit; without one it is removed. When anything fails,
+/// an old file is still in place, unchanged.
+///
+/// Until the commit it has no name where the system can do that, so that a killed process leaves
+/// nothing behind, else a temporary one.
 class AtomicFile {
  public:
   explicit AtomicFile(std::filesystem::path path);
@@ -110,7 +113,7 @@ class AtomicFile {
   /// Takes over who may use `other`.
   void CopyPermissions(const File& other);
   /// What was written so far; stays readable when this is destroyed uncommitted.
-  File OpenWritten() const { return File::OpenForReading(temporary_); }
+  File OpenWritten() const;
   /// See File::Native; until a commit.
   std::intptr_t Native() const { return file_.Native(); }
 
@@ -126,6 +129,7 @@ class AtomicFile {
 
  private:
   std::filesystem::path path_;
+  /// Empty for a file without a name.
   std::filesystem::path temporary_;
   File file_;
 };

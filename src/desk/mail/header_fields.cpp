@@ -35,7 +35,7 @@ FieldKind FieldKindOf(std::string_view name) {
 }
 
 bool NamesBlindCopies(std::string_view name) {
-  return SameName(name, "Resent-Bcc");
+  return SameName(name, "Resent-Bcc") || SameName(name, "X-Bcc");
 }
 
 bool IsFieldName(std::string_view name) {

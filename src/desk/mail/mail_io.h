@@ -20,10 +20,10 @@ enum class MailPurpose {
 /// Raises Error with one line that names the file: kFileNotFound, kPermissionDenied,
 /// kPathFileAccess (a folder, a device, a failing disk), kInvalidArgument when it is empty or not a
 /// mail message, that is when no header with at least one of the fields that every mail has some of
-/// (From, To, Subject, Date…) begins it, or when a header field is made to keep the reader busy
-/// (groups nested in thousands and the like) or holds a NUL. Everything else loads as far as it
-/// goes: unknown or wrong charsets, undecodable bytes (U+FFFD), broken encodings, missing ends
-/// (Mail::incomplete), any number of attachments, any length of header.
+/// (From, To, Subject, Date…) begins it, or when a header is made to keep the reader busy (groups
+/// nested in thousands, megabytes of fields and the like) or holds a NUL. Everything else loads as
+/// far as it goes: unknown or wrong charsets, undecodable bytes (U+FFFD), broken encodings, missing
+/// ends (Mail::incomplete), any number of attachments.
 Mail LoadMail(const std::filesystem::path& path);
 
 /// The same for a mail in memory, which is copied.
@@ -39,7 +39,7 @@ void StampMail(Mail& mail);
 /// Lines end with CRLF and are 7-bit. A body of short pure ASCII lines, such as armour, stands as
 /// it is; any other body is quoted-printable; attachments are base64. Values cannot break out of
 /// their field: control characters in them become blanks. Fields that Mail has members for, MIME's
-/// own and Resent-Bcc are skipped among Mail::fields.
+/// own and those that name blind copies are skipped among Mail::fields.
 ///
 /// Raises Error: kInvalidArgument for an address or a field name that no header can hold, else what
 /// the disk said.
