@@ -104,11 +104,7 @@ class Bench final : public AddInFixture {
     const auto item = Draft(1, "See attached.");
     for (int i = 0; i < number; ++i) {
       const std::string name = std::to_string(i) + ".bin";
-      item->AddAttachment({name, name, desk::ProvidedContent([](const desk::ContentSink& sink) {
-                             const std::string piece(65536, 'x');
-                             for (int k = 0; k < 64; ++k) sink(piece);
-                           }),
-                           "", ""});
+      item->AddAttachment({name, name, FourMegabytes(), "", ""});
     }
     if (!outlook.Send(item)) std::printf("NOT SENT\n");
   }

@@ -39,7 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   try {
     const auto mail = corvessa::desk::mail::ParseMail({reinterpret_cast<const char*>(data), size});
     RequireSafeNames(mail);
-    for (const auto& attachment : mail.attachments) attachment.data.Bytes();
+    for (const auto& attachment : mail.attachments) attachment.data->Bytes();
     RequireSameAfterWriting(mail);
   } catch (const corvessa::Error&) {
     // A clear refusal is an answer.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <map>
 #include <set>
 #include <system_error>
 
@@ -11,7 +12,7 @@
 #include "crypto/signature_name.h"
 #include "desk/command_error.h"
 #include "desk/desk_host.h"
-#include "desk/mail/attachment_name.h"
+#include "desk/mail/mail_io.h"
 #include "desk/message_report.h"
 #include "desk/profile/profile_files.h"
 #include "message/status_text.h"
@@ -49,15 +50,25 @@ std::string Numbered(const std::string& name, int number) {
   return path.stem().string() + " (" + std::to_string(number) + ")" + path.extension().string();
 }
 
-/// A file name for each attachment, each its own.
+/// A hidden file, or one that a command takes for an option, would deceive its user.
+std::string NameToSave(const AttachmentReport& attachment, std::size_t place) {
+  std::string name = mail::SafeFileName(ForDisplay(attachment.name));
+  if (name.empty()) name = mail::GenericFileName(place, "");
+  if (name.starts_with('.') || name.starts_with('-')) name.insert(0, "_");
+  return name;
+}
+
+/// A different file for each attachment.
 std::vector<fs::path> Targets(const fs::path& folder, const MessageReport& report) {
   std::vector<fs::path> targets;
   std::set<std::string> taken;
+  std::map<std::string, int> numbers;
   for (const AttachmentReport& attachment : report.attachments) {
-    std::string name = mail::SafeFileName(ForDisplay(attachment.name));
-    if (name.empty()) name = mail::GenericFileName(targets.size() + 1, "");
-    int number = 1;
-    while (!taken.insert(Numbered(name, number)).second) ++number;
+    const std::string name = NameToSave(attachment, targets.size() + 1);
+    int& number = numbers[name];
+    do {
+      ++number;
+    } while (!taken.insert(Numbered(name, number)).second);
     targets.push_back(folder / Numbered(name, number));
   }
   return targets;
@@ -84,6 +95,15 @@ void SaveNew(const Content& content, const fs::path& target, AttachmentReport& a
   } catch (const Error& error) {
     result.Complain(WithoutFullStop(error.description), Outcome::kEnvironment);
   }
+}
+
+/// The file itself where it can have a second name there, else a copy.
+void MoveNew(const fs::path& file, const fs::path& target, AttachmentReport& attachment,
+             SavingResult& result) {
+  std::error_code failure;
+  fs::create_hard_link(file, target, failure);
+  if (failure) return SaveNew(*FileContent(file), target, attachment, result);
+  attachment.saved_as = target.string();
 }
 
 SavingResult SaveFromItem(const Item& item, const std::vector<fs::path>& targets,
@@ -240,7 +260,7 @@ SavingResult SaveThroughDialog(DeskHost& host, const Item& item, const ButtonPtr
     } else {
       const fs::path file = work.Local() / result.file;
       Record(result, file, item.Data().attachments[i]->content, report.attachments[i]);
-      SaveNew(*FileContent(file), targets[i], report.attachments[i], saving);
+      MoveNew(file, targets[i], report.attachments[i], saving);
     }
   }
   if (results.size() < targets.size()) {

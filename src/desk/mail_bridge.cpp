@@ -6,8 +6,7 @@
 #include <utility>
 
 #include "base/text.h"
-#include "desk/mail/attachment_name.h"
-#include "desk/mail/attachment_store.h"
+#include "desk/mail/mail_io.h"
 #include "desk/profile/system_services.h"
 #include "message/header_fields.h"
 #include "platform/redemption.h"
@@ -19,17 +18,18 @@ bool IsAddInField(std::string_view name) {
   return LCase(name).starts_with(LCase(HeaderFieldName("")));
 }
 
-/// Only what says so and nothing else takes the mark away, because the quoted text would travel in
-/// clear: neither a second field nor one that was damaged on its way through another program does.
+/// Without the mark the quoted text would travel in clear, so only an undamaged "False" in the
+/// first field removes it.
 std::string ReplyFlag(std::string_view before, std::string_view value) {
   return before != "True" && LCase(Trim(value)) == "false" ? "False" : "True";
 }
 
-/// An attachment that is still the one of a mail.
+/// An attachment of a mail, unchanged.
 class MailContent final : public Content {
  public:
   explicit MailContent(mail::Attachment attachment) : attachment_(std::move(attachment)) {}
-  void Provide(const ContentSink& sink) const override { attachment_.data.Provide(sink); }
+  std::unique_ptr<ContentReader> Open() const override { return attachment_.data->Open(); }
+  std::uintmax_t Size() const override { return attachment_.data->Size(); }
   const mail::Attachment& Source() const { return attachment_; }
 
  private:
@@ -44,7 +44,7 @@ Person PersonOf(const mail::Mailbox& mailbox) {
   return {mailbox.name.empty() ? mailbox.address : mailbox.name, mailbox.address};
 }
 
-/// A mailbox of which only the address was known gets no name that is none.
+/// The address shown for a missing name is not a name.
 mail::Mailbox MailboxOf(const std::string& name, const std::string& address) {
   return {name == address ? std::string() : name, address};
 }
@@ -83,7 +83,7 @@ ItemData ItemOf(const mail::Mail& source) {
   AddRecipients(source.bcc, RecipientKind::kBcc, item.recipients);
   for (const mail::Mailbox& mailbox : source.reply_to) item.reply_to.push_back(PersonOf(mailbox));
   item.subject = source.subject;
-  // Some programs put a blank text beside the HTML that says everything.
+  // Some programs put a blank text beside the HTML.
   const bool is_blank = source.body_text.find_first_not_of(" \t\r\n") == std::string::npos;
   if (!is_blank || source.body_html.empty()) item.body = Share(source.body_text);
   item.html = Share(source.body_html);
@@ -111,18 +111,15 @@ std::vector<mail::Mailbox> MailboxesOf(const ItemData& item, RecipientKind kind)
   return mailboxes;
 }
 
-/// What the add-in has attached goes by its display name: its file was called whatever a temporary
-/// file can be called.
-mail::Attachment AttachmentOf(const AttachmentData& data, mail::AttachmentStore& store) {
+/// What the add-in attached goes by its display name; its file had the name of a temporary file.
+mail::Attachment AttachmentOf(const AttachmentData& data) {
   if (const auto* unchanged = dynamic_cast<const MailContent*>(data.content.get())) {
     return unchanged->Source();
   }
   mail::Attachment attachment;
   attachment.display_name = data.display_name;
   attachment.file_name = data.display_name.empty() ? data.file_name : data.display_name;
-  if (data.content) {
-    attachment.data = store.Keep([&](const mail::PieceSink& sink) { data.content->Provide(sink); });
-  }
+  attachment.data = data.content;
   return attachment;
 }
 
@@ -143,12 +140,12 @@ ItemData ReceivedItem(const mail::Mail& source) {
 ItemData DraftItem(const mail::Mail& source) {
   ItemData item = ItemOf(source);
   item.folder = kDrafts;
-  // How it is protected is chosen anew, by whoever sends it.
+  // The sender chooses anew how it is protected.
   std::erase_if(item.properties, [](const auto& property) {
     const std::string name = LCase(property.first.second);
     return name == LCase(HeaderFieldName(kNoEncrypt)) || name == LCase(HeaderFieldName(kNoSign));
   });
-  // The name of an embedded mail that nobody named is its subject, which is not for all to read.
+  // An embedded mail without a name is named by its subject, which must not travel in clear.
   for (std::size_t i = 0; i < source.attachments.size(); ++i) {
     if (!source.attachments[i].is_named_by_subject) continue;
     AttachmentData attachment = *item.attachments[i];
@@ -167,9 +164,8 @@ mail::Mail MailOf(const ItemData& item, mail::Mail base) {
   base.body_text = *item.body;
   base.body_html = *item.html;
   base.attachments.clear();
-  mail::AttachmentStore store;
   for (const auto& attachment : item.attachments) {
-    base.attachments.push_back(AttachmentOf(*attachment, store));
+    base.attachments.push_back(AttachmentOf(*attachment));
   }
   std::erase_if(base.fields, [](const auto& field) { return IsAddInField(field.name); });
   for (const auto& [name, value] : HeaderLines(item)) base.fields.push_back({name, value});

@@ -94,7 +94,7 @@ std::vector<AttachmentReport> ListedAttachments(const Form& window) {
 
 std::uint64_t SizeOf(const AttachmentData& data) {
   std::uint64_t size = 0;
-  if (data.content) data.content->Provide([&](std::string_view piece) { size += piece.size(); });
+  if (data.content) size = data.content->Size();
   return size;
 }
 

@@ -165,7 +165,7 @@ TEST_F(Sending, AHundredAndFiftyAttachmentsAreAllSignedAndEncrypted) {
   ASSERT_TRUE(sent);
   EXPECT_EQ(sent->attachments.size(), 2 * 150U);
   for (const auto& attachment : sent->attachments) {
-    EXPECT_EQ(desk::ReadAll(*attachment->content).find(kCanary), std::string::npos);
+    EXPECT_EQ(attachment->content->Bytes().find(kCanary), std::string::npos);
   }
 }
 

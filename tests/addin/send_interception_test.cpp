@@ -101,7 +101,7 @@ TEST_F(SendInterception, EveryChoiceIsReadByGpgAndByTheAddIn) {
       if (sign) {
         const std::string data = gpg.Write("report.txt", "canary-5e11 report");
         const std::string signature =
-            gpg.Write("report.txt.sig", desk::ReadAll(*sent->attachments[2]->content));
+            gpg.Write("report.txt.sig", sent->attachments[2]->content->Bytes());
         EXPECT_EQ(sent->attachments[2]->file_name, "report.txt.sig");
         gpg.Make("--verify " + signature + " " + data);
       }
@@ -325,7 +325,7 @@ TEST_F(SendInterception, AMailSentInsideAnotherLeavesItsHiddenRecipientsHidden) 
   ASSERT_TRUE(sent);
   EXPECT_EQ(outlook.Sent().size(), 2U);
   for (const auto& attachment : sent->attachments) {
-    gpg.Run("--list-packets", desk::ReadAll(*attachment->content));
+    gpg.Run("--list-packets", attachment->content->Bytes());
     EXPECT_NE(gpg.output.find("keyid 0000000000000000"), std::string::npos) << gpg.output;
   }
 }

@@ -66,7 +66,7 @@ class Sending : public AddInFixture {
 inline std::vector<std::string> Attachments(const desk::ItemData& data) {
   std::vector<std::string> listed;
   for (const auto& attachment : data.attachments) {
-    listed.push_back(attachment->display_name + ": " + desk::ReadAll(*attachment->content));
+    listed.push_back(attachment->display_name + ": " + attachment->content->Bytes());
   }
   return listed;
 }

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <stdio.h>
 #include <sys/resource.h>
+#include <tuple>
 
 #include "base/error.h"
 #include "base/guard.h"
@@ -52,7 +53,7 @@ std::string Described(const Mail& mail) {
   for (const auto& attachment : mail.attachments) {
     out << "attachment: " << attachment.file_name << "|" << attachment.content_type << "|"
         << attachment.content_id << (attachment.is_inline ? " inline" : "") << "|" << std::hex;
-    for (const unsigned char byte : attachment.data.Bytes()) out << std::setw(2) << +byte;
+    for (const unsigned char byte : attachment.data->Bytes()) out << std::setw(2) << +byte;
     out << "\n";
   }
   return out.str();
@@ -136,7 +137,7 @@ std::string Sorted(const std::string& raw) {
   const auto mail = ParseMail("From: a@b\n" + raw);
   auto text = mail.body_text + "\n" + mail.body_html + "\n";
   for (const auto& attachment : mail.attachments) {
-    text += attachment.file_name + "=" + attachment.data.Bytes() + "\n";
+    text += attachment.file_name + "=" + attachment.data->Bytes() + "\n";
   }
   return text;
 }
@@ -172,9 +173,9 @@ TEST(LoadMail, AnEmbeddedMailKeepsEveryByteWhateverItIs) {
     const auto raw = "From: a@b\n" + Multipart("mixed", {"\none", part(content, encoding)});
     const auto mail = ParseMail(raw);
     ASSERT_EQ(mail.attachments.size(), 1U);
-    EXPECT_EQ(mail.attachments[0].data.Bytes(), bytes);
+    EXPECT_EQ(mail.attachments[0].data->Bytes(), bytes);
     const auto again = ParseMail(FormatMail(mail, MailPurpose::kDraft));
-    EXPECT_EQ(again.attachments.at(0).data.Bytes(), bytes);
+    EXPECT_EQ(again.attachments.at(0).data->Bytes(), bytes);
     EXPECT_EQ(again.attachments[0].content_type, "application/octet-stream") << content;
   }
 }
@@ -226,7 +227,10 @@ TEST(LoadMail, BadFilesGiveOneClearLine) {
   for (const auto& field : {"To: " + repeated("a:", 90000), "Cc: " + repeated("a,", 90000),
                             "Bcc: " + repeated("a;", 90000), repeated("X: y\n", 90000),
                             "Subject: " + repeated("=?utf-8?B?AAAA", 50000),
-                            "Content-Type: message/rfc822\n\nTo: " + repeated("a:", 90000)}) {
+                            "Content-Type: message/rfc822\n\nTo: " + repeated("a:", 90000),
+                            "Subject: " + repeated("x\n ", 3'000'000),
+                            Multipart("mixed", {"X: " + repeated("x\n ", 3'000'000) + "\n\none"}),
+                            Multipart("mixed", {repeated("X:y\n", 200'000) + "\none"})}) {
     WriteContent(path, "From: a@b.c\n" + field + "\n\nbody");
     EXPECT_EQ(failure(path), name + " holds a header field that cannot be read.");
   }
@@ -235,11 +239,17 @@ TEST(LoadMail, BadFilesGiveOneClearLine) {
   WriteContent(path, "From: a@b.c\nTo: " + repeated("A, B <a@b.c>, ", 20000) +
                          "\nSubject: " + repeated("=?utf-8?B?w6TDtg==?= ", 3000) + "\n\nbody");
   EXPECT_EQ(failure(path), "");
+  // Lines of a body that look like a header behind a boundary.
+  WriteContent(
+      path, "From: a@b.c\n" + Multipart("mixed", {"\n--- a\n" + repeated("+x: y\n", 2'000'000)}));
+  EXPECT_EQ(failure(path), "");
 }
 
 TEST(LoadMail, DecodesWhatOtherProgramsEncodeCarelessly) {
   const std::vector<std::array<std::string, 3>> contents = {
       {"base64", "U0VDT05EMQ==\r\nV09SRFM=\r\nIQ", "SECOND1WORDS!"},
+      {"base64", "U0VDT05EMQ=\r\nV09S!RFM=", "SECOND1"},
+      {"base64", "U0VD=T05EMQ==\r\n" + std::string(100'000, ' ') + "SQ", "SECOND1I"},
       {"base64", "U0VDT05EMQ==\r\n-- \r\nfooter", "SECOND1"},
       {"x-uuencode", "#0V%T\r\n`\r\n", "Cat"},
       {"x-uuencode", "words\r\nbegin 644 a\r\n#0V%T\r\n`\r\nend", "Cat"},
@@ -248,6 +258,21 @@ TEST(LoadMail, DecodesWhatOtherProgramsEncodeCarelessly) {
     EXPECT_EQ(Sorted("Content-Transfer-Encoding: " + encoding +
                      "\nContent-Disposition: attachment; filename=f\n\n" + content),
               "\n\nf=" + bytes + "\n");
+}
+
+TEST(LoadMail, APartThatIsDeclaredUuencodedAndIsNotIsShownAsItIs) {
+  const std::string header = "From: a@b\nContent-Transfer-Encoding: x-uuencode\n\n";
+  for (const auto& [content, text, is_damaged] :
+       std::vector<std::tuple<std::string, std::string, bool>>{
+           {"Just words.\n", "Just words.\r\n", true},
+           {"HELLO\n", "HELLO\r\n", true},
+           {"\n#0V%T\n`\n", "Cat", false},
+           {"begin 644 a\n#0V%T\n`\nend\n", "Cat", false},
+           {"", "", false}}) {
+    const auto mail = ParseMail(header + content);
+    EXPECT_EQ(mail.body_text, text);
+    EXPECT_EQ(mail.incomplete, is_damaged) << content;
+  }
 }
 
 TEST(LoadMail, CutMailsLoadAsFarAsTheyGo) {
@@ -259,7 +284,7 @@ TEST(LoadMail, CutMailsLoadAsFarAsTheyGo) {
     const auto mail = ParseMail(whole.substr(0, length));
     EXPECT_TRUE(mail.incomplete) << length;
     for (const auto& attachment : mail.attachments) {
-      EXPECT_TRUE(std::string("\0\1\2\3\4\5\6\7", 8).starts_with(attachment.data.Bytes()))
+      EXPECT_TRUE(std::string("\0\1\2\3\4\5\6\7", 8).starts_with(attachment.data->Bytes()))
           << length;
     }
   }
@@ -285,10 +310,10 @@ TEST(LoadMail, GivesNoBytesOfAFileThatWasChangedSince) {
   const auto path = folder / "m.eml";
   WriteContent(path, "From: a@b\nContent-Disposition: attachment\n\nbytes");
   const auto data = LoadMail(path).attachments.at(0).data;
-  EXPECT_EQ(data.Bytes(), "bytes");
+  EXPECT_EQ(data->Bytes(), "bytes");
   std::filesystem::rename(path, folder / "moved.eml");
   WriteContent(folder / "moved.eml", "From: somebody else\n\n");
-  EXPECT_THROW(data.Bytes(), Error);
+  EXPECT_THROW(data->Bytes(), Error);
 }
 
 Attachment File(const std::string& name, const std::string& bytes,
@@ -296,7 +321,7 @@ Attachment File(const std::string& name, const std::string& bytes,
   Attachment attachment;
   attachment.file_name = name;
   attachment.content_type = type;
-  attachment.data = AttachmentBytes::FromBytes(bytes);
+  attachment.data = MemoryContent(bytes);
   return attachment;
 }
 
@@ -380,7 +405,10 @@ TEST(WriteMail, TravelsStampedAndWithoutBlindCopies) {
   mail.from = {"", "a@bücher.example"};
   mail.to = {{"", "b@example.com"}};
   mail.bcc = {{"", "hidden@example.com"}};
-  mail.fields = {{"bcc", "hidden@x"}, {"Resent-Bcc", "hidden@x"}, {"X-Nimbra-NoSign", "True"}};
+  mail.fields = {{"bcc", "hidden@x"},
+                 {"Resent-Bcc", "hidden@x"},
+                 {"x-bcc", "hidden@x"},
+                 {"X-Nimbra-NoSign", "True"}};
   const auto raw = FormatMail(mail, MailPurpose::kTravel);
   EXPECT_THAT(raw, Not(HasSubstr("hidden")));
   const auto sent = ParseMail(raw);

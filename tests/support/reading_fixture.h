@@ -74,7 +74,7 @@ class ReadingFixture : public AddInFixture {
   std::vector<std::pair<std::string, std::string>> AttachmentsOf(const desk::Item& item) const {
     std::vector<std::pair<std::string, std::string>> found;
     for (const auto& attachment : item.Data().attachments) {
-      found.emplace_back(attachment->display_name, desk::ReadAll(*attachment->content));
+      found.emplace_back(attachment->display_name, attachment->content->Bytes());
     }
     return found;
   }

@@ -1,12 +1,11 @@
-#include "desk/mail/attachment_name.h"
-
 #include <algorithm>
 #include <array>
 #include <utility>
 
 #include "base/text.h"
 #include "crypto/signature_name.h"
-#include "desk/mail/header_decoding.h"
+#include "desk/mail/header_fields.h"
+#include "desk/mail/mail_io.h"
 
 namespace corvessa::desk::mail {
 

@@ -1,9 +1,7 @@
-#include "desk/mail/body_encoding.h"
-
 #include <algorithm>
 
 #include "base/text.h"
-#include "desk/mail/charset.h"
+#include "desk/mail/body_text.h"
 
 namespace corvessa::desk::mail {
 

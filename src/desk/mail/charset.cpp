@@ -1,10 +1,9 @@
-#include "desk/mail/charset.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <optional>
 
 #include "base/text.h"
+#include "desk/mail/body_text.h"
 #include "desk/mail/gmime_handle.h"
 
 namespace corvessa::desk::mail {

@@ -1,5 +1,3 @@
-#include "desk/mail/field_limits.h"
-
 #include <algorithm>
 #include <array>
 #include <set>
@@ -8,6 +6,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "desk/mail/header_fields.h"
 
 namespace corvessa::desk::mail {
 namespace {

@@ -1,11 +1,10 @@
-#include "desk/mail/header_decoding.h"
-
 #include <algorithm>
 #include <utility>
 
 #include "base/text.h"
-#include "desk/mail/charset.h"
+#include "desk/mail/body_text.h"
 #include "desk/mail/gmime_handle.h"
+#include "desk/mail/header_fields.h"
 #include "desk/mail/mail.h"
 
 namespace corvessa::desk::mail {

@@ -1,10 +1,8 @@
-#include "desk/mail/header_encoding.h"
-
 #include <algorithm>
 
 #include "base/error.h"
 #include "desk/mail/gmime_handle.h"
-#include "desk/mail/header_decoding.h"
+#include "desk/mail/header_fields.h"
 #include "desk/mail/mail.h"
 
 namespace corvessa::desk::mail {

@@ -2,14 +2,11 @@
 #include <string_view>
 
 #include "base/error.h"
-#include "desk/mail/field_limits.h"
 #include "desk/mail/gmime_handle.h"
-#include "desk/mail/header_decoding.h"
 #include "desk/mail/header_fields.h"
 #include "desk/mail/mail.h"
-#include "desk/mail/mail_file.h"
 #include "desk/mail/mail_io.h"
-#include "desk/mail/part_reader.h"
+#include "desk/mail/parts.h"
 
 namespace corvessa::desk::mail {
 

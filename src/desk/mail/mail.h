@@ -5,8 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "desk/mail/attachment_bytes.h"
+#include "desk/content/content.h"
 
+/// A mail as a plain value.
 namespace corvessa::desk::mail {
 
 /// One address of a header; both texts are UTF-8. A mailbox may lack either of them. After loading
@@ -30,8 +31,8 @@ struct Attachment {
   /// The name as the sender wrote it; only for showing.
   std::string display_name;
   /// The name that travels. After loading it is never empty and never leads out of a folder: no
-  /// separators, no control characters, at most 220 bytes. A part without one is called after its
-  /// subject (an embedded mail) or ATT00001.txt, ATT00002.dat… by its place among the attachments.
+  /// separators, no control characters, at most 220 bytes. A part without a name gets its subject
+  /// (an embedded mail) or ATT00001.txt, ATT00002.dat… by its position among the attachments.
   std::string file_name;
   /// The embedded mail had no name of its own.
   bool is_named_by_subject = false;
@@ -43,10 +44,11 @@ struct Attachment {
   std::string content_id;
   /// Belongs to the HTML body (a picture in it) rather than beside it.
   bool is_inline = false;
-  AttachmentBytes data;
+  /// Null for no bytes; never null after loading.
+  ContentPtr data;
 };
 
-/// A mail as a plain value. Copies share the attachments' bytes.
+/// Copies share the attachments' bytes.
 struct Mail {
   /// The first author. No address while a draft has no sender yet.
   Mailbox from;
@@ -70,8 +72,9 @@ struct Mail {
 
   std::vector<Attachment> attachments;
 
-  /// The file ended early (a cut header or a multipart without its end), has lines in a header that
-  /// are no field or nests too deeply to be read whole. What is here is what could be read.
+  /// The file is damaged: it ended early (a cut header or a multipart without its end), has lines
+  /// in a header that are not a field, nests too deeply to be read whole or holds a part that is
+  /// not in the encoding it declares. The mail is what could be read.
   bool incomplete = false;
 };
 

@@ -1,37 +1,39 @@
-#include "desk/mail/mail_file.h"
-
-#include <cerrno>
 #include <fcntl.h>
-#include <limits>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
 
 #include "base/error.h"
-#include "desk/mail/attachment_source.h"
-#include "posix/file_descriptor.h"
+#include "desk/mail/parts.h"
 #include "system/errors.h"
 
 namespace corvessa::desk::mail {
 
 namespace {
 
-struct stat Status(GMimeStream* stream) {
-  struct stat status {};
-  fstat(GMIME_STREAM_FS(stream)->fd, &status);
-  return status;
+int Descriptor(const system::File& file) {
+  return static_cast<int>(file.Native());
 }
 
-/// GMime's own copying wants to go back to the start of what it copies, which no pipe can.
-Handle<GMimeStream> CopyOfPipe(const std::filesystem::path& path, int pipe) {
-  auto copy = ScratchStream(std::numeric_limits<std::uintmax_t>::max());
-  try {
-    posix::CopyAll(pipe, GMIME_STREAM_FS(copy.get())->fd);
-  } catch (const std::system_error& error) {
-    system::RaiseIoError(path, "cannot be read", error.code());
+/// A copy that leaves the standard input open.
+system::File StandardInput() {
+  const int descriptor = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
+  if (descriptor < 0) system::Throw({errno, std::generic_category()});
+  return system::File(descriptor);
+}
+
+/// GMime goes back in what it reads, which no pipe can.
+system::File Seekable(const std::filesystem::path& path, system::File file) {
+  struct stat status {};
+  fstat(Descriptor(file), &status);
+  if (S_ISREG(status.st_mode)) return file;
+  if (!S_ISFIFO(status.st_mode) && !S_ISSOCK(status.st_mode)) {
+    Raise(kPathFileAccess, path.string() + " is not a file.");
   }
-  g_mime_stream_reset(copy.get());
+  auto copy = system::File::CreateNameless(std::filesystem::temp_directory_path());
+  copy.WriteRestOf(file);
+  lseek(Descriptor(copy), 0, SEEK_SET);
   return copy;
 }
 
@@ -39,31 +41,25 @@ Handle<GMimeStream> CopyOfPipe(const std::filesystem::path& path, int pipe) {
 
 std::shared_ptr<const MailFile> MailFile::Open(const std::filesystem::path& path) {
   ParserOptions();
-  const int descriptor = path == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
-                                     : open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (descriptor < 0) system::RaiseIoError(path, "cannot be read", posix::LastError());
-  return std::shared_ptr<const MailFile>(new MailFile(path, descriptor));
+  try {
+    auto file = path == "-" ? StandardInput() : system::File::OpenStream(path);
+    return std::shared_ptr<const MailFile>(new MailFile(path, Seekable(path, std::move(file))));
+  } catch (const std::system_error& error) {
+    system::RaiseIoError(path, "cannot be read", error.code());
+  }
 }
 
-MailFile::MailFile(std::filesystem::path path, int descriptor)
-    : path_(std::move(path)), stream_(g_mime_stream_fs_new(descriptor)) {
-  const auto mode = Status(stream_.get()).st_mode;
-  if (S_ISFIFO(mode) || S_ISSOCK(mode)) {
-    stream_ = CopyOfPipe(path_, descriptor);
-  } else if (!S_ISREG(mode)) {
-    Raise(kPathFileAccess, path_.string() + " is not a file.");
-  }
-  const auto status = Status(stream_.get());
-  size_ = status.st_size;
-  changed_ = status.st_mtim;
+MailFile::MailFile(std::filesystem::path path, system::File file)
+    : path_(std::move(path)),
+      file_(std::move(file)),
+      stream_(g_mime_stream_fs_new(Descriptor(file_))),
+      stamp_(file_.Stamp()) {
+  g_mime_stream_fs_set_owner(GMIME_STREAM_FS(stream_.get()), FALSE);
 }
 
 void MailFile::CheckUnchanged() const {
-  const auto status = Status(stream_.get());
-  if (status.st_size != size_ || status.st_mtim.tv_sec != changed_.tv_sec ||
-      status.st_mtim.tv_nsec != changed_.tv_nsec) {
-    Raise(kPathFileAccess, path_.string() + " was changed while it was open. Open it again.");
-  }
+  if (file_.Stamp() == stamp_) return;
+  Raise(kPathFileAccess, path_.string() + " was changed while it was open. Open it again.");
 }
 
 }  // namespace corvessa::desk::mail

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <string>
+#include <string_view>
 
+/// Mail files: reading, writing and the file names of attachments.
 namespace corvessa::desk::mail {
 
 struct Mail;
@@ -47,5 +50,14 @@ void WriteMail(const Mail& mail, const std::filesystem::path& path, MailPurpose 
 
 /// The same in memory.
 std::string FormatMail(const Mail& mail, MailPurpose purpose);
+
+/// A received name made safe for a file in a folder: its last component, with control characters
+/// replaced, cut to 200 bytes with its extension kept; a name of dots alone becomes underscores.
+/// Empty when nothing usable is left. The name of a signature (X.sig) is the safe name of X with
+/// ".sig", up to 20 bytes longer.
+std::string SafeFileName(std::string_view name);
+
+/// "ATT00003.txt": the name of a nameless attachment by its position (from 1) and content type.
+std::string GenericFileName(std::size_t place, std::string_view content_type);
 
 }  // namespace corvessa::desk::mail

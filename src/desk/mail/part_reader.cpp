@@ -1,15 +1,12 @@
-#include "desk/mail/part_reader.h"
-
 #include <algorithm>
 #include <string>
 #include <utility>
 
-#include "desk/mail/attachment_name.h"
-#include "desk/mail/attachment_source.h"
-#include "desk/mail/charset.h"
-#include "desk/mail/field_limits.h"
-#include "desk/mail/header_decoding.h"
+#include "desk/mail/body_text.h"
+#include "desk/mail/header_fields.h"
 #include "desk/mail/mail.h"
+#include "desk/mail/mail_io.h"
+#include "desk/mail/parts.h"
 
 namespace corvessa::desk::mail {
 
@@ -120,7 +117,7 @@ class PartReader {
     if (!HasBody()) return SetBody(mail_.body_text, has_text_, text, "");
     auto& attachment = mail_.attachments.emplace_back();
     Describe(GMIME_OBJECT(multipart), "text/plain", attachment);
-    attachment.data = AttachmentBytes::FromBytes(text);
+    attachment.data = MemoryContent(text);
   }
 
   void ReadLeaf(GMimePart* part, Place place) {
@@ -145,10 +142,8 @@ class PartReader {
   void ReadBody(GMimePart* part, bool is_html) {
     const auto label =
         TextOrEmpty(g_mime_object_get_content_type_parameter(GMIME_OBJECT(part), "charset"));
-    const auto source = ContentSource(part);
-    const auto bytes = source ? ReadAll(*source->Open()) : "";
-    SetBody(is_html ? mail_.body_html : mail_.body_text, is_html ? has_html_ : has_text_, bytes,
-            label);
+    SetBody(is_html ? mail_.body_html : mail_.body_text, is_html ? has_html_ : has_text_,
+            ContentOf(part)->Bytes(), label);
   }
 
   static void SetBody(std::string& body, bool& is_set, const std::string& bytes,
@@ -157,40 +152,41 @@ class PartReader {
     is_set = true;
   }
 
-  std::shared_ptr<const AttachmentSource> ContentSource(GMimePart* part) const {
+  ContentPtr ContentOf(GMimePart* part, bool has_native_lines = false) {
     auto* const content = g_mime_part_get_content(part);
-    if (!content || !g_mime_data_wrapper_get_stream(content)) return nullptr;
-    return RangeSource(g_mime_data_wrapper_get_stream(content),
-                       g_mime_data_wrapper_get_encoding(content), file_);
+    auto* const stream = content ? g_mime_data_wrapper_get_stream(content) : nullptr;
+    if (!stream) return MemoryContent("");
+    PartEncoding encoding{g_mime_data_wrapper_get_encoding(content), has_native_lines};
+    if (encoding.transfer == GMIME_CONTENT_ENCODING_UUENCODE &&
+        !HoldsUuencodedLines(*PartContent(stream, {}, file_))) {
+      // Decoding would leave nothing of it.
+      encoding.transfer = GMIME_CONTENT_ENCODING_BINARY;
+      mail_.incomplete = true;
+    }
+    return PartContent(stream, encoding, file_);
   }
 
   void Attach(GMimePart* part, const std::string& type, Place place) {
-    const auto source = Content(part, type);
+    // An embedded mail that is not encoded is text, which the file may hold with any line ends.
+    const bool is_encoded = g_mime_part_get_content_encoding(part) >= GMIME_CONTENT_ENCODING_BINARY;
+    const auto content = ContentOf(part, type.starts_with("message/") && !is_encoded);
     auto& attachment = mail_.attachments.emplace_back();
-    Describe(GMIME_OBJECT(part), type, attachment, source.get());
+    Describe(GMIME_OBJECT(part), type, attachment, content.get());
     attachment.is_inline =
         !attachment.content_id.empty() &&
         (place == Place::kRelated || HasDisposition(GMIME_OBJECT(part), "inline"));
-    attachment.data = AttachmentBytes(source);
-  }
-
-  /// A mail that stands in another one unencoded is text, which the file may hold with any line
-  /// ends.
-  std::shared_ptr<const AttachmentSource> Content(GMimePart* part, const std::string& type) const {
-    const auto source = ContentSource(part);
-    const bool is_encoded = g_mime_part_get_content_encoding(part) >= GMIME_CONTENT_ENCODING_BINARY;
-    return source && type.starts_with("message/") && !is_encoded ? WithCrLf(source) : source;
+    attachment.data = content;
   }
 
   void Describe(GMimeObject* part, const std::string& type, Attachment& attachment,
-                const AttachmentSource* source = nullptr) const {
+                const Content* content = nullptr) const {
     attachment.content_type = type;
     attachment.content_id = OneLine(TextOrEmpty(g_mime_object_get_content_id(part)));
     attachment.parameters = Parameters(part);
     attachment.display_name = FileName(part);
     attachment.file_name = SafeFileName(attachment.display_name);
-    if (attachment.file_name.empty() && source && type.starts_with("message/")) {
-      attachment.file_name = SubjectFileName(SubjectOf(*source));
+    if (attachment.file_name.empty() && content && type.starts_with("message/")) {
+      attachment.file_name = SubjectFileName(SubjectOf(*content));
       attachment.is_named_by_subject = !attachment.file_name.empty();
     }
     if (attachment.file_name.empty()) {
@@ -200,9 +196,9 @@ class PartReader {
   }
 
   /// Of an embedded mail, if its header is not longer than any that mail programs write.
-  static std::string SubjectOf(const AttachmentSource& source) {
+  static std::string SubjectOf(const Content& content) {
     constexpr std::size_t kLongestHeader = 64 * 1024;
-    const auto text = ReadUpTo(kLongestHeader, *source.Open());
+    const auto text = content.Start(kLongestHeader);
     const Handle<GMimeStream> start(g_mime_stream_mem_new_with_buffer(text.data(), text.size()));
     if (FindFieldFault(start.get()) == FieldFault::kRunaway) return "";
     const Handle<GMimeParser> parser(g_mime_parser_new_with_stream(start.get()));

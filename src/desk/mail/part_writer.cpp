@@ -1,16 +1,12 @@
-#include "desk/mail/part_writer.h"
-
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "desk/mail/attachment_source.h"
-#include "desk/mail/body_encoding.h"
-#include "desk/mail/header_decoding.h"
-#include "desk/mail/header_encoding.h"
+#include "desk/mail/body_text.h"
 #include "desk/mail/header_fields.h"
 #include "desk/mail/mail.h"
+#include "desk/mail/parts.h"
 
 namespace corvessa::desk::mail {
 
@@ -25,10 +21,6 @@ Part Multipart(const char* subtype, const std::vector<Part>& parts) {
   return multipart;
 }
 
-Handle<GMimeStream> OpenData(const Attachment& attachment) {
-  return attachment.data.Source() ? attachment.data.Source()->Open() : ScratchStream(0);
-}
-
 bool PassesAs7Bit(const Attachment& attachment) {
   const Handle<GMimeStream> null(g_mime_stream_null_new());
   const Handle<GMimeStream> examined(g_mime_stream_filter_new(null.get()));
@@ -36,7 +28,7 @@ bool PassesAs7Bit(const Attachment& attachment) {
   const Handle<GMimeFilter> line_ends(g_mime_filter_unix2dos_new(FALSE));
   g_mime_stream_filter_add(GMIME_STREAM_FILTER(examined.get()), examiner.get());
   g_mime_stream_filter_add(GMIME_STREAM_FILTER(examined.get()), line_ends.get());
-  const auto size = g_mime_stream_write_to_stream(OpenData(attachment).get(), examined.get());
+  const auto size = g_mime_stream_write_to_stream(StreamOf(attachment.data).get(), examined.get());
   g_mime_stream_flush(examined.get());
   return size == g_mime_stream_tell(null.get()) &&
          g_mime_filter_best_encoding(GMIME_FILTER_BEST(examiner.get()),
@@ -46,7 +38,7 @@ bool PassesAs7Bit(const Attachment& attachment) {
 /// Other programs read a header there and may drop what is none.
 bool BeginsWithField(const Attachment& attachment) {
   constexpr std::size_t kLongestName = 1000;
-  const auto start = ReadUpTo(kLongestName, *OpenData(attachment));
+  const auto start = attachment.data ? attachment.data->Start(kLongestName) : "";
   return IsFieldName(std::string_view(start).substr(0, start.find(':')));
 }
 
@@ -78,7 +70,7 @@ void SetDisposition(GMimeObject* part, const Attachment& attachment) {
 
 void SetContent(GMimePart* part, const Attachment& attachment, GMimeContentEncoding encoding) {
   const Handle<GMimeDataWrapper> content(g_mime_data_wrapper_new_with_stream(
-      OpenData(attachment).get(),
+      StreamOf(attachment.data).get(),
       encoding == GMIME_CONTENT_ENCODING_7BIT ? encoding : GMIME_CONTENT_ENCODING_BINARY));
   g_mime_part_set_content_encoding(part, encoding);
   g_mime_part_set_content(part, content.get());

@@ -5,14 +5,11 @@
 #include <vector>
 
 #include "base/error.h"
-#include "desk/mail/attachment_source.h"
 #include "desk/mail/gmime_handle.h"
-#include "desk/mail/header_decoding.h"
-#include "desk/mail/header_encoding.h"
 #include "desk/mail/header_fields.h"
 #include "desk/mail/mail.h"
 #include "desk/mail/mail_io.h"
-#include "desk/mail/part_writer.h"
+#include "desk/mail/parts.h"
 #include "posix/file_descriptor.h"
 #include "system/errors.h"
 #include "system/files.h"
@@ -154,8 +151,8 @@ std::string FormatMail(const Mail& mail, MailPurpose purpose) {
   const auto prepared = Prepare(mail, purpose);
   const Handle<GMimeStream> stream(g_mime_stream_mem_new());
   Write(prepared, stream.get());
-  g_mime_stream_reset(stream.get());
-  return ReadAll(*stream);
+  const GByteArray* const bytes = g_mime_stream_mem_get_byte_array(GMIME_STREAM_MEM(stream.get()));
+  return {reinterpret_cast<const char*>(bytes->data), bytes->len};
 }
 
 }  // namespace corvessa::desk::mail

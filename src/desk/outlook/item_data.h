@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "desk/outlook/content.h"
+#include "desk/content/content.h"
 #include "platform/outlook.h"
 
 /// Items as plain values, and what follows from the values alone.

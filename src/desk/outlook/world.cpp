@@ -4,7 +4,6 @@
 
 #include "base/error.h"
 #include "base/text.h"
-#include "desk/outlook/content.h"
 
 namespace corvessa::desk {
 namespace {
@@ -28,8 +27,7 @@ World::World(std::string version, PathMapper map_path, platform::Clipboard* clip
     : version_(std::move(version)),
       major_version_(static_cast<int>(LeadingNumber(version_))),
       map_path_(std::move(map_path)),
-      clipboard_(clipboard),
-      contents_(std::make_shared<ContentFolder>()) {}
+      clipboard_(clipboard) {}
 
 std::filesystem::path World::MapPath(std::string_view windows_path) const {
   if (!map_path_) Raise(kPathNotFound);

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "desk/content/content.h"
 #include "platform/subscription.h"
 
 /// What the objects of the Outlook model are built from: the state that all of them share, the
@@ -18,8 +19,6 @@ class Clipboard;
 }
 
 namespace corvessa::desk {
-
-class ContentFolder;
 
 /// The local file that a Windows path of the add-in means. May throw Error.
 using PathMapper = std::function<std::filesystem::path(std::string_view windows_path)>;
@@ -61,7 +60,7 @@ class World {
   std::filesystem::path MapPath(std::string_view windows_path) const;
   /// Null when the host has none.
   platform::Clipboard* Clipboard() const { return clipboard_; }
-  ContentFolder& Contents() { return *contents_; }
+  ContentStore& Contents() { return contents_; }
   std::string NextEntryId();
 
   /// The tag of a named property without its type; the same name always has the same tag.
@@ -80,7 +79,7 @@ class World {
   int major_version_;
   PathMapper map_path_;
   platform::Clipboard* clipboard_;
-  std::shared_ptr<ContentFolder> contents_;
+  ContentStore contents_;
   std::uint32_t last_entry_ = 0;
   std::vector<std::pair<std::string, std::string>> named_properties_;
   std::vector<std::weak_ptr<TaggedButton>> buttons_;
