@@ -83,7 +83,7 @@ void RefuseExisting(const std::vector<fs::path>& targets) {
   }
 }
 
-/// One that cannot be written does not keep the others, or the text, from the user.
+/// A failure is noted, so that the other attachments and the text still reach the user.
 void SaveNew(const Content& content, const fs::path& target, AttachmentReport& attachment,
              SavingResult& result) {
   try {
@@ -97,7 +97,7 @@ void SaveNew(const Content& content, const fs::path& target, AttachmentReport& a
   }
 }
 
-/// The file itself where it can have a second name there, else a copy.
+/// Links the file to its new place, or copies it to another file system.
 void MoveNew(const fs::path& file, const fs::path& target, AttachmentReport& attachment,
              SavingResult& result) {
   std::error_code failure;
@@ -110,7 +110,7 @@ SavingResult SaveFromItem(const Item& item, const std::vector<fs::path>& targets
                           MessageReport& report) {
   SavingResult result;
   const bool message_failed = report.protection && report.protection->DecryptionFailed();
-  // Then the attachments were not looked at either, as a rule.
+  // If the message fails, its attachments are usually not tried.
   const bool was_tried = std::ranges::any_of(
       report.attachments, [](const auto& attachment) { return attachment.protection.has_value(); });
   if (message_failed && !was_tried && !targets.empty()) {
@@ -133,7 +133,7 @@ SavingResult SaveFromItem(const Item& item, const std::vector<fs::path>& targets
   return result;
 }
 
-/// A folder of the add-in's world that goes, with what is in it, at the end.
+/// A temporary folder for the dialog, removed with its contents.
 class WorkFolder {
  public:
   explicit WorkFolder(DeskHost& host)
@@ -156,7 +156,7 @@ class WorkFolder {
   fs::path local_;
 };
 
-/// What the dialog says of one attachment: lines that begin with its name.
+/// The dialog's result for one attachment, from the lines that follow its name.
 struct Result {
   std::string name;
   std::string file = {};
@@ -188,7 +188,7 @@ std::vector<Result> ResultsOf(std::string_view log) {
   return results;
 }
 
-/// Has the dialog that the button opens save everything into the folder.
+/// Clicks the button and lets its dialog save everything into the folder.
 std::vector<Result> DialogResults(const ButtonPtr& button, const std::string& target) {
   button->Click();
   const FormPtr dialog = FindVisibleForm(kSaveDialog);
@@ -211,7 +211,7 @@ bool IsOverwritten(const std::vector<Result>& results, std::size_t i) {
                      [&](const Result& later) { return later.file == results[i].file; });
 }
 
-/// The saved file holds something else than the attachment as it came.
+/// Whether the saved file differs from the attachment as received.
 bool Differs(const fs::path& saved, const ContentPtr& before) {
   if (!before) return true;
   std::ifstream file(saved, std::ios::binary);
@@ -224,7 +224,7 @@ bool Differs(const fs::path& saved, const ContentPtr& before) {
   return !is_same || file.peek() != std::ifstream::traits_type::eof();
 }
 
-/// What the dialog found of an attachment that it has saved. Of a signature file it says nothing.
+/// Reports what the dialog found out about an attachment. It says nothing about signature files.
 void Record(const Result& result, const fs::path& saved, const ContentPtr& before,
             AttachmentReport& attachment) {
   attachment.size = fs::file_size(saved);

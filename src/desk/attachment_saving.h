@@ -12,11 +12,11 @@ namespace corvessa::desk {
 class DeskHost;
 struct MessageReport;
 
-/// The button that attachments may be left to.
+/// The add-in's button that decrypts and saves attachments.
 inline constexpr std::string_view kSaveAttachmentsButton = "Decrypt/verify attachment(s)";
 
-/// What was not saved and why, a line each, and how bad that is: kRefused where something could not
-/// be decrypted, kEnvironment where something could not be written.
+/// What was not saved: a line each with the reason, and kRefused if something could not be
+/// decrypted, kEnvironment if something could not be written.
 struct SavingResult {
   std::vector<std::string> complaints;
   Outcome outcome = Outcome::kDone;
@@ -24,13 +24,12 @@ struct SavingResult {
   void Complain(std::string complaint, Outcome because);
 };
 
-/// Saves the attachments of the open message into a folder, which is made when it is missing. An
-/// existing file is never replaced: CommandError names it before anything is saved.
+/// Saves the attachments of the open message into a folder, which is created if missing. An existing
+/// file is never replaced: CommandError names it before anything is saved.
 ///
-/// Where the add-in leaves attachments to its button, the button is clicked and they are saved
-/// through its dialog; else they are saved as they stand in the open message. What could not be
-/// decrypted, or written, is not saved. Fills `saved_as` of the report's attachments, and,
-/// of those saved through the dialog, what it found.
+/// If the add-in shows its button for that, they are saved through its dialog, else as they are in
+/// the open message. Attachments that cannot be decrypted or written are not saved. Fills
+/// `saved_as` of the report's attachments and, for those saved through the dialog, their statuses.
 SavingResult SaveAttachments(DeskHost& host, const InspectorWindowPtr& window,
                              const std::filesystem::path& folder, MessageReport& report);
 

@@ -31,7 +31,7 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 13> kExtensi
     {"message/delivery-status", ".txt"},
 }};
 
-/// What a file is called must follow from its name alone, or its signature would not be found.
+/// Depends on the name alone, so that a file and its signature keep matching names.
 std::string CleanName(std::string_view name) {
   auto safe = ShortenedFileName(OneLine(name), kLongestName);
   if (safe.find_first_not_of(". ") == std::string::npos) std::ranges::replace(safe, '.', '_');
@@ -46,7 +46,7 @@ std::string SafeFileName(std::string_view name) {
   const auto line = OneLine(name);
   std::string_view signed_name = line;
   while (HasSignatureName(signed_name)) signed_name = SignedName(signed_name);
-  // A signature's signature may be signed, too, but not without end.
+  // A signature can be signed too; the limit keeps the name short.
   if (line.size() - signed_name.size() > kLongestSuffix) return CleanName(line);
   return CleanName(signed_name) + line.substr(signed_name.size());
 }

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t kLongestLine = 998;
 
-/// Calls with each line (without its LF) until one is refused.
+/// Passes each line, without its LF, to `accepts` until that returns false.
 template <typename Accepts>
 bool AllLines(std::string_view text, Accepts accepts) {
   for (;;) {
@@ -20,7 +20,7 @@ bool AllLines(std::string_view text, Accepts accepts) {
   }
 }
 
-/// Lines that mailbox files and transports are known to alter.
+/// Mailbox files and transports are known to alter such lines.
 bool IsEndangered(std::string_view line) {
   return line.starts_with("From ") || line == ".";
 }
@@ -39,7 +39,7 @@ std::string QuotedPrintable(std::string_view text) {
   return encoded;
 }
 
-/// The encoder leaves these lines alone; their first character is spelt out here.
+/// Encodes the first character of lines that the encoder leaves alone.
 std::string WithEndangeredLinesEncoded(const std::string& text) {
   std::string safe;
   safe.reserve(text.size());
@@ -68,7 +68,7 @@ Handle<GMimeObject> TextPart(std::string_view text, const char* subtype) {
   Handle<GMimeObject> part(GMIME_OBJECT(g_mime_part_new_with_type("text", subtype)));
   g_mime_object_set_content_type_parameter(part.get(), "charset", is_ascii ? "us-ascii" : "utf-8");
   const Handle<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(lines.data(), lines.size()));
-  // Content and part in one encoding: GMime writes it as it is.
+  // Content and part declare the same encoding, so GMime writes the lines unchanged.
   const Handle<GMimeDataWrapper> content(
       g_mime_data_wrapper_new_with_stream(stream.get(), encoding));
   g_mime_part_set_content_encoding(GMIME_PART(part.get()), encoding);

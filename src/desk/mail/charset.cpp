@@ -23,10 +23,10 @@ class Converter {
   Converter(const Converter&) = delete;
   Converter& operator=(const Converter&) = delete;
 
-  // GLib's own sign for failure, as a cast of -1 to a pointer.
+  // GLib reports failure as -1 cast to a pointer.
   bool IsOpen() const { return reinterpret_cast<std::intptr_t>(handle_) != -1; }
 
-  /// Nothing when there is an undecodable byte and no replacement for it.
+  /// Nothing if a byte cannot be decoded and no replacement is given.
   std::optional<std::string> Convert(std::string_view bytes,
                                      std::optional<std::string_view> replacement) {
     std::string text;

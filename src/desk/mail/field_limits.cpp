@@ -11,19 +11,19 @@
 namespace corvessa::desk::mail {
 namespace {
 
-/// Where GMime's parsing time turns from unnoticeable to seconds, with a wide margin to real mail.
+/// Beyond these, GMime takes seconds to parse a field. Real mail stays far below.
 constexpr int kMaximumColons = 2000;
 constexpr int kMaximumEntriesWithoutAddress = 5000;
 constexpr int kMaximumUnendedWords = 500;
 constexpr int kMaximumFields = 20'000;
-/// Of all headers together, in a mail of ten thousand parts half as much. GMime needs 16 times as
-/// much memory, and nearly a kilobyte for a field.
+/// For all headers of a mail; a mail with ten thousand parts has half as much. GMime needs 16 times
+/// as much memory, and nearly a kilobyte per field.
 constexpr std::size_t kMaximumHeaderBytes = 8 * 1024 * 1024;
 constexpr std::size_t kFieldOverhead = 64;
-/// Of a field that declares a boundary, or of the boundary's line.
+/// Applies to a field that declares a boundary and to the boundary's line.
 constexpr std::size_t kLongestDeclaration = 8 * 1024;
 
-/// Follows the bytes of a mail through its headers and counts what one field holds.
+/// Finds the headers in the bytes of a mail and counts what each field holds.
 class FieldScanner {
  public:
   /// False as soon as a limit is exceeded.
@@ -88,7 +88,7 @@ class FieldScanner {
     if (c == ',' || c == ';') ++separators_;
     if (c == '@') ++ats_;
     if (c == '?' && last_ == '=') ++words_;
-    // The end "?=" behind base64's own "=" looked like another beginning.
+    // In "=?=" at the end of a base64 word the first two characters were counted as a beginning.
     if (c == '=' && last_ == '?') words_ -= before_last_ == '=' ? 2 : 1;
     words_ = std::max(words_, 0);
   }

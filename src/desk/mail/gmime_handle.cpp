@@ -1,6 +1,6 @@
 #include "desk/mail/gmime_handle.h"
 
-// Of a checker for leaks, in a build that has one.
+// Defined in builds with a leak checker.
 extern "C" [[gnu::weak]] void __lsan_disable();
 extern "C" [[gnu::weak]] void __lsan_enable();
 
@@ -8,8 +8,7 @@ namespace corvessa::desk::mail {
 
 namespace {
 
-/// GMime never frees what it has registered, which such a checker sees once some of it is
-/// registered again.
+/// GMime never frees its registrations; replacing one would be reported as a leak.
 void Initialise() {
   if (__lsan_disable) __lsan_disable();
   g_mime_init();
@@ -18,8 +17,8 @@ void Initialise() {
 
 GMimeParserOptions* CreateOptions() {
   Initialise();
-  // An embedded mail is kept byte by byte, as any other file; what GMime writes again of a mail it
-  // has parsed lacks every line that it did not understand.
+  // Embedded mails are kept byte by byte like any other file, because GMime drops the lines it does
+  // not understand when it writes a parsed mail.
   for (const auto* const subtype : {"rfc822", "rfc2822", "global", "news"}) {
     g_mime_object_register_type("message", subtype, GMIME_TYPE_PART);
   }

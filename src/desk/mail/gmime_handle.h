@@ -4,6 +4,7 @@
 #include <memory>
 #include <string_view>
 
+/// GMime's objects in C++, and the settings that every use of GMime shares.
 namespace corvessa::desk::mail {
 
 struct GObjectUnref {
@@ -29,18 +30,18 @@ struct GFree {
 /// A string that GLib allocated.
 using GText = std::unique_ptr<char, GFree>;
 
-/// The options of every parse, GMime being set up by the first call: unlabelled 8-bit text is UTF-8
-/// or else what Windows clients send.
+/// The options of every parse: unlabelled 8-bit text is UTF-8, else windows-1252. The first call
+/// initialises GMime.
 GMimeParserOptions* ParserOptions();
 
-/// A copy of these that reports what is wrong with the text to `warn`, with `data`.
+/// A copy that reports parse errors to `warn`, with `data`.
 std::unique_ptr<GMimeParserOptions, GFree> ParserOptionsThatWarn(GMimeParserWarningFunc warn,
                                                                  void* data);
 
-/// Mail is written with CR LF.
+/// The options for writing: lines end with CRLF.
 std::unique_ptr<GMimeFormatOptions, GFree> CrLfFormat();
 
-/// Names of header fields, charsets and the like: capitals make no difference.
+/// Compares names of header fields, charsets and the like without regard to case.
 bool SameName(std::string_view a, std::string_view b);
 
 }  // namespace corvessa::desk::mail

@@ -43,7 +43,8 @@ std::string EncodeBase64(const std::string& bytes) {
   return GText(g_base64_encode(reinterpret_cast<const guchar*>(bytes.data()), bytes.size())).get();
 }
 
-/// The word at the start of the text and those that continue it; moves the text behind them.
+/// Joins the word at the start of the text with those that continue it, and removes them from
+/// `text`.
 std::string TakeJoinedWord(std::string_view& text, const Base64Word& first) {
   const auto alone = text.substr(0, first.length);
   text.remove_prefix(first.length);
@@ -81,7 +82,7 @@ void NoteAddressWarning(gint64 /*offset*/, GMimeParserWarning warning, const gch
   if (warning == GMIME_WARN_INVALID_ADDRESS_LIST) *static_cast<bool*>(understood) = false;
 }
 
-/// Adds the mailboxes of a well-formed list; false, with nothing added, for any other.
+/// Adds the mailboxes of a well-formed list. False, with nothing added, for any other text.
 bool ParseMailboxes(const std::string& text, std::vector<Mailbox>& mailboxes) {
   bool understood = true;
   const auto options = ParserOptionsThatWarn(NoteAddressWarning, &understood);
@@ -90,7 +91,7 @@ bool ParseMailboxes(const std::string& text, std::vector<Mailbox>& mailboxes) {
   return list && understood;
 }
 
-/// The text cut at commas and semicolons outside quotes, blank pieces left out.
+/// Splits the text at commas and semicolons outside quotes; drops blank pieces.
 std::vector<std::string> ListPieces(const std::string& text) {
   std::vector<std::string> pieces(1);
   bool is_quoted = false;
@@ -107,8 +108,8 @@ std::vector<std::string> ListPieces(const std::string& text) {
   return pieces;
 }
 
-/// No recipient may vanish because nobody understands it: what looks like an address is one,
-/// anything else is a mailbox with a name alone.
+/// A recipient must not vanish because it cannot be parsed: what looks like an address becomes one,
+/// anything else a mailbox without an address.
 Mailbox UnparsedMailbox(const std::string& piece) {
   auto text = DecodeText(piece);
   std::string_view address = text;

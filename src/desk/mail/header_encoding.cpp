@@ -9,10 +9,10 @@ namespace corvessa::desk::mail {
 
 namespace {
 
-// The limits of the mail standards: lines that hold encoded words, and any line.
+// The mail standards' limits for a line with encoded words and, with a margin, for any line.
 constexpr std::size_t kLineLength = 76;
 constexpr std::size_t kLongestToken = 900;
-// Bytes in one encoded word; a multiple of three needs no padding.
+// Bytes in one encoded word. A multiple of three needs no padding.
 constexpr std::size_t kWordBytes = 39;
 
 bool IsContinuation(char c) {
@@ -24,7 +24,7 @@ bool IsFoldable(std::string_view text, std::size_t at) {
          text[at + 1] != ' ';
 }
 
-/// The end of the token that starts at a position: the next place to fold, or the end.
+/// The next place to fold at or after a position, or the end.
 std::size_t TokenEnd(std::string_view text, std::size_t start) {
   auto end = start;
   while (end < text.size() && !IsFoldable(text, end)) ++end;
@@ -45,8 +45,8 @@ bool IsPlain(std::string_view text) {
          text.find("=?") == std::string_view::npos && !HasLongToken(text);
 }
 
-/// How much of the text the next encoded word takes: whole characters and, where there is a choice,
-/// no padding. Some readers lose what follows a padded word.
+/// The bytes of the text for the next encoded word: whole characters and, if possible, no padding,
+/// because some readers lose what follows a padded word.
 std::size_t WordLength(std::string_view text) {
   if (text.size() <= kWordBytes) return text.size();
   std::size_t longest = 0;
@@ -108,7 +108,7 @@ std::string EncodeMailbox(const Mailbox& mailbox) {
   if (mailbox.address.empty()) return EncodePhrase(mailbox.name);
   const auto address = IsPlain(mailbox.address) ? mailbox.address : AsciiAddress(mailbox.address);
   if (!IsReadBack(address)) {
-    Raise(kInvalidArgument, "\"" + OneLine(mailbox.address) + "\" is not a mail address.");
+    Raise(kInvalidArgument, "\"" + OneLine(mailbox.address) + "\" is not an email address.");
   }
   return mailbox.name.empty() ? address : EncodePhrase(mailbox.name) + " <" + address + ">";
 }

@@ -12,7 +12,7 @@ namespace corvessa::desk::mail {
 
 namespace {
 
-/// GMime skips what should be a header field and is none.
+/// GMime skips header lines that are not a field.
 void NoteWarning(gint64 /*offset*/, GMimeParserWarning warning, const gchar* /*item*/,
                  gpointer incomplete) {
   if (warning == GMIME_WARN_TRUNCATED_MESSAGE || warning == GMIME_CRIT_NESTING_OVERFLOW ||
@@ -21,7 +21,7 @@ void NoteWarning(gint64 /*offset*/, GMimeParserWarning warning, const gchar* /*i
   }
 }
 
-/// Null when not even a header begins the stream.
+/// Null when the stream does not begin with a header.
 Handle<GMimeMessage> ParseStream(GMimeStream* stream, bool& incomplete) {
   const auto options = ParserOptionsThatWarn(NoteWarning, &incomplete);
   const Handle<GMimeParser> parser(g_mime_parser_new_with_stream(stream));
@@ -73,7 +73,7 @@ void ReadField(const std::string& name, const std::string& raw, Mail& mail) {
   }
 }
 
-/// False when no field of the header belongs to a mail.
+/// False when the header has none of the fields of a mail.
 bool ReadHeader(GMimeMessage* message, Mail& mail) {
   auto* const headers = g_mime_object_get_header_list(GMIME_OBJECT(message));
   bool is_mail = false;
@@ -87,7 +87,7 @@ bool ReadHeader(GMimeMessage* message, Mail& mail) {
   return is_mail;
 }
 
-/// GMime refuses a header that ends within a field's name; with line ends behind it, it is read.
+/// GMime refuses a header that is cut within a field's name unless line ends follow.
 Handle<GMimeMessage> ParseCutHeader(GMimeStream* stream) {
   const Handle<GMimeStream> whole(g_mime_stream_cat_new());
   const Handle<GMimeStream> line_ends(g_mime_stream_mem_new_with_buffer("\n\n", 2));
@@ -120,8 +120,8 @@ Mail ReadMail(GMimeStream* stream, const std::shared_ptr<const MailFile>& file,
   return mail;
 }
 
-/// Editors put a byte order mark before UTF-8; the first field would not be known behind it.
-Handle<GMimeStream> BehindByteOrderMark(GMimeStream* stream) {
+/// Some editors put a byte order mark before UTF-8, which would hide the first field's name.
+Handle<GMimeStream> SkipByteOrderMark(GMimeStream* stream) {
   constexpr std::string_view kMark = "\xEF\xBB\xBF";
   char start[kMark.size()] = {};
   const auto count = g_mime_stream_read(stream, start, sizeof start);
@@ -137,7 +137,7 @@ Mail LoadMail(const std::filesystem::path& path) {
   const auto file = MailFile::Open(path);
   const std::string title = path == "-" ? "The input" : path.string();
   if (file->Size() == 0) Raise(kInvalidArgument, title + " is empty, not a mail message.");
-  return ReadMail(BehindByteOrderMark(file->Stream()).get(), file, title);
+  return ReadMail(SkipByteOrderMark(file->Stream()).get(), file, title);
 }
 
 Mail ParseMail(const std::string& bytes) {

@@ -16,14 +16,14 @@ int Descriptor(const system::File& file) {
   return static_cast<int>(file.Native());
 }
 
-/// A copy that leaves the standard input open.
+/// A duplicate, so that closing it leaves the standard input open.
 system::File StandardInput() {
   const int descriptor = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
   if (descriptor < 0) system::Throw({errno, std::generic_category()});
   return system::File(descriptor);
 }
 
-/// GMime goes back in what it reads, which no pipe can.
+/// Copies a pipe, because GMime must be able to seek.
 system::File Seekable(const std::filesystem::path& path, system::File file) {
   struct stat status {};
   fstat(Descriptor(file), &status);

@@ -34,7 +34,7 @@ class StreamReader final : public ContentReader {
   Handle<GMimeStream> stream_;
 };
 
-/// What a character means in base64: the value of a digit, or one of these.
+// The values of characters that are not base64 digits.
 constexpr unsigned char kOther = 64;
 constexpr unsigned char kBlank = 65;
 constexpr unsigned char kPadding = 66;
@@ -58,9 +58,9 @@ unsigned char Base64Value(char c) {
   return kBase64Values[static_cast<unsigned char>(c)];
 }
 
-/// Decodes base64 as other programs write it, some without padding and some in blocks that each
-/// have their own, which GMime's decoder drops. Behind padding only more blocks are read; any other
-/// text there, such as the footer of a mailing list, is none of the content.
+/// Decodes base64 without padding, and several blocks that each end with padding, as some programs
+/// write it; GMime's decoder drops parts of both. Other text after padding, such as the footer of a
+/// mailing list, ends the content.
 class Base64Reader final : public ContentReader {
  public:
   explicit Base64Reader(Handle<GMimeStream> text) : text_(std::move(text)) {}
@@ -108,7 +108,7 @@ class Base64Reader final : public ContentReader {
     digits_ = 0;
   }
 
-  /// Whether what follows the first padding belongs to the content. Looks ahead once.
+  /// Whether the text after the first padding belongs to the content. Looks ahead once.
   bool MayContinue(std::string_view rest_of_piece) {
     if (std::exchange(has_looked_ahead_, true)) return true;
     is_pure_ = is_pure_ && IsPure(rest_of_piece);
@@ -147,7 +147,7 @@ bool HasBeginLine(std::string_view text) {
 
 constexpr std::size_t kLongestPreamble = 64 * 1024;
 
-/// GMime's decoder finds nothing without the line that names the file.
+/// GMime's decoder needs the line that names the file.
 Handle<GMimeStream> WithBeginLine(Handle<GMimeStream> text) {
   constexpr std::string_view kAnyName = "begin 644 f\n";
   std::string start(kLongestPreamble, '\0');
@@ -272,7 +272,7 @@ GType ContentStreamType() {
   return type;
 }
 
-/// The data of a line of uuencoded text is as long as its first character says.
+/// The first character of a line tells the number of bytes in it.
 bool IsUuencodedLine(std::string_view line) {
   const auto is_digit = [](char c) { return c >= ' ' && c <= '`'; };
   if (line.empty()) return false;
@@ -281,7 +281,7 @@ bool IsUuencodedLine(std::string_view line) {
   }
   const auto bytes = static_cast<std::size_t>(line.front() - ' ') % 64;
   const std::size_t digits = (bytes + 2) / 3 * 4;
-  // Some programs append a check digit, others drop blanks.
+  // Some programs append a check digit, others trim blanks.
   return line.size() - 1 <= digits + 1 && (bytes == 0 || line.size() > 1 + bytes);
 }
 

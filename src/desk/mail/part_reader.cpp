@@ -22,8 +22,8 @@ std::string LowerCase(const std::string& text) {
   return GText(g_ascii_strdown(text.c_str(), -1)).get();
 }
 
-/// A field in which some programs give the whole path of a file on Windows: its backslashes, which
-/// would count as escapes, are escaped.
+/// Some programs write a whole Windows path into the field. Escapes its backslashes, which would be
+/// read as escapes themselves.
 std::string WithWindowsPath(const std::string& field) {
   const std::size_t begin = field.find(":\\");
   const bool is_path = begin != std::string::npos && begin >= 2 && field[begin - 2] == '"' &&
@@ -55,7 +55,7 @@ class PartReader {
   PartReader(std::shared_ptr<const MailFile> file, Mail& mail)
       : file_(std::move(file)), mail_(mail) {}
 
-  /// How a part stands in the one around it.
+  /// A part's position in the multipart around it.
   enum class Place { kAlone, kBesideOthers, kRelated };
 
   void Read(GMimeObject* part, Place place) {
@@ -110,7 +110,7 @@ class PartReader {
     return root ? std::max(0, g_mime_multipart_index_of(multipart, root)) : 0;
   }
 
-  /// A multipart without any boundary: all of it is one text.
+  /// A multipart without a boundary is one text.
   void ReadUndivided(GMimeMultipart* multipart) {
     const auto text = TextOrEmpty(g_mime_multipart_get_prologue(multipart));
     if (text.empty()) return;
@@ -132,7 +132,7 @@ class PartReader {
 
   bool IsBody(GMimePart* part, bool is_html, Place place) const {
     if (place == Place::kRelated || g_mime_part_is_attachment(part)) return false;
-    // A mail that is one text with a name is still that text; beside others it is a file.
+    // A text with a name is a file, except when it is the whole mail.
     if (place != Place::kAlone && !FileName(GMIME_OBJECT(part)).empty()) return false;
     return in_body_alternative_ ? !(is_html ? has_html_ : has_text_) : !HasBody();
   }
@@ -159,7 +159,7 @@ class PartReader {
     PartEncoding encoding{g_mime_data_wrapper_get_encoding(content), has_native_lines};
     if (encoding.transfer == GMIME_CONTENT_ENCODING_UUENCODE &&
         !HoldsUuencodedLines(*PartContent(stream, {}, file_))) {
-      // Decoding would leave nothing of it.
+      // Decoding would destroy the text.
       encoding.transfer = GMIME_CONTENT_ENCODING_BINARY;
       mail_.incomplete = true;
     }
@@ -167,7 +167,7 @@ class PartReader {
   }
 
   void Attach(GMimePart* part, const std::string& type, Place place) {
-    // An embedded mail that is not encoded is text, which the file may hold with any line ends.
+    // An unencoded embedded mail is text, with whatever line ends the file has.
     const bool is_encoded = g_mime_part_get_content_encoding(part) >= GMIME_CONTENT_ENCODING_BINARY;
     const auto content = ContentOf(part, type.starts_with("message/") && !is_encoded);
     auto& attachment = mail_.attachments.emplace_back();
@@ -195,7 +195,7 @@ class PartReader {
     if (attachment.display_name.empty()) attachment.display_name = attachment.file_name;
   }
 
-  /// Of an embedded mail, if its header is not longer than any that mail programs write.
+  /// The subject of an embedded mail; empty if its header is longer than mail programs write.
   static std::string SubjectOf(const Content& content) {
     constexpr std::size_t kLongestHeader = 64 * 1024;
     const auto text = content.Start(kLongestHeader);
@@ -219,7 +219,7 @@ class PartReader {
            g_ascii_strcasecmp(g_mime_content_disposition_get_disposition(disposition), value) == 0;
   }
 
-  // From the joined raw fields: GMime read them with the encoded words still apart.
+  // Parsed from the raw fields, because GMime parsed them before encoded words were joined.
   static std::string FileName(GMimeObject* part) {
     const auto disposition = WithWindowsPath(PartField(part, "Content-Disposition"));
     if (!disposition.empty()) {

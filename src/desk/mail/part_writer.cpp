@@ -35,7 +35,7 @@ bool PassesAs7Bit(const Attachment& attachment) {
                                      GMIME_ENCODING_CONSTRAINT_7BIT) < GMIME_CONTENT_ENCODING_8BIT;
 }
 
-/// Other programs read a header there and may drop what is none.
+/// Other programs expect a header there and may drop other text.
 bool BeginsWithField(const Attachment& attachment) {
   constexpr std::size_t kLongestName = 1000;
   const auto start = attachment.data ? attachment.data->Start(kLongestName) : "";
@@ -64,7 +64,7 @@ void SetDisposition(GMimeObject* part, const Attachment& attachment) {
   g_mime_object_set_content_disposition_parameter(part, "filename", line.c_str());
   auto* const parameters =
       g_mime_content_disposition_get_parameters(g_mime_object_get_content_disposition(part));
-  // GMime would look for the oldest charset that holds the name.
+  // By default GMime would choose the oldest charset that can express the name.
   g_mime_param_set_charset(g_mime_param_list_get_parameter(parameters, "filename"), "utf-8");
 }
 
@@ -76,8 +76,8 @@ void SetContent(GMimePart* part, const Attachment& attachment, GMimeContentEncod
   g_mime_part_set_content(part, content.get());
 }
 
-/// Base64, except that parts which are mail themselves may not be encoded: they stand as they are,
-/// or travel as a file when they would not pass unchanged.
+/// Base64, except for embedded mails, which must not be encoded: they are written as they are, or
+/// as a file of unknown type if that would not preserve them.
 Part AttachmentPart(const Attachment& attachment) {
   const bool is_mail = attachment.content_type.starts_with("message/") &&
                        BeginsWithField(attachment) && PassesAs7Bit(attachment);

@@ -18,7 +18,7 @@ namespace corvessa::desk::mail {
 
 namespace {
 
-/// The fields of a header in the making; a field without a value is left out.
+/// Collects the fields of a header; a field without a value is left out.
 class Header {
  public:
   void Add(std::string_view name, std::string_view value) {
@@ -62,7 +62,7 @@ std::string EncodeIdentifiers(const std::vector<std::string>& identifiers) {
 void AddOtherFields(const Mail& mail, MailPurpose purpose, Header& header) {
   for (const auto& [name, value] : mail.fields) {
     if (!IsFieldName(name)) {
-      Raise(kInvalidArgument, "\"" + OneLine(name) + "\" is not a field name.");
+      Raise(kInvalidArgument, "\"" + OneLine(name) + "\" is not a valid name for a header field.");
     }
     if (FieldKindOf(name) != FieldKind::kOther) continue;
     if (purpose == MailPurpose::kTravel && NamesBlindCopies(name)) continue;
@@ -87,8 +87,7 @@ std::string HeaderText(const Mail& mail, MailPurpose purpose) {
   return header.Text();
 }
 
-/// A mail made ready completely before the first byte goes out: what can be wrong with it shows
-/// here.
+/// A mail ready to be written. Every error in its values is found before the first byte is written.
 struct Prepared {
   std::string header;
   Handle<GMimeObject> parts;
@@ -102,7 +101,7 @@ Prepared Prepare(const Mail& mail, MailPurpose purpose) {
   return {HeaderText(stamped, purpose), BuildParts(stamped)};
 }
 
-/// The error that stopped it, if any.
+/// Returns the error that stopped it, if any.
 std::error_code Write(const Prepared& mail, GMimeStream* stream) {
   const auto format = CrLfFormat();
   errno = 0;

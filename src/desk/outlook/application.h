@@ -12,7 +12,7 @@
 /// Outlook's application object, its folder windows and its collections of windows.
 namespace corvessa::desk {
 
-/// A folder window. Once it is closed every call on it fails.
+/// A folder window. Once it is closed, every call on it fails.
 class ExplorerWindow final : public platform::Explorer, public Connected {
  public:
   explicit ExplorerWindow(WorldPtr world);
@@ -66,7 +66,7 @@ class OutlookApplication final : public platform::Application {
   const SinkList<platform::InspectorsEvents>& InspectorsEvents() const {
     return inspectors_->Events();
   }
-  /// Shown and not closed; null when there is none.
+  /// The active inspector; null when none is shown.
   InspectorWindowPtr ActiveWindow() const;
 
   std::string Version() override;

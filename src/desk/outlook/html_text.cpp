@@ -11,7 +11,7 @@
 namespace corvessa::desk {
 namespace {
 
-// HTML's names of the characters from U+00A0 on.
+// HTML's names for the characters from U+00A0 on.
 constexpr std::array<std::string_view, 96> kLatin1 = {
     "nbsp",   "iexcl",  "cent",   "pound",  "curren", "yen",    "brvbar", "sect",   "uml",
     "copy",   "ordf",   "laquo",  "not",    "shy",    "reg",    "macr",   "deg",    "plusmn",
@@ -44,7 +44,7 @@ constexpr std::array<std::pair<std::string_view, std::uint32_t>, 16> kOthers = {
     {"euro", 0x20AC},
 }};
 
-// Longer than any name above and any number that can be a character.
+// Longer than any name above and any number of a character.
 constexpr std::size_t kLongestReference = 10;
 
 constexpr std::array<std::string_view, 23> kBlocks = {
@@ -86,7 +86,7 @@ std::optional<std::uint32_t> Reference(std::string_view name) {
   return {};
 }
 
-/// The value at the start of the text, in quotes or up to a blank; `rest` is what follows it.
+/// The value at the start of the text, in quotes or up to a blank; `rest` becomes what follows it.
 std::string_view TakeValue(std::string_view text, std::string_view& rest) {
   text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
   const bool is_quoted = text.starts_with('"') || text.starts_with('\'');
@@ -96,7 +96,7 @@ std::string_view TakeValue(std::string_view text, std::string_view& rest) {
   return text.substr(is_quoted ? 1 : 0, is_quoted ? length - 1 : length);
 }
 
-/// The attribute's value as it stands there; empty without one.
+/// The attribute's value, unresolved; empty without one.
 std::string_view Attribute(std::string_view attributes, std::string_view wanted) {
   constexpr std::string_view kBlanks = " \t\r\n/";
   while (true) {
@@ -169,12 +169,12 @@ class TextOfHtml {
   void BeginLink(std::string_view attributes) {
     EndLink();
     link_ = Replace(Attribute(attributes, "href"), "&amp;", "&");
-    // An address within the page leads nowhere outside it.
+    // A link within the page has no address.
     if (link_.starts_with('#')) link_.clear();
     link_start_ = text_.size();
   }
 
-  /// The text says where the link leads unless its words do.
+  /// Appends the link's address unless its text shows it.
   void EndLink() {
     const std::string link = std::exchange(link_, "");
     const auto words = std::string_view(text_).substr(std::min(link_start_, text_.size()));
@@ -245,7 +245,7 @@ class TextOfHtml {
   std::string text_;
   int breaks_ = 0;
   bool blank_ = false;
-  /// A cell of a table begins beside another.
+  /// Separates a table cell from the one before it.
   bool cell_ = false;
   bool pre_ = false;
   std::string link_;

@@ -6,17 +6,16 @@
 
 namespace corvessa::desk {
 
-/// The text of an HTML body, as the plain body beside it shows it: white space runs become one
-/// blank (kept inside <pre>), <br> and the borders of blocks become CR LF, a paragraph leaves an
-/// empty line, head, style, script and comments go, character references are resolved (unknown ones
-/// stand as they are). A link's address follows its words in angle brackets unless they tell it;
-/// pictures leave nothing. Linear in its length.
+/// The plain body of an HTML body. White space is collapsed except inside <pre>; <br> and block
+/// borders become CRLF and a paragraph an empty line; head, style, script and comments are dropped;
+/// known character references are resolved. A link's address follows its text in angle brackets
+/// unless the text shows it; pictures leave nothing. Takes linear time.
 std::string HtmlToText(std::string_view html);
 
-/// Where what belongs into an HTML body begins: behind its body tag, or 0.
+/// The position after the body tag, or 0 without one.
 std::size_t StartOfBody(std::string_view html);
 
-/// Text as the content of an HTML body: marks escaped, line ends as <BR>.
+/// Text for an HTML body: special characters escaped, line ends as <BR>.
 std::string TextToHtml(std::string_view text);
 
 }  // namespace corvessa::desk

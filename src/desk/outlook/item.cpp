@@ -56,7 +56,7 @@ void Item::Changed(std::string_view property) {
 }
 
 void Item::EditBody(std::string_view text) {
-  // The same text written back is common and can be long.
+  // Writing the same text back is common, and the text can be long.
   if (text != *live_.body) live_.body = Share(text);
   live_.html = EmptyText();
   Changed("Body");

@@ -15,7 +15,7 @@ namespace corvessa::desk {
 
 class Item;
 
-/// The window of an item. Once it is closed every call on it fails.
+/// The window of an item. Once it is closed, every call on it fails.
 class InspectorWindow final : public platform::Inspector, public Connected {
  public:
   /// kUnopened: created by an add-in's call, not shown. kOpening: raising its first events.
@@ -59,7 +59,7 @@ class Item final : public platform::MailItem, public std::enable_shared_from_thi
   const ItemData& Data() const { return live_; }
   /// Null for an item that was never saved.
   const ItemData* Stored() const { return stored_ ? &*stored_ : nullptr; }
-  /// How often an add-in saved it.
+  /// How many times an add-in has saved it.
   int SavesByAddIn() const { return saves_by_add_in_; }
 
   // What the user and Outlook itself do.

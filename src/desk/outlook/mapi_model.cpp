@@ -166,7 +166,7 @@ class SafeItem final : public platform::SafeMailItem {
     if (!item_) Raise(kObjectNotSet);
     return *item_;
   }
-  /// Only 8-bit text (type 30) is kept under a name; another type is another property.
+  /// Named properties are 8-bit text (type 30); a tag of another type is another property.
   const std::pair<std::string, std::string>* TextProperty(std::int32_t tag) const {
     return (tag & 0xFFFF) == 30 ? world_->NameOf(tag) : nullptr;
   }
@@ -197,7 +197,7 @@ class Session final : public platform::MAPISession {
 void Directory::AddList(List entries) {
   const auto list = std::make_shared<const List>(std::move(entries));
   for (const DirectoryEntry& entry : *list) {
-    // Shares the list's ownership: the entry stays where it is.
+    // Shares ownership of the list; the entry is not copied.
     if (!entry.id.empty()) by_id_.try_emplace(entry.id, list, &entry);
   }
   lists_.push_back(list);

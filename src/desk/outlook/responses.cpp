@@ -30,7 +30,7 @@ std::string SenderLine(const Person& sender) {
   return sender.address.empty() ? sender.name : sender.name + " [mailto:" + sender.address + "]";
 }
 
-/// The name and the text of each line above a quoted message.
+/// The names and texts of the lines above a quoted message.
 std::vector<std::pair<std::string, std::string>> QuotedHeader(const ItemData& original) {
   std::vector<std::pair<std::string, std::string>> lines;
   const auto add = [&](std::string name, std::string text) {
@@ -77,7 +77,7 @@ ItemData Respond(const ItemData& original, std::string_view prefix) {
   return response;
 }
 
-/// Adds each once: one address is one recipient, whatever its name.
+/// Adds each recipient once. The address decides, not the name.
 class RecipientAdder {
  public:
   explicit RecipientAdder(std::vector<RecipientData>& recipients) : recipients_(recipients) {}
@@ -92,7 +92,7 @@ class RecipientAdder {
  private:
   std::vector<RecipientData>& recipients_;
   std::unordered_set<std::string> addresses_;
-  /// Of those without an address.
+  /// Recipients without an address.
   std::unordered_set<std::string> names_;
 };
 

@@ -8,7 +8,7 @@
 namespace corvessa::desk {
 namespace {
 
-// MAPI gives named properties the identifiers from 0x8000 on, in the upper half of the tag.
+// MAPI numbers named properties from 0x8000 on, in the upper half of the tag.
 constexpr std::uint32_t kFirstNamedProperty = 0x8000;
 
 }  // namespace
