@@ -104,7 +104,7 @@ class Bench final : public AddInFixture {
     const auto item = Draft(1, "See attached.");
     for (int i = 0; i < number; ++i) {
       const std::string name = std::to_string(i) + ".bin";
-      item->AddAttachment({name, name, FourMegabytes(), "", ""});
+      item->AddAttachment({name, name, outlook.Keep(std::string(4 * 1024 * 1024, 'x')), "", ""});
     }
     if (!outlook.Send(item)) std::printf("NOT SENT\n");
   }
