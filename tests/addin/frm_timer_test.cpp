@@ -88,6 +88,20 @@ TEST_F(FrmTimer, ForgetsPassphrasesAfterTheMinutesSinceTheLastReset) {
   }
 }
 
+TEST_F(FrmTimer, ForgetsPassphrasesBeforeItDeletesFiles) {
+  CreateCrypto();
+  g_lPassphraseMemory = 1;
+  QueueForDeletion(MakeFile(platform::Host().files.TemporaryFolder() + "a.txt"));
+  std::vector<std::string> chores;
+  faults.on_call = [&](std::string_view call) {
+    if (call.ends_with("InitEngine") || call == "Files::Delete") chores.emplace_back(call);
+  };
+  Tick(60);
+  faults.on_call = nullptr;
+  ASSERT_EQ(chores.size(), 2U);
+  EXPECT_EQ(chores[1], "Files::Delete");
+}
+
 TEST_F(FrmTimer, ForgetsPassphrasesAlsoWhenTheEngineFails) {
   AllowError("frmTimer::ResetCryptoAndAccounts - gone");
   AllowError("frmTimer::CheckResetCryptoAndAccounts - Overflow");

@@ -5,6 +5,7 @@
 #include "accounts/nimbra_account.h"
 #include "accounts/registry_handlers.h"
 #include "addin/frm_send_from_external_application.h"
+#include "addin/outlook_support.h"
 #include "base/text.h"
 #include "crypto/services.h"
 #include "crypto/temp_files.h"
@@ -90,6 +91,10 @@ TEST_F(SendInterception, EveryChoiceIsReadByGpgAndByTheAddIn) {
       EXPECT_EQ(sent->body->find(kCanary) == std::string::npos, encrypt);
       EXPECT_EQ(sent->body->starts_with(encrypt ? kMessageArmour : kSignedArmour), encrypt || sign);
       EXPECT_EQ(ReadByGpg(*sent->body), (sign ? "+" : "") + std::string(kText));
+      if (encrypt) {
+        gpg.Run("--list-packets", *sent->body);
+        EXPECT_EQ(gpg.output.find("keyid 0000000000000000"), std::string::npos) << "no Bcc";
+      }
       ASSERT_EQ(sent->attachments.size(), sign ? 4U : 2U);
       for (const std::string& attachment : Attachments(*sent)) {
         EXPECT_TRUE(!encrypt || attachment.find(kCanary) == std::string::npos) << attachment;
@@ -146,6 +151,8 @@ INSTANTIATE_TEST_SUITE_P(, SendFromEachOutlook,
 TEST_P(SendFromEachOutlook, HTMLBecomesPlainTextAndComesBackWhenNothingIsSent) {
   const std::string converting = "ItemSend - converting body from HTML";
   const std::string html = "<html><b>canary-5e11</b></html>";
+  // Only -1 means after each use.
+  g_lPassphraseMemory = -7;
   LogInWith("secret");
   const auto item = Draft();
   item->EditHTMLBody(html);
@@ -328,6 +335,31 @@ TEST_F(SendInterception, AMailSentInsideAnotherLeavesItsHiddenRecipientsHidden) 
     gpg.Run("--list-packets", attachment->content->Bytes());
     EXPECT_NE(gpg.output.find("keyid 0000000000000000"), std::string::npos) << gpg.output;
   }
+}
+
+TEST_F(SendInterception, OnlySigningAndEncryptingTogetherMakeHTMLPlain) {
+  LogInWith("secret");
+  for (const bool encrypt : {true, false}) {
+    const auto item = Draft();
+    item->EditHTMLBody("<p>canary-5e11</p>");
+    Choose(item, encrypt, !encrypt);
+    ClearTrace();
+    EXPECT_TRUE(outlook.Send(item));
+    const auto trace = Trace();
+    EXPECT_EQ(std::ranges::count(trace, "ItemSend - converting body from HTML"), 0) << encrypt;
+  }
+}
+
+TEST_F(SendInterception, AMailThatIsCancelledAlreadyStaysAsItWas) {
+  const auto item = Draft();
+  item->EditHTMLBody("<p>canary-5e11</p>");
+  ClearTrace();
+  bool cancel = true;
+  g_oOutlookSupport->m_oApplication_ItemSend(item, cancel);
+  EXPECT_TRUE(cancel);
+  EXPECT_EQ(*item->Data().html, "<p>canary-5e11</p>");
+  const auto trace = Trace();
+  EXPECT_EQ(std::ranges::count(trace, "m_oApplication_ItemSend: Sending original"), 0);
 }
 
 TEST_F(SendInterception, WhatNeedsNothingPassesUntouched) {

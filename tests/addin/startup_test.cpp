@@ -1,3 +1,4 @@
+#include <algorithm>
 
 #include "accounts/frm_manage_user_keys.h"
 #include "accounts/frm_no_key_pairs.h"
@@ -39,6 +40,10 @@ class Startup : public testing::AddInFixture {
     Lines names;
     for (const FormPtr& form : LoadedForms()) names.push_back(form->Name());
     return names;
+  }
+  static void ExpectSplashScreenGone() {
+    const Lines names = LoadedFormNames();
+    EXPECT_EQ(std::ranges::count(names, "frmSplashScreen"), 0);
   }
 
  private:
@@ -143,7 +148,8 @@ TEST_F(Startup, WhenDisabledTracksWindowsButStartsNothing) {
 }
 
 TEST_F(Startup, WithoutAccountsLeadsToAFirstAddress) {
-  ui.Expect<frmManageUserKeys>("frmManageUserKeys", [](frmManageUserKeys&) {});
+  ui.Expect<frmManageUserKeys>("frmManageUserKeys",
+                               [](frmManageUserKeys&) { ExpectSplashScreenGone(); });
   ui.ExpectBox(
       "You have not configured any of your email accounts\r\n"
       "to send or receive secure email.\r\n\r\nWould you like to do this now?",
@@ -163,7 +169,8 @@ TEST_F(Startup, WithAccountsButNoKeysOffersTheirAddressesUnlessKeyGenerationIsOf
   StoreAccount("ann@work.example");
   outlook.AddExplorer();
   Lines offered;
-  ui.Expect<frmManageUserKeys>("frmManageUserKeys", [](frmManageUserKeys&) {});
+  ui.Expect<frmManageUserKeys>("frmManageUserKeys",
+                               [](frmManageUserKeys&) { ExpectSplashScreenGone(); });
   ui.AllowForm("frmModalShowInTaskbar");
   ui.Expect<frmNoKeyPairs>("frmNoKeyPairs", [&](frmNoKeyPairs& form) {
     for (int i = 0; i < form.lstEmailAddr.RowCount(); ++i) {
@@ -317,6 +324,31 @@ TEST_F(Startup, AWindowThatOpensDuringCloseDownIsLeftAloneAndTheEngineGoesAtOnce
   EXPECT_EQ(Trace(), (Lines{"OutlookSupport::m_oExplorers_NewExplorer" + not_set,
                             "OutlookSupport::m_oInspectors_NewInspector" + not_set}));
   AllowError("OutlookSupport::m_o");
+}
+
+TEST_F(Startup, ServesTheWindowsThatAreOpenAndThoseThatOpenLaterUntilTheDisconnection) {
+  StoreAccount("ann@example.org");
+  const auto first = outlook.AddExplorer();
+  const auto item = outlook.NewMail();
+  outlook.Open(item);
+  ConnectAddIn();
+  ClearTrace();
+  item->SetBody("x");
+  EXPECT_EQ(Trace(), Lines{"MailItem PropertyChange Body"});
+
+  Lines calls;
+  faults.on_call = [&](std::string_view call) { calls.emplace_back(call); };
+  const auto later = outlook.AddExplorer();
+  faults.on_call = nullptr;
+  EXPECT_EQ(calls, Lines{"Explorer.Subscribe"}) << "the first explorer only has the button";
+
+  DisconnectAddIn();
+  g_bLogDebuggingInfo = true;
+  ClearTrace();
+  item->SetBody("y");
+  outlook.CloseExplorer(later);
+  outlook.CloseExplorer(first);
+  EXPECT_EQ(Trace(), Lines{});
 }
 
 TEST_F(Startup, CloseDownDeletesWhatIsQueuedAndForgetsPassphrases) {

@@ -9,6 +9,7 @@
 #include "crypto/engine_error_text.h"
 #include "crypto/services.h"
 #include "message/header_fields.h"
+#include "settings/settings.h"
 #include "support/addin_fixture.h"
 #include "support/form_checks.h"
 
@@ -152,6 +153,51 @@ TEST_F(CryptoOperationsTest, OnlyAFileThatIsNoMessageIsNoFailure) {
     std::string body(kArmour);
     EXPECT_EQ(Decrypt(body), c.result) << c.status;
     EXPECT_EQ(node->lDecryptStatus, c.of_node) << c.status;
+  }
+}
+
+TEST_F(CryptoOperationsTest, TheLastAttachmentThatFailsDecidesTheStatus) {
+  for (const int status : {-3, -13, 0}) {
+    const auto node = std::make_shared<AttachmentNode>();
+    node->sDir = files.TemporaryFolder();
+    node->sFilename = node->original_filename = node->sDir + Decimal(status) + ".bin";
+    files.Write(node->sFilename, "cipher");
+    nodes_.push_back(node);
+    Engine().Once("DecryptFileEx", {.status = status});
+  }
+  Engine().Once("DecryptTextEx", {.text = "plain"});
+  ui.ExpectBox("Failed to decrypt message:\r\n\r\nNo matching key pair avaliable.");
+  std::string body(kArmour);
+  EXPECT_EQ(Decrypt(body), -13);
+}
+
+TEST_F(CryptoOperationsTest, AdditionalKeysJoinTheRecipientsUnlessTheUserStopsTheMail) {
+  g_bADKEnabled = true;
+  Engine().Always("GetRecipientADKs", {.items = {"vault@else.net", "log@else.net"}});
+  Engine().Always("EncryptText", {.text = "-----BEGIN PGP MESSAGE-----\r\nx"});
+  const auto item = outlook.NewMail();
+  item->EditRecipients({{desk::RecipientKind::kTo, "Bob", "bob@example.net", "", {}}});
+  WriteHeaderFlag(item, kNoSign, true);
+  const auto send = [&](const char* on_own_list, std::int32_t answer) {
+    Engine().ClearCalls();
+    Engine().Always("GetAddressADKs", {.items = {on_own_list}});
+    if (answer != 0) {
+      ui.ExpectBox(
+          "Encrypted emails sent to 'example.net' email addresses will also be encrypted "
+          "for:\r\n\r\nvault@else.net, log@else.net",
+          answer);
+    }
+    return Crypto()->SignAndEncryptItem(item, nodes_, false);
+  };
+  const std::string all = "bob@example.net, ann@example.org, vault@else.net, log@else.net";
+  EXPECT_EQ(send("vault@else.net", platform::kAnswerCancel), 1000);
+  EXPECT_NE(Engine().Operations().back(), "EncryptText");
+  EXPECT_EQ(send("vault@else.net", platform::kAnswerOk), 0);
+  EXPECT_EQ(Engine().Calls().back().arguments[0], all);
+  // Covered by its domain or by an address there.
+  for (const char* covered : {"example.net", "any@example.net"}) {
+    EXPECT_EQ(send(covered, 0), 0) << covered;
+    EXPECT_EQ(Engine().Calls().back().arguments[0], all) << covered;
   }
 }
 

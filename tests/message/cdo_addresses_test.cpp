@@ -60,6 +60,7 @@ TEST_F(Addresses, ResolveByEachWayThereIs) {
 }
 
 TEST_F(Addresses, TraceEveryStepOfTheSearch) {
+  EXPECT_EQ(platform::kSmtpAddressTag, 972947486);
   using desk::RecipientKind;
   EXPECT_EQ(Resolve({RecipientKind::kTo, "x", "", "", "/O=ex/cn=cy"}), "cy@example.org");
   EXPECT_EQ(Resolve({RecipientKind::kTo, "x", "/o=ex/cn=unlisted", "5", {}}), "cy@example.org");

@@ -49,6 +49,7 @@ TEST_F(OptionsBar, StartsFromTheSettingsAndTheMessage) {
             "Encrypt- Sign+ NoEncrypt=True NoSign=False");
 
   const auto reply = outlook.NewMail();
+  EXPECT_EQ(platform::kInternetHeaders, "{00020386-0000-0000-C000-000000000046}");
   WriteHeaderFlag(reply, "Corvessa Encrypted Reply", true);
   EXPECT_EQ(Options(*outlook.Open(reply)), "Encrypt+ Sign+ NoEncrypt=False NoSign=False");
   // Only the word itself, blanks round it aside, is a yes.
