@@ -30,6 +30,13 @@ std::string_view IconForm(std::string_view long_name) {
   return "frmDummyIconCorvessa";
 }
 
+/// Reads the name only if the text needs it: a form has many captions and few placeholders, and
+/// every name is read from the registry anew.
+std::string Substitute(std::string_view text, std::string_view placeholder, std::string (*name)()) {
+  if (text.find(placeholder) == std::string_view::npos) return std::string(text);
+  return Replace(text, placeholder, name());
+}
+
 void CustomizeControl(Control& control) {
   if (auto* image = dynamic_cast<Image*>(&control)) {
     if (image->Name() == "imgLogoImage") image->Picture = GetLogoPicture();
@@ -94,8 +101,8 @@ platform::PicturePtr GetAppIcon() {
 }
 
 std::string SubstituteNames(std::string_view text) {
-  const std::string with_short = Replace(text, "<!-- SHORTNAME -->", AppShortName());
-  return Replace(with_short, "<!-- LONGNAME -->", AppLongName());
+  const std::string with_short = Substitute(text, "<!-- SHORTNAME -->", AppShortName);
+  return Substitute(with_short, "<!-- LONGNAME -->", AppLongName);
 }
 
 void CustomizeForm(Form& form) {

@@ -94,5 +94,17 @@ TEST_F(Brand, PagesGetTheAliasAsItStandsAndOnlyWebAddressesOpen) {
                                 "http://x.org?u=http://y.org"}));
 }
 
+TEST_F(Brand, ReadsANameOnlyWhereATextHoldsItAndTheShortOneFirst) {
+  int reads = 0;
+  faults.on_call = [&](std::string_view call) { reads += call == "RegistryKey::ReadString"; };
+  EXPECT_EQ(SubstituteNames("<!-- shortname -->"), "<!-- shortname -->");
+  EXPECT_EQ(reads, 0);
+  EXPECT_EQ(SubstituteNames("<!-- SHORTNAME -->"), "Corvessa");
+  EXPECT_EQ(reads, 1);
+  faults.on_call = nullptr;
+  SetEdition("AppLongName", "<!-- SHORTNAME -->");
+  EXPECT_EQ(SubstituteNames("<!-- LONGNAME -->"), "<!-- SHORTNAME -->");
+}
+
 }  // namespace
 }  // namespace corvessa
