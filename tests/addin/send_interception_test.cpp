@@ -302,12 +302,14 @@ TEST_F(SendInterception, AMailWithEverythingTracesEachStep) {
   Attach(item, "a.txt", "canary-5e11");
   ClearTrace();
   int safe_items = 0;
+  int made_by_the_send = 0;
   faults.on_call = [&](std::string_view call) {
     if (call == "Redemption.CreateSafeMailItem") ++safe_items;
+    if (call == "Attachments.Add") made_by_the_send = safe_items;
   };
   const auto sent = outlook.Send(item);
   faults.on_call = nullptr;
-  EXPECT_EQ(safe_items, 1);
+  EXPECT_EQ(made_by_the_send, 1);
   ASSERT_TRUE(sent);
   ExpectGolden("trace_of_signing_and_encryption", Trace());
   const platform::EngineAccount reader{"archive@example.org"};
