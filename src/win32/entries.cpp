@@ -136,13 +136,19 @@ Handle Open(const std::wstring& path, DWORD access, DWORD disposition, DWORD fla
   return opened;
 }
 
-Kind KindOf(HANDLE opened) {
+Kind KindOf(HANDLE opened, const std::wstring& path) {
   FILE_ATTRIBUTE_TAG_INFO info{};
   Check(GetFileInformationByHandleEx(opened, FileAttributeTagInfo, &info, sizeof info));
+  const bool is_folder = (info.FileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
   // Other reparse points are files whose content is elsewhere, such as in a cloud.
-  const bool is_link = (info.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) &&
-                       (info.ReparseTag == 0 || IsReparseTagNameSurrogate(info.ReparseTag));
-  return {(info.FileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0, is_link};
+  if (info.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) {
+    return {is_folder, static_cast<bool>(IsReparseTagNameSurrogate(info.ReparseTag))};
+  }
+  // Wine follows a link to a folder whatever it is told.
+  const DWORD by_path = GetFileAttributesW(path.c_str());
+  const bool is_link =
+      by_path != INVALID_FILE_ATTRIBUTES && (by_path & FILE_ATTRIBUTE_REPARSE_POINT);
+  return {is_folder, is_link};
 }
 
 void Replace(HANDLE file, const std::wstring& from, const std::wstring& to) {

@@ -32,7 +32,7 @@ struct Kind {
   /// A symbolic link or junction; only when opened with FILE_FLAG_OPEN_REPARSE_POINT.
   bool is_link;
 };
-Kind KindOf(HANDLE opened);
+Kind KindOf(HANDLE opened, const std::wstring& path);
 
 /// Puts `file`, which is open with DELETE and whose path is `from`, in the place of `to`. Readers
 /// that have the old file open keep it. Before Windows 10, that takes two steps, with the old file

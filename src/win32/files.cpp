@@ -32,10 +32,11 @@ DWORD FlagsFor(File::Links links) {
 }
 
 File OpenOrdinary(const fs::path& path, DWORD access, DWORD disposition, File::Links links) {
+  const std::wstring system_path = win32::SystemPath(path);
   win32::PrivateAccess is_private;
-  win32::Handle file = win32::Open(win32::SystemPath(path), access, disposition, FlagsFor(links),
-                                   is_private.Attributes());
-  const win32::Kind kind = win32::KindOf(file.Get());
+  win32::Handle file =
+      win32::Open(system_path, access, disposition, FlagsFor(links), is_private.Attributes());
+  const win32::Kind kind = win32::KindOf(file.Get(), system_path);
   if (links == File::Links::kRefuse && kind.is_link) {
     Throw(std::make_error_code(std::errc::too_many_symbolic_link_levels));
   }

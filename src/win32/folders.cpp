@@ -58,7 +58,7 @@ win32::Handle OpenFolder(const std::wstring& folder) {
       folder.c_str(), FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
       OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_BACKUP_SEMANTICS, nullptr));
   if (!opened) win32::ThrowLastError();
-  const win32::Kind kind = win32::KindOf(opened.Get());
+  const win32::Kind kind = win32::KindOf(opened.Get(), folder);
   if (kind.is_link || !kind.is_folder) Throw(std::make_error_code(std::errc::not_a_directory));
   return opened;
 }
@@ -91,7 +91,7 @@ void MakePrivateFolder(const fs::path& folder, File::Links links) {
   if (failure != std::errc::file_exists) Throw(failure);
   const DWORD flags = links == File::Links::kRefuse ? FILE_FLAG_OPEN_REPARSE_POINT : 0;
   const win32::Kind kind =
-      win32::KindOf(win32::Open(path, FILE_READ_ATTRIBUTES, OPEN_EXISTING, flags).Get());
+      win32::KindOf(win32::Open(path, FILE_READ_ATTRIBUTES, OPEN_EXISTING, flags).Get(), path);
   if (!kind.is_folder || (links == File::Links::kRefuse && kind.is_link)) Throw(failure);
 }
 
