@@ -229,6 +229,10 @@ void AtomicFile::CopyPermissions(const File& other) {
   win32::CopyAccessList(Win32(other.Native()), Win32(Native()));
 }
 
+File AtomicFile::OpenWritten() const {
+  return File::OpenForReading(temporary_);
+}
+
 void AtomicFile::Commit() {
   win32::Replace(Win32(Native()), temporary_.native(), path_.native());
   temporary_.clear();
