@@ -22,6 +22,18 @@ void SecretString::Assign(std::string_view text) {
   WipeText(fresh);
 }
 
+void SecretString::Append(std::string_view text) {
+  const std::size_t size = text_.size() + text.size();
+  if (size > text_.capacity()) {
+    std::string fresh;
+    fresh.reserve(2 * size);
+    fresh.append(text_);
+    text_.swap(fresh);
+    WipeText(fresh);
+  }
+  text_.append(text);
+}
+
 void SecretString::Clear() noexcept {
   WipeText(text_);
 }

@@ -17,6 +17,8 @@ class SecretString {
   ~SecretString() { Clear(); }
 
   void Assign(std::string_view text);
+  /// Takes time in proportion to `text`, on average.
+  void Append(std::string_view text);
   void Clear() noexcept;
   bool IsEmpty() const { return text_.empty(); }
   /// Lives until the next change of this object.

@@ -38,7 +38,8 @@ void RemoveFolderIfEmpty(std::string_view folder) noexcept {
     platform::Files& files = platform::Host().files;
     const std::string shared = LCase(files.TemporaryFolder());
     std::string emptied(folder);
-    while (LCase(emptied) != shared && files.List(emptied).empty()) {
+    // Ends with the first folder that is not empty: that cannot be removed.
+    while (LCase(emptied) != shared) {
       files.RemoveEmptyFolder(emptied);
       emptied.resize(FolderOf(std::string_view(emptied).substr(0, emptied.size() - 1)).size());
       if (!LCase(emptied).starts_with(shared)) return;

@@ -42,10 +42,9 @@ void frmProgress::SetCaption(std::string_view text, std::int32_t extra_steps) {
   if (!active_) return;
   const FormPtr held = shared_from_this();
   Guarded("frmProgress::SetCaption - ", [&] {
-    std::string log(Text1.Text());
-    const std::size_t start = log.size();
-    log.append("(").append(platform::Host().clock.DateTimeText()).append(") ");
-    Text1.SetText(log.append(text).append(kCrLf));
+    const std::size_t start = Text1.Text().size();
+    std::string line = "(" + platform::Host().clock.DateTimeText() + ") ";
+    Text1.AppendText(line.append(text).append(kCrLf));
     Text1.SelStart = start;
     lblDescription.SetCaption(text);
     if (pgbProgress.Max > pgbProgress.Value) {

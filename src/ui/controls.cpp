@@ -80,6 +80,11 @@ void TextBox::SetText(std::string_view text) {
   RaiseEvent("Change", OnChange);
 }
 
+void TextBox::AppendText(std::string_view text) {
+  text_.Append(text);
+  RaiseEvent("Change", OnChange);
+}
+
 void TextBox::Type(std::string_view text) {
   if (IsShown() && IsUsable() && !IsMultiLine()) SetText(text);
 }

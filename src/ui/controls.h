@@ -123,6 +123,8 @@ class TextBox final : public Control {
   std::string_view Text() const { return text_.View(); }
   /// Raises OnChange when the text differs. What a password box held is wiped.
   void SetText(std::string_view text);
+  /// Adds to the end, without copying what is there. Raises OnChange.
+  void AppendText(std::string_view text);
   /// The user's typing; nothing happens while the box is hidden, disabled or read-only.
   void Type(std::string_view text);
   /// The user has gone on to another control.
