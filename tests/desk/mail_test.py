@@ -244,6 +244,15 @@ class Opening(DeskCase):
                         "because DisableAutoDecryptAttachments is on; --save-attachments saves them "
                         "decrypted\n")
 
+    def test_saved_attachments_are_neither_hidden_nor_taken_for_options(self):
+        sent = self.sent(files={".bashrc": b"1", "-rf": b"2"})
+        for switch in ("0", "1"):
+            self.assertDone(self.bob("set", "DisableAutoDecryptAttachments", switch))
+            folder = self.folder / f"saved{switch}"
+            self.assertDone(self.bob("open", sent, "--save-attachments", folder), out=None)
+            self.assertEqual({path.name: path.read_bytes() for path in folder.iterdir()
+                              if path.suffix != ".sig"}, {"_.bashrc": b"1", "_-rf": b"2"})
+
     def test_a_message_left_to_its_button_is_a_failure(self):
         sent = self.sent()
         self.assertDone(self.bob("set", "DisableAutoDecryptAndVerify", "1"))

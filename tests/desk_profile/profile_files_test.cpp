@@ -5,12 +5,14 @@
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 #include <vector>
 
 #include "base/error.h"
 #include "base/guard.h"
 #include "support/temp_folder.h"
+#include "system/files.h"
 
 namespace corvessa::desk {
 namespace {
@@ -128,6 +130,36 @@ TEST_F(ProfileFilesTest, RefusesALinkAsTemporaryFolder) {
             temporary.string() + " is a link or a file, not a folder");
   EXPECT_EQ(Attempt([&] { RemoveTemporaryLeftovers(temporary); }).number, kPathFileAccess);
   EXPECT_TRUE(fs::exists(elsewhere / "mail12"));
+}
+
+TEST(AtomicFileTest, HasNoNameUntilItIsCommittedAndReplacesOnlyWhenToldTo) {
+  const testing::TempFolder folder;
+  const auto entries = [&] {
+    std::vector<std::string> found;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
+      found.push_back(entry.path().filename().string() + "=" + testing::ContentOf(entry.path()));
+    }
+    return found;
+  };
+  const auto write = [&](std::string_view text, auto commit) {
+    system::AtomicFile file(folder / "f");
+    file.Write(text);
+    EXPECT_EQ(file.OpenWritten().ReadAll(), text);
+    const auto before = entries();
+    commit(file);
+    return before;
+  };
+  using Entries = std::vector<std::string>;
+  EXPECT_EQ(write("1", [](auto& /*file*/) {}), Entries{});
+  EXPECT_EQ(entries(), Entries{});
+  EXPECT_EQ(write("2", [](auto& file) { file.CommitNew(); }), Entries{});
+  EXPECT_EQ(write("3", [](auto& file) { EXPECT_THROW(file.CommitNew(), std::system_error); }),
+            Entries{"f=2"});
+  EXPECT_EQ(write("4", [](auto& file) { file.Commit(); }), Entries{"f=2"});
+  EXPECT_EQ(write("5", [](auto& file) { file.CommitDurably(); }), Entries{"f=4"});
+  EXPECT_EQ(entries(), Entries{"f=5"});
+  EXPECT_EQ(std::filesystem::status(folder / "f").permissions(),
+            std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
 }
 
 }  // namespace
