@@ -140,7 +140,12 @@ build_rnp() {
 # start NAME: builds in the background, so that a failing command ends it; finish NAME: waits for it.
 declare -A running=()
 start() {
-  (cd "$work/$1" && "build_${1//-/_}" && echo "$1: $SECONDS s" >&3) 3>&2 >"$work/$1.log" 2>&1 &
+  (
+    # One by one: in a list of commands, bash would not stop at the first that fails.
+    cd "$work/$1"
+    "build_${1//-/_}"
+    echo "$1: $SECONDS s" >&3
+  ) 3>&2 >"$work/$1.log" 2>&1 &
   running[$1]=$!
 }
 finish() {
