@@ -104,7 +104,7 @@ KeyInfo InfoOf(rnp_ffi_t ffi, rnp_key_handle_t primary) {
   return info;
 }
 
-std::string FormatInfo(rnp_ffi_t ffi, rnp_key_handle_t primary) {
+std::string FormatInfo(rnp_ffi_t ffi, rnp_key_handle_t primary, bool secret) {
   const auto keys = WithSubkeys(ffi, primary);
   if (std::ranges::any_of(keys, [](const Key& key) {
         return Get<std::uint32_t>(rnp_key_get_creation, key.get()) > Now();
@@ -113,8 +113,8 @@ std::string FormatInfo(rnp_ffi_t ffi, rnp_key_handle_t primary) {
   }
   const auto info = InfoOf(ffi, primary);
   std::string flags;
-  if (info.secret) flags += kSecret;
-  if (info.open) flags += kOpen;
+  if (secret && info.secret) flags += kSecret;
+  if (secret && info.open) flags += kOpen;
   if (info.revoked) flags += kRevoked;
   std::string text;
   for (const auto number : {info.created, info.expires, EncryptsUntil(ffi, primary)}) {

@@ -190,7 +190,7 @@ std::string KeyRings::IndexRing(bool secret) const {
     }
     const auto key = FindKey(scratch.get(), loaded.front());
     lines += IndexLine(secret, piece.offset, piece.length, FactsOf(key.get()),
-                       FormatInfo(scratch.get(), key.get()));
+                       FormatInfo(scratch.get(), key.get(), /*secret=*/true));
   }
   // What cannot be read would be lost with the next write.
   if (damaged) Rescue(secret, data);

@@ -40,9 +40,9 @@ bool HasSecretPart(rnp_ffi_t ffi, rnp_key_handle_t primary) {
 /// What the rings are to hold of a key of the scratch store.
 void AddForRings(rnp_ffi_t ffi, rnp_key_handle_t primary, std::vector<KeyRings::NewKey>& keys) {
   const auto facts = FactsOf(primary);
-  const auto info = FormatInfo(ffi, primary);
-  keys.push_back({false, facts, info, ExportPublic(primary)});
-  if (HasSecretPart(ffi, primary)) keys.push_back({true, facts, info, ExportSecret(primary)});
+  keys.push_back({false, facts, FormatInfo(ffi, primary, /*secret=*/false), ExportPublic(primary)});
+  if (!HasSecretPart(ffi, primary)) return;
+  keys.push_back({true, facts, FormatInfo(ffi, primary, /*secret=*/true), ExportSecret(primary)});
 }
 
 void TellOfLeftOut(const LeftOut& left_out) {
