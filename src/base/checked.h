@@ -18,14 +18,12 @@ To CheckedNarrow(From value) {
 }
 
 template <std::signed_integral Integer>
-  requires(sizeof(Integer) <= sizeof(std::int32_t))
-Integer CheckedAdd(Integer a, Integer b) {
+requires(sizeof(Integer) <= sizeof(std::int32_t)) Integer CheckedAdd(Integer a, Integer b) {
   return CheckedNarrow<Integer>(std::int64_t{a} + std::int64_t{b});
 }
 
 template <std::signed_integral Integer>
-  requires(sizeof(Integer) <= sizeof(std::int32_t))
-Integer CheckedMultiply(Integer a, Integer b) {
+requires(sizeof(Integer) <= sizeof(std::int32_t)) Integer CheckedMultiply(Integer a, Integer b) {
   return CheckedNarrow<Integer>(std::int64_t{a} * std::int64_t{b});
 }
 

@@ -1,7 +1,6 @@
-#include "engine/armour.h"
-
 #include <optional>
 
+#include "engine/armour.h"
 #include "engine/status.h"
 
 namespace corvessa::engine {

@@ -1,10 +1,9 @@
-#include "engine/operations.h"
-
 #include <algorithm>
 #include <map>
 #include <vector>
 
 #include "engine/key_facts.h"
+#include "engine/operations.h"
 #include "engine/packets.h"
 #include "engine/status.h"
 

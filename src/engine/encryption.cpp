@@ -1,8 +1,8 @@
-#include "engine/operations.h"
-
 #include <array>
 #include <cmath>
 #include <cstdint>
+
+#include "engine/operations.h"
 
 namespace corvessa::engine {
 namespace {

@@ -27,7 +27,7 @@ struct KeyInfo {
   bool open = false;         ///< and some of it without a passphrase
   bool revoked = false;
   bool expired = false;
-  bool encrypts = false;  ///< mail can be encrypted to it now
+  bool encrypts = false;                        ///< mail can be encrypted to it now
   std::vector<std::string> new_addresses = {};  ///< those that an import has added
   bool operator==(const KeyInfo&) const = default;
 };

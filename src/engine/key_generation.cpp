@@ -1,6 +1,6 @@
-#include "engine/key_import.h"
-
 #include <cstdint>
+
+#include "engine/key_import.h"
 
 namespace corvessa::engine {
 namespace {

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "engine/key_rings.h"
 #include "engine/engine.h"
+#include "engine/key_rings.h"
 #include "engine/rnp_handles.h"
 
 /// What the user is shown of a key. Finding it out means checking every signature of the key, which
@@ -16,8 +16,8 @@ namespace corvessa::engine {
 KeyInfo InfoOf(rnp_ffi_t ffi, rnp_key_handle_t primary);
 
 /// The info as a part of an index line, with times in place of what time changes. Empty when it
-/// cannot be kept, because the key claims to be made in the future. A half that goes into the public
-/// ring says nothing of the `secret` one.
+/// cannot be kept, because the key claims to be made in the future. A half that goes into the
+/// public ring says nothing of the `secret` one.
 std::string FormatInfo(rnp_ffi_t ffi, rnp_key_handle_t primary, bool secret);
 
 /// The info of an entry as of now; nothing when the index holds none.

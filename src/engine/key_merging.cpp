@@ -1,11 +1,10 @@
-#include "engine/key_import.h"
-
 #include <algorithm>
 #include <functional>
 #include <set>
 #include <vector>
 
 #include "engine/key_facts.h"
+#include "engine/key_import.h"
 #include "engine/packets.h"
 #include "engine/status.h"
 

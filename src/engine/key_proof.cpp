@@ -1,7 +1,6 @@
-#include "engine/key_import.h"
-
 #include <algorithm>
 
+#include "engine/key_import.h"
 #include "engine/operations.h"
 #include "engine/packets.h"
 #include "engine/rnp_streams.h"

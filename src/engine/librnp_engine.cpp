@@ -8,8 +8,8 @@
 #include "base/address.h"
 #include "base/error.h"
 #include "engine/armour.h"
-#include "engine/operations.h"
 #include "engine/key_facts.h"
+#include "engine/operations.h"
 #include "engine/packets.h"
 
 namespace corvessa::engine {

@@ -9,8 +9,8 @@
 #include "engine/engine.h"
 #include "engine/key_servers.h"
 #include "engine/key_store.h"
-#include "engine/status.h"
 #include "engine/operations.h"
+#include "engine/status.h"
 
 namespace corvessa::engine {
 

@@ -2,9 +2,9 @@
 
 #include "engine/adks.h"
 #include "engine/armour.h"
-#include "engine/operations.h"
 #include "engine/librnp_engine.h"
 #include "engine/local_files.h"
+#include "engine/operations.h"
 #include "engine/packets.h"
 
 namespace corvessa::engine {

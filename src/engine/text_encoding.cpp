@@ -1,8 +1,7 @@
-#include "engine/armour.h"
-
 #include <algorithm>
 
 #include "base/text.h"
+#include "engine/armour.h"
 #include "system/charsets.h"
 
 namespace corvessa::engine {

@@ -1,10 +1,9 @@
-#include "engine/operations.h"
-
 #include <algorithm>
 #include <exception>
 #include <optional>
 
 #include "engine/key_facts.h"
+#include "engine/operations.h"
 #include "engine/status.h"
 
 namespace corvessa::engine {
