@@ -165,11 +165,12 @@ TEST(LoadMail, AnEmbeddedMailKeepsEveryByteWhateverItIs) {
            "Content-Transfer-Encoding: " +
            encoding + "\n\n" + content;
   };
-  for (const auto& [content, encoding, bytes] :
-       std::vector<std::array<std::string, 3>>{{odd, "8bit", odd},
-                                               {"%PDF-1.4\nmore", "7bit", "%PDF-1.4\r\nmore"},
-                                               {"\n\n\nwords", "7bit", "\r\n\r\n\r\nwords"},
-                                               {"VG86CmEK", "base64", "To:\na\n"}}) {
+  for (const auto& [content, encoding, bytes] : std::vector<std::array<std::string, 3>>{
+           {odd, "8bit", odd},
+           {"%PDF-1.4\nmore", "7bit", "%PDF-1.4\r\nmore"},
+           {std::string(2000, 'x'), "7bit", std::string(2000, 'x')},
+           {"\n\n\nwords", "7bit", "\r\n\r\n\r\nwords"},
+           {"VG86CmEK", "base64", "To:\na\n"}}) {
     const auto raw = "From: a@b\n" + Multipart("mixed", {"\none", part(content, encoding)});
     const auto mail = ParseMail(raw);
     ASSERT_EQ(mail.attachments.size(), 1U);

@@ -144,7 +144,11 @@ std::string Content::Start(std::size_t size) const {
   std::string start(size, '\0');
   const auto reader = Open();
   std::size_t done = 0;
-  while (const std::size_t got = reader->Read(start.data() + done, size - done)) done += got;
+  while (done < size) {
+    const std::size_t got = reader->Read(start.data() + done, size - done);
+    if (got == 0) break;
+    done += got;
+  }
   start.resize(done);
   return start;
 }

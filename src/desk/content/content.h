@@ -27,7 +27,7 @@ using PieceSink = std::function<void(std::string_view piece)>;
 class ContentReader {
  public:
   virtual ~ContentReader() = default;
-  /// Up to `size` bytes; 0 only at the end. Throws Error.
+  /// Up to `size` bytes, which must not be 0; 0 only at the end. Throws Error.
   virtual std::size_t Read(char* buffer, std::size_t size) = 0;
 };
 
