@@ -82,6 +82,8 @@ class Base64Reader final : public ContentReader {
       is_finished_ = true;
     }
     for (std::size_t i = 0; i < piece.size() && !is_finished_; ++i) {
+      if (digits_ == 0) i += TakeWholeGroups(piece.substr(i));
+      if (i == piece.size()) break;
       const unsigned char value = Base64Value(piece[i]);
       if (value < kOther) {
         TakeDigit(value);
@@ -92,6 +94,25 @@ class Base64Reader final : public ContentReader {
         is_pure_ = is_pure_ && value == kBlank;
       }
     }
+  }
+
+  /// Decodes groups of four digits that stand together; almost all of them do.
+  std::size_t TakeWholeGroups(std::string_view text) {
+    std::array<char, 3 * 32> bytes;
+    std::size_t taken = 0;
+    std::size_t made = 0;
+    for (; taken + 4 <= text.size() && made < bytes.size(); taken += 4) {
+      const unsigned first = Base64Value(text[taken]);
+      const unsigned second = Base64Value(text[taken + 1]);
+      const unsigned third = Base64Value(text[taken + 2]);
+      const unsigned fourth = Base64Value(text[taken + 3]);
+      if ((first | second | third | fourth) >= kOther) break;
+      bytes[made++] = static_cast<char>(first << 2 | second >> 4);
+      bytes[made++] = static_cast<char>((second << 4 | third >> 2) & 0xFF);
+      bytes[made++] = static_cast<char>((third << 6 | fourth) & 0xFF);
+    }
+    decoded_.append(bytes.data(), made);
+    return taken;
   }
 
   void TakeDigit(unsigned char value) {
