@@ -65,8 +65,8 @@ TEST_F(Dialogs, AddressDialogAcceptsOnlyWhatLooksLikeAnAddress) {
                          shown.PressCloseBox();
                        }),
             "");
-  for (const char* refused :
-       {"@b.c", "a@.c", "a@b", "a@b.", "a@b.c.", "a.b@c", "abc", "a@.b.c", "a@b. "}) {
+  for (const char* refused : {"@b.c", "a@.c", "a@b", "a@b.", "a@b.c.", "a.b@c", "abc", "a@.b.c",
+                              "a@b. ", "a@b@c.d", "\xC3\x84 b@c.d"}) {
     ui.ExpectBox("Please enter a valid email address");
     EXPECT_EQ(AskAddress(*form,
                          [&](frmEMail& shown) {
@@ -78,10 +78,7 @@ TEST_F(Dialogs, AddressDialogAcceptsOnlyWhatLooksLikeAnAddress) {
               "");
   }
   for (const auto& [typed, address] : std::vector<std::pair<const char*, const char*>>{
-           {"a@b.c", "a@b.c"},
-           {"  Alice@Example.COM ", "alice@example.com"},
-           {"a@b@c.d", "a@b@c.d"},
-           {"\xC3\x84 b@c.d", "\xC3\xA4 b@c.d"}}) {
+           {"a@b.c", "a@b.c"}, {"  Alice@Example.COM ", "alice@example.com"}}) {
     EXPECT_EQ(AskAddress(*form,
                          [&](frmEMail& shown) {
                            shown.edEmail.Type(typed);
