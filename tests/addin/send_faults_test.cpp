@@ -132,6 +132,7 @@ TEST_F(Sending, AttachmentsThatCannotBeReplacedStopTheSendAndNoneIsLost) {
   LogInWith("secret");
   AllowError("");
   const std::string not_sent = "The message was not sent.\r\n\r\n";
+  // Two attempts, in each of which every attachment after the first one fails.
   const struct {
     std::string_view call;
     std::size_t at_count;
@@ -140,7 +141,7 @@ TEST_F(Sending, AttachmentsThatCannotBeReplacedStopTheSendAndNoneIsLost) {
   } cases[] = {
       {"Attachments.Remove", 2, 9,
        "Its attachments could not be removed for the encrypted or signed ones."},
-      {"Attachments.Add", 1, 2, "Its encrypted or signed attachments could not be attached."}};
+      {"Attachments.Add", 1, 10, "Its encrypted or signed attachments could not be attached."}};
   for (const auto& c : cases) {
     const auto item = Draft();
     for (const char* name : {"a.txt", "b.txt", "c.txt"}) Attach(item, name, "canary-5e11");
