@@ -17,7 +17,6 @@
 #include "message/message_operations.h"
 #include "platform/redemption.h"
 #include "settings/edition.h"
-#include "ui/unload_at_end.h"
 
 namespace corvessa {
 namespace {

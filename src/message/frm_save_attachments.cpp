@@ -44,8 +44,8 @@ class EndOfSaving {
 
 frmSaveAttachments::frmSaveAttachments()
     : BrandedForm("frmSaveAttachments", "<!-- SHORTNAME --> Attachments", 420, 372) {
-  cmdSave.Default = true;
-  cmdCancel.Cancel = true;
+  cmdSave.SetDefault(true);
+  cmdCancel.SetCancel(true);
   cmdSave.OnClick = [this] { Save(); };
   cmdCancel.OnClick = [this] { Unload(); };
 }
@@ -69,14 +69,14 @@ void frmSaveAttachments::Save() {
     return;
   }
   // A second click behind a passphrase dialog must not begin a second saving.
-  cmdSave.Enabled = false;
+  cmdSave.SetEnabled(false);
   AttachmentNodes nodes;
   login_cancelled_ = false;
   const Error error = Attempt([&] {
     const EndOfSaving end(nodes);
     SaveChosen(folder, nodes);
   });
-  cmdSave.Enabled = true;
+  cmdSave.SetEnabled(true);
   if (error.number == 0) return;
   Report("Not saved: " + error.description);
   throw error;
@@ -148,7 +148,7 @@ bool frmSaveAttachments::CopyTo(const std::string& path, const AttachmentNode& n
 }
 
 void frmSaveAttachments::Report(std::string_view text) {
-  txtResults.SetText(std::string(txtResults.Text()).append(text).append("\r\n"));
+  txtResults.AppendText(std::string(text).append("\r\n"));
 }
 
 void OpenSaveAttachments(const platform::MailItemPtr& item) {
