@@ -24,8 +24,8 @@ struct SavingResult {
   void Complain(std::string complaint, Outcome because);
 };
 
-/// Saves the attachments of the open message into a folder, which is created if missing. An existing
-/// file is never replaced: CommandError names it before anything is saved.
+/// Saves the attachments of the open message into a folder, which is created if missing. An
+/// existing file is never replaced: CommandError names it before anything is saved.
 ///
 /// If the add-in shows its button for that, they are saved through its dialog, else as they are in
 /// the open message. Attachments that cannot be decrypted or written are not saved. Fills

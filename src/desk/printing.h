@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "desk/outlook/item_data.h"
 #include "desk/outlook/item.h"
+#include "desk/outlook/item_data.h"
 #include "desk/terminal/terminal_ui.h"
 
 /// What the desk prints of a message: as text for people, as JSON for scripts.
