@@ -15,6 +15,7 @@
 #include "message/item_access.h"
 #include "message/message_operations.h"
 #include "platform/host.h"
+#include "platform/observer.h"
 #include "platform/ui.h"
 #include "settings/edition.h"
 #include "settings/settings.h"
@@ -34,8 +35,12 @@ bool IsMailItem(const platform::MailItemPtr& item) {
 }
 
 bool NeedsSendProcessing(const SafeItem& item) {
-  return IsMailItem(item.Item()) && !g_bDisableKVPEntirely &&
-         (!ReadHeaderFlag(item, kNoEncrypt) || !ReadHeaderFlag(item, kNoSign));
+  if (!IsMailItem(item.Item()) || g_bDisableKVPEntirely) return false;
+  if (!ReadHeaderFlag(item, kNoEncrypt) || !ReadHeaderFlag(item, kNoSign)) return true;
+  platform::Observer& observer = platform::HostObserver();
+  observer.ConsentAsked(item.Item(), {platform::Consent::kLeaveUnencrypted, true});
+  observer.ConsentAsked(item.Item(), {platform::Consent::kLeaveUnsigned, true});
+  return false;
 }
 
 /// Asks for the choices that the missing options bar would have held. False if they could not be
@@ -54,12 +59,14 @@ bool AskForChoices(const platform::MailItemPtr& item) {
 
 bool ConfirmDuplicateFilenames(const platform::MailItemPtr& item) {
   if (!HasDuplicateFilenames(item)) return true;
-  return Confirm(
+  const bool agreed = Confirm(
       "The email you are sending contains multiple attachments with the  same "
       "filename.\r\n" +
       Customization::AppLongName() +
       " may encounter errors when decrypting these files.\r\n\r\n"
       "Continue sending this email?");
+  platform::HostObserver().ConsentAsked(item, {platform::Consent::kSameFileNames, agreed});
+  return agreed;
 }
 
 /// Each version of Outlook has its own way to make a message plain text.
@@ -183,6 +190,7 @@ void OutlookSupport::NewInspector(const platform::InspectorPtr& inspector) {
 
 void OutlookSupport::ItemSend(const platform::MailItemPtr& item, bool& cancel) {
   m_oApplication_ItemSend(item, cancel);
+  Guarded(kItemSendPrefix, [&] { platform::HostObserver().SendEnded(item, cancel); });
 }
 
 }  // namespace corvessa

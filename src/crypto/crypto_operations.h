@@ -131,7 +131,8 @@ class CryptoOperations {
   bool IsKeyStoreWhole();
   void AddOwnAddress(platform::IEngineStringVector& recipients);
   /// Adds what the recipients' domains ask for, with the user's consent; 1000 without it.
-  std::int32_t AddAdditionalDecryptionKeys(const std::vector<std::string>& addresses,
+  std::int32_t AddAdditionalDecryptionKeys(const SafeItem& item,
+                                           const std::vector<std::string>& addresses,
                                            platform::IEngineStringVector& recipients);
   std::int32_t EncryptAttachment(AttachmentNode& node,
                                  const platform::IEngineStringVector& recipients);

@@ -68,6 +68,7 @@ std::int32_t CryptoOperations::DecryptAllAttachments(const platform::MailItemPtr
   std::int32_t result = decrypt_status::kDone;
   Guarded("CryptoOperations:DecryptAllAttachments - ", [&] {
     ForEachAttachment(attachments, "Decrypting attachments", [&](const AttachmentNodePtr& node) {
+      node->examined = true;
       if (IsSignature(node->sFilename, attachments, item) &&
           HoldsReadableSignature(node->sFilename)) {
         return;
@@ -89,6 +90,7 @@ std::int32_t CryptoOperations::VerifyAllAttachments(AttachmentNodes& attachments
   std::int32_t result = sign_status::kGood;
   Guarded("CryptoOperations::VerifyAllAttachments - ", [&] {
     ForEachAttachment(attachments, kStep, [&](const AttachmentNodePtr& signature) {
+      signature->examined = true;
       if (!HasSignatureName(FileNameOf(signature->sFilename))) return;
       // What was encrypted may be a document with a signature's name.
       if (signature->lDecryptStatus == decrypt_status::kDone &&

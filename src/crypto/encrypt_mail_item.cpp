@@ -8,6 +8,7 @@
 #include "message/armour.h"
 #include "message/encryption_failure.h"
 #include "platform/host.h"
+#include "platform/observer.h"
 #include "settings/settings.h"
 
 namespace corvessa {
@@ -103,7 +104,7 @@ std::int32_t CryptoOperations::EncryptMailItem(const SafeItem& item, AttachmentN
     trace.Begin(7);
     if (g_bADKEnabled) {
       TraceLog("EncryptMailItem - Begin ADK Code");
-      status = AddAdditionalDecryptionKeys(addresses, *recipients);
+      status = AddAdditionalDecryptionKeys(item, addresses, *recipients);
       if (status != 0) return status;
       TraceLog("EncryptMailItem - Finished ADK Code");
     }
@@ -126,6 +127,7 @@ std::int32_t CryptoOperations::EncryptMailItem(const SafeItem& item, AttachmentN
     trace("Encrypting attachments");
     status = EncryptAllAttachments(item.Item(), attachments, *recipients);
     trace("Finished encrypting attachments");
+    if (status == 0) platform::HostObserver().Encrypted(item.Item(), TextsOf(*recipients));
     return status;
   });
 }

@@ -13,6 +13,7 @@
 #include "message/encryption_failure.h"
 #include "message/message_operations.h"
 #include "platform/host.h"
+#include "platform/observer.h"
 #include "platform/redemption.h"
 
 namespace corvessa {
@@ -113,7 +114,8 @@ void CryptoOperations::AddKeyAccountsToRecp(platform::IEngineStringVector& recip
 }
 
 std::int32_t CryptoOperations::AddAdditionalDecryptionKeys(
-    const std::vector<std::string>& addresses, platform::IEngineStringVector& recipients) {
+    const SafeItem& item, const std::vector<std::string>& addresses,
+    platform::IEngineStringVector& recipients) {
   std::vector<std::string> covered;
   for (const std::string& own : OwnAddresses()) {
     const auto on_record = platform::Host().engine.CreateStringVector();
@@ -126,8 +128,11 @@ std::int32_t CryptoOperations::AddAdditionalDecryptionKeys(
     const std::int32_t status = Engine()->GetRecipientADKs(domain, *extra);
     if (status != 0) return status;
     if (extra->Size() == 0) continue;
-    if (!Covers(covered, domain) && !AskAboutDomain(domain, VectorToString(*extra))) {
-      return kEncryptionCancelled;
+    if (!Covers(covered, domain)) {
+      const bool agreed = AskAboutDomain(domain, VectorToString(*extra));
+      platform::HostObserver().ConsentAsked(
+          item.Item(), {platform::Consent::kAdditionalKeys, agreed, TextsOf(*extra)});
+      if (!agreed) return kEncryptionCancelled;
     }
     for (std::int32_t i = 0; i < extra->Size(); ++i) {
       AddToVector(recipients, TextAt(*extra, i));

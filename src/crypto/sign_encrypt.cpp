@@ -11,6 +11,8 @@
 #include "message/encryption_failure.h"
 #include "message/header_fields.h"
 #include "message/item_access.h"
+#include "platform/host.h"
+#include "platform/observer.h"
 
 namespace corvessa {
 namespace {
@@ -52,8 +54,10 @@ class Checkpoint {
   std::vector<AttachmentNode> states_;
 };
 
-bool AskToSendUnsigned() {
-  return Confirm("Failed to sign email.  Send without signature?");
+bool AskToSendUnsigned(const SafeItem& item) {
+  const bool agreed = Confirm("Failed to sign email.  Send without signature?");
+  platform::HostObserver().ConsentAsked(item.Item(), {platform::Consent::kSendUnsigned, agreed});
+  return agreed;
 }
 
 }  // namespace
@@ -88,11 +92,14 @@ std::int32_t CryptoOperations::SignAndEncryptStored(const SafeItem& item,
   std::int32_t status = SignMailItem(item, attachments, sign_only);
   if (status != 0) {
     // The item still has its own attachments: they are replaced at the very end only.
-    if (!AskToSendUnsigned()) return status;
+    if (!AskToSendUnsigned(item)) return status;
     unsigned_message.PutBack(item.Item(), attachments);
   }
 
-  if (!no_encrypt) {
+  if (no_encrypt) {
+    platform::HostObserver().ConsentAsked(item.Item(),
+                                          {platform::Consent::kLeaveUnencrypted, true});
+  } else {
     const Checkpoint clear_message(item.Item(), attachments);
     status = EncryptMailItem(item, attachments);
     if (status != 0) {

@@ -9,6 +9,8 @@
 #include "crypto/passphrase_trial.h"
 #include "crypto/text_wrapping.h"
 #include "message/header_fields.h"
+#include "platform/host.h"
+#include "platform/observer.h"
 
 namespace corvessa {
 namespace {
@@ -53,7 +55,11 @@ std::int32_t CryptoOperations::SignMailItem(const SafeItem& item, AttachmentNode
                                             bool sign_only) {
   return Guarded(":SignMailItem - ", kGivenUp, [&]() -> std::int32_t {
     const NimbraAccountPtr signer = UserManagement::GetSigningAccount();
-    if (ReadHeaderFlag(item, kNoSign) || !signer) return 0;
+    if (ReadHeaderFlag(item, kNoSign)) {
+      platform::HostObserver().ConsentAsked(item.Item(), {platform::Consent::kLeaveUnsigned, true});
+      return 0;
+    }
+    if (!signer) return 0;
     const platform::SharedText text = TextToSign(item, sign_only);
 
     const std::optional<platform::EngineStatus> unlocked = UnlockSigner(signer);
@@ -65,7 +71,9 @@ std::int32_t CryptoOperations::SignMailItem(const SafeItem& item, AttachmentNode
       if (status == 0) item->SetBody(signed_text);
     }
     if (status == 0) status = SignAllAttachments(item.Item(), attachments);
-    if (status != 0) {
+    if (status == 0) {
+      platform::HostObserver().Signed(item.Item(), signer->m_sAlias);
+    } else {
       Tell("Failed to sign message:\r\n\r\n" + std::string(EngineErrorText(status)));
     }
     return status;

@@ -3,22 +3,15 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "platform/observer.h"
 
 namespace corvessa {
 
-// What a message or an attachment was found to be; any other value is a failure code. The engine's
-// own statuses of a verification count the other way round.
-namespace decrypt_status {
-inline constexpr std::int32_t kDone = 0;
-inline constexpr std::int32_t kNotEncrypted = 1;
-}  // namespace decrypt_status
-
-namespace sign_status {
-inline constexpr std::int32_t kGood = 0;
-inline constexpr std::int32_t kBad = 1;
-inline constexpr std::int32_t kNone = 2;
-}  // namespace sign_status
+namespace decrypt_status = platform::decrypt_status;
+namespace sign_status = platform::sign_status;
 
 /// One attachment of a message, stored as a temporary file.
 struct AttachmentNode {
@@ -32,6 +25,8 @@ struct AttachmentNode {
   std::int32_t lDecryptStatus = decrypt_status::kNotEncrypted;
   std::int32_t lSignStatus = sign_status::kNone;
   bool bDetachedSig = false;
+  /// The statuses were found, not only assumed.
+  bool examined = false;
 
   /// The file as it was stored from the item, before anything was done to it; the same as sFilename
   /// as long as nothing was, empty for a file that is not from the item. It is kept until the node
@@ -43,5 +38,10 @@ struct AttachmentNode {
 
 using AttachmentNodePtr = std::shared_ptr<AttachmentNode>;
 using AttachmentNodes = std::vector<AttachmentNodePtr>;
+
+/// As the host's observer is told; `signers` joined by ", ".
+platform::Protection ProtectionOf(std::int32_t decrypted, std::int32_t verified,
+                                  std::string_view signers);
+platform::AttachmentFacts FactsOf(const AttachmentNode& node);
 
 }  // namespace corvessa

@@ -3,6 +3,8 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "base/guard.h"
 #include "base/text.h"
@@ -15,6 +17,8 @@
 #include "forms/frm_no_keys_found.h"
 #include "message/cdo_addresses.h"
 #include "message/message_operations.h"
+#include "platform/host.h"
+#include "platform/observer.h"
 #include "platform/redemption.h"
 #include "settings/edition.h"
 #include "ui/unload_at_end.h"
@@ -35,30 +39,42 @@ std::string AddressWithoutKey(platform::Recipient& recipient) {
   return Crypto()->HasKeypair(address) == kHasKeyPair ? std::string{} : address;
 }
 
-void ListRecipients(frmNoKeysFound& form, const SafeItem& item, const Complaint& complaint) {
+std::vector<std::string> FindRecipients(const SafeItem& item, const Complaint& complaint) {
   const auto recipients = GetSafeRecipients(item);
   if (!recipients) Raise(kObjectNotSet);
+  std::vector<std::string> found;
   const std::int32_t count = recipients->Count();
   for (std::int32_t i = 1; i <= count; ++i) {
-    const std::string row = complaint(*recipients->Item(i));
-    if (!row.empty()) form.lstEmailAddr.AddRow(ForDisplay(row));
+    std::string row = complaint(*recipients->Item(i));
+    if (!row.empty()) found.push_back(std::move(row));
   }
+  return found;
+}
+
+void ReportAnswer(const SafeItem& item, std::int32_t answer, std::vector<std::string> recipients) {
+  platform::HostObserver().ConsentAsked(
+      item.Item(),
+      {platform::Consent::kSendUnencrypted, answer == kResultYes, std::move(recipients)});
 }
 
 std::int32_t AskAboutRecipients(const SafeItem& item, std::string_view heading,
                                 const Complaint& complaint) {
   const auto form = std::make_shared<frmNoKeysFound>();
   const UnloadAtEnd unload(*form);
-  ListRecipients(*form, item, complaint);
+  const std::vector<std::string> recipients = FindRecipients(item, complaint);
+  for (const std::string& row : recipients) form->lstEmailAddr.AddRow(ForDisplay(row));
   if (!heading.empty()) form->SetHeading(heading);
-  return form->SendUnencrypted();
+  const std::int32_t answer = form->SendUnencrypted();
+  ReportAnswer(item, answer, recipients);
+  return answer;
 }
 
-std::int32_t AskToSendInClear(std::string_view text) {
+std::int32_t AskToSendInClear(const SafeItem& item, std::string_view text) {
   // Cancel is the default, so that a key pressed too early sends nothing in clear.
-  const std::int32_t answer = ShowGeneric(text, frmGeneric::kOkCancel, DefaultButton::kCancel);
-  if (answer == kResultOk) return kResultYes;
-  if (answer == kResultCancel) return kResultNo;
+  std::int32_t answer = ShowGeneric(text, frmGeneric::kOkCancel, DefaultButton::kCancel);
+  if (answer == kResultOk) answer = kResultYes;
+  if (answer == kResultCancel) answer = kResultNo;
+  ReportAnswer(item, answer, {});
   return answer;
 }
 
@@ -74,15 +90,16 @@ std::int32_t Report(std::int32_t code, const SafeItem& item) {
       return AskAboutRecipients(item, {}, AddressWithoutKey);
     case platform::engine_status::kIoTrouble:
       return AskToSendInClear(
+          item,
           "An I/O error occurred while connecting to the key server.\r\n\r\n"
           "Continue sending this email without encryption?");
     case 0:
     case kEncryptionCancelled:
       return kResultOk;
     default:
-      return AskToSendInClear("An unexpected error occurred during encryption:\r\n\r\n" +
-                              std::string(EngineErrorText(code)) + " (" + Str(code) +
-                              ")\r\n\r\nWould you like to send the message unencrypted?");
+      return AskToSendInClear(item, "An unexpected error occurred during encryption:\r\n\r\n" +
+                                        std::string(EngineErrorText(code)) + " (" + Str(code) +
+                                        ")\r\n\r\nWould you like to send the message unencrypted?");
   }
 }
 

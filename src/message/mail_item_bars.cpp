@@ -105,6 +105,7 @@ void MailItemNode::AddDecryptNowBar() {
     AddButton(*controls, oCommandBarItemDecryptNow,
               {"DecryptNow", "&Decrypt/verify", "Decrypt/verify", kFaceDecrypt, true},
               &MailItemNode::oCommandBarItemDecryptNow_Click);
+    ReportFacts(platform::MessageFacts::State::kLeftToButton);
   });
 }
 
@@ -113,13 +114,15 @@ void MailItemNode::RemoveDecryptNowBar() {
   oCommandBarItemDecryptNow.Drop();
 }
 
+bool MailItemNode::LeavesAttachments() const {
+  return !g_bDisableKVPEntirely && g_bDisableAutoDecryptAttachments && WasDecryptedOrVerified() &&
+         m_oMailItem->Attachments()->Count() >= 1;
+}
+
 void MailItemNode::AddDecryptAttachmentsBar() {
   Guarded("AddDecryptAttachmentsBar Error - ", [&] {
     RemoveDecryptAttachmentsBar();
-    if (g_bDisableKVPEntirely || !g_bDisableAutoDecryptAttachments || !WasDecryptedOrVerified()) {
-      return;
-    }
-    if (m_oMailItem->Attachments()->Count() < 1) return;
+    if (!LeavesAttachments()) return;
     const auto controls = AddBar(*m_oMailItem, g_sDecryptAttachmentsCaption);
     AddButton(*controls, oCommandBarItemDecryptAttachments,
               {"DecryptAttachments", "&Decrypt/verify attachment(s)",

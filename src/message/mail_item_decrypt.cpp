@@ -50,6 +50,7 @@ void MailItemNode::DecryptVerifyMail(const platform::MailItemPtr& item,
     m_lSignStatus = sign_status::kNone;
     AddStatusBar();
     AddDecryptAttachmentsBar();
+    ReportFacts(platform::MessageFacts::State::kRead);
   });
   in_pass_ = false;
 }
@@ -80,6 +81,7 @@ void MailItemNode::DecryptVerifyProtected(const platform::MailItemPtr& item,
     // After an error too, so that the user sees that the message was not read.
     AddStatusBar();
     AddDecryptAttachmentsBar();
+    ReportFacts(platform::MessageFacts::State::kRead);
   }
   if (error.number != 0) throw error;
 }
@@ -99,10 +101,12 @@ void MailItemNode::DecryptVerifyBody(const platform::MailItemPtr& item, std::str
   if (text != armour) body_decrypted_ = true;
   // Behind the passphrase dialog the message may have been closed.
   if (!IsStillOpen()) return;
-  // Only the signed part would be left of it, and nobody could look at the rest: it is all shown,
-  // and nobody vouches for it.
+  // Verifying would reduce it to its signed part, and the rest exists nowhere else: it is all
+  // shown. A good signature does not cover all of that; a bad one stays bad.
   if (body_decrypted_ && IsPGPSignedMessage(text) && HoldsMoreThanArmour(text)) {
-    m_lSignStatus = sign_status::kNone;
+    std::string signed_part = text;
+    m_lSignStatus = crypto->VerifyMailItem(item, signed_part, attachments, m_sSigners);
+    if (m_lSignStatus == sign_status::kGood) m_lSignStatus = sign_status::kNone;
     return;
   }
   m_lSignStatus = crypto->VerifyMailItem(item, text, attachments, m_sSigners);

@@ -10,6 +10,7 @@
 #include "crypto/services.h"
 #include "crypto/stored_files.h"
 #include "forms/frm_generic.h"
+#include "message/armour.h"
 #include "message/frm_message_status.h"
 #include "message/frm_save_attachments.h"
 #include "message/header_fields.h"
@@ -89,11 +90,13 @@ void MailItemNode::m_oMailItem_Read() {
 void MailItemNode::OpenItem() {
   if (g_bDisableKVPEntirely) {
     RemoveBars();
+    ReportFacts(platform::MessageFacts::State::kLeftAlone);
     return TraceExit(m_bProcessed);
   }
   // Outlook raises both Read and Open for one opening: what the first of them built has to stay.
   if (m_bProcessed) return TraceExit(true);
   RemoveBars();
+  ReportFacts(platform::MessageFacts::State::kLeftAlone);
   m_lDecryptStatus = -1;
   m_lSignStatus = -1;
   if (!body_replaced_) body_decrypted_ = false;
@@ -207,6 +210,21 @@ void MailItemNode::CleanUp() {
     DeleteStoredFiles(m_oTempAttachments);
     if (const auto window = std::exchange(m_frmStatus, nullptr)) window->Unload();
     if (m_oMailItem) UnloadSaveAttachments(m_oMailItem->EntryID());
+  });
+}
+
+void MailItemNode::ReportFacts(platform::MessageFacts::State state) {
+  Guarded("MailItemNode::ReportFacts - ", [&] {
+    platform::MessageFacts facts{state};
+    if (state == platform::MessageFacts::State::kRead) {
+      facts.protection = ProtectionOf(m_lDecryptStatus, m_lSignStatus, m_sSigners);
+      for (const AttachmentNodePtr& node : m_oTempAttachments) {
+        facts.attachments.push_back(FactsOf(*node));
+      }
+      facts.attachments_left_to_button = LeavesAttachments();
+      facts.shows_part = body_replaced_ && HoldsMoreThanArmour(*m_sOriginalBody);
+    }
+    platform::HostObserver().MessageChanged(m_oMailItem, facts);
   });
 }
 

@@ -86,6 +86,10 @@ class MailItemNode final : public platform::MailItemEvents,
   void KeepOriginals();
   void CleanUp();
 
+  /// The attachments may be protected and are left so until the user saves them.
+  bool LeavesAttachments() const;
+  void ReportFacts(platform::MessageFacts::State state);
+
   /// The message has not been closed since the pass that runs began.
   bool IsStillOpen() const { return closings_ == pass_closings_; }
   void DecryptVerifyProtected(const platform::MailItemPtr& item, AttachmentNodes& attachments,

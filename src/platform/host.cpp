@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "base/error.h"
+#include "platform/observer.h"
 
 namespace corvessa::platform {
 namespace {
@@ -26,6 +27,11 @@ void RemoveHost() noexcept {
 const HostServices& Host() {
   if (!Installed()) Raise(kObjectNotSet);
   return *Installed();
+}
+
+Observer& HostObserver() {
+  static Observer none;
+  return Host().observer ? *Host().observer : none;
 }
 
 }  // namespace corvessa::platform

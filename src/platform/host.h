@@ -11,6 +11,7 @@ class Clock;
 class EngineFactory;
 class Files;
 class Inet;
+class Observer;
 class Pictures;
 class Redemption;
 class Registry;
@@ -39,6 +40,8 @@ struct HostServices {
   Shell& shell;
   Ui& ui;
   ProductInfo product;
+  /// May be left out.
+  Observer* observer = nullptr;
 };
 
 /// Installs the back end; once, before Connect is created. Installing twice is an error.
@@ -49,5 +52,8 @@ void RemoveHost() noexcept;
 
 /// Throws Error (91) when no back end is installed.
 const HostServices& Host();
+
+/// The back end's observer, or one that ignores everything. Throws as Host does.
+Observer& HostObserver();
 
 }  // namespace corvessa::platform

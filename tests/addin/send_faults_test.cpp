@@ -18,6 +18,12 @@ constexpr std::string_view kOldSignature =
     "-----BEGIN PGP SIGNATURE-----\n\niA0EAAEIAAAAABI0AAEB\n-----END PGP SIGNATURE-----\n";
 constexpr std::string_view kHTML = "<html><p>canary-5e11</p></html>";
 
+bool HoldsCanary(const desk::ItemData& data) {
+  std::string whole = *data.html + *data.body;
+  for (const std::string& attachment : Attachments(data)) whole += attachment;
+  return whole.find(kCanary) != std::string::npos;
+}
+
 /// Lets each platform and engine call of a send fail once, from the first to the last: every second
 /// one from the parameter on, because each run unlocks a key, which is slow on purpose.
 class SendFaults : public Sending, public ::testing::WithParamInterface<std::size_t> {
@@ -39,11 +45,13 @@ class SendFaults : public Sending, public ::testing::WithParamInterface<std::siz
       Attach(item, "report.txt.sig", kOldSignature);
       ClearTrace();
       const desk::ItemData before = item->Data();
+      observer.Take();
       faults.FailAt(n);
       const auto sent = outlook.Send(item);
       failed = faults.Failed();
       SCOPED_TRACE(std::to_string(n) + " " + failed);
       faults.FailAt(0);
+      ExpectTrueFacts(sent);
       const auto trace = Trace();
       check(sent,
             std::ranges::find(trace, "m_oApplication_ItemSend: Sending original") != trace.end());
@@ -58,6 +66,23 @@ class SendFaults : public Sending, public ::testing::WithParamInterface<std::siz
       }
       ExpectNothingLeft();
       if (item->Window()) outlook.Close(item->Window());
+    }
+  }
+
+  /// A host lets a message go, or not, by what it was told.
+  void ExpectTrueFacts(const std::optional<desk::ItemData>& sent) {
+    const auto told = observer.Take();
+    ASSERT_FALSE(told.empty());
+    EXPECT_EQ(told.back(), sent ? "leaves" : "cancelled");
+    if (!sent) return;
+    const auto was_told = [&](std::string_view start) {
+      return std::ranges::any_of(told,
+                                 [&](const std::string& line) { return line.starts_with(start); });
+    };
+    EXPECT_NE(was_told("encrypted for "), HoldsCanary(*sent));
+    if (HoldsCanary(*sent)) {
+      EXPECT_EQ(was_told("signed by "),
+                sent->body->starts_with("-----BEGIN PGP SIGNED MESSAGE-----"));
     }
   }
 
@@ -76,12 +101,6 @@ class SendFaults : public Sending, public ::testing::WithParamInterface<std::siz
 };
 
 INSTANTIATE_TEST_SUITE_P(, SendFaults, ::testing::Values(1, 2));
-
-bool HoldsCanary(const desk::ItemData& data) {
-  std::string whole = *data.html + *data.body;
-  for (const std::string& attachment : Attachments(data)) whole += attachment;
-  return whole.find(kCanary) != std::string::npos;
-}
 
 void ExpectWholeAndEncrypted(const desk::ItemData& sent) {
   EXPECT_FALSE(HoldsCanary(sent));

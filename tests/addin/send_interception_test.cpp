@@ -179,6 +179,8 @@ struct Obstacle {
   std::function<void(bool)> prepare;
   /// The layers that gpg finds around the text once it is let go.
   std::string_view sent_as;
+  /// What is told of the question, with ": yes" or ": no" for "?".
+  std::string_view told;
 };
 
 TEST_F(SendInterception, TheUserDecidesAboutEachObstacle) {
@@ -199,22 +201,24 @@ TEST_F(SendInterception, TheUserDecidesAboutEachObstacle) {
          LogInWith("wrong");
          box(unsigned_question, go);
        },
-       ""},
+       "", "send unsigned?"},
       {"login cancelled",
        [&](bool go) {
          ui.Expect<frmLogin>("frmLogin", [](frmLogin& form) { form.PressCloseBox(); });
          box(unsigned_question, go);
        },
-       ""},
-      {"no key", [&](bool go) { cannot_encrypt_for("Dan", "dan@example.org", go); }, "+"},
-      {"no address", [&](bool go) { cannot_encrypt_for("Nobody", "", go); }, "+"},
+       "", "send unsigned?"},
+      {"no key", [&](bool go) { cannot_encrypt_for("Dan", "dan@example.org", go); }, "+",
+       "send unencrypted? dan@example.org"},
+      {"no address", [&](bool go) { cannot_encrypt_for("Nobody", "", go); }, "+",
+       "send unencrypted? Nobody"},
       {"same names",
        [&](bool go) {
          LogInWith("secret");
          Attach(item, "B.TXT", "canary-5e11 2");
          box(kSameNamesQuestion, go);
        },
-       "+"},
+       "+", "same file names?"},
       {"additional decryption keys",
        [&](bool go) {
          LogInWith("secret");
@@ -223,7 +227,7 @@ TEST_F(SendInterception, TheUserDecidesAboutEachObstacle) {
              "for:\r\n\r\narchive@example.net",
              go);
        },
-       "+"},
+       "+", "additional keys? archive@example.net"},
   };
   engine::KeyInfo archive;
   Keys().GenerateKey("", "archive@example.net", "secret", archive);
@@ -237,8 +241,12 @@ TEST_F(SendInterception, TheUserDecidesAboutEachObstacle) {
       Attach(item, "b.txt", "canary-5e11 1");
       obstacle.prepare(go);
       const auto before = Attachments(item->Data());
+      observer.Take();
       const auto sent = outlook.Send(item);
       ASSERT_EQ(sent.has_value(), go);
+      const auto told = observer.Take();
+      EXPECT_EQ(std::ranges::count(told, Replace(obstacle.told, "?", go ? ": yes" : ": no")), 1);
+      EXPECT_EQ(told.back(), go ? "leaves" : "cancelled");
       for (const NimbraAccountPtr& account : g_colAccounts) {
         EXPECT_TRUE(account->m_sPassword.IsEmpty());
         EXPECT_FALSE(account->GetAuthenticated());
@@ -276,6 +284,9 @@ TEST_F(SendInterception, AnotherProgramsMailAsksForItsChoices) {
   ASSERT_TRUE(sent);
   EXPECT_EQ(std::count(pumped_after.begin(), pumped_after.end(), "Loading external send form"), 1);
   ExpectGolden("trace_of_encryption", Trace());
+  EXPECT_EQ(observer.Take(),
+            (std::vector<std::string>{
+                "leave unsigned: yes", "encrypted for ann@example.org bob@example.org", "leaves"}));
   EXPECT_EQ(ReadByGpg(*sent->body), kText);
   // Who opens it sees that there are two readers, and not who they are.
   gpg.Run("--list-packets", *sent->body);
@@ -301,6 +312,7 @@ TEST_F(SendInterception, AMailWithEverythingTracesEachStep) {
   item->EditHTMLBody("<p>canary-5e11</p>");
   Attach(item, "a.txt", "canary-5e11");
   ClearTrace();
+  observer.Take();
   int safe_items = 0;
   int made_by_the_send = 0;
   faults.on_call = [&](std::string_view call) {
@@ -312,6 +324,10 @@ TEST_F(SendInterception, AMailWithEverythingTracesEachStep) {
   EXPECT_EQ(made_by_the_send, 1);
   ASSERT_TRUE(sent);
   ExpectGolden("trace_of_signing_and_encryption", Trace());
+  EXPECT_EQ(observer.Take(),
+            (std::vector<std::string>{
+                "signed by ann@example.org",
+                "encrypted for Bob@Example.org ann@example.org archive@example.org", "leaves"}));
   const platform::EngineAccount reader{"archive@example.org"};
   std::string read;
   EXPECT_EQ(Keys().AuthenticateAccount(reader.address, "secret"), 0);
@@ -373,7 +389,10 @@ TEST_F(SendInterception, WhatNeedsNothingPassesUntouched) {
   const auto neither = Draft();
   neither->EditHTMLBody("<p>hello</p>");
   Choose(neither, false, false);
+  observer.Take();
   EXPECT_EQ(*outlook.Send(neither)->html, "<p>hello</p>");
+  EXPECT_EQ(observer.Take(), (std::vector<std::string>{"leave unencrypted: yes",
+                                                       "leave unsigned: yes", "leaves"}));
 
   g_bDisableKVPEntirely = true;
   EXPECT_EQ(*outlook.Send(Draft())->body, kText);

@@ -19,9 +19,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 
-constexpr char kDecrypted[] =
-    "Message is encrypted 1087; Message is not digitally signed 1088; Show original message 37; ";
-
 TEST_F(ReadingMail, OpensClosesAndReopensAnEncryptedAndSignedMessageWithItsAttachments) {
   const std::string cipher = EncryptedFile(kReport);
   const std::string signature = SignatureOf(kReport);
@@ -43,6 +40,10 @@ TEST_F(ReadingMail, OpensClosesAndReopensAnEncryptedAndSignedMessageWithItsAttac
               ElementsAre(Pair("report.pdf", kReport), Pair("report.pdf.SIG", signature),
                           Pair("notes.txt", "plain")));
   ExpectGolden("bars_of_reading", desk::Describe(window->Bars()));
+  EXPECT_THAT(observer.Take(),
+              ElementsAre("left alone",
+                          "read 0 0 bob@example.com; report.pdf 0 0 bob@example.com; "
+                          "report.pdf.SIG 1 0 bob@example.com; notes.txt 1 2"));
 
   EXPECT_TRUE(outlook.Click(window->Bars(), "Message is digitally signed"));
   const auto status = std::dynamic_pointer_cast<frmMessageStatus>(LoadedForms().back());
@@ -91,36 +92,40 @@ TEST_F(ReadingMail, TellsSignedEncryptedForgedAndPlainMessagesApart) {
   const std::string forged =
       Replace(Signed(kText), "The plans are in the safe.", "The plans are on the desk.");
   const std::string marker = "> -----BEGIN PGP MESSAGE-----\r\n";
+  const std::string unsure = Signed(kText) + "Do not believe Bob.";
+  const std::string forged_part = forged + "Believe Bob.";
+  const std::string signature = SignatureOf("b");
+  const std::string by_bob = " bob@example.com";
+  const std::string verified = "; a.txt 1 1; a.txt.sig 1 1; b.txt 1 0" + by_bob +
+                               "; b.txt.sig 1 0" + by_bob;
   struct Case {
     std::string body;
     std::string shown;
-    std::string buttons;
+    std::string told;
   };
   const Case cases[] = {
-      {"  \r\n\r\n" + Signed(kText), std::string(kText),
-       "Message is not encrypted 1088; Message is digitally signed 1087; "
-       "Show original message 37; "},
-      {Encrypted(kText), std::string(kText), kDecrypted},
-      {forged, forged,
-       "Message is not encrypted 1088; Message has an invalid digital signature 1088; "
-       "Show original message 37; "},
+      {"  \r\n\r\n" + Signed(kText), std::string(kText), "read 1 0" + by_bob + verified},
+      {Encrypted(kText), std::string(kText),
+       "read 0 2; a.txt 1 2; a.txt.sig 1 2; b.txt 1 2; b.txt.sig 1 2"},
+      {forged, forged, "read 1 1" + verified},
       {Signed(kText) + "A list's footer", std::string(kText),
-       "Message is not encrypted 1088; Message is digitally signed 1087; "
-       "Show original message 37; "},
-      // What stands behind a signed text is lost for good when that is all that comes out.
-      {Encrypted(Signed(kText) + "Do not believe Bob."), Signed(kText) + "Do not believe Bob.",
-       "Message is encrypted 1087; Message is not digitally signed 1088; "
-       "Show original message 37; "},
-      {marker, marker, "Message is not encrypted 1088; Message is not digitally signed 1088; "}};
+       "read 1 0" + by_bob + verified + "; shows part"},
+      // What stands behind a signed text is lost for good when that is all that comes out. What is
+      // signed is verified all the same.
+      {Encrypted(unsure), unsure, "read 0 2" + verified},
+      {Encrypted(forged_part), forged_part, "read 0 1" + verified},
+      {marker, marker, "read 1 2"}};
   ConnectAddIn();
   ExpectLogin(kAnnsPassphrase);
   for (const Case& one : cases) {
     SCOPED_TRACE(one.body);
-    const auto item = Received(one.body);
+    const auto item = Received(
+        one.body,
+        {{"a.txt", "a"}, {"a.txt.sig", signature}, {"b.txt", "b"}, {"b.txt.sig", signature}});
     ui.ClearShown();
     const auto window = outlook.Open(item);
     EXPECT_EQ(*item->Data().body, one.shown);
-    EXPECT_EQ(ButtonsOf(*window), one.buttons);
+    EXPECT_EQ(observer.Take().back(), one.told);
     EXPECT_EQ(ui.Shown().empty(), one.body == marker)
         << "progress is shown for protected messages only";
     outlook.Close(window, desk::OutlookModel::Closing::kSave);
@@ -141,10 +146,14 @@ TEST_F(ReadingMail, WaitsForTheButtonWhenAutomaticDecryptionIsOff) {
             "  \"&Decrypt/verify\" tip=\"Decrypt/verify\" style=3 face=39 group"
             " action=\"!<CorvessaPro_OL.Connect>\"\n");
 
+  EXPECT_EQ(observer.Take().back(), "left to button");
   ExpectLogin(kAnnsPassphrase);
   EXPECT_TRUE(outlook.Click(window->Bars(), "Decrypt/verify"));
   EXPECT_EQ(*item->Data().body, kText);
-  EXPECT_EQ(ButtonsOf(*window), kDecrypted);
+  EXPECT_THAT(observer.Take(), ElementsAre("read 0 2"));
+  EXPECT_EQ(ButtonsOf(*window),
+            "Message is encrypted 1087; Message is not digitally signed 1088; "
+            "Show original message 37; ");
   outlook.Close(window);
 
   // The HTML body counts for the button, though not for the automatic pass.
@@ -163,6 +172,7 @@ TEST_F(ReadingMail, LeavesAttachmentsAloneWhereTheEditionSaysSo) {
   const auto item = Received(Encrypted(kText), {{"report.pdf", EncryptedFile(kReport)}});
   ExpectLogin(kAnnsPassphrase);
   const auto window = outlook.Open(item);
+  EXPECT_EQ(observer.Take().back(), "read 0 2; attachments left to button");
   EXPECT_THAT(desk::Describe(window->Bars()),
               ::testing::EndsWith(
                   "\nCorvessa Decrypt Attachments position=1\n  \"&Decrypt/verify attachment(s)\""
@@ -237,6 +247,7 @@ TEST_F(ReadingMail, SwitchedOffWhileAMessageIsOpenItLeavesEverythingAsItIs) {
   ClearTrace();
   item->Events().Raise([](auto& sink) { sink.Read(); });
   EXPECT_EQ(desk::Describe(window->Bars()), "");
+  EXPECT_EQ(observer.Take().back(), "left alone");
   EXPECT_TRUE(outlook.Reply(item)->Data().properties.empty());
   EXPECT_EQ(outlook.Forward(item)->Data().attachments.size(), 1U);
   outlook.Close(window);

@@ -108,7 +108,7 @@ void AddInFixture::InstallHostWith(platform::Ui& back_end) {
   const platform::ProductInfo product{1, 0, 0, std::string(kProductFolder)};
   platform::InstallHost({*faulty_cdo_, clipboard, clock, *faulty_engine_, *faulty_files_, inet,
                          pictures_, *faulty_redemption_, *faulty_registry_, shell, back_end,
-                         product});
+                         product, &observer});
 }
 
 engine::EngineConfig AddInFixture::EngineSetup() {

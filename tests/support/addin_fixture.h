@@ -15,6 +15,7 @@
 #include "desk/profile/system_services.h"
 #include "engine/engine.h"
 #include "support/faulty_outlook.h"
+#include "support/recording_observer.h"
 #include "support/scripted_engine.h"
 #include "support/scripted_ui.h"
 #include "support/temp_folder.h"
@@ -86,6 +87,7 @@ class AddInFixture : public ::testing::Test {
   ScriptedInet inet;
   ScriptedEngineFactory scripted_engine;
   FaultInjector faults;
+  RecordingObserver observer;
   ScriptedUi ui;
   desk::OutlookModel outlook;
 
