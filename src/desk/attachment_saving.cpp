@@ -1,7 +1,6 @@
 #include "desk/attachment_saving.h"
 
 #include <algorithm>
-#include <fstream>
 #include <map>
 #include <set>
 #include <system_error>
@@ -15,20 +14,19 @@
 #include "desk/mail/mail_io.h"
 #include "desk/message_report.h"
 #include "desk/profile/profile_files.h"
+#include "message/frm_save_attachments.h"
 #include "message/status_text.h"
 #include "platform/files.h"
 #include "platform/host.h"
 #include "system/errors.h"
 #include "system/files.h"
-#include "ui/controls.h"
-#include "ui/form.h"
 
 namespace corvessa::desk {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kSaveDialog = "frmSaveAttachments";
+constexpr std::string_view kSaveButtonTag = "CorvessaPro_OL.DecryptAttachments.";
 
 void MakeFolder(const fs::path& folder) {
   std::error_code failure;
@@ -156,114 +154,62 @@ class WorkFolder {
   fs::path local_;
 };
 
-/// The dialog's result for one attachment, from the lines that follow its name.
-struct Result {
-  std::string name;
-  std::string file = {};
-  std::string complaint = {};
-  std::string signers = {};
-};
-
-std::vector<Result> ResultsOf(std::string_view log) {
-  constexpr std::string_view kAttachment = "Attachment: ";
-  constexpr std::string_view kSavedAs = "Saved as ";
-  constexpr std::string_view kGood = "Verified signatures by: ";
-  std::vector<Result> results;
-  while (!log.empty()) {
-    const std::size_t end = std::min(log.find(kCrLf), log.size());
-    const std::string_view line = log.substr(0, end);
-    log.remove_prefix(std::min(end + kCrLf.size(), log.size()));
-    if (line.starts_with(kAttachment)) {
-      results.push_back({std::string(line.substr(kAttachment.size()))});
-    } else if (results.empty() || line.empty()) {
-      continue;
-    } else if (line.starts_with(kGood)) {
-      results.back().signers = line.substr(kGood.size());
-    } else if (line.starts_with(kSavedAs)) {
-      results.back().file = line.substr(line.find_last_of('\\') + 1);
-    } else {
-      results.back().complaint = line;
-    }
+/// Saves everything into the folder with the dialog that the add-in's button opens.
+void SaveWithDialog(const InspectorWindowPtr& window, const std::string& folder) {
+  const ButtonPtr button = window->Bars().FindTagged(kSaveButtonTag);
+  if (button) button->Click();
+  for (const auto& dialog : LoadedFormsOf<frmSaveAttachments>()) {
+    if (dialog->EntryID != window->ShownItem()->Data().entry_id) continue;
+    dialog->txtFolder.Type(folder);
+    dialog->cmdSave.Press();
+    dialog->PressCloseBox();
+    return;
   }
-  return results;
-}
-
-/// Clicks the button and lets its dialog save everything into the folder.
-std::vector<Result> DialogResults(const ButtonPtr& button, const std::string& target) {
-  button->Click();
-  const FormPtr dialog = FindVisibleForm(kSaveDialog);
-  auto* const folder = dialog ? dialog->Find<TextBox>("txtFolder") : nullptr;
-  auto* const save = dialog ? dialog->Find<CommandButton>("cmdSave") : nullptr;
-  auto* const log = dialog ? dialog->Find<TextBox>("txtResults") : nullptr;
-  if (!folder || !save || !log) {
-    throw CommandError{Outcome::kRefused, "the add-in did not offer to save the attachments"};
-  }
-  folder->Type(target);
-  save->Press();
-  std::vector<Result> results = ResultsOf(log->Text());
-  dialog->PressCloseBox();
-  return results;
+  throw CommandError{Outcome::kRefused, "the add-in did not offer to save the attachments"};
 }
 
 /// Whether a later attachment was saved under the same name.
-bool IsOverwritten(const std::vector<Result>& results, std::size_t i) {
-  return std::any_of(results.begin() + static_cast<std::ptrdiff_t>(i) + 1, results.end(),
-                     [&](const Result& later) { return later.file == results[i].file; });
-}
-
-/// Whether the saved file differs from the attachment as received.
-bool Differs(const fs::path& saved, const ContentPtr& before) {
-  if (!before) return true;
-  std::ifstream file(saved, std::ios::binary);
-  bool is_same = true;
-  before->Provide([&](std::string_view piece) {
-    std::string other(piece.size(), '\0');
-    file.read(other.data(), static_cast<std::streamsize>(other.size()));
-    is_same = is_same && file && other == piece;
+bool IsOverwritten(const std::vector<platform::SavedAttachment>& all,
+                   const platform::SavedAttachment& saved) {
+  return std::ranges::any_of(all, [&](const auto& other) {
+    return other.index > saved.index && other.path == saved.path;
   });
-  return !is_same || file.peek() != std::ifstream::traits_type::eof();
 }
 
-/// Reports what the dialog found out about an attachment. It says nothing about signature files.
-void Record(const Result& result, const fs::path& saved, const ContentPtr& before,
-            AttachmentReport& attachment) {
-  attachment.size = fs::file_size(saved);
-  if (attachment.name.ends_with(".sig")) return;
-  Protection& protection = attachment.protection.emplace();
-  protection.decrypt_status =
-      Differs(saved, before) ? decrypt_status::kDone : decrypt_status::kNotEncrypted;
-  if (!result.signers.empty()) {
-    protection.sign_status = sign_status::kGood;
-    protection.signers = Split(result.signers, ", ");
-  } else if (!result.complaint.empty()) {
-    const bool is_bad = result.complaint.starts_with("Failed signatures by: ");
-    protection.sign_status = is_bad ? sign_status::kBad : kUnknownStatus;
-  }
-  attachment.decrypt_text = DecryptStatusText(protection.decrypt_status);
-  attachment.sign_text = SignStatusTextWithSigners(protection.sign_status, result.signers);
+/// Empty when the attachment was saved and its signature is not bad.
+std::string ComplaintAbout(const platform::SavedAttachment& saved) {
+  if (!saved.failure.empty()) return " was not saved: " + WithoutFullStop(saved.failure);
+  if (saved.path.empty()) return " was not saved";
+  const auto& protection = saved.attachment.protection;
+  if (!protection || !protection->SignatureFailed()) return {};
+  return " " + SignStatusText(protection->sign_status, false);
 }
 
-SavingResult SaveThroughDialog(DeskHost& host, const Item& item, const ButtonPtr& button,
+SavingResult SaveThroughDialog(DeskHost& host, const InspectorWindowPtr& window,
                                const std::vector<fs::path>& targets, MessageReport& report) {
   const WorkFolder work(host);
-  const std::vector<Result> results = DialogResults(button, work.Path());
+  const auto& all = host.Facts(window->ShownItem()).saved;
+  host.Facts(window->ShownItem()).saved.clear();
+  SaveWithDialog(window, work.Path());
   SavingResult saving;
-  for (std::size_t i = 0; i < std::min(results.size(), targets.size()); ++i) {
-    const Result& result = results[i];
-    if (!result.complaint.empty()) {
-      saving.Complain(result.name + ": " + result.complaint, Outcome::kRefused);
+  for (const platform::SavedAttachment& saved : all) {
+    const auto i = static_cast<std::size_t>(saved.index - 1);
+    AttachmentReport& attachment = report.attachments.at(i);
+    if (const std::string complaint = ComplaintAbout(saved); !complaint.empty()) {
+      saving.Complain(attachment.name + complaint, Outcome::kRefused);
     }
-    if (result.file.empty()) continue;
-    if (IsOverwritten(results, i)) {
-      saving.Complain(result.name + " was not saved: another attachment has the same name",
+    if (saved.path.empty()) continue;
+    if (IsOverwritten(all, saved)) {
+      saving.Complain(attachment.name + " was not saved: another attachment has the same name",
                       Outcome::kRefused);
-    } else {
-      const fs::path file = work.Local() / result.file;
-      Record(result, file, item.Data().attachments[i]->content, report.attachments[i]);
-      MoveNew(file, targets[i], report.attachments[i], saving);
+      continue;
     }
+    const fs::path file = host.LocalPath(saved.path);
+    attachment.size = fs::file_size(file);
+    attachment.protection = saved.attachment.protection;
+    MoveNew(file, targets[i], attachment, saving);
   }
-  if (results.size() < targets.size()) {
+  if (all.size() < targets.size()) {
     saving.Complain("not all attachments were saved", Outcome::kRefused);
   }
   return saving;
@@ -281,9 +227,7 @@ SavingResult SaveAttachments(DeskHost& host, const InspectorWindowPtr& window,
   const std::vector<fs::path> targets = Targets(folder, report);
   RefuseExisting(targets);
   MakeFolder(folder);
-  if (const auto button = window->Bars().FindButton(kSaveAttachmentsButton)) {
-    return SaveThroughDialog(host, *window->ShownItem(), button, targets, report);
-  }
+  if (report.attachments_left_to_button) return SaveThroughDialog(host, window, targets, report);
   return SaveFromItem(*window->ShownItem(), targets, report);
 }
 

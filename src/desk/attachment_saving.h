@@ -12,9 +12,6 @@ namespace corvessa::desk {
 class DeskHost;
 struct MessageReport;
 
-/// The add-in's button that decrypts and saves attachments.
-inline constexpr std::string_view kSaveAttachmentsButton = "Decrypt/verify attachment(s)";
-
 /// What was not saved: a line each with the reason, and kRefused if something could not be
 /// decrypted, kEnvironment if something could not be written.
 struct SavingResult {

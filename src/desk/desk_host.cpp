@@ -100,7 +100,7 @@ DeskHost::DeskHost(Profile& profile, Terminal& terminal, Answers& answers, std::
   ::setenv("TMPDIR", profile.TemporaryFolder().c_str(), 1);
   platform::InstallHost({outlook_.Cdo(), profile.Clipboard(), profile.Clock(), *engine_,
                          profile.Files(), profile.Inet(), profile.Pictures(), outlook_.Redemption(),
-                         profile.Registry(), profile.Shell(), ui_, profile.Product()});
+                         profile.Registry(), profile.Shell(), ui_, profile.Product(), &facts_});
   outlook_.AddExplorer();
   connect_.AddinInstance_OnConnection(outlook_.Application());
   // Windows that the start has opened come before anything else.
@@ -112,10 +112,9 @@ DeskHost::~DeskHost() {
   platform::RemoveHost();
 }
 
-std::size_t DeskHost::BeginOperation() {
+void DeskHost::BeginOperation() {
   answers_.BeginRound();
   interrupts_before_ = terminal_.Interrupts();
-  return ui_.Boxes().size();
 }
 
 bool DeskHost::IsInterrupted() const {
@@ -131,14 +130,10 @@ void DeskHost::RunOpenForms() {
 void DeskHost::RunSettings() {
   const auto explorers = outlook_.Explorers();
   for (const ExplorerWindowPtr& explorer : explorers) {
-    for (const BarPtr& bar : explorer->Bars().All()) {
-      for (const ButtonPtr& button : bar->Buttons()) {
-        if (!button->Properties().tag.starts_with(kAddInTag)) continue;
-        button->Click();
-        RunOpenForms();
-        return;
-      }
-    }
+    const ButtonPtr button = explorer->Bars().FindTagged(kAddInTag);
+    if (!button) continue;
+    button->Click();
+    return RunOpenForms();
   }
   throw CommandError{Outcome::kRefused, "the add-in's toolbar button is missing"};
 }

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "addin/connect.h"
+#include "desk/item_facts.h"
 #include "desk/outlook/outlook_model.h"
 #include "desk/profile/profile.h"
 #include "desk/terminal/signals.h"
@@ -44,14 +45,15 @@ class DeskHost {
     return profile_.Files().LocalPath(windows_path);
   }
   const Person& Owner() const { return owner_; }
+  /// What the add-in told of an item.
+  ItemFacts& Facts(const ItemPtr& item) { return facts_.Of(item); }
   const Profile& UsedProfile() const { return profile_; }
   /// Whether a signal to end the program has come in since the operation began, or before it
   /// without being noticed.
   bool IsInterrupted() const;
 
-  /// Begins what a user would call one operation: every passphrase may be tried again. Returns the
-  /// index in Ui().Boxes() of the operation's first box.
-  std::size_t BeginOperation();
+  /// Begins what a user would call one operation: every passphrase may be tried again.
+  void BeginOperation();
   /// Opens the settings dialog by the add-in's toolbar button and runs it. Throws CommandError
   /// (refused) if the button is missing.
   void RunSettings();
@@ -71,6 +73,7 @@ class DeskHost {
   Person owner_;
   int interrupts_before_ = 0;
   TerminalUi ui_;
+  FactStore facts_;
   std::unique_ptr<platform::EngineFactory> engine_;
   OutlookModel outlook_;
   Connect connect_;

@@ -43,13 +43,13 @@ std::string StateMark(const ButtonProperties& look) {
 std::string DescribeAttachment(const AttachmentReport& attachment) {
   const std::string name = Replace(FieldText(attachment.name), "\"", "'");
   const std::string status =
-      attachment.protection ? attachment.decrypt_text + ", " + attachment.sign_text : "not checked";
+      attachment.protection ? StatusText(*attachment.protection) : "not checked";
   return "\"" + name + "\", " + std::to_string(attachment.size) + " bytes: " + status;
 }
 
 using nlohmann::json;
 
-void AddProtection(json& object, const std::optional<Protection>& protection) {
+void AddProtection(json& object, const std::optional<platform::Protection>& protection) {
   object["decryptStatus"] = protection ? json(protection->decrypt_status) : json();
   object["signStatus"] = protection ? json(protection->sign_status) : json();
   object["signers"] = protection ? json(protection->signers) : json::array();
@@ -79,7 +79,7 @@ void PrintMessage(std::ostream& out, const ItemData& item, const MessageReport& 
     if (!text.empty()) PrintField(out, label, text, columns, label.size());
   };
   // Above everything that the sender chose.
-  for (const std::string& line : report.status_lines) print("Status:  ", ForDisplay(line));
+  for (const std::string& line : StatusLines(report)) print("Status:  ", ForDisplay(line));
   print("From:    ", FieldText(Shown(item.sender)));
   print("To:      ", RecipientList(item, RecipientKind::kTo));
   print("Cc:      ", RecipientList(item, RecipientKind::kCc));
@@ -112,7 +112,7 @@ void PrintBars(std::ostream& out, const Bars& bars) {
 void AddMessage(json& report, const MessageReport& message) {
   AddProtection(report, message.protection);
   std::string status;
-  for (const std::string& line : message.status_lines) {
+  for (const std::string& line : StatusLines(message)) {
     status += (status.empty() ? "" : "; ") + line;
   }
   report["statusText"] = status;

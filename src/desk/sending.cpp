@@ -10,98 +10,34 @@
 #include "desk/mail/mail_io.h"
 #include "desk/mail_bridge.h"
 #include "desk/terminal/answers.h"
-#include "message/armour.h"
-#include "message/header_fields.h"
-#include "platform/redemption.h"
 
 namespace corvessa::desk {
 namespace {
 
 constexpr std::string_view kExternalForm = "frmSendFromExternalApplication";
-constexpr std::string_view kEncryptOnSend = "Encrypt on send";
-constexpr std::string_view kSignOnSend = "Sign on send";
+constexpr std::string_view kEncryptOption = "CorvessaPro_OL.EncryptionOption.";
+constexpr std::string_view kSignOption = "CorvessaPro_OL.SigningOption.";
 
-void Release(const Bars& bars, std::string_view caption) {
-  const auto button = bars.FindButton(caption);
+void Release(const Bars& bars, std::string_view tag) {
+  const auto button = bars.FindTagged(tag);
   if (button && button->Properties().state == platform::kButtonDown) button->Click();
 }
 
 void PressChoices(const Bars& bars, const SendChoices& choices) {
-  if (choices.no_encrypt) Release(bars, kEncryptOnSend);
-  if (choices.no_sign) Release(bars, kSignOnSend);
-}
-
-/// Watches the text of a message while it is sent: once encrypted, it no longer shows that it was
-/// signed. A draft whose author wrote armour into it was neither signed nor encrypted here, even if
-/// the add-in writes that text back.
-class ProtectionWatch final : public platform::MailItemEvents {
- public:
-  explicit ProtectionWatch(const ItemPtr& item)
-      : item_(item), written_(item->Data().body), subscription_(item->Subscribe(*this)) {}
-  bool IsEncrypted() const { return is_encrypted_; }
-  bool IsSigned() const { return is_signed_; }
-
-  void PropertyChange(std::string_view /*name*/) override {
-    const ItemData& data = item_->Data();
-    // Protected text is plain text.
-    if (!data.html->empty()) written_ = data.body;
-    const bool is_protected = *data.body != *written_;
-    is_encrypted_ = is_protected && IsPGPMessage(*data.body);
-    // The add-in clears an HTML message before it inserts the encrypted text.
-    if (is_encrypted_ || (is_protected && data.body->empty())) return;
-    is_signed_ = is_protected && IsPGPSignedMessage(*data.body);
-  }
-  void AttachmentRead(const platform::AttachmentPtr& /*attachment*/) override {}
-  void Open(bool& /*cancel*/) override {}
-  void Read() override {}
-  void Close(bool& /*cancel*/) override {}
-  void Reply(const platform::MailItemPtr& /*response*/, bool& /*cancel*/) override {}
-  void ReplyAll(const platform::MailItemPtr& /*response*/, bool& /*cancel*/) override {}
-  void Forward(const platform::MailItemPtr& /*forward*/, bool& /*cancel*/) override {}
-
- private:
-  ItemPtr item_;
-  platform::SharedText written_;
-  platform::Subscription subscription_;
-  bool is_encrypted_ = false;
-  bool is_signed_ = false;
-};
-
-bool IsTrue(std::string_view field) {
-  return LCase(Trim(field)) == "true";
-}
-
-bool ChoseNoEncryption(const ItemData& item) {
-  const auto found =
-      item.properties.find({std::string(platform::kInternetHeaders), HeaderFieldName(kNoEncrypt)});
-  return found != item.properties.end() && IsTrue(found->second);
+  if (choices.no_encrypt) Release(bars, kEncryptOption);
+  if (choices.no_sign) Release(bars, kSignOption);
 }
 
 bool AnswersEncrypted(const ItemData& item) {
   return std::ranges::any_of(item.properties, [](const auto& property) {
-    return IsReplyField(property.first.second) && IsTrue(property.second);
+    return IsReplyField(property.first.second) && LCase(Trim(property.second)) == "true";
   });
 }
 
-/// Whether the user agreed to send without protection. The branded message box also asks other
-/// questions, so its text decides.
-bool IsConsent(const ShownBox& box) {
-  if (box.name == "frmNoKeysFound") return box.answer == "cmdYes";
-  if (box.name != "frmGeneric" || box.answer != "cmdOK") return false;
-  return box.text.ends_with("without encryption?") ||
-         box.text.ends_with("send the message unencrypted?");
-}
-
-bool AgreedToSendInClear(const std::vector<ShownBox>& boxes, std::size_t first) {
-  return std::any_of(boxes.begin() + static_cast<std::ptrdiff_t>(first), boxes.end(), IsConsent);
-}
-
 /// Outlook would send it, even with the add-in switched off. The desk's users cannot afford that.
-void RefuseUnagreedClearText(DeskHost& host, const ItemPtr& sent, const ItemData& item,
-                             std::size_t first_box) {
-  // Without a window the user has not seen that a reply to an encrypted message is unencrypted.
-  const bool was_chosen = ChoseNoEncryption(item) && (sent->Window() || !AnswersEncrypted(item));
-  if (was_chosen || AgreedToSendInClear(host.Ui().Boxes(), first_box)) return;
+void RefuseUnagreedClearText(const SendFacts& facts, bool options_count) {
+  if (facts.HasConsent(platform::Consent::kSendUnencrypted)) return;
+  if (options_count && facts.HasConsent(platform::Consent::kLeaveUnencrypted)) return;
   throw CommandError{Outcome::kRefused,
                      "not sent: it would have left unencrypted; use --no-encrypt to allow that"};
 }
@@ -177,17 +113,17 @@ SentMail SendDraft(DeskHost& host, const mail::Mail& draft, const SendChoices& c
 SentMail SendItem(DeskHost& host, const ItemPtr& item, const mail::Mail& base,
                   const std::function<void(const mail::Mail&)>& deliver, bool may_be_clear) {
   RequireRecipients(item->Data());
-  const std::size_t first_box = host.BeginOperation();
+  host.BeginOperation();
   SentMail sent;
   const ItemData before = item->Data();
-  const ProtectionWatch watch(item);
+  // Without a window the user has not seen that a reply to an encrypted message is unencrypted.
+  const bool options_count = item->Window() || !AnswersEncrypted(before);
+  const SendFacts& facts = host.Facts(item).send = {};
   host.Outlook().OnDeliver([&](const ItemData& travelling) {
     if (host.IsInterrupted()) throw CommandError{Outcome::kRefused, "not sent: interrupted"};
-    sent.encrypted = watch.IsEncrypted();
-    sent.is_signed = watch.IsSigned();
-    if (!sent.encrypted && !may_be_clear) {
-      RefuseUnagreedClearText(host, item, travelling, first_box);
-    }
+    sent.encrypted = !facts.encrypted_for.empty();
+    sent.is_signed = !facts.signed_by.empty();
+    if (!sent.encrypted && !may_be_clear) RefuseUnagreedClearText(facts, options_count);
     RequireAttachments(before, travelling);
     sent.mail = MailOf(travelling, WithSender(base, host.Owner()));
     mail::StampMail(sent.mail);

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 
 #include "branding/branded_form.h"
-#include "message/attachment_node.h"
 #include "platform/outlook.h"
 #include "ui/controls.h"
 #include "ui/list_controls.h"
@@ -37,15 +35,9 @@ class frmSaveAttachments final : public BrandedForm {
   void Form_Activate() override { SetFocus(txtFolder); }
 
   void Save();
-  void SaveChosen(const std::string& folder, AttachmentNodes& nodes);
-  void SaveOne(const std::string& folder, AttachmentNode& data, const AttachmentNodes& nodes);
-  /// Asks for passphrases when needed.
-  std::int32_t Decrypt(const AttachmentNode& node);
-  bool CopyTo(const std::string& path, const AttachmentNode& node);
   void Report(std::string_view text);
 
   platform::MailItemPtr m_oMailItem;
-  bool login_cancelled_ = false;
 };
 
 /// Opens the dialog for a message, or brings forward the one that is open for it.

@@ -74,12 +74,14 @@ struct MessageFacts {
 
 /// What became of an attachment that was to be saved decrypted and verified.
 struct SavedAttachment {
+  /// Its place in the item, from 1.
+  std::int32_t index;
   AttachmentFacts attachment;
   /// The file that holds it; empty when it was not saved.
   std::string path;
-  /// For the user: why it was not saved, or what is wrong with its signature. Empty when all is
-  /// well.
-  std::string problem;
+  /// For the user: why it was not saved. Empty when it was, or when an existing file was not to be
+  /// replaced.
+  std::string failure;
 };
 
 /// What a send needs its user's agreement for.

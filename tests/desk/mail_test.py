@@ -207,8 +207,7 @@ class Opening(DeskCase):
                          [("Corvessa Status", ["Message is encrypted", "Message is digitally signed",
                                                "Show original message"])])
         self.assertEqual([(box["name"], box["answer"]) for box in report["boxes"]],
-                         [("frmSplashScreen", ""), ("frmProgress", ""), ("frmLogin", "cmdOK"),
-                          ("frmMessageStatus", "")])
+                         [("frmSplashScreen", ""), ("frmProgress", ""), ("frmLogin", "cmdOK")])
         self.assertEqual(self.leftovers(), [])
         self.assertEqual(list((self.folder / "bob/drive_c/Temp").iterdir()), [])
 
@@ -413,7 +412,7 @@ class Responding(DeskCase):
         self.assertEqual((refused.code, (self.folder / "none.eml").exists()), (1, False))
         self.assertEqual([refused.json()["error"]] + [box["name"] for box in refused.json()["boxes"]],
                          ["the message could not be decrypted; no draft was made", "frmSplashScreen",
-                          "frmProgress", "frmLogin", "frmMessageStatus"])
+                          "frmProgress", "frmLogin"])
         self.assertTrue(refused.err.endswith("the message could not be decrypted; no draft was made\n"))
 
 

@@ -94,6 +94,10 @@ class Shell(DeskCase):
         self.assertIn(f"Sent signed, not encrypted: {out}\n", self.execute(child, f"send {out}"))
         self.assertEqual((read_mail(out)["To"], read_mail(out)["Cc"]),
                          (f"Alice <{ALICE}>", "dora@example.org"))
+        # In its window the user sees that the reply to an encrypted message is not.
+        self.execute(child, "reply")
+        self.execute(child, "click Encrypt on send")
+        self.assertIn(f"Sent signed, not encrypted: {out}\n", self.execute(child, f"send {out}"))
         draft = self.draft(to=ALICE, Bcc=BOB)
         self.assertIn("Corvessa Options: [x] Encrypt on send", self.execute(child, f"compose {draft}"))
         self.assertIn(f"blind copies to {BOB}", self.execute(child, f"send {out}"))

@@ -32,9 +32,9 @@ class RecordingObserver final : public platform::Observer {
   }
   void AttachmentSaved(const platform::MailItemPtr& /*item*/,
                        const platform::SavedAttachment& saved) override {
-    std::string line = "saved " + TextOf(saved.attachment) + " as " + saved.path;
-    if (!saved.problem.empty()) line += ": " + saved.problem;
-    lines_.push_back(std::move(line));
+    lines_.push_back(Decimal(saved.index) + " " + TextOf(saved.attachment) + ": " +
+                     (saved.path.empty() ? "not saved" : saved.path) +
+                     (saved.failure.empty() ? "" : ", " + saved.failure));
   }
   void ConsentAsked(const platform::MailItemPtr& /*item*/,
                     const platform::ConsentFacts& consent) override {

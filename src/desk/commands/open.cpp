@@ -31,11 +31,11 @@ struct OpenResult {
 OpenResult ReadOpenMessage(DeskHost& host, const InspectorWindowPtr& window,
                            const OpenOptions& options) {
   OpenResult opened;
-  opened.report = ReadMessage(window);
+  opened.report = ReadMessage(host, window->ShownItem());
   if (opened.report.left_to_button) {
     opened.saving.Complain(
-        "not decrypted because DisableAutoDecryptAndVerify is on; the shell can click \"" +
-            std::string(kDecryptNowButton) + "\"",
+        "not decrypted because DisableAutoDecryptAndVerify is on; the shell can click "
+        "\"Decrypt/verify\"",
         Outcome::kRefused);
     return opened;
   }
@@ -47,10 +47,10 @@ OpenResult ReadOpenMessage(DeskHost& host, const InspectorWindowPtr& window,
         Outcome::kRefused);
     return opened;
   }
-  if (options.original) opened.original = ReadOriginal(window);
+  if (options.original) opened.original = OriginalText(*window->ShownItem());
   if (!options.save_folder.empty()) {
     opened.saving = SaveAttachments(host, window, options.save_folder, opened.report);
-  } else if (window->Bars().FindButton(kSaveAttachmentsButton)) {
+  } else if (opened.report.attachments_left_to_button) {
     opened.saving.Complain(
         "attachments not decrypted because DisableAutoDecryptAttachments is on; "
         "--save-attachments saves them decrypted",
@@ -78,7 +78,7 @@ void PrintJson(CommandContext& context, ReceivedMessage& message, const OpenResu
   AddMessage(json, opened.report);
   json["subject"] = item.Data().subject;
   json["body"] = *item.Data().body;
-  json["goesOn"] = HasUnshownText(item);
+  json["goesOn"] = opened.report.shows_part;
   json["endsEarly"] = message.Source().incomplete;
   if (opened.original) json["original"] = *opened.original;
   json["resultCode"] = static_cast<int>(outcome);
@@ -92,7 +92,7 @@ Outcome Open(CommandContext& context, const OpenOptions& options) {
   return ReportingErrors(context, message.Host(), [&] {
     const OpenResult opened = ReadOpenMessage(message.Host(), message.Window(), options);
     for (const std::string& complaint : opened.saving.complaints) context.Tell(complaint);
-    TellOfUnreadParts(context, *message.Window()->ShownItem());
+    TellOfUnreadParts(context, *message.Window()->ShownItem(), opened.report);
     const Outcome outcome = context.FinalOutcome(ResultOutcome(opened, message.Source()));
     if (context.json) {
       PrintJson(context, message, opened, outcome);

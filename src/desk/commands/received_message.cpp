@@ -8,7 +8,6 @@
 #include "desk/message_report.h"
 #include "desk/outlook/html_text.h"
 #include "desk/settings_store.h"
-#include "message/armour.h"
 
 namespace corvessa::desk {
 namespace {
@@ -86,14 +85,9 @@ Person FindOwner(const mail::Mail& received, const SettingsStore& settings) {
   return {"", settings.MainAddress()};
 }
 
-bool HasUnshownText(const Item& item) {
-  const ItemData* const stored = item.Stored();
-  return stored != nullptr && *stored->body != *item.Data().body &&
-         HoldsMoreThanArmour(*stored->body);
-}
-
-void TellOfUnreadParts(const CommandContext& context, const Item& item) {
-  if (HasUnshownText(item)) {
+void TellOfUnreadParts(const CommandContext& context, const Item& item,
+                       const MessageReport& report) {
+  if (report.shows_part) {
     context.Tell("more text follows the protected part; use --original to see it");
   }
   if (HasLaterBlock(*item.Data().body)) {
@@ -123,7 +117,7 @@ void RefuseToQuote(const MessageReport& report) {
   if (report.protection->DecryptionFailed()) {
     throw CommandError{Outcome::kRefused, "the message could not be decrypted; no draft was made"};
   }
-  if (report.protection->sign_status == sign_status::kBad) {
+  if (report.protection->sign_status == platform::sign_status::kBad) {
     throw CommandError{Outcome::kRefused,
                        "the message has an invalid signature; no draft was made"};
   }

@@ -23,13 +23,10 @@ Person FindOwner(const mail::Mail& received, const SettingsStore& settings);
 /// it.
 InspectorWindowPtr OpenReceived(DeskHost& host, const mail::Mail& mail);
 
-/// Whether the mail holds text outside its protected part. Only that part is shown: nothing vouches
-/// for the rest.
-bool HasUnshownText(const Item& item);
-
 /// Tells the user what the add-in does not read of the open message: text outside the protected
 /// part, a protected part below other text, PGP/MIME.
-void TellOfUnreadParts(const CommandContext& context, const Item& item);
+void TellOfUnreadParts(const CommandContext& context, const Item& item,
+                       const MessageReport& report);
 
 /// The message that a command works on, open while this lives.
 class ReceivedMessage {

@@ -49,7 +49,7 @@ Outcome Run(CommandContext& context, const ResponseOptions& options, Response re
       options.text_file.empty() ? std::string() : ReadWholeFile(options.text_file);
   ReceivedMessage message(context, options.message);
   return ReportingErrors(context, message.Host(), [&] {
-    const MessageReport report = ReadMessage(message.Window());
+    const MessageReport report = ReadMessage(message.Host(), message.Window()->ShownItem());
     RefuseToQuote(report);
     const ItemPtr draft = Respond(message.Host(), message.Window()->ShownItem(), response, text);
     WriteDraft(context, options, message.Host(), report,

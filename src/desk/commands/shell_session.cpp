@@ -114,9 +114,9 @@ InspectorWindowPtr ShellSession::Front() const {
 }
 
 void ShellSession::PrintOpen(const InspectorWindowPtr& window) {
-  const MessageReport report = ReadMessage(window);
+  const MessageReport report = ReadMessage(host_, window->ShownItem());
   PrintMessage(context_.out, window->ShownItem()->Data(), report, Terminal::OutputColumns());
-  TellOfUnreadParts(context_, *window->ShownItem());
+  TellOfUnreadParts(context_, *window->ShownItem(), report);
   if (report.Failed()) outcome_ = Outcome::kRefused;
 }
 
@@ -147,7 +147,7 @@ void ShellSession::Show(const Arguments& /*arguments*/) {
 void ShellSession::Save(const Arguments& arguments) {
   host_.BeginOperation();
   const auto window = Front();
-  MessageReport report = ReadMessage(window);
+  MessageReport report = ReadMessage(host_, window->ShownItem());
   if (report.attachments.empty()) {
     context_.out << "No attachments.\n";
     return;
@@ -215,7 +215,7 @@ void ShellSession::Answer(Response response, const Arguments& arguments) {
         Outcome::kWrongUse,
         "the front message is a draft; only a received one can be replied to or forwarded"};
   }
-  RefuseToQuote(ReadMessage(original));
+  RefuseToQuote(ReadMessage(host_, original->ShownItem()));
   const ItemPtr item = Respond(host_, original->ShownItem(), response, text);
   const auto window = host_.Outlook().Open(item);
   if (window) PrintBars(context_.out, window->Bars());

@@ -258,6 +258,15 @@ ButtonPtr Bars::FindButton(std::string_view caption) const {
   return nullptr;
 }
 
+ButtonPtr Bars::FindTagged(std::string_view beginning) const {
+  for (const auto& bar : All()) {
+    for (const auto& button : bar->Buttons()) {
+      if (button->Properties().tag.starts_with(beginning)) return button;
+    }
+  }
+  return nullptr;
+}
+
 void Bars::Remove() {
   Disconnect();
   for (const auto& bar : bars_) bar->Remove();

@@ -123,6 +123,9 @@ class Bars final : public platform::CommandBars, public Connected {
   /// The first visible button with the caption, with or without its "&" marks, on a visible bar;
   /// null when there is none.
   ButtonPtr FindButton(std::string_view caption) const;
+  /// The first button whose tag begins so; null when there is none. Tags, unlike captions, are not
+  /// branded.
+  ButtonPtr FindTagged(std::string_view beginning) const;
   /// The window closes: every further call on its bars and buttons fails.
   void Remove();
 
