@@ -11,10 +11,10 @@ namespace corvessa {
 frmAliasOptions::frmAliasOptions(NimbraAccountPtr account)
     : BrandedForm("frmAliasOptions", "Secure Email Address Options", 350, 207),
       account_(std::move(account)) {
-  lblEmailAddress.UseMnemonic = false;
+  lblEmailAddress.SetUseMnemonic(false);
   fraOptions.Hold({&chkSign, &cmdPassphrase});
-  cmdOK.Default = true;
-  cmdCancel.Cancel = true;
+  cmdOK.SetDefault(true);
+  cmdCancel.SetCancel(true);
   cmdPassphrase.OnClick = [this] { Customization::OpenPassphrasePage(account_->m_sAlias); };
   cmdOK.OnClick = [this] { Accept(); };
   cmdCancel.OnClick = [this] { Unload(); };
@@ -22,7 +22,7 @@ frmAliasOptions::frmAliasOptions(NimbraAccountPtr account)
 
 void frmAliasOptions::Form_Load() {
   BrandedForm::Form_Load();
-  cmdPassphrase.Visible = !RegistryHandlers::GetVersionValue("URLPassphrase").empty();
+  cmdPassphrase.SetVisible(!RegistryHandlers::GetVersionValue("URLPassphrase").empty());
   lblEmailAddress.SetCaption(account_->m_sAlias);
   chkSign.SetChecked(account_->m_bSigning);
 }

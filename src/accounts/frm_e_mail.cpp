@@ -7,10 +7,10 @@
 
 namespace corvessa {
 frmEMail::frmEMail() : BrandedForm("frmEMail", "Add Secure Email Account", 400, 138) {
-  cmdOK.Default = true;
-  cmdOK.Enabled = false;
-  cmdCancel.Cancel = true;
-  edEmail.OnChange = [this] { cmdOK.Enabled = !edEmail.Text().empty(); };
+  cmdOK.SetDefault(true);
+  cmdOK.SetEnabled(false);
+  cmdCancel.SetCancel(true);
+  edEmail.OnChange = [this] { cmdOK.SetEnabled(!edEmail.Text().empty()); };
   cmdOK.OnClick = [this] { Accept(); };
   cmdCancel.OnClick = [this] { Hide(); };
   cmdAddInstructions.OnClick = [] { Customization::OpenHelpAddInstructionsPage(); };

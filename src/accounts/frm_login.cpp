@@ -9,7 +9,6 @@
 #include "platform/host.h"
 #include "platform/ui.h"
 #include "settings/edition.h"
-#include "ui/unload_at_end.h"
 
 namespace corvessa {
 namespace {
@@ -41,9 +40,9 @@ class WipeAtEnd {
 }  // namespace
 
 frmLogin::frmLogin() : BrandedForm("frmLogin", "Sign In To Your Secure Email", 400, 181) {
-  cmdOK.Default = true;
-  cmdCancel.Cancel = true;
-  txtPassword.OnChange = [this] { cmdOK.Enabled = !txtPassword.Text().empty(); };
+  cmdOK.SetDefault(true);
+  cmdCancel.SetCancel(true);
+  txtPassword.OnChange = [this] { cmdOK.SetEnabled(!txtPassword.Text().empty()); };
   cmdOK.OnClick = [this] { Accept(); };
   cmdCancel.OnClick = [this] { CancelLogin(); };
 }
@@ -81,7 +80,7 @@ void frmLogin::Form_Load() {
 }
 
 void frmLogin::Form_Activate() {
-  cmdOK.Enabled = false;
+  cmdOK.SetEnabled(false);
   SetFocus(txtPassword);
 }
 

@@ -20,7 +20,6 @@ class frmLogin final : public BrandedForm {
   /// The chosen account with the typed passphrase; null when cancelled. Throws what showing throws.
   NimbraAccountPtr DoLogin(LoginReason reason, std::string_view address, bool list_all);
 
-  Image imgLogoImage{*this, "imgLogoImage", {7, 7, 386, 48}};
   Label txtPrompt1{*this, "txtPrompt1", {7, 62, 386, 26}};
   Label txtPrompt2{*this, "txtPrompt2", {7, 98, 98, 13}, "Email Address:"};
   ComboBox cmbUsers{*this, "cmbUsers", {112, 95, 281, 21}};
@@ -28,6 +27,7 @@ class frmLogin final : public BrandedForm {
   TextBox txtPassword{*this, "txtPassword", {112, 123, 281, 21}, TextBox::Kind::kPassword};
   CommandButton cmdOK{*this, "cmdOK", {236, 151, 75, 23}, "&Ok"};
   CommandButton cmdCancel{*this, "cmdCancel", {318, 151, 75, 23}, "&Cancel"};
+  Image imgLogoImage{*this, "imgLogoImage", {7, 7, 386, 48}};
 
  private:
   void Form_Load() override;

@@ -45,7 +45,7 @@ frmManageUserKeys::frmManageUserKeys()
   fraSecureEmail.Hold({&lstvwAliases, &cmdAdd, &cmdRemove, &cmdProperties});
   fraPassphraseOptions.Hold(
       {&optRemember[0], &optRemember[1], &optForgetWhen[0], &optForgetWhen[1], &txtForgetWhen});
-  cmdOK.Default = true;
+  cmdOK.SetDefault(true);
   optRemember[0].Select();
   optForgetWhen[0].Select();
   txtForgetWhen.SetText("5");
@@ -66,9 +66,9 @@ void frmManageUserKeys::WireHandlers() {
   }
   txtForgetWhen.OnLostFocus = [this] { txtForgetWhen.SetText(MinutesText(txtForgetWhen.Text())); };
   cmdProductUpdates.OnClick = [this] {
-    cmdProductUpdates.Enabled = false;
+    cmdProductUpdates.SetEnabled(false);
     CheckForProductUpdates(true);
-    cmdProductUpdates.Enabled = true;
+    cmdProductUpdates.SetEnabled(true);
   };
   cmdOK.OnClick = [this] { Accept(); };
   cmdHelp.OnClick = [] { Customization::OpenHelpPage(); };
@@ -126,14 +126,14 @@ void frmManageUserKeys::ShowControlsOfTab() {
   const bool addresses = tbsTabs.Selected() == kAddressesTab;
   for (Control* control : std::initializer_list<Control*>{
            &fraSecureEmail, &chkDecryptAndVerifyIncoming, &chkSignOutgoing, &chkEncryptOutgoing}) {
-    control->Visible = addresses;
+    control->SetVisible(addresses);
   }
   const bool options = tbsTabs.Selected() == kOptionsTab;
   for (Control* control : std::initializer_list<Control*>{&chkDisableKVP, &chkLogDebuggingInfo,
                                                           &fraPassphraseOptions}) {
-    control->Visible = options;
+    control->SetVisible(options);
   }
-  cmdProductUpdates.Visible = options && has_update_page_;
+  cmdProductUpdates.SetVisible(options && has_update_page_);
 }
 
 void frmManageUserKeys::ShowPreferences() {
@@ -145,7 +145,7 @@ void frmManageUserKeys::ShowPreferences() {
 }
 
 void frmManageUserKeys::ShowAccounts() {
-  lstvwAliases.ColumnHeader = "Secure Email Addresses";
+  lstvwAliases.SetColumnHeader("Secure Email Addresses");
   for (const NimbraAccountPtr& account : g_colAccounts) lstvwAliases.AddRow(account->m_sAlias);
   if (lstvwAliases.RowCount() > 0) lstvwAliases.Select(0);
 }
@@ -163,24 +163,24 @@ void frmManageUserKeys::ShowPassphraseMemory() {
 }
 
 void frmManageUserKeys::UpdateButtons() {
-  cmdProperties.Enabled = lstvwAliases.RowCount() > 0;
-  cmdRemove.Enabled = lstvwAliases.RowCount() > 0;
+  cmdProperties.SetEnabled(lstvwAliases.RowCount() > 0);
+  cmdRemove.SetEnabled(lstvwAliases.RowCount() > 0);
 }
 
 void frmManageUserKeys::ApplyPassphraseRule() {
   const bool forget = optRemember[1].Selected();
-  for (OptionButton& button : optForgetWhen) button.Enabled = forget;
-  txtForgetWhen.Enabled = forget;
+  for (OptionButton& button : optForgetWhen) button.SetEnabled(forget);
+  txtForgetWhen.SetEnabled(forget);
 }
 
 void frmManageUserKeys::ApplySigningRule() {
   if (g_bDisableKVPEntirely) {
-    chkSignOutgoing.Enabled = false;
+    chkSignOutgoing.SetEnabled(false);
   } else if (!UserManagement::GetSigningAccount()) {
     g_bDisableOutgoingSigning = true;
-    chkSignOutgoing.Enabled = false;
+    chkSignOutgoing.SetEnabled(false);
   } else {
-    chkSignOutgoing.Enabled = true;
+    chkSignOutgoing.SetEnabled(true);
   }
   SaveSettings();
   chkSignOutgoing.SetChecked(!g_bDisableOutgoingSigning);
@@ -191,10 +191,10 @@ void frmManageUserKeys::EnableAll(bool enabled) {
            &cmdAdd, &cmdProperties, &cmdRemove, &chkDecryptAndVerifyIncoming, &chkEncryptOutgoing,
            &chkSignOutgoing, &chkLogDebuggingInfo, &optForgetWhen[0], &optForgetWhen[1],
            &optRemember[0], &optRemember[1], &fraPassphraseOptions, &fraSecureEmail}) {
-    control->Enabled = enabled;
+    control->SetEnabled(enabled);
   }
   if (!enabled) return;
-  chkSignOutgoing.Enabled = UserManagement::GetSigningAccount() != nullptr;
+  chkSignOutgoing.SetEnabled(UserManagement::GetSigningAccount() != nullptr);
   UpdateButtons();
   ApplyPassphraseRule();
 }

@@ -7,7 +7,6 @@
 
 #include "branding/branded_form.h"
 #include "ui/controls.h"
-#include "ui/inet_control.h"
 #include "ui/list_controls.h"
 
 namespace corvessa {

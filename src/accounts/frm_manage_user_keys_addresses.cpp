@@ -14,7 +14,6 @@
 #include "forms/frm_modal_show_in_taskbar.h"
 #include "settings/edition.h"
 #include "settings/settings.h"
-#include "ui/unload_at_end.h"
 
 namespace corvessa {
 namespace {
@@ -127,7 +126,7 @@ void frmManageUserKeys::RefreshSignerIcons() {
   for (int row = 0; row < lstvwAliases.RowCount(); ++row) {
     const NimbraAccountPtr account = UserManagement::GetNimbraAccountUser(lstvwAliases.Row(row));
     lstvwAliases.SetSmallIcon(row,
-                              account && account->m_bSigning ? imglstAliases.Keys.front() : "");
+                              account && account->m_bSigning ? imglstAliases.Keys().front() : "");
   }
 }
 

@@ -6,10 +6,10 @@ namespace corvessa {
 
 frmNoKeyPairs::frmNoKeyPairs()
     : BrandedForm("frmNoKeyPairs", "Create Your Encryption Keys", 400, 266) {
-  cmdOK.Default = true;
-  cmdOK.Enabled = false;
-  cmdCancel.Cancel = true;
-  lstEmailAddr.OnClick = [this] { cmdOK.Enabled = lstEmailAddr.Selected() >= 0; };
+  cmdOK.SetDefault(true);
+  cmdOK.SetEnabled(false);
+  cmdCancel.SetCancel(true);
+  lstEmailAddr.OnClick = [this] { cmdOK.SetEnabled(lstEmailAddr.Selected() >= 0); };
   cmdOK.OnClick = [this] {
     Customization::OpenKeyGenPage(lstEmailAddr.SelectedText());
     Unload();

@@ -10,8 +10,8 @@ namespace corvessa {
 frmSendFromExternalApplication::frmSendFromExternalApplication()
     : BrandedForm("frmSendFromExternalApplication", "<!-- LONGNAME -->", 300, 166) {
   Frame1.Hold({&chkSign, &chkEncrypt});
-  cmdContinue.Default = true;
-  cmdContinue.Cancel = true;
+  cmdContinue.SetDefault(true);
+  cmdContinue.SetCancel(true);
   chkSign.OnClick = [this] { StoreChoices(); };
   chkEncrypt.OnClick = [this] { StoreChoices(); };
   cmdContinue.OnClick = [this] { Unload(); };
@@ -24,7 +24,7 @@ void frmSendFromExternalApplication::Form_Activate() {
 void frmSendFromExternalApplication::Init(const platform::MailItemPtr& item) {
   Guarded("frmSendFromExternalApplication::Init - ", [&] {
     const bool can_sign = UserManagement::GetSigningAccount() != nullptr;
-    chkSign.Enabled = can_sign;
+    chkSign.SetEnabled(can_sign);
     chkSign.SetChecked(can_sign && !g_bDisableOutgoingSigning);
     chkEncrypt.SetChecked(!g_bDisableOutgoingEncryption);
     // Only now, so that setting the boxes up does not store half of the choices.

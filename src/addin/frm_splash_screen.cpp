@@ -20,7 +20,8 @@ frmSplashScreen::frmSplashScreen()
       lblAppInfo(*this, "lblAppInfo", {7, 66, 386, 17}),
       lblCaption(*this, "lblCaption", {7, 90, 386, 17}) {
   // An address may hold "&".
-  lblCaption.UseMnemonic = lblAppInfo.UseMnemonic = false;
+  lblCaption.SetUseMnemonic(false);
+  lblAppInfo.SetUseMnemonic(false);
   lblAppInfo.OnChange = PaintNow;
   lblCaption.OnChange = PaintNow;
 }

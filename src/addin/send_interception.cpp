@@ -21,7 +21,6 @@
 #include "settings/settings.h"
 #include "tracking/active_explorers.h"
 #include "tracking/active_inspectors.h"
-#include "ui/unload_at_end.h"
 
 namespace corvessa {
 namespace {

@@ -39,8 +39,8 @@ std::string Substitute(std::string_view text, std::string_view placeholder, std:
 
 void CustomizeControl(Control& control) {
   if (auto* image = dynamic_cast<Image*>(&control)) {
-    if (image->Name() == "imgLogoImage") image->Picture = GetLogoPicture();
-    if (image->Name() == "imgSplashImage") image->Picture = GetSplashPicture();
+    if (image->Name() == "imgLogoImage") image->SetPicture(GetLogoPicture());
+    if (image->Name() == "imgSplashImage") image->SetPicture(GetSplashPicture());
     return;
   }
   const std::string_view type = control.TypeName();
@@ -107,8 +107,8 @@ std::string SubstituteNames(std::string_view text) {
 
 void CustomizeForm(Form& form) {
   TraceCustomizeError(form, "", Attempt([&] {
-                        form.Caption = SubstituteNames(form.Caption);
-                        form.Icon = GetAppIcon();
+                        form.SetWindowCaption(SubstituteNames(form.Caption()));
+                        form.SetIcon(GetAppIcon());
                       }));
   for (Control* control : form.Controls()) {
     TraceCustomizeError(form, control->Name(), Attempt([&] { CustomizeControl(*control); }));

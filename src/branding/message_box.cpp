@@ -12,7 +12,7 @@ std::int32_t ShowMessageBox(std::string_view text, bool ask, bool error) {
     const std::int32_t buttons = ask ? platform::kBoxOkCancel : platform::kBoxOk;
     const std::int32_t icon = error ? platform::kBoxError : platform::kBoxInformation;
     const std::int32_t answer =
-        platform::Host().ui.MessageBox(text, Customization::AppLongName(), icon | buttons);
+        platform::Host().ui.ShowBox(text, Customization::AppLongName(), icon | buttons);
     return answer == platform::kAnswerOk ? platform::kAnswerOk : platform::kAnswerCancel;
   });
 }

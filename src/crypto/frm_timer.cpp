@@ -52,17 +52,17 @@ frmTimer::frmTimer()
     : Form("frmTimer", "", 100, 40),
       tmrTimer(*this, "tmrTimer", kTickMilliseconds),
       lblCount(*this, "lblCount", {7, 7, 86, 26}, "0") {
-  tmrTimer.Enabled = false;
+  tmrTimer.SetEnabled(false);
   tmrTimer.OnTimer = [this] { TimerEvent(); };
 }
 
 void frmTimer::Form_Load() {
   m_lTicks = 0;
-  tmrTimer.Enabled = true;
+  tmrTimer.SetEnabled(true);
 }
 
 void frmTimer::Form_Unload() {
-  tmrTimer.Enabled = false;
+  tmrTimer.SetEnabled(false);
 }
 
 void frmTimer::TimerEvent() {

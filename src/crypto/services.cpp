@@ -55,7 +55,7 @@ void StartHousekeeping() {
 void StopHousekeeping() {
   const auto timer = LoadedTimer();
   if (!timer) return;
-  timer->tmrTimer.Enabled = false;
+  timer->tmrTimer.SetEnabled(false);
   timer->Unload();
 }
 

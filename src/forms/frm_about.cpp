@@ -6,8 +6,8 @@
 namespace corvessa {
 
 frmAbout::frmAbout() : BrandedForm("frmAbout", "About <!-- LONGNAME -->", 320, 148) {
-  cmdOK.Default = true;
-  cmdOK.Cancel = true;
+  cmdOK.SetDefault(true);
+  cmdOK.SetCancel(true);
   cmdNimbraSite.OnClick = [] { Customization::OpenMainPage(); };
   cmdOK.OnClick = [this] { Unload(); };
 }

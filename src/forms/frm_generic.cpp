@@ -5,27 +5,30 @@
 #include "forms/dialog_results.h"
 #include "forms/frm_modal_show_in_taskbar.h"
 #include "ui/text_layout.h"
-#include "ui/unload_at_end.h"
 
 namespace corvessa {
 
 frmGeneric::frmGeneric()
     : BrandedForm("frmGeneric", "<!-- LONGNAME -->", 400, 112), result_(kResultClosed) {
-  lblMessage.UseMnemonic = false;
-  cmdOK.Default = true;
-  cmdCancel.Cancel = true;
+  lblMessage.SetUseMnemonic(false);
+  cmdOK.SetDefault(true);
+  cmdCancel.SetCancel(true);
   cmdOK.OnClick = [this] { Choose(type_ == kYesNo ? kResultYes : kResultOk); };
   cmdCancel.OnClick = [this] { Choose(type_ == kYesNo ? kResultNo : kResultCancel); };
 }
 
 void frmGeneric::setMessage(std::string_view message) {
   lblMessage.SetCaption(message);
-  const int height = WrappedLineCount(message, lblMessage.Bounds.width) * kTextLineHeight;
-  const int growth = height - lblMessage.Bounds.height;
-  lblMessage.Bounds.height = height;
-  cmdOK.Bounds.top += growth;
-  cmdCancel.Bounds.top += growth;
-  Height += growth;
+  Rect bounds = lblMessage.Bounds();
+  const int growth = WrappedLineCount(message, bounds.width) * kTextLineHeight - bounds.height;
+  bounds.height += growth;
+  lblMessage.SetBounds(bounds);
+  for (CommandButton* button : {&cmdOK, &cmdCancel}) {
+    bounds = button->Bounds();
+    bounds.top += growth;
+    button->SetBounds(bounds);
+  }
+  SetSize(Width(), Height() + growth);
 }
 
 void frmGeneric::setType(std::int32_t type) {
@@ -34,9 +37,11 @@ void frmGeneric::setType(std::int32_t type) {
     cmdOK.SetCaption("Yes");
     cmdCancel.SetCaption("No");
   } else if (type == kOkOnly) {
-    cmdCancel.Visible = false;
-    cmdOK.Cancel = true;
-    cmdOK.Bounds.left = (Width - cmdOK.Bounds.width) / 2;
+    cmdCancel.SetVisible(false);
+    cmdOK.SetCancel(true);
+    Rect bounds = cmdOK.Bounds();
+    bounds.left = (Width() - bounds.width) / 2;
+    cmdOK.SetBounds(bounds);
   }
 }
 
@@ -48,8 +53,8 @@ void frmGeneric::Choose(std::int32_t result) {
 std::int32_t ShowGeneric(std::string_view message, std::int32_t type,
                          DefaultButton default_button) {
   const auto form = std::make_shared<frmGeneric>();
-  form->cmdOK.Default = default_button == DefaultButton::kOk;
-  form->cmdCancel.Default = default_button == DefaultButton::kCancel;
+  form->cmdOK.SetDefault(default_button == DefaultButton::kOk);
+  form->cmdCancel.SetDefault(default_button == DefaultButton::kCancel);
   form->setMessage(message);
   form->setType(type);
   const UnloadAtEnd unload(*form);

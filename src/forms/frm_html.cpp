@@ -7,7 +7,7 @@ namespace corvessa {
 frmHTML::frmHTML()
     : BrandedForm("frmHTML", "HTML Message Warning", 400, 142), result_(kResultClosed) {
   // No cancel button: both buttons send the mail, so only the close box gives up sending.
-  cmdConvert.Default = true;
+  cmdConvert.SetDefault(true);
   cmdConvert.OnClick = [this] { Choose(kResultYes); };
   cmdSend.OnClick = [this] { Choose(kResultSendAsIs); };
 }

@@ -2,11 +2,9 @@
 
 #include <memory>
 
-#include "ui/unload_at_end.h"
-
 namespace corvessa {
 frmModalShowInTaskbar::frmModalShowInTaskbar() : BrandedForm("frmModalShowInTaskbar", "", 0, 0) {
-  OffScreen = true;
+  PutOffScreen();
   SetShowsInTaskbar(true);
 }
 
@@ -15,7 +13,7 @@ void frmModalShowInTaskbar::ShowModalForm(Form& dialog) {
   const UnloadAtEnd unload(*this);
   // Loading brands the caption, which the entry in the task bar is to show from the start.
   dialog.Load();
-  Caption = dialog.Caption;
+  SetWindowCaption(dialog.Caption());
   Show();
   dialog.ShowModal(this);
 }

@@ -7,10 +7,10 @@ namespace corvessa {
 
 frmNoKeysFound::frmNoKeysFound()
     : BrandedForm("frmNoKeysFound", "Sending Email", 400, 247), result_(kResultClosed) {
-  lstEmailAddr.Selectable = false;
+  lstEmailAddr.SetSelectable(false);
   // Enter and Escape both keep the mail: nothing leaves in clear by a key pressed too early.
-  cmdNo.Default = true;
-  cmdNo.Cancel = true;
+  cmdNo.SetDefault(true);
+  cmdNo.SetCancel(true);
   cmdYes.OnClick = [this] { Choose(kResultYes); };
   cmdNo.OnClick = [this] { Choose(kResultNo); };
 }

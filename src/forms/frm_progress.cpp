@@ -28,9 +28,7 @@ frmProgress::frmProgress() : BrandedForm("frmProgress", "<!-- SHORTNAME -->", 40
 void frmProgress::Init(const platform::MailItemPtr& item, std::int32_t steps) {
   Guarded("frmProgress::Init - ", [&] {
     Load();
-    pgbProgress.Min = 0;
-    pgbProgress.Value = 0;
-    pgbProgress.Max = steps >= 1 ? steps : StepsFor(*item);
+    pgbProgress.SetRange(0, steps >= 1 ? steps : StepsFor(*item));
     active_ = true;
     finished_ = false;
     Show();
@@ -42,13 +40,11 @@ void frmProgress::SetCaption(std::string_view text, std::int32_t extra_steps) {
   if (!active_) return;
   const FormPtr held = shared_from_this();
   Guarded("frmProgress::SetCaption - ", [&] {
-    const std::size_t start = Text1.Text().size();
     std::string line = "(" + platform::Host().clock.DateTimeText() + ") ";
     Text1.AppendText(line.append(text).append(kCrLf));
-    Text1.SelStart = start;
     lblDescription.SetCaption(text);
-    if (pgbProgress.Max > pgbProgress.Value) {
-      pgbProgress.Value = CheckedAdd(pgbProgress.Value, CheckedAdd(1, extra_steps));
+    if (pgbProgress.Max() > pgbProgress.Value()) {
+      pgbProgress.SetValue(CheckedAdd(pgbProgress.Value(), CheckedAdd(1, extra_steps)));
     }
     platform::Host().ui.DoEvents();
   });

@@ -24,7 +24,6 @@ class frmProgress final : public BrandedForm {
   /// no message. Lets pending events run.
   void SetCaption(std::string_view text, std::int32_t extra_steps = 0);
 
-  Image imgLogoImage{*this, "imgLogoImage", {7, 7, 386, 48}};
   Label lblTitle{*this,
                  "lblTitle",
                  {7, 62, 386, 26},
@@ -33,6 +32,7 @@ class frmProgress final : public BrandedForm {
   Label lblDescription{*this, "lblDescription", {7, 95, 386, 13}, "Step 0/0"};
   ProgressBar pgbProgress{*this, "pgbProgress", {7, 115, 386, 16}};
   TextBox Text1{*this, "Text1", {7, 138, 386, 104}, TextBox::Kind::kLog};
+  Image imgLogoImage{*this, "imgLogoImage", {7, 7, 386, 48}};
 
  private:
   void Form_QueryUnload(bool& cancel) override { cancel = !finished_; }

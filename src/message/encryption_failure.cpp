@@ -21,7 +21,6 @@
 #include "platform/observer.h"
 #include "platform/redemption.h"
 #include "settings/edition.h"
-#include "ui/unload_at_end.h"
 
 namespace corvessa {
 namespace {

@@ -1,84 +1,69 @@
 #include "message/frm_message_status.h"
 
-#include <string>
+#include <algorithm>
+#include <initializer_list>
 
 #include "base/guard.h"
-#include "base/text.h"
-#include "platform/host.h"
-#include "platform/ui.h"
+#include "ui/text_layout.h"
 
 namespace corvessa {
 namespace {
 
 constexpr int kMinimumWidth = 295;
 constexpr int kMinimumHeight = 336;
-constexpr std::string_view kEllipsis = "...";
-
-/// The text, shortened by one character after the other until it is no wider than the label.
-std::string Fitted(std::string_view text, int width) {
-  std::string shown(text);
-  // No character is narrower than a pixel: a very long text need not be shortened one by one.
-  const auto most = static_cast<std::size_t>(width > 0 ? width : 0) + kEllipsis.size() + 1;
-  if (Length(shown) > most) shown = std::string(Left(text, most)).append(kEllipsis);
-  while (platform::Host().ui.TextWidth(shown) > width) {
-    const std::size_t length = Length(shown);
-    if (length <= kEllipsis.size() + 1) return std::string(kEllipsis);
-    shown = std::string(Left(shown, length - kEllipsis.size() - 1)).append(kEllipsis);
-  }
-  return shown;
-}
-
 void Fit(Label& label, std::string_view text) {
-  // Text from outside: an "&" in it is no access key.
-  label.SetCaption(Replace(Fitted(text, label.Bounds.width), "&", "&&"));
+  label.SetCaption(FittedText(text, label.Bounds().width));
 }
 
 }  // namespace
 
 frmMessageStatus::frmMessageStatus()
     : BrandedForm("frmMessageStatus", "Message Information", 420, 420) {
-  MinimumWidth = kMinimumWidth;
-  MinimumHeight = kMinimumHeight;
+  SetMinimumWindow(kMinimumWidth, kMinimumHeight);
+  // Text from outside: an "&" in it is no access key.
+  for (Label* label : {&lblFrom, &lblSubject, &lblDate, &lblEncrypted, &lblSigned}) {
+    label->SetUseMnemonic(false);
+  }
   int index = 0;
   for (Frame* page : {&fraTab0, &fraTab1, &fraTab2}) page->SetIndex(index++);
   fraTab0.Hold({&lblEncrypted, &lblThisMsg1, &lvwEncryption});
   fraTab1.Hold({&lblSigned, &lblThisMsg2, &lvwSigning});
   fraTab2.Hold({&txtOriginalMessage});
-  lvwEncryption.Selectable = false;
-  lvwSigning.Selectable = false;
-  cmdClose.Default = true;
-  cmdClose.Cancel = true;
+  lvwEncryption.SetSelectable(false);
+  lvwSigning.SetSelectable(false);
+  cmdClose.SetDefault(true);
+  cmdClose.SetCancel(true);
   tbsTabs.OnClick = [this] { ShowTab(tbsTabs.Selected()); };
   cmdClose.OnClick = [this] { Unload(); };
 }
 
 void frmMessageStatus::Form_Load() {
   BrandedForm::Form_Load();
-  design_width_ = Width;
-  design_height_ = Height;
+  design_width_ = Width();
+  design_height_ = Height();
   growing_.clear();
   for (Control* control :
        std::initializer_list<Control*>{&tbsTabs, &fraTab0, &fraTab1, &fraTab2, &lvwEncryption,
                                        &lvwSigning, &txtOriginalMessage, &cmdClose}) {
-    growing_.push_back({control, control->Bounds});
+    growing_.push_back({control, control->Bounds()});
   }
   ShowAttachmentLists(false);
   ShowTab(1);
 }
 
 void frmMessageStatus::Form_Resize() {
-  const int right = Width - design_width_;
-  const int down = Height - design_height_;
+  const int right = Width() - design_width_;
+  const int down = Height() - design_height_;
   for (const DesignSize& design : growing_) {
-    Rect& bounds = design.control->Bounds;
-    bounds = design.bounds;
+    Rect bounds = design.bounds;
     if (design.control == &cmdClose) {
       bounds.left += right;
       bounds.top += down;
     } else {
-      bounds.width += right;
-      bounds.height += down;
+      bounds.width = std::max(0, bounds.width + right);
+      bounds.height = std::max(0, bounds.height + down);
     }
+    design.control->SetBounds(bounds);
   }
 }
 
@@ -108,9 +93,9 @@ void frmMessageStatus::SetOriginalMessageBody(std::string_view text) {
 
 void frmMessageStatus::ShowTab(int tab) {
   Guarded("frmMessageStatus::ShowTab - ", [&] {
-    for (Frame* page : {&fraTab0, &fraTab1, &fraTab2}) page->Visible = false;
+    for (Frame* page : {&fraTab0, &fraTab1, &fraTab2}) page->SetVisible(false);
     if (tbsTabs.Selected() != tab) tbsTabs.Select(tab);
-    Find("fraTab", tab - 1)->Visible = true;
+    Find("fraTab", tab - 1)->SetVisible(true);
   });
 }
 
@@ -132,10 +117,10 @@ void frmMessageStatus::AddAttachment(std::string_view encryption_line,
 }
 
 void frmMessageStatus::ShowAttachmentLists(bool visible) {
-  lblThisMsg1.Visible = visible;
-  lvwEncryption.Visible = visible;
-  lblThisMsg2.Visible = visible;
-  lvwSigning.Visible = visible;
+  lblThisMsg1.SetVisible(visible);
+  lvwEncryption.SetVisible(visible);
+  lblThisMsg2.SetVisible(visible);
+  lvwSigning.SetVisible(visible);
 }
 
 }  // namespace corvessa

@@ -29,7 +29,6 @@ class frmMessageStatus final : public BrandedForm {
   /// hidden as long as they are empty.
   void AddAttachment(std::string_view encryption_line, std::string_view signing_line);
 
-  Image imgLogoImage{*this, "imgLogoImage", {7, 7, 406, 48}};
   Label Label1{*this, "Label1", {7, 62, 50, 13}, "From:"};
   Label lblFrom{*this, "lblFrom", {62, 62, 351, 13}};
   Label Label2{*this, "Label2", {7, 80, 50, 13}, "Subject:"};
@@ -41,19 +40,20 @@ class frmMessageStatus final : public BrandedForm {
                    {7, 118, 406, 265},
                    {"Encryption", "Digital signatures", "Original message"}};
   Frame fraTab0{*this, "fraTab", {14, 142, 392, 234}};
+  Frame fraTab1{*this, "fraTab", {14, 142, 392, 234}};
+  Frame fraTab2{*this, "fraTab", {14, 142, 392, 234}};
   Label lblEncrypted{*this, "lblEncrypted", {21, 149, 378, 13}, "This message"};
   Label lblThisMsg1{
       *this, "lblThisMsg1", {21, 169, 378, 13}, "This message has the following attachments:"};
   ListView lvwEncryption{*this, "lvwEncryption", {21, 187, 378, 182}};
-  Frame fraTab1{*this, "fraTab", {14, 142, 392, 234}};
   Label lblSigned{*this, "lblSigned", {21, 149, 378, 13}, "This message"};
   Label lblThisMsg2{
       *this, "lblThisMsg2", {21, 169, 378, 13}, "This message has the following attachments:"};
   ListView lvwSigning{*this, "lvwSigning", {21, 187, 378, 182}};
-  Frame fraTab2{*this, "fraTab", {14, 142, 392, 234}};
   TextBox txtOriginalMessage{
       *this, "txtOriginalMessage", {21, 149, 378, 220}, TextBox::Kind::kCourier};
   CommandButton cmdClose{*this, "cmdClose", {338, 390, 75, 23}, "&Close"};
+  Image imgLogoImage{*this, "imgLogoImage", {7, 7, 406, 48}};
 
  private:
   struct DesignSize {

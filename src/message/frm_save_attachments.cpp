@@ -30,8 +30,8 @@ std::string LogText(const AttachmentResult& result) {
 
 frmSaveAttachments::frmSaveAttachments()
     : BrandedForm("frmSaveAttachments", "<!-- SHORTNAME --> Attachments", 420, 372) {
-  cmdSave.Default = true;
-  cmdCancel.Cancel = true;
+  cmdSave.SetDefault(true);
+  cmdCancel.SetCancel(true);
   cmdSave.OnClick = [this] { Save(); };
   cmdCancel.OnClick = [this] { Unload(); };
 }
@@ -59,7 +59,7 @@ void frmSaveAttachments::Save() {
     chosen.push_back(lstAttachments.RowChecked(row));
   }
   // A second click behind a passphrase dialog must not begin a second saving.
-  cmdSave.Enabled = false;
+  cmdSave.SetEnabled(false);
   const Error error = Attempt([&] {
     SaveAttachments(m_oMailItem, chosen, folder,
                     {[&] { return IsLoaded(); },
@@ -69,14 +69,14 @@ void frmSaveAttachments::Save() {
                      },
                      [&](const AttachmentResult& result) { Report(LogText(result)); }});
   });
-  cmdSave.Enabled = true;
+  cmdSave.SetEnabled(true);
   if (error.number == 0) return;
   Report("Not saved: " + error.description);
   throw error;
 }
 
 void frmSaveAttachments::Report(std::string_view text) {
-  txtResults.SetText(std::string(txtResults.Text()).append(text).append("\r\n"));
+  txtResults.AppendText(std::string(text).append("\r\n"));
 }
 
 void OpenSaveAttachments(const platform::MailItemPtr& item) {

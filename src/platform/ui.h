@@ -4,8 +4,10 @@
 #include <string_view>
 
 namespace corvessa {
+class Control;
 class Form;
-}
+class Timer;
+}  // namespace corvessa
 
 namespace corvessa::platform {
 
@@ -18,28 +20,57 @@ inline constexpr std::int32_t kBoxInformation = 64;
 inline constexpr std::int32_t kAnswerOk = 1;
 inline constexpr std::int32_t kAnswerCancel = 2;
 
-/// Draws form models and feeds the user's input back into them; holds no rule of its own. The
-/// models keep their state (visible, modal, topmost, focus, …) and call these to have it shown, so
-/// that an implementation may read the model at any time and need not keep a copy.
+/// What of a form has changed.
+enum class FormChange : std::uint8_t { kCaption, kIcon, kSize, kFocus, kTopmost, kTaskbarEntry };
+
+/// What of a control has changed.
+enum class ControlChange : std::uint8_t {
+  /// Whether it is shown or usable.
+  kState,
+  kBounds,
+  /// Anything else that is drawn: caption, text, rows, marks, picture, value, default button.
+  kContent,
+  /// A text box's text has grown at its end; what stood there before is the same.
+  kAppended,
+};
+
+/// Draws form models and feeds the user's input back into them. Holds no rule of its own: whatever
+/// a form does, its model does (ui/form.h). A back end may read the models whenever it draws, as a
+/// terminal does, or keep a window for each and update it when it is told of a change.
+///
+/// From FormLoaded to FormUnloaded the back end is told of every change of the form and of its
+/// controls, also of those that it brought in itself by the user's input, so it compares before it
+/// sets. It may collect changes and show them when it lets events run next. After FormUnloaded it
+/// must not touch the form again; the model may be gone. A change may come in during any call.
 class Ui {
  public:
   virtual ~Ui() = default;
-  /// Owned by the foreground window. Gives kAnswerOk or kAnswerCancel; a box that nobody can answer
-  /// counts as cancelled when it can be, as OK otherwise.
-  virtual std::int32_t MessageBox(std::string_view text, std::string_view title,
-                                  std::int32_t flags) = 0;
-  /// The form has become visible, without blocking; or is to come forward when it already is.
+
+  /// Shows a message box, owned by the foreground window. Gives kAnswerOk or kAnswerCancel; a box
+  /// that nobody can answer counts as cancelled if it can be, as OK otherwise.
+  virtual std::int32_t ShowBox(std::string_view text, std::string_view title,
+                               std::int32_t flags) = 0;
+  /// The form has become visible, without blocking; or is to come forward if it already is.
   virtual void ShowForm(Form& form) = 0;
-  /// Runs a nested message loop until the form is no longer visible. `owner` may be null.
+  /// Shows the form and lets events run until it is no longer visible. `owner` may be null.
   virtual void RunModal(Form& form, Form* owner) = 0;
-  /// The form has been hidden or unloaded.
-  virtual void FormGone(Form& form) = 0;
-  /// The form's Topmost or ShowsInTaskbar has changed.
-  virtual void WindowStyleChanged(Form& form) = 0;
-  /// The drawn width of a text in the dialog font, in pixels.
-  virtual int TextWidth(std::string_view text) = 0;
-  /// Lets pending window events run once; any other event of the add-in may come in.
+  /// Lets pending events run once; any other event of the add-in may come in.
   virtual void DoEvents() = 0;
+  /// The drawn width of a text in the dialog font, in pixels of a 96-dpi screen.
+  virtual int TextWidth(std::string_view text) = 0;
+
+  /// The form exists from now on, still invisible. Its load handler has not run yet.
+  virtual void FormLoaded(Form& form) noexcept = 0;
+  /// A visible form is so no longer; its modal loop ends. It stays loaded.
+  virtual void FormHidden(Form& form) noexcept = 0;
+  /// The form is no longer loaded. If it was visible, FormHidden came before.
+  virtual void FormUnloaded(Form& form) noexcept = 0;
+  virtual void FormChanged(Form& form, FormChange change) noexcept = 0;
+  virtual void ControlChanged(Form& form, Control& control, ControlChange change) noexcept = 0;
+  /// The timer is to tick every Interval() milliseconds, for the first time after one interval.
+  virtual void TimerStarted(Timer& timer) noexcept = 0;
+  /// It ticks no more. A running timer is stopped before its form is unloaded.
+  virtual void TimerStopped(Timer& timer) noexcept = 0;
 };
 
 }  // namespace corvessa::platform

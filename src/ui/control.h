@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/ui.h"
+
 namespace corvessa {
 
 class Form;
@@ -14,10 +16,17 @@ struct Rect {
   int top = 0;
   int width = 0;
   int height = 0;
+
+  bool operator==(const Rect&) const = default;
 };
 
 /// One control of a form model. It registers itself with its form when it is made, so a form's
 /// members in declaration order are its controls in control order, which is also the tab order.
+///
+/// Controls have two kinds of operations: setters, with which the program changes them in any
+/// state, and the user's input (Press, Type, ClickRow, …), which a hidden or disabled control
+/// ignores. While the form is loaded, every change is reported to the Ui back end, before the event
+/// that it raises.
 class Control {
  public:
   using Handler = std::function<void()>;
@@ -39,18 +48,26 @@ class Control {
   void PutInto(const Control& frame) { container_ = &frame; }
   const Control* Container() const { return container_; }
 
+  /// The control's own flags, whatever its frame's are.
+  bool Visible() const { return visible_; }
+  void SetVisible(bool visible);
+  bool Enabled() const { return enabled_; }
+  void SetEnabled(bool enabled);
+  const Rect& Bounds() const { return bounds_; }
+  void SetBounds(const Rect& bounds);
+
   /// Visible and not inside a hidden frame.
   bool IsShown() const;
   /// Enabled and not inside a disabled frame.
   bool IsUsable() const;
   /// Takes part in the tab order.
   virtual bool TakesFocus() const { return false; }
-  /// What the dump of a form says of the control after its name; empty for nothing.
+  /// The focus has gone to another control.
+  virtual void LoseFocus() {}
+  /// One line that says all of the control but whether it has the focus.
+  std::string Dump() const;
+  /// What the dump says of its content; empty for nothing.
   virtual std::string Describe() const { return {}; }
-
-  bool Visible = true;
-  bool Enabled = true;
-  Rect Bounds;
 
  protected:
   Control(Form& form, std::string name, Rect bounds);
@@ -58,12 +75,25 @@ class Control {
   /// Runs a handler inside the error boundary, as "form::control_event - ". Holds the form
   /// meanwhile.
   void RaiseEvent(std::string_view event, const Handler& handler);
+  /// Reports a change, if the form is loaded.
+  void Report(platform::ControlChange change);
+  /// Whether the user can do anything with it now.
+  bool TakesInput() const { return IsShown() && IsUsable(); }
 
  private:
+  friend class Form;
+  /// The form has been loaded or is being unloaded, or Enabled has changed.
+  virtual void UpdateActivity() {}
+  bool IsInside(const Control& frame) const;
+  void ReportState();
+
   Form& form_;
   std::string name_;
   int index_ = -1;
   const Control* container_ = nullptr;
+  bool visible_ = true;
+  bool enabled_ = true;
+  Rect bounds_;
 };
 
 }  // namespace corvessa

@@ -1,9 +1,14 @@
 #include "ui/controls.h"
 
 #include "base/text.h"
+#include "platform/host.h"
+#include "platform/inet.h"
 #include "ui/form.h"
 
 namespace corvessa {
+
+using platform::ControlChange;
+
 namespace {
 
 std::string Quoted(std::string_view text) {
@@ -15,6 +20,7 @@ std::string Quoted(std::string_view text) {
 void CaptionedControl::SetCaption(std::string_view caption) {
   if (caption_ == caption) return;
   caption_ = caption;
+  Report(ControlChange::kContent);
   RaiseEvent("Change", OnChange);
 }
 
@@ -22,12 +28,25 @@ std::string CaptionedControl::Describe() const {
   return Quoted(caption_);
 }
 
+void Label::SetUseMnemonic(bool uses) {
+  if (std::exchange(uses_mnemonic_, uses) != uses) Report(ControlChange::kContent);
+}
+
 std::string CommandButton::Describe() const {
-  return CaptionedControl::Describe() + (Default ? " default" : "") + (Cancel ? " cancel" : "");
+  return CaptionedControl::Describe() + (is_default_ ? " default" : "") +
+         (is_cancel_ ? " cancel" : "");
+}
+
+void CommandButton::SetDefault(bool is_default) {
+  if (std::exchange(is_default_, is_default) != is_default) Report(ControlChange::kContent);
+}
+
+void CommandButton::SetCancel(bool is_cancel) {
+  if (std::exchange(is_cancel_, is_cancel) != is_cancel) Report(ControlChange::kContent);
 }
 
 void CommandButton::Press() {
-  if (IsShown() && IsUsable()) RaiseEvent("Click", OnClick);
+  if (TakesInput()) RaiseEvent("Click", OnClick);
 }
 
 std::string CheckBox::Describe() const {
@@ -37,11 +56,12 @@ std::string CheckBox::Describe() const {
 void CheckBox::SetChecked(bool checked) {
   if (checked_ == checked) return;
   checked_ = checked;
+  Report(ControlChange::kContent);
   RaiseEvent("Click", OnClick);
 }
 
 void CheckBox::Toggle() {
-  if (IsShown() && IsUsable()) SetChecked(!checked_);
+  if (TakesInput()) SetChecked(!checked_);
 }
 
 OptionButton::OptionButton(Form& form, std::string name, int index, Rect bounds,
@@ -58,14 +78,18 @@ void OptionButton::Select() {
   if (selected_) return;
   for (Control* control : Parent().Controls()) {
     auto* other = dynamic_cast<OptionButton*>(control);
-    if (other && other->Name() == Name()) other->selected_ = false;
+    if (other && other->Name() == Name()) other->SetSelected(false);
   }
-  selected_ = true;
+  SetSelected(true);
   RaiseEvent("Click", OnClick);
 }
 
+void OptionButton::SetSelected(bool selected) {
+  if (std::exchange(selected_, selected) != selected) Report(ControlChange::kContent);
+}
+
 void OptionButton::Press() {
-  if (IsShown() && IsUsable()) Select();
+  if (TakesInput()) Select();
 }
 
 std::string TextBox::Describe() const {
@@ -76,33 +100,62 @@ std::string TextBox::Describe() const {
 void TextBox::SetText(std::string_view text) {
   if (text == Text()) return;
   text_.Assign(text);
-  SelStart = 0;
+  sel_start_ = 0;
+  Report(ControlChange::kContent);
   RaiseEvent("Change", OnChange);
 }
 
 void TextBox::AppendText(std::string_view text) {
+  sel_start_ = Text().size();
   text_.Append(text);
+  Report(ControlChange::kAppended);
   RaiseEvent("Change", OnChange);
 }
 
 void TextBox::Type(std::string_view text) {
-  if (IsShown() && IsUsable() && !IsMultiLine()) SetText(text);
+  if (TakesInput() && !IsMultiLine()) SetText(text);
 }
 
 std::string Image::Describe() const {
-  return Picture ? Quoted(Picture->source) : "";
+  return picture_ ? Quoted(picture_->source) : "";
+}
+
+void Image::SetPicture(platform::PicturePtr picture) {
+  picture_ = std::move(picture);
+  Report(ControlChange::kContent);
 }
 
 std::string ProgressBar::Describe() const {
-  return Decimal(Value) + " of " + Decimal(Min) + " to " + Decimal(Max);
+  return Decimal(value_) + " of " + Decimal(min_) + " to " + Decimal(max_);
+}
+
+void ProgressBar::SetRange(std::int32_t min, std::int32_t max) {
+  min_ = value_ = min;
+  max_ = max;
+  Report(ControlChange::kContent);
+}
+
+void ProgressBar::SetValue(std::int32_t value) {
+  if (std::exchange(value_, value) != value) Report(ControlChange::kContent);
+}
+
+void Timer::UpdateActivity() {
+  const bool runs = Parent().IsLoaded() && Enabled();
+  if (std::exchange(running_, runs) == runs) return;
+  platform::Ui& ui = platform::Host().ui;
+  runs ? ui.TimerStarted(*this) : ui.TimerStopped(*this);
 }
 
 void Timer::Tick() {
-  if (!Enabled || ticking_) return;
-  ticking_ = true;
+  if (!running_ || ticking_) return;
   const std::shared_ptr<Form> held = Parent().shared_from_this();
+  ticking_ = true;
   RaiseEvent("Timer", OnTimer);
   ticking_ = false;
+}
+
+std::string Inet::OpenURL(std::string_view url) const {
+  return platform::Host().inet.OpenURL(url);
 }
 
 }  // namespace corvessa

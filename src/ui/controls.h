@@ -10,6 +10,7 @@
 #include "platform/picture.h"
 #include "ui/control.h"
 
+/// The controls that a form is made of. Lists and tabs are in list_controls.h.
 namespace corvessa {
 
 /// A control that shows a caption. "&" marks the access key, "&&" stands for one "&".
@@ -35,9 +36,12 @@ class Label final : public CaptionedControl {
   Label(Form& form, std::string name, Rect bounds, std::string caption = {})
       : CaptionedControl(form, std::move(name), bounds, std::move(caption)) {}
   std::string_view TypeName() const override { return "Label"; }
+  /// False for a label that shows text from outside, in which "&" stands for itself.
+  bool UsesMnemonic() const { return uses_mnemonic_; }
+  void SetUseMnemonic(bool uses);
 
-  /// Off for a label that shows text from outside, in which "&" stands for itself.
-  bool UseMnemonic = true;
+ private:
+  bool uses_mnemonic_ = true;
 };
 
 class Frame final : public CaptionedControl {
@@ -58,14 +62,20 @@ class CommandButton final : public CaptionedControl {
   std::string_view TypeName() const override { return "CommandButton"; }
   bool TakesFocus() const override { return true; }
   std::string Describe() const override;
-  /// The user's click; nothing happens while the button is hidden or disabled.
+  /// Enter presses the default button.
+  bool IsDefault() const { return is_default_; }
+  void SetDefault(bool is_default);
+  /// Escape presses the cancel button.
+  bool IsCancel() const { return is_cancel_; }
+  void SetCancel(bool is_cancel);
+  /// The user's click.
   void Press();
 
-  /// Enter presses it.
-  bool Default = false;
-  /// Escape presses it.
-  bool Cancel = false;
   Handler OnClick;
+
+ private:
+  bool is_default_ = false;
+  bool is_cancel_ = false;
 };
 
 class CheckBox final : public CaptionedControl {
@@ -88,7 +98,7 @@ class CheckBox final : public CaptionedControl {
 };
 
 /// The buttons of one name, a control array, are one group wherever they stand: at most one is
-/// selected. A host must not group them by container.
+/// selected. A back end must not group them by container.
 class OptionButton final : public CaptionedControl {
  public:
   OptionButton(Form& form, std::string name, int index, Rect bounds, std::string caption);
@@ -104,6 +114,8 @@ class OptionButton final : public CaptionedControl {
   Handler OnClick;
 
  private:
+  void SetSelected(bool selected);
+
   bool selected_ = false;
 };
 
@@ -119,25 +131,28 @@ class TextBox final : public Control {
   bool IsPassword() const { return kind_ == Kind::kPassword; }
   /// Several lines, read-only to the user.
   bool IsMultiLine() const { return kind_ == Kind::kLog || kind_ == Kind::kCourier; }
+  bool HasFixedPitch() const { return kind_ == Kind::kCourier; }
   /// Lives until the next change.
   std::string_view Text() const { return text_.View(); }
+  /// The caret as a byte offset: at the start of a new text or of what was appended last, so that
+  /// this is in view.
+  std::size_t SelStart() const { return sel_start_; }
   /// Raises OnChange when the text differs. What a password box held is wiped.
   void SetText(std::string_view text);
   /// Adds to the end, without copying what is there. Raises OnChange.
   void AppendText(std::string_view text);
-  /// The user's typing; nothing happens while the box is hidden, disabled or read-only.
+  /// The user's typing: the whole new text. A read-only box ignores it.
   void Type(std::string_view text);
-  /// The user has gone on to another control.
-  void Leave() { RaiseEvent("LostFocus", OnLostFocus); }
+  /// Raises OnLostFocus.
+  void LoseFocus() override { RaiseEvent("LostFocus", OnLostFocus); }
 
-  /// Byte offset of the caret.
-  std::size_t SelStart = 0;
   Handler OnChange;
   Handler OnLostFocus;
 
  private:
   Kind kind_;
   SecretString text_;
+  std::size_t sel_start_ = 0;
 };
 
 class Image final : public Control {
@@ -145,8 +160,11 @@ class Image final : public Control {
   Image(Form& form, std::string name, Rect bounds) : Control(form, std::move(name), bounds) {}
   std::string_view TypeName() const override { return "Image"; }
   std::string Describe() const override;
+  const platform::PicturePtr& Picture() const { return picture_; }
+  void SetPicture(platform::PicturePtr picture);
 
-  platform::PicturePtr Picture;
+ private:
+  platform::PicturePtr picture_;
 };
 
 class ProgressBar final : public Control {
@@ -154,27 +172,50 @@ class ProgressBar final : public Control {
   ProgressBar(Form& form, std::string name, Rect bounds) : Control(form, std::move(name), bounds) {}
   std::string_view TypeName() const override { return "ProgressBar"; }
   std::string Describe() const override;
+  std::int32_t Min() const { return min_; }
+  std::int32_t Max() const { return max_; }
+  std::int32_t Value() const { return value_; }
+  /// Starts again: the value is the minimum.
+  void SetRange(std::int32_t min, std::int32_t max);
+  /// May lie beyond the maximum, which then is what a back end draws.
+  void SetValue(std::int32_t value);
 
-  std::int32_t Min = 0;
-  std::int32_t Max = 100;
-  std::int32_t Value = 0;
+ private:
+  std::int32_t min_ = 0;
+  std::int32_t max_ = 100;
+  std::int32_t value_ = 0;
 };
 
-/// Ticks while its form is loaded; the Ui back end, or whoever drives it, calls Tick.
+/// Runs while its form is loaded and it is enabled. The Ui back end is told when it starts and
+/// stops, and calls Tick.
 class Timer final : public Control {
  public:
   Timer(Form& form, std::string name, std::int32_t interval_ms)
-      : Control(form, std::move(name), {}), Interval(interval_ms) {}
+      : Control(form, std::move(name), {}), interval_(interval_ms) {}
   std::string_view TypeName() const override { return "Timer"; }
-  /// One interval has passed. Does nothing while disabled or inside another tick of its own.
+  /// Milliseconds, at least 1.
+  std::int32_t Interval() const { return interval_; }
+  bool IsRunning() const { return running_; }
+  /// One interval has passed. Does nothing when it does not run or inside another tick of its own.
   void Tick();
 
-  /// Milliseconds.
-  std::int32_t Interval;
   Handler OnTimer;
 
  private:
+  void UpdateActivity() override;
+
+  std::int32_t interval_;
+  bool running_ = false;
   bool ticking_ = false;
+};
+
+/// The Internet transfer control: fetches pages, and is never drawn.
+class Inet final : public Control {
+ public:
+  Inet(Form& form, std::string name) : Control(form, std::move(name), {}) {}
+  std::string_view TypeName() const override { return "Inet"; }
+  /// The body of a page as text. Throws Error when it could not be fetched.
+  std::string OpenURL(std::string_view url) const;
 };
 
 }  // namespace corvessa

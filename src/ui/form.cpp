@@ -9,6 +9,9 @@
 #include "platform/ui.h"
 
 namespace corvessa {
+
+using platform::FormChange;
+
 namespace {
 
 std::vector<FormPtr>& Loaded() {
@@ -22,8 +25,75 @@ platform::Ui& Ui() {
 
 }  // namespace
 
+Control::Control(Form& form, std::string name, Rect bounds)
+    : form_(form), name_(std::move(name)), bounds_(bounds) {
+  form.AddControl(*this);
+}
+
+bool Control::IsShown() const {
+  return visible_ && (!container_ || container_->IsShown());
+}
+
+bool Control::IsUsable() const {
+  return enabled_ && (!container_ || container_->IsUsable());
+}
+
+bool Control::IsInside(const Control& frame) const {
+  return container_ && (container_ == &frame || container_->IsInside(frame));
+}
+
+void Control::SetVisible(bool visible) {
+  if (std::exchange(visible_, visible) != visible) ReportState();
+}
+
+void Control::SetEnabled(bool enabled) {
+  if (std::exchange(enabled_, enabled) == enabled) return;
+  UpdateActivity();
+  ReportState();
+}
+
+void Control::SetBounds(const Rect& bounds) {
+  if (std::exchange(bounds_, bounds) != bounds) Report(platform::ControlChange::kBounds);
+}
+
+void Control::Report(platform::ControlChange change) {
+  if (form_.IsLoaded()) Ui().ControlChanged(form_, *this, change);
+}
+
+void Control::ReportState() {
+  Report(platform::ControlChange::kState);
+  for (Control* other : form_.Controls()) {
+    if (other->IsInside(*this)) other->Report(platform::ControlChange::kState);
+  }
+}
+
+void Control::RaiseEvent(std::string_view event, const Handler& handler) {
+  if (!handler) return;
+  const std::shared_ptr<Form> held = form_.shared_from_this();
+  const std::string prefix = held->Name() + "::" + name_ + "_" + std::string(event) + " - ";
+  // A copy: the handler may replace itself or end its form while it runs.
+  const Handler running = handler;
+  Guarded(prefix, [&] { running(); });
+}
+
+std::string Control::Dump() const {
+  std::string text = std::string(TypeName()) + " " + name_;
+  if (index_ >= 0) text += "(" + Decimal(index_) + ")";
+  text += " [" + Decimal(bounds_.left) + " " + Decimal(bounds_.top) + " " + Decimal(bounds_.width) +
+          " " + Decimal(bounds_.height) + "]";
+  const std::string described = Describe();
+  if (!described.empty()) text += " " + described;
+  if (!IsShown()) text += " hidden";
+  if (!IsUsable()) text += " disabled";
+  return text;
+}
+
 Form::Form(std::string name, std::string caption, int width, int height)
-    : Caption(std::move(caption)), Width(width), Height(height), name_(std::move(name)) {}
+    : name_(std::move(name)), caption_(std::move(caption)), width_(width), height_(height) {}
+
+void Form::Report(platform::FormChange change) {
+  if (loaded_) Ui().FormChanged(*this, change);
+}
 
 Control* Form::Find(std::string_view control_name, int index) const {
   const auto found = std::ranges::find_if(controls_, [&](const Control* control) {
@@ -32,10 +102,26 @@ Control* Form::Find(std::string_view control_name, int index) const {
   return found == controls_.end() ? nullptr : *found;
 }
 
+/// Enters the form into the list or takes it off, starts or stops its timers, tells the back end.
+void Form::SetLoaded(bool loaded) {
+  if (loaded_ == loaded) return;
+  const FormPtr held = shared_from_this();
+  platform::Ui& ui = Ui();
+  loaded_ = loaded;
+  if (loaded) {
+    Loaded().push_back(held);
+    ui.FormLoaded(*this);
+  }
+  for (Control* control : controls_) control->UpdateActivity();
+  if (loaded) return;
+  std::erase(Loaded(), held);
+  if (std::exchange(visible_, false)) ui.FormHidden(*this);
+  ui.FormUnloaded(*this);
+}
+
 void Form::Load() {
   if (loaded_) return;
-  loaded_ = true;
-  Loaded().push_back(shared_from_this());
+  SetLoaded(true);
   Guarded(name_ + "::Form_Load - ", [&] { Form_Load(); });
 }
 
@@ -70,7 +156,7 @@ void Form::ShowModal(Form* owner) {
 void Form::Hide() {
   if (!visible_) return;
   visible_ = false;
-  Ui().FormGone(*this);
+  Ui().FormHidden(*this);
 }
 
 bool Form::Unload() {
@@ -84,47 +170,59 @@ bool Form::Unload() {
   unloading_ = true;
   Guarded(name_ + "::Form_Unload - ", [&] { Form_Unload(); });
   unloading_ = false;
-  loaded_ = false;
-  const bool was_visible = std::exchange(visible_, false);
-  std::erase(Loaded(), held);
-  if (was_visible) Ui().FormGone(*this);
+  SetLoaded(false);
   return true;
 }
 
+void Form::SetSize(int width, int height) {
+  width_ = width;
+  height_ = height;
+  Report(FormChange::kSize);
+}
+
 void Form::Resize(int width, int height) {
-  Width = std::max(width, MinimumWidth);
-  Height = std::max(height, MinimumHeight);
+  SetSize(width, height);
   Guarded(name_ + "::Form_Resize - ", [&] { Form_Resize(); });
 }
 
+void Form::SetMinimumWindow(int width, int height) {
+  minimum_window_width_ = width;
+  minimum_window_height_ = height;
+}
+
+void Form::SetWindowCaption(std::string_view caption) {
+  caption_ = caption;
+  Report(FormChange::kCaption);
+}
+
+void Form::SetIcon(platform::PicturePtr icon) {
+  icon_ = std::move(icon);
+  Report(FormChange::kIcon);
+}
+
 void Form::SetTopmost(bool topmost) {
-  topmost_ = topmost;
-  if (visible_) Ui().WindowStyleChanged(*this);
+  if (std::exchange(topmost_, topmost) != topmost) Report(FormChange::kTopmost);
 }
 
 void Form::SetShowsInTaskbar(bool shows) {
-  in_taskbar_ = shows;
-  if (visible_) Ui().WindowStyleChanged(*this);
+  if (std::exchange(in_taskbar_, shows) != shows) Report(FormChange::kTaskbarEntry);
+}
+
+void Form::SetFocus(Control& control) {
+  Control* const last = std::exchange(focus_, &control);
+  if (last == &control) return;
+  Report(FormChange::kFocus);
+  if (last) last->LoseFocus();
 }
 
 std::string Form::Dump() const {
-  std::string text = name_ + " \"" + Caption + "\" " + Decimal(Width) + "x" + Decimal(Height);
+  std::string text = name_ + " \"" + caption_ + "\" " + Decimal(width_) + "x" + Decimal(height_);
   if (topmost_) text += " topmost";
   if (in_taskbar_) text += " taskbar";
-  if (OffScreen) text += " offscreen";
+  if (off_screen_) text += " offscreen";
   text += "\n";
   for (const Control* control : controls_) {
-    text += "  " + std::string(control->TypeName()) + " " + control->Name();
-    if (control->Index() >= 0) text += "(" + Decimal(control->Index()) + ")";
-    const Rect& at = control->Bounds;
-    text += " [" + Decimal(at.left) + " " + Decimal(at.top) + " " + Decimal(at.width) + " " +
-            Decimal(at.height) + "]";
-    const std::string described = control->Describe();
-    if (!described.empty()) text += " " + described;
-    if (!control->IsShown()) text += " hidden";
-    if (!control->IsUsable()) text += " disabled";
-    if (control == focus_) text += " focus";
-    text += "\n";
+    text += "  " + control->Dump() + (control == focus_ ? " focus\n" : "\n");
   }
   return text;
 }
@@ -145,11 +243,13 @@ void DropLoadedForms() {
 }
 
 void Form::DropAll() {
-  const std::vector<FormPtr> dropped = std::exchange(Loaded(), {});
-  for (const FormPtr& form : dropped) {
-    form->loaded_ = false;
-    Ignoring([&] { form->Hide(); });
+  for (const FormPtr& form : LoadedForms()) {
+    Ignoring([&] { form->SetLoaded(false); });
   }
+}
+
+UnloadAtEnd::~UnloadAtEnd() {
+  Ignoring([&] { form_.Unload(); });
 }
 
 }  // namespace corvessa

@@ -13,7 +13,7 @@ namespace corvessa {
 
 /// A form model: its members are its controls, its handlers its logic. Always held by shared_ptr
 /// (std::make_shared). Loaded forms are also held by the list of loaded forms, so a form lives at
-/// least until it is unloaded.
+/// least until it is unloaded. Sizes are in pixels of a 96-dpi screen.
 ///
 /// The close box, Hide and Unload are three things: the close box asks QueryUnload and unloads;
 /// Hide only takes the form off the screen, which ends a modal ShowModal; Unload runs Unload's
@@ -45,8 +45,7 @@ class Form : public std::enable_shared_from_this<Form> {
   bool Unload();
   /// What the user does with the close box.
   bool PressCloseBox() { return Unload(); }
-  /// The user has drawn the window to another size, in pixels of the client area. The size is kept
-  /// at least MinimumSize.
+  /// The user has drawn the window to another size, given as that of its client area.
   void Resize(int width, int height);
 
   bool IsLoaded() const { return loaded_; }
@@ -57,30 +56,41 @@ class Form : public std::enable_shared_from_this<Form> {
   void SetTopmost(bool topmost);
   void SetShowsInTaskbar(bool shows);
 
-  /// The control with the focus; null when none has it.
+  /// The control with the focus. Null until the program or the user gives it to one: the first in
+  /// tab order has it then.
   Control* Focus() const { return focus_; }
-  void SetFocus(Control& control) { focus_ = &control; }
+  /// Also what the user does by clicking or by the Tab key. The control that had it loses it.
+  void SetFocus(Control& control);
+
+  const std::string& Caption() const { return caption_; }
+  void SetWindowCaption(std::string_view caption);
+  const platform::PicturePtr& Icon() const { return icon_; }
+  void SetIcon(platform::PicturePtr icon);
+  /// The size of the client area, like the bounds of the controls.
+  int Width() const { return width_; }
+  int Height() const { return height_; }
+  void SetSize(int width, int height);
+  /// The smallest size that the user can draw the window to, measured as the system does: with its
+  /// borders and title. 0 for a window of fixed size.
+  int MinimumWindowWidth() const { return minimum_window_width_; }
+  int MinimumWindowHeight() const { return minimum_window_height_; }
+  /// Placed outside the screen: nothing of it is seen but its entry in the task bar.
+  bool IsOffScreen() const { return off_screen_; }
 
   /// One line for the form and one for each control: the golden text of the tests.
   std::string Dump() const;
 
-  std::string Caption;
-  platform::PicturePtr Icon;
-  int Width;
-  int Height;
-  /// In pixels of the window; 0 for no limit.
-  int MinimumWidth = 0;
-  int MinimumHeight = 0;
-  /// Placed outside the screen: nothing of it is seen but its entry in the task bar.
-  bool OffScreen = false;
-
  protected:
-  /// Name, caption and design size of the client area in pixels.
+  /// Name, caption and design size of the client area.
   Form(std::string name, std::string caption, int width, int height);
+
+  /// Both while the form is being built.
+  void SetMinimumWindow(int width, int height);
+  void PutOffScreen() { off_screen_ = true; }
 
   /// Once, when the form gets loaded.
   virtual void Form_Load() {}
-  /// Each time the form gets shown.
+  /// Each time the form gets shown, before it is seen.
   virtual void Form_Activate() {}
   /// Setting `cancel` refuses to close.
   virtual void Form_QueryUnload(bool& /*cancel*/) {}
@@ -93,8 +103,16 @@ class Form : public std::enable_shared_from_this<Form> {
   static void DropAll();
   void AddControl(Control& control) { controls_.push_back(&control); }
   void MakeVisible(bool modal);
+  void SetLoaded(bool loaded);
+  void Report(platform::FormChange change);
 
   std::string name_;
+  std::string caption_;
+  platform::PicturePtr icon_;
+  int width_;
+  int height_;
+  int minimum_window_width_ = 0;
+  int minimum_window_height_ = 0;
   std::vector<Control*> controls_;
   Control* focus_ = nullptr;
   bool loaded_ = false;
@@ -103,9 +121,22 @@ class Form : public std::enable_shared_from_this<Form> {
   bool modal_ = false;
   bool topmost_ = false;
   bool in_taskbar_ = false;
+  bool off_screen_ = false;
 };
 
 using FormPtr = std::shared_ptr<Form>;
+
+/// Unloads a form when its caller is done with it, also when that is because of an error.
+class UnloadAtEnd {
+ public:
+  explicit UnloadAtEnd(Form& form) : form_(form) {}
+  ~UnloadAtEnd();
+  UnloadAtEnd(const UnloadAtEnd&) = delete;
+  UnloadAtEnd& operator=(const UnloadAtEnd&) = delete;
+
+ private:
+  Form& form_;
+};
 
 /// The forms that are loaded, in loading order; a copy, because handlers load and unload forms.
 std::vector<FormPtr> LoadedForms();

@@ -5,6 +5,8 @@
 
 namespace corvessa {
 
+using platform::ControlChange;
+
 std::size_t RowsControl::Place(int index) const {
   if (index < 0 || index >= RowCount()) Raise(kInvalidArgument);
   return static_cast<std::size_t>(index);
@@ -20,17 +22,24 @@ RowsControl::Entry& RowsControl::At(int index) {
 
 void RowsControl::AddRow(std::string text) {
   rows_.push_back({std::move(text), {}, false});
+  Report(ControlChange::kContent);
 }
 
 void RowsControl::RemoveRow(int index) {
   At(index);
   rows_.erase(rows_.begin() + index);
   if (selected_ > index || selected_ >= RowCount()) --selected_;
+  Report(ControlChange::kContent);
 }
 
 void RowsControl::ClearRows() {
   rows_.clear();
   selected_ = -1;
+  Report(ControlChange::kContent);
+}
+
+void RowsControl::SetSelectable(bool selectable) {
+  if (std::exchange(is_selectable_, selectable) != selectable) Report(ControlChange::kContent);
 }
 
 std::string RowsControl::SelectedText() const {
@@ -39,11 +48,12 @@ std::string RowsControl::SelectedText() const {
 
 void RowsControl::Select(int index) {
   selected_ = index >= 0 && index < RowCount() ? index : -1;
-  Control::RaiseEvent("Click", OnClick);
+  Report(ControlChange::kContent);
+  RaiseEvent("Click", OnClick);
 }
 
 void RowsControl::ClickRow(int index) {
-  if (IsShown() && IsUsable() && index >= 0 && index < RowCount()) Select(index);
+  if (TakesInput() && is_selectable_ && index >= 0 && index < RowCount()) Select(index);
 }
 
 std::string RowsControl::Describe() const {
@@ -55,6 +65,16 @@ std::string RowsControl::Describe() const {
   return text + "}";
 }
 
+void ListBox::SetRowChecked(int index, bool checked) {
+  if (std::exchange(At(index).checked, checked) != checked) Report(ControlChange::kContent);
+}
+
+void ListBox::ToggleRow(int index) {
+  if (!TakesInput() || index < 0 || index >= RowCount()) return;
+  SetRowChecked(index, !RowChecked(index));
+  ClickRow(index);
+}
+
 std::string ListBox::DescribeRow(int index) const {
   if (!has_check_boxes_) return {};
   return RowChecked(index) ? " [x]" : " [ ]";
@@ -62,12 +82,22 @@ std::string ListBox::DescribeRow(int index) const {
 
 std::string ImageList::Describe() const {
   std::string text = "{";
-  for (const std::string& key : Keys) text += (text.size() > 1 ? ", \"" : "\"") + key + "\"";
+  for (const std::string& key : keys_) text += (text.size() > 1 ? ", \"" : "\"") + key + "\"";
   return text + "}";
 }
 
 std::string ListView::Describe() const {
-  return "\"" + ColumnHeader + "\" " + RowsControl::Describe();
+  return "\"" + column_header_ + "\" " + RowsControl::Describe();
+}
+
+void ListView::SetSmallIcon(int index, std::string key) {
+  At(index).icon = std::move(key);
+  Report(ControlChange::kContent);
+}
+
+void ListView::SetColumnHeader(std::string header) {
+  column_header_ = std::move(header);
+  Report(ControlChange::kContent);
 }
 
 std::string ListView::DescribeRow(int index) const {
@@ -76,16 +106,16 @@ std::string ListView::DescribeRow(int index) const {
 }
 
 void TabStrip::Select(int tab) {
-  if (tab < 1 || tab > static_cast<int>(captions_.size())) Raise(kInvalidArgument);
-  if (selected_ == tab) return;
-  selected_ = tab;
-  Control::RaiseEvent("Click", OnClick);
+  if (!Has(tab)) Raise(kInvalidArgument);
+  if (std::exchange(selected_, tab) == tab) return;
+  Report(ControlChange::kContent);
+  RaiseEvent("Click", OnClick);
 }
 
 void TabStrip::ClickTab(int tab) {
-  if (!IsShown() || !IsUsable() || tab < 1 || tab > static_cast<int>(captions_.size())) return;
-  selected_ = tab;
-  Control::RaiseEvent("Click", OnClick);
+  if (!TakesInput() || !Has(tab)) return;
+  if (std::exchange(selected_, tab) != tab) Report(ControlChange::kContent);
+  RaiseEvent("Click", OnClick);
 }
 
 std::string TabStrip::Describe() const {

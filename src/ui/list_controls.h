@@ -26,11 +26,13 @@ class RowsControl : public Control {
   std::string SelectedText() const;
   /// Raises OnClick; an index outside the list selects nothing.
   void Select(int index);
-  /// The user's click on a row.
+  /// The user's click on a row; nothing happens in a list that only tells.
   void ClickRow(int index);
 
-  /// Off for a list that only tells: its rows are none of the user's choices.
-  bool Selectable = true;
+  /// False for a list that only tells: its rows are none of the user's choices.
+  bool IsSelectable() const { return is_selectable_; }
+  void SetSelectable(bool selectable);
+
   Handler OnClick;
 
  protected:
@@ -45,6 +47,7 @@ class RowsControl : public Control {
   };
   /// Error (5) outside the list.
   const Entry& At(int index) const;
+  /// The caller reports the change.
   Entry& At(int index);
 
  private:
@@ -52,6 +55,7 @@ class RowsControl : public Control {
 
   std::vector<Entry> rows_;
   int selected_ = -1;
+  bool is_selectable_ = true;
 };
 
 class ComboBox final : public RowsControl {
@@ -69,7 +73,9 @@ class ListBox final : public RowsControl {
   std::string_view TypeName() const override { return "ListBox"; }
   bool HasCheckBoxes() const { return has_check_boxes_; }
   bool RowChecked(int index) const { return At(index).checked; }
-  void SetRowChecked(int index, bool checked) { At(index).checked = checked; }
+  void SetRowChecked(int index, bool checked);
+  /// The user's click on the check box of a row.
+  void ToggleRow(int index);
 
  private:
   std::string DescribeRow(int index) const override;
@@ -81,11 +87,13 @@ class ListBox final : public RowsControl {
 class ImageList final : public Control {
  public:
   ImageList(Form& form, std::string name, std::vector<std::string> keys)
-      : Control(form, std::move(name), {}), Keys(std::move(keys)) {}
+      : Control(form, std::move(name), {}), keys_(std::move(keys)) {}
   std::string_view TypeName() const override { return "ImageList"; }
   std::string Describe() const override;
+  const std::vector<std::string>& Keys() const { return keys_; }
 
-  std::vector<std::string> Keys;
+ private:
+  std::vector<std::string> keys_;
 };
 
 /// A list in report view with one column; a row may show one picture of an image list.
@@ -97,12 +105,14 @@ class ListView final : public RowsControl {
   std::string Describe() const override;
   /// The key of the row's small icon; empty for none.
   const std::string& SmallIcon(int index) const { return At(index).icon; }
-  void SetSmallIcon(int index, std::string key) { At(index).icon = std::move(key); }
-
-  std::string ColumnHeader;
+  void SetSmallIcon(int index, std::string key);
+  const std::string& ColumnHeader() const { return column_header_; }
+  void SetColumnHeader(std::string header);
 
  private:
   std::string DescribeRow(int index) const override;
+
+  std::string column_header_;
 };
 
 /// A row of tabs, counted from 1; one is always selected.
@@ -123,6 +133,8 @@ class TabStrip final : public Control {
   Handler OnClick;
 
  private:
+  bool Has(int tab) const { return tab >= 1 && tab <= static_cast<int>(captions_.size()); }
+
   std::vector<std::string> captions_;
   int selected_ = 1;
 };

@@ -42,9 +42,9 @@ TEST_F(Login, TakesThePassphraseOfTheChosenAddressAndLeavesNothingBehind) {
     ExpectGoldenForm("frmLogin", form);
     form.cmbUsers.ClickRow(1);
     form.txtPassword.Type("canary");
-    EXPECT_TRUE(form.cmdOK.Enabled);
+    EXPECT_TRUE(form.cmdOK.Enabled());
     form.txtPassword.Type("");
-    EXPECT_FALSE(form.cmdOK.Enabled);
+    EXPECT_FALSE(form.cmdOK.Enabled());
     form.txtPassword.Type("canary");
     form.cmdOK.Press();
   });

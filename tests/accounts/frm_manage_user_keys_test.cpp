@@ -121,7 +121,7 @@ TEST_F(SettingsDialogTest, ItsButtonsOpenTheirPages) {
   }
   const auto dialog = std::make_shared<frmManageUserKeys>();
   dialog->chkDisableKVP.SetChecked(true);
-  EXPECT_TRUE(dialog->cmdAdd.Enabled) << "nothing is blocked before the form is loaded";
+  EXPECT_TRUE(dialog->cmdAdd.Enabled()) << "nothing is blocked before the form is loaded";
   dialog->Show();
   dialog->cmdHelp.Press();
   dialog->cmdTools.Press();
@@ -175,7 +175,7 @@ TEST_F(SettingsDialogTest, OpensBlockedWhileTheAddInIsDisabled) {
 TEST_F(SettingsDialogTest, SignsByDefaultOnlyWithASigner) {
   HaveAccounts({"a@example.com", "b@example.com"}, false);
   const auto dialog = Open();
-  EXPECT_FALSE(dialog->chkSignOutgoing.Enabled);
+  EXPECT_FALSE(dialog->chkSignOutgoing.Enabled());
   EXPECT_FALSE(dialog->chkSignOutgoing.Checked());
   EXPECT_EQ(Preference("DisableOutgoingSigning"), -1);
 
@@ -184,7 +184,7 @@ TEST_F(SettingsDialogTest, SignsByDefaultOnlyWithASigner) {
 
   // The first signer switches signing on; a later one takes its place.
   SetSigning(*dialog, true);
-  EXPECT_TRUE(dialog->chkSignOutgoing.Enabled);
+  EXPECT_TRUE(dialog->chkSignOutgoing.Enabled());
   EXPECT_TRUE(dialog->chkSignOutgoing.Checked());
   EXPECT_EQ(Preference("DisableOutgoingSigning"), 0);
   EXPECT_THAT(StoredAccounts(), ElementsAre("a@example.com (signs)", "b@example.com"));
@@ -204,9 +204,9 @@ TEST_F(SettingsDialogTest, SignsByDefaultOnlyWithASigner) {
   AnswerYes("Are you sure you want to remove the secure email address 'b@example.com' ?", true);
   dialog->cmdRemove.Press();
   EXPECT_THAT(StoredAccounts(), ElementsAre("a@example.com", "b@example.com (signs)"));
-  EXPECT_TRUE(dialog->chkSignOutgoing.Enabled);
+  EXPECT_TRUE(dialog->chkSignOutgoing.Enabled());
   SetSigning(*dialog, false);
-  EXPECT_FALSE(dialog->chkSignOutgoing.Enabled);
+  EXPECT_FALSE(dialog->chkSignOutgoing.Enabled());
   EXPECT_FALSE(dialog->chkSignOutgoing.Checked());
   EXPECT_EQ(Preference("DisableOutgoingSigning"), -1);
   EXPECT_THAT(StoredAccounts(), ElementsAre("a@example.com"));
@@ -247,7 +247,7 @@ TEST_F(SettingsDialogTest, AddKeepsAnAddressByEditionAndEngineAnswer) {
       ui.ExpectBox(c.box);
     }
     Add(*dialog, " New@Example.com ");
-    EXPECT_EQ(dialog->cmdRemove.Enabled, c.kept);
+    EXPECT_EQ(dialog->cmdRemove.Enabled(), c.kept);
     EXPECT_THAT(StoredAccounts(), ElementsAre());
     dialog->PressCloseBox();
     EXPECT_EQ(StoredAccounts(),
@@ -348,7 +348,7 @@ TEST_F(SettingsDialogTest, PassphraseMemoryGoesFromItsControlsAndBack) {
       dialog->optRemember[1].Press();
       dialog->optForgetWhen[c.forget_when].Press();
       dialog->txtForgetWhen.Type(c.typed);
-      if (leaves) dialog->txtForgetWhen.Leave();
+      if (leaves) dialog->txtForgetWhen.LoseFocus();
       EXPECT_EQ(dialog->txtForgetWhen.Text(), leaves ? c.after_leaving : c.typed);
       dialog->optRemember[c.remember].Press();
       dialog->cmdOK.Press();
@@ -357,7 +357,7 @@ TEST_F(SettingsDialogTest, PassphraseMemoryGoesFromItsControlsAndBack) {
       EXPECT_TRUE(again->optRemember[c.shown_remember].Selected());
       EXPECT_TRUE(again->optForgetWhen[c.shown_forget_when].Selected());
       EXPECT_EQ(again->txtForgetWhen.Text(), c.shown_minutes);
-      EXPECT_EQ(again->txtForgetWhen.Enabled, c.shown_remember == 1);
+      EXPECT_EQ(again->txtForgetWhen.Enabled(), c.shown_remember == 1);
       again->PressCloseBox();
     }
   }

@@ -30,7 +30,7 @@ class FrmTimer : public AddInFixture {
 };
 
 TEST_F(FrmTimer, DeletesQueuedFilesFromTheLastOnWholeMinutes) {
-  EXPECT_EQ(timer->tmrTimer.Interval, 1000);
+  EXPECT_EQ(timer->tmrTimer.Interval(), 1000);
   const std::string temporary = platform::Host().files.TemporaryFolder();
   files.CreateFolder(temporary + "mail1");
   const std::string first = MakeFile(temporary + "mail1\\a.txt");

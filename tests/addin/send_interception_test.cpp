@@ -467,7 +467,7 @@ TEST_F(SendInterception, ADisconnectionBehindTheQuestionAboutNamesCancelsTheMail
   item->EditHTMLBody("<p>canary-5e11</p>");
   for (const char* name : {"a.txt", "A.TXT"}) Attach(item, name, "canary-5e11");
   ui.before_call = [&](std::string_view call) {
-    if (call == "Ui::MessageBox") DisconnectAddIn();
+    if (call == "Ui::ShowBox") DisconnectAddIn();
   };
   ui.ExpectBox(kSameNamesQuestion, platform::kAnswerOk);
   ui.ExpectErrorBox("The message was not sent.\r\n\r\nThe encryption engine could not be started.");

@@ -140,7 +140,7 @@ TEST_F(Startup, WhenDisabledTracksWindowsButStartsNothing) {
   EXPECT_EQ(Crypto(), g_oCrypto);
   StartHousekeeping();
   EXPECT_EQ(LoadedFormNames(), Lines{"frmTimer"});
-  EXPECT_TRUE(LoadedFormsOf<frmTimer>().front()->tmrTimer.Enabled);
+  EXPECT_TRUE(LoadedFormsOf<frmTimer>().front()->tmrTimer.Enabled());
 
   ClearTrace();
   Disconnect();

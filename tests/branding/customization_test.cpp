@@ -31,14 +31,14 @@ class Brand : public testing::AddInFixture {};
 TEST_F(Brand, NamesReplaceTheirPlaceholdersInCaptionsOnly) {
   const auto form = std::make_shared<frmBranded>();
   CustomizeForm(*form);
-  EXPECT_EQ(form->Caption, "About Corvessa Professional for Outlook");
+  EXPECT_EQ(form->Caption(), "About Corvessa Professional for Outlook");
   EXPECT_EQ(form->lblTwice.Caption(), "Corvessa and Corvessa");
   EXPECT_EQ(form->lblLower.Caption(), "<!-- shortname -->");
   EXPECT_EQ(form->chkIt.Caption(), "Use Corvessa");
   EXPECT_EQ(form->cmdIt.Caption(), "Corvessa Professional for Outlook");
   EXPECT_EQ(form->fraIt.Caption(), "<!-- SHORTNAME -->");
-  EXPECT_TRUE(form->imgLogoImage.Picture);
-  EXPECT_FALSE(form->imgOther.Picture);
+  EXPECT_TRUE(form->imgLogoImage.Picture());
+  EXPECT_FALSE(form->imgOther.Picture());
 }
 
 TEST_F(Brand, GoesOnWithTheNextControlWhenAPictureIsMissing) {

@@ -83,11 +83,11 @@ class frmAll final : public Form {
   frmAll() : Form("frmAll", "All & everything", 400, 300) {
     lstRows.AddRow("first");
     lstRows.AddRow("second");
-    chkOff.Enabled = false;
+    chkOff.SetEnabled(false);
     optPick[0].PutInto(fraPick);
     optPick[1].PutInto(fraPick);
-    cmdOK.Default = true;
-    cmdCancel.Cancel = true;
+    cmdOK.SetDefault(true);
+    cmdCancel.SetCancel(true);
     tmrTick.OnTimer = [this] { ++ticks; };
     cmdOK.OnClick = [this] { Unload(); };
     cmdCancel.OnClick = [this] { Hide(); };
@@ -126,7 +126,7 @@ TEST_F(TerminalUiTest, DrawsNothingThatSteersTheTerminalOrLeavesItsBox) {
   class frmMail final : public Form {
    public:
     frmMail() : Form("frmMail", "\x1B]0;owned\x07Mail", 400, 200) {
-      lblFrom.UseMnemonic = false;
+      lblFrom.SetUseMnemonic(false);
       lblFrom.SetCaption(
           "日本 A&B \x1B[2J\x9B"
           "31m\u202Egpj");
@@ -167,7 +167,7 @@ class frmTexts final : public Form {
  public:
   frmTexts() : Form("frmTexts", "Texts", 400, 200) {
     lstTold.AddRow("told");
-    lstTold.Selectable = false;
+    lstTold.SetSelectable(false);
     cmbOnly.AddRow("only");
     cmbOnly.Select(0);
     SetFocus(txtFirst);
@@ -197,7 +197,7 @@ TEST_F(TerminalUiTest, AsksForTextBoxesInTurnAndOnlyOnce) {
   for (const auto& c : cases) {
     Type(c.typed);
     const auto form = std::make_shared<frmTexts>();
-    form->cmdSave.Default = c.saves_by_enter;
+    form->cmdSave.SetDefault(c.saves_by_enter);
     form->ShowModal();
     EXPECT_EQ(form->saved, c.saved) << c.typed;
   }
@@ -206,7 +206,7 @@ TEST_F(TerminalUiTest, AsksForTextBoxesInTurnAndOnlyOnce) {
 TEST_F(TerminalUiTest, DrawsAFormWithKeysAndFitsANarrowTerminal) {
   Type("\n");
   const auto form = std::make_shared<frmTexts>();
-  form->txtSecond.Enabled = false;
+  form->txtSecond.SetEnabled(false);
   form->Show();
   Ui().RunForm(*form);
   EXPECT_EQ(Drawn(),
@@ -233,7 +233,7 @@ TEST_F(TerminalUiTest, DrawsAFormWithKeysAndFitsANarrowTerminal) {
             "└────────────────────────────┘\n");
   const auto progress = std::make_shared<frmProgress>();
   progress->lblDescription.SetCaption("Storing attachments (2 of 5)");
-  progress->pgbProgress.Value = 50;
+  progress->pgbProgress.SetValue(50);
   EXPECT_EQ(desk::StatusLine(*progress, 40), "[####----] Storing attachments (2 of 5)");
   EXPECT_EQ(desk::StatusLine(*progress, 80),
             "[###############---------------] Storing attachments (2 of 5)");
@@ -291,7 +291,7 @@ TEST_F(TerminalUiTest, ClosesAndNamesAnUnansweredPrompt) {
   splash->Show();
   splash->SetCaption("Initializing");
   Ui().RunForm(*splash);
-  EXPECT_EQ(Ui().MessageBox("Secure this\r\naddress?", "Corvessa", platform::kBoxOkCancel),
+  EXPECT_EQ(Ui().ShowBox("Secure this\r\naddress?", "Corvessa", platform::kBoxOkCancel),
             platform::kAnswerCancel);
   SecureAddresses({"ann@example.org"});
   EXPECT_EQ(Login(), "none");

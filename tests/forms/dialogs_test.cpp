@@ -135,13 +135,30 @@ TEST_F(Dialogs, NoKeyPairsOpensThePageOfTheClickedAddress) {
   ExpectGoldenForm("frmNoKeyPairs_selected", *form);
   form->cmdOK.Press();
   EXPECT_FALSE(form->IsLoaded());
+  const auto other = std::make_shared<frmNoKeyPairs>();
+  other->lstEmailAddr.AddRow("c@example.com");
+  other->Show();
+  other->lstEmailAddr.ClickRow(0);
+  other->cmdCancel.Press();
+  EXPECT_FALSE(other->IsLoaded());
   EXPECT_THAT(shell.pages, ElementsAre("https://example.com/keys?alias=b@example.com"));
 }
 
-TEST_F(Dialogs, HtmlWarningLooksAsDesigned) {
+TEST_F(Dialogs, HtmlWarningAnswersWhatWasPressed) {
   const auto form = std::make_shared<frmHTML>();
-  form->Show();
-  ExpectGoldenForm("frmHTML", *form);
+  const auto answer = [&](const std::function<void()>& act) {
+    ui.ExpectForm("frmHTML", [&](Form&) { act(); });
+    form->ShowModal();
+    form->Unload();
+    return form->Result();
+  };
+  EXPECT_EQ(answer([&] { form->cmdConvert.Press(); }), 6);
+  EXPECT_EQ(answer([&] { form->cmdSend.Press(); }), 5);
+  EXPECT_EQ(answer([&] {
+              ExpectGoldenForm("frmHTML", *form);
+              form->PressCloseBox();
+            }),
+            3);
 }
 
 TEST_F(Dialogs, GenericBoxAnswersByItsTypeAndGrowsWithItsMessage) {
@@ -178,7 +195,7 @@ TEST_F(Dialogs, ModalFormsHaveATaskBarEntryOfTheirOwn) {
     std::string dumps;
     for (const FormPtr& form : LoadedForms()) {
       if (form->Name() != "frmModalShowInTaskbar" || !form->IsVisible()) continue;
-      dumps += form->Dump() + form->Icon->source;
+      dumps += form->Dump() + form->Icon()->source;
     }
     return dumps;
   };
@@ -208,7 +225,7 @@ TEST_F(Dialogs, ExternalSendBeginsWithTheUsersSettingsAndStoresEveryClick) {
     g_bDisableOutgoingEncryption = off;
     g_bDisableOutgoingSigning = off;
     const auto form = ExternalSend();
-    EXPECT_TRUE(form->chkSign.Enabled);
+    EXPECT_TRUE(form->chkSign.Enabled());
     EXPECT_EQ(Flags(), off ? "True True" : "False False");
   }
   g_bDisableOutgoingEncryption = g_bDisableOutgoingSigning = false;
@@ -256,9 +273,9 @@ TEST_F(Dialogs, StatusShowsOnePageAndListsOnlyWhereThereAreAttachments) {
 TEST_F(Dialogs, StatusGrowsWithItsWindowAndKeepsItsLeastSize) {
   const auto form = LoadedStatus();
   const std::string designed = form->Dump();
-  form->Resize(form->Width + 100, form->Height + 50);
+  form->Resize(form->Width() + 100, form->Height() + 50);
   const auto at = [](const Control& control) {
-    const Rect& bounds = control.Bounds;
+    const Rect& bounds = control.Bounds();
     return std::vector{bounds.left, bounds.top, bounds.width, bounds.height};
   };
   EXPECT_THAT(at(form->cmdClose), ElementsAre(438, 440, 75, 23));
@@ -267,25 +284,30 @@ TEST_F(Dialogs, StatusGrowsWithItsWindowAndKeepsItsLeastSize) {
   form->Resize(420, 420);
   EXPECT_EQ(form->Dump(), designed);
   form->Resize(1, 1);
-  EXPECT_EQ(form->Width, 295);
-  EXPECT_EQ(form->Height, 336);
+  EXPECT_EQ(at(form->lvwEncryption), (std::vector{21, 187, 0, 0}));
+  EXPECT_EQ(form->MinimumWindowWidth(), 295);
+  EXPECT_EQ(form->MinimumWindowHeight(), 336);
 }
 
 TEST_F(Dialogs, StatusFitsTextFromOutsideIntoItsLabels) {
   const auto form = LoadedStatus();
   const auto fitted = [&](std::string_view text, int characters) {
-    form->lblFrom.Bounds.width = characters * 6;  // six pixels a character
+    form->lblFrom.SetBounds({62, 62, characters * 6, 13});  // six pixels a character
     form->SetFrom(text);
     return form->lblFrom.Caption();
   };
-  EXPECT_EQ(fitted("Bob & Co", 8), "Bob && Co");
+  EXPECT_EQ(fitted("Bob & Co", 8), "Bob & Co");
   EXPECT_EQ(fitted("Bob & Co", 7), "Bob ...");
   EXPECT_EQ(fitted("gr\xC3\xBC\xC3\x9F\x65 allen", 7), "gr\xC3\xBC\xC3\x9F...");
   EXPECT_EQ(fitted("abcde", 2), "...");
   EXPECT_EQ(fitted("abc", 2), "...");
   EXPECT_EQ(fitted("", 0), "");
   EXPECT_EQ(fitted("a", 0), "...");
+  EXPECT_EQ(fitted("abcdefghij", 9), "abcdef...");
   EXPECT_EQ(fitted(std::string(1'000'000, 'x'), 9), "xxxxxx...");
+  std::string accents = "e";
+  for (int i = 0; i < 99; ++i) accents += "\xCC\x81";
+  EXPECT_EQ(fitted(accents, 1), accents);
 }
 
 TEST_F(Dialogs, ProgressCountsItsStepsAndCannotBeClosedBeforeTheEnd) {
@@ -293,14 +315,15 @@ TEST_F(Dialogs, ProgressCountsItsStepsAndCannotBeClosedBeforeTheEnd) {
   const auto form = ProgressWindow();
   form->SetCaption("nobody waits yet");
   form->Init(item, 0);
-  EXPECT_EQ(form->pgbProgress.Max, 12);
+  EXPECT_EQ(form->pgbProgress.Max(), 12);
+  EXPECT_EQ(form->lblDescription.Caption(), "Step 0/0");
   EXPECT_EQ(ProgressWindow(), form);
   form->SetCaption("Verifying email", 10);
   form->SetCaption("two");
   form->SetCaption("three");
   form->PressCloseBox();
   ExpectGoldenForm("frmProgress", *form);
-  EXPECT_EQ(form->Text1.Text().substr(form->Text1.SelStart), "(2/29/2004 11:58:07 PM) three\r\n");
+  EXPECT_EQ(form->Text1.Text().substr(form->Text1.SelStart()), "(2/29/2004 11:58:07 PM) three\r\n");
   form->Finish();
   EXPECT_FALSE(form->IsLoaded());
   form->SetCaption("late");
@@ -308,9 +331,9 @@ TEST_F(Dialogs, ProgressCountsItsStepsAndCannotBeClosedBeforeTheEnd) {
 
   g_bDisableAutoDecryptAttachments = true;
   form->Init(item, 0);
-  EXPECT_EQ(form->pgbProgress.Max, 4);
+  EXPECT_EQ(form->pgbProgress.Max(), 4);
   form->Init(item, 7);
-  EXPECT_EQ(form->pgbProgress.Max, 7);
+  EXPECT_EQ(form->pgbProgress.Max(), 7);
   form->Finish();
 }
 

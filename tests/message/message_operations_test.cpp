@@ -166,7 +166,7 @@ TEST_F(MessageOperations, AnyOtherEncryptionFailureIsAskedAbout) {
   for (const auto& c : cases) {
     ui.Expect<frmGeneric>("frmGeneric", [&](frmGeneric& form) {
       EXPECT_EQ(form.lblMessage.Caption(), c.text);
-      EXPECT_TRUE(form.cmdCancel.Default && !form.cmdOK.Default) << "Enter agrees";
+      EXPECT_TRUE(form.cmdCancel.IsDefault() && !form.cmdOK.IsDefault()) << "Enter agrees";
       if (c.button == 0) form.PressCloseBox();
       if (c.button == 1) form.cmdOK.Press();
       if (c.button == 2) form.cmdCancel.Press();

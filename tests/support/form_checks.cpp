@@ -24,7 +24,7 @@ bool Overlap(const Rect& a, const Rect& b) {
 }
 
 bool IsDrawn(const Control& control) {
-  return control.IsShown() && control.Bounds.width > 0;
+  return control.IsShown() && control.Bounds().width > 0;
 }
 
 /// What a control needs beside its caption.
@@ -36,9 +36,9 @@ int MarginOf(std::string_view type) {
 void ExpectCaptionFits(const Control& control) {
   const auto* captioned = dynamic_cast<const CaptionedControl*>(&control);
   if (!captioned || captioned->Caption().empty()) return;
-  const int width = control.Bounds.width - MarginOf(control.TypeName());
+  const int width = control.Bounds().width - MarginOf(control.TypeName());
   const int lines = WrappedLineCount(Replace(captioned->Caption(), "&", ""), width);
-  const int height = control.TypeName() == "Frame" ? kTextLineHeight : control.Bounds.height;
+  const int height = control.TypeName() == "Frame" ? kTextLineHeight : control.Bounds().height;
   EXPECT_LE(lines * kTextLineHeight, height) << control.Name() << ": " << captioned->Caption();
 }
 
@@ -47,12 +47,12 @@ void ExpectTidyLayout(const Form& form) {
   for (const Control* control : form.Controls()) {
     if (!IsDrawn(*control)) continue;
     const Control* frame = control->Container();
-    const Rect outer = frame ? frame->Bounds : Rect{0, 0, form.Width, form.Height};
-    EXPECT_TRUE(Contains(outer, control->Bounds)) << control->Name() << " sticks out";
+    const Rect outer = frame ? frame->Bounds() : Rect{0, 0, form.Width(), form.Height()};
+    EXPECT_TRUE(Contains(outer, control->Bounds())) << control->Name() << " sticks out";
     ExpectCaptionFits(*control);
     for (const Control* other : drawn) {
-      const bool encloses = Contains(other->Bounds, control->Bounds);
-      EXPECT_TRUE(encloses || !Overlap(other->Bounds, control->Bounds))
+      const bool encloses = Contains(other->Bounds(), control->Bounds());
+      EXPECT_TRUE(encloses || !Overlap(other->Bounds(), control->Bounds()))
           << control->Name() << " lies across " << other->Name();
     }
     drawn.push_back(control);

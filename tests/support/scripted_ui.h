@@ -14,12 +14,15 @@
 
 #include "base/text.h"
 #include "platform/ui.h"
+#include "ui/controls.h"
 #include "ui/form.h"
 
 namespace corvessa::testing {
 
 /// A Ui without a screen: each form and message box that the test expects is answered by the test,
-/// any other fails it and is closed as with the close box. Off-screen forms are left alone.
+/// any other fails it and is closed as with the close box. Off-screen forms are left alone. Keeps a
+/// copy of every loaded form, as windows do, and fails the test when the model has changed without
+/// a report.
 class ScriptedUi final : public platform::Ui {
  public:
   using FormAnswer = std::function<void(Form&)>;
@@ -78,9 +81,31 @@ class ScriptedUi final : public platform::Ui {
   /// Runs before every call, named as "Ui::ShowForm"; may throw.
   std::function<void(std::string_view)> before_call;
 
-  std::int32_t MessageBox(std::string_view text, std::string_view title,
-                          std::int32_t flags) override {
-    Announce("Ui::MessageBox");
+  /// That much time passes: the timers that run tick.
+  void Elapse(std::int32_t milliseconds) {
+    for (std::int32_t passed = 0; passed < milliseconds; ++passed) {
+      // A copy, because a tick may start and stop timers.
+      for (const auto& [timer, left] : std::map(timers_)) {
+        const auto running = timers_.find(timer);
+        if (running == timers_.end() || --running->second > 0) continue;
+        running->second = timer->Interval();
+        timer->Tick();
+      }
+    }
+  }
+  /// Fails the test for each change of the form that was not reported.
+  void ExpectReported(const Form& form) {
+    const auto copy = copies_.find(&form);
+    if (copy == copies_.end()) return;
+    EXPECT_EQ(copy->second.window, WindowOf(form)) << "not reported";
+    for (const auto& [control, shown] : copy->second.controls) {
+      if (appended_.contains(control)) continue;
+      EXPECT_EQ(shown, control->Dump()) << "not reported";
+    }
+  }
+
+  std::int32_t ShowBox(std::string_view text, std::string_view title, std::int32_t flags) override {
+    Announce("Ui::ShowBox");
     const bool can_cancel = (flags & platform::kBoxOkCancel) != 0;
     std::int32_t answer = can_cancel ? answer_to_the_rest_ : platform::kAnswerOk;
     const auto expected = std::find_if(boxes_.begin(), boxes_.end(),
@@ -98,8 +123,9 @@ class ScriptedUi final : public platform::Ui {
   }
   void ShowForm(Form& form) override {
     Announce("Ui::ShowForm");
+    ExpectReported(form);
     // Nothing for a user to see or to answer.
-    if (form.OffScreen) return;
+    if (form.IsOffScreen()) return;
     if (!on_screen_.insert(&form).second) {
       shown_.push_back(form.Name() + " forward");
       return;
@@ -109,6 +135,7 @@ class ScriptedUi final : public platform::Ui {
   }
   void RunModal(Form& form, Form* /*owner*/) override {
     Announce("Ui::RunModal");
+    ExpectReported(form);
     on_screen_.insert(&form);
     shown_.push_back(form.Name() + " modal");
     if (!Answer(form)) {
@@ -119,12 +146,40 @@ class ScriptedUi final : public platform::Ui {
     // A form that refuses to close would hold up the test for ever.
     if (form.IsVisible()) form.Hide();
   }
-  void FormGone(Form& form) override { on_screen_.erase(&form); }
-  void WindowStyleChanged(Form& /*form*/) override { Announce("Ui::WindowStyleChanged"); }
-  /// Six pixels a character.
+  void FormLoaded(Form& form) noexcept override {
+    Copy& copy = copies_[&form];
+    copy.window = WindowOf(form);
+    for (const Control* control : form.Controls()) copy.controls[control] = control->Dump();
+  }
+  void FormHidden(Form& form) noexcept override {
+    ExpectReported(form);
+    on_screen_.erase(&form);
+  }
+  void FormUnloaded(Form& form) noexcept override {
+    ExpectReported(form);
+    copies_.erase(&form);
+    for (const Control* control : form.Controls()) appended_.erase(control);
+  }
+  void FormChanged(Form& form, platform::FormChange /*change*/) noexcept override {
+    copies_[&form].window = WindowOf(form);
+  }
+  void ControlChanged(Form& form, Control& control,
+                      platform::ControlChange change) noexcept override {
+    // A long log is not looked at again for each of its lines.
+    if (change == platform::ControlChange::kAppended) {
+      appended_.insert(&control);
+    } else {
+      appended_.erase(&control);
+      copies_[&form].controls[&control] = control.Dump();
+    }
+  }
+  void TimerStarted(Timer& timer) noexcept override { timers_[&timer] = timer.Interval(); }
+  void TimerStopped(Timer& timer) noexcept override { timers_.erase(&timer); }
+  /// Six pixels a character, none for a combining mark from U+0300 on.
   int TextWidth(std::string_view text) override {
     Announce("Ui::TextWidth");
-    return static_cast<int>(Length(text)) * 6;
+    const auto marks = std::count(text.begin(), text.end(), '\xCC');
+    return (static_cast<int>(Length(text)) - static_cast<int>(marks)) * 6;
   }
   void DoEvents() override {
     Announce("Ui::DoEvents");
@@ -138,6 +193,18 @@ class ScriptedUi final : public platform::Ui {
     std::int32_t flags;
     std::int32_t answer;
   };
+
+  /// What the back end would show of a form.
+  struct Copy {
+    std::string window;
+    std::map<const Control*, std::string> controls;
+  };
+
+  static std::string WindowOf(const Form& form) {
+    const platform::PicturePtr& icon = form.Icon();
+    return std::string(form.Dump(), 0, form.Dump().find('\n')) + (icon ? icon->source : "") + " " +
+           (form.Focus() ? form.Focus()->Name() : "");
+  }
 
   void Announce(std::string_view call) const {
     if (before_call) before_call(call);
@@ -165,6 +232,11 @@ class ScriptedUi final : public platform::Ui {
   std::deque<Box> boxes_;
   std::vector<std::string> shown_;
   std::set<const Form*> on_screen_;
+  std::map<const Form*, Copy> copies_;
+  /// Text boxes that have grown since they were copied.
+  std::set<const Control*> appended_;
+  /// The timers that run, with the milliseconds until they tick.
+  std::map<Timer*, std::int32_t> timers_;
   int do_events_calls_ = 0;
   bool everything_allowed_ = false;
   std::int32_t answer_to_the_rest_ = platform::kAnswerCancel;

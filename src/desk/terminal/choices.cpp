@@ -26,7 +26,7 @@ bool HasChoice(const RowsControl& rows) {
   const auto* list = dynamic_cast<const ListBox*>(&rows);
   const bool has_check_boxes = list && list->HasCheckBoxes();
   const bool is_settled = rows.RowCount() == 1 && rows.Selected() == 0 && !has_check_boxes;
-  return rows.Selectable && !is_settled;
+  return rows.IsSelectable() && !is_settled;
 }
 
 bool CanBeChosen(const Control& control) {
@@ -107,11 +107,11 @@ std::string DrawnCaption(std::string_view caption, bool has_mnemonic) {
 }
 
 CommandButton* DefaultButton(const Form& form) {
-  return FindButton(form, [](const CommandButton& button) { return button.Default; });
+  return FindButton(form, [](const CommandButton& button) { return button.IsDefault(); });
 }
 
 CommandButton* CancelButton(const Form& form) {
-  return FindButton(form, [](const CommandButton& button) { return button.Cancel; });
+  return FindButton(form, [](const CommandButton& button) { return button.IsCancel(); });
 }
 
 std::vector<TextBox*> TextBoxesFromFocus(const Form& form) {
@@ -134,7 +134,7 @@ std::string PromptOf(const TextBox& box) {
         captioned && captioned->IsShown() && captioned->TypeName() != "CommandButton";
     if (!names_it || captioned->Caption().empty()) continue;
     const auto* label = dynamic_cast<const Label*>(captioned);
-    prompt = DrawnCaption(captioned->Caption(), !label || label->UseMnemonic);
+    prompt = DrawnCaption(captioned->Caption(), !label || label->UsesMnemonic());
   }
   if (prompt.ends_with(':')) prompt.pop_back();
   return prompt.empty() ? "Text" : prompt;
@@ -156,10 +156,7 @@ void Click(Control& control, int place) {
     tabs->ClickTab(place);
   } else if (auto* rows = dynamic_cast<RowsControl*>(&control)) {
     auto* list = dynamic_cast<ListBox*>(rows);
-    if (list && list->HasCheckBoxes() && place >= 0 && place < list->RowCount()) {
-      list->SetRowChecked(place, !list->RowChecked(place));
-    }
-    rows->ClickRow(place);
+    list && list->HasCheckBoxes() ? list->ToggleRow(place) : rows->ClickRow(place);
   }
 }
 

@@ -41,8 +41,8 @@ std::string DrawRow(const RowsControl& rows, int row) {
 Lines DrawRows(const RowsControl& rows, const Choices* choices, int columns) {
   Lines lines;
   const auto* view = dynamic_cast<const ListView*>(&rows);
-  if (view && !view->ColumnHeader.empty()) {
-    lines.push_back(ForDisplay(view->ColumnHeader) + ":");
+  if (view && !view->ColumnHeader().empty()) {
+    lines.push_back(ForDisplay(view->ColumnHeader()) + ":");
   }
   if (rows.RowCount() == 0) lines.emplace_back("  (none)");
   const int first =
@@ -73,8 +73,8 @@ Lines DrawTextBox(const TextBox& box, const Choices* choices, int columns) {
                            : box.Text().empty() ? ""
                                                 : "********";
   const int room = columns - ColumnsOf(WithKey("[]", box, choices));
-  const int width =
-      std::min(room, std::clamp(box.Bounds.width / kPixelsPerColumn, kFewestColumns, kMostColumns));
+  const int width = std::min(
+      room, std::clamp(box.Bounds().width / kPixelsPerColumn, kFewestColumns, kMostColumns));
   std::string field = CutToColumns(text, std::min(room, std::max(width, columns / 2)));
   for (int i = ColumnsOf(field); i < width; ++i) field += '_';
   return {WithKey("[" + field + "]", box, choices)};
@@ -99,7 +99,7 @@ bool IsDrawn(const Control& control) {
 
 Lines DrawControl(const Control& control, const Choices* choices, int columns) {
   if (const auto* label = dynamic_cast<const Label*>(&control)) {
-    return WrapToColumns(DrawnCaption(label->Caption(), label->UseMnemonic), columns);
+    return WrapToColumns(DrawnCaption(label->Caption(), label->UsesMnemonic()), columns);
   }
   if (const auto* button = dynamic_cast<const CommandButton*>(&control)) {
     return {WithKey("<" + Text(*button) + ">", control, choices)};
@@ -125,8 +125,9 @@ Lines DrawControl(const Control& control, const Choices* choices, int columns) {
 
 std::string DrawBar(const ProgressBar& bar, int columns) {
   const std::int64_t room = columns - 2;
-  const std::int64_t range = std::max<std::int64_t>(1, std::int64_t{bar.Max} - bar.Min);
-  const std::int64_t done = std::clamp<std::int64_t>(std::int64_t{bar.Value} - bar.Min, 0, range);
+  const std::int64_t range = std::max<std::int64_t>(1, std::int64_t{bar.Max()} - bar.Min());
+  const std::int64_t done =
+      std::clamp<std::int64_t>(std::int64_t{bar.Value()} - bar.Min(), 0, range);
   const auto filled = static_cast<std::size_t>(done * room / range);
   return "[" + std::string(filled, '#') +
          std::string(static_cast<std::size_t>(room) - filled, '-') + "]";

@@ -80,14 +80,14 @@ bool Conversation::TypeInto(TextBox& box, std::string_view prompt) {
     if (result == Terminal::SecretResult::kTooLong) terminal_.Write("Too long.\n");
     if (secret.IsEmpty() || secret.View() == kEscape) return false;
     box.Type(secret.View());
-    box.Leave();
+    box.LoseFocus();
     return true;
   }
   const std::optional<std::string> line = terminal_.ReadLine(prompt);
   input_has_ended_ = !line;
   if (!line || line->empty() || *line == kEscape) return false;
   box.Type(*line);
-  box.Leave();
+  box.LoseFocus();
   return true;
 }
 
@@ -160,7 +160,7 @@ void Conversation::FillTextBox(TextBox& box, std::string_view text) {
     terminal_.Write("Do not type a passphrase where it is visible; choose only the box.\n");
   } else {
     box.Type(text);
-    box.Leave();
+    box.LoseFocus();
   }
 }
 

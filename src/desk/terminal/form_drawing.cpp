@@ -43,7 +43,7 @@ bool IsTall(const Control& control) {
 /// The vertical position: a tall control's top, a short one's middle, so that a label is level with
 /// the box beside it.
 int Level(const Control& control) {
-  return control.Bounds.top + (IsTall(control) ? 0 : control.Bounds.height / 2);
+  return control.Bounds().top + (IsTall(control) ? 0 : control.Bounds().height / 2);
 }
 
 using Band = std::vector<const Control*>;
@@ -68,14 +68,14 @@ std::vector<Band> GroupIntoBands(const Form& form, const Control* container) {
   for (const Control* control : controls) {
     const Control* first = bands.empty() ? nullptr : bands.back().front();
     const bool beside = first && !IsTall(*first) && !IsTall(*control) &&
-                        Level(*control) < first->Bounds.top + first->Bounds.height;
+                        Level(*control) < first->Bounds().top + first->Bounds().height;
     const bool joins = beside || (first && AreButtons(bands.back()) && AreButtons({control}));
     if (!joins) bands.emplace_back();
     bands.back().push_back(control);
     if (beside) {
       std::stable_sort(
           bands.back().begin(), bands.back().end(),
-          [](const Control* a, const Control* b) { return a->Bounds.left < b->Bounds.left; });
+          [](const Control* a, const Control* b) { return a->Bounds().left < b->Bounds().left; });
     }
   }
   return bands;
@@ -148,8 +148,8 @@ const ProgressBar* FindBar(const Form& form) {
 
 std::string DrawForm(const Form& form, const Choices* choices, int columns) {
   const Drawing drawing(form, choices);
-  return Join(DrawBox(ForDisplay(form.Caption), drawing.Contents(nullptr, columns - kBorderColumns),
-                      columns));
+  return Join(DrawBox(ForDisplay(form.Caption()),
+                      drawing.Contents(nullptr, columns - kBorderColumns), columns));
 }
 
 std::string DrawMessage(std::string_view text, std::string_view title, std::string_view symbol,
@@ -166,7 +166,7 @@ std::string TextOf(const Form& form) {
   for (const Control* control : form.Controls()) {
     if (!control->IsShown()) continue;
     if (const auto* label = dynamic_cast<const Label*>(control)) {
-      add(DrawnCaption(label->Caption(), label->UseMnemonic));
+      add(DrawnCaption(label->Caption(), label->UsesMnemonic()));
     } else if (const auto* rows = dynamic_cast<const RowsControl*>(control)) {
       for (int row = 0; row < rows->RowCount(); ++row) add(ForDisplay(rows->Row(row)));
     }
@@ -180,7 +180,7 @@ std::string StatusLine(const Form& form, int columns) {
   const ProgressBar* bar = FindBar(form);
   // The current step; the splash screen has a caption instead.
   const auto* step = form.Find<Label>(bar ? "lblDescription" : "lblCaption");
-  const std::string text = !step || step->Caption().empty() ? form.Caption : step->Caption();
+  const std::string text = !step || step->Caption().empty() ? form.Caption() : step->Caption();
   if (!bar) return ForDisplay(text);
   const int bar_columns = std::clamp(columns - kStepColumns, kFewestBarColumns, kMostBarColumns);
   return DrawBar(*bar, bar_columns) + " " + ForDisplay(text);

@@ -66,7 +66,7 @@ bool GiveText(Control& control, std::string_view text) {
   if (auto* box = dynamic_cast<TextBox*>(&control)) {
     if (box->IsPassword() || box->IsMultiLine()) return false;
     box->Type(text);
-    box->Leave();
+    box->LoseFocus();
     return true;
   }
   if (auto* check = dynamic_cast<CheckBox*>(&control)) {

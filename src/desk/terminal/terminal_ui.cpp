@@ -81,8 +81,8 @@ void TerminalUi::Report(std::string_view line) {
   options_.messages << kProgram << ": " << line << "\n" << std::flush;
 }
 
-std::int32_t TerminalUi::MessageBox(std::string_view text, std::string_view title,
-                                    std::int32_t flags) {
+std::int32_t TerminalUi::ShowBox(std::string_view text, std::string_view title,
+                                 std::int32_t flags) {
   const std::size_t place = boxes_.size();
   boxes_.push_back(
       {std::string(kMessageBox), ForDisplay(title), ForDisplayLines(text), std::string()});
@@ -138,12 +138,12 @@ std::string TerminalUi::GivenBoxAnswer() {
 
 std::size_t TerminalUi::Record(Form& form) {
   const auto [entry, is_new] = on_screen_.try_emplace(&form, boxes_.size());
-  if (is_new) boxes_.push_back({form.Name(), ForDisplay(form.Caption), TextOf(form), ""});
+  if (is_new) boxes_.push_back({form.Name(), ForDisplay(form.Caption()), TextOf(form), ""});
   return entry->second;
 }
 
 void TerminalUi::ShowForm(Form& form) {
-  if (form.OffScreen) return;
+  if (form.IsOffScreen()) return;
   Record(form);
   RefreshStatus();
 }
@@ -153,7 +153,7 @@ void TerminalUi::RunModal(Form& form, Form* /*owner*/) {
 }
 
 void TerminalUi::RunForm(Form& form) {
-  if (form.IsVisible() && !form.OffScreen) Answer(form, Conversation::Leaving::kAllowed);
+  if (form.IsVisible() && !form.IsOffScreen()) Answer(form, Conversation::Leaving::kAllowed);
 }
 
 void TerminalUi::Answer(Form& form, Conversation::Leaving leaving) {
@@ -187,7 +187,7 @@ void TerminalUi::CloseUnanswered(Form& form) {
   form.Hide();
 }
 
-void TerminalUi::FormGone(Form& form) {
+void TerminalUi::FormHidden(Form& form) noexcept {
   on_screen_.erase(&form);
   RefreshStatus();
 }

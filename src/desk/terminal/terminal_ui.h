@@ -43,18 +43,24 @@ class TerminalUi final : public platform::Ui {
   TerminalUi(Terminal& terminal, Answers& answers, TerminalUiOptions options);
   ~TerminalUi() override;
 
-  std::int32_t MessageBox(std::string_view text, std::string_view title,
-                          std::int32_t flags) override;
+  std::int32_t ShowBox(std::string_view text, std::string_view title, std::int32_t flags) override;
   /// Records the form and draws only the status line. RunForm draws the form; a form that the
   /// program itself reads is never drawn.
   void ShowForm(Form& form) override;
   void RunModal(Form& form, Form* owner) override;
-  void FormGone(Form& form) override;
-  void WindowStyleChanged(Form& /*form*/) override {}
-  /// Six pixels a column.
-  int TextWidth(std::string_view text) override;
   /// Ticks the timers for the time that has passed and redraws the status line.
   void DoEvents() override;
+  /// Six pixels a column.
+  int TextWidth(std::string_view text) override;
+  /// Forms are drawn from their models each time, so that there is no copy to keep up to date.
+  void FormLoaded(Form& /*form*/) noexcept override {}
+  void FormHidden(Form& form) noexcept override;
+  void FormUnloaded(Form& /*form*/) noexcept override {}
+  void FormChanged(Form& /*form*/, platform::FormChange /*change*/) noexcept override {}
+  void ControlChanged(Form& /*form*/, Control& /*control*/,
+                      platform::ControlChange /*change*/) noexcept override {}
+  void TimerStarted(Timer& timer) noexcept override { timers_.Start(timer, options_.now()); }
+  void TimerStopped(Timer& timer) noexcept override { timers_.Stop(timer); }
 
   /// Runs a modeless form as if it were modal, until it is gone or the user leaves it open. Does
   /// nothing if the form is not visible.

@@ -2,10 +2,7 @@
 
 #include <chrono>
 #include <map>
-#include <memory>
 #include <optional>
-
-#include "ui/form.h"
 
 namespace corvessa {
 class Timer;
@@ -13,13 +10,15 @@ class Timer;
 
 namespace corvessa::desk {
 
-/// Ticks the timers of the loaded forms, once for every interval since it first saw them. Intervals
-/// missed during a long call are made up, at most a hundred a run: the seconds after which a
-/// passphrase is forgotten must not fall behind.
+/// Ticks the running timers, once for every interval since they were started. Intervals missed
+/// during a long call are made up, at most a hundred a run: the seconds after which a passphrase is
+/// forgotten must not fall behind.
 class TimerDriver {
  public:
   using Time = std::chrono::steady_clock::time_point;
 
+  void Start(Timer& timer, Time now);
+  void Stop(Timer& timer);
   /// May be called inside a tick, which then skips the ticking timer.
   void Run(Time now);
   /// Nothing if no timer is running.
@@ -27,14 +26,13 @@ class TimerDriver {
 
  private:
   struct Entry {
-    std::weak_ptr<Form> form;
     Time due;
     bool ticks = false;
   };
   void TickOverdue(Timer& timer, Time now);
-  Entry* Find(const Timer& timer);
+  Entry* Find(Timer& timer);
 
-  std::map<const Timer*, Entry> entries_;
+  std::map<Timer*, Entry> entries_;
 };
 
 }  // namespace corvessa::desk
