@@ -56,6 +56,9 @@ class KeyUpkeep {
   virtual platform::EngineStatus ExportPublicKeys(std::string_view who, std::string& armoured) = 0;
   /// The same for secret keys, still protected by their passphrases.
   virtual platform::EngineStatus ExportSecretKeys(std::string_view who, std::string& armoured) = 0;
+  /// Takes the keys of the address (or the one of the fingerprint) out of the rings, secret ones
+  /// for good. -13: there is none.
+  virtual platform::EngineStatus RemoveKeys(std::string_view who) = 0;
   virtual platform::EngineStatus ListKeys(std::vector<KeyInfo>& keys) = 0;
   /// Those of an address or a fingerprint; none is no failure.
   virtual platform::EngineStatus FindKeys(std::string_view who, std::vector<KeyInfo>& keys) = 0;

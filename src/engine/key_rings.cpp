@@ -238,6 +238,14 @@ void KeyRings::Store(const Lock&, const std::vector<NewKey>& keys) {
   WriteIndex();
 }
 
+void KeyRings::Remove(const Lock& lock, const std::vector<const RingEntry*>& entries) {
+  std::vector<NewKey> without_data;
+  for (const auto* entry : entries) {
+    without_data.push_back({entry->secret, {std::string(entry->fingerprint), {}, {}}, {}, {}});
+  }
+  Store(lock, without_data);
+}
+
 void KeyRings::WriteRing(bool secret, const std::vector<NewKey>& keys) {
   std::set<std::string_view> replaced;
   for (const auto& key : keys) {
@@ -269,7 +277,7 @@ void KeyRings::WriteRing(bool secret, const std::vector<NewKey>& keys) {
   }
   copy_run();
   for (const auto& key : keys) {
-    if (key.secret != secret) continue;
+    if (key.secret != secret || key.data.empty()) continue;
     file.Write(key.data);
     lines += IndexLine(secret, offset, key.data.size(), key.facts, key.info);
     offset += key.data.size();

@@ -45,7 +45,7 @@ class KeyRings {
   /// The key's bytes. EngineFailure (-7) when the ring does not hold them any more.
   std::string Read(const RingEntry& entry) const;
 
-  /// A key as it is to stand in a ring.
+  /// A key as it is to stand in a ring; without data it is to stand there no more.
   struct NewKey {
     bool secret = false;
     KeyFacts facts;
@@ -63,6 +63,8 @@ class KeyRings {
   /// Adds the keys, each in place of an entry with its fingerprint in its ring if there is one.
   /// EngineFailure when they cannot be read or written; no ring is then without a key that it held.
   void Store(const Lock& lock, const std::vector<NewKey>& keys);
+  /// Takes the entries out of their rings, secret ones first.
+  void Remove(const Lock& lock, const std::vector<const RingEntry*>& entries);
   const std::filesystem::path& Folder() const { return folder_; }
 
  private:

@@ -64,7 +64,17 @@ void KeyStore::Store(const KeyRings::Lock& lock, const std::vector<KeyRings::New
   ForgetLoaded();
 }
 
+void KeyStore::Remove(const KeyRings::Lock& lock, const std::vector<const RingEntry*>& entries) {
+  rings_.Remove(lock, entries);
+  ForgetLoaded();
+}
+
 void KeyStore::ForgetLoaded() {
+  auto in_use = loaded_;
+  in_use.insert(unlocked_.begin(), unlocked_.end());
+  for (const auto& fingerprint : in_use) {
+    if (rings_.FindByFingerprint(fingerprint).empty()) Unload(fingerprint);
+  }
   loaded_.clear();
   apart_.clear();
 }
@@ -74,6 +84,14 @@ void KeyStore::FailMissing(std::string message) const {
     Fail(kKeyStoreTrouble, std::move(trouble));
   }
   Fail(kNoKey, std::move(message));
+}
+
+void KeyStore::Unload(const std::string& fingerprint) {
+  const auto primary = FindKey(ffi_.get(), fingerprint);
+  if (!primary) return;
+  std::erase(unlocked_, fingerprint);
+  Check(rnp_key_remove(primary.get(),
+                       RNP_KEY_REMOVE_PUBLIC | RNP_KEY_REMOVE_SECRET | RNP_KEY_REMOVE_SUBKEYS));
 }
 
 bool KeyStore::IsOwn(const std::string& fingerprint) const {

@@ -39,6 +39,9 @@ class KeyStore {
   /// Puts keys into the rings, as KeyRings::Store does.
   void Store(const KeyRings::Lock& lock, const std::vector<KeyRings::NewKey>& keys);
 
+  /// Takes keys out of the rings, as KeyRings::Remove does.
+  void Remove(const KeyRings::Lock& lock, const std::vector<const RingEntry*>& entries);
+
   /// The best usable key for the address that may do "encrypt" or "sign": own keys first, then the
   /// rings' others, then looked-up ones; the newest of each. Empty when there is none. It may be of
   /// another store of the library than ffi() and lives until the next Refresh.
@@ -86,7 +89,9 @@ class KeyStore {
   /// With the subkeys that another key claims as well: they are loaded apart, one for each key.
   LoadedKey LoadWhole(const RingEntry& entry);
   std::vector<LoadedKey> PublicKeys(std::string_view address);
+  /// To be called when the rings have changed: what is loaded may be another key by now, or none.
   void ForgetLoaded();
+  void Unload(const std::string& fingerprint);
 
   KeyRings rings_;
   Ffi ffi_;

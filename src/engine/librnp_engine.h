@@ -54,6 +54,7 @@ class LibrnpEngine final : public OpenPgpEngine {
                           std::vector<KeyInfo>& imported) override;
   EngineStatus ExportPublicKeys(std::string_view who, std::string& armoured) override;
   EngineStatus ExportSecretKeys(std::string_view who, std::string& armoured) override;
+  EngineStatus RemoveKeys(std::string_view who) override;
   EngineStatus ListKeys(std::vector<KeyInfo>& keys) override;
   EngineStatus FindKeys(std::string_view who, std::vector<KeyInfo>& keys) override;
   EngineStatus PublishKeys(std::string_view address) override;

@@ -166,6 +166,17 @@ EngineStatus LibrnpEngine::ExportSecretKeys(std::string_view who, std::string& a
   });
 }
 
+EngineStatus LibrnpEngine::RemoveKeys(std::string_view who) {
+  return Attempt([&] {
+    const KeyRings::Lock lock(keys_.rings().Folder());
+    keys_.Refresh();
+    const auto entries = Meant(keys_.rings(), who);
+    if (entries.empty()) keys_.FailMissing("No key for " + std::string(who) + ".");
+    keys_.Remove(lock, entries);
+    return kDone;
+  });
+}
+
 EngineStatus LibrnpEngine::ListKeys(std::vector<KeyInfo>& keys) {
   return Attempt([&] {
     keys = InfosOf(keys_.rings(), keys_.rings().Entries(),

@@ -269,6 +269,34 @@ TEST_F(RingsTest, GeneratesListsExportsAndMerges) {
   EXPECT_EQ(Listed(other).size(), 2U);
 }
 
+TEST_F(RingsTest, RemovedKeysAreOfNoUseToAnySession) {
+  Profile profile;
+  for (int i = 0; i < 3; ++i) profile.Import(donor->SecretKeys(Address(i)));
+  donor->Unlock(Address(1));
+  const auto signed_text = donor->SignText("x").second;
+  const auto open = profile.Reopened();
+  const auto verify = [&] {
+    To signers;
+    To unknown;
+    std::string content;
+    return open->VerifyText(signed_text, signers, unknown, content);
+  };
+  std::string text;
+  EXPECT_EQ(verify(), 1);
+  EXPECT_EQ(open->AuthenticateAccount(Address(1), "secret"), 0);
+  EXPECT_EQ(open->SignText("x", nullptr, text), 0);
+  EXPECT_EQ(profile.engine->RemoveKeys(Address(1)), 0);
+  for (const auto& engine : {open, profile.engine}) {
+    EXPECT_EQ(engine->SignText("x", nullptr, text), -13);
+    EXPECT_EQ(engine->QueryKeyPair(Address(1), text), -13);
+    EXPECT_EQ(engine->AuthenticateAccount(Address(1), "secret"), -13);
+    EXPECT_EQ(engine->RemoveKeys(Address(1)), -13);
+  }
+  EXPECT_EQ(verify(), -6);
+  EXPECT_EQ(Listed(profile), (std::vector{Address(0), Address(2)}));
+  EXPECT_EQ(profile.engine->AuthenticateAccount(Address(2), "secret"), 0);
+}
+
 TEST_F(RingsTest, NoPassphraseAndNoPlainSecretKeyIsOnDisk) {
   Profile profile;
   profile.Generate("alice@example.org", "correct horse battery");
