@@ -10,19 +10,6 @@
 namespace corvessa::engine {
 namespace {
 
-class StringVector final : public platform::IEngineStringVector {
- public:
-  void Add(std::string_view text) override { items_.emplace_back(text); }
-  std::int32_t Size() const override { return static_cast<std::int32_t>(items_.size()); }
-  std::string Item(std::int16_t index) const override {
-    if (index < 0 || index >= Size()) Raise(kInvalidArgument);
-    return items_[static_cast<std::size_t>(index)];
-  }
-
- private:
-  std::vector<std::string> items_;
-};
-
 class Factory final : public platform::EngineFactory {
  public:
   explicit Factory(EngineConfig config) : config_(std::move(config)) {}
@@ -36,10 +23,6 @@ class Factory final : public platform::EngineFactory {
 };
 
 }  // namespace
-
-platform::EngineStringVectorPtr CreateStringVector() {
-  return std::make_shared<StringVector>();
-}
 
 std::string FindKeyTrouble(const std::filesystem::path& rings_folder) {
   try {
