@@ -31,7 +31,7 @@ Bstr& Bstr::operator=(Bstr&& other) noexcept {
   return *this;
 }
 
-Bstr Bstr::Shown(std::string_view text) noexcept {
+Bstr Bstr::ForMessage(std::string_view text) noexcept {
   Bstr shown;
   try {
     const auto wide = win32::ShownUtf16(text);
@@ -53,6 +53,10 @@ BSTR Bstr::Release() noexcept {
 
 std::string Bstr::Text() const {
   return TextOf(text_);
+}
+
+std::string Bstr::Shown() const {
+  return text_ ? win32::ShownUtf8({text_, SysStringLen(text_)}) : std::string();
 }
 
 void Bstr::Clear() noexcept {

@@ -19,15 +19,19 @@ class Bstr {
 
   /// With U+FFFD for what is not UTF-8, and empty when memory is short: for messages about a
   /// failure, which must not fail themselves.
-  static Bstr Shown(std::string_view text) noexcept;
+  static Bstr ForMessage(std::string_view text) noexcept;
 
   BSTR Get() const { return text_; }
   /// For a call that gives a text.
   BSTR* Receive();
+  /// For a call that may replace the text.
+  BSTR* Exchange() { return &text_; }
   /// The caller frees it from now on.
   BSTR Release() noexcept;
   /// See TextOf.
   std::string Text() const;
+  /// With U+FFFD for half a surrogate pair.
+  std::string Shown() const;
 
  private:
   void Clear() noexcept;

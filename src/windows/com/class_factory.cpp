@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "windows/com/errors.h"
-#include "windows/com/module.h"
+#include "windows/com/module_use.h"
 #include "windows/com/server.h"
 
 namespace corvessa::com {

@@ -6,6 +6,7 @@
 
 #include "win32/utf16.h"
 #include "windows/com/bstr.h"
+#include "windows/com/create.h"
 
 namespace corvessa::com {
 namespace {
@@ -22,16 +23,20 @@ std::string SystemDescription(HRESULT result) {
   return description.empty() ? std::string(ErrorDescription(result)) : description;
 }
 
-/// Takes the error object of this thread; empty when `source` does not speak for the interface.
-std::string LeftDescription(IUnknown* source, const IID& iid) {
-  ComPtr<ISupportErrorInfo> support;
-  if (!source || FAILED(source->QueryInterface(IID_PPV_ARGS(&support)))) return {};
+/// Of the error object that this thread was left.
+std::string LeftDescription() {
   ComPtr<IErrorInfo> info;
-  if (support->InterfaceSupportsErrorInfo(iid) != S_OK || GetErrorInfo(0, &info) != S_OK) return {};
+  if (GetErrorInfo(0, &info) != S_OK) return {};
   Bstr description;
-  return SUCCEEDED(info->GetDescription(description.Receive()))
-             ? win32::ShownUtf8({description.Get(), SysStringLen(description.Get())})
-             : std::string();
+  info->GetDescription(description.Receive());
+  return description.Shown();
+}
+
+/// Only what supports error objects has left the one that is there.
+bool SupportsErrors(IUnknown* source, const IID& iid) {
+  ComPtr<ISupportErrorInfo> support;
+  return source && SUCCEEDED(source->QueryInterface(IID_PPV_ARGS(&support))) &&
+         support->InterfaceSupportsErrorInfo(iid) == S_OK;
 }
 
 void LeaveErrorObject(const IID& iid, const wchar_t* source, std::string_view description) {
@@ -40,8 +45,8 @@ void LeaveErrorObject(const IID& iid, const wchar_t* source, std::string_view de
   ComPtr<ICreateErrorInfo> maker;
   ComPtr<IErrorInfo> info;
   if (FAILED(CreateErrorInfo(&maker)) || FAILED(maker.As(&info))) return;
-  const Bstr source_name = Bstr::Shown(win32::ShownUtf8(source));
-  const Bstr text = Bstr::Shown(description);
+  const Bstr source_name = Bstr::ForMessage(win32::ShownUtf8(source));
+  const Bstr text = Bstr::ForMessage(description);
   maker->SetGUID(iid);
   maker->SetSource(source_name.Get());
   maker->SetDescription(text.Get());
@@ -62,7 +67,10 @@ HRESULT Report(HRESULT result, const IID& iid, const wchar_t* source,
 
 void Check(HRESULT result, IUnknown* source, const IID& iid) {
   if (SUCCEEDED(result)) return;
-  std::string description = LeftDescription(source, iid);
+  RaiseFailed(result, SupportsErrors(source, iid) ? LeftDescription() : std::string());
+}
+
+void RaiseFailed(HRESULT result, std::string description) {
   if (description.empty()) description = SystemDescription(result);
   const bool is_classic = HRESULT_FACILITY(result) == FACILITY_CONTROL;
   Raise(is_classic ? HRESULT_CODE(result) : result, std::move(description));
@@ -86,6 +94,16 @@ HRESULT ReportFailure(const IID& iid, const wchar_t* source) noexcept {
   } catch (...) {
     return Report(E_UNEXPECTED, iid, source, "An unknown error occurred.");
   }
+}
+
+void CreateByProgId(const wchar_t* prog_id, const IID& iid, void** object) {
+  CLSID clsid;
+  if (FAILED(CLSIDFromProgID(prog_id, &clsid))) Raise(kCannotCreateComponent);
+  SetErrorInfo(0, nullptr);
+  const HRESULT result = CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, iid, object);
+  const bool has_no_class = result == REGDB_E_CLASSNOTREG || result == CO_E_DLLNOTFOUND;
+  if (has_no_class) Raise(kCannotCreateComponent);
+  if (FAILED(result)) RaiseFailed(result, LeftDescription());
 }
 
 }  // namespace corvessa::com

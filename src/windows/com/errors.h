@@ -3,6 +3,7 @@
 #include <exception>
 #include <new>
 #include <ole2.h>
+#include <string>
 #include <utility>
 
 #include "base/error.h"
@@ -14,6 +15,9 @@ namespace corvessa::com {
 /// Raises the Error that a failed HRESULT stands for. The description is that of the error object
 /// if `source` says that it leaves one for the interface, else the system's.
 void Check(HRESULT result, IUnknown* source = nullptr, const IID& iid = IID_NULL);
+
+/// The same for a failure with a description of its own; the system's when it is empty.
+[[noreturn]] void RaiseFailed(HRESULT result, std::string description);
 
 /// The HRESULT for an Error: the classic numbers travel in the facility that is meant for them.
 HRESULT HresultOf(const Error& error) noexcept;

@@ -4,7 +4,7 @@
 #include <ole2.h>
 
 #include "windows/com/errors.h"
-#include "windows/com/module.h"
+#include "windows/com/module_use.h"
 #include "windows/com/type_library.h"
 
 /// What the classes of COM objects are made of:
@@ -118,11 +118,11 @@ class Object : public First, public Others..., public ISupportErrorInfo {
   [[no_unique_address]] ModuleUse use_;
 };
 
-/// For ComClass::create.
-template <typename Class>
-HRESULT CreateObject(const IID& iid, void** object) noexcept {
+/// Makes an object, for ComClass::create.
+template <typename Class, typename... Arguments>
+HRESULT CreateObject(const IID& iid, void** object, Arguments&&... arguments) noexcept {
   return Bordered(iid, Class::kProgId, [&] {
-    const Microsoft::WRL::ComPtr<Class> made(new Class);
+    const Microsoft::WRL::ComPtr<Class> made(new Class(std::forward<Arguments>(arguments)...));
     Check(made->QueryInterface(iid, object));
   });
 }

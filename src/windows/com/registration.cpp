@@ -2,8 +2,8 @@
 #include <shlwapi.h>
 #include <string>
 
+#include "win32/module.h"
 #include "windows/com/errors.h"
-#include "windows/com/module.h"
 #include "windows/com/server.h"
 #include "windows/com/type_library.h"
 
@@ -52,7 +52,7 @@ TLIBATTR AttributesOf(ITypeLib& library) {
 void RegisterClass(const ComClass& com_class, const std::wstring& library) {
   const std::wstring key = ClassKey(com_class);
   SetValue(key, nullptr, com_class.description);
-  SetValue(key + L"\\InprocServer32", nullptr, ModulePath());
+  SetValue(key + L"\\InprocServer32", nullptr, win32::ModulePath());
   SetValue(key + L"\\InprocServer32", L"ThreadingModel", L"Apartment");
   SetValue(key + L"\\ProgID", nullptr, com_class.prog_id);
   SetValue(key + L"\\TypeLib", nullptr, library);
@@ -64,7 +64,7 @@ void RegisterAll(std::span<const ComClass> classes) {
   const auto library = LoadTypeLibrary();
   const std::wstring id = GuidText(AttributesOf(*library.Get()).guid);
   for (const ComClass& com_class : classes) RegisterClass(com_class, id);
-  Check(RegisterTypeLib(library.Get(), ModulePath().data(), nullptr));
+  Check(RegisterTypeLib(library.Get(), win32::ModulePath().data(), nullptr));
 }
 
 void UnregisterAll(std::span<const ComClass> classes) {

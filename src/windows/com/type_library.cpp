@@ -2,8 +2,8 @@
 
 #include <ole2.h>
 
+#include "win32/module.h"
 #include "windows/com/errors.h"
-#include "windows/com/module.h"
 
 namespace corvessa::com {
 
@@ -11,7 +11,7 @@ using Microsoft::WRL::ComPtr;
 
 ComPtr<ITypeLib> LoadTypeLibrary() {
   ComPtr<ITypeLib> library;
-  Check(LoadTypeLibEx(ModulePath().c_str(), REGKIND_NONE, &library));
+  Check(LoadTypeLibEx(win32::ModulePath().c_str(), REGKIND_NONE, &library));
   return library;
 }
 

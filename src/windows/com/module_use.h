@@ -1,14 +1,8 @@
 #pragma once
 
-#include <string>
 #include <windows.h>
 
-/// The program or DLL that this code is part of.
 namespace corvessa::com {
-
-HMODULE ThisModule();
-/// The file that it was loaded from.
-std::wstring ModulePath();
 
 /// Keeps the DLL in memory as long as it lives, as part of every object; so does a lock.
 class ModuleUse {

@@ -1,0 +1,24 @@
+# widl makes of an IDL file the C++ header and the type library that a COM class carries.
+find_program(WIDL ${CORVESSA_WINDOWS_TARGET}-w64-mingw32-widl REQUIRED)
+# The library of the types of OLE Automation, which others build on. It comes with Wine.
+find_path(STDOLE_FOLDER stdole2.tlb REQUIRED NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH
+  PATHS /usr/lib/i386-linux-gnu/wine/i386-windows /usr/lib/x86_64-linux-gnu/wine/x86_64-windows)
+
+# corvessa_idl(name): makes "idl/name.h" and "idl/name.tlb" of idl/name.idl, for targets that link
+# corvessa_name_idl.
+function(corvessa_idl name)
+  set(source ${PROJECT_SOURCE_DIR}/idl/${name}.idl)
+  set(includes -I ${PROJECT_SOURCE_DIR}/idl/system)
+  set(generated ${PROJECT_BINARY_DIR}/generated)
+  set(result ${generated}/idl/${name})
+  file(MAKE_DIRECTORY ${generated}/idl)
+  add_custom_command(
+    OUTPUT ${result}.h ${result}.tlb
+    COMMAND ${WIDL} ${includes} -h -o ${result}.h ${source}
+    COMMAND ${WIDL} ${includes} -L ${STDOLE_FOLDER} -t -o ${result}.tlb ${source}
+    DEPENDS ${source} ${PROJECT_SOURCE_DIR}/idl/system/oaidl.idl)
+  add_custom_target(corvessa_${name}_idl_files DEPENDS ${result}.h ${result}.tlb)
+  add_library(corvessa_${name}_idl INTERFACE)
+  target_include_directories(corvessa_${name}_idl SYSTEM INTERFACE ${generated})
+  add_dependencies(corvessa_${name}_idl corvessa_${name}_idl_files)
+endfunction()

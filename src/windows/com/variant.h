@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <ole2.h>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <wrl/client.h>
+
+namespace corvessa::com {
+
+/// Owns a VARIANT, the value of late-bound COM; empty by default.
+class Variant {
+ public:
+  Variant() = default;
+  explicit Variant(std::string_view text);
+  explicit Variant(bool value);
+  explicit Variant(std::int32_t number);
+  explicit Variant(IDispatch* object);
+  Variant(Variant&& other) noexcept : value_(std::exchange(other.value_, {})) {}
+  Variant& operator=(Variant&& other) noexcept;
+  ~Variant() { VariantClear(&value_); }
+
+  const VARIANT& Get() const { return value_; }
+  /// For a call that gives a value.
+  VARIANT* Receive();
+
+  /// The value in that type, converted if necessary. Throws Error when it cannot be.
+  std::string Text() const;
+  bool Flag() const;
+  std::int32_t Number() const;
+  /// Null for Nothing, and for what is no object.
+  Microsoft::WRL::ComPtr<IDispatch> Object() const;
+
+ private:
+  Variant As(VARTYPE type) const;
+
+  VARIANT value_{};
+};
+
+}  // namespace corvessa::com

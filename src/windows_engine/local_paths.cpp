@@ -1,0 +1,25 @@
+#include "windows_engine/local_paths.h"
+
+#include <ole2.h>
+
+#include "windows/com/errors.h"
+
+namespace corvessa::windows {
+
+namespace fs = std::filesystem;
+
+fs::path LocalPath(std::string_view path) {
+  return fs::path(std::u8string(path.begin(), path.end()));
+}
+
+std::string NewTemporaryPath() {
+  GUID guid;
+  wchar_t name[40];
+  com::Check(CoCreateGuid(&guid));
+  StringFromGUID2(guid, name, static_cast<int>(std::size(name)));
+  const auto path = fs::temp_directory_path() / (L"corvessa-" + std::wstring(name) + L".tmp");
+  const auto text = path.u8string();
+  return {text.begin(), text.end()};
+}
+
+}  // namespace corvessa::windows

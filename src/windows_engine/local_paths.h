@@ -1,0 +1,14 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace corvessa::windows {
+
+/// The file that a path in UTF-8 means.
+std::filesystem::path LocalPath(std::string_view path);
+/// The path of a file that is not there yet, in the user's folder for temporary files.
+std::string NewTemporaryPath();
+
+}  // namespace corvessa::windows
