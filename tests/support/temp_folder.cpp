@@ -2,16 +2,18 @@
 
 #include <fstream>
 #include <iterator>
-#include <stdexcept>
-#include <stdlib.h>
+#include <random>
+#include <string>
 #include <system_error>
 
 namespace corvessa::testing {
 
 TempFolder::TempFolder() {
-  std::string name = (std::filesystem::temp_directory_path() / "corvessa-test-XXXXXX").string();
-  if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder: " + name);
-  path_ = name;
+  std::random_device random;
+  do {
+    path_ = std::filesystem::temp_directory_path() / ("corvessa-test-" + std::to_string(random()));
+  } while (!std::filesystem::create_directory(path_));
+  std::filesystem::permissions(path_, std::filesystem::perms::owner_all);
 }
 
 TempFolder::~TempFolder() {

@@ -1,0 +1,159 @@
+#include "windows_engine/worker.h"
+
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+#include <windows.h>
+
+#include "base/error.h"
+
+namespace corvessa::windows {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// A window without a place on the screen, whose messages the test sees.
+class Window {
+ public:
+  explicit Window(std::function<void(UINT)> on_message) : on_message_(std::move(on_message)) {
+    static const bool is_registered = [] {
+      WNDCLASSW description = {};
+      description.lpfnWndProc = &Window::Receive;
+      description.lpszClassName = L"CorvessaWorkerTest";
+      return RegisterClassW(&description) != 0;
+    }();
+    EXPECT_TRUE(is_registered);
+    handle = CreateWindowW(L"CorvessaWorkerTest", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
+                           nullptr, nullptr);
+    SetWindowLongPtrW(handle, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+  }
+  ~Window() { DestroyWindow(handle); }
+
+  HWND handle = nullptr;
+
+ private:
+  static LRESULT CALLBACK Receive(HWND window, UINT message, WPARAM word, LPARAM value) {
+    auto* const self = reinterpret_cast<Window*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    if (self) self->on_message_(message);
+    return DefWindowProcW(window, message, word, value);
+  }
+
+  std::function<void(UINT)> on_message_;
+};
+
+void HandleAllMessages() {
+  MSG message;
+  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) DispatchMessageW(&message);
+}
+
+TEST(WorkerTest, WorksOnAThreadOfItsOwnAndHandsFailuresOn) {
+  Worker worker;
+  const DWORD caller = GetCurrentThreadId();
+  DWORD thread = caller;
+  EXPECT_TRUE(worker.Run([&] { thread = GetCurrentThreadId(); }, 1s));
+  EXPECT_NE(thread, caller);
+  EXPECT_TRUE(worker.Run([&] { EXPECT_EQ(GetCurrentThreadId(), thread); }, 1s));
+  EXPECT_THROW(worker.Run([] { throw std::runtime_error("x"); }, 1s), std::runtime_error);
+  EXPECT_FALSE(worker.IsGivenUp());
+}
+
+TEST(WorkerTest, LetsOnlyTimersAndSentMessagesThroughWhileItWaits) {
+  std::vector<UINT> received;
+  const Window window([&](UINT message) { received.push_back(message); });
+  Worker worker;
+  PostMessageW(window.handle, WM_USER, 0, 0);
+  SetTimer(window.handle, 1, 10, nullptr);
+  std::thread sender([&] { SendMessageW(window.handle, WM_USER + 1, 0, 0); });
+  EXPECT_TRUE(worker.Run([] { Sleep(300); }, 1s));
+  KillTimer(window.handle, 1);
+  sender.join();
+  EXPECT_GT(std::ranges::count(received, WM_TIMER), 3);
+  EXPECT_EQ(std::ranges::count(received, WM_USER + 1), 1);
+  EXPECT_EQ(std::ranges::count(received, WM_USER), 0);
+  HandleAllMessages();
+  EXPECT_EQ(std::ranges::count(received, WM_USER), 1);
+}
+
+TEST(WorkerTest, KeepsTheWishToQuitForTheProgram) {
+  Worker worker;
+  PostQuitMessage(7);
+  EXPECT_TRUE(worker.Run([] { Sleep(50); }, 1s));
+  MSG message = {};
+  EXPECT_TRUE(PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
+  EXPECT_EQ(message.message, static_cast<UINT>(WM_QUIT));
+  EXPECT_EQ(message.wParam, 7U);
+}
+
+TEST(WorkerTest, ACallThatComesInWhileItWaitsWaitsItsTurn) {
+  Worker worker;
+  std::string order;
+  const Window window([&](UINT message) {
+    if (message != WM_TIMER || order != "a") return;
+    order += "b";
+    EXPECT_TRUE(worker.Run([&] { order += "d"; }, 1s));
+    order += "e";
+  });
+  SetTimer(window.handle, 1, 10, nullptr);
+  EXPECT_TRUE(worker.Run(
+      [&] {
+        order += "a";
+        Sleep(200);
+        order += "c";
+      },
+      1s));
+  EXPECT_EQ(order + "f", "abcdef");
+}
+
+TEST(WorkerTest, WorkWithoutEndIsLeftBehind) {
+  const auto is_over = std::make_shared<std::atomic<bool>>(false);
+  std::optional<Worker> worker(std::in_place);
+  std::optional<bool> nested;
+  const Window window([&](UINT message) {
+    if (message != WM_TIMER || nested) return;
+    nested = true;
+    nested = worker->Run([] { FAIL() << "work behind what never ends"; }, 1s);
+  });
+  SetTimer(window.handle, 1, 10, nullptr);
+  // Waiting is no work.
+  EXPECT_TRUE(worker->Run([] { Sleep(400); }, 100ms));
+  const auto started = GetTickCount();
+  EXPECT_FALSE(worker->Run(
+      [is_over] {
+        while (!*is_over) {
+        }
+      },
+      300ms));
+  EXPECT_LT(GetTickCount() - started, 5000U);
+  EXPECT_TRUE(worker->IsGivenUp());
+  EXPECT_FALSE(worker->Run([] { FAIL() << "work of a worker that was given up"; }, 1s));
+  EXPECT_EQ(nested, false);
+  worker.reset();
+  EXPECT_TRUE(Worker().Run([] {}, 1s));
+  *is_over = true;
+}
+
+TEST(WorkerTest, WorkMakesCallsOnTheThreadThatWaitsForIt) {
+  Worker worker;
+  const DWORD caller = GetCurrentThreadId();
+  int calls = 0;
+  const auto call = [&] {
+    EXPECT_EQ(GetCurrentThreadId(), caller);
+    // Its turn would come only after this.
+    EXPECT_THROW(worker.Run([] {}, 1s), Error);
+    if (++calls == 2) throw std::runtime_error("no answer");
+  };
+  EXPECT_TRUE(worker.Run([&] { Worker::OnCaller(call); }, 1s));
+  EXPECT_THROW(worker.Run([&] { Worker::OnCaller(call); }, 1s), std::runtime_error);
+  EXPECT_EQ(calls, 2);
+  EXPECT_TRUE(worker.Run([] {}, 1s));
+}
+
+}  // namespace
+}  // namespace corvessa::windows

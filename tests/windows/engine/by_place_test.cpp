@@ -1,0 +1,195 @@
+#include <gtest/gtest.h>
+#include <ole2.h>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "windows/engine/registered_engine.h"
+
+// The component as a program calls it that knows only the places of its operations: by pointers out
+// of the object's table of functions, and by nothing that is ours.
+
+namespace corvessa::windows {
+namespace {
+
+constexpr int kStandardEntries = 7;
+constexpr int kPlaces = 71;
+
+template <typename... Arguments>
+HRESULT CallPlace(IUnknown* object, int place, Arguments... arguments) {
+  using Method = HRESULT(STDMETHODCALLTYPE*)(IUnknown*, Arguments...);
+  const auto* const table = *reinterpret_cast<void***>(object);
+  return reinterpret_cast<Method>(table[kStandardEntries + place])(object, arguments...);
+}
+
+/// Any object of the component; its default interface is the one that derives from IDispatch.
+IDispatch* New(const wchar_t* prog_id) {
+  CLSID clsid{};
+  void* object = nullptr;
+  EXPECT_EQ(CLSIDFromProgID(prog_id, &clsid), S_OK);
+  EXPECT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, &object), S_OK);
+  return static_cast<IDispatch*>(object);
+}
+
+/// Takes over the text.
+std::wstring Taken(BSTR text) {
+  std::wstring taken(text ? text : L"", SysStringLen(text));
+  SysFreeString(text);
+  return taken;
+}
+
+class ByPlaceTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    engine::KeyInfo made;
+    const auto tool = RegisteredEngine::OpenDirectly();
+    ASSERT_EQ(tool->GenerateKey("", "alice@example.org", "secret", made), 0);
+    engine = New(L"NimbraEncryptionEngine.Engine");
+    recipients = New(L"NimbraEncryptionEngine.StringVector");
+    EXPECT_EQ(CallPlace(recipients, 0, Text(L"alice@example.org")), S_OK);
+    EXPECT_EQ(CallPlace(engine, 30, Text(L"alice@example.org"), Text(L"secret"), &status), S_OK);
+    EXPECT_EQ(status, 0);
+  }
+  void TearDown() override {
+    recipients->Release();
+    EXPECT_EQ(engine->Release(), 0U);
+    for (const BSTR text : texts) SysFreeString(text);
+  }
+
+  /// A text to hand in.
+  BSTR Text(const std::wstring& text) {
+    return texts.emplace_back(SysAllocStringLen(text.data(), static_cast<UINT>(text.size())));
+  }
+  std::wstring Write(const std::wstring& name, std::string_view content) const {
+    testing::WriteContent(user.folder / name, content);
+    return (user.folder / name).wstring();
+  }
+
+  /// The items, joined by blanks. Takes over the vector.
+  std::wstring Items(IDispatch* vector) {
+    std::wstring items;
+    LONG size = -1;
+    EXPECT_EQ(CallPlace(vector, 2, &size), S_OK);
+    for (LONG i = 0; i < size; ++i) {
+      BSTR item = nullptr;
+      EXPECT_EQ(CallPlace(vector, 3, static_cast<int>(i), &item), S_OK);
+      items += (i == 0 ? L"" : L" ") + Taken(item);
+    }
+    vector->Release();
+    return items;
+  }
+  std::wstring LastError() {
+    BSTR text = nullptr;
+    EXPECT_EQ(CallPlace(engine, 60, &text), S_OK);
+    return Taken(text);
+  }
+
+  RegisteredEngine user;
+  std::vector<BSTR> texts;
+  IDispatch* engine = nullptr;
+  IDispatch* recipients = nullptr;
+  LONG status = 99;
+};
+
+TEST_F(ByPlaceTest, TextsAreSignedVerifiedEncryptedAndDecrypted) {
+  IDispatch* const no_account = nullptr;
+  const std::wstring text = L"gr\xFC\xDF \xD83D\xDE00\r\n";
+  BSTR out = nullptr;
+  EXPECT_EQ(CallPlace(engine, 34, Text(text), no_account, &out, &status), S_OK);
+  EXPECT_EQ(status, 0);
+  const BSTR signed_text = out;
+  EXPECT_TRUE(std::wstring(signed_text).starts_with(L"-----BEGIN PGP SIGNED MESSAGE-----\r\n"));
+  IDispatch* signers = nullptr;
+  IDispatch* unknown = New(L"NimbraEncryptionEngine.StringVector");
+  BSTR content = nullptr;
+  EXPECT_EQ(CallPlace(engine, 57, signed_text, &signers, &unknown, &content, &status), S_OK);
+  EXPECT_EQ(status, 1);
+  EXPECT_EQ(Items(signers), L"alice@example.org");
+  EXPECT_EQ(Items(unknown), L"");
+  EXPECT_EQ(Taken(content), text);
+
+  EXPECT_EQ(CallPlace(engine, 48, recipients, Text(text), &out, &status), S_OK);
+  EXPECT_EQ(status, 0);
+  const BSTR armoured = out;
+  EXPECT_TRUE(std::wstring(armoured).starts_with(L"-----BEGIN PGP MESSAGE-----\r\n"));
+  EXPECT_EQ(CallPlace(engine, 52, armoured, no_account, &out, &status), S_OK);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(Taken(out), text);
+}
+
+TEST_F(ByPlaceTest, FilesAreSignedVerifiedEncryptedAndDecrypted) {
+  IDispatch* const no_account = nullptr;
+  const std::wstring plain = Write(L"plain.txt", "data");
+  BSTR signature = nullptr;
+  EXPECT_EQ(CallPlace(engine, 32, Text(plain), &signature, &status), S_OK);
+  EXPECT_EQ(status, 0);
+  IDispatch* signers = nullptr;
+  IDispatch* unknown = nullptr;
+  EXPECT_EQ(CallPlace(engine, 59, Text(plain), signature, &signers, &unknown, &status), S_OK);
+  EXPECT_EQ(status, 1);
+  EXPECT_EQ(Items(signers), L"alice@example.org");
+  EXPECT_EQ(Items(unknown), L"");
+  EXPECT_TRUE(DeleteFileW(signature));
+
+  const std::wstring encrypted = plain + L".pgp";
+  BSTR place = Text(encrypted);
+  EXPECT_EQ(CallPlace(engine, 66, recipients, Text(plain), &place, &status), S_OK);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(Taken(place), encrypted);
+  EXPECT_NE(testing::ContentOf(encrypted), "data");
+  EXPECT_EQ(CallPlace(engine, 51, Text(encrypted), no_account, &status), S_OK);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(testing::ContentOf(encrypted), "data");
+  place = nullptr;
+  EXPECT_EQ(CallPlace(engine, 66, recipients, Text(plain), &place, &status), S_OK);
+  const std::wstring chosen = Taken(place);
+  EXPECT_EQ(CallPlace(engine, 51, Text(chosen), no_account, &status), S_OK);
+  EXPECT_EQ(testing::ContentOf(chosen), "data");
+  EXPECT_TRUE(DeleteFileW(chosen.c_str()));
+}
+
+TEST_F(ByPlaceTest, OptionsModesAndQueriesWork) {
+  IDispatch* const no_account = nullptr;
+  BSTR out = nullptr;
+  EXPECT_EQ(CallPlace(engine, 14, Text(L"pgpMessageHeader"), Text(L"Corvessa 1")), S_OK);
+  EXPECT_EQ(CallPlace(engine, 68, VARIANT_TRUE), S_OK);
+  EXPECT_EQ(CallPlace(engine, 48, recipients, Text(L"x"), &out, &status), S_OK);
+  const std::wstring armoured = Taken(out);
+  EXPECT_NE(armoured.find(L"\r\nVersion: Corvessa 1\r\n"), std::wstring::npos);
+  // A hidden recipient's key ID is eight zeros, the first of them at the third byte.
+  EXPECT_NE(armoured.find(L"\r\n\r\nwV4DAAAAAAAAAAAS"), std::wstring::npos);
+
+  EXPECT_EQ(CallPlace(engine, 22, Text(L"alice@example.org"), &out, &status), S_OK);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(Taken(out).size(), 40U);
+  EXPECT_EQ(CallPlace(engine, 22, Text(L"bob@example.org"), &out, &status), S_OK);
+  EXPECT_EQ(status, -13);
+  EXPECT_EQ(out, nullptr);
+  EXPECT_NE(LastError().find(L"bob@example.org"), std::wstring::npos);
+
+  Write(L"Nimbra Communications\\Corvessa Professional\\adk.txt",
+        "example.org: vault@example.org\n");
+  for (const int place : {69, 70}) {
+    IDispatch* addresses = nullptr;
+    EXPECT_EQ(CallPlace(engine, place, Text(L"bob@example.org"), &addresses, &status), S_OK);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(Items(addresses), L"vault@example.org");
+  }
+
+  EXPECT_EQ(CallPlace(engine, 15, &status), S_OK);
+  EXPECT_EQ(CallPlace(engine, 52, Text(armoured), no_account, &out, &status), S_OK);
+  EXPECT_EQ(status, -13) << "nothing is unlocked";
+  EXPECT_EQ(CallPlace(engine, 30, Text(L"alice@example.org"), Text(L"guess"), &status), S_OK);
+  EXPECT_EQ(status, -4);
+}
+
+TEST_F(ByPlaceTest, OtherPlacesAreReserved) {
+  const std::set<int> taken = {14, 15, 22, 30, 32, 34, 48, 51, 52, 57, 59, 60, 66, 68, 69, 70};
+  for (int place = 0; place < kPlaces; ++place) {
+    if (!taken.contains(place)) EXPECT_EQ(CallPlace(engine, place), E_NOTIMPL) << place;
+  }
+  EXPECT_EQ(CallPlace(recipients, 1), E_NOTIMPL);
+}
+
+}  // namespace
+}  // namespace corvessa::windows
