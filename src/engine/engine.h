@@ -83,6 +83,9 @@ struct EngineConfig {
   /// What it gives is held while a message of so many bytes is decrypted, which its sender can have
   /// made to take for ever; the engine cannot break off. None is needed.
   std::function<std::shared_ptr<void>(std::uint64_t)> watch_decryption;
+  /// Asked before an operation puts a file in its place or changes the rings: false when its caller
+  /// has given it up, so that nothing changes behind the caller's back. Always allowed when empty.
+  std::function<bool()> may_commit = {};
   /// How long key servers may take to answer one operation, all of them together.
   std::chrono::milliseconds key_server_time = std::chrono::seconds(10);
 };

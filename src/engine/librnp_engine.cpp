@@ -85,6 +85,12 @@ std::shared_ptr<void> LibrnpEngine::WatchDecryption(std::uint64_t size) const {
   return config_.watch_decryption ? config_.watch_decryption(size) : nullptr;
 }
 
+void LibrnpEngine::RequireCaller() const {
+  if (config_.may_commit && !config_.may_commit()) {
+    Fail(kUnexpected, "The operation took too long.");
+  }
+}
+
 void LibrnpEngine::FailToHide() {
   Fail(kUnexpected, "The recipients could not be hidden.");
 }

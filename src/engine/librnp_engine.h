@@ -70,6 +70,8 @@ class LibrnpEngine final : public OpenPgpEngine {
   std::vector<bool> LookUpAddresses(const std::vector<std::string>& addresses);
   FindSigner SignerFinder();
   std::shared_ptr<void> WatchDecryption(std::uint64_t size) const;
+  /// Fails when nothing may change any more, see EngineConfig::may_commit.
+  void RequireCaller() const;
   [[noreturn]] static void FailToHide();
   /// "" for none.
   static std::string AccountAddress(const platform::EngineAccount* account);

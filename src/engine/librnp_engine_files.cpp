@@ -82,6 +82,7 @@ EngineStatus LibrnpEngine::SignFile(std::string_view path, std::string& signatur
     const std::string temporary = config_.new_temporary_path();
     FileSink output(config_.local_path(temporary));
     output.Write(signature);
+    RequireCaller();
     output.Commit();
     signature_path = temporary;
     return kDone;
@@ -98,6 +99,7 @@ EngineStatus LibrnpEngine::EncryptFileToFile(const platform::IEngineStringVector
     FileSink output(config_.local_path(encrypted_path));
     Encrypt(keys_.ffi(), keys, IsWorthCompressing(Samples(file)), source, output);
     if (anonymous_ && !HideRecipientsOf(output)) FailToHide();
+    RequireCaller();
     output.Commit();
     return kDone;
   });
@@ -129,6 +131,7 @@ EngineStatus LibrnpEngine::DecryptFileEx(std::string_view path,
                                         limited.Restart();
                                       }});
     output.CopyPermissions(original);
+    RequireCaller();
     // The encrypted file may be the only copy of its content.
     output.CommitDurably();
     return kDone;

@@ -124,6 +124,7 @@ EngineStatus LibrnpEngine::GenerateKey(std::string_view name, std::string_view a
     const auto key = GenerateKeyPair(scratch.get(), user_id, SecretString(passphrase));
     std::vector<KeyRings::NewKey> keys;
     AddForRings(scratch.get(), key.get(), keys);
+    RequireCaller();
     keys_.Store(KeyRings::Lock(keys_.rings().Folder()), keys);
     made = InfoOf(scratch.get(), key.get());
     return kDone;
@@ -145,6 +146,7 @@ EngineStatus LibrnpEngine::ImportKeys(std::string_view data, const AskPassphrase
       infos.back().new_addresses = NewAddresses(keys_.rings(), infos.back());
     }
     RefuseLosses(keys_.rings(), keys);
+    RequireCaller();
     keys_.Store(lock, keys);
     imported = std::move(infos);
     TellOfLeftOut(found.left_out);
@@ -172,6 +174,7 @@ EngineStatus LibrnpEngine::RemoveKeys(std::string_view who) {
     keys_.Refresh();
     const auto entries = Meant(keys_.rings(), who);
     if (entries.empty()) keys_.FailMissing("No key for " + std::string(who) + ".");
+    RequireCaller();
     keys_.Remove(lock, entries);
     return kDone;
   });

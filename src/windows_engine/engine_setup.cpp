@@ -5,6 +5,7 @@
 
 #include "windows/com/errors.h"
 #include "windows_engine/local_paths.h"
+#include "windows_engine/worker.h"
 
 namespace corvessa::windows {
 namespace {
@@ -29,6 +30,7 @@ engine::EngineConfig UserEngineConfig() {
   config.adk_file = folder / "adk.txt";
   config.local_path = LocalPath;
   config.new_temporary_path = NewTemporaryPath;
+  config.may_commit = Worker::MayCommit;
   return config;
 }
 

@@ -18,6 +18,10 @@ namespace {
 
 using Duration = std::chrono::nanoseconds;
 
+// A thread looks at what it waits for that long before it sleeps: most calls are over sooner than
+// the system wakes a thread.
+constexpr auto kCallerSpin = std::chrono::milliseconds(2);
+constexpr auto kWorkerSpin = std::chrono::microseconds(100);
 // How often a waiting thread looks at the processor time.
 constexpr DWORD kLookMilliseconds = 200;
 // A window that never gets itself painted must not keep the thread from looking at its work.
@@ -70,6 +74,21 @@ struct Job : Task {
   Duration limit;
 };
 
+bool HasTwoProcessors() {
+  SYSTEM_INFO info;
+  GetSystemInfo(&info);
+  return info.dwNumberOfProcessors > 1;
+}
+
+/// Waits without sleeping, up to `most`, where the other thread has a processor of its own.
+template <typename Condition>
+void SpinUntil(Condition is_met, Duration most) {
+  using Clock = std::chrono::steady_clock;
+  static const bool can_spin = HasTwoProcessors();
+  if (!can_spin) return;
+  for (const auto end = Clock::now() + most; !is_met() && Clock::now() < end;) YieldProcessor();
+}
+
 Duration ProcessorTime(HANDLE thread) {
   const auto hundreds = [](const FILETIME& time) {
     return (std::int64_t{time.dwHighDateTime} << 32) + time.dwLowDateTime;
@@ -117,8 +136,9 @@ struct Worker::State {
   void Add(std::shared_ptr<Job> job);
   void WaitFor(const Job& job);
   void MakeCall();
-  bool HasTakenTooLong();
-  void GiveUp();
+  void TellCaller() const;
+  bool MayCommit();
+  void GiveUpIfTooLong();
 
   HANDLE thread = nullptr;
   Event has_work;  ///< or is to end
@@ -127,8 +147,13 @@ struct Worker::State {
   std::mutex mutex;
   std::deque<std::shared_ptr<Job>> jobs;
   std::shared_ptr<Job> current;
-  Duration used_before{};  ///< processor time of the thread when the current job began
+  std::shared_ptr<Job> watched;  ///< the last job whose processor time was looked at
+  Duration used_before{};        ///< processor time of the thread when that was first done
   Task* call = nullptr;
+  std::atomic<bool> has_jobs = false;
+  std::atomic<int> sleeping_callers = 0;
+  bool is_asleep = false;
+  bool is_committing = false;
   bool is_calling = false;
   bool is_ending = false;
   std::atomic<bool> is_given_up = false;
@@ -141,26 +166,39 @@ unsigned __stdcall Worker::State::ThreadMain(void* shared) {
   of_this_thread = state->get();
   while (const auto job = (*state)->NextJob()) {
     job->Do();
-    (*state)->progress.Set();
+    (*state)->TellCaller();
   }
   return 0;
 }
 
 std::shared_ptr<Job> Worker::State::NextJob() {
   while (true) {
+    SpinUntil([&] { return has_jobs.load(); }, kWorkerSpin);
     {
       const std::lock_guard lock(mutex);
       current = nullptr;
+      is_committing = false;
       if (is_ending) return nullptr;
       if (!jobs.empty()) {
         current = std::move(jobs.front());
         jobs.pop_front();
-        used_before = ProcessorTime(GetCurrentThread());
+        has_jobs = !jobs.empty();
         return current;
       }
+      is_asleep = true;
     }
     has_work.Wait();
   }
+}
+
+void Worker::State::TellCaller() const {
+  if (sleeping_callers > 0) progress.Set();
+}
+
+bool Worker::State::MayCommit() {
+  const std::lock_guard lock(mutex);
+  is_committing = !is_given_up;
+  return is_committing;
 }
 
 void Worker::State::OnCaller(Work what) {
@@ -169,7 +207,7 @@ void Worker::State::OnCaller(Work what) {
     const std::lock_guard lock(mutex);
     if (!is_given_up) call = &task;
   }
-  progress.Set();
+  TellCaller();
   answered.Wait();
   if (!task.is_done) Raise(RPC_E_CALL_CANCELED, "The operation took too long.");
   task.Rethrow();
@@ -180,12 +218,17 @@ void Worker::State::Add(std::shared_ptr<Job> job) {
   // The thread is in the middle of work that waits for a call, which this one has come out of.
   if (is_calling) Raise(RPC_E_CALL_REJECTED, "The engine waits for an answer.");
   jobs.push_back(std::move(job));
-  has_work.Set();
+  has_jobs = true;
+  if (std::exchange(is_asleep, false)) has_work.Set();
 }
 
 void Worker::State::WaitFor(const Job& job) {
+  SpinUntil([&] { return job.is_done || is_given_up; }, kCallerSpin);
   bool is_quitting = false;
   const HANDLE event = progress.Get();
+  ++sleeping_callers;
+  // A call may have come before anybody slept.
+  MakeCall();
   while (!job.is_done && !is_given_up) {
     const DWORD kinds = is_quitting ? QS_SENDMESSAGE : QS_SENDMESSAGE | QS_PAINT | QS_TIMER;
     if (MsgWaitForMultipleObjectsEx(1, &event, kLookMilliseconds, kinds, 0) == WAIT_OBJECT_0) {
@@ -194,8 +237,9 @@ void Worker::State::WaitFor(const Job& job) {
     }
     LetSentMessagesThrough();
     is_quitting = is_quitting || !LetThrough(WM_PAINT) || !LetThrough(WM_TIMER);
-    if (HasTakenTooLong()) GiveUp();
+    GiveUpIfTooLong();
   }
+  --sleeping_callers;
 }
 
 void Worker::State::MakeCall() {
@@ -214,16 +258,15 @@ void Worker::State::MakeCall() {
   answered.Set();
 }
 
-bool Worker::State::HasTakenTooLong() {
+void Worker::State::GiveUpIfTooLong() {
   const std::lock_guard lock(mutex);
-  return current && !current->is_done && ProcessorTime(thread) - used_before > current->limit;
-}
-
-void Worker::State::GiveUp() {
+  if (!current || current->is_done || is_committing || is_given_up) return;
+  const Duration used = ProcessorTime(thread);
+  if (std::exchange(watched, current) != current) used_before = used;
+  if (used - used_before <= current->limit) return;
   // The thread runs this module's code until its work ends, if ever: never unload it.
   win32::PinModule();
   SetThreadPriority(thread, THREAD_PRIORITY_IDLE);
-  const std::lock_guard lock(mutex);
   is_given_up = true;
   is_ending = true;
   jobs.clear();
@@ -266,6 +309,11 @@ bool Worker::IsGivenUp() const {
 
 void Worker::OnCaller(Work call) {
   State::of_this_thread->OnCaller(std::move(call));
+}
+
+bool Worker::MayCommit() {
+  auto* const state = State::of_this_thread;
+  return !state || state->MayCommit();
 }
 
 }  // namespace corvessa::windows

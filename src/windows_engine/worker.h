@@ -29,6 +29,10 @@ class Worker {
   /// Throws Error when nobody waits any more.
   static void OnCaller(Work call);
 
+  /// For the work: whether what it has prepared may take effect. If so, its end is waited for, so
+  /// that nothing changes after the caller was told of a failure. Always, on any other thread.
+  static bool MayCommit();
+
  private:
   struct State;
   std::shared_ptr<State> state_;

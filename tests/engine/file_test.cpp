@@ -53,6 +53,25 @@ TEST_F(FileTest, EncryptsAndDecryptsInPlaceEverySizeAlsoHiddenAndArmoured) {
   }
 }
 
+TEST_F(FileTest, NothingChangesOnceTheCallerHasGivenUp) {
+  const auto plain = alice.Write("plain", "data");
+  const auto encrypted = (alice.folder / "encrypted").string();
+  ASSERT_EQ(Encrypt(plain, encrypted), 0);
+  const std::string content = ContentOf(encrypted);
+  const auto names = Names(alice.folder.Path());
+  alice.may_commit = false;
+  EXPECT_EQ(Decrypt(encrypted), -11);
+  EXPECT_TRUE(ContentOf(encrypted) == content);
+  EXPECT_EQ(Encrypt(plain, encrypted + "2"), -11);
+  EXPECT_EQ(alice.SignFile(plain).first, -11);
+  KeyInfo made;
+  EXPECT_EQ(alice.engine->GenerateKey("", "bob@example.org", "secret", made), -11);
+  EXPECT_EQ(alice.engine->RemoveKeys("alice@example.org"), -11);
+  EXPECT_EQ(Names(alice.folder.Path()), names);
+  EXPECT_EQ(alice.QueryKeyPair("bob@example.org"), -13);
+  EXPECT_EQ(alice.QueryKeyPair("alice@example.org"), 0);
+}
+
 TEST_F(FileTest, OrdinaryFilesAreNoEncryptedFiles) {
   const std::string key = alice.PublicKeys("alice@example.org");
   const std::string signature = ContentOf(alice.SignFile(alice.Write("plain", "x")).second);

@@ -104,6 +104,8 @@ class Profile {
   testing::TempFolder folder;
   /// The sizes of the messages that were decrypted, as the host is told them.
   std::vector<std::uint64_t> watched;
+  /// False once nobody waits for the engine any more.
+  bool may_commit = true;
   std::shared_ptr<OpenPgpEngine> engine;
 
  private:
@@ -135,6 +137,7 @@ class Profile {
       watched.push_back(size);
       return nullptr;
     };
+    config.may_commit = [this] { return may_commit; };
     return config;
   }
 };

@@ -139,6 +139,37 @@ TEST(WorkerTest, WorkWithoutEndIsLeftBehind) {
   *is_over = true;
 }
 
+TEST(WorkerTest, WorkTakesEffectOnlyWhileItIsWaitedFor) {
+  struct Shared {
+    std::atomic<bool> is_over = false;
+    std::atomic<int> answer = -1;
+  };
+  const auto shared = std::make_shared<Shared>();
+  const auto spin = [](const auto& condition) {
+    while (!condition()) {
+    }
+  };
+  Worker worker;
+  EXPECT_FALSE(worker.Run(
+      [shared, spin] {
+        spin([&] { return shared->is_over.load(); });
+        shared->answer = Worker::MayCommit() ? 1 : 0;
+      },
+      100ms));
+  shared->is_over = true;
+  spin([&] { return shared->answer >= 0; });
+  EXPECT_EQ(shared->answer, 0);
+
+  const auto begun = GetTickCount();
+  EXPECT_TRUE(Worker().Run(
+      [&] {
+        EXPECT_TRUE(Worker::MayCommit());
+        spin([&] { return GetTickCount() - begun > 1000; });
+      },
+      100ms));
+  EXPECT_TRUE(Worker::MayCommit());
+}
+
 TEST(WorkerTest, WorkMakesCallsOnTheThreadThatWaitsForIt) {
   Worker worker;
   const DWORD caller = GetCurrentThreadId();

@@ -1,0 +1,12 @@
+# corvessa_version_resource(target file description): what Windows shows of the file's version.
+function(corvessa_version_resource target file description)
+  string(REPLACE "." "," numbers "${PROJECT_VERSION},0")
+  cmake_path(GET file STEM name)
+  get_filename_component(extension ${file} LAST_EXT)
+  set(type VFT_APP)
+  if(extension STREQUAL .dll)
+    set(type VFT_DLL)
+  endif()
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/version.rc.in ${target}_version.rc @ONLY)
+  target_sources(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${target}_version.rc)
+endfunction()
