@@ -10,11 +10,6 @@ Variant::Variant(std::string_view text) {
   value_.vt = VT_BSTR;
 }
 
-Variant::Variant(bool value) {
-  value_.vt = VT_BOOL;
-  value_.boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;
-}
-
 Variant::Variant(std::int32_t number) {
   value_.vt = VT_I4;
   value_.lVal = number;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <ole2.h>
 #include <string>
@@ -14,7 +15,12 @@ class Variant {
  public:
   Variant() = default;
   explicit Variant(std::string_view text);
-  explicit Variant(bool value);
+  /// Not for pointers, a text's among them.
+  template <std::same_as<bool> Boolean>
+  explicit Variant(Boolean value) {
+    value_.vt = VT_BOOL;
+    value_.boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;
+  }
   explicit Variant(std::int32_t number);
   explicit Variant(IDispatch* object);
   Variant(Variant&& other) noexcept : value_(std::exchange(other.value_, {})) {}

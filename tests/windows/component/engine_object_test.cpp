@@ -202,7 +202,7 @@ TEST_F(EngineObjectTest, ProgramsThatBindLateFindEveryOperation) {
   const com::Variant name("customerID");
   const com::Variant value("7");
   engine.Call("SetOption", {name.Get(), value.Get()});
-  EXPECT_EQ(engines.back()->calls, std::vector<std::string>{"customerID=7"});
+  EXPECT_EQ(engines.back()->calls, (std::vector<std::string>{"open", "customerID=7"}));
   Bstr signed_text;
   VARIANT out = {};
   out.vt = VT_BYREF | VT_BSTR;

@@ -120,9 +120,9 @@ TEST(WorkerTest, WorkWithoutEndIsLeftBehind) {
     nested = true;
     nested = worker->Run([] { FAIL() << "work behind what never ends"; }, 1s);
   });
-  SetTimer(window.handle, 1, 10, nullptr);
   // Waiting is no work.
   EXPECT_TRUE(worker->Run([] { Sleep(400); }, 100ms));
+  SetTimer(window.handle, 1, 10, nullptr);
   const auto started = GetTickCount();
   EXPECT_FALSE(worker->Run(
       [is_over] {
