@@ -24,6 +24,7 @@ void Require(bool condition) {
 }
 
 void ReadMessage(std::string message) {
+  Require(!AreSignatures(message) || !ReadEncryptedMessageStart(message));
   const auto start = ReadEncryptedMessageStart(message);
   Require(HideRecipients(message) == start.has_value());
   if (!start) return;

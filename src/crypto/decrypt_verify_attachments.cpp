@@ -8,7 +8,6 @@
 #include "crypto/crypto_operations.h"
 #include "crypto/each_attachment.h"
 #include "crypto/engine_error_text.h"
-#include "crypto/signature_content.h"
 #include "crypto/signature_name.h"
 #include "crypto/stored_files.h"
 #include "crypto/stored_name.h"
@@ -69,10 +68,7 @@ std::int32_t CryptoOperations::DecryptAllAttachments(const platform::MailItemPtr
   Guarded("CryptoOperations:DecryptAllAttachments - ", [&] {
     ForEachAttachment(attachments, "Decrypting attachments", [&](const AttachmentNodePtr& node) {
       node->examined = true;
-      if (IsSignature(node->sFilename, attachments, item) &&
-          HoldsReadableSignature(node->sFilename)) {
-        return;
-      }
+      if (IsSignature(node->sFilename, attachments, item)) return;
       const platform::EngineStatus status = DecryptAttachment(*node);
       node->lDecryptStatus = DecryptStatusOf(status);
       if (status != platform::engine_status::kDone &&
@@ -92,18 +88,16 @@ std::int32_t CryptoOperations::VerifyAllAttachments(AttachmentNodes& attachments
     ForEachAttachment(attachments, kStep, [&](const AttachmentNodePtr& signature) {
       signature->examined = true;
       if (!HasSignatureName(FileNameOf(signature->sFilename))) return;
-      // What was encrypted may be a document with a signature's name.
-      if (signature->lDecryptStatus == decrypt_status::kDone &&
-          !HoldsReadableSignature(signature->sFilename)) {
-        return;
-      }
       const AttachmentNodePtr data = FindByPath(attachments, SignedName(signature->sFilename));
       if (!data) return;
+      const bool is_signature = HoldsSignature(signature->sFilename);
+      // What was encrypted may be a document with a signature's name.
+      if (signature->lDecryptStatus == decrypt_status::kDone && !is_signature) return;
       data->lSignStatus = signature->lSignStatus = platform::engine_status::kUnexpected;
       Guarded("CryptoOperations::VerifyAllAttachments - ",
               [&] { VerifyAttachment(*data, *signature); });
       // A document that merely contains a signature is not signed itself.
-      if (!HoldsReadableSignature(signature->sFilename)) {
+      if (!is_signature) {
         signature->lSignStatus = sign_status::kNone;
         signature->sSigners.clear();
       }
@@ -111,6 +105,13 @@ std::int32_t CryptoOperations::VerifyAllAttachments(AttachmentNodes& attachments
     });
   });
   return result;
+}
+
+bool CryptoOperations::HoldsSignature(std::string_view path) {
+  return Guarded("CryptoOperations::HoldsSignature - ", false, [&] {
+    const auto signers = platform::Host().engine.CreateStringVector();
+    return ProvesSignature(Engine()->VerifyFile("", path, *signers, *signers));
+  });
 }
 
 std::string CryptoOperations::VerifyAttachment(AttachmentNode& data, AttachmentNode& signature) {

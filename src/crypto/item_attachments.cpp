@@ -8,7 +8,6 @@
 #include "branding/message_box.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/each_attachment.h"
-#include "crypto/signature_content.h"
 #include "crypto/signature_name.h"
 #include "crypto/stored_files.h"
 #include "crypto/stored_name.h"
@@ -110,8 +109,7 @@ bool CryptoOperations::StoreAllAttachments(const platform::MailItemPtr& item,
   const Error error = Attempt([&] {
     StoreAll(*item->Attachments(), attachments);
     for (const AttachmentNodePtr& node : attachments) {
-      node->bDetachedSig = IsSignature(node->sFilename, attachments, item) &&
-                           HoldsReadableSignature(node->sFilename);
+      node->bDetachedSig = IsSignature(node->sFilename, attachments, item);
     }
   });
   if (error.number == 0) {
@@ -164,12 +162,12 @@ bool CryptoOperations::IsSignature(std::string_view path, const AttachmentNodes&
   return Guarded("CryptoOperations::IsSignature - ", false, [&] {
     const std::string data_name = LCase(SignedName(FileNameOf(path)));
     for (const AttachmentNodePtr& node : attachments) {
-      if (LCase(FileNameOf(node->sFilename)) == data_name) return true;
+      if (LCase(FileNameOf(node->sFilename)) == data_name) return HoldsSignature(path);
     }
     const auto list = item->Attachments();
     const std::int32_t count = list->Count();
     for (std::int32_t i = 1; i <= count; ++i) {
-      if (LCase(list->Item(i)->DisplayName()) == data_name) return true;
+      if (LCase(list->Item(i)->DisplayName()) == data_name) return HoldsSignature(path);
     }
     return false;
   });

@@ -4,7 +4,6 @@
 #include "base/text.h"
 #include "branding/message_box.h"
 #include "crypto/crypto_operations.h"
-#include "crypto/signature_content.h"
 #include "crypto/stage_trace.h"
 #include "crypto/stored_files.h"
 #include "crypto/stored_name.h"
@@ -81,12 +80,6 @@ void SetAsideOldSignature(AttachmentNode& node) {
   node.original_filename = kept;
 }
 
-/// A document has the name that the data file's signature would get; it is not to be replaced.
-bool IsNameTaken(const AttachmentNode& data, const AttachmentNodes& nodes) {
-  const AttachmentNodePtr node = FindByPath(nodes, data.sFilename + ".sig");
-  return node && !HoldsSignature(node->sFilename);
-}
-
 /// Writes the signature beside its data file and makes it an attachment of its own.
 void StoreSignature(const AttachmentNode& data, std::string_view signature,
                     AttachmentNodes& nodes) {
@@ -144,9 +137,11 @@ std::int32_t CryptoOperations::SignAllAttachments(const platform::MailItemPtr& i
     const AttachmentNodes present = attachments;
     for (const AttachmentNodePtr& node : present) {
       TraceLog("SignAllAttachments - Found attachment");
-      if (IsSignature(node->sFilename, present, item) && HoldsSignature(node->sFilename)) continue;
+      if (IsSignature(node->sFilename, present, item)) continue;
       TraceLog("SignAllAttachments - Signing attachment (not a sig)");
-      if (IsNameTaken(*node, attachments)) {
+      // A document may have the name that this file's signature would get.
+      const AttachmentNodePtr namesake = FindByPath(attachments, node->sFilename + ".sig");
+      if (namesake && !HoldsSignature(namesake->sFilename)) {
         TellError("The attachment \"" + ForDisplay(node->sDisplayName) +
                   "\" cannot be signed: another one has the name of its signature.");
         return platform::engine_status::kSignatureTrouble;
@@ -193,7 +188,7 @@ std::int32_t CryptoOperations::EncryptAllAttachments(
     trace("Encrypting nodes");
     const AttachmentNodes present = attachments;
     for (const AttachmentNodePtr& node : present) {
-      if (IsSignature(node->sFilename, present, item) && HoldsSignature(node->sFilename)) continue;
+      if (IsSignature(node->sFilename, present, item)) continue;
       const std::int32_t outcome = EncryptAttachment(*node, recipients);
       if (outcome != 0) status = outcome;
     }

@@ -14,6 +14,14 @@ constexpr std::int32_t SignStatusOf(platform::EngineStatus status) {
   return status;
 }
 
+/// Whether a verification's status shows that there was a signature, good or not.
+constexpr bool ProvesSignature(platform::EngineStatus status) {
+  namespace engine_status = platform::engine_status;
+  return status == engine_status::kGoodSignature || status == engine_status::kBadSignature ||
+         status == engine_status::kNoKey || status == engine_status::kInvalidKey ||
+         status == engine_status::kSignatureTrouble;
+}
+
 /// The decrypt status for a status of the engine's decryption.
 constexpr std::int32_t DecryptStatusOf(platform::EngineStatus status) {
   return status == platform::engine_status::kBadFormat ? decrypt_status::kNotEncrypted : status;

@@ -223,7 +223,7 @@ EngineStatus LibrnpEngine::VerifyText(std::string_view signed_text,
   return Attempt([&] {
     auto parts = ReadClearSigned(signed_text);
     const std::string signature = Dearmour(parts.signature);
-    if (!IsSignature(signature)) Fail(kBadContent, "The signature is damaged.");
+    if (!AreSignatures(signature)) Fail(kBadContent, "The signature is damaged.");
     const auto find_signer = SignerFinder();
     const auto verify = [&](std::string_view content_bytes) {
       TextSource source(content_bytes);

@@ -64,11 +64,32 @@ LocalFile Dearmoured(const LocalFile& armoured, const std::filesystem::path& fol
   return reopened;
 }
 
-/// The binary signature in a signature file. EngineFailure -9: it holds none.
+/// Nothing stands round the block, and its headers are those of OpenPGP.
+bool IsOnlyArmour(const ArmourBlock& armour) {
+  static constexpr std::string_view kHeaders[] = {"Version", "Comment", "MessageID", "Hash",
+                                                  "Charset"};
+  constexpr std::string_view kBlanks = " \t\r\n";
+  if ((std::string(armour.before) += armour.after).find_first_not_of(kBlanks) != std::string::npos) {
+    return false;
+  }
+  std::string_view lines = armour.block;
+  for (;;) {
+    lines.remove_prefix(std::min(lines.find('\n'), lines.size() - 1) + 1);
+    const auto line = lines.substr(0, lines.find('\n'));
+    if (line.find_first_not_of(kBlanks) == std::string_view::npos) return !lines.empty();
+    if (std::ranges::find(kHeaders, line.substr(0, line.find(':'))) == std::end(kHeaders)) {
+      return false;
+    }
+  }
+}
+
+/// The binary signatures in a file of nothing else. EngineFailure -9: it is no such file; -3: its
+/// armour is damaged.
 std::string SignatureIn(std::string_view path, const std::filesystem::path& file) {
   std::string bytes = ReadWholeFile(file, kMaxSignatureFile);
-  if (const auto found = FindArmour(bytes, "SIGNATURE")) bytes = Dearmour(found->block);
-  if (!IsSignature(bytes)) Fail(kBadFormat, std::string(path) + " holds no signature.");
+  const auto armour = FindArmour(bytes, "SIGNATURE");
+  if (armour && IsOnlyArmour(*armour)) bytes = Dearmour(armour->block);
+  if (!AreSignatures(bytes)) Fail(kBadFormat, std::string(path) + " holds no signature.");
   return bytes;
 }
 
@@ -142,8 +163,9 @@ EngineStatus LibrnpEngine::VerifyFile(std::string_view path, std::string_view si
                                       platform::IEngineStringVector& signers,
                                       platform::IEngineStringVector& unknown_signers) {
   return Attempt([&] {
-    const auto file = LocalFile::OpenForReading(config_.local_path(path));
     const std::string signature = SignatureIn(signature_path, config_.local_path(signature_path));
+    if (path.empty()) Fail(kSignatureTrouble, "There is no file to check the signature against.");
+    const auto file = LocalFile::OpenForReading(config_.local_path(path));
     FileSource source(file);
     return Report(Verify(keys_, SignerFinder(), source, signature, false), signers,
                   unknown_signers);

@@ -182,11 +182,6 @@ bool RevealRecipients(std::string& message_start, const EncryptedMessageStart& s
   return revealed;
 }
 
-bool IsSignature(std::string_view bytes) {
-  const auto header = ReadPacketHeader(bytes);
-  return header && header->tag == kSignaturePacket;
-}
-
 namespace {
 
 /// Calls `visit(tag, packet, body)` for each whole packet.

@@ -50,8 +50,10 @@ bool IsHidden(std::string_view message, const SessionKeyPacket& packet);
 bool RevealRecipients(std::string& message_start, const EncryptedMessageStart& start, int algorithm,
                       std::string_view key_id);
 
-/// The bytes start like a signature.
-bool IsSignature(std::string_view bytes);
+/// The bytes are whole signatures of documents, one after the other, and nothing else: down to the
+/// last number in them, so that no file looks like one by chance. What only calls itself a signature
+/// is a document, which must not travel in clear.
+bool AreSignatures(std::string_view bytes);
 
 /// One transferable key of a key ring: its primary key packet and all that belongs to it.
 struct RingPiece {

@@ -85,7 +85,8 @@ class IEngine {
   /// `unknown_signers` the IDs of keys that could not be had; `content` exactly what was signed.
   virtual EngineStatus VerifyText(std::string_view signed_text, IEngineStringVector& signers,
                                   IEngineStringVector& unknown_signers, std::string& content) = 0;
-  /// The same for a file and its detached signature, armoured or binary.
+  /// The same for a file and its detached signature, armoured or binary. -9: the signature's file
+  /// holds none, or more than that. With an empty path only that is looked at: -10 for a signature.
   virtual EngineStatus VerifyFile(std::string_view path, std::string_view signature_path,
                                   IEngineStringVector& signers,
                                   IEngineStringVector& unknown_signers) = 0;

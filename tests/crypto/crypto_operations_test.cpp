@@ -240,6 +240,12 @@ TEST_F(CryptoOperationsTest, TellsSignaturesFromOtherFiles) {
   EXPECT_FALSE(is_signature("c:\\t\\b.sig"));
   EXPECT_FALSE(is_signature("c:\\t\\a.txt"));
   EXPECT_FALSE(is_signature(".sig"));
+  EXPECT_EQ(Engine().Calls().back().arguments, (std::vector<std::string>{"", "c:\\other\\shown.TXT.sig"}));
+  for (const int status : {0, 1, -3, -6, -8, -9, -10, -11, -13, -16}) {
+    const bool proves = status == 1 || status == 0 || status == -6 || status == -10 || status == -13;
+    Engine().Once("VerifyFile", {.status = status});
+    EXPECT_EQ(is_signature("c:\\t\\a.txt.SIG"), proves) << status;
+  }
   EXPECT_FALSE(Crypto()->HasEncryptedOrSignedAttachments({}));
   EXPECT_FALSE(Crypto()->HasEncryptedOrSignedAttachments(nodes_));
   nodes_[0]->lSignStatus = -1;

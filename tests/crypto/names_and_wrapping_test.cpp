@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "base/text.h"
-#include "crypto/signature_content.h"
 #include "crypto/stored_name.h"
 #include "crypto/text_wrapping.h"
 
@@ -62,56 +61,6 @@ TEST(StoredName, PutsEachFileAPlaceOfItsOwnAndSignaturesBesideTheirData) {
   for (std::size_t i = 0; i < many.size(); ++i) many[i] += Decimal(static_cast<int>(i));
   many.insert(many.end(), {"f1", "f0.sig"});
   EXPECT_TRUE(places(many).ends_with("0:f39 1:f40 1:f1 0:f0.sig ")) << places(many);
-}
-
-TEST(SignatureContent, IsOneWholeSignatureAndNothingElse) {
-  const std::string begin = "-----BEGIN PGP SIGNATURE-----\r\n";
-  const std::string end = "-----END PGP SIGNATURE-----";
-  const std::string block = begin + "Version: x\r\n\r\niA0EAAEIAAAAABI0AAEB\r\n=abcd\r\n" + end;
-  const auto fields = [](const std::string& head, const std::string& tail) {
-    return head + std::string("\0\3\2\x10z\0\0\x12\x34", 9) + tail;
-  };
-  const std::string rsa = fields({"\4\0\1\x08", 4}, std::string("\0\x0C\x0F\xFF", 4));
-  const std::string eddsa = fields({"\4\1\x16\x08", 4}, std::string("\0\1\1\0\2\2", 6));
-  const std::string ed25519 = fields({"\4\0\x1B\x08", 4}, std::string(64, 'v'));
-  const std::string old = std::string("\3\5\0timekeyident\1\2ab\0\1\1", 22);
-  const std::string salted("\6\0\1\x08\0\0\0\0\0\0\0\0ab\2sa\0\1\1", 20);
-  const auto packet = [](const std::string& body) {
-    return "\x88" + std::string(1, static_cast<char>(body.size())) + body;
-  };
-  const auto sized = [&](const std::string& head) {
-    return head + static_cast<char>(rsa.size()) + rsa;
-  };
-  const std::string large = std::string("\xC2\xC0\x10\4\0\1\x08\0\xC3\xC0\1", 11) +
-                            std::string(193, 'n') + std::string("\0\0\x12\x34\0\1\1", 7);
-  const std::pair<std::string, bool> cases[] = {
-      {block, true},
-      {"\r\n" + block + "\n", true},
-      {block + "and a secret", false},
-      {block + block, false},
-      {begin + "\r\na secret\r\n" + end, false},
-      {begin + "\r\nU0VDUkVU\r\n" + end, false},
-      {begin + "A: secret\r\n" + block.substr(begin.size()), false},
-      {"a secret", false},
-      {"", false},
-      {packet(eddsa) + packet(ed25519) + packet(old) + packet(salted), true},
-      {large, true},
-      {sized(std::string("\x89\0", 2)), true},
-      {sized(std::string("\x8A\0\0\0", 4)), true},
-      {sized("\xC2"), true},
-      {sized(std::string("\xC2\xFF\0\0\0", 5)), true},
-      {packet(rsa) + "x", false},
-      {packet(rsa + "x"), false},
-      {packet(rsa.substr(0, rsa.size() - 1)), false},
-      {packet(rsa.substr(0, rsa.size() - 4) + "secret"), false},
-      {packet("\4" + rsa.substr(2)), false},
-      {packet(std::string("\4\x10", 2) + rsa.substr(2)), false},
-      {"\xC2\x0A\4SECRET123", false},
-      {"\xC2\xA7 12 says a secret", false},
-  };
-  for (const auto& [bytes, is_signature] : cases) {
-    EXPECT_EQ(IsSignatureContent(bytes), is_signature) << bytes;
-  }
 }
 
 TEST(TextWrapping, BreaksWhereTheRulesSay) {

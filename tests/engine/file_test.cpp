@@ -155,6 +155,64 @@ TEST_F(FileTest, SignsAndVerifiesFiles) {
   EXPECT_EQ(alice.VerifyFile(plain, plain + "?"), "-8 [] []");
 }
 
+TEST_F(FileTest, AFileIsASignatureOnlyWhenItHoldsNothingElse) {
+  const auto fields = [](const std::string& head, const std::string& tail) {
+    return head + std::string("\0\3\2\x10z\0\0\x12\x34", 9) + tail;
+  };
+  const std::string rsa = fields({"\4\0\1\x08", 4}, std::string("\0\x0C\x0F\xFF", 4));
+  const std::string eddsa = fields({"\4\1\x16\x08", 4}, std::string("\0\1\1\0\2\2", 6));
+  const std::string ed25519 = fields({"\4\0\x1B\x08", 4}, std::string(64, 'v'));
+  const std::string old = std::string("\3\5\0timekeyident\1\2ab\0\1\1", 22);
+  const std::string salted("\6\0\1\x08\0\0\0\0\0\0\0\0ab\2sa\0\1\1", 20);
+  const auto packet = [](const std::string& body) {
+    return "\x88" + std::string(1, static_cast<char>(body.size())) + body;
+  };
+  const auto sized = [&](const std::string& head) {
+    return head + static_cast<char>(rsa.size()) + rsa;
+  };
+  const std::string large = std::string("\xC2\xC0\x10\4\0\1\x08\0\xC3\xC0\1", 11) +
+                            std::string(193, 'n') + std::string("\0\0\x12\x34\0\1\1", 7);
+  const std::string begin = "-----BEGIN PGP SIGNATURE-----\r\n";
+  const std::string end = "-----END PGP SIGNATURE-----";
+  const std::string block = Armour(packet(rsa), "signature", "x");
+  const std::string lines = block.substr(block.find("\r\n\r\n"));
+  const std::string signatures[] = {
+      block,
+      "\r\n" + block + "\n",
+      Armour(packet(rsa), "signature", {}),
+      begin + "Version:\r\nComment: \r\nHash: SHA256\r\nMessageID: 1\r\nCharset: x" + lines,
+      packet(eddsa) + packet(ed25519) + packet(old) + packet(salted),
+      large,
+      sized(std::string("\x89\0", 2)),
+      sized(std::string("\x8A\0\0\0", 4)),
+      sized("\xC2"),
+      sized(std::string("\xC2\xFF\0\0\0", 5))};
+  for (const auto& content : signatures) {
+    EXPECT_EQ(alice.VerifyFile("", alice.Write("signature", content)), "-10 [] []") << content;
+  }
+  const std::string others[] = {block + "and a secret",
+                                "a secret\r\n" + block,
+                                block + block,
+                                begin + "A: secret" + lines,
+                                begin + "\r\nU0VDUkVU\r\n" + end,
+                                Armour(packet(rsa) + "x", "signature", {}),
+                                "a secret",
+                                "",
+                                packet(rsa) + "x",
+                                packet(rsa + "x"),
+                                packet(rsa.substr(0, rsa.size() - 1)),
+                                packet(rsa.substr(0, rsa.size() - 4) + "secret"),
+                                packet("\4" + rsa.substr(2)),
+                                packet(std::string("\4\x10", 2) + rsa.substr(2)),
+                                "\xC2\x0A\4SECRET123",
+                                "\xC2\xA7 12 says a secret"};
+  for (const auto& content : others) {
+    EXPECT_EQ(alice.VerifyFile("", alice.Write("signature", content)), "-9 [] []") << content;
+  }
+  const auto damaged = alice.Write("signature", begin + "\r\na secret\r\n" + end);
+  EXPECT_EQ(alice.VerifyFile("", damaged), "-3 [] []");
+}
+
 TEST_F(FileTest, AdditionalDecryptionAddressesComeFromTheirFile) {
   const auto adks = [&](std::string_view who) {
     To found;

@@ -44,7 +44,7 @@ bool IsErrorLine(const std::string& entry) {
       R"(\w*::? ?\w+ - |AddDecryptAttachmentsBar Error - |AddEncryptionAndSigningStatusBar: )"
       R"(|AlreadySeenProductUpdateMessage: |CryptoOperations::Class_Initialize: |Customize: Error )"
       R"(|DeleteTemporaryFiles: Error (?!code: 0 \(\))|EncryptMailItem - Error "|haskeypair: )"
-      R"(|GetMAPISession - Error encountered: |HoldsReadableSignature - |:StoreAllAttachments/4a/)"
+      R"(|GetMAPISession - Error encountered: |:StoreAllAttachments/4a/)"
       R"(|m_oApplication_ItemSend: (?!Sending original$))");
   return std::regex_search(entry, error, std::regex_constants::match_continuous);
 }

@@ -1,8 +1,8 @@
-#include "crypto/signature_packets.h"
-
 #include <cstddef>
 
-namespace corvessa {
+#include "engine/packets.h"
+
+namespace corvessa::engine {
 namespace {
 
 /// Takes fields off the front of some bytes. Once one is missing, all that follow are.
@@ -143,7 +143,7 @@ std::string_view TakeBody(Fields& fields) {
 
 }  // namespace
 
-bool AreSignaturePackets(std::string_view bytes) {
+bool AreSignatures(std::string_view bytes) {
   Fields packets(bytes);
   do {
     if (!IsSignatureBody(TakeBody(packets))) return false;
@@ -151,4 +151,4 @@ bool AreSignaturePackets(std::string_view bytes) {
   return packets.AreComplete();
 }
 
-}  // namespace corvessa
+}  // namespace corvessa::engine
