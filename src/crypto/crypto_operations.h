@@ -76,7 +76,7 @@ class CryptoOperations {
   /// 0 when the item is ready to be sent; anything else must stop the send.
   std::int32_t SignAndEncryptItem(const SafeItem& item, AttachmentNodes& attachments,
                                   bool no_options_bar);
-  /// The file is a detached signature by its name and its content, and its data file is at hand.
+  /// The file is a detached signature by its name, and its data file is at hand.
   bool IsSignature(std::string_view path, const AttachmentNodes& attachments,
                    const platform::MailItemPtr& item);
   /// Saves the item's attachments into a private temporary folder, a node each; false, with the
@@ -110,8 +110,10 @@ class CryptoOperations {
   std::int32_t VerifyAllAttachments(AttachmentNodes& attachments);
   /// Whether the engine finds a signature in the file, and nothing else. A name can say anything:
   /// what only calls itself a signature is a document, which must neither travel in clear nor be
-  /// replaced. So is one of which the engine cannot tell.
+  /// replaced.
   bool HoldsSignature(std::string_view path);
+  /// The same where one file must not cost the others: one that fails holds none.
+  bool HoldsReadableSignature(std::string_view path);
   /// SignAndEncryptItem once the attachments are stored.
   std::int32_t SignAndEncryptStored(const SafeItem& item, AttachmentNodes& attachments);
   std::int32_t SignMailItem(const SafeItem& item, AttachmentNodes& attachments, bool sign_only);

@@ -68,7 +68,10 @@ std::int32_t CryptoOperations::DecryptAllAttachments(const platform::MailItemPtr
   Guarded("CryptoOperations:DecryptAllAttachments - ", [&] {
     ForEachAttachment(attachments, "Decrypting attachments", [&](const AttachmentNodePtr& node) {
       node->examined = true;
-      if (IsSignature(node->sFilename, attachments, item)) return;
+      if (IsSignature(node->sFilename, attachments, item) &&
+          HoldsReadableSignature(node->sFilename)) {
+        return;
+      }
       const platform::EngineStatus status = DecryptAttachment(*node);
       node->lDecryptStatus = DecryptStatusOf(status);
       if (status != platform::engine_status::kDone &&
@@ -90,7 +93,7 @@ std::int32_t CryptoOperations::VerifyAllAttachments(AttachmentNodes& attachments
       if (!HasSignatureName(FileNameOf(signature->sFilename))) return;
       const AttachmentNodePtr data = FindByPath(attachments, SignedName(signature->sFilename));
       if (!data) return;
-      const bool is_signature = HoldsSignature(signature->sFilename);
+      const bool is_signature = HoldsReadableSignature(signature->sFilename);
       // What was encrypted may be a document with a signature's name.
       if (signature->lDecryptStatus == decrypt_status::kDone && !is_signature) return;
       data->lSignStatus = signature->lSignStatus = platform::engine_status::kUnexpected;
@@ -108,10 +111,13 @@ std::int32_t CryptoOperations::VerifyAllAttachments(AttachmentNodes& attachments
 }
 
 bool CryptoOperations::HoldsSignature(std::string_view path) {
-  return Guarded("CryptoOperations::HoldsSignature - ", false, [&] {
-    const auto signers = platform::Host().engine.CreateStringVector();
-    return ProvesSignature(Engine()->VerifyFile("", path, *signers, *signers));
-  });
+  const auto signers = platform::Host().engine.CreateStringVector();
+  return ProvesSignature(Engine()->VerifyFile("", path, *signers, *signers));
+}
+
+bool CryptoOperations::HoldsReadableSignature(std::string_view path) {
+  return Guarded("CryptoOperations::HoldsReadableSignature - ", false,
+                 [&] { return HoldsSignature(path); });
 }
 
 std::string CryptoOperations::VerifyAttachment(AttachmentNode& data, AttachmentNode& signature) {

@@ -109,7 +109,8 @@ bool CryptoOperations::StoreAllAttachments(const platform::MailItemPtr& item,
   const Error error = Attempt([&] {
     StoreAll(*item->Attachments(), attachments);
     for (const AttachmentNodePtr& node : attachments) {
-      node->bDetachedSig = IsSignature(node->sFilename, attachments, item);
+      node->bDetachedSig = IsSignature(node->sFilename, attachments, item) &&
+                           HoldsReadableSignature(node->sFilename);
     }
   });
   if (error.number == 0) {
@@ -162,12 +163,12 @@ bool CryptoOperations::IsSignature(std::string_view path, const AttachmentNodes&
   return Guarded("CryptoOperations::IsSignature - ", false, [&] {
     const std::string data_name = LCase(SignedName(FileNameOf(path)));
     for (const AttachmentNodePtr& node : attachments) {
-      if (LCase(FileNameOf(node->sFilename)) == data_name) return HoldsSignature(path);
+      if (LCase(FileNameOf(node->sFilename)) == data_name) return true;
     }
     const auto list = item->Attachments();
     const std::int32_t count = list->Count();
     for (std::int32_t i = 1; i <= count; ++i) {
-      if (LCase(list->Item(i)->DisplayName()) == data_name) return HoldsSignature(path);
+      if (LCase(list->Item(i)->DisplayName()) == data_name) return true;
     }
     return false;
   });

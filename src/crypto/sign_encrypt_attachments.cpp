@@ -137,7 +137,7 @@ std::int32_t CryptoOperations::SignAllAttachments(const platform::MailItemPtr& i
     const AttachmentNodes present = attachments;
     for (const AttachmentNodePtr& node : present) {
       TraceLog("SignAllAttachments - Found attachment");
-      if (IsSignature(node->sFilename, present, item)) continue;
+      if (IsSignature(node->sFilename, present, item) && HoldsSignature(node->sFilename)) continue;
       TraceLog("SignAllAttachments - Signing attachment (not a sig)");
       // A document may have the name that this file's signature would get.
       const AttachmentNodePtr namesake = FindByPath(attachments, node->sFilename + ".sig");
@@ -188,7 +188,7 @@ std::int32_t CryptoOperations::EncryptAllAttachments(
     trace("Encrypting nodes");
     const AttachmentNodes present = attachments;
     for (const AttachmentNodePtr& node : present) {
-      if (IsSignature(node->sFilename, present, item)) continue;
+      if (IsSignature(node->sFilename, present, item) && HoldsSignature(node->sFilename)) continue;
       const std::int32_t outcome = EncryptAttachment(*node, recipients);
       if (outcome != 0) status = outcome;
     }

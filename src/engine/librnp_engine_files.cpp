@@ -69,7 +69,8 @@ bool IsOnlyArmour(const ArmourBlock& armour) {
   static constexpr std::string_view kHeaders[] = {"Version", "Comment", "MessageID", "Hash",
                                                   "Charset"};
   constexpr std::string_view kBlanks = " \t\r\n";
-  if ((std::string(armour.before) += armour.after).find_first_not_of(kBlanks) != std::string::npos) {
+  if ((std::string(armour.before) += armour.after).find_first_not_of(kBlanks) !=
+      std::string::npos) {
     return false;
   }
   std::string_view lines = armour.block;

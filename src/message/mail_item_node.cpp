@@ -222,7 +222,7 @@ void MailItemNode::ReportFacts(platform::MessageFacts::State state) {
         facts.attachments.push_back(FactsOf(*node));
       }
       facts.attachments_left_to_button = LeavesAttachments();
-      facts.shows_part = body_replaced_ && HoldsMoreThanArmour(*m_sOriginalBody);
+      facts.shows_part = body_replaced_ && m_sOriginalBody && HoldsMoreThanArmour(*m_sOriginalBody);
     }
     platform::HostObserver().MessageChanged(m_oMailItem, facts);
   });

@@ -327,7 +327,7 @@ TEST_F(SendInterception, AMailWithEverythingTracesEachStep) {
   EXPECT_EQ(observer.Take(),
             (std::vector<std::string>{
                 "signed by ann@example.org",
-                "encrypted for Bob@Example.org ann@example.org archive@example.org", "leaves"}));
+                "encrypted for bob@example.org ann@example.org archive@example.org", "leaves"}));
   const platform::EngineAccount reader{"archive@example.org"};
   std::string read;
   EXPECT_EQ(Keys().AuthenticateAccount(reader.address, "secret"), 0);
