@@ -5,7 +5,7 @@
 #include "accounts/nimbra_account.h"
 #include "base/debug_info.h"
 #include "base/guard.h"
-#include "forms/frm_modal_show_in_taskbar.h"
+#include "branding/branded_form.h"
 #include "platform/host.h"
 #include "platform/ui.h"
 #include "settings/edition.h"

@@ -6,7 +6,7 @@
 #include <initializer_list>
 #include <limits>
 
-#include "accounts/frm_no_key_pairs.h"
+#include "accounts/address_dialogs.h"
 #include "accounts/nimbra_account.h"
 #include "accounts/product_updates.h"
 #include "accounts/registry_handlers.h"
@@ -14,11 +14,11 @@
 #include "base/debug_info.h"
 #include "base/guard.h"
 #include "base/text.h"
+#include "branding/branded_form.h"
 #include "branding/customization.h"
 #include "branding/message_box.h"
 #include "crypto/services.h"
-#include "forms/frm_about.h"
-#include "forms/frm_modal_show_in_taskbar.h"
+#include "forms/dialogs.h"
 #include "settings/edition.h"
 #include "settings/settings.h"
 

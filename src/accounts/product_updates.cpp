@@ -6,7 +6,7 @@
 #include "branding/customization.h"
 #include "branding/message_box.h"
 #include "platform/host.h"
-#include "platform/inet.h"
+#include "platform/system.h"
 #include "settings/edition.h"
 
 namespace corvessa {

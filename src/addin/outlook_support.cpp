@@ -1,7 +1,7 @@
 #include "addin/outlook_support.h"
 
+#include "accounts/address_dialogs.h"
 #include "accounts/frm_manage_user_keys.h"
-#include "accounts/frm_no_key_pairs.h"
 #include "accounts/nimbra_account.h"
 #include "accounts/product_updates.h"
 #include "accounts/registry_handlers.h"
@@ -15,8 +15,8 @@
 #include "crypto/services.h"
 #include "crypto/temp_files.h"
 #include "message/cdo_addresses.h"
-#include "platform/clock.h"
 #include "platform/host.h"
+#include "platform/system.h"
 #include "platform/ui.h"
 #include "settings/edition.h"
 #include "settings/settings.h"

@@ -5,9 +5,9 @@
 #include "base/guard.h"
 #include "base/text.h"
 #include "base/trace_sink.h"
-#include "platform/clock.h"
 #include "platform/files.h"
 #include "platform/host.h"
+#include "platform/system.h"
 
 namespace corvessa::Debug_Info {
 namespace {

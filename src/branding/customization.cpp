@@ -7,7 +7,7 @@
 #include "base/text.h"
 #include "branding/message_box.h"
 #include "platform/host.h"
-#include "platform/shell.h"
+#include "platform/system.h"
 #include "settings/edition.h"
 #include "ui/controls.h"
 #include "ui/form.h"

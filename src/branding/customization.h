@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/picture.h"
+#include "platform/pictures.h"
 
 namespace corvessa {
 

@@ -7,7 +7,7 @@
 #include "crypto/crypto_operations.h"
 #include "crypto/stored_files.h"
 #include "crypto/temp_files.h"
-#include "forms/dialog_results.h"
+#include "forms/dialogs.h"
 #include "message/encryption_failure.h"
 #include "message/header_fields.h"
 #include "message/item_access.h"

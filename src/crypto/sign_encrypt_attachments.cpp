@@ -8,9 +8,9 @@
 #include "crypto/stored_files.h"
 #include "crypto/stored_name.h"
 #include "crypto/temp_files.h"
-#include "platform/clock.h"
 #include "platform/files.h"
 #include "platform/host.h"
+#include "platform/system.h"
 #include "platform/ui.h"
 
 namespace corvessa {

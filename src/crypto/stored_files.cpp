@@ -7,9 +7,9 @@
 #include "base/error.h"
 #include "base/text.h"
 #include "crypto/temp_files.h"
-#include "platform/clock.h"
 #include "platform/files.h"
 #include "platform/host.h"
+#include "platform/system.h"
 
 namespace corvessa {
 namespace {

@@ -5,8 +5,8 @@
 #include "base/checked.h"
 #include "base/guard.h"
 #include "base/text.h"
-#include "platform/clock.h"
 #include "platform/host.h"
+#include "platform/system.h"
 #include "platform/ui.h"
 #include "settings/settings.h"
 

@@ -4,7 +4,7 @@
 #include "base/debug_info.h"
 #include "base/guard.h"
 #include "base/text.h"
-#include "forms/frm_generic.h"
+#include "forms/dialogs.h"
 #include "platform/host.h"
 #include "platform/redemption.h"
 #include "settings/edition.h"

@@ -12,9 +12,7 @@
 #include "crypto/crypto_operations.h"
 #include "crypto/engine_error_text.h"
 #include "crypto/services.h"
-#include "forms/dialog_results.h"
-#include "forms/frm_generic.h"
-#include "forms/frm_no_keys_found.h"
+#include "forms/dialogs.h"
 #include "message/cdo_addresses.h"
 #include "message/message_operations.h"
 #include "platform/host.h"
@@ -51,9 +49,8 @@ std::vector<std::string> FindRecipients(const SafeItem& item, const Complaint& c
 }
 
 void ReportAnswer(const SafeItem& item, std::int32_t answer, std::vector<std::string> recipients) {
-  platform::HostObserver().ConsentAsked(
-      item.Item(),
-      {platform::Consent::kSendUnencrypted, answer == kResultYes, std::move(recipients)});
+  platform::HostObserver().ConsentAsked(item.Item(), {platform::Consent::kSendUnencrypted,
+                                                      answer == kResultYes, std::move(recipients)});
 }
 
 std::int32_t AskAboutRecipients(const SafeItem& item, std::string_view heading,
@@ -88,10 +85,9 @@ std::int32_t Report(std::int32_t code, const SafeItem& item) {
     case platform::engine_status::kNoKey:
       return AskAboutRecipients(item, {}, AddressWithoutKey);
     case platform::engine_status::kIoTrouble:
-      return AskToSendInClear(
-          item,
-          "An I/O error occurred while connecting to the key server.\r\n\r\n"
-          "Continue sending this email without encryption?");
+      return AskToSendInClear(item,
+                              "An I/O error occurred while connecting to the key server.\r\n\r\n"
+                              "Continue sending this email without encryption?");
     case 0:
     case kEncryptionCancelled:
       return kResultOk;

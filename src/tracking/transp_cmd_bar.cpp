@@ -1,9 +1,9 @@
 #include "tracking/transp_cmd_bar.h"
 
 #include "base/error.h"
-#include "platform/clipboard.h"
 #include "platform/command_bars.h"
 #include "platform/host.h"
+#include "platform/pictures.h"
 
 namespace corvessa::TranspCmdBar {
 namespace {

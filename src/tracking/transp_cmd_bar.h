@@ -4,7 +4,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/picture.h"
+#include "platform/pictures.h"
 
 namespace corvessa {
 

@@ -2,7 +2,7 @@
 
 #include "base/text.h"
 #include "platform/host.h"
-#include "platform/inet.h"
+#include "platform/system.h"
 #include "ui/form.h"
 
 namespace corvessa {

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "base/secret_string.h"
-#include "platform/picture.h"
+#include "platform/pictures.h"
 #include "ui/control.h"
 
 /// The controls that a form is made of. Lists and tabs are in list_controls.h.

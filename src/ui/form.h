@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/picture.h"
+#include "platform/pictures.h"
 #include "ui/control.h"
 
 namespace corvessa {

@@ -3,16 +3,13 @@
 #include <fstream>
 #include <gmock/gmock.h>
 
-#include "accounts/frm_alias_options.h"
-#include "accounts/frm_e_mail.h"
-#include "accounts/frm_no_key_pairs.h"
+#include "accounts/address_dialogs.h"
 #include "accounts/nimbra_account.h"
 #include "accounts/registry_handlers.h"
 #include "accounts/user_management.h"
 #include "base/text.h"
 #include "desk/profile/system_services.h"
-#include "forms/frm_about.h"
-#include "forms/frm_generic.h"
+#include "forms/dialogs.h"
 #include "settings/settings.h"
 #include "support/addin_fixture.h"
 #include "support/form_checks.h"

@@ -6,8 +6,7 @@
 #include "crypto/frm_timer.h"
 #include "crypto/services.h"
 #include "crypto/temp_files.h"
-#include "forms/frm_generic.h"
-#include "forms/frm_no_keys_found.h"
+#include "forms/dialogs.h"
 #include "sending.h"
 #include "settings/settings.h"
 

@@ -9,8 +9,7 @@
 #include "base/text.h"
 #include "crypto/services.h"
 #include "crypto/temp_files.h"
-#include "forms/frm_generic.h"
-#include "forms/frm_no_keys_found.h"
+#include "forms/dialogs.h"
 #include "sending.h"
 #include "settings/settings.h"
 #include "support/form_checks.h"
@@ -285,8 +284,8 @@ TEST_F(SendInterception, AnotherProgramsMailAsksForItsChoices) {
   EXPECT_EQ(std::count(pumped_after.begin(), pumped_after.end(), "Loading external send form"), 1);
   ExpectGolden("trace_of_encryption", Trace());
   EXPECT_EQ(observer.Take(),
-            (std::vector<std::string>{
-                "leave unsigned: yes", "encrypted for ann@example.org bob@example.org", "leaves"}));
+            (std::vector<std::string>{"leave unsigned: yes",
+                                      "encrypted for ann@example.org bob@example.org", "leaves"}));
   EXPECT_EQ(ReadByGpg(*sent->body), kText);
   // Who opens it sees that there are two readers, and not who they are.
   gpg.Run("--list-packets", *sent->body);
@@ -391,8 +390,8 @@ TEST_F(SendInterception, WhatNeedsNothingPassesUntouched) {
   Choose(neither, false, false);
   observer.Take();
   EXPECT_EQ(*outlook.Send(neither)->html, "<p>hello</p>");
-  EXPECT_EQ(observer.Take(), (std::vector<std::string>{"leave unencrypted: yes",
-                                                       "leave unsigned: yes", "leaves"}));
+  EXPECT_EQ(observer.Take(),
+            (std::vector<std::string>{"leave unencrypted: yes", "leave unsigned: yes", "leaves"}));
 
   g_bDisableKVPEntirely = true;
   EXPECT_EQ(*outlook.Send(Draft())->body, kText);

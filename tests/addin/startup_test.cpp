@@ -1,7 +1,7 @@
 #include <algorithm>
 
+#include "accounts/address_dialogs.h"
 #include "accounts/frm_manage_user_keys.h"
-#include "accounts/frm_no_key_pairs.h"
 #include "accounts/nimbra_account.h"
 #include "addin/frm_splash_screen.h"
 #include "addin/outlook_support.h"

@@ -1,17 +1,13 @@
+#include "forms/dialogs.h"
+
 #include <functional>
 #include <gmock/gmock.h>
 
-#include "accounts/frm_alias_options.h"
-#include "accounts/frm_e_mail.h"
-#include "accounts/frm_no_key_pairs.h"
+#include "accounts/address_dialogs.h"
 #include "accounts/nimbra_account.h"
 #include "addin/frm_send_from_external_application.h"
 #include "base/error.h"
-#include "forms/frm_about.h"
-#include "forms/frm_generic.h"
-#include "forms/frm_html.h"
-#include "forms/frm_modal_show_in_taskbar.h"
-#include "forms/frm_no_keys_found.h"
+#include "branding/branded_form.h"
 #include "forms/frm_progress.h"
 #include "message/frm_message_status.h"
 #include "message/header_fields.h"

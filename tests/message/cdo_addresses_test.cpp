@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "forms/frm_generic.h"
+#include "forms/dialogs.h"
 #include "message/message_operations.h"
 #include "platform/redemption.h"
 #include "support/addin_fixture.h"

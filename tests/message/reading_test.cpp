@@ -5,7 +5,7 @@
 
 #include "base/text.h"
 #include "crypto/stored_files.h"
-#include "forms/frm_generic.h"
+#include "forms/dialogs.h"
 #include "forms/frm_progress.h"
 #include "message/frm_message_status.h"
 #include "message/mail_item_node.h"
@@ -96,8 +96,8 @@ TEST_F(ReadingMail, TellsSignedEncryptedForgedAndPlainMessagesApart) {
   const std::string forged_part = forged + "Believe Bob.";
   const std::string signature = SignatureOf("b");
   const std::string by_bob = " bob@example.com";
-  const std::string verified = "; a.txt 1 1; a.txt.sig 1 1; b.txt 1 0" + by_bob +
-                               "; b.txt.sig 1 0" + by_bob;
+  const std::string verified =
+      "; a.txt 1 1; a.txt.sig 1 1; b.txt 1 0" + by_bob + "; b.txt.sig 1 0" + by_bob;
   struct Case {
     std::string body;
     std::string shown;

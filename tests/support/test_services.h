@@ -7,9 +7,7 @@
 #include <vector>
 
 #include "base/error.h"
-#include "platform/clock.h"
-#include "platform/inet.h"
-#include "platform/shell.h"
+#include "platform/system.h"
 
 namespace corvessa::testing {
 

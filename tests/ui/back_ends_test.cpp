@@ -93,6 +93,7 @@ class TerminalDriver final : public UiDriver {
   }
 
   void Click(Control& control, int place) override {
+    if (!IsDrawn(control.Parent())) Write("?\n");
     const std::string key = desk::Choices(control.Parent()).KeyOf(control, place);
     if (!key.empty()) Write(key + "\n");
   }
@@ -123,17 +124,25 @@ class TerminalDriver final : public UiDriver {
     if (!form.IsVisible()) steps_.clear();
   }
   void ExpectShown(Form& form) override {
-    const desk::Choices choices(form);
-    const std::string drawn = desk::DrawForm(form, &choices, terminal_->Columns());
-    EXPECT_NE(Screen().rfind(drawn), std::string::npos) << Screen() << "instead of\n" << drawn;
+    EXPECT_TRUE(IsDrawn(form)) << Screen() << "instead of\n" << Drawing(form);
   }
 
  private:
+  std::string Drawing(const Form& form) const {
+    const desk::Choices choices(form);
+    return desk::DrawForm(form, &choices, terminal_->Columns());
+  }
+  bool IsDrawn(const Form& form) const {
+    const std::string screen = Screen();
+    const std::size_t last = screen.rfind("\u250C\u2500 " + form.Caption());
+    return last != std::string::npos && screen.compare(last, std::string::npos, "") > 0 &&
+           std::string_view(screen).substr(last).starts_with(Drawing(form));
+  }
   void LookAndType() {
     int unread = 0;
     EXPECT_EQ(ioctl(input_, FIONREAD, &unread), 0);
     while (unread == 0 && keyboard_ >= 0) {
-      if (Screen().ends_with("(Enter alone for the other choices): ")) {
+      if (Screen().ends_with("(Enter for other choices): ")) {
         Write("\n");
       } else if (HasSteps()) {
         RunStep();

@@ -4,7 +4,7 @@
 
 #include "base/error.h"
 #include "base/text.h"
-#include "platform/clipboard.h"
+#include "platform/pictures.h"
 
 namespace corvessa::desk {
 namespace {

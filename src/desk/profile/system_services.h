@@ -11,10 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/clipboard.h"
-#include "platform/clock.h"
-#include "platform/inet.h"
-#include "platform/shell.h"
+#include "platform/pictures.h"
+#include "platform/system.h"
 
 /// The desk's small system services.
 namespace corvessa::desk {

@@ -48,9 +48,14 @@ void Conversation::Run() {
   }
 }
 
-void Conversation::Turn() {
+std::string Conversation::Drawing() const {
   const Choices choices(*form_);
-  terminal_.Write(DrawForm(*form_, &choices, terminal_.Columns()));
+  return DrawForm(*form_, &choices, terminal_.Columns());
+}
+
+void Conversation::Turn() {
+  const std::string drawing = Drawing();
+  terminal_.Write(drawing);
   std::erase_if(asked_, [](const TextBox* box) { return box->Text().empty(); });
   bool typed = false;
   while (TextBox* box = NextText()) {
@@ -59,7 +64,7 @@ void Conversation::Turn() {
     if (input_has_ended_ || !form_->IsVisible()) return;
   }
   if (!typed) {
-    AskForChoice(Choices(*form_));
+    AskForChoice(drawing);
   } else if (CommandButton* button = DefaultButton(*form_)) {
     Press(*button);
   }
@@ -103,13 +108,16 @@ std::string Conversation::ChoicePrompt(const Choices& choices) const {
   return prompt + (!choices.Find("q") ? "q" : "close") + " = close): ";
 }
 
-void Conversation::AskForChoice(const Choices& choices) {
+void Conversation::AskForChoice(const std::string& drawing) {
+  const Choices choices(*form_);
   for (;;) {
     const std::optional<std::string> line = terminal_.ReadLine(ChoicePrompt(choices));
     input_has_ended_ = !line;
     // A timer may have closed the form during the wait.
     if (!line || !form_->IsVisible() || ExecuteLine(Trim(*line), choices)) return;
     terminal_.Write(UnknownChoice(*form_, *line));
+    // A timer may have changed the form since it was drawn: the user must see what there is now.
+    if (Drawing() != drawing) return;
   }
 }
 

@@ -36,7 +36,10 @@ class Conversation {
  private:
   void Turn();
   TextBox* NextText() const;
-  void AskForChoice(const Choices& choices);
+  /// The form as it is now.
+  std::string Drawing() const;
+  /// Returns after a choice, or when the form no longer looks like `drawing`.
+  void AskForChoice(const std::string& drawing);
   bool ExecuteLine(std::string_view line, const Choices& choices);
   bool Choose(std::string_view line, const Choices& choices);
   void FillTextBox(TextBox& box, std::string_view text);

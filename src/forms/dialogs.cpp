@@ -1,12 +1,25 @@
-#include "forms/frm_generic.h"
+#include "forms/dialogs.h"
 
 #include <memory>
 
-#include "forms/dialog_results.h"
-#include "forms/frm_modal_show_in_taskbar.h"
+#include "branding/branded_form.h"
+#include "branding/customization.h"
+#include "settings/edition.h"
 #include "ui/text_layout.h"
 
 namespace corvessa {
+
+frmAbout::frmAbout() : BrandedForm("frmAbout", "About <!-- LONGNAME -->", 320, 148) {
+  cmdOK.SetDefault(true);
+  cmdOK.SetCancel(true);
+  cmdNimbraSite.OnClick = [] { Customization::OpenMainPage(); };
+  cmdOK.OnClick = [this] { Unload(); };
+}
+
+void frmAbout::Form_Load() {
+  BrandedForm::Form_Load();
+  lblVersion.SetCaption("Version " + VersionText(RunningVersion()));
+}
 
 frmGeneric::frmGeneric()
     : BrandedForm("frmGeneric", "<!-- LONGNAME -->", 400, 112), result_(kResultClosed) {
@@ -60,6 +73,49 @@ std::int32_t ShowGeneric(std::string_view message, std::int32_t type,
   const UnloadAtEnd unload(*form);
   ShowModalForm(*form);
   return form->Result();
+}
+
+frmHTML::frmHTML()
+    : BrandedForm("frmHTML", "HTML Message Warning", 400, 142), result_(kResultClosed) {
+  // No cancel button: both buttons send the mail, so only the close box gives up sending.
+  cmdConvert.SetDefault(true);
+  cmdConvert.OnClick = [this] { Choose(kResultYes); };
+  cmdSend.OnClick = [this] { Choose(kResultSendAsIs); };
+}
+
+void frmHTML::Form_Load() {
+  BrandedForm::Form_Load();
+  result_ = kResultClosed;
+}
+
+void frmHTML::Choose(std::int32_t result) {
+  result_ = result;
+  Hide();
+}
+
+frmNoKeysFound::frmNoKeysFound()
+    : BrandedForm("frmNoKeysFound", "Sending Email", 400, 247), result_(kResultClosed) {
+  lstEmailAddr.SetSelectable(false);
+  // Enter and Escape both keep the mail: nothing leaves in clear by a key pressed too early.
+  cmdNo.SetDefault(true);
+  cmdNo.SetCancel(true);
+  cmdYes.OnClick = [this] { Choose(kResultYes); };
+  cmdNo.OnClick = [this] { Choose(kResultNo); };
+}
+
+void frmNoKeysFound::SetHeading(std::string_view heading) {
+  Label1.SetCaption(heading);
+}
+
+std::int32_t frmNoKeysFound::SendUnencrypted() {
+  result_ = kResultClosed;
+  ShowModalForm(*this);
+  return result_;
+}
+
+void frmNoKeysFound::Choose(std::int32_t result) {
+  result_ = result;
+  Hide();
 }
 
 }  // namespace corvessa

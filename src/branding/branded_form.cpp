@@ -1,8 +1,9 @@
-#include "forms/frm_modal_show_in_taskbar.h"
+#include "branding/branded_form.h"
 
 #include <memory>
 
 namespace corvessa {
+
 frmModalShowInTaskbar::frmModalShowInTaskbar() : BrandedForm("frmModalShowInTaskbar", "", 0, 0) {
   PutOffScreen();
   SetShowsInTaskbar(true);
