@@ -34,8 +34,8 @@ class frmEMail final : public BrandedForm {
   bool accepted_ = false;
 };
 
-/// The options of one secured address. Changes that account's m_bSigning and nothing else; making
-/// it the only signer is for the caller.
+/// The options of one secured address. Changes that account's m_bSigning and nothing else; the
+/// caller makes it the only signer.
 class frmAliasOptions final : public BrandedForm {
  public:
   /// The account is never null.

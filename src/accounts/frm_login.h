@@ -10,8 +10,8 @@
 
 namespace corvessa {
 
-/// Asks for one of the user's addresses and its passphrase. It only collects: whether the
-/// passphrase is right is for the engine to say. A new dialog is made for each request.
+/// Asks for one of the user's addresses and its passphrase. It only collects: the engine
+/// decides whether the passphrase is right. A new dialog is made for each request.
 class frmLogin final : public BrandedForm {
  public:
   frmLogin();

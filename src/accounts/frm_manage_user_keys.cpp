@@ -114,7 +114,7 @@ void frmManageUserKeys::Form_Load() {
 }
 
 void frmManageUserKeys::Form_Activate() {
-  // Whoever brings the dialog forward has reloaded the settings before.
+  // The settings were reloaded before the dialog was brought forward.
   ReplayUnsavedChanges();
 }
 
@@ -222,7 +222,7 @@ void frmManageUserKeys::StorePreferences() {
 }
 
 void frmManageUserKeys::SaveSettings() {
-  // Closed down behind a prompt: what is in memory is nobody's settings.
+  // The add-in was closed down during a prompt: memory no longer holds the user's settings.
   if (!g_bSettingsLoaded) return;
   ReplayUnsavedChanges();
   RegistryHandlers::WriteUserAccountInfo();

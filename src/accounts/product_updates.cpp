@@ -14,8 +14,8 @@ namespace {
 
 constexpr std::string_view kTracePrefix = "frmManageUserKeys::CheckForProductUpdates - ";
 
-/// Not XML, and not to be read as such: the first "<name", whatever stands up to the next ">", then
-/// the text up to "</name>".
+/// The page is not XML and is not parsed as such: the first "<name", anything up to the next ">",
+/// then the text up to "</name>".
 std::string FieldOf(std::string_view page, std::string_view name) {
   const std::size_t tag = page.find("<" + std::string(name));
   if (tag == std::string_view::npos) return {};

@@ -91,7 +91,7 @@ void OfferKeysOrFirstAddress(frmSplashScreen& splash) {
   }
 }
 
-/// The last attempt at files that Outlook held until now. What still cannot go stays behind.
+/// The last attempt at files that Outlook held until now. What still cannot be deleted stays.
 void DeleteQueuedFiles() {
   const std::vector<std::string> queued = g_colTempFiles;
   for (const std::string& path : queued) DeleteOrQueue(path);
@@ -142,7 +142,7 @@ void OutlookSupport::TrackOpenWindows(const platform::ApplicationPtr& applicatio
   explorers_events_ = m_oExplorers->Subscribe(*this);
   m_oActiveExplorers = std::make_shared<ActiveExplorers>();
   m_oActiveExplorers->AddExplorer(application->ActiveExplorer(), true);
-  // Its node loads the settings, which may tell the user something; Outlook may end behind that.
+  // Its node loads the settings, which may tell the user something; Outlook may end meanwhile.
   if (!m_oActiveExplorers) return;
   m_oInspectors = application->Inspectors();
   inspectors_events_ = m_oInspectors->Subscribe(*this);

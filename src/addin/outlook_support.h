@@ -55,7 +55,7 @@ extern std::shared_ptr<OutlookSupport> g_oOutlookSupport;
 namespace UserManagement {
 
 /// How many addresses have a key pair; moves the splash screen's caption when one is given. Never
-/// throws. It stands here because start-up is its only caller.
+/// throws. It is here because start-up is its only caller.
 std::int32_t GetKeyPairCount(frmSplashScreen* splash);
 
 }  // namespace UserManagement

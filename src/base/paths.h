@@ -10,7 +10,7 @@ constexpr std::string_view FolderOf(std::string_view path) {
   return path.substr(0, path.rfind('\\') + 1);
 }
 
-/// The part behind the last backslash.
+/// The part after the last backslash.
 constexpr std::string_view FileNameOf(std::string_view path) {
   return path.substr(path.rfind('\\') + 1);
 }

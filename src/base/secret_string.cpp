@@ -3,7 +3,7 @@
 namespace corvessa {
 
 void WipeText(std::string& text) noexcept {
-  // The string grows to its capacity first: an earlier, longer content may still stand behind the
+  // The string grows to its capacity first: an earlier, longer content may still be left after the
   // end. Growing within the capacity allocates nothing.
   text.resize(text.capacity());
   volatile char* bytes = text.data();

@@ -217,7 +217,7 @@ std::string ForDisplay(std::string_view text) {
 
 std::string ForDisplayLines(std::string_view raw) {
   constexpr std::size_t kTabWidth = 8;
-  // Line ends of other worlds must not vanish: they part what stands around them.
+  // Unicode line separators must not vanish: they separate the words around them.
   std::string lines(raw);
   for (const char* end : {"\xC2\x85", "\xE2\x80\xA8", "\xE2\x80\xA9"}) {
     lines = Replace(lines, end, "\n");

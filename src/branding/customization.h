@@ -25,7 +25,7 @@ std::string SubstituteNames(std::string_view text);
 /// Brands a form and its controls; goes on with the next control after an error, which is traced.
 void CustomizeForm(Form& form);
 
-/// Pages opened for an address: its own text is appended as "alias=", as it stands.
+/// Pages opened for an address: its text is appended unchanged as "alias=".
 void OpenIMAPInfoPage(std::string_view alias);
 void OpenKeyGenPage(std::string_view alias);
 void OpenPassphrasePage(std::string_view alias);
@@ -37,7 +37,7 @@ void OpenToolsPage();
 /// with control characters, is not opened; a box says so.
 void OpenURL(std::string_view url);
 
-/// The address with "?" or "&", "alias=" and the alias behind it.
+/// The address with "?" or "&", "alias=" and the alias appended.
 std::string AddressWithAlias(std::string_view url, std::string_view alias);
 
 }  // namespace Customization

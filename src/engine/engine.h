@@ -32,7 +32,7 @@ struct KeyInfo {
   bool operator==(const KeyInfo&) const = default;
 };
 
-/// Asks the user for the passphrase of a secret key; nothing when there is none to be had.
+/// Asks the user for the passphrase of a secret key; nothing when the user gives none.
 using AskPassphrase = std::function<std::optional<SecretString>(
     const std::string& fingerprint, const std::vector<std::string>& addresses)>;
 

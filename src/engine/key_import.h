@@ -48,7 +48,7 @@ MergedKeys MergedWithRings(const KeyRings& rings, std::string_view data, const A
 void RefuseLosses(const KeyRings& rings, const std::vector<KeyRings::NewKey>& keys);
 
 // Anybody can also bind somebody else's subkey to a key. The library would take the one for the
-// other. (A primary key is its own, whoever else claims it.)
+// other. (A primary key is nobody else's subkey, whatever claims it.)
 
 /// The ID of a subkey of that key that belongs to another key of the rings; "" for none.
 std::string ClaimedKey(const KeyRings& rings, const KeyFacts& facts);

@@ -231,7 +231,7 @@ std::string KeyRings::Read(const RingEntry& entry) const {
 void KeyRings::Store(const Lock&, const std::vector<NewKey>& keys) {
   Refresh();
   OrForget([&] {
-    // The secret ring first: whoever holds a secret key can make the public one from it.
+    // The secret ring first: the public key can be made from the secret one.
     WriteRing(true, keys);
     WriteRing(false, keys);
   });

@@ -15,7 +15,7 @@ struct Allowance {
   std::size_t packets = 0;  ///< of keys
 };
 
-/// The text as it stands in a URL or a form, everything unusual as %XX.
+/// The text percent-encoded for a URL or a form.
 std::string UrlEncoded(std::string_view text);
 
 /// The HKP key servers. Whatever they answer is only bytes: the caller judges the keys.

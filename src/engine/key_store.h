@@ -60,7 +60,7 @@ class KeyStore {
   /// What a key from a key server may be used for.
   enum class Use {
     kEncryptAndVerify,
-    kVerify,  ///< fetched because a mail named its ID: whoever wrote the mail chose the key
+    kVerify,  ///< fetched because a mail named its ID: the sender of the mail chose the key
   };
   /// Takes the public half of a key from a key server into this session if it is what was wanted.
   /// It is never put into a ring, and a key of the rings is never changed by it: its owner could

@@ -12,7 +12,7 @@ namespace corvessa::engine {
 // file hold an encrypted message at all, where does a key of a ring end) and cannot do (hidden
 // recipients). Everything here takes arbitrary bytes.
 
-/// One session key encrypted to a public key, as it stands at the start of a message.
+/// One session key encrypted to a public key, from the start of a message.
 struct SessionKeyPacket {
   std::size_t key_id_offset = 0;  ///< of its eight key ID bytes, from the start of the message
   int algorithm = 0;
@@ -51,8 +51,8 @@ bool RevealRecipients(std::string& message_start, const EncryptedMessageStart& s
                       std::string_view key_id);
 
 /// The bytes are whole signatures of documents, one after the other, and nothing else: down to the
-/// last number in them, so that no file looks like one by chance. What only calls itself a signature
-/// is a document, which must not travel in clear.
+/// last number in them, so that no file looks like one by chance. What only calls itself a
+/// signature is a document, which must not travel in clear.
 bool AreSignatures(std::string_view bytes);
 
 /// One transferable key of a key ring: its primary key packet and all that belongs to it.
@@ -86,7 +86,7 @@ std::string_view FirstBody(std::string_view key);
 /// The signatures that revoke whole keys.
 std::vector<std::string_view> KeyRevocations(std::string_view keys);
 /// The key with these right behind its primary key packet. Only there does the library look, but
-/// whoever appends a revocation to a key file puts it at the end.
+/// a revocation appended to a key file is at the end.
 std::string WithRevocationsFirst(std::string_view key);
 
 /// The secret key packets of a key, without their headers.

@@ -111,7 +111,7 @@ using EnginePtr = std::shared_ptr<IEngine>;
 class EngineFactory {
  public:
   virtual ~EngineFactory() = default;
-  /// Throws Error (429) when the engine is not to be had.
+  /// Throws Error (429) when the engine is not available.
   virtual EnginePtr CreateEngine() = 0;
   virtual EngineStringVectorPtr CreateStringVector() = 0;
 };

@@ -143,7 +143,8 @@ void Form::Show() {
 void Form::ShowModal(Form* owner) {
   const FormPtr held = shared_from_this();
   MakeVisible(true);
-  // Whatever ends the loop, the form is not modal after it; one that nobody could be shown is gone.
+  // However the loop ends, the form is not modal after it; a form that could not be shown is
+  // unloaded.
   const Error error = Attempt([&] {
     if (visible_) Ui().RunModal(*this, owner);
   });

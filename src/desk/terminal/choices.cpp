@@ -9,7 +9,7 @@
 namespace corvessa::desk {
 namespace {
 
-/// The character behind the first single "&", in lower case. Empty if there is none, and for digits
+/// The character after the first single "&", in lower case. Empty if there is none, and for digits
 /// and blanks: digits are numbers of choices, and a blank looks like an empty line.
 std::string AccessKey(std::string_view caption) {
   for (std::size_t at = caption.find('&'); at != std::string_view::npos && at + 1 < caption.size();

@@ -89,7 +89,7 @@ void Terminal::Write(std::string_view text) {
 
 void Terminal::ShowStatus(std::string_view text) {
   if (!is_there_ || open_questions_ > 0) return;
-  // Leaves one column free: the cursor behind the last column would wrap to the next line.
+  // Leaves one column free: the cursor after the last column would wrap to the next line.
   const std::string line = CutToColumns(text, Columns() - 1);
   if (line == status_) return;
   WriteRaw("\r" + PadToColumns(line, ColumnsOf(status_)));

@@ -54,7 +54,7 @@ std::string Quoted(std::string_view text) {
   return " \"" + line + "\"";
 }
 
-/// Whether the form asks nothing in words: closing it accepts its check boxes as they are.
+/// Whether the form has no question: closing it accepts its check boxes as they are.
 bool HasOnlyOptions(const Form& form) {
   return QuestionOf(form).empty() &&
          std::ranges::any_of(form.Controls(), [](const Control* control) {
