@@ -1,10 +1,16 @@
-// What the engine costs, as ratios to the gpg program on the same keys and inputs in one run.
+// What the engine costs in this process, beside the gpg program on the same keys and inputs.
+//
+// engine_bench texts|recipients|rings|imports|files: prints lines for bench/run, with tabs between
+// the name, the milliseconds, those of the processor, the same two of gpg and the peak of memory in
+// MiB (0 where nothing was measured).
+// engine_bench keys NUMBER: writes so many public keys instead, for benchmarks of whole programs.
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
+#include <iostream>
 #include <random>
 #include <string>
 #include <sys/resource.h>
@@ -22,15 +28,33 @@ namespace {
 using testing::Gpg;
 using Work = std::function<void()>;
 
-double Milliseconds(int repeats, const Work& work) {
-  const auto begin = std::chrono::steady_clock::now();
-  for (int i = 0; i < repeats; ++i) work();
-  const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - begin;
-  return time.count() / repeats;
-}
+struct Measured {
+  double milliseconds = 0;
+  double processor_milliseconds = 0;  ///< what a busy machine distorts least
+  double peak_mebibytes = 0;
+};
 
 double Milliseconds(const timeval& time) {
   return static_cast<double>(time.tv_sec) * 1000 + static_cast<double>(time.tv_usec) / 1000;
+}
+
+/// Of this process and of those that it has waited for.
+double ProcessorMilliseconds() {
+  double sum = 0;
+  for (const auto who : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
+    rusage usage = {};
+    getrusage(who, &usage);
+    sum += Milliseconds(usage.ru_utime) + Milliseconds(usage.ru_stime);
+  }
+  return sum;
+}
+
+Measured Average(int repeats, const Work& work) {
+  const double processor = ProcessorMilliseconds();
+  const auto begin = std::chrono::steady_clock::now();
+  for (int i = 0; i < repeats; ++i) work();
+  const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - begin;
+  return {time.count() / repeats, (ProcessorMilliseconds() - processor) / repeats, 0};
 }
 
 void Require(bool condition, const std::string& what) {
@@ -56,28 +80,20 @@ std::string WriteRandomFile(const Profile& profile, std::size_t mebibytes) {
   return path;
 }
 
-struct Measured {
-  double milliseconds = 0;
-  double processor_milliseconds = 0;  ///< what a busy machine distorts least
-  double peak_mebibytes = 0;
-};
-
 /// In a process of its own, so that its peak of memory is its own.
 Measured InProcess(const Work& work) {
-  Measured measured;
-  measured.milliseconds = Milliseconds(1, [&] {
+  rusage usage = {};
+  auto measured = Average(1, [&] {
     const pid_t child = fork();
     if (child == 0) {
       work();
       _exit(0);
     }
     int status = 0;
-    rusage usage = {};
     wait4(child, &status, 0, &usage);
     Require(status == 0, "a measured process");
-    measured.processor_milliseconds = Milliseconds(usage.ru_utime) + Milliseconds(usage.ru_stime);
-    measured.peak_mebibytes = static_cast<double>(usage.ru_maxrss) / 1024;
   });
+  measured.peak_mebibytes = static_cast<double>(usage.ru_maxrss) / 1024;
   return measured;
 }
 
@@ -95,15 +111,10 @@ Measured BestOf(int runs, const Work& prepare, const Work& work) {
   return best;
 }
 
-void Row(const char* what, double engine, double gpg) {
-  std::printf("%-34s %10.2f ms %10.1f ms   gpg/engine %6.2f   engine/gpg %6.3f\n", what, engine,
-              gpg, gpg / engine, engine / gpg);
-}
-
-void FileRow(const char* what, const Measured& engine, const Measured& gpg) {
-  Row(what, engine.milliseconds, gpg.milliseconds);
-  Row("  processor time", engine.processor_milliseconds, gpg.processor_milliseconds);
-  std::printf("%-34s %10.1f MiB of memory at most\n", "", engine.peak_mebibytes);
+void Row(const std::string& what, const Measured& engine, const Measured& gpg) {
+  std::printf("%s\t%f\t%f\t%f\t%f\t%f\n", what.c_str(), engine.milliseconds,
+              engine.processor_milliseconds, gpg.milliseconds, gpg.processor_milliseconds,
+              engine.peak_mebibytes);
   std::fflush(stdout);
 }
 
@@ -127,7 +138,7 @@ void BenchFiles(Profile& alice, Gpg& gpg) {
     gpg.Make("-z 0 --cipher-algo AES256 -r alice@example.org --output " + by_gpg + " --encrypt " +
              big);
   });
-  FileRow("256 MiB file: encrypt", encrypt, gpg_encrypt);
+  Row("256 MiB file: encrypt", encrypt, gpg_encrypt);
 
   login();
   const auto copy = [&] {
@@ -139,7 +150,7 @@ void BenchFiles(Profile& alice, Gpg& gpg) {
   });
   const auto gpg_decrypt = BestOf(
       kRuns, nothing, [&] { gpg.Make("--output " + work_copy + " --decrypt " + encrypted); });
-  FileRow("256 MiB file: decrypt in place", decrypt, gpg_decrypt);
+  Row("256 MiB file: decrypt in place", decrypt, gpg_decrypt);
 
   const auto sign = BestOf(kRuns, nothing, [&] {
     std::string path;
@@ -148,7 +159,7 @@ void BenchFiles(Profile& alice, Gpg& gpg) {
   const auto gpg_sign = BestOf(kRuns, nothing, [&] {
     gpg.Make("--armor -u alice@example.org --output " + by_gpg + ".sig --detach-sign " + big);
   });
-  FileRow("256 MiB file: sign", sign, gpg_sign);
+  Row("256 MiB file: sign", sign, gpg_sign);
 
   std::string signature;
   RequireStatus(*alice.engine, alice.engine->SignFile(big, signature), 0);
@@ -157,7 +168,7 @@ void BenchFiles(Profile& alice, Gpg& gpg) {
   });
   const auto gpg_verify =
       BestOf(kRuns, nothing, [&] { gpg.Make("--verify " + signature + " " + big); });
-  FileRow("256 MiB file: verify", verify, gpg_verify);
+  Row("256 MiB file: verify", verify, gpg_verify);
 }
 
 void BenchTexts(Profile& alice, Gpg& gpg) {
@@ -170,25 +181,23 @@ void BenchTexts(Profile& alice, Gpg& gpg) {
   auto& engine = *alice.engine;
   RequireStatus(engine, engine.AuthenticateAccount("alice@example.org", "secret"), 0);
   Row("2 KB text: encrypt",
-      Milliseconds(kEngine,
-                   [&] {
-                     RequireStatus(
-                         engine, engine.EncryptText(To({"alice@example.org"}), text, armoured), 0);
-                   }),
-      Milliseconds(kGpg, [&] { gpg.Make("--armor -r alice@example.org --encrypt", text); }));
+      Average(kEngine,
+              [&] {
+                RequireStatus(engine, engine.EncryptText(To({"alice@example.org"}), text, armoured),
+                              0);
+              }),
+      Average(kGpg, [&] { gpg.Make("--armor -r alice@example.org --encrypt", text); }));
   Row("2 KB text: decrypt",
-      Milliseconds(
-          kEngine,
-          [&] { RequireStatus(engine, engine.DecryptTextEx(armoured, nullptr, plain), 0); }),
-      Milliseconds(kGpg, [&] { gpg.Make("--decrypt", armoured); }));
+      Average(kEngine,
+              [&] { RequireStatus(engine, engine.DecryptTextEx(armoured, nullptr, plain), 0); }),
+      Average(kGpg, [&] { gpg.Make("--decrypt", armoured); }));
   Row("2 KB text: clear-sign",
-      Milliseconds(kEngine,
-                   [&] { RequireStatus(engine, engine.SignText(text, nullptr, signed_text), 0); }),
-      Milliseconds(kGpg, [&] { gpg.Make("-u alice@example.org --clear-sign", text); }));
+      Average(kEngine,
+              [&] { RequireStatus(engine, engine.SignText(text, nullptr, signed_text), 0); }),
+      Average(kGpg, [&] { gpg.Make("-u alice@example.org --clear-sign", text); }));
   Row("2 KB text: verify",
-      Milliseconds(kEngine,
-                   [&] { Require(alice.VerifyText(signed_text).starts_with("1 "), "verify"); }),
-      Milliseconds(kGpg, [&] { gpg.Make("--verify", signed_text); }));
+      Average(kEngine, [&] { Require(alice.VerifyText(signed_text).starts_with("1 "), "verify"); }),
+      Average(kGpg, [&] { gpg.Make("--verify", signed_text); }));
 }
 
 std::string Address(int i) {
@@ -208,53 +217,97 @@ std::string ManyKeys(int count) {
   return keys;
 }
 
-void BenchManyKeys(Gpg& gpg) {
-  Profile profile;
-  const std::string keys = ManyKeys(1000);
-  profile.Import(keys);
-  std::string text;
-  const double open = Milliseconds(20, [&] {
-    const auto engine = profile.Reopened();
-    RequireStatus(*engine, engine->QueryKeyPair(Address(567), text), 0);
-  });
-  gpg.Import(keys);
-  const double gpg_open = Milliseconds(5, [&] { gpg.Run("--list-keys " + Address(567)); });
-  Row("ring of 1,000 keys: open, find one", open, gpg_open);
-
-  To recipients;
-  std::string options = "--armor";
-  for (int i = 0; i < 100; ++i) {
-    recipients.items.push_back(Address(i));
-    options += " -r " + Address(i);
+/// An engine whose ring holds keys of Address(0) and so on, and gpg with the same.
+struct Ring {
+  explicit Ring(int count) {
+    const std::string keys = ManyKeys(count);
+    profile.Import(keys);
+    gpg.Import(keys);
   }
-  const std::string body(2048, 'x');
-  std::string armoured;
-  const double first = Milliseconds(3, [&] {
-    const auto engine = profile.Reopened();
-    RequireStatus(*engine, engine->EncryptText(recipients, body, armoured), 0);
-  });
-  const double again = Milliseconds(20, [&] {
-    RequireStatus(*profile.engine, profile.engine->EncryptText(recipients, body, armoured), 0);
-  });
-  const double gpg_time = Milliseconds(3, [&] { gpg.Make(options + " --encrypt", body); });
-  Row("100 recipients: first time", first, gpg_time);
-  Row("100 recipients: keys loaded", again, gpg_time);
+  Profile profile;
+  Gpg gpg;
+};
+
+void BenchRings() {
+  for (const int count : {1000, 10'000}) {
+    Ring ring(count);
+    std::string text;
+    Row("ring of " + std::to_string(count) + " keys: open, find one",
+        Average(20,
+                [&] {
+                  const auto engine = ring.profile.Reopened();
+                  RequireStatus(*engine, engine->QueryKeyPair(Address(567), text), 0);
+                }),
+        Average(3, [&] { ring.gpg.Run("--list-keys " + Address(567)); }));
+  }
 }
 
-void BenchAll() {
+void BenchImports() {
+  for (const int count : {1000, 4000}) {
+    const std::string keys = ManyKeys(count);
+    Profile profile;
+    Gpg gpg;
+    Row("import " + std::to_string(count) + " keys", Average(1, [&] { profile.Import(keys); }),
+        Average(1, [&] { gpg.Import(keys); }));
+  }
+}
+
+void BenchRecipients() {
+  Ring ring(1000);
+  const std::string body(2048, 'x');
+  for (const int count : {1, 10, 100}) {
+    To recipients;
+    std::string options = "--armor";
+    for (int i = 0; i < count; ++i) {
+      recipients.items.push_back(Address(i));
+      options += " -r " + Address(i);
+    }
+    std::string armoured;
+    const auto encrypt = [&](platform::IEngine& engine) {
+      RequireStatus(engine, engine.EncryptText(recipients, body, armoured), 0);
+    };
+    const auto gpg = Average(3, [&] { ring.gpg.Make(options + " --encrypt", body); });
+    const std::string name = "2 KB text to " + std::to_string(count) + ": ";
+    Row(name + "first time", Average(5, [&] { encrypt(*ring.profile.Reopened()); }), gpg);
+    Row(name + "keys loaded", Average(20, [&] { encrypt(*ring.profile.engine); }), gpg);
+  }
+}
+
+void BenchOwnKey(void (*bench)(Profile& alice, Gpg& gpg)) {
   Profile alice;
   Gpg gpg;
   alice.Generate("alice@example.org");
   gpg.Import(alice.SecretKeys("alice@example.org"));
-  std::printf("%-34s %13s %13s\n", "", "engine", "gpg");
-  BenchFiles(alice, gpg);
-  BenchTexts(alice, gpg);
-  BenchManyKeys(gpg);
+  bench(alice, gpg);
+}
+
+bool Bench(const std::string& what) {
+  if (what == "texts") {
+    BenchOwnKey(BenchTexts);
+  } else if (what == "files") {
+    BenchOwnKey(BenchFiles);
+  } else if (what == "recipients") {
+    BenchRecipients();
+  } else if (what == "rings") {
+    BenchRings();
+  } else if (what == "imports") {
+    BenchImports();
+  } else {
+    return false;
+  }
+  return true;
 }
 
 }  // namespace
 }  // namespace corvessa::engine
 
-int main() {
-  corvessa::engine::BenchAll();
+int main(int argc, char** argv) {
+  const std::string what = argc > 1 ? argv[1] : "";
+  if (what == "keys" && argc == 3) {
+    std::cout << corvessa::engine::ManyKeys(std::atoi(argv[2]));
+  } else if (!corvessa::engine::Bench(what)) {
+    std::cerr << "engine_bench texts|recipients|rings|imports|files|keys NUMBER\n";
+    return 2;
+  }
+  return 0;
 }

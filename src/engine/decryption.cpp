@@ -1,5 +1,7 @@
 #include <algorithm>
 #include <map>
+#include <set>
+#include <string>
 #include <vector>
 
 #include "engine/key_facts.h"
@@ -29,17 +31,20 @@ int EncryptionAlgorithm(rnp_key_handle_t key) {
 }
 
 struct UnlockedKey {
+  std::string primary;  ///< its fingerprint
   std::string key_id;
   int algorithm = 0;
 };
 
+/// The keys and subkeys that the unlocked keys decrypt with, open or not yet.
 std::vector<UnlockedKey> UnlockedKeys(const KeyStore& keys, std::string_view address) {
   std::vector<UnlockedKey> unlocked;
   for (const auto& fingerprint : keys.Unlocked(address)) {
     const auto primary = FindKey(keys.ffi(), fingerprint);
     for (const auto& key : WithSubkeys(keys.ffi(), primary.get())) {
-      UnlockedKey entry{Text(rnp_key_get_keyid, key.get()), EncryptionAlgorithm(key.get())};
-      if (entry.algorithm != 0 && keys.IsUnlocked(entry.key_id)) unlocked.push_back(entry);
+      const int algorithm = EncryptionAlgorithm(key.get());
+      if (algorithm == 0 || !Get<bool>(rnp_key_have_secret, key.get())) continue;
+      unlocked.push_back({fingerprint, Text(rnp_key_get_keyid, key.get()), algorithm});
     }
   }
   return unlocked;
@@ -77,12 +82,11 @@ Outcome TryKeys(KeyStore& keys, const EncryptedMessage& message, std::string_vie
   return Outcome::kDone;
 }
 
-bool NamesUnlocked(const EncryptedMessage& message, const EncryptedMessageStart& start,
-                   const std::vector<UnlockedKey>& unlocked) {
-  return std::ranges::any_of(start.session_keys, [&](const SessionKeyPacket& packet) {
-    const std::string key_id = KeyIdOf(message.start, packet);
-    return std::ranges::any_of(unlocked, [&](const auto& key) { return key.key_id == key_id; });
-  });
+/// The key IDs that the message names, each once.
+std::set<std::string> NamedIn(const EncryptedMessage& message, const EncryptedMessageStart& start) {
+  std::set<std::string> named;
+  for (const auto& packet : start.session_keys) named.insert(KeyIdOf(message.start, packet));
+  return named;
 }
 
 /// Refuses a message that would keep the library trying for minutes.
@@ -98,8 +102,11 @@ void RequireFewTries(const KeyStore& keys, const EncryptedMessage& message,
       ++named[KeyIdOf(message.start, packet)];
     }
   }
-  const bool too_often = std::ranges::any_of(
-      named, [&](const auto& key) { return key.second > kMaxNamed && keys.IsUnlocked(key.first); });
+  const bool too_often = std::ranges::any_of(named, [&](const auto& key) {
+    return key.second > kMaxNamed &&
+           (keys.IsOpen(key.first) ||
+            std::ranges::count(unlocked, key.first, &UnlockedKey::key_id));
+  });
   if (too_often) Fail(kBadContent, "The message is encrypted to the same key again and again.");
   if (hidden > kMaxHidden) {
     Fail(kBadContent, "The message hides too many recipients to try the keys on all of them.");
@@ -108,6 +115,7 @@ void RequireFewTries(const KeyStore& keys, const EncryptedMessage& message,
 
 [[noreturn]] void FailForKey(KeyStore& keys, const EncryptedMessage& message,
                              const EncryptedMessageStart& start) {
+  keys.ExpectUseOf(NamedIn(message, start));
   for (const auto& packet : start.session_keys) {
     for (const auto* entry : keys.rings().FindByKeyId(KeyIdOf(message.start, packet))) {
       if (!entry->secret || entry->addresses.empty()) continue;
@@ -116,6 +124,15 @@ void RequireFewTries(const KeyStore& keys, const EncryptedMessage& message,
     }
   }
   Fail(kNoKey, "The message is not encrypted for any of the unlocked keys.");
+}
+
+/// Those of the keys that the message names: the open ones first, because one is enough as a rule.
+std::vector<UnlockedKey> Named(const KeyStore& keys, const std::set<std::string>& names,
+                               std::vector<UnlockedKey> unlocked) {
+  std::erase_if(unlocked, [&](const UnlockedKey& key) { return !names.contains(key.key_id); });
+  std::ranges::stable_partition(unlocked,
+                                [&](const UnlockedKey& key) { return keys.IsOpen(key.key_id); });
+  return unlocked;
 }
 
 }  // namespace
@@ -127,14 +144,20 @@ void Decrypt(KeyStore& keys, std::string_view address, const EncryptedMessage& m
   const auto unlocked = UnlockedKeys(keys, address);
   RequireFewTries(keys, message, *start, unlocked);
   const std::string original(message.start.substr(0, start->length));
-  const bool named = NamesUnlocked(message, *start, unlocked);
-  if (named && TryKeys(keys, message, original, output) == Outcome::kDone) return;
+  bool tried = false;
+  for (const auto& key : Named(keys, NamedIn(message, *start), unlocked)) {
+    // The library tries all open keys at once.
+    if ((tried && keys.IsOpen(key.key_id)) || !keys.Open(key.primary, key.key_id)) continue;
+    tried = true;
+    if (TryKeys(keys, message, original, output) == Outcome::kDone) return;
+  }
   for (const auto& key : unlocked) {
     std::string revealed = original;
     if (!RevealRecipients(revealed, *start, key.algorithm, key.key_id)) continue;
+    if (!keys.Open(key.primary, key.key_id)) continue;
     if (TryKeys(keys, message, revealed, output) == Outcome::kDone) return;
   }
-  if (named) FailDamaged();
+  if (tried) FailDamaged();
   FailForKey(keys, message, *start);
 }
 

@@ -11,22 +11,35 @@
 namespace corvessa::engine {
 namespace {
 
-/// Unlocks the packets of a key that the passphrase fits; true when there was one. A primary key
-/// may be absent with only its subkeys here, so one is enough; a key without protection takes any.
-bool UnlockPackets(rnp_ffi_t ffi, const std::string& fingerprint, const SecretString& passphrase) {
+/// The key's secret packets with a passphrase: those expected to be used first, then those that
+/// would sign. A primary key may be absent with only its subkeys here.
+std::vector<Key> ProtectedPackets(rnp_ffi_t ffi, rnp_key_handle_t primary,
+                                  const std::set<std::string>& expected) {
+  auto keys = WithSubkeys(ffi, primary);
+  std::erase_if(keys, [](const Key& key) {
+    return !Get<bool>(rnp_key_have_secret, key.get()) || IsStub(key.get()) ||
+           !Get<bool>(rnp_key_is_protected, key.get());
+  });
+  std::vector<std::string> signing;
+  for (const auto& key : AllUsableFor(ffi, primary, "sign"))
+    signing.push_back(Text(rnp_key_get_keyid, key.get()));
+  std::ranges::stable_sort(keys, {}, [&](const Key& key) {
+    const std::string id = Text(rnp_key_get_keyid, key.get());
+    return expected.contains(id) ? -1 : std::ranges::find(signing, id) - signing.begin();
+  });
+  return keys;
+}
+
+/// Opens one packet of the key; false when the passphrase opens none. A key without protection
+/// takes any.
+bool OpenOne(rnp_ffi_t ffi, const std::string& fingerprint, const SecretString& passphrase,
+             const std::set<std::string>& expected) {
   const auto primary = FindKey(ffi, fingerprint);
   if (!primary) return false;
-  bool is_protected = false;
-  bool fits = false;
-  for (const auto& key : WithSubkeys(ffi, primary.get())) {
-    if (IsStub(key.get())) continue;
-    const bool opened = rnp_key_unlock(key.get(), passphrase.View().data()) == RNP_SUCCESS;
-    if (!opened || Get<bool>(rnp_key_is_protected, key.get())) {
-      is_protected = true;
-      fits = fits || opened;
-    }
-  }
-  return fits || !is_protected;
+  const auto keys = ProtectedPackets(ffi, primary.get(), expected);
+  return keys.empty() || std::ranges::any_of(keys, [&](const Key& key) {
+           return rnp_key_unlock(key.get(), passphrase.View().data()) == RNP_SUCCESS;
+         });
 }
 
 void ForgetSecret(rnp_ffi_t ffi, const std::string& fingerprint) {
@@ -38,10 +51,11 @@ void ForgetSecret(rnp_ffi_t ffi, const std::string& fingerprint) {
   }
 }
 
+/// Tried on a copy: the library takes any passphrase for a key that is open already.
 bool Fits(const std::string& data, const std::string& fingerprint, const SecretString& passphrase) {
   const Ffi scratch = MakeFfi();
   LoadKeys(scratch.get(), data);
-  return UnlockPackets(scratch.get(), fingerprint, passphrase);
+  return OpenOne(scratch.get(), fingerprint, passphrase, {});
 }
 
 }  // namespace
@@ -206,17 +220,16 @@ void KeyStore::Unlock(std::string_view address, const SecretString& passphrase) 
     has_secret = true;
     const std::string fingerprint(entry->fingerprint);
     const std::string data = rings_.Read(*entry);
-    const auto known = std::ranges::find(unlocked_, fingerprint);
+    const auto known = std::ranges::find(unlocked_, fingerprint, &UnlockedKey::fingerprint);
     if (known != unlocked_.end()) {
-      // Tried on a copy: the library takes any passphrase for a key that is unlocked already.
       if (!Fits(data, fingerprint, passphrase)) continue;
       unlocked_.erase(known);
     }
     // Also what has come to a key since it was unlocked, in place of what the library would keep.
     ForgetSecret(ffi_.get(), fingerprint);
     LoadKeys(ffi_.get(), data);
-    if (!UnlockPackets(ffi_.get(), fingerprint, passphrase)) continue;
-    unlocked_.push_back(fingerprint);
+    if (!OpenOne(ffi_.get(), fingerprint, passphrase, expected_)) continue;
+    unlocked_.push_back({fingerprint, passphrase});
     fits = true;
   }
   if (!has_secret) FailMissing("No secret key for " + std::string(address) + ".");
@@ -224,29 +237,43 @@ void KeyStore::Unlock(std::string_view address, const SecretString& passphrase) 
 }
 
 void KeyStore::LockAll() {
-  for (const auto& fingerprint : unlocked_) {
-    const auto primary = FindKey(ffi_.get(), fingerprint);
+  for (const auto& unlocked : unlocked_) {
+    const auto primary = FindKey(ffi_.get(), unlocked.fingerprint);
     for (const auto& key : WithSubkeys(ffi_.get(), primary.get())) rnp_key_lock(key.get());
   }
   unlocked_.clear();
+  expected_.clear();
   Check(rnp_unload_keys(ffi_.get(), RNP_KEY_UNLOAD_SECRET));
 }
 
 std::vector<std::string> KeyStore::Unlocked(std::string_view address) const {
-  if (address.empty()) return unlocked_;
+  const auto entries = rings_.FindByAddress(address);
   std::vector<std::string> fingerprints;
-  for (const auto& fingerprint : unlocked_) {
-    if (std::ranges::any_of(rings_.FindByAddress(address), [&](const RingEntry* entry) {
-          return entry->fingerprint == fingerprint;
+  for (const auto& unlocked : unlocked_) {
+    if (address.empty() || std::ranges::any_of(entries, [&](const RingEntry* entry) {
+          return entry->fingerprint == unlocked.fingerprint;
         })) {
-      fingerprints.push_back(fingerprint);
+      fingerprints.push_back(unlocked.fingerprint);
     }
   }
   return fingerprints;
 }
 
-bool KeyStore::IsUnlocked(std::string_view key_id) const {
-  const auto key = Make<Key>(rnp_locate_key, ffi_.get(), "keyid", std::string(key_id).c_str());
+bool KeyStore::Open(std::string_view unlocked, const std::string& key_id) {
+  if (IsOpen(key_id)) return true;
+  const auto known = std::ranges::find(unlocked_, unlocked, &UnlockedKey::fingerprint);
+  if (known == unlocked_.end() || known->refused.contains(key_id)) return false;
+  const auto key = Make<Key>(rnp_locate_key, ffi_.get(), "keyid", key_id.c_str());
+  if (key && Get<bool>(rnp_key_have_secret, key.get()) && !IsStub(key.get()) &&
+      rnp_key_unlock(key.get(), known->passphrase.View().data()) == RNP_SUCCESS) {
+    return true;
+  }
+  known->refused.insert(key_id);
+  return false;
+}
+
+bool KeyStore::IsOpen(const std::string& key_id) const {
+  const auto key = Make<Key>(rnp_locate_key, ffi_.get(), "keyid", key_id.c_str());
   return key && Get<bool>(rnp_key_have_secret, key.get()) &&
          !Get<bool>(rnp_key_is_locked, key.get());
 }

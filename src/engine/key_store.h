@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/secret_string.h"
@@ -70,17 +71,31 @@ class KeyStore {
   /// The key came from a key server and is in no ring.
   bool IsOnlyLookedUp(const std::string& fingerprint) const;
 
-  /// Unlocks what the passphrase unlocks of the address's secret keys. EngineFailure -13: there are
-  /// none; -4: it unlocks none; what was unlocked before stays so.
+  /// Unlocks the address's secret keys that the passphrase fits. EngineFailure -13: there are none;
+  /// -4: it fits none; what was unlocked before stays so.
+  ///
+  /// Opening a key or subkey takes as long as OpenPGP programs make guessing a passphrase take. So
+  /// one of each key is opened here; the passphrase is kept until LockAll, and Open opens the
+  /// others when they are needed.
   void Unlock(std::string_view address, const SecretString& passphrase);
+  /// Unlock is to open those key IDs first: of a message that no unlocked key fits.
+  void ExpectUseOf(std::set<std::string> key_ids) { expected_ = std::move(key_ids); }
   void LockAll();
   /// Fingerprints of the unlocked primary keys, the one unlocked last at the end; of one address
   /// only unless it is empty.
   std::vector<std::string> Unlocked(std::string_view address = {}) const;
-  /// The secret key or subkey with that ID is unlocked.
-  bool IsUnlocked(std::string_view key_id) const;
+  /// Makes the secret key or subkey with that ID of an unlocked primary key ready for use. False:
+  /// it is not here, or its passphrase is another one.
+  bool Open(std::string_view unlocked, const std::string& key_id);
+  /// The secret key or subkey with that ID is ready for use.
+  bool IsOpen(const std::string& key_id) const;
 
  private:
+  struct UnlockedKey {
+    std::string fingerprint;
+    SecretString passphrase;
+    std::set<std::string> refused = {};  ///< key IDs that it does not open
+  };
   struct LoadedKey {
     rnp_ffi_t ffi = nullptr;
     Key primary;
@@ -99,7 +114,8 @@ class KeyStore {
   std::map<std::string, Ffi> apart_;
   std::set<std::string> looked_up_;
   std::set<std::string> for_verifying_;
-  std::vector<std::string> unlocked_;
+  std::vector<UnlockedKey> unlocked_;
+  std::set<std::string> expected_;
 };
 
 }  // namespace corvessa::engine

@@ -9,14 +9,14 @@
 namespace corvessa::engine {
 namespace {
 
-Key SigningKey(const KeyStore& keys, std::string_view address) {
+Key SigningKey(KeyStore& keys, std::string_view address) {
   auto latest_first = keys.Unlocked(address);
   std::ranges::reverse(latest_first);
   for (const auto& fingerprint : latest_first) {
     const auto primary = FindKey(keys.ffi(), fingerprint);
     // The newest may have been made on another machine, with only its public half here.
     for (auto& key : AllUsableFor(keys.ffi(), primary.get(), "sign")) {
-      if (keys.IsUnlocked(Text(rnp_key_get_keyid, key.get()))) return std::move(key);
+      if (keys.Open(fingerprint, Text(rnp_key_get_keyid, key.get()))) return std::move(key);
     }
   }
   Fail(kNoKey, address.empty()
