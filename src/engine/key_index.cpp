@@ -9,6 +9,9 @@
 namespace corvessa::engine {
 namespace {
 
+/// So many scans take about as long as making a table.
+constexpr int kScans = 16;
+
 std::string Title() {
   return std::string("corvessa key index 2, librnp ") + rnp_version_string();
 }
@@ -121,14 +124,24 @@ bool KeyIndex::ReadEntries(std::string_view lines) {
   return true;
 }
 
-const std::vector<const RingEntry*>& KeyIndex::FindByFingerprint(
-    std::string_view fingerprint) const {
-  static const std::vector<const RingEntry*> kNone;
-  if (by_fingerprint_.empty()) {
-    for (const auto& entry : entries_) by_fingerprint_[entry.fingerprint].push_back(&entry);
+KeyIndex::Found KeyIndex::Find(Lookup& lookup, std::string_view item) const {
+  Found found;
+  if (lookup.questions++ < kScans) {
+    for (const auto& entry : entries_) {
+      if (Lists(entry.*lookup.list, item)) found.push_back(&entry);
+    }
+    return found;
   }
-  const auto found = by_fingerprint_.find(fingerprint);
-  return found == by_fingerprint_.end() ? kNone : found->second;
+  if (lookup.table.empty()) {
+    for (const auto& entry : entries_) {
+      for (auto rest = entry.*lookup.list; !rest.empty();) {
+        auto& entries = lookup.table[Cut(rest, ',')];
+        if (entries.empty() || entries.back() != &entry) entries.push_back(&entry);
+      }
+    }
+  }
+  const auto known = lookup.table.find(item);
+  return known == lookup.table.end() ? found : known->second;
 }
 
 std::optional<KeyIndex> KeyIndex::Parse(std::string text) {

@@ -39,7 +39,7 @@ std::string IndexLine(const RingEntry& entry);
 class KeyIndex {
  public:
   KeyIndex() = default;
-  KeyIndex(KeyIndex&&) = default;  // the table points into the entries
+  KeyIndex(KeyIndex&&) = default;  // the tables point into the entries
   KeyIndex& operator=(KeyIndex&&) = default;
   /// Of lines as IndexLine makes them.
   KeyIndex(system::FileStamp public_ring, system::FileStamp secret_ring, std::string lines);
@@ -50,19 +50,32 @@ class KeyIndex {
   const system::FileStamp& PublicRing() const { return public_ring_; }
   const system::FileStamp& SecretRing() const { return secret_ring_; }
   const std::vector<RingEntry>& Entries() const { return entries_; }
-  /// In ring order. The first call makes a table, which mail does not need.
-  const std::vector<const RingEntry*>& FindByFingerprint(std::string_view fingerprint) const;
+  using Found = std::vector<const RingEntry*>;
+  /// In ring order.
+  Found FindByFingerprint(std::string_view fingerprint) const {
+    return Find(by_fingerprint_, fingerprint);
+  }
+  Found FindByKeyId(std::string_view key_id) const { return Find(by_key_id_, key_id); }
+  Found FindByAddress(std::string_view address) const { return Find(by_address_, address); }
 
  private:
-  using Table = std::unordered_map<std::string_view, std::vector<const RingEntry*>>;
-
+  /// What entries are found by. Looking through thousands of them takes microseconds, a table of
+  /// them a millisecond, which a process with one mail would lose: it is made for many questions.
+  struct Lookup {
+    std::string_view RingEntry::*list;
+    int questions = 0;
+    std::unordered_map<std::string_view, Found> table = {};
+  };
+  Found Find(Lookup& lookup, std::string_view item) const;
   bool ReadEntries(std::string_view lines);
 
   system::FileStamp public_ring_;
   system::FileStamp secret_ring_;
   std::shared_ptr<const std::string> text_;
   std::vector<RingEntry> entries_;
-  mutable Table by_fingerprint_;
+  mutable Lookup by_fingerprint_{&RingEntry::fingerprint};
+  mutable Lookup by_key_id_{&RingEntry::key_ids};
+  mutable Lookup by_address_{&RingEntry::addresses};
 };
 
 /// Closes an index's text with its checksum line.

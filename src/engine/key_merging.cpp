@@ -1,5 +1,7 @@
 #include <algorithm>
 #include <functional>
+#include <iterator>
+#include <map>
 #include <set>
 #include <vector>
 
@@ -69,6 +71,7 @@ struct NewKey {
   KeyFacts facts;
   std::vector<std::string> pieces;
   bool has_secret = false;
+  Ffi loaded;  ///< with nothing but the key, while it is in one piece
 };
 
 std::size_t SubkeysIn(std::string_view key) {
@@ -82,17 +85,14 @@ std::size_t SubkeysIn(std::string_view key) {
 /// The data's keys, and how much of it the library does not understand.
 struct NewKeys {
   std::vector<NewKey> keys;
+  std::map<std::string, std::size_t, std::less<>> places;  ///< of their fingerprints
   LeftOut left_out;
 
-  auto Find(std::string_view fingerprint) {
-    return std::ranges::find_if(
-        keys, [&](const NewKey& key) { return key.facts.fingerprint == fingerprint; });
-  }
   void Add(const std::string& piece);
 };
 
 void NewKeys::Add(const std::string& piece) {
-  const Ffi scratch = MakeFfi();
+  Ffi scratch = MakeFfi();
   const auto loaded = LoadKeys(scratch.get(), piece);
   if (loaded.empty()) {
     ++left_out.keys;
@@ -102,10 +102,12 @@ void NewKeys::Add(const std::string& piece) {
   const auto subkeys = SubkeysIn(piece);
   const auto understood = facts.key_ids.size() - 1;
   if (subkeys > understood) left_out.subkeys += subkeys - understood;
-  auto key = Find(facts.fingerprint);
-  if (key == keys.end()) key = keys.insert(key, {facts, {}, false});
-  key->pieces.push_back(piece);
-  key->has_secret = key->has_secret || HoldsSecretKeys(piece);
+  const auto [place, is_new] = places.emplace(facts.fingerprint, keys.size());
+  if (is_new) keys.push_back({facts, {}, false, {}});
+  auto& key = keys[place->second];
+  key.pieces.push_back(piece);
+  key.has_secret = key.has_secret || HoldsSecretKeys(piece);
+  key.loaded = is_new ? std::move(scratch) : Ffi();
 }
 
 /// A revocation may come without its key, or behind another one.
@@ -114,7 +116,7 @@ void AddRevocations(const KeyRings& rings, std::string_view data, NewKeys& found
     for (const auto& entry : rings.Entries()) {
       const auto id = KeyIdBytes(entry.key_ids.substr(0, entry.key_ids.find(',')));
       if (revocation.find(id) == std::string_view::npos) continue;
-      if (found.Find(entry.fingerprint) != found.keys.end()) continue;
+      if (found.places.contains(entry.fingerprint)) continue;
       const std::string held = rings.Read(entry);
       found.Add(std::string(FirstPacket(held)).append(revocation));
     }
@@ -175,41 +177,52 @@ bool BringsAnotherSecret(const HeldKey& held, const NewKey& key) {
 /// which is not to be a stub where there is a whole one.
 void LoadPieces(rnp_ffi_t ffi, const std::string& fingerprint,
                 const std::vector<std::string>& pieces) {
-  for (const auto& piece : pieces) {
-    LoadKeys(ffi, piece);
-    ForgetStubs(ffi, fingerprint);
+  if (pieces.size() > 1) {
+    for (const auto& piece : pieces) {
+      LoadKeys(ffi, piece);
+      ForgetStubs(ffi, fingerprint);
+    }
   }
   for (const auto& piece : pieces) LoadKeys(ffi, piece);
-}
-
-/// What is to be taken of the key: its proven names, or everything but names if there are none and
-/// the key is known by others. (A revocation, say, is worth having without a name.)
-std::vector<std::string> Taken(const NewKey& key, bool is_known) {
-  std::vector<std::string> taken;
-  for (const auto& piece : key.pieces) {
-    const std::string proven = WithProvenNames(piece);
-    taken.push_back(!proven.empty() ? proven : is_known ? WithoutNames(piece) : piece);
-  }
-  return taken;
 }
 
 bool HasProvenNames(const std::string& key) {
   return !WithProvenNames(key).empty();
 }
 
-/// Puts a key and what the rings hold of it together.
-Ffi Merged(const KeyRings& rings, const NewKey& key, const AskPassphrase& ask) {
+/// The key is in one piece whose only name holds, as most keys are. (Two names could share a
+/// signature.)
+bool IsPlain(const NewKey& key) {
+  const auto is_name = [](const KeyPart& part) { return part.kind == KeyPart::Kind::kUserId; };
+  if (!key.loaded || std::ranges::count_if(SplitKey(key.pieces.front()), is_name) != 1)
+    return false;
+  const auto primary = FindKey(key.loaded.get(), key.facts.fingerprint);
+  return Get<std::size_t>(rnp_key_get_uid_count, primary.get()) == 1 &&
+         HasValidUserId(primary.get());
+}
+
+/// Puts a key and what the rings hold of it together: of its pieces the proven names, or everything
+/// but names if there are none and the key is known by others. (A revocation, say, is worth having
+/// without a name.)
+Ffi Merged(const KeyRings& rings, NewKey& key, const AskPassphrase& ask) {
   auto held = Held(rings, key.facts.fingerprint);
+  if (held.public_halves.empty() && held.secret_halves.empty() && IsPlain(key)) {
+    return std::move(key.loaded);
+  }
   const bool is_newer_secret = BringsAnotherSecret(held, key);
   if (is_newer_secret) RequireProof(key.facts, key.pieces, ask);
+  std::vector<std::string> taken;
+  std::ranges::transform(key.pieces, std::back_inserter(taken), WithProvenNames);
   const bool is_known = std::ranges::any_of(held.public_halves, HasProvenNames) ||
                         std::ranges::any_of(held.secret_halves, HasProvenNames);
-  if (std::ranges::any_of(key.pieces, HasProvenNames)) {
+  if (!std::ranges::all_of(taken, &std::string::empty)) {
     std::erase_if(held.public_halves, std::not_fn(HasProvenNames));
+  }
+  for (std::size_t i = 0; i < taken.size(); ++i) {
+    if (taken[i].empty()) taken[i] = is_known ? WithoutNames(key.pieces[i]) : key.pieces[i];
   }
   auto pieces = std::move(held.secret_halves);
   pieces.insert(pieces.end(), held.public_halves.begin(), held.public_halves.end());
-  const auto taken = Taken(key, is_known);
   pieces.insert(is_newer_secret ? pieces.begin() : pieces.end(), taken.begin(), taken.end());
   Ffi merged = MakeFfi();
   LoadPieces(merged.get(), key.facts.fingerprint, pieces);
@@ -219,9 +232,9 @@ Ffi Merged(const KeyRings& rings, const NewKey& key, const AskPassphrase& ask) {
 }  // namespace
 
 MergedKeys MergedWithRings(const KeyRings& rings, std::string_view data, const AskPassphrase& ask) {
-  const auto found = KeysIn(rings, data);
+  auto found = KeysIn(rings, data);
   MergedKeys merged{{}, found.left_out};
-  for (const auto& key : found.keys) {
+  for (auto& key : found.keys) {
     merged.keys.push_back({key.facts.fingerprint, Merged(rings, key, ask)});
   }
   return merged;

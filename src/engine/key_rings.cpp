@@ -46,17 +46,6 @@ std::string ReadIndex(const std::filesystem::path& path) {
   }
 }
 
-/// The entries that list `what`. Looking through thousands takes microseconds, sorting them into a
-/// map would take a millisecond at every start.
-std::vector<const RingEntry*> Listing(std::string_view what, std::string_view RingEntry::*list,
-                                      const std::vector<RingEntry>& entries) {
-  std::vector<const RingEntry*> found;
-  for (const auto& entry : entries) {
-    if (Lists(entry.*list, what)) found.push_back(&entry);
-  }
-  return found;
-}
-
 }  // namespace
 
 KeyRings::Lock::Lock(const std::filesystem::path& folder)
@@ -208,14 +197,6 @@ void KeyRings::Rescue(bool secret, const std::string& data) const {
   FileSink copy(path);
   copy.Write(data);
   copy.CommitDurably();
-}
-
-std::vector<const RingEntry*> KeyRings::FindByAddress(std::string_view address) const {
-  return Listing(address, &RingEntry::addresses, Entries());
-}
-
-std::vector<const RingEntry*> KeyRings::FindByKeyId(std::string_view key_id) const {
-  return Listing(key_id, &RingEntry::key_ids, Entries());
 }
 
 std::string KeyRings::Read(const RingEntry& entry) const {

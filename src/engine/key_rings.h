@@ -35,12 +35,14 @@ class KeyRings {
 
   const std::vector<RingEntry>& Entries() const { return index_.Entries(); }
   /// The entries whose key carries the address (in lower case), in ring order.
-  std::vector<const RingEntry*> FindByAddress(std::string_view address) const;
-  const std::vector<const RingEntry*>& FindByFingerprint(std::string_view fingerprint) const {
+  KeyIndex::Found FindByAddress(std::string_view address) const {
+    return index_.FindByAddress(address);
+  }
+  KeyIndex::Found FindByFingerprint(std::string_view fingerprint) const {
     return index_.FindByFingerprint(fingerprint);
   }
   /// The entries that hold the key ID (16 capital hexadecimal digits), be it a subkey's.
-  std::vector<const RingEntry*> FindByKeyId(std::string_view key_id) const;
+  KeyIndex::Found FindByKeyId(std::string_view key_id) const { return index_.FindByKeyId(key_id); }
 
   /// The key's bytes. EngineFailure (-7) when the ring does not hold them any more.
   std::string Read(const RingEntry& entry) const;

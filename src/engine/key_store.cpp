@@ -109,9 +109,8 @@ void KeyStore::Unload(const std::string& fingerprint) {
 }
 
 bool KeyStore::IsOwn(const std::string& fingerprint) const {
-  return std::ranges::any_of(rings_.Entries(), [&](const RingEntry& entry) {
-    return entry.secret && entry.fingerprint == fingerprint;
-  });
+  return std::ranges::any_of(rings_.FindByFingerprint(fingerprint),
+                             [](const RingEntry* entry) { return entry->secret; });
 }
 
 bool KeyStore::HasSecret(std::string_view address) const {
@@ -207,9 +206,7 @@ void KeyStore::AddLookedUp(std::string_view data, Use use,
 
 bool KeyStore::IsOnlyLookedUp(const std::string& fingerprint) const {
   return (looked_up_.contains(fingerprint) || for_verifying_.contains(fingerprint)) &&
-         std::ranges::none_of(rings_.Entries(), [&](const RingEntry& entry) {
-           return entry.fingerprint == fingerprint;
-         });
+         rings_.FindByFingerprint(fingerprint).empty();
 }
 
 void KeyStore::Unlock(std::string_view address, const SecretString& passphrase) {

@@ -53,7 +53,7 @@ void TellOfLeftOut(const LeftOut& left_out) {
 }
 
 /// The entries that an address or a fingerprint means, in the order of the rings.
-std::vector<const RingEntry*> Meant(const KeyRings& rings, std::string_view who) {
+KeyIndex::Found Meant(const KeyRings& rings, std::string_view who) {
   auto entries = rings.FindByAddress(NormalAddress(who));
   return entries.empty() ? rings.FindByFingerprint(who) : entries;
 }
@@ -75,7 +75,7 @@ std::vector<KeyInfo> InfosOf(const KeyRings& rings, const Entries& entries, ToEn
   for (const auto& item : entries) {
     const RingEntry& entry = to_entry(item);
     if (!seen.insert(entry.fingerprint).second) continue;
-    const auto& halves = rings.FindByFingerprint(entry.fingerprint);
+    const auto halves = rings.FindByFingerprint(entry.fingerprint);
     auto& info = infos.emplace_back(InfoOfEntry(rings, *halves.front()));
     for (const auto* half : halves) AddHalf(InfoOfEntry(rings, *half), info);
   }

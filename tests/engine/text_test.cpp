@@ -4,6 +4,7 @@
 #include "base/error.h"
 #include "engine/armour.h"
 #include "engine/key_facts.h"
+#include "engine/key_import.h"
 #include "engine/packets.h"
 #include "engine/profile.h"
 #include "engine/rnp_streams.h"
@@ -90,6 +91,30 @@ TEST_F(TextTest, KeysAreLockedUntilTheirPassphraseIsGiven) {
   const platform::EngineAccount other{"alice@example.org"};
   EXPECT_EQ(bob->DecryptText(armoured, &other), no_key);
   EXPECT_EQ(bob->SignText("x", &other), no_key);
+}
+
+TEST_F(TextTest, APassphraseOpensOnlyThePartsOfAKeyThatAreItsOwn) {
+  const Ffi ffi = MakeFfi();
+  const auto key = GenerateKeyPair(ffi.get(), "carol@example.org", SecretString("signing"));
+  const auto subkey = Make<Key>(rnp_key_get_subkey_at, key.get(), std::size_t{0});
+  rnp_key_unlock(subkey.get(), "signing");
+  rnp_key_protect(subkey.get(), "reading", nullptr, nullptr, nullptr, 0);
+  Profile carol;
+  carol.Import(ExportSecret(key.get()));
+  const auto armoured = carol.EncryptText(To({"carol@example.org"}), "x").second;
+  for (const bool reads_first : {false, true}) {
+    if (reads_first) {
+      EXPECT_EQ(carol.DecryptText(armoured).first, -13);
+    }
+    EXPECT_EQ(carol.engine->AuthenticateAccount("carol@example.org", "guess"), -4);
+    ASSERT_EQ(carol.engine->AuthenticateAccount("carol@example.org", "signing"), 0);
+    EXPECT_EQ(carol.SignText("x").first, 0);
+    EXPECT_EQ(carol.DecryptText(armoured).first, -13);
+    ASSERT_EQ(carol.engine->AuthenticateAccount("carol@example.org", "reading"), 0);
+    EXPECT_EQ(carol.DecryptText(armoured), Outcome(0, "x"));
+    EXPECT_EQ(carol.SignText("x").first, -13);
+    carol.engine->InitEngine();
+  }
 }
 
 TEST_F(TextTest, EncryptsForAllRecipientsOrForNone) {
