@@ -13,7 +13,7 @@
 
 #include "addin/outlook_support.h"
 #include "base/debug_info.h"
-#include "crypto/text_wrapping.h"
+#include "base/text.h"
 #include "message/cdo_addresses.h"
 #include "support/addin_fixture.h"
 

@@ -1,8 +1,9 @@
 #include "accounts/frm_login.h"
 
+#include <memory>
 #include <string>
 
-#include "accounts/nimbra_account.h"
+#include "accounts/user_management.h"
 #include "base/debug_info.h"
 #include "base/guard.h"
 #include "branding/branded_form.h"
@@ -95,6 +96,19 @@ void frmLogin::Accept() {
 void frmLogin::CancelLogin() {
   Hide();
   platform::Host().ui.DoEvents();
+}
+
+NimbraAccountPtr UserManagement::GetLoginAccount(LoginReason reason, std::string_view address,
+                                                 bool list_all) {
+  return Guarded(":DoLogin - ", NimbraAccountPtr(), [&]() -> NimbraAccountPtr {
+    if (!address.empty()) {
+      const NimbraAccountPtr account = GetNimbraAccountUser(address);
+      if (!account) Raise(kObjectNotSet);
+      if (account->GetAuthenticated()) return account;
+    }
+    if (!AreThereUnauthenticatedAccounts()) return nullptr;
+    return std::make_shared<frmLogin>()->DoLogin(reason, address, list_all);
+  });
 }
 
 }  // namespace corvessa

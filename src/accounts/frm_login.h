@@ -1,14 +1,22 @@
 #pragma once
 
+#include <cstdint>
 #include <string_view>
+#include <utility>
 
 #include "accounts/nimbra_account.h"
-#include "accounts/user_management.h"
 #include "branding/branded_form.h"
 #include "ui/controls.h"
 #include "ui/list_controls.h"
 
 namespace corvessa {
+
+/// Why a passphrase is asked for.
+enum class LoginReason : std::int32_t {
+  kFirstRequest = 0,
+  kWrongPassphrase = 1,
+  kCannotDecrypt = 2
+};
 
 /// Asks for one of the user's addresses and its passphrase. It only collects: the engine
 /// decides whether the passphrase is right. A new dialog is made for each request.
@@ -36,6 +44,38 @@ class frmLogin final : public BrandedForm {
   void Accept();
   void CancelLogin();
 
+  bool accepted_ = false;
+};
+
+namespace UserManagement {
+
+/// The account at once when it is authenticated, else what the passphrase dialog gives: the account
+/// with the typed passphrase, null when the user cancelled. Does not check the passphrase.
+NimbraAccountPtr GetLoginAccount(LoginReason reason, std::string_view address, bool list_all);
+
+}  // namespace UserManagement
+
+/// How often the user is asked before an operation gives up.
+inline constexpr int kPassphraseAttempts = 3;
+
+/// A typed passphrase that the engine has not accepted yet. Unless Accept is called, the destructor
+/// wipes it, also after an engine call that throws.
+class PassphraseTrial {
+ public:
+  explicit PassphraseTrial(NimbraAccountPtr account) : account_(std::move(account)) {}
+  ~PassphraseTrial() {
+    if (accepted_) return;
+    // The user is asked again for a locked account only.
+    account_->SetAuthenticated(false);
+    account_->m_sPassword.Clear();
+  }
+  PassphraseTrial(const PassphraseTrial&) = delete;
+  PassphraseTrial& operator=(const PassphraseTrial&) = delete;
+
+  void Accept() { accepted_ = true; }
+
+ private:
+  NimbraAccountPtr account_;
   bool accepted_ = false;
 };
 

@@ -17,7 +17,7 @@
 #include "branding/branded_form.h"
 #include "branding/customization.h"
 #include "branding/message_box.h"
-#include "crypto/services.h"
+#include "crypto/frm_timer.h"
 #include "forms/dialogs.h"
 #include "settings/edition.h"
 #include "settings/settings.h"

@@ -8,7 +8,6 @@
 #include "branding/customization.h"
 #include "branding/message_box.h"
 #include "crypto/crypto_operations.h"
-#include "crypto/services.h"
 #include "forms/dialogs.h"
 #include "settings/edition.h"
 #include "settings/settings.h"

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <memory>
 
-#include "accounts/frm_login.h"
 #include "accounts/nimbra_account.h"
 #include "base/guard.h"
 #include "base/text.h"
@@ -98,18 +97,6 @@ bool IsValidEmailAddress(std::string_view address) {
   if (domain.find('@') != std::string_view::npos) return false;
   if (domain.find('.') == std::string_view::npos) return false;
   return IsDomainText(domain);
-}
-
-NimbraAccountPtr GetLoginAccount(LoginReason reason, std::string_view address, bool list_all) {
-  return Guarded(":DoLogin - ", NimbraAccountPtr(), [&]() -> NimbraAccountPtr {
-    if (!address.empty()) {
-      const NimbraAccountPtr account = GetNimbraAccountUser(address);
-      if (!account) Raise(kObjectNotSet);
-      if (account->GetAuthenticated()) return account;
-    }
-    if (!AreThereUnauthenticatedAccounts()) return nullptr;
-    return std::make_shared<frmLogin>()->DoLogin(reason, address, list_all);
-  });
 }
 
 void ForgetAllPassphrases() {

@@ -1,18 +1,10 @@
 #pragma once
 
-#include <cstdint>
 #include <string_view>
 
 #include "accounts/nimbra_account.h"
 
 namespace corvessa {
-
-/// Why a passphrase is asked for.
-enum class LoginReason : std::int32_t {
-  kFirstRequest = 0,
-  kWrongPassphrase = 1,
-  kCannotDecrypt = 2
-};
 
 /// The list of secured addresses. Addresses are compared exactly; only adding and removing a user
 /// trim and lower-case what they are given, never what is stored. Nothing here throws.
@@ -35,9 +27,6 @@ NimbraAccountPtr GetSigningAccount();
 bool AreThereUnauthenticatedAccounts();
 bool IsValidEmailAddress(std::string_view address);
 
-/// The account at once when it is authenticated, else what the passphrase dialog gives: the account
-/// with the typed passphrase, null when the user cancelled. Does not check the passphrase.
-NimbraAccountPtr GetLoginAccount(LoginReason reason, std::string_view address, bool list_all);
 void ForgetAllPassphrases();
 
 }  // namespace UserManagement

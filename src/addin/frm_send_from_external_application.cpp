@@ -2,7 +2,7 @@
 
 #include "accounts/user_management.h"
 #include "base/guard.h"
-#include "message/header_fields.h"
+#include "message/message_operations.h"
 #include "settings/settings.h"
 
 namespace corvessa {

@@ -12,7 +12,6 @@
 #include "base/guard.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/frm_timer.h"
-#include "crypto/services.h"
 #include "crypto/temp_files.h"
 #include "message/cdo_addresses.h"
 #include "platform/host.h"

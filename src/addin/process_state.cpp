@@ -6,7 +6,6 @@
 #include "addin/outlook_support.h"
 #include "base/debug_info.h"
 #include "crypto/crypto_operations.h"
-#include "crypto/services.h"
 #include "crypto/temp_files.h"
 #include "message/cdo_addresses.h"
 #include "settings/edition.h"

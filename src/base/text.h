@@ -38,6 +38,14 @@ std::string Replace(std::string_view text, std::string_view from, std::string_vi
 /// With every line end (CR, LF or CRLF) made CRLF.
 std::string WithCrLf(std::string_view text);
 
+/// Line length that plain mail carries unbroken.
+inline constexpr std::size_t kWrapWidth = 76;
+
+/// Breaks lines longer than `width` characters: at the last blank, which CR LF replaces, or after
+/// the last "," or "-" within the width; hard at the width when there is none. Line ends that are
+/// there stay as they are. A width of 0 breaks nothing.
+std::string WrapText(std::string_view text, std::size_t width = kWrapWidth);
+
 /// The parts between the separators; none for an empty text, and none behind a separator that ends
 /// it.
 std::vector<std::string> Split(std::string_view text, std::string_view separator);

@@ -155,4 +155,16 @@ class CryptoOperations {
   bool anonymous_ = false;
 };
 
+/// The one engine wrapper; null before it is first needed and after close-down.
+extern std::shared_ptr<CryptoOperations> g_oCrypto;
+
+/// Creates and configures a new engine wrapper from the brand's values and makes it g_oCrypto. On
+/// failure g_oCrypto stays as it was and the error goes to the caller.
+std::shared_ptr<CryptoOperations> CreateCrypto();
+
+/// The only way to get the engine wrapper. Creates it, and starts the housekeeping, on demand, so
+/// that an add-in enabled after start-up never sends in clear for lack of one. Raises kObjectNotSet
+/// after close-down, otherwise throws what CreateCrypto throws.
+std::shared_ptr<CryptoOperations> Crypto();
+
 }  // namespace corvessa

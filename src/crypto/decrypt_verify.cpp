@@ -2,6 +2,7 @@
 #include <string>
 #include <utility>
 
+#include "accounts/frm_login.h"
 #include "accounts/nimbra_account.h"
 #include "accounts/user_management.h"
 #include "base/checked.h"
@@ -9,11 +10,9 @@
 #include "base/guard.h"
 #include "branding/message_box.h"
 #include "crypto/crypto_operations.h"
-#include "crypto/engine_error_text.h"
-#include "crypto/passphrase_trial.h"
-#include "crypto/verify_status.h"
+#include "crypto/engine_answers.h"
 #include "forms/frm_progress.h"
-#include "message/armour.h"
+#include "message/message_operations.h"
 #include "platform/host.h"
 #include "settings/settings.h"
 

@@ -1,14 +1,40 @@
+#include "accounts/frm_login.h"
 #include "accounts/nimbra_account.h"
 #include "accounts/user_management.h"
 #include "base/checked.h"
 #include "base/guard.h"
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
-#include "crypto/engine_texts.h"
-#include "crypto/passphrase_trial.h"
+#include "crypto/engine_answers.h"
+#include "crypto/frm_timer.h"
 #include "platform/host.h"
+#include "settings/edition.h"
+#include "settings/settings.h"
 
 namespace corvessa {
+
+std::shared_ptr<CryptoOperations> g_oCrypto;
+
+std::shared_ptr<CryptoOperations> CreateCrypto() {
+  auto crypto = std::make_shared<CryptoOperations>();
+  crypto->SetPGPMessageHeader(Customization::EnginePGPMessageHeader());
+  crypto->SetPGPSignatureHeader(Customization::EnginePGPSignatureHeader());
+  crypto->SetCustomerID(Customization::EngineCustomerID());
+  crypto->SetLookupKeyServers(Customization::EngineLookupServer());
+  crypto->SetUpdateKeyServers(Customization::EngineUpdateServer());
+  crypto->Init();
+  g_oCrypto = crypto;
+  return crypto;
+}
+
+std::shared_ptr<CryptoOperations> Crypto() {
+  if (g_oCrypto) return g_oCrypto;
+  // The add-in was closed down while a dialog was open: settings and accounts are gone, and nothing
+  // would release a new engine.
+  if (!g_bSettingsLoaded) Raise(kObjectNotSet);
+  StartHousekeeping();
+  return CreateCrypto();
+}
 
 CryptoOperations::CryptoOperations() {
   Guarded("CryptoOperations::Class_Initialize: ", [&] {

@@ -1,5 +1,6 @@
 #include "crypto/frm_timer.h"
 
+#include <memory>
 #include <string>
 
 #include "accounts/user_management.h"
@@ -9,7 +10,6 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
-#include "crypto/services.h"
 #include "crypto/temp_files.h"
 #include "platform/files.h"
 #include "platform/host.h"
@@ -44,6 +44,18 @@ bool DeleteQueuedFile(const std::string& path) {
   if (error.number != 0) return false;
   RemoveFolderIfEmpty(FolderOf(path));
   return true;
+}
+
+std::shared_ptr<frmTimer> LoadedTimer() {
+  const auto timers = LoadedFormsOf<frmTimer>();
+  return timers.empty() ? nullptr : timers.front();
+}
+
+std::shared_ptr<frmTimer> RunningTimer() {
+  if (auto timer = LoadedTimer()) return timer;
+  auto timer = std::make_shared<frmTimer>();
+  timer->Load();
+  return timer;
 }
 
 }  // namespace
@@ -99,6 +111,27 @@ void frmTimer::DeleteTemporaryFiles() {
       }
     }
   });
+}
+
+void StartHousekeeping() {
+  RunningTimer();
+}
+
+void StopHousekeeping() {
+  const auto timer = LoadedTimer();
+  if (!timer) return;
+  timer->tmrTimer.SetEnabled(false);
+  timer->Unload();
+}
+
+void ForgetAfterUse() {
+  if (g_lPassphraseMemory != kForgetAfterEachUse) return;
+  if (g_oCrypto) {
+    RunningTimer()->ResetCryptoAndAccounts();
+  } else {
+    // The add-in was closed down while a dialog was open: a new timer would never stop.
+    UserManagement::ForgetAllPassphrases();
+  }
 }
 
 }  // namespace corvessa

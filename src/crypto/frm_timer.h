@@ -29,4 +29,14 @@ class frmTimer final : public Form {
   void TimerEvent();
 };
 
+/// Loads the housekeeping timer's form, which starts its timer; does nothing when it is loaded.
+void StartHousekeeping();
+
+/// Stops and unloads the housekeeping timer; does nothing when it was never loaded.
+void StopHousekeeping();
+
+/// Forgets all passphrases if the user chose "After each use". Every operation that used one ends
+/// with it.
+void ForgetAfterUse();
+
 }  // namespace corvessa

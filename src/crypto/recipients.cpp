@@ -8,7 +8,7 @@
 #include "base/text.h"
 #include "branding/message_box.h"
 #include "crypto/crypto_operations.h"
-#include "crypto/engine_texts.h"
+#include "crypto/engine_answers.h"
 #include "message/cdo_addresses.h"
 #include "message/encryption_failure.h"
 #include "message/message_operations.h"

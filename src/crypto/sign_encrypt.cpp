@@ -9,8 +9,8 @@
 #include "crypto/temp_files.h"
 #include "forms/dialogs.h"
 #include "message/encryption_failure.h"
-#include "message/header_fields.h"
 #include "message/item_access.h"
+#include "message/message_operations.h"
 #include "platform/host.h"
 #include "platform/observer.h"
 

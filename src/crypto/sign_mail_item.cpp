@@ -1,3 +1,4 @@
+#include "accounts/frm_login.h"
 #include "accounts/nimbra_account.h"
 #include "accounts/user_management.h"
 #include "base/debug_info.h"
@@ -5,10 +6,8 @@
 #include "base/text.h"
 #include "branding/message_box.h"
 #include "crypto/crypto_operations.h"
-#include "crypto/engine_error_text.h"
-#include "crypto/passphrase_trial.h"
-#include "crypto/text_wrapping.h"
-#include "message/header_fields.h"
+#include "crypto/engine_answers.h"
+#include "message/message_operations.h"
 #include "platform/host.h"
 #include "platform/observer.h"
 

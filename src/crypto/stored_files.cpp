@@ -2,7 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
+#include <cstddef>
+#include <iterator>
+#include <optional>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "base/error.h"
 #include "base/text.h"
@@ -14,11 +18,138 @@
 namespace corvessa {
 namespace {
 
+constexpr std::string_view kSignatureExtension = ".sig";
+
 platform::Files& Files() {
   return platform::Host().files;
 }
 
+/// Well below what file systems take for a name (255 bytes), because a path has a limit as well and
+/// ".sig" comes on top.
+constexpr std::size_t kMaximumBytes = 160;
+
+constexpr std::string_view kDeviceNames[] = {
+    "con",  "prn",  "aux",  "nul",  "com0", "com1", "com2",   "com3",   "com4",
+    "com5", "com6", "com7", "com8", "com9", "lpt0", "lpt1",   "lpt2",   "lpt3",
+    "lpt4", "lpt5", "lpt6", "lpt7", "lpt8", "lpt9", "conin$", "conout$"};
+
+bool IsForbidden(char c) {
+  return IsControlCharacter(c) || std::string_view("<>:\"/\\|?*").find(c) != std::string_view::npos;
+}
+
+bool IsDeviceName(std::string_view name) {
+  const std::string stem = LCase(Trim(name.substr(0, name.find('.'))));
+  return std::find(std::begin(kDeviceNames), std::end(kDeviceNames), stem) !=
+         std::end(kDeviceNames);
+}
+
+/// A name that one of the folders beside the files may have: that of the originals, a numbered one
+/// for files of one name, or one in which a file gets encrypted.
+bool IsFolderName(std::string_view name) {
+  std::string lower = LCase(name);
+  if (lower == kOriginalsFolder) return true;
+  if (lower.starts_with(kWorkFolderPrefix)) lower.erase(0, kWorkFolderPrefix.size());
+  return !lower.empty() && lower.find_first_not_of("0123456789") == std::string::npos;
+}
+
+std::string CleanName(std::string_view last_component) {
+  std::string name = ForDisplay(last_component);
+  if (name.empty()) name = "attachment";
+  std::ranges::replace_if(name, IsForbidden, '_');
+  for (auto c = name.rbegin(); c != name.rend() && (*c == '.' || *c == ' '); ++c) *c = '_';
+  if (IsDeviceName(name) || IsFolderName(name)) name.insert(0, "_");
+  return ShortenedFileName(name, kMaximumBytes);
+}
+
+/// In one folder. Each file gets encrypted in a work folder beside it, and its old signature may be
+/// set aside in another.
+constexpr std::int32_t kMaximumFiles = 40;
+static_assert(2 * kMaximumFiles < kWorkFolders);
+
+/// The folders taken by each stored name, and which data files stand where.
+class Places {
+ public:
+  StoredPlace Take(std::string name) {
+    std::int32_t folder = 0;
+    while (files_[folder] >= kMaximumFiles || !IsFree(name, folder)) ++folder;
+    return TakeBeside(std::move(name), folder);
+  }
+  /// In that folder, however full it is.
+  StoredPlace TakeBeside(std::string name, std::int32_t folder) {
+    ++files_[folder];
+    taken_.insert(Key(name, folder));
+    return {std::move(name), folder};
+  }
+  bool IsFree(std::string_view name, std::int32_t folder) const {
+    return taken_.count(Key(name, folder)) == 0;
+  }
+
+ private:
+  static std::string Key(std::string_view name, std::int32_t folder) {
+    return LCase(name) + "\\" + Decimal(folder);
+  }
+
+  std::unordered_set<std::string> taken_;
+  std::unordered_map<std::int32_t, std::int32_t> files_;
+};
+
+/// The folders of the data files of each name, in lower case.
+using DataFolders = std::unordered_multimap<std::string, std::int32_t>;
+
+/// The first folder that holds the signature's data file and has its stored name free.
+std::optional<std::int32_t> FolderBeside(std::string_view signature_name, std::string_view stored,
+                                         const DataFolders& data_folders, const Places& taken) {
+  std::optional<std::int32_t> beside;
+  const auto [first, last] = data_folders.equal_range(LCase(SignedName(signature_name)));
+  for (auto data = first; data != last; ++data) {
+    if (taken.IsFree(stored, data->second) && (!beside || data->second < *beside)) {
+      beside = data->second;
+    }
+  }
+  return beside;
+}
+
 }  // namespace
+
+bool HasSignatureName(std::string_view name) {
+  return name.size() > kSignatureExtension.size() &&
+         LCase(name.substr(name.size() - kSignatureExtension.size())) == kSignatureExtension;
+}
+
+std::string_view SignedName(std::string_view name) {
+  return name.substr(0, name.size() - kSignatureExtension.size());
+}
+
+std::string StoredFileName(std::string_view attachment_name) {
+  const std::size_t separator = attachment_name.find_last_of("\\/");
+  if (separator != std::string_view::npos) attachment_name.remove_prefix(separator + 1);
+  // A signature is shortened as its data file is, so that the two still belong together.
+  if (HasSignatureName(attachment_name)) {
+    return CleanName(SignedName(attachment_name)) +
+           std::string(attachment_name.substr(SignedName(attachment_name).size()));
+  }
+  return CleanName(attachment_name);
+}
+
+std::vector<StoredPlace> StoredPlaces(const std::vector<std::string>& attachment_names) {
+  std::vector<StoredPlace> places(attachment_names.size());
+  DataFolders data_folders;
+  Places taken;
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    const std::string& name = attachment_names[i];
+    if (HasSignatureName(name)) continue;
+    places[i] = taken.Take(StoredFileName(name));
+    data_folders.emplace(LCase(name), places[i].subfolder);
+  }
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    const std::string& name = attachment_names[i];
+    if (!HasSignatureName(name)) continue;
+    const std::string stored = StoredFileName(name);
+    const auto folder = FolderBeside(name, stored, data_folders, taken);
+    places[i] = folder ? taken.TakeBeside(stored, *folder) : taken.Take(stored);
+  }
+  return places;
+}
 
 std::string CreatePrivateFolder() {
   constexpr double kNames = 1'000'000'000;

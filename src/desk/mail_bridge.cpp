@@ -8,7 +8,7 @@
 #include "base/text.h"
 #include "desk/mail/mail_io.h"
 #include "desk/profile/system_services.h"
-#include "message/header_fields.h"
+#include "message/message_operations.h"
 #include "platform/redemption.h"
 
 namespace corvessa::desk {

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "desk/desk_host.h"
-#include "message/status_text.h"
+#include "message/attachment_node.h"
 
 namespace corvessa::desk {
 namespace {

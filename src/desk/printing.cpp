@@ -8,7 +8,7 @@
 #include "desk/mail_bridge.h"
 #include "desk/message_report.h"
 #include "desk/terminal/columns.h"
-#include "message/status_text.h"
+#include "message/attachment_node.h"
 
 namespace corvessa::desk {
 namespace {

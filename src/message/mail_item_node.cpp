@@ -7,15 +7,12 @@
 #include "base/guard.h"
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
-#include "crypto/services.h"
 #include "crypto/stored_files.h"
 #include "forms/dialogs.h"
-#include "message/armour.h"
+#include "message/attachment_node.h"
 #include "message/frm_message_status.h"
 #include "message/frm_save_attachments.h"
-#include "message/header_fields.h"
 #include "message/message_operations.h"
-#include "message/status_text.h"
 #include "platform/host.h"
 #include "platform/system.h"
 #include "settings/edition.h"
@@ -55,26 +52,14 @@ MailItemNode::~MailItemNode() {
 void MailItemNode::InitialiseNode(const platform::MailItemPtr& item, std::int32_t node_id) {
   Guarded("MailItemNode::InitialiseNode - ", [&] {
     m_oMailItem = item;
+    bars_.Bind(item, node_id, weak_from_this());
     item_events_ = item->Subscribe(*this);
-    if (IsReceived()) {
-      m_sOriginalBody = item->Body();
-      if (m_sOriginalBody->empty()) m_sOriginalBody = item->HTMLBody();
-    }
-    m_lNodeID = node_id;
+    if (IsReceived(item)) pass_.KeepOriginal(*item);
   });
 }
 
 void MailItemNode::ClearNodeID() {
-  m_lNodeID = 0;
-  ++closings_;
-}
-
-bool MailItemNode::IsReceived() const {
-  return !GetSenderName(m_oMailItem).empty();
-}
-
-bool MailItemNode::WasDecryptedOrVerified() const {
-  return m_lDecryptStatus == decrypt_status::kDone || m_lSignStatus == sign_status::kGood;
+  pass_.CountClosing();
 }
 
 void MailItemNode::m_oMailItem_Open(bool& /*cancel*/) {
@@ -89,34 +74,77 @@ void MailItemNode::m_oMailItem_Read() {
 
 void MailItemNode::OpenItem() {
   if (g_bDisableKVPEntirely) {
-    RemoveBars();
+    bars_.RemoveAll();
     ReportFacts(platform::MessageFacts::State::kLeftAlone);
     return TraceExit(m_bProcessed);
   }
   // Outlook raises both Read and Open for one opening: what the first of them built has to stay.
   if (m_bProcessed) return TraceExit(true);
-  RemoveBars();
+  bars_.RemoveAll();
   ReportFacts(platform::MessageFacts::State::kLeftAlone);
-  m_lDecryptStatus = -1;
-  m_lSignStatus = -1;
-  if (!body_replaced_) body_decrypted_ = false;
-  if (!IsReceived()) {
+  pass_.Reset();
+  if (!IsReceived(m_oMailItem)) {
     m_bEncryptedReply = ReadHeaderFlag(m_oMailItem, g_sEncryptedReplyCaption);
-    AddOptionsBar();
+    bars_.AddOptions(m_bEncryptedReply);
     return;
   }
   if (g_bDisableAutoDecryptAndVerify) {
-    AddDecryptNowBar();
+    if (bars_.AddDecryptNow()) ReportFacts(platform::MessageFacts::State::kLeftToButton);
     return;
   }
   m_bProcessed = true;
   DecryptVerifyMail(m_oMailItem, m_oTempAttachments, true);
 }
 
+void MailItemNode::DecryptVerifyMail(const platform::MailItemPtr& item,
+                                     AttachmentNodes& attachments, bool headers) {
+  if (in_pass_) return;
+  const auto held = shared_from_this();
+  in_pass_ = true;
+  Guarded("MailItemNode:DecryptVerifyMail - ", [&] {
+    const platform::SharedText body = item->Body();
+    if (IsPGPMessage(*body) || IsPGPSignedMessage(*body)) {
+      Debug_Info::TraceLog("DecryptVerifyMailItem (Encrypted or signed)");
+      DecryptVerifyProtected(item, attachments, headers);
+      return;
+    }
+    Debug_Info::TraceLog("DecryptVerifyMailItem (Not encrypted or signed)");
+    pass_.SetPlain();
+    ShowResult();
+  });
+  in_pass_ = false;
+}
+
+void MailItemNode::DecryptVerifyProtected(const platform::MailItemPtr& item,
+                                          AttachmentNodes& attachments, bool headers) {
+  const bool received = IsReceived(m_oMailItem);
+  std::string text;
+  const Error error = Attempt([&] { pass_.Run(item, attachments, received, text); });
+  if (!pass_.IsStillOpen()) {
+    CleanUp();
+  } else if (headers && received) {
+    if (error.number == 0) pass_.ShowText(*item, text);
+    // After an error too, so that the user sees that the message was not read.
+    ShowResult();
+  }
+  if (error.number != 0) throw error;
+}
+
+void MailItemNode::ShowResult() {
+  bars_.AddStatus(pass_);
+  bars_.AddDecryptAttachments(pass_);
+  ReportFacts(platform::MessageFacts::State::kRead);
+}
+
+void MailItemNode::ReportFacts(platform::MessageFacts::State state) {
+  pass_.ReportFacts(m_oMailItem, m_oTempAttachments, state);
+}
+
 void MailItemNode::m_oMailItem_AttachmentRead(const platform::AttachmentPtr& attachment) {
   const auto held = shared_from_this();
   Guarded("MailItemNode::m_oMailItem_AttachmentRead - ", [&] {
-    if (g_bDisableKVPEntirely || m_bAttachmentNoticeShown || !WasDecryptedOrVerified()) return;
+    if (g_bDisableKVPEntirely || m_bAttachmentNoticeShown || !pass_.WasDecryptedOrVerified())
+      return;
     if (attachment->ParentTypeName() != platform::kMailItemType) return;
     m_bAttachmentNoticeShown = true;
     if (!g_bDisableAutoDecryptAttachments) return;
@@ -136,47 +164,14 @@ void MailItemNode::m_oMailItem_PropertyChange(std::string_view name) {
 void MailItemNode::m_oMailItem_Close(bool& /*cancel*/) {
   const auto held = shared_from_this();
   Guarded("MailItemNode::m_oMailItem_Close - ", [&] {
-    ++closings_;
+    pass_.CountClosing();
     m_bProcessed = false;
     if (g_bDisableKVPEntirely || m_oMailItem->TypeName() != platform::kMailItemType) return;
-    // A message whose attachment failed, or that was only signed, holds a changed body too.
-    if (m_lDecryptStatus != decrypt_status::kDone && !body_replaced_ && !attachments_replaced_) {
-      return;
-    }
-    const Error error = Attempt([&] { RestoreOriginal(); });
+    if (!pass_.HasChangedItem()) return;
+    const Error error = Attempt([&] { pass_.RestoreOriginal(m_oMailItem, m_oTempAttachments); });
     CleanUp();
     if (error.number != 0) throw error;
   });
-}
-
-void MailItemNode::RestoreOriginal() {
-  const Error error = Attempt([&] {
-    const bool is_received = std::exchange(body_replaced_, false) || IsReceived();
-    if (is_received && m_sOriginalBody && *m_oMailItem->Body() != *m_sOriginalBody) {
-      m_oMailItem->SetBody(*m_sOriginalBody);
-    }
-  });
-  // The files go back also when the text did not.
-  if (std::exchange(attachments_replaced_, false)) {
-    // One failure is not taken for an answer: Outlook may hold an attachment for a moment.
-    if (!PutOriginalsBack() && !PutOriginalsBack()) KeepOriginals();
-  }
-  if (error.number != 0) throw error;
-}
-
-bool MailItemNode::PutOriginalsBack() {
-  return Guarded("MailItemNode::RestoreOriginal - ", false, [&] {
-    return Crypto()->ReInsertAttachments(m_oMailItem, m_oTempAttachments, true);
-  });
-}
-
-void MailItemNode::KeepOriginals() {
-  for (const AttachmentNodePtr& node : m_oTempAttachments) {
-    const std::string path = std::exchange(node->original_filename, {});
-    if (path.empty()) continue;
-    if (node->sFilename == path) node->sFilename.clear();
-    Debug_Info::TraceLog([&] { return "MailItemNode::RestoreOriginal - not deleted: " + path; });
-  }
 }
 
 void MailItemNode::m_oMailItem_Reply(const platform::MailItemPtr& response, bool& /*cancel*/) {
@@ -191,13 +186,13 @@ void MailItemNode::m_oMailItem_ReplyAll(const platform::MailItemPtr& response, b
 
 void MailItemNode::WriteEncryptedReply(const platform::MailItemPtr& response) {
   if (g_bDisableKVPEntirely) return;
-  WriteHeaderFlag(response, g_sEncryptedReplyCaption, body_decrypted_);
+  WriteHeaderFlag(response, g_sEncryptedReplyCaption, pass_.WasBodyDecrypted());
 }
 
 void MailItemNode::m_oMailItem_Forward(const platform::MailItemPtr& forward, bool& /*cancel*/) {
   const auto held = shared_from_this();
   Guarded("MailItemNode::m_oMailItem_Forward - ", [&] {
-    if (g_bDisableKVPEntirely || !body_decrypted_) return;
+    if (g_bDisableKVPEntirely || !pass_.WasBodyDecrypted()) return;
     if (forward->TypeName() != platform::kMailItemType) return;
     const auto attachments = forward->Attachments();
     for (std::int32_t i = attachments->Count(); i >= 1; --i) attachments->Remove(i);
@@ -213,19 +208,47 @@ void MailItemNode::CleanUp() {
   });
 }
 
-void MailItemNode::ReportFacts(platform::MessageFacts::State state) {
-  Guarded("MailItemNode::ReportFacts - ", [&] {
-    platform::MessageFacts facts{state};
-    if (state == platform::MessageFacts::State::kRead) {
-      facts.protection = ProtectionOf(m_lDecryptStatus, m_lSignStatus, m_sSigners);
-      for (const AttachmentNodePtr& node : m_oTempAttachments) {
-        facts.attachments.push_back(FactsOf(*node));
-      }
-      facts.attachments_left_to_button = LeavesAttachments();
-      facts.shows_part = body_replaced_ && m_sOriginalBody && HoldsMoreThanArmour(*m_sOriginalBody);
-    }
-    platform::HostObserver().MessageChanged(m_oMailItem, facts);
+void MailItemNode::oCommandBarItemDecryptNow_Click() {
+  const auto held = shared_from_this();
+  Guarded("MailItemNode::oCommandBarItemDecryptNow_Click - ", [&] {
+    const std::int32_t closings = pass_.Closings();
+    DecryptVerifyMail(m_oMailItem, m_oTempAttachments, true);
+    if (pass_.Closings() == closings) bars_.RemoveDecryptNow();
   });
+}
+
+void MailItemNode::oCommandBarItemDecryptAttachments_Click() {
+  const auto held = shared_from_this();
+  Guarded("MailItemNode::oCommandBarItemDecryptAttachments_Click - ",
+          [&] { OpenSaveAttachments(m_oMailItem); });
+}
+
+void MailItemNode::oCommandBarItemShowOriginalMessage_Click() {
+  const auto held = shared_from_this();
+  Guarded("MailItemNode::oCommandBarItemShowOriginalMessage_Click - ",
+          [&] { ShowStatus(kOriginalMessageTab); });
+}
+
+void MailItemNode::oCommandBarItemEncryptionStatus_Click() {
+  const auto held = shared_from_this();
+  Guarded("MailItemNode::oCommandBarItemEncryptionStatus_Click - ",
+          [&] { ShowStatus(kEncryptionTab); });
+}
+
+void MailItemNode::oCommandBarItemSigningStatus_Click() {
+  const auto held = shared_from_this();
+  Guarded("MailItemNode::oCommandBarItemSigningStatus_Click - ", [&] { ShowStatus(kSigningTab); });
+}
+
+void MailItemNode::oCommandBarItemEncryptionOption_Click() {
+  const auto held = shared_from_this();
+  Guarded("MailItemNode::oCommandBarItemEncryptionOption_Click - ",
+          [&] { bars_.ToggleEncryption(); });
+}
+
+void MailItemNode::oCommandBarItemSigningOption_Click() {
+  const auto held = shared_from_this();
+  Guarded("MailItemNode::oCommandBarItemSigningOption_Click - ", [&] { bars_.ToggleSigning(); });
 }
 
 void MailItemNode::ShowStatus(StatusTab tab) {
@@ -238,9 +261,10 @@ void MailItemNode::ShowStatus(StatusTab tab) {
     window->AddAttachment(name + DecryptStatusText(node->lDecryptStatus),
                           name + SignStatusTextWithSigners(node->lSignStatus, node->sSigners));
   }
-  window->SetEncryptionMessage("This message " + DecryptStatusText(m_lDecryptStatus));
-  window->SetSignedMessage("This message " + SignStatusTextWithSigners(m_lSignStatus, m_sSigners));
-  if (m_sOriginalBody) window->SetOriginalMessageBody(*m_sOriginalBody);
+  window->SetEncryptionMessage("This message " + DecryptStatusText(pass_.m_lDecryptStatus));
+  window->SetSignedMessage("This message " +
+                           SignStatusTextWithSigners(pass_.m_lSignStatus, pass_.m_sSigners));
+  if (pass_.Original()) window->SetOriginalMessageBody(*pass_.Original());
   window->SetFrom(ForDisplay(GetSenderName(m_oMailItem)));
   window->SetSubject(ForDisplay(m_oMailItem->Subject()));
   window->SetDate(m_oMailItem->ReceivedTime());

@@ -2,15 +2,14 @@
 
 #include <cstdint>
 
+#include "accounts/frm_login.h"
 #include "base/guard.h"
 #include "base/paths.h"
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
-#include "crypto/engine_error_text.h"
-#include "crypto/passphrase_trial.h"
-#include "crypto/services.h"
+#include "crypto/engine_answers.h"
+#include "crypto/frm_timer.h"
 #include "crypto/stored_files.h"
-#include "crypto/verify_status.h"
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/observer.h"

@@ -12,11 +12,12 @@ class InspectorNode;
 
 /// A node for every registered inspector. Nodes hold the registry too; a window's Close and
 /// ReleaseAll, which close-down calls, break that cycle. Nothing here throws.
-class ActiveInspectors final : public std::enable_shared_from_this<ActiveInspectors> {
+class ActiveInspectors final : public NodeRegistry,
+                               public std::enable_shared_from_this<ActiveInspectors> {
  public:
   /// Does nothing for null.
   void AddInspector(const platform::InspectorPtr& inspector);
-  void Release(std::int32_t node_id);
+  void Release(std::int32_t node_id) override;
   void ReleaseAll();
 
  private:

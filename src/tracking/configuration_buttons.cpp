@@ -7,7 +7,7 @@
 #include "accounts/registry_handlers.h"
 #include "base/guard.h"
 #include "branding/customization.h"
-#include "crypto/services.h"
+#include "crypto/frm_timer.h"
 #include "settings/edition.h"
 #include "settings/settings.h"
 #include "tracking/transp_cmd_bar.h"

@@ -5,7 +5,6 @@
 #include "accounts/registry_handlers.h"
 #include "base/guard.h"
 #include "settings/settings.h"
-#include "tracking/active_explorers.h"
 #include "tracking/configuration_buttons.h"
 
 namespace corvessa {
@@ -17,7 +16,7 @@ ExplorerNode::~ExplorerNode() {
 }
 
 void ExplorerNode::Initialise(const platform::ExplorerPtr& explorer, std::int32_t node_id,
-                              const std::shared_ptr<ActiveExplorers>& parent, bool first) {
+                              const std::shared_ptr<NodeRegistry>& parent, bool first) {
   Guarded("ExplorerNode::Initialise - ", [&] {
     m_oOLExplorer = explorer;
     explorer_events_ = explorer->Subscribe(*this);

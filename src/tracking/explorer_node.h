@@ -4,10 +4,10 @@
 #include <memory>
 
 #include "platform/outlook.h"
+#include "tracking/node_collection.h"
 
 namespace corvessa {
 
-class ActiveExplorers;
 class ConfigurationButtons;
 
 /// One open explorer: its events and, in the explorer that was there when the add-in connected, the
@@ -22,7 +22,7 @@ class ExplorerNode final : public platform::ExplorerEvents,
 
   /// Loads the settings for the first explorer when they have not been loaded yet in this process.
   void Initialise(const platform::ExplorerPtr& explorer, std::int32_t node_id,
-                  const std::shared_ptr<ActiveExplorers>& parent, bool first);
+                  const std::shared_ptr<NodeRegistry>& parent, bool first);
   std::int32_t NodeID() const { return m_lNodeID; }
   /// Until its explorer closes.
   bool IsOpen() const { return m_oOLExplorer != nullptr; }
@@ -36,7 +36,7 @@ class ExplorerNode final : public platform::ExplorerEvents,
 
   platform::ExplorerPtr m_oOLExplorer;
   std::int32_t m_lNodeID = 0;
-  std::shared_ptr<ActiveExplorers> m_oParent;
+  std::shared_ptr<NodeRegistry> m_oParent;
   std::shared_ptr<ConfigurationButtons> m_oConfigButtons;
   platform::Subscription explorer_events_;
 };

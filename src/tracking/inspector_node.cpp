@@ -4,7 +4,6 @@
 
 #include "base/guard.h"
 #include "message/mail_item_node.h"
-#include "tracking/active_inspectors.h"
 
 namespace corvessa {
 
@@ -15,7 +14,7 @@ InspectorNode::~InspectorNode() {
 }
 
 void InspectorNode::Initialise(const platform::InspectorPtr& inspector, std::int32_t node_id,
-                               const std::shared_ptr<ActiveInspectors>& parent) {
+                               const std::shared_ptr<NodeRegistry>& parent) {
   Guarded("InspectorNode::Initialise - ", [&] {
     m_oOLInspector = inspector;
     inspector_events_ = inspector->Subscribe(*this);

@@ -4,10 +4,10 @@
 #include <memory>
 
 #include "platform/outlook.h"
+#include "tracking/node_collection.h"
 
 namespace corvessa {
 
-class ActiveInspectors;
 class MailItemNode;
 
 /// One open inspector and, when it shows a mail, the node that does the message work. Nothing here
@@ -21,7 +21,7 @@ class InspectorNode final : public platform::InspectorEvents,
   InspectorNode& operator=(const InspectorNode&) = delete;
 
   void Initialise(const platform::InspectorPtr& inspector, std::int32_t node_id,
-                  const std::shared_ptr<ActiveInspectors>& parent);
+                  const std::shared_ptr<NodeRegistry>& parent);
   /// Ends the message node and the window's events and leaves the registry.
   void ChildClose();
 
@@ -37,7 +37,7 @@ class InspectorNode final : public platform::InspectorEvents,
 
   platform::InspectorPtr m_oOLInspector;
   std::int32_t m_lNodeID = 0;
-  std::shared_ptr<ActiveInspectors> m_oParent;
+  std::shared_ptr<NodeRegistry> m_oParent;
   std::shared_ptr<MailItemNode> m_oMailItemNode;
   platform::Subscription inspector_events_;
 };

@@ -12,6 +12,14 @@
 
 namespace corvessa {
 
+/// What a window's node sees of the registry that keeps it.
+class NodeRegistry {
+ public:
+  virtual ~NodeRegistry() = default;
+  /// Lets go of the node with that ID. Never throws.
+  virtual void Release(std::int32_t node_id) = 0;
+};
+
 /// The nodes of one kind of window, in the order of their registration, keyed by the decimal text
 /// of their IDs. A node is always taken out before it is let go, because its destruction may come
 /// back to the collection.

@@ -2,6 +2,7 @@
 
 #include <set>
 
+#include "accounts/frm_login.h"
 #include "accounts/nimbra_account.h"
 #include "accounts/registry_handlers.h"
 #include "accounts/user_management.h"

@@ -2,7 +2,6 @@
 
 #include "accounts/nimbra_account.h"
 #include "crypto/crypto_operations.h"
-#include "crypto/services.h"
 #include "crypto/temp_files.h"
 #include "platform/host.h"
 #include "settings/settings.h"

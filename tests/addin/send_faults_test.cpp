@@ -4,7 +4,6 @@
 #include "accounts/nimbra_account.h"
 #include "base/text.h"
 #include "crypto/frm_timer.h"
-#include "crypto/services.h"
 #include "crypto/temp_files.h"
 #include "forms/dialogs.h"
 #include "sending.h"

@@ -9,7 +9,6 @@
 #include "base/debug_info.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/frm_timer.h"
-#include "crypto/services.h"
 #include "crypto/temp_files.h"
 #include "settings/edition.h"
 #include "settings/settings.h"

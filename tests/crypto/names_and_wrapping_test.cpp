@@ -1,8 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "base/text.h"
-#include "crypto/stored_name.h"
-#include "crypto/text_wrapping.h"
+#include "crypto/stored_files.h"
 
 namespace corvessa {
 namespace {

@@ -10,7 +10,7 @@
 #include "branding/branded_form.h"
 #include "forms/frm_progress.h"
 #include "message/frm_message_status.h"
-#include "message/header_fields.h"
+#include "message/message_operations.h"
 #include "settings/settings.h"
 #include "support/addin_fixture.h"
 #include "support/form_checks.h"

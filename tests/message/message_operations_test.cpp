@@ -4,11 +4,10 @@
 
 #include "base/text.h"
 #include "crypto/crypto_operations.h"
-#include "crypto/services.h"
 #include "forms/dialogs.h"
-#include "message/armour.h"
+#include "message/attachment_node.h"
 #include "message/encryption_failure.h"
-#include "message/status_text.h"
+#include "message/message_operations.h"
 #include "support/addin_fixture.h"
 
 namespace corvessa::testing {

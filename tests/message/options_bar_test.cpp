@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "message/header_fields.h"
+#include "message/message_operations.h"
 #include "support/addin_fixture.h"
 
 namespace corvessa::testing {

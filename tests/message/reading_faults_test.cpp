@@ -2,7 +2,6 @@
 
 #include "accounts/frm_login.h"
 #include "base/text.h"
-#include "crypto/services.h"
 #include "crypto/temp_files.h"
 #include "forms/frm_progress.h"
 #include "message/mail_item_node.h"

@@ -10,7 +10,7 @@
 #include "desk/commands/received_message.h"
 #include "desk/message_report.h"
 #include "desk/printing.h"
-#include "message/armour.h"
+#include "message/message_operations.h"
 
 namespace corvessa::desk {
 namespace {

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "base/text.h"
-#include "crypto/signature_name.h"
+#include "crypto/stored_files.h"
 #include "desk/mail/header_fields.h"
 #include "desk/mail/mail_io.h"
 

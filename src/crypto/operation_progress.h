@@ -1,13 +1,23 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
 #include "base/debug_info.h"
 #include "base/text.h"
+#include "message/attachment_node.h"
 
+/// How a long operation shows how far it is: to the user in the progress window, to support in the
+/// trace.
 namespace corvessa {
+
+/// Calls `use` for each node and shows its progress step ("Storing attachments (2 of 5)"). Each
+/// step lets events run, which may empty the list: then it stops and returns false. Throws Error 6
+/// beyond 32,767 nodes, and what `use` throws.
+bool ForEachAttachment(const AttachmentNodes& attachments, std::string_view step,
+                       const std::function<void(const AttachmentNodePtr&)>& use);
 
 /// The trace of a routine that runs in numbered stages: "Routine - text (status, stage)". Reads the
 /// status with each line; the status must outlive this object.

@@ -1,5 +1,3 @@
-#include "crypto/text_wrapping.h"
-
 #include <optional>
 
 #include "base/text.h"

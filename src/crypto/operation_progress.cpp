@@ -1,4 +1,4 @@
-#include "crypto/each_attachment.h"
+#include "crypto/operation_progress.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,11 +1,21 @@
-#include "crypto/engine_error_text.h"
+#include "crypto/engine_answers.h"
 
 #include <array>
 #include <cstddef>
 
-#include "platform/engine.h"
+#include "base/checked.h"
 
 namespace corvessa {
+
+std::string TextAt(const platform::IEngineStringVector& texts, std::int32_t index) {
+  return texts.Item(CheckedNarrow<std::int16_t>(index));
+}
+
+std::vector<std::string> TextsOf(const platform::IEngineStringVector& texts) {
+  std::vector<std::string> copied;
+  for (std::int32_t i = 0; i < texts.Size(); ++i) copied.push_back(TextAt(texts, i));
+  return copied;
+}
 
 std::string_view EngineErrorText(std::int32_t code) {
   // By the code without its sign, 0 to -13.

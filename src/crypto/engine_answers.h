@@ -1,11 +1,19 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "message/attachment_node.h"
 #include "platform/engine.h"
 
+/// What the engine answers, in the terms of the add-in: texts for the user, statuses of messages
+/// and attachments, vectors of addresses.
 namespace corvessa {
+
+/// The user's text for a failed operation. Call it only after a failure: 0 has a failure text too.
+std::string_view EngineErrorText(std::int32_t code);
 
 /// The sign status for a status of the engine's verification, which counts the other way round.
 constexpr std::int32_t SignStatusOf(platform::EngineStatus status) {
@@ -31,5 +39,9 @@ constexpr std::int32_t DecryptStatusOf(platform::EngineStatus status) {
 constexpr bool IsReadable(std::int32_t status) {
   return status == decrypt_status::kDone || status == decrypt_status::kNotEncrypted;
 }
+
+/// One text of an engine's vector, counted from 0. Throws Error 6 beyond what the vector counts to.
+std::string TextAt(const platform::IEngineStringVector& texts, std::int32_t index);
+std::vector<std::string> TextsOf(const platform::IEngineStringVector& texts);
 
 }  // namespace corvessa

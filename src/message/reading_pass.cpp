@@ -1,0 +1,180 @@
+#include "message/reading_pass.h"
+
+#include <utility>
+
+#include "base/debug_info.h"
+#include "base/guard.h"
+#include "crypto/crypto_operations.h"
+#include "crypto/frm_timer.h"
+#include "forms/frm_progress.h"
+#include "message/message_operations.h"
+#include "platform/host.h"
+#include "settings/settings.h"
+
+namespace corvessa {
+namespace {
+
+/// The progress window round a pass, which ends with the per-use forgetting whatever happens.
+class ProgressSession {
+ public:
+  ProgressSession(const platform::MailItemPtr& item, std::string_view caption)
+      : window_(ProgressWindow()) {
+    window_->Init(item, 0);
+    window_->SetCaption(caption);
+  }
+  ~ProgressSession() {
+    Guarded("MailItemNode:DecryptVerifyMail - ", [] { ForgetAfterUse(); });
+    window_->Finish();
+  }
+  ProgressSession(const ProgressSession&) = delete;
+  ProgressSession& operator=(const ProgressSession&) = delete;
+
+ private:
+  std::shared_ptr<frmProgress> window_;
+};
+
+/// False when one of the item's own attachments did not get back into it.
+bool PutOriginalsBack(const platform::MailItemPtr& item, const AttachmentNodes& attachments) {
+  return Guarded("MailItemNode::RestoreOriginal - ", false,
+                 [&] { return Crypto()->ReInsertAttachments(item, attachments, true); });
+}
+
+void KeepOriginals(const AttachmentNodes& attachments) {
+  for (const AttachmentNodePtr& node : attachments) {
+    const std::string path = std::exchange(node->original_filename, {});
+    if (path.empty()) continue;
+    if (node->sFilename == path) node->sFilename.clear();
+    Debug_Info::TraceLog([&] { return "MailItemNode::RestoreOriginal - not deleted: " + path; });
+  }
+}
+
+}  // namespace
+
+void ReadingPass::KeepOriginal(platform::MailItem& item) {
+  m_sOriginalBody = item.Body();
+  if (m_sOriginalBody->empty()) m_sOriginalBody = item.HTMLBody();
+}
+
+void ReadingPass::Reset() {
+  m_lDecryptStatus = -1;
+  m_lSignStatus = -1;
+  if (!body_replaced_) body_decrypted_ = false;
+}
+
+void ReadingPass::SetPlain() {
+  m_lDecryptStatus = decrypt_status::kNotEncrypted;
+  m_lSignStatus = sign_status::kNone;
+}
+
+void ReadingPass::Run(const platform::MailItemPtr& item, AttachmentNodes& attachments,
+                      bool received, std::string& text) {
+  pass_closings_ = closings_;
+  m_sSigners.clear();
+  const ProgressSession progress(item, "Decrypting and verifying email");
+  if (!IsStillOpen()) return;
+  // Makes an HTML message plain text, so that what is compared below is what Outlook shows.
+  if (received) item->SetBody(*item->Body());
+  text = *item->Body();
+  if (g_bDisableAutoDecryptAttachments) {
+    DecryptVerifyBody(item, text, attachments);
+  } else {
+    DecryptVerifyAll(item, text, attachments, received);
+  }
+}
+
+void ReadingPass::ShowText(platform::MailItem& item, const std::string& text) {
+  if (*item.Body() == text) return;
+  body_replaced_ = true;
+  item.SetBody(text);
+}
+
+void ReadingPass::DecryptVerifyBody(const platform::MailItemPtr& item, std::string& text,
+                                    AttachmentNodes& attachments) {
+  const auto crypto = Crypto();
+  const std::string armour = text;
+  m_lDecryptStatus = crypto->DecryptMailItem(item, text, attachments);
+  // The status may be that of an attachment.
+  if (text != armour) body_decrypted_ = true;
+  // Behind the passphrase dialog the message may have been closed.
+  if (!IsStillOpen()) return;
+  // Verifying would reduce it to its signed part, and the rest exists nowhere else: it is all
+  // shown. A good signature does not cover all of that; a bad one stays bad.
+  if (body_decrypted_ && IsPGPSignedMessage(text) && HoldsMoreThanArmour(text)) {
+    std::string signed_part = text;
+    m_lSignStatus = crypto->VerifyMailItem(item, signed_part, attachments, m_sSigners);
+    if (m_lSignStatus == sign_status::kGood) m_lSignStatus = sign_status::kNone;
+    return;
+  }
+  m_lSignStatus = crypto->VerifyMailItem(item, text, attachments, m_sSigners);
+}
+
+void ReadingPass::DecryptVerifyAll(const platform::MailItemPtr& item, std::string& text,
+                                   AttachmentNodes& attachments, bool received) {
+  const auto crypto = Crypto();
+  // The item may hold what an earlier pass made, which must not be taken for its own.
+  if (attachments_replaced_) {
+    if (!PutOriginalsBack(item, attachments)) Raise(kPathFileAccess);
+    attachments_replaced_ = false;
+  }
+  crypto->KillAllFiles(attachments);
+  if (!crypto->StoreAllAttachments(item, attachments, false)) {
+    m_lDecryptStatus = kGivenUp;
+    m_lSignStatus = kGivenUp;
+    return;
+  }
+  if (!IsStillOpen()) return;
+  DecryptVerifyBody(item, text, attachments);
+  if (!IsStillOpen() || !received) return;
+  if (!crypto->HasEncryptedOrSignedAttachments(attachments)) return;
+  attachments_replaced_ = true;
+  crypto->ReInsertAttachments(item, attachments, false);
+}
+
+bool ReadingPass::HasChangedItem() const {
+  // A message whose attachment failed, or that was only signed, holds a changed body too.
+  return m_lDecryptStatus == decrypt_status::kDone || body_replaced_ || attachments_replaced_;
+}
+
+void ReadingPass::RestoreOriginal(const platform::MailItemPtr& item, AttachmentNodes& attachments) {
+  const Error error = Attempt([&] {
+    const bool is_received = std::exchange(body_replaced_, false) || IsReceived(item);
+    if (is_received && m_sOriginalBody && *item->Body() != *m_sOriginalBody) {
+      item->SetBody(*m_sOriginalBody);
+    }
+  });
+  // The files go back also when the text did not.
+  if (std::exchange(attachments_replaced_, false)) {
+    // One failure is not taken for an answer: Outlook may hold an attachment for a moment.
+    if (!PutOriginalsBack(item, attachments) && !PutOriginalsBack(item, attachments)) {
+      KeepOriginals(attachments);
+    }
+  }
+  if (error.number != 0) throw error;
+}
+
+bool ReadingPass::WasDecryptedOrVerified() const {
+  return m_lDecryptStatus == decrypt_status::kDone || m_lSignStatus == sign_status::kGood;
+}
+
+bool ReadingPass::LeavesAttachments(platform::MailItem& item) const {
+  return !g_bDisableKVPEntirely && g_bDisableAutoDecryptAttachments && WasDecryptedOrVerified() &&
+         item.Attachments()->Count() >= 1;
+}
+
+void ReadingPass::ReportFacts(const platform::MailItemPtr& item, const AttachmentNodes& attachments,
+                              platform::MessageFacts::State state) const {
+  Guarded("MailItemNode::ReportFacts - ", [&] {
+    platform::MessageFacts facts{state};
+    if (state == platform::MessageFacts::State::kRead) {
+      facts.protection = ProtectionOf(m_lDecryptStatus, m_lSignStatus, m_sSigners);
+      for (const AttachmentNodePtr& node : attachments) {
+        facts.attachments.push_back(FactsOf(*node));
+      }
+      facts.attachments_left_to_button = LeavesAttachments(*item);
+      facts.shows_part = body_replaced_ && m_sOriginalBody && HoldsMoreThanArmour(*m_sOriginalBody);
+    }
+    platform::HostObserver().MessageChanged(item, facts);
+  });
+}
+
+}  // namespace corvessa
