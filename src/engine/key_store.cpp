@@ -85,7 +85,7 @@ void KeyStore::Remove(const KeyRings::Lock& lock, const std::vector<const RingEn
 
 void KeyStore::ForgetLoaded() {
   auto in_use = loaded_;
-  in_use.insert(unlocked_.begin(), unlocked_.end());
+  for (const UnlockedKey& unlocked : unlocked_) in_use.insert(unlocked.fingerprint);
   for (const auto& fingerprint : in_use) {
     if (rings_.FindByFingerprint(fingerprint).empty()) Unload(fingerprint);
   }
@@ -103,7 +103,8 @@ void KeyStore::FailMissing(std::string message) const {
 void KeyStore::Unload(const std::string& fingerprint) {
   const auto primary = FindKey(ffi_.get(), fingerprint);
   if (!primary) return;
-  std::erase(unlocked_, fingerprint);
+  std::erase_if(unlocked_,
+                [&](const UnlockedKey& unlocked) { return unlocked.fingerprint == fingerprint; });
   Check(rnp_key_remove(primary.get(),
                        RNP_KEY_REMOVE_PUBLIC | RNP_KEY_REMOVE_SECRET | RNP_KEY_REMOVE_SUBKEYS));
 }
