@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "desk/command_error.h"
+#include "commands/command_error.h"
 #include "desk/outlook/item.h"
 
 namespace corvessa::desk {

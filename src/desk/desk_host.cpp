@@ -6,7 +6,7 @@
 #include "addin/trace_log.h"
 #include "base/guard.h"
 #include "base/text.h"
-#include "desk/command_error.h"
+#include "commands/command_error.h"
 #include "desk/engine_setup.h"
 #include "desk/profile/profile_files.h"
 #include "desk/settings_store.h"

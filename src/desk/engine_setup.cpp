@@ -5,8 +5,8 @@
 #include <memory>
 #include <string_view>
 
+#include "commands/user_data.h"
 #include "desk/profile/profile.h"
-#include "desk/settings_store.h"
 #include "desk/terminal/signals.h"
 
 namespace corvessa::desk {
@@ -33,10 +33,7 @@ engine::EngineConfig EngineSetup(Profile& profile) {
 
 std::shared_ptr<engine::OpenPgpEngine> OpenEngine(Profile& profile) {
   auto engine = engine::CreateOpenPgpEngine(EngineSetup(profile));
-  const SettingsStore settings(profile.Registry());
-  engine->SetOption("lookupKeyservers", settings.Get("EngineLookupServer"));
-  engine->SetOption("updateKeyservers", settings.Get("EngineUpdateServer"));
-  engine->SetOption("customerID", settings.Get("EngineCustomerID"));
+  ConfigureKeyServers(*engine, profile.Registry());
   return engine;
 }
 

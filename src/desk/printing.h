@@ -20,14 +20,6 @@ namespace corvessa::desk {
 
 struct MessageReport;
 
-/// The text as one line: runs of blanks of any kind become one blank, and an overlong text is cut.
-std::string FieldText(std::string_view text);
-
-/// Prints a label and its text. A text longer than a line is continued in lines indented by
-/// `indent`, which is at least the label's length.
-void PrintField(std::ostream& out, std::string_view label, std::string_view text, int columns,
-                std::size_t indent);
-
 /// Prints the open message: status, header, attachments, text.
 void PrintMessage(std::ostream& out, const ItemData& item, const MessageReport& report,
                   int columns);

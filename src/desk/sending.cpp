@@ -5,7 +5,7 @@
 #include <set>
 
 #include "base/text.h"
-#include "desk/command_error.h"
+#include "commands/command_error.h"
 #include "desk/desk_host.h"
 #include "desk/mail/mail_io.h"
 #include "desk/mail_bridge.h"

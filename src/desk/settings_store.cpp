@@ -5,9 +5,9 @@
 #include <limits>
 #include <optional>
 
-#include "base/address.h"
 #include "base/text.h"
-#include "desk/command_error.h"
+#include "commands/account_store.h"
+#include "commands/command_error.h"
 #include "settings/registry_values.h"
 #include "settings/settings.h"
 
@@ -30,28 +30,6 @@ const StoredSetting& FindSetting(std::string_view name) {
 
 platform::RegistryKey& FindRoot(RegistryFile& registry, SettingRoot root) {
   return root == SettingRoot::kCurrentUser ? registry.CurrentUser() : registry.LocalMachine();
-}
-
-/// Null if the key is missing.
-platform::RegistryKeyPtr TryOpen(platform::RegistryKey& root, std::string_view path) {
-  platform::RegistryKeyPtr key;
-  root.Open(path, key);
-  return key;
-}
-
-platform::RegistryKeyPtr CreateKey(platform::RegistryKey& parent, std::string_view path) {
-  platform::RegistryKeyPtr key;
-  if (parent.Create(path, key) != platform::kRegistrySuccess) {
-    throw CommandError{Outcome::kEnvironment, "cannot create the registry key " + ForDisplay(path)};
-  }
-  return key;
-}
-
-void WriteNumber(platform::RegistryKey& key, std::string_view name, std::int32_t number) {
-  if (key.WriteNumber(name, number) != platform::kRegistrySuccess) {
-    throw CommandError{Outcome::kEnvironment,
-                       "cannot write the registry value " + std::string(name)};
-  }
 }
 
 std::optional<std::int32_t> ParseSwitch(std::string_view text) {
@@ -119,7 +97,7 @@ std::vector<std::string_view> SettingsStore::Names() {
 
 std::string SettingsStore::Get(std::string_view name) const {
   const StoredSetting& setting = FindSetting(name);
-  const auto key = TryOpen(FindRoot(registry_, setting.root), setting.key);
+  const auto key = OpenKey(FindRoot(registry_, setting.root), setting.key);
   if (setting.kind == SettingKind::kText) {
     return key ? key->ReadString(setting.name, kStringBufferBytes) : std::string();
   }
@@ -141,76 +119,10 @@ void SettingsStore::Set(std::string_view name, std::string_view text) {
       throw CommandError{Outcome::kWrongUse, std::string(setting.name) + " takes " +
                                                  std::string(AcceptedValues(setting.kind))};
     }
-    WriteNumber(*CreateKey(FindRoot(registry_, setting.root), setting.key), setting.name, *number);
+    RequireNumber(*RequireKey(FindRoot(registry_, setting.root), setting.key), setting.name,
+                  *number);
   }
   registry_.Save();
-}
-
-std::vector<AccountEntry> SettingsStore::Accounts() const {
-  std::vector<AccountEntry> entries;
-  const auto accounts = TryOpen(registry_.CurrentUser(), kAccountsKey);
-  std::string name;
-  for (std::uint32_t i = 0;
-       accounts && accounts->EnumerateKey(i, name) == platform::kRegistrySuccess; ++i) {
-    platform::RegistryKeyPtr account;
-    accounts->Open(name, account);
-    entries.push_back({name, account && account->ReadNumber(kSignValue) != 0});
-  }
-  return entries;
-}
-
-std::string SettingsStore::MainAddress() const {
-  const auto accounts = Accounts();
-  if (accounts.empty()) return {};
-  const auto signer = std::ranges::find_if(accounts, &AccountEntry::signs);
-  return signer == accounts.end() ? accounts.front().address : signer->address;
-}
-
-std::string SettingsStore::AccountAddress(std::string_view address) {
-  std::string normal = NormalAddress(address);
-  if (!IsAddress(normal)) {
-    throw CommandError{
-        Outcome::kWrongUse,
-        "\"" + ForDisplay(address) + "\" is not an email address; write it as name@example.org"};
-  }
-  return normal;
-}
-
-bool SettingsStore::AddAccount(std::string_view address, bool signs) {
-  const std::string added = AccountAddress(address);
-  const auto before = Accounts();
-  const auto known =
-      std::ranges::find_if(before, [&](const auto& entry) { return entry.address == added; });
-  if (known != before.end() && (!signs || known->signs)) return false;
-  const bool had_signer =
-      std::ranges::any_of(before, [](const auto& entry) { return entry.signs; });
-  {
-    const auto accounts = CreateKey(registry_.CurrentUser(), kAccountsKey);
-    WriteNumber(*CreateKey(*accounts, added), kSignValue, signs ? -1 : 0);
-    for (const AccountEntry& entry : before) {
-      if (signs && entry.signs) WriteNumber(*CreateKey(*accounts, entry.address), kSignValue, 0);
-    }
-  }
-  if (signs && !had_signer) Set("DisableOutgoingSigning", "0");
-  registry_.Save();
-  return true;
-}
-
-bool SettingsStore::RemoveAccount(std::string_view address) {
-  const std::string removed = NormalAddress(address);
-  const auto before = Accounts();
-  const auto known =
-      std::ranges::find_if(before, [&](const auto& entry) { return entry.address == removed; });
-  if (known == before.end()) return false;
-  {
-    const auto accounts = CreateKey(registry_.CurrentUser(), kAccountsKey);
-    if (accounts->DeleteKey(removed) != platform::kRegistrySuccess) {
-      throw CommandError{Outcome::kEnvironment,
-                         "cannot delete " + ForDisplay(removed) + " from the registry"};
-    }
-  }
-  registry_.Save();
-  return true;
 }
 
 }  // namespace corvessa::desk

@@ -1,6 +1,10 @@
 #include "system/charsets.h"
 
+#include <algorithm>
+#include <cwchar>
 #include <iconv.h>
+
+#include "posix/utf8_locale.h"
 
 namespace corvessa::system {
 namespace {
@@ -37,6 +41,15 @@ std::optional<std::string> Convert(std::string_view bytes, Charset from, Charset
   if (failed || in_left > 0) return std::nullopt;
   converted.resize(converted.size() - out_left);
   return converted;
+}
+
+int ColumnsOfCharacter(std::string_view character) {
+  if (character.size() == 1) return 1;
+  const posix::Utf8Locale utf8;
+  wchar_t wide = 0;
+  std::mbstate_t state{};
+  if (std::mbrtowc(&wide, character.data(), character.size(), &state) > character.size()) return 1;
+  return std::max(0, wcwidth(wide));
 }
 
 }  // namespace corvessa::system

@@ -135,6 +135,12 @@ File File::OpenStream(const fs::path& path) {
   return File(Open(path, O_RDONLY));
 }
 
+File File::StandardInput() {
+  File input(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0));
+  Check(static_cast<bool>(input));
+  return input;
+}
+
 File File::OpenForAppending(const fs::path& path) {
   File file(OpenOrdinary(path, O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW));
   Check(fchmod(Number(file.Native()), kPrivateFile) == 0);

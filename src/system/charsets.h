@@ -14,4 +14,8 @@ enum class Charset { kUtf8, kWindows1252, kLatin9, kIso2022Jp };
 /// cannot express them. UTF-8 to UTF-8 checks it.
 std::optional<std::string> Convert(std::string_view bytes, Charset from, Charset to);
 
+/// How many columns of a terminal a character in UTF-8 takes: two for a wide East Asian one, none
+/// for a combining mark.
+int ColumnsOfCharacter(std::string_view character);
+
 }  // namespace corvessa::system

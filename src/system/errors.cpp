@@ -14,6 +14,10 @@ std::string PathText(const std::filesystem::path& path) {
   return {text.begin(), text.end()};
 }
 
+std::filesystem::path PathOf(std::string_view text) {
+  return std::u8string(text.begin(), text.end());
+}
+
 long ErrorNumberOf(std::error_code code, long missing) {
   if (code == std::errc::no_such_file_or_directory) return missing;
   if (code == std::errc::not_a_directory) return kPathNotFound;

@@ -22,6 +22,8 @@ namespace corvessa::system {
 
 /// The path as UTF-8 text, for messages.
 std::string PathText(const std::filesystem::path& path);
+/// The path of a text in UTF-8.
+std::filesystem::path PathOf(std::string_view text);
 
 /// Identifies one state of a file. A file that was replaced has another number; size and time also
 /// catch one that was changed in place.
@@ -56,6 +58,8 @@ class File {
   static File OpenIfThere(const std::filesystem::path& path, Links links = Links::kFollow);
   /// Opens whatever the user has named, a pipe or device as well. May wait.
   static File OpenStream(const std::filesystem::path& path);
+  /// The program's standard input, be it a file, pipe or device.
+  static File StandardInput();
   /// Writes at the end; follows no link. Makes the file when it is missing, and in any case private
   /// to its owner.
   static File OpenForAppending(const std::filesystem::path& path);

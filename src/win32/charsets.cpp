@@ -109,4 +109,14 @@ std::optional<std::string> Convert(std::string_view bytes, Charset from, Charset
   return text ? FromUtf16(*text, to) : std::nullopt;
 }
 
+int ColumnsOfCharacter(std::string_view character) {
+  constexpr WORD kWide = C3_FULLWIDTH | C3_HIRAGANA | C3_IDEOGRAPH;
+  constexpr WORD kMark = C3_NONSPACING | C3_DIACRITIC | C3_VOWELMARK;
+  const auto units = win32::Utf16(character);
+  WORD kind = 0;
+  if (!units || units->size() != 1 || !GetStringTypeW(CT_CTYPE3, units->data(), 1, &kind)) return 1;
+  if ((kind & kWide) != 0) return 2;
+  return (kind & kMark) == C3_NONSPACING ? 0 : 1;
+}
+
 }  // namespace corvessa::system

@@ -126,6 +126,14 @@ File File::OpenStream(const fs::path& path) {
   return Own(win32::Open(win32::StreamPath(path), GENERIC_READ, OPEN_EXISTING));
 }
 
+File File::StandardInput() {
+  const HANDLE process = GetCurrentProcess();
+  HANDLE input = nullptr;
+  Check(DuplicateHandle(process, GetStdHandle(STD_INPUT_HANDLE), process, &input, 0, FALSE,
+                        DUPLICATE_SAME_ACCESS));
+  return Own(win32::Handle(input));
+}
+
 File File::OpenForAppending(const fs::path& path) {
   File file =
       OpenOrdinary(path, FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE | kAccessList,

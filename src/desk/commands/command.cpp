@@ -3,65 +3,77 @@
 #include <CLI/CLI.hpp>
 #include <ostream>
 #include <system_error>
-#include <unistd.h>
-#include <utility>
 
 #include "base/error.h"
-#include "base/text.h"
 #include "desk/desk_host.h"
+#include "desk/engine_setup.h"
 #include "desk/printing.h"
-#include "engine/engine.h"
-#include "posix/file_descriptor.h"
-#include "system/errors.h"
-#include "system/files.h"
 
 namespace corvessa::desk {
 
-Profile CommandContext::OpenProfile() const {
-  return Profile(profile_folder.empty() ? Profile::DefaultFolder() : profile_folder);
-}
+namespace {
 
-void CommandContext::Tell(std::string_view line) const {
-  terminal.ClearStatus();
-  messages << kProgram << ": " << ForDisplay(line) << std::endl;
-}
+class ProfileData final : public UserData {
+ public:
+  explicit ProfileData(const std::filesystem::path& folder) : profile_(folder) {}
 
-void CommandContext::TellKeyTrouble(const Profile& profile) const {
-  const std::string trouble = engine::FindKeyTrouble(profile.KeysFolder());
-  if (!trouble.empty()) Tell(WithoutFullStop(trouble));
-}
-
-void CommandContext::WriteJson(const nlohmann::json& report) {
-  out << JsonLine(report);
-  has_written_json = true;
-}
-
-Outcome CommandContext::FinalOutcome(Outcome outcome) {
-  const std::error_code failure = system::DiskFailure();
-  if (outcome != Outcome::kRefused || !failure) return outcome;
-  if (!std::exchange(has_reported_disk_failure, true)) {
-    Tell("the cause is a disk failure: " + failure.message());
+  platform::Registry& Registry() override { return profile_.Registry(); }
+  void SaveRegistry() override { profile_.Registry().Save(); }
+  std::filesystem::path KeysFolder() const override { return profile_.KeysFolder(); }
+  std::shared_ptr<engine::OpenPgpEngine> OpenEngine() override {
+    return desk::OpenEngine(profile_);
   }
-  return Outcome::kEnvironment;
+
+ private:
+  Profile profile_;
+};
+
+std::filesystem::path ProfileFolder(const DeskContext& context) {
+  return context.profile_folder.empty() ? Profile::DefaultFolder() : context.profile_folder;
 }
 
-void CommandContext::TellError(const CommandError& error) {
+}  // namespace
+
+std::unique_ptr<UserData> DeskContext::OpenUserData() const {
+  return std::make_unique<ProfileData>(ProfileFolder(*this));
+}
+
+Profile DeskContext::OpenProfile() const {
+  return Profile(ProfileFolder(*this));
+}
+
+void DeskContext::Tell(std::string_view line) const {
+  terminal.ClearStatus();
+  CommandContext::Tell(line);
+}
+
+void DeskContext::TellError(const CommandError& error) {
   Tell(error.message);
   if (!json || has_written_json) return;
   WriteJson({{"resultCode", static_cast<int>(error.outcome)}, {"error", error.message}});
   out.flush();
 }
 
-void AddMessageOptions(CLI::App& command, CommandContext& context, MessageOptions& options) {
+void DeskContext::ReadArguments() {
+  for (const std::string& argument : given_answers) answers.AddAnswer(argument);
+  CommandContext::ReadArguments();
+}
+
+void DeskContext::TellOfUnused() const {
+  for (const std::string& answer : answers.Unused()) Tell("unused answer: " + answer);
+}
+
+void DeskContext::WriteJson(const nlohmann::json& report) {
+  out << JsonLine(report);
+  has_written_json = true;
+}
+
+void AddMessageOptions(CLI::App& command, DeskContext& context, MessageOptions& options) {
   command.add_option("file", options.file, "the mail file; - for standard input")
       ->required()
       ->type_name("FILE");
   command.add_flag("--json", context.json, "write one JSON object instead of text");
   command.add_flag("--trace", options.trace, "write the add-in's trace to standard error");
-}
-
-void AddAddressOption(CLI::App& command, std::string& address) {
-  command.add_option("address", address, "the email address")->required()->type_name("ADDRESS");
 }
 
 void AddOutlookOption(CLI::App& command, int& version) {
@@ -70,13 +82,9 @@ void AddOutlookOption(CLI::App& command, int& version) {
       ->type_name("9|10|11");
 }
 
-void OnRun(CLI::App& command, CommandContext& context, std::function<Outcome()> run) {
-  command.callback([&context, run = std::move(run)] { context.run = run; });
-}
-
 namespace {
 
-void WriteErrorReport(CommandContext& context, DeskHost& host, const CommandError& error,
+void WriteErrorReport(DeskContext& context, DeskHost& host, const CommandError& error,
                       nlohmann::json json) {
   if (!context.json || context.has_written_json) return;
   json["resultCode"] = static_cast<int>(context.FinalOutcome(error.outcome));
@@ -87,30 +95,21 @@ void WriteErrorReport(CommandContext& context, DeskHost& host, const CommandErro
 
 }  // namespace
 
-Outcome ReportingErrors(CommandContext& context, DeskHost& host,
-                        const std::function<Outcome()>& run, const nlohmann::json& on_failure) {
+Outcome ReportingErrors(DeskContext& context, DeskHost& host, const std::function<Outcome()>& run,
+                        const nlohmann::json& on_failure) {
   try {
     const Outcome outcome = run();
-    context.TellKeyTrouble(host.UsedProfile());
+    context.TellKeyTrouble(host.UsedProfile().KeysFolder());
     return outcome;
   } catch (const CommandError& error) {
-    context.TellKeyTrouble(host.UsedProfile());
+    context.TellKeyTrouble(host.UsedProfile().KeysFolder());
     WriteErrorReport(context, host, error, on_failure);
     throw;
   } catch (const Error& error) {
-    context.TellKeyTrouble(host.UsedProfile());
+    context.TellKeyTrouble(host.UsedProfile().KeysFolder());
     WriteErrorReport(context, host, {Outcome::kEnvironment, WithoutFullStop(error.description)},
                      on_failure);
     throw;
-  }
-}
-
-std::string ReadWholeFile(const std::string& path) {
-  try {
-    if (path == "-") return posix::ReadAll(STDIN_FILENO);
-    return system::File::OpenStream(path).ReadAll();
-  } catch (const std::system_error& error) {
-    system::RaiseIoError(path, "cannot be read", error.code());
   }
 }
 

@@ -59,7 +59,7 @@ OpenResult ReadOpenMessage(DeskHost& host, const InspectorWindowPtr& window,
   return opened;
 }
 
-void Print(CommandContext& context, const OpenResult& opened, const ItemData& item) {
+void Print(DeskContext& context, const OpenResult& opened, const ItemData& item) {
   PrintMessage(context.out, item, opened.report, Terminal::OutputColumns());
   if (opened.original) {
     context.out << "\nOriginal message:\n" << ForDisplayLines(*opened.original) << "\n";
@@ -71,7 +71,7 @@ Outcome ResultOutcome(const OpenResult& opened, const mail::Mail& mail) {
   return std::max(opened.saving.outcome, failed ? Outcome::kRefused : Outcome::kDone);
 }
 
-void PrintJson(CommandContext& context, ReceivedMessage& message, const OpenResult& opened,
+void PrintJson(DeskContext& context, ReceivedMessage& message, const OpenResult& opened,
                Outcome outcome) {
   const Item& item = *message.Window()->ShownItem();
   nlohmann::json json;
@@ -87,7 +87,7 @@ void PrintJson(CommandContext& context, ReceivedMessage& message, const OpenResu
   context.WriteJson(json);
 }
 
-Outcome Open(CommandContext& context, const OpenOptions& options) {
+Outcome Open(DeskContext& context, const OpenOptions& options) {
   ReceivedMessage message(context, options.message);
   return ReportingErrors(context, message.Host(), [&] {
     const OpenResult opened = ReadOpenMessage(message.Host(), message.Window(), options);
@@ -106,7 +106,7 @@ Outcome Open(CommandContext& context, const OpenOptions& options) {
 
 }  // namespace
 
-void AddOpenCommand(CLI::App& app, CommandContext& context) {
+void AddOpenCommand(CLI::App& app, DeskContext& context) {
   const auto options = std::make_shared<OpenOptions>();
   auto* const open = app.add_subcommand("open", "open a received message and show it");
   AddMessageOptions(*open, context, options->message);

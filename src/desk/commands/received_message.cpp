@@ -3,11 +3,11 @@
 #include <algorithm>
 
 #include "base/text.h"
+#include "commands/account_store.h"
 #include "desk/mail/mail_io.h"
 #include "desk/mail_bridge.h"
 #include "desk/message_report.h"
 #include "desk/outlook/html_text.h"
-#include "desk/settings_store.h"
 
 namespace corvessa::desk {
 namespace {
@@ -22,8 +22,7 @@ bool HasLaterBlock(std::string_view text) {
   return false;
 }
 
-void TellOfPgpMime(const CommandContext& context,
-                   const std::vector<AttachmentDataPtr>& attachments) {
+void TellOfPgpMime(const DeskContext& context, const std::vector<AttachmentDataPtr>& attachments) {
   for (std::size_t i = 0; i < attachments.size(); ++i) {
     const std::string& type = attachments[i]->content_type;
     if (type == "application/pgp-encrypted" && i + 1 < attachments.size()) {
@@ -59,7 +58,7 @@ ItemPtr CreateResponse(OutlookModel& outlook, const ItemPtr& original, Response 
 
 }  // namespace
 
-mail::Mail LoadReceived(const CommandContext& context, const std::string& file) {
+mail::Mail LoadReceived(const DeskContext& context, const std::string& file) {
   mail::Mail mail = mail::LoadMail(file);
   if (mail.incomplete) context.Tell(file + " is truncated or damaged; showing what is there");
   return mail;
@@ -72,21 +71,20 @@ InspectorWindowPtr OpenReceived(DeskHost& host, const mail::Mail& mail) {
   return window;
 }
 
-Person FindOwner(const mail::Mail& received, const SettingsStore& settings) {
-  const auto accounts = settings.Accounts();
+Person FindOwner(const mail::Mail& received, const AccountStore& accounts) {
+  const auto secured = accounts.Accounts();
   for (const auto* list : {&received.to, &received.cc, &received.bcc}) {
     for (const mail::Mailbox& mailbox : *list) {
       const std::string address = LCase(mailbox.address);
-      const bool is_own = std::ranges::any_of(
-          accounts, [&](const auto& entry) { return entry.address == address; });
+      const bool is_own =
+          std::ranges::any_of(secured, [&](const auto& entry) { return entry.address == address; });
       if (is_own) return {mailbox.name, mailbox.address};
     }
   }
-  return {"", settings.MainAddress()};
+  return {"", accounts.MainAddress()};
 }
 
-void TellOfUnreadParts(const CommandContext& context, const Item& item,
-                       const MessageReport& report) {
+void TellOfUnreadParts(const DeskContext& context, const Item& item, const MessageReport& report) {
   if (report.shows_part) {
     context.Tell("more text follows the protected part; use --original to see it");
   }
@@ -98,12 +96,11 @@ void TellOfUnreadParts(const CommandContext& context, const Item& item,
   TellOfPgpMime(context, item.Data().attachments);
 }
 
-ReceivedMessage::ReceivedMessage(CommandContext& context, const MessageOptions& options)
+ReceivedMessage::ReceivedMessage(DeskContext& context, const MessageOptions& options)
     : mail_(LoadReceived(context, options.file)),
       profile_(context.OpenProfile()),
-      host_(
-          profile_, context.terminal, context.answers, context.messages,
-          {.owner = FindOwner(mail_, SettingsStore(profile_.Registry())), .trace = options.trace}),
+      host_(profile_, context.terminal, context.answers, context.messages,
+            {.owner = FindOwner(mail_, AccountStore(profile_.Registry())), .trace = options.trace}),
       window_(OpenReceived(host_, mail_)) {}
 
 void RefuseToQuote(const MessageReport& report) {

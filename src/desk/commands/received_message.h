@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "commands/account_store.h"
 #include "desk/commands/command.h"
 #include "desk/desk_host.h"
 #include "desk/mail/mail.h"
@@ -9,15 +10,14 @@
 /// A received message, opened in the mailbox of its recipient, and the replies to it.
 namespace corvessa::desk {
 
-class SettingsStore;
 struct MessageReport;
 
 /// Loads a mail file and tells the user if it is truncated.
-mail::Mail LoadReceived(const CommandContext& context, const std::string& file);
+mail::Mail LoadReceived(const DeskContext& context, const std::string& file);
 
 /// The recipient of the mail whose mailbox it lies in: the secured address it was sent to, else the
 /// address that signs, else the first; empty without secured addresses.
-Person FindOwner(const mail::Mail& received, const SettingsStore& settings);
+Person FindOwner(const mail::Mail& received, const AccountStore& accounts);
 
 /// Opens the mail in a window, as one operation. Throws CommandError (refused) if the add-in closes
 /// it.
@@ -25,13 +25,12 @@ InspectorWindowPtr OpenReceived(DeskHost& host, const mail::Mail& mail);
 
 /// Tells the user what the add-in does not read of the open message: text outside the protected
 /// part, a protected part below other text, PGP/MIME.
-void TellOfUnreadParts(const CommandContext& context, const Item& item,
-                       const MessageReport& report);
+void TellOfUnreadParts(const DeskContext& context, const Item& item, const MessageReport& report);
 
 /// The message that a command works on, open while this lives.
 class ReceivedMessage {
  public:
-  ReceivedMessage(CommandContext& context, const MessageOptions& options);
+  ReceivedMessage(DeskContext& context, const MessageOptions& options);
   ReceivedMessage(const ReceivedMessage&) = delete;
   ReceivedMessage& operator=(const ReceivedMessage&) = delete;
 

@@ -20,7 +20,7 @@ struct ResponseOptions {
   bool to_all = false;
 };
 
-void WriteDraft(CommandContext& context, const ResponseOptions& options, DeskHost& host,
+void WriteDraft(DeskContext& context, const ResponseOptions& options, DeskHost& host,
                 const MessageReport& report, const mail::Mail& draft) {
   if (!options.out_file.empty()) {
     mail::WriteMail(draft, options.out_file, mail::MailPurpose::kDraft);
@@ -43,7 +43,7 @@ void WriteDraft(CommandContext& context, const ResponseOptions& options, DeskHos
   }
 }
 
-Outcome Run(CommandContext& context, const ResponseOptions& options, Response response) {
+Outcome Run(DeskContext& context, const ResponseOptions& options, Response response) {
   RefuseToReplace(options.out_file, {options.message.file, options.text_file});
   const std::string text =
       options.text_file.empty() ? std::string() : ReadWholeFile(options.text_file);
@@ -59,7 +59,7 @@ Outcome Run(CommandContext& context, const ResponseOptions& options, Response re
   });
 }
 
-CLI::App* AddCommand(CLI::App& app, CommandContext& context, const char* name, const char* help,
+CLI::App* AddCommand(CLI::App& app, DeskContext& context, const char* name, const char* help,
                      const std::shared_ptr<ResponseOptions>& options, Response response) {
   auto* const command = app.add_subcommand(name, help);
   AddMessageOptions(*command, context, options->message);
@@ -79,7 +79,7 @@ CLI::App* AddCommand(CLI::App& app, CommandContext& context, const char* name, c
 
 }  // namespace
 
-void AddResponseCommands(CLI::App& app, CommandContext& context) {
+void AddResponseCommands(CLI::App& app, DeskContext& context) {
   const auto reply = std::make_shared<ResponseOptions>();
   AddCommand(app, context, "reply", "write the draft of a reply", reply, Response::kReply)
       ->add_flag("--all", reply->to_all, "reply to all recipients");

@@ -4,13 +4,13 @@
 #include <ostream>
 
 #include "base/text.h"
+#include "commands/account_store.h"
 #include "desk/commands/command.h"
 #include "desk/commands/received_message.h"
 #include "desk/desk_host.h"
 #include "desk/mail/mail_io.h"
 #include "desk/printing.h"
 #include "desk/sending.h"
-#include "desk/settings_store.h"
 
 namespace corvessa::desk {
 namespace {
@@ -23,9 +23,9 @@ struct SendOptions {
 };
 
 /// The author of the draft, else the owner of the profile. Throws CommandError without either.
-Person FindSender(const mail::Mail& draft, const SettingsStore& settings) {
+Person FindSender(const mail::Mail& draft, const AccountStore& accounts) {
   if (!draft.from.address.empty()) return {draft.from.name, draft.from.address};
-  const std::string owner = settings.MainAddress();
+  const std::string owner = accounts.MainAddress();
   if (owner.empty()) {
     throw CommandError{Outcome::kWrongUse, "the draft has no From line, and no address is secured"};
   }
@@ -40,7 +40,7 @@ nlohmann::json ListAddresses(const mail::Mail& mail) {
   return addresses;
 }
 
-void PrintJson(CommandContext& context, DeskHost& host, const SendOptions& options,
+void PrintJson(DeskContext& context, DeskHost& host, const SendOptions& options,
                const SentMail& sent) {
   nlohmann::json json;
   json["sent"] = true;
@@ -57,13 +57,13 @@ void PrintJson(CommandContext& context, DeskHost& host, const SendOptions& optio
   context.WriteJson(json);
 }
 
-void Print(CommandContext& context, const SendOptions& options, const SentMail& sent) {
+void Print(DeskContext& context, const SendOptions& options, const SentMail& sent) {
   if (const std::string text = BlindCopyText(sent); !text.empty()) context.Tell(text);
   if (options.out_file.empty()) return;
   context.out << "Sent " << ProtectionText(sent) << ": " << ForDisplay(options.out_file) << "\n";
 }
 
-void Deliver(CommandContext& context, const SendOptions& options, const mail::Mail& mail) {
+void Deliver(DeskContext& context, const SendOptions& options, const mail::Mail& mail) {
   if (!options.out_file.empty()) {
     mail::WriteMail(mail, options.out_file, mail::MailPurpose::kTravel);
   } else if (!context.json) {
@@ -74,7 +74,7 @@ void Deliver(CommandContext& context, const SendOptions& options, const mail::Ma
   }
 }
 
-Outcome Send(CommandContext& context, const SendOptions& options) {
+Outcome Send(DeskContext& context, const SendOptions& options) {
   const mail::Mail draft = mail::LoadMail(options.message.file);
   if (draft.incomplete) {
     throw CommandError{Outcome::kEnvironment,
@@ -82,7 +82,7 @@ Outcome Send(CommandContext& context, const SendOptions& options) {
   }
   RefuseToReplace(options.out_file, {options.message.file});
   Profile profile = context.OpenProfile();
-  const Person sender = FindSender(draft, SettingsStore(profile.Registry()));
+  const Person sender = FindSender(draft, AccountStore(profile.Registry()));
   AnswerExternalForm(options.choices, context.answers);
   DeskHost host(
       profile, context.terminal, context.answers, context.messages,
@@ -107,7 +107,7 @@ Outcome Send(CommandContext& context, const SendOptions& options) {
 
 }  // namespace
 
-void AddSendCommand(CLI::App& app, CommandContext& context) {
+void AddSendCommand(CLI::App& app, DeskContext& context) {
   const auto options = std::make_shared<SendOptions>();
   auto* const send = app.add_subcommand("send", "compose a draft in a window and send it");
   AddMessageOptions(*send, context, options->message);

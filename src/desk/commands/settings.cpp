@@ -12,7 +12,7 @@
 namespace corvessa::desk {
 namespace {
 
-Outcome Get(CommandContext& context, const std::string& name) {
+Outcome Get(DeskContext& context, const std::string& name) {
   Profile profile = context.OpenProfile();
   const SettingsStore settings(profile.Registry());
   if (!name.empty()) {
@@ -25,7 +25,7 @@ Outcome Get(CommandContext& context, const std::string& name) {
   return Outcome::kDone;
 }
 
-Outcome Set(CommandContext& context, const std::string& name, const std::string& value) {
+Outcome Set(DeskContext& context, const std::string& name, const std::string& value) {
   Profile profile = context.OpenProfile();
   SettingsStore settings(profile.Registry());
   const std::string earlier = settings.Get(name);
@@ -41,7 +41,7 @@ Outcome Set(CommandContext& context, const std::string& name, const std::string&
   return Outcome::kDone;
 }
 
-Outcome RunSettings(CommandContext& context) {
+Outcome RunSettings(DeskContext& context) {
   Profile profile = context.OpenProfile();
   DeskHost host(profile, context.terminal, context.answers, context.messages);
   host.RunSettings();
@@ -51,7 +51,7 @@ Outcome RunSettings(CommandContext& context) {
 
 }  // namespace
 
-void AddSettingsCommands(CLI::App& app, CommandContext& context) {
+void AddSettingsCommands(CLI::App& app, DeskContext& context) {
   struct Options {
     std::string name;
     std::string value;

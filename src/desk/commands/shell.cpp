@@ -4,11 +4,11 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "commands/account_store.h"
 #include "desk/commands/command.h"
 #include "desk/commands/received_message.h"
 #include "desk/commands/shell_session.h"
 #include "desk/desk_host.h"
-#include "desk/settings_store.h"
 #include "desk/terminal/line_reader.h"
 
 namespace corvessa::desk {
@@ -20,7 +20,7 @@ struct ShellOptions {
 };
 
 /// Runs one line and reports its errors; the session continues after them.
-Outcome ExecuteLine(CommandContext& context, ShellSession& session, const std::string& line) {
+Outcome ExecuteLine(DeskContext& context, ShellSession& session, const std::string& line) {
   Outcome outcome = Outcome::kDone;
   try {
     outcome = session.Execute(line);
@@ -37,9 +37,9 @@ Outcome ExecuteLine(CommandContext& context, ShellSession& session, const std::s
 }
 
 /// A person has seen what failed; a script gets the first failure as the exit code.
-Outcome RunShell(CommandContext& context, const ShellOptions& options) {
+Outcome RunShell(DeskContext& context, const ShellOptions& options) {
   Profile profile = context.OpenProfile();
-  const Person owner = FindOwner({}, SettingsStore(profile.Registry()));
+  const Person owner = FindOwner({}, AccountStore(profile.Registry()));
   DeskHost host(profile, context.terminal, context.answers, context.messages,
                 {.outlook_version = options.outlook, .owner = owner, .trace = options.trace});
   ShellSession session(context, host);
@@ -56,7 +56,7 @@ Outcome RunShell(CommandContext& context, const ShellOptions& options) {
 
 }  // namespace
 
-void AddShellCommand(CLI::App& app, CommandContext& context) {
+void AddShellCommand(CLI::App& app, DeskContext& context) {
   const auto options = std::make_shared<ShellOptions>();
   auto* const shell = app.add_subcommand("shell", "run an interactive session");
   shell->add_flag("--trace", options->trace,

@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "base/text.h"
+#include "commands/columns.h"
 #include "desk/attachment_saving.h"
 #include "desk/commands/command.h"
 #include "desk/commands/received_message.h"
@@ -62,8 +63,7 @@ bool IsDraft(const Item& item) {
 
 }  // namespace
 
-ShellSession::ShellSession(CommandContext& context, DeskHost& host)
-    : context_(context), host_(host) {}
+ShellSession::ShellSession(DeskContext& context, DeskHost& host) : context_(context), host_(host) {}
 
 const std::vector<ShellSession::Command>& ShellSession::Commands() {
   static const std::vector<Command> commands = {

@@ -15,7 +15,7 @@ namespace corvessa::desk {
 /// the front window.
 class ShellSession {
  public:
-  ShellSession(CommandContext& context, DeskHost& host);
+  ShellSession(DeskContext& context, DeskHost& host);
 
   /// Executes one line. Throws CommandError or Error if it fails; returns kRefused if it showed a
   /// message that could not be decrypted or has a bad signature.
@@ -56,7 +56,7 @@ class ShellSession {
   void PrintOpen(const InspectorWindowPtr& window);
   InspectorWindowPtr Front() const;
 
-  CommandContext& context_;
+  DeskContext& context_;
   DeskHost& host_;
   /// The mail file of each draft opened with "compose".
   std::map<ItemPtr, mail::Mail> composed_;

@@ -2,14 +2,11 @@
 
 #include <deque>
 #include <map>
-#include <optional>
-#include <set>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
-#include "base/secret_string.h"
+#include "commands/passphrases.h"
 
 namespace corvessa {
 class Form;
@@ -18,14 +15,8 @@ class Form;
 /// Answers given on the command line: passphrases by address, and controls to press by form.
 namespace corvessa::desk {
 
-class Answers {
+class Answers : public Passphrases {
  public:
-  /// "ADDRESS=FILE": the first line of the file is the passphrase. Reads it at once and only once,
-  /// so that a pipe will do. Throws Error with a line for the user: 5 for a malformed argument or a
-  /// file without a passphrase, the file's own error if it cannot be read.
-  void AddPassphrase(std::string_view argument);
-  /// Addresses are compared trimmed and in lower case.
-  void SetPassphrase(std::string_view address, std::string_view passphrase);
   /// "FORM=CONTROL". Answers for one form are used in the order given, each once: consent meant for
   /// one question must not answer the next. Throws Error 5 for a malformed argument.
   void AddAnswer(std::string_view argument);
@@ -41,25 +32,13 @@ class Answers {
   /// command.
   std::vector<std::string> Unused() const;
 
-  /// Begins a new operation, in which every passphrase may be tried again.
-  void BeginRound();
-  /// The offered address whose passphrase to try next: the first one not tried in this round, else
-  /// the first one not tried at this prompt, so that a wrong passphrase is not tried forever.
-  /// Nothing if none is left.
-  std::optional<std::string> ChooseAddress(const std::vector<std::string>& offered,
-                                           std::string_view prompt) const;
-  /// The passphrase of an address from ChooseAddress, which then counts as tried.
-  const SecretString& UsePassphrase(std::string_view address, std::string_view prompt);
-
  private:
   struct Given {
     std::string control;
     bool by_user;
   };
 
-  std::map<std::string, SecretString> passphrases_;
   std::map<std::string, std::deque<Given>, std::less<>> controls_;
-  std::set<std::pair<std::string, std::string>> tried_;
 };
 
 /// The control of an answer. The text behind its colon is never shown: it may be a passphrase. The

@@ -1,8 +1,8 @@
 #include <algorithm>
 
 #include "base/text.h"
+#include "commands/columns.h"
 #include "desk/terminal/choices.h"
-#include "desk/terminal/columns.h"
 #include "desk/terminal/form_drawing.h"
 #include "ui/controls.h"
 #include "ui/list_controls.h"

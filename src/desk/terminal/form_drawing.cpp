@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "base/text.h"
+#include "commands/columns.h"
 #include "desk/terminal/choices.h"
-#include "desk/terminal/columns.h"
 #include "ui/controls.h"
 #include "ui/form.h"
 #include "ui/list_controls.h"

@@ -6,8 +6,9 @@
 #include <histedit.h>
 
 #include "base/text.h"
-#include "desk/terminal/columns.h"
+#include "commands/columns.h"
 #include "desk/terminal/terminal.h"
+#include "posix/utf8_locale.h"
 
 namespace corvessa::desk {
 namespace {
@@ -55,7 +56,7 @@ LineReader::Editor::Editor(Terminal& terminal, const std::string& program)
       input_(OpenAgain(terminal.Input(), "r")),
       output_(OpenAgain(terminal.Output(), "w")) {
   if (!input_ || !output_) return;
-  const Utf8Locale utf8;
+  const posix::Utf8Locale utf8;
   editor_ = el_init(program.c_str(), input_.get(), output_.get(), output_.get());
   history_ = history_init();
   if (!IsUsable()) return;
@@ -96,7 +97,7 @@ int LineReader::Editor::ReadCharacter(EditLine* editor, wchar_t* character) {
 }
 
 std::optional<std::string> LineReader::Editor::Read(const std::string& prompt) {
-  const Utf8Locale utf8;
+  const posix::Utf8Locale utf8;
   prompt_ = prompt;
   terminal_.ClearStatus();
   const Terminal::Question question(terminal_);

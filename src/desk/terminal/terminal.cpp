@@ -7,8 +7,7 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include "desk/terminal/columns.h"
-#include "desk/terminal/secret_line.h"
+#include "commands/columns.h"
 
 namespace corvessa::desk {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "base/secret_string.h"
+#include "commands/passphrases.h"
 #include "desk/terminal/signals.h"
 
 namespace corvessa::desk {
@@ -20,10 +20,8 @@ inline constexpr std::string_view kProgram = "corvessa-desk";
 ///
 /// A caught signal (CaughtSignals) ends the input: the keyboard's interrupt only for the current
 /// question, the others for good.
-class Terminal {
+class Terminal final : public SecretPrompt {
  public:
-  enum class SecretResult { kRead, kTooLong, kAborted };
-
   /// While one lives, the user is being asked something and no status line is drawn. May be nested.
   class Question {
    public:
@@ -42,7 +40,7 @@ class Terminal {
   /// there if both are terminals.
   static Terminal Standard();
 
-  bool IsThere() const { return is_there_; }
+  bool IsThere() const override { return is_there_; }
   int Input() const { return input_; }
   int Output() const { return output_; }
   /// The width of the window; 80 if unknown.
@@ -58,9 +56,8 @@ class Terminal {
 
   /// Without the line break; nothing at the end of the input.
   std::optional<std::string> ReadLine(std::string_view prompt);
-  /// Reads a line without echo, at most 4,000 bytes; aborted by the end of the input. Asks again
-  /// after the process was stopped.
-  SecretResult ReadSecret(std::string_view prompt, SecretString& secret);
+  /// Asks again after the process was stopped.
+  SecretResult ReadSecret(std::string_view prompt, SecretString& secret) override;
   /// Waits for a byte; -1 at the end of the input.
   int ReadByte();
 

@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "base/text.h"
+#include "commands/columns.h"
 #include "desk/terminal/answers.h"
-#include "desk/terminal/columns.h"
 #include "desk/terminal/form_drawing.h"
 #include "desk/terminal/terminal.h"
 #include "ui/controls.h"

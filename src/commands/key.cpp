@@ -1,7 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <ctime>
-#include <filesystem>
+#include <chrono>
+#include <cstdio>
 #include <memory>
 #include <optional>
 #include <ostream>
@@ -12,12 +12,10 @@
 #include "base/error.h"
 #include "base/secret_string.h"
 #include "base/text.h"
-#include "desk/commands/command.h"
-#include "desk/engine_setup.h"
-#include "desk/printing.h"
-#include "desk/settings_store.h"
+#include "commands/columns.h"
+#include "commands/command_context.h"
 
-namespace corvessa::desk {
+namespace corvessa {
 namespace {
 
 struct KeyOptions {
@@ -29,7 +27,7 @@ struct KeyOptions {
 };
 
 SecretString ReadPassphrase(const std::string& file) {
-  Answers from_file;
+  Passphrases from_file;
   try {
     from_file.AddPassphrase("new=" + file);
   } catch (const Error& error) {
@@ -40,14 +38,14 @@ SecretString ReadPassphrase(const std::string& file) {
   return from_file.UsePassphrase("new", "");
 }
 
-SecretString AskPassphrase(Terminal& terminal, const std::string& prompt) {
+SecretString AskPassphrase(SecretPrompt& user, const std::string& prompt) {
   SecretString typed;
-  switch (terminal.ReadSecret(prompt, typed)) {
-    case Terminal::SecretResult::kRead:
+  switch (user.ReadSecret(prompt, typed)) {
+    case SecretPrompt::SecretResult::kRead:
       return typed;
-    case Terminal::SecretResult::kTooLong:
+    case SecretPrompt::SecretResult::kTooLong:
       throw CommandError{Outcome::kWrongUse, "the passphrase is too long"};
-    case Terminal::SecretResult::kAborted:
+    case SecretPrompt::SecretResult::kAborted:
       break;
   }
   throw CommandError{Outcome::kRefused, "no passphrase given; no key was made"};
@@ -55,19 +53,19 @@ SecretString AskPassphrase(Terminal& terminal, const std::string& prompt) {
 
 /// The passphrase for a new key: from the first line of `file` if one is named, from --passphrase,
 /// or typed twice at the terminal.
-SecretString ChoosePassphrase(std::string_view address, const std::string& file, Answers& answers,
-                              Terminal& terminal) {
+SecretString ChoosePassphrase(std::string_view address, const std::string& file, Passphrases& given,
+                              SecretPrompt& user) {
   if (!file.empty()) return ReadPassphrase(file);
-  if (const auto known = answers.ChooseAddress({std::string(address)}, "")) {
-    return answers.UsePassphrase(*known, "");
+  if (const auto known = given.ChooseAddress({std::string(address)}, "")) {
+    return given.UsePassphrase(*known, "");
   }
-  if (!terminal.IsThere()) {
+  if (!user.IsThere()) {
     throw CommandError{Outcome::kWrongUse,
                        "no terminal to ask for a passphrase; use --passphrase-file"};
   }
-  SecretString first = AskPassphrase(terminal, "Passphrase for the new key: ");
+  SecretString first = AskPassphrase(user, "Passphrase for the new key: ");
   if (first.IsEmpty()) throw CommandError{Outcome::kRefused, "empty passphrase; no key was made"};
-  const SecretString second = AskPassphrase(terminal, "Repeat the passphrase: ");
+  const SecretString second = AskPassphrase(user, "Repeat the passphrase: ");
   if (first.View() != second.View()) {
     throw CommandError{Outcome::kRefused, "the passphrases differ; no key was made"};
   }
@@ -77,14 +75,14 @@ SecretString ChoosePassphrase(std::string_view address, const std::string& file,
 /// The passphrase of an existing key: from --passphrase for one of its addresses, or typed at the
 /// terminal. Nothing without either.
 std::optional<SecretString> FindPassphrase(const std::vector<std::string>& addresses,
-                                           const std::string& prompt, Answers& answers,
-                                           Terminal& terminal) {
-  if (const auto known = answers.ChooseAddress(addresses, prompt)) {
-    return answers.UsePassphrase(*known, prompt);
+                                           const std::string& prompt, Passphrases& given,
+                                           SecretPrompt& user) {
+  if (const auto known = given.ChooseAddress(addresses, prompt)) {
+    return given.UsePassphrase(*known, prompt);
   }
   SecretString typed;
   const bool read =
-      terminal.IsThere() && terminal.ReadSecret(prompt, typed) == Terminal::SecretResult::kRead;
+      user.IsThere() && user.ReadSecret(prompt, typed) == SecretPrompt::SecretResult::kRead;
   return read ? std::optional(typed) : std::nullopt;
 }
 
@@ -104,11 +102,12 @@ void Check(platform::EngineStatus status, platform::IEngine& engine) {
 }
 
 std::string FormatDate(std::int64_t seconds) {
-  const std::time_t time = seconds;
-  std::tm utc{};
-  gmtime_r(&time, &utc);
-  char text[16];
-  return {text, std::strftime(text, sizeof text, "%Y-%m-%d", &utc)};
+  using namespace std::chrono;
+  const year_month_day date(floor<days>(sys_seconds(std::chrono::seconds(seconds))));
+  char text[32];
+  const int size = std::snprintf(text, sizeof text, "%04d-%02u-%02u", int{date.year()},
+                                 unsigned{date.month()}, unsigned{date.day()});
+  return {text, static_cast<std::size_t>(size)};
 }
 
 std::string DescribeValidity(const engine::KeyInfo& key) {
@@ -119,12 +118,13 @@ std::string DescribeValidity(const engine::KeyInfo& key) {
   return key.encrypts ? validity : validity + ", cannot encrypt";
 }
 
-void Print(std::ostream& out, const engine::KeyInfo& key) {
+void Print(const CommandContext& context, const engine::KeyInfo& key) {
+  std::ostream& out = context.out;
   out << key.fingerprint << "  " << (key.secret ? "own" : "public")
       << (key.open ? ", without passphrase" : "") << "  " << key.algorithm << "  "
       << FormatDate(key.created) << "  " << DescribeValidity(key) << "\n";
   for (const std::string& user : key.user_ids) {
-    PrintField(out, "    ", FieldText(user), Terminal::OutputColumns(), 6);
+    PrintField(out, "    ", FieldText(user), context.OutputColumns(), 6);
   }
 }
 
@@ -142,13 +142,13 @@ void TellOfOlderKeys(const CommandContext& context, engine::OpenPgpEngine& engin
 }
 
 Outcome Generate(CommandContext& context, const KeyOptions& options) {
-  Profile profile = context.OpenProfile();
-  const auto engine = OpenEngine(profile);
-  const SecretString passphrase =
-      ChoosePassphrase(options.address, options.passphrase_file, context.answers, context.terminal);
+  const auto data = context.OpenUserData();
+  const auto engine = data->OpenEngine();
+  const SecretString passphrase = ChoosePassphrase(options.address, options.passphrase_file,
+                                                   context.passphrases, context.prompt);
   engine::KeyInfo made;
   Check(engine->GenerateKey(options.name, options.address, passphrase.View(), made), *engine);
-  Print(context.out, made);
+  Print(context, made);
   TellOfOlderKeys(context, *engine, made);
   return Outcome::kDone;
 }
@@ -186,7 +186,7 @@ void ImportFile(CommandContext& context, engine::OpenPgpEngine& engine, const st
   const auto ask = [&](const std::string& fingerprint, const std::vector<std::string>& addresses) {
     auto passphrase =
         FindPassphrase(addresses, "Passphrase of the secret key " + fingerprint + ": ",
-                       context.answers, context.terminal);
+                       context.passphrases, context.prompt);
     lacks_passphrase = !passphrase;
     return passphrase;
   };
@@ -194,7 +194,7 @@ void ImportFile(CommandContext& context, engine::OpenPgpEngine& engine, const st
   const auto status = engine.ImportKeys(content, ask, imported);
   const std::string reason = file + ": " + WithoutFullStop(engine.GetEngineLastError());
   for (const engine::KeyInfo& key : imported) {
-    Print(context.out, key);
+    Print(context, key);
     if (!key.open) continue;
     context.Tell("the secret key " + key.fingerprint +
                  " has no passphrase: anyone who can read the profile can use it. The add-in still "
@@ -211,8 +211,8 @@ void ImportFile(CommandContext& context, engine::OpenPgpEngine& engine, const st
 Outcome Import(CommandContext& context, const KeyOptions& options) {
   std::vector<std::string> contents;
   for (const std::string& file : options.files) contents.push_back(ReadWholeFile(file));
-  Profile profile = context.OpenProfile();
-  const auto engine = OpenEngine(profile);
+  const auto data = context.OpenUserData();
+  const auto engine = data->OpenEngine();
   for (std::size_t i = 0; i < contents.size(); ++i) {
     ImportFile(context, *engine, options.files[i], contents[i]);
   }
@@ -220,8 +220,8 @@ Outcome Import(CommandContext& context, const KeyOptions& options) {
 }
 
 Outcome Export(CommandContext& context, const KeyOptions& options) {
-  Profile profile = context.OpenProfile();
-  const auto engine = OpenEngine(profile);
+  const auto data = context.OpenUserData();
+  const auto engine = data->OpenEngine();
   std::string armoured;
   Check(options.secret ? engine->ExportSecretKeys(options.address, armoured)
                        : engine->ExportPublicKeys(options.address, armoured),
@@ -231,22 +231,22 @@ Outcome Export(CommandContext& context, const KeyOptions& options) {
 }
 
 Outcome List(CommandContext& context) {
-  Profile profile = context.OpenProfile();
-  const auto engine = OpenEngine(profile);
+  const auto data = context.OpenUserData();
+  const auto engine = data->OpenEngine();
   std::vector<engine::KeyInfo> keys;
   Check(engine->ListKeys(keys), *engine);
-  for (const engine::KeyInfo& key : keys) Print(context.out, key);
-  context.TellKeyTrouble(profile);
+  for (const engine::KeyInfo& key : keys) Print(context, key);
+  context.TellKeyTrouble(data->KeysFolder());
   return Outcome::kDone;
 }
 
 Outcome Publish(CommandContext& context, const KeyOptions& options) {
-  Profile profile = context.OpenProfile();
-  if (SettingsStore(profile.Registry()).Get("EngineUpdateServer").empty()) {
+  const auto data = context.OpenUserData();
+  if (EditionText(data->Registry(), "EngineUpdateServer").empty()) {
     throw CommandError{Outcome::kRefused,
                        "no key server is configured for publishing; set EngineUpdateServer"};
   }
-  const auto engine = OpenEngine(profile);
+  const auto engine = data->OpenEngine();
   Check(engine->PublishKeys(options.address), *engine);
   context.out << "The public key of " << ForDisplay(options.address) << " was published.\n";
   return Outcome::kDone;
@@ -287,4 +287,4 @@ void AddKeyCommands(CLI::App& app, CommandContext& context) {
       add("publish", "publish the public keys of an own address on the key servers", Publish));
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa

@@ -1,34 +1,31 @@
-#include "desk/terminal/columns.h"
+#include "commands/columns.h"
 
 #include <algorithm>
-#include <cwchar>
+#include <ostream>
 
 #include "base/text.h"
+#include "system/charsets.h"
 
-namespace corvessa::desk {
+namespace corvessa {
 namespace {
 
-locale_t Utf8() {
-  static const locale_t locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-  return locale;
-}
+constexpr int kMostColumns = 200;
 
-/// Call it inside a Utf8Locale.
-int ColumnsOfCharacter(std::string_view character) {
-  if (character.size() == 1) return 1;
-  wchar_t wide = 0;
-  std::mbstate_t state{};
-  if (std::mbrtowc(&wide, character.data(), character.size(), &state) > character.size()) return 1;
-  return std::max(0, wcwidth(wide));
+/// Unicode blanks, and the empty Braille pattern, which looks like one.
+constexpr std::string_view kBlanks[] = {"\u00A0", "\u1680", "\u2000", "\u2001", "\u2002", "\u2003",
+                                        "\u2004", "\u2005", "\u2006", "\u2007", "\u2008", "\u2009",
+                                        "\u200A", "\u202F", "\u205F", "\u3000", "\u2800"};
+
+bool AreBlanks(char one, char other) {
+  return one == ' ' && other == ' ';
 }
 
 /// The number of bytes that fit, in whole characters.
 std::size_t FittingBytes(std::string_view text, int columns) {
-  const Utf8Locale utf8;
   std::size_t bytes = 0;
   while (bytes < text.size()) {
     const std::string_view character = Left(text.substr(bytes), 1);
-    columns -= ColumnsOfCharacter(character);
+    columns -= system::ColumnsOfCharacter(character);
     if (columns < 0) break;
     bytes += character.size();
   }
@@ -51,19 +48,11 @@ void WrapLine(std::string_view line, int columns, std::vector<std::string>& line
 
 }  // namespace
 
-// A null locale, on a system without C.UTF-8, changes nothing.
-Utf8Locale::Utf8Locale() : earlier_(uselocale(Utf8())) {}
-
-Utf8Locale::~Utf8Locale() {
-  uselocale(earlier_);
-}
-
 int ColumnsOf(std::string_view text) {
-  const Utf8Locale utf8;
   int columns = 0;
   while (!text.empty()) {
     const std::string_view character = Left(text, 1);
-    columns += ColumnsOfCharacter(character);
+    columns += system::ColumnsOfCharacter(character);
     text.remove_prefix(character.size());
   }
   return columns;
@@ -90,4 +79,20 @@ std::string CutToColumns(std::string_view text, int columns) {
   return std::string(text.substr(0, FittingBytes(text, columns - 1))) + "…";
 }
 
-}  // namespace corvessa::desk
+std::string FieldText(std::string_view text) {
+  std::string line = Replace(ForDisplayLines(text), "\n", " ");
+  for (const std::string_view blank : kBlanks) line = Replace(line, blank, " ");
+  line.erase(std::unique(line.begin(), line.end(), AreBlanks), line.end());
+  return CutToColumns(Trim(line), kMostColumns);
+}
+
+void PrintField(std::ostream& out, std::string_view label, std::string_view text, int columns,
+                std::size_t indent) {
+  std::string before(label);
+  for (const std::string& line : WrapToColumns(text, columns - static_cast<int>(indent))) {
+    out << before << line << "\n";
+    before.assign(indent, ' ');
+  }
+}
+
+}  // namespace corvessa

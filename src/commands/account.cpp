@@ -5,28 +5,28 @@
 #include <vector>
 
 #include "base/text.h"
-#include "desk/commands/command.h"
-#include "desk/engine_setup.h"
-#include "desk/settings_store.h"
+#include "commands/account_store.h"
+#include "commands/command_context.h"
 
-namespace corvessa::desk {
+namespace corvessa {
 namespace {
 
 /// Otherwise the user would learn of it only when a message is to be signed or read.
-void TellOfMissingKey(const CommandContext& context, Profile& profile, const std::string& address) {
+void TellOfMissingKey(const CommandContext& context, UserData& data, const std::string& address) {
   std::vector<engine::KeyInfo> keys;
-  OpenEngine(profile)->FindKeys(address, keys);
+  data.OpenEngine()->FindKeys(address, keys);
   if (std::ranges::any_of(keys, &engine::KeyInfo::secret)) return;
   context.Tell("no own key for " + address + " yet; create one with \"key generate " + address +
                "\"");
 }
 
 Outcome Add(CommandContext& context, const std::string& address, bool signs) {
-  Profile profile = context.OpenProfile();
-  const std::string normal = SettingsStore::AccountAddress(address);
-  SettingsStore settings(profile.Registry());
-  const auto before = settings.Accounts();
-  if (settings.AddAccount(normal, signs)) {
+  const auto data = context.OpenUserData();
+  const std::string normal = AccountStore::AccountAddress(address);
+  AccountStore accounts(data->Registry());
+  const auto before = accounts.Accounts();
+  if (accounts.AddAccount(normal, signs)) {
+    data->SaveRegistry();
     context.out << ForDisplay(normal) << (signs ? " is secured and signs.\n" : " is secured.\n");
     for (const AccountEntry& entry : before) {
       if (!signs || !entry.signs || entry.address == normal) continue;
@@ -35,23 +35,24 @@ Outcome Add(CommandContext& context, const std::string& address, bool signs) {
   } else {
     context.out << ForDisplay(normal) << " is already secured.\n";
   }
-  TellOfMissingKey(context, profile, normal);
+  TellOfMissingKey(context, *data, normal);
   return Outcome::kDone;
 }
 
 Outcome Remove(CommandContext& context, const std::string& address) {
-  Profile profile = context.OpenProfile();
-  if (!SettingsStore(profile.Registry()).RemoveAccount(address)) {
+  const auto data = context.OpenUserData();
+  if (!AccountStore(data->Registry()).RemoveAccount(address)) {
     throw CommandError{Outcome::kRefused,
                        address + " is not a secured address; see \"account list\""};
   }
+  data->SaveRegistry();
   context.out << ForDisplay(address) << " was removed; its keys remain.\n";
   return Outcome::kDone;
 }
 
 Outcome List(CommandContext& context) {
-  Profile profile = context.OpenProfile();
-  for (const AccountEntry& entry : SettingsStore(profile.Registry()).Accounts()) {
+  const auto data = context.OpenUserData();
+  for (const AccountEntry& entry : AccountStore(data->Registry()).Accounts()) {
     context.out << ForDisplay(entry.address) << (entry.signs ? "  signs\n" : "\n");
   }
   return Outcome::kDone;
@@ -80,4 +81,4 @@ void AddAccountCommands(CLI::App& app, CommandContext& context) {
         [&context] { return List(context); });
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa

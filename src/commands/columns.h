@@ -1,6 +1,7 @@
 #pragma once
 
-#include <clocale>
+#include <cstddef>
+#include <iosfwd>
 #include <limits>
 #include <string>
 #include <string_view>
@@ -8,7 +9,7 @@
 
 /// Text measured in terminal columns. The caller has passed it through ForDisplay or
 /// ForDisplayLines.
-namespace corvessa::desk {
+namespace corvessa {
 
 /// The width without a window.
 inline constexpr int kUnlimitedColumns = std::numeric_limits<int>::max();
@@ -26,17 +27,12 @@ std::string PadToColumns(std::string text, int columns);
 /// Shortens a text that does not fit, with "…" at its end.
 std::string CutToColumns(std::string_view text, int columns);
 
-/// Makes the C library read and write UTF-8 in this thread, whatever the user's locale, while it
-/// lives: the desk uses UTF-8 only.
-class Utf8Locale {
- public:
-  Utf8Locale();
-  ~Utf8Locale();
-  Utf8Locale(const Utf8Locale&) = delete;
-  Utf8Locale& operator=(const Utf8Locale&) = delete;
+/// The text as one line: runs of blanks of any kind become one blank, and an overlong text is cut.
+std::string FieldText(std::string_view text);
 
- private:
-  locale_t earlier_;
-};
+/// Prints a label and its text. A text longer than a line is continued in lines indented by
+/// `indent`, which is at least the label's length.
+void PrintField(std::ostream& out, std::string_view label, std::string_view text, int columns,
+                std::size_t indent);
 
-}  // namespace corvessa::desk
+}  // namespace corvessa

@@ -2,15 +2,15 @@
 
 #include <string>
 
-namespace corvessa::desk {
+namespace corvessa {
 
-/// The exit codes of the program.
+/// The exit codes of the programs.
 enum class Outcome {
   kDone = 0,
-  /// The add-in refused, could not decrypt or found a bad signature.
+  /// The add-in or the engine refused, could not decrypt or found a bad signature.
   kRefused = 1,
   kWrongUse = 2,
-  /// A file, the profile, the disk or the network failed.
+  /// A file, the user's data, the disk or the network failed.
   kEnvironment = 3,
 };
 
@@ -27,4 +27,4 @@ inline std::string WithoutFullStop(std::string text) {
   return text;
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa

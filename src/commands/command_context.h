@@ -1,0 +1,87 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "commands/command_error.h"
+#include "commands/passphrases.h"
+#include "commands/user_data.h"
+
+namespace CLI {
+class App;
+}
+
+/// What the commands of the desk and of the key tool share. Each command adds itself to the command
+/// line (Add…Commands) and leaves in the context what to run once the whole command line has been
+/// read. A command prints its result to `out`, tells the user about trouble in lines on `messages`,
+/// and ends with an Outcome or by throwing CommandError or Error.
+namespace corvessa {
+
+/// A program at work on one command line.
+class CommandContext {
+ public:
+  /// All must outlive it; `program` begins every line to the user.
+  CommandContext(std::string_view program_name, std::ostream& result, std::ostream& lines,
+                 SecretPrompt& secrets, Passphrases& given)
+      : program(program_name), out(result), messages(lines), prompt(secrets), passphrases(given) {}
+  virtual ~CommandContext() = default;
+  CommandContext(const CommandContext&) = delete;
+  CommandContext& operator=(const CommandContext&) = delete;
+
+  virtual std::unique_ptr<UserData> OpenUserData() const = 0;
+  /// The width of the window that `out` is shown in; kUnlimitedColumns if it is in none.
+  virtual int OutputColumns() const = 0;
+  /// Writes one line to the user.
+  virtual void Tell(std::string_view line) const;
+  /// Reports why the command failed.
+  virtual void TellError(const CommandError& error) { Tell(error.message); }
+  /// Reads the files that arguments name. Throws Error 5 for a malformed one.
+  virtual void ReadArguments();
+  /// Tells of arguments that nothing has used: they may be misspelt.
+  virtual void TellOfUnused() const {}
+
+  /// Writes why keys may be missing, if anything is wrong with the key rings. Call it after the
+  /// engine's work, which brings damage to light.
+  void TellKeyTrouble(const std::filesystem::path& keys_folder) const;
+  /// The exit code for an outcome. A refusal caused by the disk counts as kEnvironment, and the
+  /// user is told: the add-in only reports that something failed.
+  Outcome FinalOutcome(Outcome outcome);
+
+  const std::string_view program;
+  std::ostream& out;
+  std::ostream& messages;
+  SecretPrompt& prompt;
+  Passphrases& passphrases;
+
+  /// The arguments of --passphrase.
+  std::vector<std::string> passphrase_arguments;
+  /// The chosen command.
+  std::function<Outcome()> run;
+
+ private:
+  bool has_reported_disk_failure_ = false;
+};
+
+/// Reads the command line into the context, runs the chosen command and returns the exit code.
+int RunProgram(CLI::App& app, CommandContext& context, int argument_count,
+               const char* const* arguments);
+
+/// --passphrase.
+void AddPassphraseOption(CLI::App& app, CommandContext& context);
+void AddAddressOption(CLI::App& command, std::string& address);
+/// Makes `run` what the context runs when this command is chosen.
+void OnRun(CLI::App& command, CommandContext& context, std::function<Outcome()> run);
+
+void AddKeyCommands(CLI::App& app, CommandContext& context);
+void AddAccountCommands(CLI::App& app, CommandContext& context);
+
+/// The whole content of a file, or of standard input for "-". Throws Error with a line for the
+/// user.
+std::string ReadWholeFile(const std::string& path);
+
+}  // namespace corvessa
