@@ -75,7 +75,8 @@ void UnregisterAll(std::span<const ComClass> classes) {
   const TLIBATTR library = AttributesOf(*LoadTypeLibrary().Get());
   const HRESULT result = UnRegisterTypeLib(library.guid, library.wMajorVerNum, library.wMinorVerNum,
                                            library.lcid, library.syskind);
-  if (result != TYPE_E_REGISTRYACCESS) Check(result);
+  const bool is_unknown = result == TYPE_E_REGISTRYACCESS || result == TYPE_E_LIBNOTREGISTERED;
+  if (!is_unknown) Check(result);
 }
 
 }  // namespace
