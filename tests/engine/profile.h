@@ -21,15 +21,18 @@ using To = testing::ScriptedStringVector;
 /// An operation's status and text; it fails the test for a failure that touched its text.
 using Outcome = std::pair<platform::EngineStatus, std::string>;
 
+/// How profiles open their engine. The component's tests go through COM instead.
+inline std::shared_ptr<OpenPgpEngine> (*open_engine)(EngineConfig) = CreateOpenPgpEngine;
+
 /// An engine over a fresh profile whose paths mean themselves.
 class Profile {
  public:
-  explicit Profile(std::string_view lookup_servers = {}) : engine(CreateOpenPgpEngine(Config())) {
+  explicit Profile(std::string_view lookup_servers = {}) : engine(open_engine(Config())) {
     engine->SetOption("lookupKeyservers", lookup_servers);
   }
 
   /// A second engine over the same rings, as another session would open them.
-  std::shared_ptr<OpenPgpEngine> Reopened() { return CreateOpenPgpEngine(Config()); }
+  std::shared_ptr<OpenPgpEngine> Reopened() { return open_engine(Config()); }
   /// Makes a key whose passphrase is `passphrase` and unlocks nothing. Returns its fingerprint.
   std::string Generate(const std::string& address, const std::string& passphrase = "secret") {
     KeyInfo made;

@@ -292,7 +292,7 @@ TEST_F(RingsTest, RemovedKeysAreOfNoUseToAnySession) {
     EXPECT_EQ(engine->AuthenticateAccount(Address(1), "secret"), -13);
     EXPECT_EQ(engine->RemoveKeys(Address(1)), -13);
   }
-  EXPECT_EQ(verify(), -6);
+  EXPECT_EQ(verify(), -13);
   EXPECT_EQ(Listed(profile), (std::vector{Address(0), Address(2)}));
   EXPECT_EQ(profile.engine->AuthenticateAccount(Address(2), "secret"), 0);
 }

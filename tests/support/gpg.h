@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "support/shell.h"
 #include "support/temp_folder.h"
 
 namespace corvessa::testing {
@@ -19,8 +20,8 @@ class Gpg {
     Write("gpg-agent.conf", "allow-loopback-pinentry\ns2k-count 65536\n");
   }
   ~Gpg() {
-    const std::string command = "gpgconf --homedir " + home_.Path().string() + " --kill all";
-    if (std::system(command.c_str()) != 0) std::abort();
+    const std::string command = "gpgconf --homedir " + ShellPath(home_.Path()) + " --kill all";
+    if (RunShell(command) != 0) std::abort();
   }
   Gpg(const Gpg&) = delete;
   Gpg& operator=(const Gpg&) = delete;
@@ -28,14 +29,14 @@ class Gpg {
   /// Runs it with the arguments (shell words) on the input; its standard output, empty when it
   /// fails. What it said besides, status lines too, is in `said`.
   std::string Run(const std::string& arguments, std::string_view input = {}) {
-    const std::string home = home_.Path().string();
+    const std::string home = ShellPath(home_.Path());
     const std::string command =
         "gpg --homedir " + home +
         " --batch --yes --no-tty --quiet --no-auto-key-locate --trust-model always --status-fd 2"
         " --s2k-count 65536 --pinentry-mode loopback --passphrase-file " +
         home + "/passphrase " + arguments + " <" + Write("in", input) + " >" + home + "/out 2>" +
         home + "/said";
-    exit_code = std::system(command.c_str());
+    exit_code = RunShell(command);
     output = ContentOf(home_ / "out");
     said = ContentOf(home_ / "said");
     return exit_code == 0 ? output : std::string();
@@ -47,10 +48,10 @@ class Gpg {
     return made;
   }
 
-  /// Writes a file into its home; gives the path.
+  /// Writes a file into its home; gives the path for the shell.
   std::string Write(const char* name, std::string_view content) const {
     WriteContent(home_ / name, content);
-    return (home_ / name).string();
+    return ShellPath(home_ / name);
   }
 
   /// Takes keys in. Secret ones are protected by the passphrase, which later runs answer with.

@@ -19,7 +19,7 @@ void Require(bool succeeded, const char* what) {
 
 /// As the installer registers it: for all programs of this user, so once is enough.
 void Register() {
-  const HMODULE dll = LoadLibraryW(EngineDll().c_str());
+  const HMODULE dll = LoadLibraryW(WindowsPath(CORVESSA_ENGINE_DLL).c_str());
   Require(dll != nullptr, "corvessa_engine.dll cannot be loaded");
   const auto register_server = GetProcAddress(dll, "DllRegisterServer");
   Require(register_server() == S_OK, "corvessa_engine.dll cannot be registered");
@@ -37,10 +37,10 @@ void MoveApplicationData(const std::filesystem::path& folder) {
 
 }  // namespace
 
-std::wstring EngineDll() {
-  std::wstring path = L"Z:" + std::filesystem::path(CORVESSA_ENGINE_DLL).wstring();
-  std::ranges::replace(path, L'/', L'\\');
-  return path;
+std::wstring WindowsPath(const std::string& path) {
+  std::wstring windows = L"Z:" + std::filesystem::path(path).wstring();
+  std::ranges::replace(windows, L'/', L'\\');
+  return windows;
 }
 
 RegisteredEngine::RegisteredEngine() {

@@ -27,7 +27,7 @@ class RegisteredEngine {
   testing::TempFolder folder;
 };
 
-/// The DLL as a path of Windows.
-std::wstring EngineDll();
+/// A path of the build as one of Windows.
+std::wstring WindowsPath(const std::string& path);
 
 }  // namespace corvessa::windows

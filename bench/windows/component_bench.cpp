@@ -1,0 +1,115 @@
+#include <algorithm>
+#include <chrono>
+#include <functional>
+#include <iostream>
+#include <vector>
+
+#include "idl/engine.h"
+#include "windows/com/bstr.h"
+#include "windows/com/create.h"
+#include "windows/com/errors.h"
+#include "windows/engine/registered_engine.h"
+
+// What a call of 2 KB costs through COM and the worker, beside the same call of the engine itself;
+// and how long the first decryption takes after the DLL was loaded.
+
+namespace {
+
+using namespace corvessa;
+using com::Bstr;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kRounds = 40;
+constexpr int kCallsOfARound = 10;
+
+double Milliseconds(const std::function<void()>& work) {
+  const auto start = Clock::now();
+  work();
+  return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+
+/// The fastest rounds are those that nothing else on the machine has disturbed.
+double LowerQuartile(std::vector<double> values) {
+  std::ranges::sort(values);
+  return values[values.size() / 4];
+}
+
+void Require(long status) {
+  if (status != 0) throw std::runtime_error("status " + std::to_string(status));
+}
+
+struct Component {
+  Component()
+      : engine(com::CreateByProgId<INimbraEncryptionEngine>(L"NimbraEncryptionEngine.Engine")) {}
+
+  void Unlock() const {
+    LONG status = 99;
+    com::Check(engine->AuthenticateAccount(Bstr("alice@example.org").Get(), Bstr("secret").Get(),
+                                           &status));
+    Require(status);
+  }
+  std::string Decrypt(const std::string& armoured) const {
+    LONG status = 99;
+    Bstr plain;
+    com::Check(engine->DecryptTextEx(Bstr(armoured).Get(), nullptr, plain.Receive(), &status));
+    Require(status);
+    return plain.Text();
+  }
+
+  Microsoft::WRL::ComPtr<INimbraEncryptionEngine> engine;
+};
+
+void MeasureCalls(engine::OpenPgpEngine& direct, const std::string& armoured) {
+  const Component component;
+  component.Unlock();
+  std::vector<double> directly;
+  std::vector<double> through_com;
+  std::string plain;
+  for (int round = 0; round < kRounds; ++round) {
+    directly.push_back(Milliseconds([&] {
+      for (int i = 0; i < kCallsOfARound; ++i)
+        Require(direct.DecryptTextEx(armoured, nullptr, plain));
+    }));
+    through_com.push_back(Milliseconds([&] {
+      for (int i = 0; i < kCallsOfARound; ++i) plain = component.Decrypt(armoured);
+    }));
+  }
+  const double direct_call = LowerQuartile(directly) / kCallsOfARound;
+  const double com_call = LowerQuartile(through_com) / kCallsOfARound;
+  std::cout << "decrypt 2 KB: direct " << direct_call << " ms, through COM " << com_call
+            << " ms, ratio " << com_call / direct_call << "\n";
+}
+
+void MeasureStart(const std::string& armoured) {
+  std::vector<double> starts;
+  std::vector<double> unlocks;
+  for (int i = 0; i < 7; ++i) {
+    CoFreeUnusedLibrariesEx(0, 0);
+    if (GetModuleHandleW(L"corvessa_engine.dll")) std::cout << "the DLL is still loaded\n";
+    double unlock = 0;
+    starts.push_back(Milliseconds([&] {
+      const Component component;
+      unlock = Milliseconds([&] { component.Unlock(); });
+      component.Decrypt(armoured);
+    }));
+    unlocks.push_back(unlock);
+  }
+  std::cout << "load and first decryption: " << LowerQuartile(starts) << " ms, of which "
+            << LowerQuartile(unlocks) << " ms unlock the key with its passphrase\n";
+}
+
+}  // namespace
+
+int main() {
+  const windows::RegisteredEngine user;
+  const auto direct = windows::RegisteredEngine::OpenDirectly();
+  engine::KeyInfo made;
+  Require(direct->GenerateKey("", "alice@example.org", "secret", made));
+  Require(direct->AuthenticateAccount("alice@example.org", "secret"));
+  const auto recipients = engine::CreateStringVector();
+  recipients->Add("alice@example.org");
+  std::string armoured;
+  Require(direct->EncryptText(*recipients, std::string(2048, 'x'), armoured));
+  MeasureStart(armoured);
+  MeasureCalls(*direct, armoured);
+}
