@@ -145,7 +145,8 @@ TEST_F(GpgTest, ExchangesFilesAndDetachedSignatures) {
           alice->Write("sig", gpg->Make(armour + "--detach-sign -u rita@example.org", content));
       EXPECT_EQ(alice->VerifyFile(plain, signature), "1 [rita@example.org] []");
     }
-    gpg->Make("--verify " + alice->SignFile(plain).second + " " + plain);
+    gpg->Make("--verify " + testing::ShellPath(alice->SignFile(plain).second) + " " +
+              testing::ShellPath(plain));
   }
 }
 
