@@ -19,8 +19,8 @@ namespace {
 using Duration = std::chrono::nanoseconds;
 
 // A thread looks at what it waits for that long before it sleeps: most calls are over sooner than
-// the system wakes a thread.
-constexpr auto kCallerSpin = std::chrono::milliseconds(2);
+// the system wakes a thread, and no user sees a window wait for that time.
+constexpr auto kCallerSpin = std::chrono::milliseconds(15);
 constexpr auto kWorkerSpin = std::chrono::microseconds(100);
 // How often a waiting thread looks at the processor time.
 constexpr DWORD kLookMilliseconds = 200;

@@ -93,7 +93,8 @@ TEST_F(GpgTest, TextsOfTheTimeBeforeUtf8AreReadAndTheirSignaturesHold) {
 TEST_F(GpgTest, ReadsTheEnginesTextsAndTheReverse) {
   std::string every_byte;
   for (int i = 0; i < 256; ++i) every_byte += static_cast<char>(i);
-  std::vector<std::string> texts = {every_byte};
+  std::vector<std::string> texts;
+  if (takes_any_bytes) texts.push_back(every_byte);
   for (const auto& [text, signed_as] : Texts()) texts.push_back(text);
   for (const auto& text : texts) {
     for (const auto& reader : kPeers) {

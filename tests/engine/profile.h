@@ -23,6 +23,8 @@ using Outcome = std::pair<platform::EngineStatus, std::string>;
 
 /// How profiles open their engine. The component's tests go through COM instead.
 inline std::shared_ptr<OpenPgpEngine> (*open_engine)(EngineConfig) = CreateOpenPgpEngine;
+/// Whether a text may be any bytes. COM carries characters only.
+inline bool takes_any_bytes = true;
 
 /// An engine over a fresh profile whose paths mean themselves.
 class Profile {

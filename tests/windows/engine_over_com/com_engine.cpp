@@ -206,7 +206,7 @@ std::shared_ptr<engine::OpenPgpEngine> OpenOverCom(engine::EngineConfig config) 
   return std::make_shared<OverCom>(component);
 }
 
-const bool kIsSet = (engine::open_engine = OpenOverCom, true);
+const bool kIsSet = (engine::open_engine = OpenOverCom, engine::takes_any_bytes = false, true);
 
 }  // namespace
 }  // namespace corvessa::windows
