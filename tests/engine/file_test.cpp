@@ -123,8 +123,8 @@ TEST_F(FileTest, FailuresLeaveEveryFileAsItWas) {
   EXPECT_EQ(Decrypt(good), -13);
   const auto absent = (alice.folder / "absent").string();
   EXPECT_EQ(Decrypt(absent), -8);
-  EXPECT_EQ(alice.engine->GetEngineLastError(),
-            "Cannot open " + absent + ": No such file or directory.");
+  // The reason is in the system's own words.
+  EXPECT_EQ(alice.engine->GetEngineLastError().find("Cannot open " + absent + ": "), 0U);
   EXPECT_EQ(alice.engine->EncryptFileToFile(To({"nobody@example.org"}), plain, absent), -13);
   EXPECT_EQ(Encrypt(absent, good + "2"), -8);
   EXPECT_EQ(Encrypt(plain, absent + "/in/no/folder"), -8);
