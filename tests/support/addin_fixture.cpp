@@ -61,20 +61,13 @@ std::vector<std::string> FilesBelow(const fs::path& folder, Condition condition)
   return found;
 }
 
-desk::OutlookOptions OutlookSetup(const FixtureOptions& options, desk::ProfileFiles& files,
-                                  platform::Clipboard& clipboard) {
-  desk::OutlookOptions setup;
-  setup.version = options.outlook_version;
-  setup.map_path = [&files](std::string_view path) { return files.LocalPath(path); };
-  setup.clipboard = &clipboard;
-  setup.owner = options.owner;
-  return setup;
-}
-
 }  // namespace
 
 AddInFixture::AddInFixture(FixtureOptions options)
-    : outlook(OutlookSetup(options, files, clipboard)) {
+    : outlook({.version = options.outlook_version,
+               .map_path = [this](std::string_view path) { return files.LocalPath(path); },
+               .clipboard = &clipboard,
+               .owner = options.owner}) {
   // While a key is open nothing is saved; no test needs this on disk.
   const auto open_meanwhile = Opened(registry.LocalMachine(), "Version");
   SetEdition("AppShortName", "Corvessa");
@@ -83,7 +76,11 @@ AddInFixture::AddInFixture(FixtureOptions options)
   files.CreateFolder(kProductFolder);
   desk::WriteBrandPictures(files, kProductFolder);
   for (const char* form : {"frmSplashScreen", "frmProgress"}) ui.AllowForm(form);
-  InstallServices(options.engine);
+  if (options.engine == EngineChoice::kReal) {
+    real_engine_ = engine::CreateEngineFactory(EngineSetup());
+  }
+  faulty_engine_ = WithFaults(real_engine_ ? *real_engine_ : scripted_engine, faults);
+  InstallHostWith(ui);
   ui.before_call = [this](std::string_view call) { faults(call); };
   faults.FailAt(0);
   g_bLogDebuggingInfo = true;
@@ -91,14 +88,6 @@ AddInFixture::AddInFixture(FixtureOptions options)
 
 AddInFixture::~AddInFixture() {
   platform::RemoveHost();
-}
-
-void AddInFixture::InstallServices(EngineChoice engine) {
-  if (engine == EngineChoice::kReal) real_engine_ = engine::CreateEngineFactory(EngineSetup());
-  platform::EngineFactory& factory =
-      real_engine_ ? *real_engine_ : static_cast<platform::EngineFactory&>(scripted_engine);
-  faulty_engine_ = WithFaults(factory, faults);
-  InstallHostWith(ui);
 }
 
 void AddInFixture::InstallHostWith(platform::Ui& back_end) {

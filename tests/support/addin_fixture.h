@@ -14,7 +14,7 @@
 #include "desk/profile/registry_file.h"
 #include "desk/profile/system_services.h"
 #include "engine/engine.h"
-#include "support/faulty_outlook.h"
+#include "support/fault_injector.h"
 #include "support/recording_observer.h"
 #include "support/scripted_engine.h"
 #include "support/scripted_ui.h"
@@ -93,7 +93,6 @@ class AddInFixture : public ::testing::Test {
 
  private:
   engine::EngineConfig EngineSetup();
-  void InstallServices(EngineChoice engine);
 
   std::unique_ptr<platform::EngineFactory> real_engine_;
   std::shared_ptr<engine::OpenPgpEngine> keys_;

@@ -7,8 +7,11 @@
 #include <string_view>
 
 #include "base/error.h"
+#include "platform/cdo.h"
 #include "platform/engine.h"
 #include "platform/files.h"
+#include "platform/outlook.h"
+#include "platform/redemption.h"
 #include "platform/registry.h"
 
 namespace corvessa::testing {
@@ -26,7 +29,7 @@ class FaultInjector {
     fail_at_ = n;
     failed_.clear();
   }
-  /// The call that failed, such as "Files::Write"; empty when none has.
+  /// The call that failed, such as "Files::Write" or "MailItem.SetBody"; empty when none has.
   const std::string& Failed() const { return failed_; }
 
   /// Sees the same calls; an Error that it throws is the call's failure.
@@ -47,11 +50,19 @@ class FaultInjector {
   std::string failed_;
 };
 
-/// The same services with calls that fail when the injector says so; both must outlive them.
-/// A registry fails as a registry does: with a status, 0 or an empty string.
+/// The same services and objects of Outlook with calls that fail when the injector says so; it and
+/// what is given by reference must outlive them. What they hand out, in results and in events, is
+/// wrapped in the same way. A registry fails as a registry does: with a status, 0 or an empty
+/// string.
 std::unique_ptr<platform::Files> WithFaults(platform::Files& real, FaultInjector& faults);
 std::unique_ptr<platform::Registry> WithFaults(platform::Registry& real, FaultInjector& faults);
 std::unique_ptr<platform::EngineFactory> WithFaults(platform::EngineFactory& real,
                                                     FaultInjector& faults);
+std::unique_ptr<platform::Redemption> WithFaults(platform::Redemption& real, FaultInjector& faults);
+std::unique_ptr<platform::Cdo> WithFaults(platform::Cdo& real, FaultInjector& faults);
+platform::ApplicationPtr WithFaults(platform::ApplicationPtr real, FaultInjector& faults);
+platform::InspectorPtr WithFaults(platform::InspectorPtr real, FaultInjector& faults);
+platform::ExplorerPtr WithFaults(platform::ExplorerPtr real, FaultInjector& faults);
+platform::MailItemPtr WithFaults(platform::MailItemPtr real, FaultInjector& faults);
 
 }  // namespace corvessa::testing

@@ -51,23 +51,16 @@ class RecordingObserver final : public platform::Observer {
   }
   void Encrypted(const platform::MailItemPtr& /*item*/,
                  const std::vector<std::string>& recipients) override {
-    lines_.push_back("encrypted for " + Joined(recipients, " "));
+    lines_.push_back("encrypted for " + Join(recipients, " "));
   }
   void SendEnded(const platform::MailItemPtr& /*item*/, bool cancelled) override {
     lines_.emplace_back(cancelled ? "cancelled" : "leaves");
   }
 
  private:
-  static std::string Joined(const std::vector<std::string>& parts, std::string_view separator) {
-    std::string joined;
-    for (const std::string& part : parts) {
-      joined.append(joined.empty() ? "" : separator).append(part);
-    }
-    return joined;
-  }
   static std::string TextOf(const platform::Protection& protection) {
     std::string text = Decimal(protection.decrypt_status) + " " + Decimal(protection.sign_status);
-    return protection.signers.empty() ? text : text + " " + Joined(protection.signers, ",");
+    return protection.signers.empty() ? text : text + " " + Join(protection.signers, ",");
   }
   static std::string TextOf(const platform::AttachmentFacts& attachment) {
     return attachment.name + " " +
