@@ -167,20 +167,5 @@ TEST_F(Settings, AddressesAreValidBehindTheAtSignOnly) {
   }
 }
 
-TEST_F(Settings, ForgettingPassphrasesLocksAndWipesEveryOne) {
-  for (const char* address : {"a@x.org", "b@x.org"}) AddNimbraAccountUser(address);
-  EXPECT_TRUE(AreThereUnauthenticatedAccounts());
-  for (const NimbraAccountPtr& account : g_colAccounts) {
-    account->SetAuthenticated(true);
-    account->m_sPassword.Assign("secret");
-  }
-  EXPECT_FALSE(AreThereUnauthenticatedAccounts());
-  ForgetAllPassphrases();
-  for (const NimbraAccountPtr& account : g_colAccounts) {
-    EXPECT_FALSE(account->GetAuthenticated());
-    EXPECT_TRUE(account->m_sPassword.IsEmpty());
-  }
-}
-
 }  // namespace
 }  // namespace corvessa

@@ -36,17 +36,15 @@ class TestShell final : public platform::Shell {
   std::vector<std::string> pages;
 };
 
-/// Answers the scripted pages; hands the rest on to `real` when that is set, else fails.
+/// Answers the scripted pages and fails for the rest.
 class ScriptedInet final : public platform::Inet {
  public:
   std::string OpenURL(std::string_view url) override {
     if (const auto page = pages.find(url); page != pages.end()) return page->second;
-    if (real) return real->OpenURL(url);
     Raise(kPathFileAccess, "no page at " + std::string(url));
   }
 
   std::map<std::string, std::string, std::less<>> pages;
-  platform::Inet* real = nullptr;
 };
 
 }  // namespace corvessa::testing
