@@ -66,11 +66,12 @@ TEST_F(SaveAttachments, SavesTheChosenOnesDecryptedAndSaysWhatCameOfEach) {
             "Attachment: bad.bin\r\nNot saved: Error encountered in content.\r\n"
             "Attachment: list.txt\r\nFailed signatures by: bob@example.com\r\nNot saved.\r\n"
             "Attachment: list.txt.sig\r\nSaved as c:\\Out\\list.txt.sig\r\n");
-  EXPECT_THAT(observer.Take(),
-              ElementsAre("1 report.pdf 0 0 bob@example.com: c:\\Out\\report.pdf",
-                          "2 report.pdf.sig 1 0 bob@example.com: c:\\Out\\report.pdf.sig",
-                          "3 bad.bin -3 2: not saved, Error encountered in content.",
-                          "4 list.txt 1 1: not saved", "5 list.txt.sig 1 1: c:\\Out\\list.txt.sig"));
+  EXPECT_THAT(
+      observer.Take(),
+      ElementsAre("1 report.pdf 0 0 bob@example.com: c:\\Out\\report.pdf",
+                  "2 report.pdf.sig 1 0 bob@example.com: c:\\Out\\report.pdf.sig",
+                  "3 bad.bin -3 2: not saved, Error encountered in content.",
+                  "4 list.txt 1 1: not saved", "5 list.txt.sig 1 1: c:\\Out\\list.txt.sig"));
   EXPECT_THAT(files.List("c:\\Out"),
               ElementsAre("list.txt", "list.txt.sig", "report.pdf", "report.pdf.sig"));
   EXPECT_EQ(files.Read("c:\\Out\\report.pdf"), report);

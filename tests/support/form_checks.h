@@ -14,8 +14,7 @@ void ExpectGolden(std::string_view name, const std::string& text);
 /// The same of a trace, an entry a line.
 void ExpectGolden(std::string_view name, const std::vector<std::string>& trace);
 
-/// Compares a form's dump, and fails the test for each control that a careful designer would not
-/// have left so: outside its form or frame, across another control, too small for its caption.
+/// The same of a form's dump.
 void ExpectGoldenForm(std::string_view name, const Form& form);
 
 }  // namespace corvessa::testing
