@@ -128,39 +128,6 @@ TEST_F(EventsTest, CancellingOpenOrCloseIsHonoured) {
   EXPECT_EQ(model.Application()->ActiveInspector(), window);
 }
 
-TEST_F(EventsTest, AWindowMayCloseInAnyEventOfItsOwnOpening) {
-  for (const std::string at : {"new inspector a", "read a", "open a", "activate a"}) {
-    const auto item = Received("a");
-    during = [&](const std::string& line) {
-      if (line != at) return;
-      EXPECT_TRUE(model.Close(model.Inspectors().back())) << at;
-    };
-    EXPECT_EQ(model.Open(item), nullptr) << at;
-    EXPECT_THAT(model.Inspectors(), IsEmpty()) << at;
-    EXPECT_EQ(Take().back(), "window close a") << at;
-    mails_.clear();
-  }
-}
-
-TEST_F(EventsTest, SinksThatEndInsideAnEventAreNotCalledAgain) {
-  const auto item = Received("a");
-  Watched(item);
-  during = [&](const std::string&) {
-    for (auto& mail : mails_) mail->subscription.reset();
-  };
-  item->EditBody("x");
-  EXPECT_THAT(Take(), ElementsAre("Body of a"));
-  // An event inside the event that ended the sink does not reach it either.
-  Watched(item);
-  during = [&](const std::string&) {
-    during = nullptr;
-    mails_.back()->subscription.reset();
-    item->EditBody("y");
-  };
-  item->EditBody("z");
-  EXPECT_THAT(Take(), ElementsAre("Body of a"));
-}
-
 TEST_F(EventsTest, SendingDeliversTheItemAsItStandsAfterItemSend) {
   ItemData draft;
   draft.subject = "d";

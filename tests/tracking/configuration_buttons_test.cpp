@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 
 #include "accounts/registry_handlers.h"
-#include "base/error.h"
-#include "base/guard.h"
 #include "settings/settings.h"
 #include "support/addin_fixture.h"
 #include "tracking/transp_cmd_bar.h"
@@ -192,17 +190,6 @@ TEST_F(ToolbarPictureTest, LeavesBothFormatsOutForSizesOutsideTheLimits) {
                                    kBackgroundColour);
     EXPECT_EQ(Block("Toolbar Button Face"), Bytes{}) << width;
     EXPECT_EQ(Block("Toolbar Button Mask"), Bytes{}) << width;
-  }
-}
-
-TEST_F(ToolbarPictureTest, RefusesWhatIsNoBitmap) {
-  auto icon = std::make_shared<platform::Picture>(*Bitmap(1, 1, {kInk}));
-  icon->type = platform::PictureType::kIcon;
-  for (const platform::PicturePtr& picture :
-       {platform::PicturePtr(), platform::PicturePtr(icon), Bitmap(16, 16, {})}) {
-    const Error error =
-        Attempt([&] { TranspCmdBar::SetButtonPicture(picture, kBackgroundColour); });
-    EXPECT_EQ(error.number, kInvalidPicture);
   }
 }
 
