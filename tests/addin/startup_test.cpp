@@ -197,7 +197,10 @@ TEST_F(Startup, ShowsEachStepOnTheSplashScreen) {
   ui.on_do_events = [&](int) {
     for (const FormPtr& form : LoadedForms()) {
       const auto splash = std::dynamic_pointer_cast<frmSplashScreen>(form);
-      if (splash && splash->IsTopmost()) captions.push_back(splash->lblCaption.Caption());
+      if (!splash || !splash->IsTopmost()) continue;
+      captions.push_back(splash->lblCaption.Caption());
+      EXPECT_EQ(splash->imgSplashImage.Picture()->source,
+                "c:\\Corvessa\\Customization\\59hSplashImage.jpg");
     }
   };
   ConnectTracing();
@@ -342,7 +345,12 @@ TEST_F(Startup, ServesTheWindowsThatAreOpenAndThoseThatOpenLaterUntilTheDisconne
   EXPECT_EQ(calls, Lines{"Explorer.Subscribe"}) << "the first explorer only has the button";
 
   AllowError("ActiveExplorers::Release - ");
+  calls.clear();
+  faults.on_call = [&](std::string_view call) { calls.emplace_back(call); };
   DisconnectAddIn();
+  faults.on_call = nullptr;
+  EXPECT_EQ(calls, (Lines{"CommandBarButton.Delete", "MailItem.EntryID"}))
+      << "the explorers go before the inspectors";
   g_bLogDebuggingInfo = true;
   ClearTrace();
   item->SetBody("y");

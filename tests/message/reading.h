@@ -21,6 +21,14 @@ class ReadingMail : public ReadingFixture {
     ui.AllowForm("frmMessageStatus");
   }
 
+  desk::ItemPtr HTMLMail(std::string text, std::string html) {
+    desk::ItemData data;
+    data.sender = {"Bob", std::string(kBob)};
+    data.body = std::make_shared<const std::string>(std::move(text));
+    data.html = std::make_shared<const std::string>(std::move(html));
+    return outlook.AddReceived(std::move(data));
+  }
+
   /// Nothing that was read may have stayed, and nothing have been saved.
   void ExpectNoTraces(const desk::Item& item) {
     EXPECT_THAT(TemporaryFiles(), ::testing::IsEmpty());

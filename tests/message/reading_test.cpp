@@ -132,6 +132,12 @@ TEST_F(ReadingMail, TellsSignedEncryptedForgedAndPlainMessagesApart) {
     EXPECT_EQ(*item->Stored()->body, one.body);
     ExpectNoTraces(*item);
   }
+  // The original of a message without a text is its HTML form.
+  const auto window = outlook.Open(HTMLMail("", "<!-- a picture -->"));
+  EXPECT_TRUE(outlook.Click(window->Bars(), "Message is not encrypted"));
+  const auto status = std::dynamic_pointer_cast<frmMessageStatus>(LoadedForms().back());
+  ASSERT_NE(status, nullptr);
+  EXPECT_EQ(status->txtOriginalMessage.Text(), "<!-- a picture -->");
 }
 
 TEST_F(ReadingMail, WaitsForTheButtonWhenAutomaticDecryptionIsOff) {
@@ -157,13 +163,8 @@ TEST_F(ReadingMail, WaitsForTheButtonWhenAutomaticDecryptionIsOff) {
   outlook.Close(window);
 
   // The HTML body counts for the button, though not for the automatic pass.
-  const auto html = Received("");
-  html->EditHTMLBody("-----BEGIN PGP MESSAGE-----");
-  html->EditBody("");
-  html->EditHTMLBody("   \r\n-----BEGIN PGP MESSAGE-----<BR>");
-  html->Save();
-  const auto html_window = outlook.Open(html);
-  EXPECT_EQ(ButtonsOf(*html_window), "&Decrypt/verify 39; ");
+  const auto html = HTMLMail("see the HTML", "   \r\n-----BEGIN PGP MESSAGE-----<BR>");
+  EXPECT_EQ(ButtonsOf(*outlook.Open(html)), "&Decrypt/verify 39; ");
 }
 
 TEST_F(ReadingMail, LeavesAttachmentsAloneWhereTheEditionSaysSo) {
@@ -191,8 +192,12 @@ TEST_F(ReadingMail, LeavesAttachmentsAloneWhereTheEditionSaysSo) {
   outlook.Close(window);
   ExpectNoTraces(*item);
   const auto plain = Received("hello", {{"a.txt", "1"}});
-  outlook.Open(plain);
+  EXPECT_EQ(ButtonsOf(*outlook.Open(plain)),
+            "Message is not encrypted 1088; Message is not digitally signed 1088; ");
   outlook.ReadAttachment(plain, 1);
+  EXPECT_EQ(ButtonsOf(*outlook.Open(Received(Encrypted(kText)))),
+            "Message is encrypted 1087; Message is not digitally signed 1088; "
+            "Show original message 37; ");
 }
 
 TEST_F(ReadingMail, MarksRepliesAndStripsForwardsOfDecryptedMessages) {
@@ -211,6 +216,13 @@ TEST_F(ReadingMail, MarksRepliesAndStripsForwardsOfDecryptedMessages) {
   const auto forward = outlook.Forward(secret);
   EXPECT_THAT(forward->Data().attachments, IsEmpty());
   EXPECT_TRUE(forward->Data().properties.empty());
+  desk::ItemData contact;
+  contact.item_class = desk::kContactClass;
+  contact.attachments = secret->Data().attachments;
+  const auto no_mail = outlook.AddItem(contact);
+  bool cancel = false;
+  secret->Events().Raise([&](auto& sink) { sink.Forward(no_mail, cancel); });
+  EXPECT_EQ(no_mail->Data().attachments.size(), 2U);
 
   const auto plain = Received("hello", {{"a.txt", "1"}});
   outlook.Open(plain);
@@ -218,7 +230,7 @@ TEST_F(ReadingMail, MarksRepliesAndStripsForwardsOfDecryptedMessages) {
   EXPECT_EQ(outlook.Forward(plain)->Data().attachments.size(), 1U);
 }
 
-TEST_F(ReadingMail, APassOverAMessageBeingComposedChangesNothingInIt) {
+TEST_F(ReadingMail, APassOverAMessageBeingComposedOrWithoutHeadersShowsNothing) {
   ConnectAddIn();
   const auto draft = outlook.NewMail();
   draft->EditHTMLBody("<PRE>" + Replace(Encrypted(kText), "\r\n", "<BR>") + "</PRE>");
@@ -235,7 +247,13 @@ TEST_F(ReadingMail, APassOverAMessageBeingComposedChangesNothingInIt) {
   EXPECT_EQ(*draft->Data().html, *before.html);
   EXPECT_EQ(*draft->Data().body, *before.body);
   EXPECT_THAT(AttachmentsOf(*draft), ElementsAre(Pair("report.pdf", cipher)));
-  DeleteStoredFiles(nodes);
+
+  const std::string armour = Encrypted(kText);
+  const auto item = Received(armour);
+  const auto reader = std::make_shared<MailItemNode>();
+  reader->InitialiseNode(item, 0);
+  reader->DecryptVerifyMail(item, nodes, false);
+  EXPECT_EQ(*item->Data().body, armour);
 }
 
 TEST_F(ReadingMail, SwitchedOffWhileAMessageIsOpenItLeavesEverythingAsItIs) {

@@ -56,6 +56,7 @@ TEST_F(ConfigurationButtonTest, StandsOnTheStandardBarWithItsPicture) {
   EXPECT_TRUE(button->Properties().temporary);
   // 48 bytes of header and palette, 16 rows of 4 bytes, 2 to spare; 24-bit pixels in the face.
   EXPECT_EQ(button->Properties().pasted_mask->size(), 114U);
+  EXPECT_EQ(button->Properties().pasted_mask->at(48) & 0x80, 0x80) << "the corner shows the bar";
   EXPECT_EQ(button->Properties().pasted_face->size(), 40U + 16 * 48);
   buttons.CloseButtons();
   EXPECT_EQ(Button(), nullptr);
