@@ -108,8 +108,9 @@ std::int32_t CryptoOperations::VerifyAllAttachments(AttachmentNodes& attachments
 }
 
 bool CryptoOperations::HoldsSignature(std::string_view path) {
-  const auto signers = platform::Host().engine.CreateStringVector();
-  return ProvesSignature(Engine()->VerifyFile("", path, *signers, *signers));
+  const auto known = platform::Host().engine.CreateStringVector();
+  const auto unknown = platform::Host().engine.CreateStringVector();
+  return ProvesSignature(Engine()->VerifyFile("", path, *known, *unknown));
 }
 
 bool CryptoOperations::HoldsReadableSignature(std::string_view path) {
