@@ -2,16 +2,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <iomanip>
-#include <signal.h>
-#include <sstream>
-#include <stdio.h>
-#include <sys/resource.h>
 #include <tuple>
 
 #include "base/error.h"
 #include "base/guard.h"
-#include "base/text.h"
 #include "desk/mail/mail.h"
 #include "support/temp_folder.h"
 
@@ -24,65 +18,6 @@ using corvessa::testing::WriteContent;
 using ::testing::ElementsAre;
 using ::testing::Field;
 using ::testing::HasSubstr;
-
-std::string OnOneLine(const std::string& text) {
-  return Replace(Replace(text, "\r", "\\r"), "\n", "\\n");
-}
-
-/// A mail in the form that peer.py prints, so that both readings can be compared whole.
-std::string Described(const Mail& mail) {
-  std::ostringstream out;
-  out << std::setfill('0');
-  const auto list = [&](const char* field, const std::vector<Mailbox>& mailboxes) {
-    for (const auto& box : mailboxes) {
-      out << field << ": " << box.name << "|" << box.address << "\n";
-    }
-  };
-  if (mail.from != Mailbox{}) list("from", {mail.from});
-  list("to", mail.to);
-  list("cc", mail.cc);
-  list("bcc", mail.bcc);
-  list("reply-to", mail.reply_to);
-  out << "subject: " << mail.subject << "\ndate: ";
-  if (mail.date) out << *mail.date;
-  out << "\n";
-  for (const auto& field : mail.fields) {
-    if (field.name.starts_with("X-")) out << field.name << ": " << field.value << "\n";
-  }
-  out << "text: " << OnOneLine(mail.body_text) << "\nhtml: " << OnOneLine(mail.body_html) << "\n";
-  for (const auto& attachment : mail.attachments) {
-    out << "attachment: " << attachment.file_name << "|" << attachment.content_type << "|"
-        << attachment.content_id << (attachment.is_inline ? " inline" : "") << "|" << std::hex;
-    for (const unsigned char byte : attachment.data->Bytes()) out << std::setw(2) << +byte;
-    out << "\n";
-  }
-  return out.str();
-}
-
-/// What peer.py prints for these arguments; a failing peer fails the test.
-std::string Peer(const std::string& command, const std::filesystem::path& path) {
-  FILE* const pipe =
-      popen(("python3 '" MAIL_PEER "' " + command + " '" + path.string() + "'").c_str(), "r");
-  std::string output;
-  char piece[4096];
-  while (const auto count = fread(piece, 1, sizeof piece, pipe)) output.append(piece, count);
-  EXPECT_EQ(pclose(pipe), 0) << "peer.py " << command << " " << path;
-  return output;
-}
-
-TEST(LoadMail, ReadsWhatPythonComposedAsPythonReadsIt) {
-  const TempFolder folder;
-  Peer("compose", folder.Path());
-  int count = 0;
-  for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
-    auto path = entry.path();
-    if (path.extension() != ".eml") continue;
-    ++count;
-    const auto described = Described(LoadMail(path));
-    EXPECT_EQ(described, ContentOf(path.replace_extension(".txt"))) << path;
-  }
-  EXPECT_EQ(count, 15);
-}
 
 TEST(LoadMail, HeaderTextInEveryFormThatTravels) {
   const std::vector<std::pair<std::string, std::string>> subjects = {
@@ -326,57 +261,6 @@ Attachment File(const std::string& name, const std::string& bytes,
   return attachment;
 }
 
-std::string EveryByte(std::size_t size) {
-  std::string bytes(size, '\0');
-  for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i * i + i / 251);
-  return bytes;
-}
-
-Mail FullMail() {
-  Mail mail;
-  mail.from = {"Zoë \"Z\" Müller", "zoe@example.org"};
-  mail.to = {{"", "a@example.com"}, {"Comma, Name", "b@example.com"}, {"山田太郎", "c@example.jp"}};
-  mail.cc = std::vector(30, Mailbox{"A person with a long name", "long.address@example.com"});
-  mail.reply_to = {{"", "\"odd local\"@example.com"}};
-  mail.subject = "日本語とéの mixed 🔑 subject that is long enough to need several encoded words, é";
-  mail.date = 1795230867;
-  mail.fields = {{"X-Long", std::string(1000, 'x')}, {"X-Fake", "=?utf-8?Q?not_a_word?="}};
-  mail.body_text = "text é\r\n";
-  mail.body_html = "<p>é<img src='cid:pic@x'></p>";
-  mail.attachments = {File("pic.png", EveryByte(300), "image/png"),
-                      File("Übersicht (endgültig) für 2026.pdf", EveryByte(5000)),
-                      File("quo\"te.txt", "té", "text/plain"), File("empty.bin", ""),
-                      File("日本語の長い名前日本語の長い名前日本語の長い名前.docx", "x")};
-  mail.attachments[0].is_inline = true;
-  mail.attachments[0].content_id = "pic@x";
-  return mail;
-}
-
-/// Every line 7-bit, at most 998 characters and ended by CRLF.
-void ExpectFitForTheWire(const std::string& raw) {
-  std::istringstream lines(raw);
-  for (std::string line; std::getline(lines, line);) {
-    EXPECT_LE(line.size(), 999U);
-    EXPECT_THAT(line, ::testing::MatchesRegex(lines.eof() ? "[\t -~]*" : "[\t -~]*\r"));
-  }
-}
-
-TEST(WriteMail, IsReadByPythonAndByUsAsItWasMeant) {
-  const TempFolder folder;
-  const auto path = folder / "m.eml";
-  auto plain = FullMail();
-  plain.body_html.clear();
-  plain.attachments.clear();
-  plain.body_text = "-----BEGIN PGP SIGNED MESSAGE-----\r\nHash: SHA256\r\n\r\né “x” " +
-                    std::string(1200, 'w') + " \r\n- -----\r\nFrom me\r\n\r\nno end of line";
-  for (const auto& mail : {FullMail(), plain, Mail{}}) {
-    WriteMail(mail, path, MailPurpose::kDraft);
-    ExpectFitForTheWire(ContentOf(path));
-    EXPECT_EQ(Peer("read", path), Described(mail));
-    EXPECT_EQ(Described(LoadMail(path)), Described(mail));
-  }
-}
-
 TEST(WriteMail, ArmourStandsAsItIsAndOtherTextDecodesToTheSameBytes) {
   const std::string armour =
       "-----BEGIN PGP MESSAGE-----\r\nComment: a\r\n\r\nhQEMA\r\n=abcd\r\n-----END PGP "
@@ -445,38 +329,6 @@ TEST(WriteMail, ValuesCannotBreakOutOfTheirField) {
   }
   mail.fields = {{"X: y\r\nBcc", "a@b"}};
   EXPECT_THROW(FormatMail(mail, MailPurpose::kDraft), Error);
-}
-
-/// While it lives, this process cannot write files beyond a size, as on a full disk.
-class SmallDisk {
- public:
-  explicit SmallDisk(rlim_t size) : handler_(signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &before_);
-    const rlimit limit{size, before_.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~SmallDisk() {
-    setrlimit(RLIMIT_FSIZE, &before_);
-    signal(SIGXFSZ, handler_);
-  }
-
- private:
-  rlimit before_{};
-  sighandler_t handler_;
-};
-
-TEST(WriteMail, FailedWritesLeaveWhatWasThere) {
-  const TempFolder folder;
-  const auto path = folder / "m.eml";
-  WriteContent(path, "before");
-  const auto mail = FullMail();
-  const auto size = FormatMail(mail, MailPurpose::kDraft).size();
-  for (std::size_t limit = 0; limit < size; limit += 97) {
-    const SmallDisk disk(limit);
-    EXPECT_THROW(WriteMail(mail, path, MailPurpose::kDraft), Error) << limit;
-  }
-  EXPECT_EQ(ContentOf(path), "before");
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Path()), {}), 1);
 }
 
 }  // namespace
