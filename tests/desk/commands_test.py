@@ -122,14 +122,34 @@ class Settings(DeskCase):
         done = self.alice("settings", *[part for answer in answers for part in ("--answer", answer)])
         self.assertDone(done, out="")
         self.assertDone(self.alice("get", "PassphraseMemory"), out="-1\n")
+        for control, problem in (("cmdNone", "no such control"),
+                                 ("cmdProductUpdates", "the control is hidden or disabled"),
+                                 ("lstvwAliases", "the control cannot be pressed")):
+            self.assertDone(self.alice("settings", "--answer", f"{form}={control}"),
+                            err=f"corvessa-desk: --answer {form}={control}: {problem}\n"
+                                f"corvessa-desk: closed {form} \"{ALICE}\" unanswered; use --answer {form}="
+                                "cmdAdd|cmdRemove|cmdProperties|cmdOK|cmdHelp|cmdAbout|cmdTools\n")
+        self.assertIn('corvessa-desk: closed MessageBox "You have not configured any of your email accounts to '
+                      'send or receive secure email.  Would you like to do this now?" unanswered; use --answer '
+                      "MessageBox=OK|Cancel\n", self.at(self.folder / "new", "settings").err)
+        unused = ("--answer", "frm\x1b[2JX=cmd\x07Y", "--answer", "frmNoKeyFound=txtLine:secret")
+        self.assertDone(self.alice("settings", "--answer", f"{form}=cmdOK", *unused),
+                        err="corvessa-desk: unused answer: frm[2JX=cmdY\n"
+                            "corvessa-desk: unused answer: frmNoKeyFound=txtLine\n")
 
     def test_wrong_use_is_reported_in_one_line(self):
+        empty, long = self.write("empty", "\nsesame\n"), self.write("pass=phrase", "x" * 4001)
         for arguments, complaint in (
                 ([], "A subcommand is required; see corvessa-desk --help"),
                 (["open"], "file is required; see corvessa-desk open --help"),
                 (["opne", "x"], 'unknown command "opne"; see corvessa-desk --help'),
                 (["key", "lits"], 'unknown command "lits"; see corvessa-desk key --help'),
                 (["get", "--answer", "x"], "--answer takes FORM=CONTROL"),
+                (["get", "--passphrase", "sesame"], "--passphrase takes ADDRESS=FILE"),
+                (["get", "--passphrase", "=sesame"], "--passphrase takes ADDRESS=FILE"),
+                (["get", "--passphrase", f"a={empty}"], f"the first line of the passphrase file {empty} is empty"),
+                (["get", "--passphrase", f"a={long}"],
+                 f"the first line of the passphrase file {long} is too long"),
                 (["set", "enginelookupserver", "http://a.example; keys.example.org"],
                  "\"keys.example.org\" is no http or https address of a key server"),
                 (["get", "--profile", ""], "--profile: is empty; see corvessa-desk get --help"),

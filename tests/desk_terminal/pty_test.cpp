@@ -11,7 +11,6 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include "desk/terminal/line_reader.h"
 #include "desk/terminal/signals.h"
 #include "desk/terminal/terminal.h"
 
@@ -74,53 +73,6 @@ void AskSecret(desk::Terminal& terminal) {
   const auto result = terminal.ReadSecret("Passphrase: ", secret);
   terminal.Write(std::to_string(secret.View().size()) + " bytes, result " +
                  std::to_string(static_cast<int>(result)) + ".\n");
-}
-
-TEST(Pty, ReadsAPassphraseWithoutEchoAndRestoresTheEcho) {
-  Process process([](desk::Terminal& terminal) {
-    // Work in the background draws nothing over the question.
-    terminal.idle = [&terminal] {
-      terminal.ShowStatus("[##--] at work");
-      return std::chrono::milliseconds(1);
-    };
-    AskSecret(terminal);
-    terminal.ReadLine("Line: ");
-    AskSecret(terminal);
-    desk::LineReader(terminal, "test").Read("$ ");
-    terminal.Write("Read.\n");
-  });
-  EXPECT_EQ(process.ShownUpTo(": "), "Passphrase: ");
-  EXPECT_FALSE(process.Echoes());
-  process.Type("x\x7Fsesame\n");
-  EXPECT_EQ(process.ShownUpTo("Line: "), "\r\n6 bytes, result 0.\r\nLine: ");
-  EXPECT_TRUE(process.Echoes());
-  process.Type("seen\n");
-  process.ShownUpTo("Passphrase: ");
-  process.Type("\x04");
-  EXPECT_EQ(process.ShownUpTo(".\r\n"), "\r\n0 bytes, result 2.\r\n");
-  process.ShownUpTo("$ ");
-  process.Type("x\n");
-  EXPECT_EQ(process.ShownUpTo("Read.").find("at work"), std::string::npos);
-}
-
-TEST(Pty, ASignalAbortsTheQuestionAndIsKeptForTheEnd) {
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    Process process([](desk::Terminal& terminal) {
-      AskSecret(terminal);
-      if (terminal.EndingSignal() == 0) return;
-      terminal.Write(terminal.ReadLine("") ? "asks on.\n" : "has ended.\n");
-      std::raise(terminal.EndingSignal());
-    });
-    process.ShownUpTo(": ");
-    process.Type("ses");
-    process.Signal(signal);
-    EXPECT_EQ(process.ShownUpTo(".\r\n"), "\r\n0 bytes, result 2.\r\n") << signal;
-    EXPECT_TRUE(process.Echoes()) << signal;
-    if (signal != SIGINT) {
-      EXPECT_EQ(process.ShownUpTo(".\r\n"), "has ended.\r\n") << signal;
-    }
-    EXPECT_EQ(process.WaitForSignal(), signal == SIGINT ? 0 : signal);
-  }
 }
 
 TEST(Pty, AnInterruptEndsTheNextQuestionASecondOneTheProcess) {

@@ -8,8 +8,6 @@
 #include "accounts/frm_login.h"
 #include "accounts/nimbra_account.h"
 #include "accounts/user_management.h"
-#include "addin/frm_splash_screen.h"
-#include "base/guard.h"
 #include "desk/terminal/answers.h"
 #include "desk/terminal/choices.h"
 #include "desk/terminal/form_drawing.h"
@@ -54,18 +52,15 @@ class TerminalUiTest : public AddInFixture {
 
   std::ostringstream messages;
   desk::Answers answers;
-  /// What the Ui takes for the time.
-  desk::TimerDriver::Time time{};
 
  private:
   void Start(int input, bool is_there) {
     if (input_ >= 0) close(input_);
     input_ = input;
     terminal_.emplace(input_, output_, is_there);
-    desk::TerminalUiOptions options{messages};
-    options.now = [this] { return time; };
     const auto last = std::exchange(
-        ui_, std::make_unique<desk::TerminalUi>(*terminal_, answers, std::move(options)));
+        ui_,
+        std::make_unique<desk::TerminalUi>(*terminal_, answers, desk::TerminalUiOptions{messages}));
     InstallHostWith(*ui_);
   }
 
@@ -73,38 +68,6 @@ class TerminalUiTest : public AddInFixture {
   int input_ = -1;
   std::optional<desk::Terminal> terminal_;
   std::unique_ptr<desk::TerminalUi> ui_;
-};
-
-/// A form with one control of every kind, laid out as a settings dialog is.
-class frmAll final : public Form {
- public:
-  frmAll() : Form("frmAll", "All & everything", 400, 300) {
-    lstRows.AddRow("first");
-    lstRows.AddRow("second");
-    chkOff.SetEnabled(false);
-    optPick[0].PutInto(fraPick);
-    optPick[1].PutInto(fraPick);
-    cmdOK.SetDefault(true);
-    cmdCancel.SetCancel(true);
-    tmrTick.OnTimer = [this] { ++ticks; };
-    cmdOK.OnClick = [this] { Unload(); };
-    cmdCancel.OnClick = [this] { Hide(); };
-    cmdAdd.OnClick = [this] { lstRows.AddRow("added"); };
-  }
-
-  TabStrip tbsTabs{*this, "tbsTabs", {0, 0, 400, 250}, {"One", "Two"}};
-  TextBox txtLine{*this, "txtLine", {100, 30, 80, 21}};
-  ListBox lstRows{*this, "lstRows", {10, 60, 200, 80}, true};
-  CommandButton cmdAdd{*this, "cmdAdd", {220, 60, 75, 23}, "&Add"};
-  CheckBox chkOn{*this, "chkOn", {10, 190, 100, 17}, "&Sign && send"};
-  CheckBox chkOff{*this, "chkOff", {10, 210, 100, 17}, "&Off"};
-  Frame fraPick{*this, "fraPick", {10, 230, 300, 40}, "Pick"};
-  OptionButton optPick[2]{{*this, "optPick", 0, {12, 240, 50, 17}, "Yes"},
-                          {*this, "optPick", 1, {80, 240, 50, 17}, "No"}};
-  CommandButton cmdOK{*this, "cmdOK", {10, 275, 75, 23}, "&Ok"};
-  CommandButton cmdCancel{*this, "cmdCancel", {100, 275, 75, 23}, "&Abort"};
-  Timer tmrTick{*this, "tmrTick", 100};
-  int ticks = 0;
 };
 
 void SecureAddresses(const std::vector<std::string>& addresses) {
@@ -146,18 +109,6 @@ TEST_F(TerminalUiTest, DrawsNothingThatSteersTheTerminalOrLeavesItsBox) {
             "│ c----------------------------------- │\n"
             "│ ---------- end                       │\n"
             "└──────────────────────────────────────┘\n");
-}
-
-TEST_F(TerminalUiTest, ChoosesByKeyAndNumber) {
-  Type("2\n5\n4\n4\nS\n7\n3 typed\n3\nanew\na\nx\nf\n3\n\n\n");
-  const auto form = std::make_shared<frmAll>();
-  form->ShowModal();
-  EXPECT_EQ(form->tbsTabs.Selected(), 2);
-  EXPECT_EQ(form->lstRows.Describe(), R"({>"first" [ ], "second" [x], "added" [ ]})");
-  EXPECT_TRUE(form->chkOn.Checked());
-  EXPECT_TRUE(form->optPick[1].Selected());
-  EXPECT_EQ(form->txtLine.Text(), "anew");
-  EXPECT_FALSE(form->IsLoaded());
 }
 
 /// Two texts to type, a list that only tells and no default button.
@@ -237,23 +188,6 @@ TEST_F(TerminalUiTest, DrawsAFormWithKeysAndFitsANarrowTerminal) {
             "[###############---------------] Storing attachments (2 of 5)");
 }
 
-TEST_F(TerminalUiTest, DistinguishesEscapeCloseBoxAndEndOfInput) {
-  const struct {
-    std::string_view typed, answer;
-    bool stays_loaded;
-  } cases[] = {{"esc\n", "cmdCancel", true}, {"\x1B\n", "cmdCancel", true},
-               {"q\n", "closed", false},     {"", "closed", false},
-               {"a\n", "closed", false},     {"8\n", "cmdCancel", true}};
-  for (const auto& c : cases) {
-    Type(c.typed);
-    const auto form = std::make_shared<frmAll>();
-    form->ShowModal();
-    EXPECT_EQ(Ui().Boxes().back().answer, c.answer) << c.typed;
-    EXPECT_EQ(form->IsLoaded(), c.stays_loaded) << c.typed;
-    DropLoadedForms();
-  }
-}
-
 TEST_F(TerminalUiTest, NeverDrawsAPassphrase) {
   SecureAddresses({"ann@example.org", "bob@example.org"});
   // Nothing; the other address; the passphrase, which is accepted at once.
@@ -285,61 +219,14 @@ TEST_F(TerminalUiTest, ClosesAndNamesAnUnansweredPrompt) {
   EXPECT_EQ(ShowGeneric(std::string(400, 'x') + "\r\n" + std::string(93, 'y') + "Really?",
                         frmGeneric::kYesNo),
             kResultClosed);
-  const auto splash = std::make_shared<frmSplashScreen>();
-  splash->Show();
-  splash->SetCaption("Initializing");
-  Ui().RunForm(*splash);
-  EXPECT_EQ(Ui().ShowBox("Secure this\r\naddress?", "Corvessa", platform::kBoxOkCancel),
-            platform::kAnswerCancel);
-  SecureAddresses({"ann@example.org"});
-  EXPECT_EQ(Login(), "none");
-  EXPECT_EQ(
-      messages.str(),
-      "corvessa-desk: closed frmNoKeysFound \"The following recipients are not registered to "
-      "receive secure email: nob[2Jody@example.net Would you like to send this email without "
-      "encryption?\" unanswered; use --answer frmNoKeysFound=cmdYes|cmdNo\n"
-      "corvessa-desk: closed frmGeneric \"" +
-          std::string(300, 'x') + " … " + std::string(93, 'y') +
-          "Really?\" unanswered; use --answer frmGeneric=cmdOK|cmdCancel\n"
-          "corvessa-desk: closed frmSplashScreen \"Corvessa Professional for Outlook Version 1.0.0 "
-          "Initializing\" unanswered\n"
-          "corvessa-desk: closed MessageBox \"Secure this address?\" unanswered; use "
-          "--answer MessageBox=OK|Cancel\n"
-          "corvessa-desk: closed frmLogin \"Please enter your Corvessa passphrase.\" unanswered; "
-          "use --passphrase ADDRESS=FILE\n");
+  EXPECT_EQ(messages.str(),
+            "corvessa-desk: closed frmNoKeysFound \"The following recipients are not registered to "
+            "receive secure email: nob[2Jody@example.net Would you like to send this email without "
+            "encryption?\" unanswered; use --answer frmNoKeysFound=cmdYes|cmdNo\n"
+            "corvessa-desk: closed frmGeneric \"" +
+                std::string(300, 'x') + " … " + std::string(93, 'y') +
+                "Really?\" unanswered; use --answer frmGeneric=cmdOK|cmdCancel\n");
   EXPECT_EQ(Drawn(), "");
-}
-
-TEST_F(TerminalUiTest, ExplainsAnAnswerThatCannotBeUsed) {
-  const struct {
-    std::string answer, problem;
-  } cases[] = {{"cmdNone", "no such control"},
-               {"chkOff", "the control is hidden or disabled"},
-               {"txtLine", "the control cannot be pressed"}};
-  for (const auto& c : cases) {
-    messages.str("");
-    answers = {};
-    answers.AddAnswer("frmAll=" + c.answer);
-    std::make_shared<frmAll>()->ShowModal();
-    EXPECT_EQ(Ui().Boxes().back().answer, "closed") << c.answer;
-    EXPECT_EQ(messages.str(),
-              "corvessa-desk: --answer frmAll=" + c.answer + ": " + c.problem +
-                  "\ncorvessa-desk: closed frmAll \"first second\" unanswered; use --answer "
-                  "frmAll=cmdAdd|cmdOK|cmdCancel\n");
-  }
-}
-
-TEST_F(TerminalUiTest, ListsUnusedAnswers) {
-  for (const char* const answer :
-       {"frmNoKeyFound=cmdYes", "frmAll=cmdOK", "frmAll=txtLine:secret", "frm\x1B[2JX=cmd\x07Y"}) {
-    answers.AddAnswer(answer);
-  }
-  answers.PutFirst("frmAll", {"cmdAdd"});
-  answers.PutFirst("frmHTML", {"cmdConvert"});
-  std::make_shared<frmAll>()->ShowModal();
-  EXPECT_EQ(Ui().Boxes().back().answer, "cmdOK");
-  EXPECT_EQ(messages.str(), "");
-  EXPECT_EQ(answers.Unused(), (Strings{"frm[2JX=cmdY", "frmAll=txtLine", "frmNoKeyFound=cmdYes"}));
 }
 
 TEST_F(TerminalUiTest, TriesEachPassphraseInTurnAndThenStops) {
@@ -352,50 +239,6 @@ TEST_F(TerminalUiTest, TriesEachPassphraseInTurnAndThenStops) {
   tried.push_back(Login());
   EXPECT_EQ(tried, (Strings{"ann@example.org one", "eve@example.org two", "ann@example.org one",
                             "none", "none", "ann@example.org one"}));
-}
-
-TEST_F(TerminalUiTest, TicksTimersOncePerIntervalAndCatchesUp) {
-  const auto form = std::make_shared<frmAll>();
-  form->Load();
-  const auto ticks_after = [&](int passed) {
-    time += std::chrono::milliseconds(passed);
-    Ui().DoEvents();
-    return form->ticks;
-  };
-  EXPECT_EQ(ticks_after(0), 0);
-  EXPECT_EQ(ticks_after(99), 0);
-  EXPECT_EQ(ticks_after(351), 4);
-  // A long call: a hundred a run, and none is lost.
-  EXPECT_EQ(ticks_after(15000), 104);
-  EXPECT_EQ(ticks_after(0), 154);
-  // A tick that lets events run, after which two intervals have passed.
-  form->tmrTick.OnTimer = [&] {
-    ++form->ticks;
-    Ui().DoEvents();
-  };
-  EXPECT_EQ(ticks_after(200), 156);
-}
-
-TEST_F(TerminalUiTest, ReadsAPassphraseFromTheFirstLineOfItsFile) {
-  const std::string path = profile / "pass=phrase";
-  const std::string whole(4000, 'x');
-  const std::string first_line = "the first line of the passphrase file " + path;
-  const struct {
-    std::string argument, content, passphrase, error;
-  } cases[] = {
-      {"Ann@Example.org=" + path, " blank \r\nnot this\n", " blank ", ""},
-      {"ann@example.org=" + path, whole, whole, ""},
-      {"a=" + path, whole + "x", "", first_line + " is too long"},
-      {"a=" + path, "\nsesame\n", "", first_line + " is empty"},
-      {"sesame", "", "", "--passphrase takes ADDRESS=FILE"},
-      {"=sesame", "", "", "--passphrase takes ADDRESS=FILE"},
-      {"a=/none", "", "", "cannot read the passphrase file /none: No such file or directory"}};
-  for (const auto& c : cases) {
-    WriteContent(path, c.content);
-    answers = {};
-    EXPECT_EQ(Attempt([&] { answers.AddPassphrase(c.argument); }).description, c.error);
-    EXPECT_EQ(answers.UsePassphrase("ann@example.org", "").View(), c.passphrase);
-  }
 }
 
 }  // namespace
