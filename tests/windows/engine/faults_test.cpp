@@ -1,13 +1,9 @@
-// Before all that includes windows.h.
-#include <winsock2.h>
-
 #include <aclapi.h>
 #include <atomic>
 #include <gtest/gtest.h>
 #include <ole2.h>
 #include <sddl.h>
 #include <shlobj.h>
-#include <thread>
 #include <wininet.h>
 
 #include "idl/engine.h"
@@ -15,6 +11,7 @@
 #include "windows/com/bstr.h"
 #include "windows/com/create.h"
 #include "windows/com/errors.h"
+#include "windows/engine/key_server.h"
 #include "windows/engine/registered_engine.h"
 #include "windows_engine/engine_setup.h"
 
@@ -113,49 +110,6 @@ void InstallAll(HMODULE module) {
   HOOK(InternetReadFile, FALSE);
 #undef HOOK
 }
-
-/// A key server on this computer that answers everything with the same key.
-class KeyServer {
- public:
-  explicit KeyServer(const std::string& key)
-      : answer_("HTTP/1.0 200 -\r\nContent-Length: " + std::to_string(key.size()) + "\r\n\r\n" +
-                key) {
-    WSADATA data;
-    EXPECT_EQ(WSAStartup(MAKEWORD(2, 2), &data), 0);
-    listener_ = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    int size = sizeof address;
-    EXPECT_EQ(bind(listener_, reinterpret_cast<sockaddr*>(&address), size), 0);
-    EXPECT_EQ(listen(listener_, 16), 0);
-    getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size);
-    port_ = ntohs(address.sin_port);
-    thread_ = std::thread([this] { Serve(); });
-  }
-  ~KeyServer() {
-    closesocket(listener_);
-    thread_.join();
-    WSACleanup();
-  }
-  std::string Url() const { return "http://127.0.0.1:" + std::to_string(port_); }
-
- private:
-  void Serve() const {
-    for (SOCKET caller; (caller = accept(listener_, nullptr, nullptr)) != INVALID_SOCKET;) {
-      char request[4096];
-      recv(caller, request, sizeof request, 0);
-      send(caller, answer_.data(), static_cast<int>(answer_.size()), 0);
-      shutdown(caller, SD_SEND);
-      closesocket(caller);
-    }
-  }
-
-  std::string answer_;
-  SOCKET listener_ = INVALID_SOCKET;
-  int port_ = 0;
-  std::thread thread_;
-};
 
 /// One object of the component with what its calls use and answer.
 struct Session {
