@@ -39,7 +39,29 @@ Variant Variant::As(VARTYPE type) const {
   return converted;
 }
 
+namespace {
+
+/// Bytes as MAPI writes its identifiers.
+std::string HexText(SAFEARRAY* bytes) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  LONG first = 0;
+  LONG last = -1;
+  Check(SafeArrayGetLBound(bytes, 1, &first));
+  Check(SafeArrayGetUBound(bytes, 1, &last));
+  std::string text;
+  for (LONG i = first; i <= last; ++i) {
+    std::uint8_t byte = 0;
+    Check(SafeArrayGetElement(bytes, &i, &byte));
+    text += kDigits[byte >> 4];
+    text += kDigits[byte & 15];
+  }
+  return text;
+}
+
+}  // namespace
+
 std::string Variant::Text() const {
+  if (value_.vt == (VT_ARRAY | VT_UI1)) return HexText(value_.parray);
   return TextOf(As(VT_BSTR).value_.bstrVal);
 }
 

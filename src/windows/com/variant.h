@@ -31,7 +31,8 @@ class Variant {
   /// For a call that gives a value.
   VARIANT* Receive();
 
-  /// The value in that type, converted if necessary. Throws Error when it cannot be.
+  /// The value in that type, converted if necessary; bytes become hexadecimal text. Throws Error
+  /// when it cannot be.
   std::string Text() const;
   bool Flag() const;
   std::int32_t Number() const;
