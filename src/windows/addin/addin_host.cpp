@@ -1,0 +1,28 @@
+#include "windows/addin/addin_host.h"
+
+#include "base/guard.h"
+#include "windows/engine/com_engine.h"
+
+namespace corvessa::windows {
+
+AddInHost::AddInHost() : engine_(CreateComEngineFactory()) {
+  platform::InstallHost({cdo_, clipboard_, clock_, *engine_, files_, inet_, pictures_, redemption_,
+                         registry_, shell_, ui_, ReadProductInfo()});
+  connect_ = std::make_unique<corvessa::Connect>();
+}
+
+AddInHost::~AddInHost() {
+  connect_.reset();
+  platform::RemoveHost();
+}
+
+void AddInHost::Connect(DispatchPtr application) noexcept {
+  Guarded("Connect::AddinInstance_OnConnection - ",
+          [&] { connect_->AddinInstance_OnConnection(WrapApplication(std::move(application))); });
+}
+
+void AddInHost::Disconnect() noexcept {
+  Ignoring([&] { connect_->AddinInstance_OnDisconnection(); });
+}
+
+}  // namespace corvessa::windows

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <memory>
+
+#include "addin/connect.h"
+#include "platform/engine.h"
+#include "platform/outlook.h"
+#include "windows/cdo/cdo.h"
+#include "windows/forms/plain_ui.h"
+#include "windows/outlook/outlook.h"
+#include "windows/redemption/redemption.h"
+#include "windows/system/bitmap.h"
+#include "windows/system/clipboard.h"
+#include "windows/system/files.h"
+#include "windows/system/registry.h"
+#include "windows/system/services.h"
+
+namespace corvessa::windows {
+
+/// The add-in in this process, from connection to disconnection: what the logic needs of Windows,
+/// and the logic's own entry. One at a time.
+class AddInHost {
+ public:
+  /// Throws Error when there is one already, or when the system lacks something.
+  AddInHost();
+  ~AddInHost();
+  AddInHost(const AddInHost&) = delete;
+  AddInHost& operator=(const AddInHost&) = delete;
+
+  /// Neither throws.
+  void Connect(DispatchPtr application) noexcept;
+  void Disconnect() noexcept;
+
+ private:
+  WindowsRegistry registry_;
+  WindowsFiles files_;
+  WindowsClipboard clipboard_;
+  WindowsClock clock_;
+  WindowsShell shell_;
+  WinInet inet_;
+  OlePictures pictures_;
+  ComRedemption redemption_;
+  ComCdo cdo_;
+  PlainUi ui_;
+  std::unique_ptr<platform::EngineFactory> engine_;
+  std::unique_ptr<corvessa::Connect> connect_;
+};
+
+}  // namespace corvessa::windows
