@@ -33,7 +33,7 @@ base() {
 checkable() {
   while IFS= read -r file; do
     [[ $file == *.h ]] || grep -q -F "\"$PWD/$file\"" $build/compile_commands.json || continue
-    [[ $file == src/windows/* || $file == src/win32/* ]] || echo "$file"
+    [[ $file == src/win* || $file == tests/windows/* ]] || echo "$file"
   done
 }
 

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # wine-run.sh PROGRAM.exe ARGUMENT…: runs a Windows program under Wine, as CTest does with those of
 # the windows presets. Each program has a Wine prefix of its own beside it, PROGRAM.wine, so that none
-# sees another's registry and files; what a run leaves there stays for the next one.
+# sees another's registry and files; what a run leaves there stays for the next one. WINE_RUN_PREFIX
+# names another one.
 #
 # A run that takes longer than WINE_RUN_SECONDS (110 unless set) is ended with all that it started,
 # and fails with exit code 124. There is no display unless WINE_RUN_DISPLAY names one.
@@ -21,7 +22,7 @@ esac
 # exit code instead of a dialog.
 templates="$(cd "$(dirname "$0")/.." && pwd)/build/wine"
 template="$templates/$WINEARCH-$(wine --version | tr -cd 'A-Za-z0-9.')-$(sha256sum "$0" | cut -c1-8)"
-prefix="${program%.exe}.wine"
+prefix="${WINE_RUN_PREFIX:-${program%.exe}.wine}"
 
 export WINEPREFIX="$prefix" HOME="$prefix" WINEDEBUG="${WINEDEBUG:--all}" LC_ALL=C.UTF-8
 export WINEDLLOVERRIDES="mscoree,mshtml,winemenubuilder.exe="

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "desk/outlook/outlook_model.h"
+#include "windows/outlook/served_object.h"
+
+/// The house's Outlook model as the objects of Outlook, Redemption and CDO.
+namespace corvessa::testing {
+
+DispatchPtr ServeApplication(desk::OutlookModel& model);
+DispatchPtr ServeItem(const platform::MailItemPtr& item);
+
+/// Makes Redemption's and CDO's classes known in this process, over the model, until destroyed.
+class ServedLibraries {
+ public:
+  explicit ServedLibraries(desk::OutlookModel& model);
+  ~ServedLibraries();
+  ServedLibraries(const ServedLibraries&) = delete;
+  ServedLibraries& operator=(const ServedLibraries&) = delete;
+
+ private:
+  std::vector<DWORD> cookies_;
+};
+
+}  // namespace corvessa::testing
