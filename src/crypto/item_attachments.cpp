@@ -159,14 +159,14 @@ bool CryptoOperations::IsSignature(std::string_view path, const AttachmentNodes&
                                    const platform::MailItemPtr& item) {
   if (!HasSignatureName(path)) return false;
   return Guarded("CryptoOperations::IsSignature - ", false, [&] {
-    const std::string data_name = LCase(SignedName(FileNameOf(path)));
+    const std::string_view data_name = SignedName(FileNameOf(path));
     for (const AttachmentNodePtr& node : attachments) {
-      if (LCase(FileNameOf(node->sFilename)) == data_name) return true;
+      if (IsSameFile(FileNameOf(node->sFilename), data_name)) return true;
     }
     const auto list = item->Attachments();
     const std::int32_t count = list->Count();
     for (std::int32_t i = 1; i <= count; ++i) {
-      if (LCase(list->Item(i)->DisplayName()) == data_name) return true;
+      if (IsSameFile(list->Item(i)->DisplayName(), data_name)) return true;
     }
     return false;
   });

@@ -20,6 +20,10 @@ namespace {
 
 constexpr std::string_view kSignatureExtension = ".sig";
 
+char ToLower(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
 platform::Files& Files() {
   return platform::Host().files;
 }
@@ -116,6 +120,17 @@ bool HasSignatureName(std::string_view name) {
          LCase(name.substr(name.size() - kSignatureExtension.size())) == kSignatureExtension;
 }
 
+// Each signature's name is compared with each attachment's. Their ends differ first.
+bool IsSameFile(std::string_view a, std::string_view b) {
+  while (!a.empty() && !b.empty() && IsAscii(a.substr(a.size() - 1)) &&
+         IsAscii(b.substr(b.size() - 1))) {
+    if (ToLower(a.back()) != ToLower(b.back())) return false;
+    a.remove_suffix(1);
+    b.remove_suffix(1);
+  }
+  return LCase(a) == LCase(b);
+}
+
 std::string_view SignedName(std::string_view name) {
   return name.substr(0, name.size() - kSignatureExtension.size());
 }
@@ -166,9 +181,8 @@ std::string CreatePrivateFolder() {
 }
 
 AttachmentNodePtr FindByPath(const AttachmentNodes& nodes, std::string_view path) {
-  const std::string wanted = LCase(path);
   const auto found = std::ranges::find_if(
-      nodes, [&](const AttachmentNodePtr& node) { return LCase(node->sFilename) == wanted; });
+      nodes, [&](const AttachmentNodePtr& node) { return IsSameFile(node->sFilename, path); });
   return found == nodes.end() ? nullptr : *found;
 }
 

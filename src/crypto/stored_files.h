@@ -61,4 +61,7 @@ bool HasSignatureName(std::string_view name);
 /// name, which must be a signature's.
 std::string_view SignedName(std::string_view name);
 
+/// The names or paths mean the same file: they differ in case at most.
+bool IsSameFile(std::string_view a, std::string_view b);
+
 }  // namespace corvessa
