@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/text.h"
 #include "engine/engine.h"
 #include "support/scripted_engine.h"
 #include "support/temp_folder.h"
@@ -91,13 +92,13 @@ class Profile {
     To unknown;
     std::string content;
     const auto status = engine->VerifyText(text, signers, unknown, content);
-    return std::to_string(status) + Listed(signers.items) + Listed(unknown.items) + " " + content;
+    return std::to_string(status) + Listed(signers) + Listed(unknown) + " " + content;
   }
   std::string VerifyFile(std::string_view path, std::string_view signature) {
     To signers;
     To unknown;
     const auto status = engine->VerifyFile(path, signature, signers, unknown);
-    return std::to_string(status) + Listed(signers.items) + Listed(unknown.items);
+    return std::to_string(status) + Listed(signers) + Listed(unknown);
   }
 
   /// Writes a file into the profile's folder and returns its path.
@@ -114,11 +115,7 @@ class Profile {
   std::shared_ptr<OpenPgpEngine> engine;
 
  private:
-  static std::string Listed(const std::vector<std::string>& items) {
-    std::string listed;
-    for (const auto& item : items) listed += (listed.empty() ? "" : ", ") + item;
-    return " [" + listed + "]";
-  }
+  static std::string Listed(const To& items) { return " [" + Join(items.items, ", ") + "]"; }
   /// Runs an operation on a text that it may touch only when it succeeds.
   template <class Operation>
   static Outcome OutcomeOf(Operation operation) {

@@ -8,7 +8,6 @@
 
 #include "base/text.h"
 #include "engine/armour.h"
-#include "engine/key_index.h"
 #include "engine/profile.h"
 
 namespace corvessa::engine {
@@ -310,23 +309,6 @@ TEST_F(RingsTest, NoPassphraseAndNoPlainSecretKeyIsOnDisk) {
               std::filesystem::perms(0600))
         << name;
   }
-}
-
-TEST_F(RingsTest, TheIndexReadsBackWhatItWrote) {
-  const system::FileStamp public_ring{10, -5, 7};
-  const system::FileStamp secret_ring{20, 6, 8};
-  const std::string line = IndexLine(false, 0, 10, {"AB", {"CD", "EF"}, {"a@b.c", "d@e.f"}}, "x");
-  const KeyIndex index(public_ring, secret_ring, line + IndexLine(true, 4, 16, {"AB", {}, {}}, {}));
-  const auto read = KeyIndex::Parse(index.Format());
-  ASSERT_TRUE(read);
-  EXPECT_EQ(read->PublicRing(), public_ring);
-  EXPECT_EQ(read->SecretRing(), secret_ring);
-  EXPECT_EQ(read->Entries(), index.Entries());
-  ASSERT_EQ(index.Entries().size(), 2U);
-  EXPECT_TRUE(Lists(index.Entries()[0].addresses, "d@e.f"));
-  EXPECT_FALSE(Lists(index.Entries()[0].addresses, "@e.f"));
-  const KeyIndex outside(public_ring, secret_ring, IndexLine(true, 4, 17, {"AB", {}, {}}, {}));
-  EXPECT_FALSE(KeyIndex::Parse(outside.Format()));
 }
 
 }  // namespace

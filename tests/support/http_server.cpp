@@ -34,8 +34,8 @@ std::string ReadHead(int connection) {
 
 }  // namespace
 
-HttpServer::HttpServer(Answer otherwise) : otherwise_(std::move(otherwise)) {
-  if (!otherwise_) otherwise_ = Replies("404 -\r\nContent-Length: 0\r\n\r\n");
+HttpServer::HttpServer(Answer answer) : answer_(std::move(answer)) {
+  if (!answer_) answer_ = Replies("404 -\r\nContent-Length: 0\r\n\r\n");
   // A proxy of the machine's environment knows nothing of this loopback port.
   setenv("no_proxy", "127.0.0.1", 1);
   listener_ = Checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
@@ -61,13 +61,6 @@ std::string HttpServer::Url(std::string_view path) const {
   return "http://127.0.0.1:" + std::to_string(port_) + std::string(path);
 }
 
-void HttpServer::Serve(std::string path, std::string body, int status, std::string headers) {
-  const std::lock_guard lock(mutex_);
-  replies_[std::move(path)] =
-      Replies(std::to_string(status) + " -\r\nContent-Length: " + std::to_string(body.size()) +
-              "\r\n" + headers + "\r\n" + body);
-}
-
 std::vector<std::string> HttpServer::Requests() const {
   const std::lock_guard lock(mutex_);
   return requests_;
@@ -89,15 +82,12 @@ void HttpServer::Reply(int connection) {
   const std::string head = ReadHead(connection);
   const std::size_t start = head.find(' ') + 1;
   const std::string path = head.substr(start, head.find(' ', start) - start);
-  Answer answer;
   {
     const std::lock_guard lock(mutex_);
     requests_.push_back(path);
     last_head_ = head;
-    const auto found = replies_.find(path);
-    answer = found == replies_.end() ? otherwise_ : found->second;
   }
-  answer(connection);
+  answer_(connection, path);
 }
 
 bool Send(int socket, std::string_view bytes) {
@@ -110,7 +100,9 @@ bool Send(int socket, std::string_view bytes) {
 }
 
 HttpServer::Answer Replies(std::string reply) {
-  return [whole = "HTTP/1.0 " + std::move(reply)](int socket) { Send(socket, whole); };
+  return [whole = "HTTP/1.0 " + std::move(reply)](int socket, const std::string& /*path*/) {
+    Send(socket, whole);
+  };
 }
 
 }  // namespace corvessa::testing
