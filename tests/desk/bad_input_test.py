@@ -28,6 +28,9 @@ class Files(DeskCase):
                 self.assertDone(self.alice(command, path), 3, "", f"corvessa-desk: {path} {complaint}\n")
         self.assertDone(self.alice("open", self.folder), 3, "",
                         f"corvessa-desk: {self.folder} is not a file\n")
+        profile = self.folder / "rubbish"
+        self.assertDone(self.at(profile, "get"), 3, "",
+                        f"corvessa-desk: Cannot create the profile {profile}: File exists\n")
 
     def test_a_truncated_mail_is_shown_but_not_sent(self):
         whole = self.sent().read_bytes()

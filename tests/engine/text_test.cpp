@@ -66,7 +66,11 @@ TEST_F(TextTest, WritesTheVersionLinesOfItsOptions) {
     for (std::string line; std::getline(lines, line);) longest = std::max(longest, line.size());
     EXPECT_EQ(longest, 65U);  // with the CR
   }
-  EXPECT_EQ(bob->DecryptText(armoured), Outcome(0, "x"));
+  std::string without_checksum = armoured;
+  without_checksum.erase(armoured.rfind("\r\n="), std::string_view("\r\n=abcd").size());
+  for (const auto& readable : {armoured, without_checksum}) {
+    EXPECT_EQ(bob->DecryptText(readable), Outcome(0, "x"));
+  }
   EXPECT_EQ(bob->VerifyText(signed_text), "1 [alice@example.org] [] x");
   EXPECT_THROW(alice->engine->SetOption("pgpMessageHeader", "a\nb"), Error);
   EXPECT_THROW(alice->engine->SetOption("lookupKeyservers", "ftp://keys"), Error);
@@ -121,7 +125,9 @@ TEST_F(TextTest, EncryptsForAllRecipientsOrForNone) {
   const Outcome no_key(-13, "");
   EXPECT_EQ(alice->EncryptText(To({"bob@example.org", "carol@example.org"}), "x"), no_key);
   EXPECT_EQ(alice->engine->GetEngineLastError(), "No usable key for carol@example.org.");
-  EXPECT_EQ(alice->EncryptText(To({"bob@example.org.evil.net"}), "x"), no_key);
+  for (const auto* similar : {"bob@example.org.evil.net", "ob@example.org", "bob@example.or"}) {
+    EXPECT_EQ(alice->EncryptText(To({similar}), "x"), no_key) << similar;
+  }
   EXPECT_EQ(alice->EncryptText(To(), "x"), no_key);
   EXPECT_EQ(alice->EncryptText(To({"Bob@Example.org", "alice@example.org"}), "x").first, 0);
 }
@@ -264,14 +270,6 @@ std::string EncryptedPackets(const std::string& bobs_keys, std::string_view pack
   Check(rnp_op_encrypt_set_flags(op.get(), RNP_ENCRYPT_NOWRAP));
   stream.Finish(rnp_op_encrypt_execute(op.get()));
   return Armour(sink.text, "message", {});
-}
-
-TEST_F(TextTest, ArmourNeedsNoChecksum) {
-  for (const std::string text : {"x", "xy", "xyz"}) {
-    std::string armour = Encrypted(text);
-    armour.erase(armour.rfind("\r\n="), std::string_view("\r\n=abcd").size());
-    EXPECT_TRUE(bob->DecryptText(armour) == Outcome(0, text)) << bob->engine->GetEngineLastError();
-  }
 }
 
 TEST_F(TextTest, DeepNestingAndBombsAreRefused) {
