@@ -2,6 +2,10 @@
 #include <chrono>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
 
 #include "engine/armour.h"
 #include "engine/key_facts.h"
@@ -26,6 +30,46 @@ std::string DeadAddress() {
 HttpServer::Answer Says(const std::string& body) {
   return Replies("200 OK\r\n\r\n" + body);
 }
+
+/// The sks key server in a private folder on a loopback port; ended with this object.
+class SksServer {
+ public:
+  SksServer() {
+    for (const auto* name :
+         {"etc/sks", "var/run/sks", "var/lib/sks", "var/log/sks", "var/spool/sks"}) {
+      std::filesystem::create_directories(folder_ / name);
+    }
+    testing::WriteContent(folder_ / "etc/sks/sksconf", "hkp_address: 127.0.0.1\nhkp_port: " +
+                                                           address.substr(address.rfind(':') + 1) +
+                                                           "\ndisable_mailsync:\n");
+    waitpid(Start("build"), nullptr, 0);
+    process_ = Start("db");
+    Profile waiting(address);
+    for (int i = 0; i < 500 && waiting.QueryKeyPair("nobody@example.org") == -16; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+  }
+  ~SksServer() {
+    kill(process_, SIGTERM);
+    waitpid(process_, nullptr, 0);
+  }
+  SksServer(const SksServer&) = delete;
+  SksServer& operator=(const SksServer&) = delete;
+
+  const std::string address = DeadAddress();
+
+ private:
+  pid_t Start(const char* work) const {
+    const pid_t child = fork();
+    if (child != 0) return child;
+    for (const int stream : {1, 2}) close(stream);
+    execl("/usr/sbin/sks", "sks", work, "-basedir", folder_.Path().c_str(), nullptr);
+    _exit(1);
+  }
+
+  testing::TempFolder folder_;
+  pid_t process_ = 0;
+};
 
 class KeyServerTest : public ::testing::Test {
  protected:
@@ -58,6 +102,30 @@ class KeyServerTest : public ::testing::Test {
 
   static inline Profile* alice = nullptr;
 };
+
+TEST_F(KeyServerTest, FindsAndPublishesOnARealServer) {
+  const SksServer sks;
+  EXPECT_EQ(AskingFor(sks.address), kNone);
+  Profile other;
+  other.Generate("xalice@example.org");
+  other.Generate("alice@example.org.evil.net");
+  for (auto* const profile : {alice, &other}) {
+    profile->engine->SetOption("updateKeyservers", sks.address + "/");
+  }
+  EXPECT_EQ(alice->engine->PublishKeys("bob@example.org"), -13);
+  EXPECT_EQ(other.engine->PublishKeys("xalice@example.org"), 0);
+  EXPECT_EQ(other.engine->PublishKeys("alice@example.org.evil.net"), 0);
+  EXPECT_EQ(AskingFor(sks.address), kNone) << "a word in common is not the address";
+  EXPECT_EQ(alice->engine->PublishKeys("alice@example.org"), 0)
+      << alice->engine->GetEngineLastError();
+  EXPECT_EQ(AskingFor(sks.address), kFound);
+  EXPECT_EQ(AskingFor(DeadAddress() + ", " + sks.address), kFound);
+
+  Profile stranger(sks.address);
+  const auto armoured = stranger.EncryptText(To({"alice@example.org"}), "x").second;
+  EXPECT_EQ(alice->DecryptText(armoured), Outcome(0, "x"));
+  EXPECT_EQ(stranger.EncryptText(To({"alice@example.org", "bob@example.org"}), "x").first, -13);
+}
 
 TEST_F(KeyServerTest, AServersNewNameOnAKnownKeyIsNotBelieved) {
   // The ring's copy of mallory's key names nobody else; the server's also names bob.
