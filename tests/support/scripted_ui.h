@@ -81,6 +81,29 @@ class ScriptedUi final : public platform::Ui {
   /// Runs before every call, named as "Ui::ShowForm"; may throw.
   std::function<void(std::string_view)> before_call;
 
+  /// That much time passes: the timers that run tick.
+  void Elapse(std::int32_t milliseconds) {
+    for (std::int32_t passed = 0; passed < milliseconds; ++passed) {
+      // A copy, because a tick may start and stop timers.
+      for (const auto& [timer, left] : std::map(timers_)) {
+        const auto running = timers_.find(timer);
+        if (running == timers_.end() || --running->second > 0) continue;
+        running->second = timer->Interval();
+        timer->Tick();
+      }
+    }
+  }
+  /// Fails the test for each change of the form that was not reported.
+  void ExpectReported(const Form& form) {
+    const auto copy = copies_.find(&form);
+    if (copy == copies_.end()) return;
+    EXPECT_EQ(copy->second.window, WindowOf(form)) << "not reported";
+    for (const auto& [control, shown] : copy->second.controls) {
+      if (appended_.contains(control)) continue;
+      EXPECT_EQ(shown, control->Dump()) << "not reported";
+    }
+  }
+
   std::int32_t ShowBox(std::string_view text, std::string_view title, std::int32_t flags) override {
     Announce("Ui::ShowBox");
     const bool can_cancel = (flags & platform::kBoxOkCancel) != 0;
@@ -150,8 +173,8 @@ class ScriptedUi final : public platform::Ui {
       copies_[&form].controls[&control] = control.Dump();
     }
   }
-  void TimerStarted(Timer& /*timer*/) noexcept override {}
-  void TimerStopped(Timer& /*timer*/) noexcept override {}
+  void TimerStarted(Timer& timer) noexcept override { timers_[&timer] = timer.Interval(); }
+  void TimerStopped(Timer& timer) noexcept override { timers_.erase(&timer); }
   /// Six pixels a character, none for a combining mark from U+0300 on.
   int TextWidth(std::string_view text) override {
     Announce("Ui::TextWidth");
@@ -183,16 +206,6 @@ class ScriptedUi final : public platform::Ui {
            (form.Focus() ? form.Focus()->Name() : "");
   }
 
-  /// Fails the test for each change of the form that was not reported.
-  void ExpectReported(const Form& form) {
-    const auto copy = copies_.find(&form);
-    if (copy == copies_.end()) return;
-    EXPECT_EQ(copy->second.window, WindowOf(form)) << "not reported";
-    for (const auto& [control, shown] : copy->second.controls) {
-      if (appended_.contains(control)) continue;
-      EXPECT_EQ(shown, control->Dump()) << "not reported";
-    }
-  }
   void Announce(std::string_view call) const {
     if (before_call) before_call(call);
   }
@@ -222,6 +235,8 @@ class ScriptedUi final : public platform::Ui {
   std::map<const Form*, Copy> copies_;
   /// Text boxes that have grown since they were copied.
   std::set<const Control*> appended_;
+  /// The timers that run, with the milliseconds until they tick.
+  std::map<Timer*, std::int32_t> timers_;
   int do_events_calls_ = 0;
   bool everything_allowed_ = false;
   std::int32_t answer_to_the_rest_ = platform::kAnswerCancel;

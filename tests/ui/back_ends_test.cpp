@@ -12,19 +12,60 @@
 #include "support/addin_fixture.h"
 #include "ui/ui_conformance.h"
 
-/// The terminal back end in the conformance suite.
+/// The scripted and the terminal back end in the conformance suite.
 namespace corvessa::testing {
 namespace {
 
-/// The host that the back end stands on.
+/// The host that both stand on.
 class Host : public AddInFixture {
  public:
   ~Host() override { TearDown(); }
   using AddInFixture::InstallHostWith;
   using AddInFixture::profile;
+  using AddInFixture::ui;
 
  private:
   void TestBody() override {}
+};
+
+class ScriptedDriver final : public UiDriver {
+ public:
+  ScriptedDriver() {
+    for (const char* name : {"frmProbe", "frmOuter", "frmInner"}) {
+      host_.ui.AllowForm(name, [this](Form& form) {
+        if (form.IsModal()) Work(form);
+      });
+    }
+  }
+
+  void Click(Control& control, int place) override {
+    Form& form = control.Parent();
+    if (control.TakesFocus()) form.SetFocus(control);
+    desk::Click(control, place);
+  }
+  void Type(TextBox& box, std::string_view text) override {
+    box.Parent().SetFocus(box);
+    box.Type(text);
+  }
+  void PressEnter(Form& form) override { desk::DefaultButton(form)->Press(); }
+  void PressEscape(Form& form) override { desk::CancelButton(form)->Press(); }
+  void PressCloseBox(Form& form) override { form.PressCloseBox(); }
+  void PlanBox(const std::string& text, std::int32_t flags, std::int32_t answer) override {
+    if ((flags & platform::kBoxOkCancel) != 0) {
+      host_.ui.ExpectBox(text, answer);
+    } else {
+      host_.ui.ExpectErrorBox(text);
+    }
+  }
+  void Pass(std::int32_t milliseconds) override { host_.ui.Elapse(milliseconds); }
+  void Work(Form& form) override {
+    const FormPtr held = form.shared_from_this();
+    while (form.IsVisible() && HasSteps()) RunStep();
+  }
+  void ExpectShown(Form& form) override { host_.ui.ExpectReported(form); }
+
+ private:
+  Host host_;
 };
 
 /// The person types a line whenever the terminal waits for one, having looked at the screen.
@@ -132,8 +173,13 @@ class TerminalDriver final : public UiDriver {
   std::unique_ptr<desk::TerminalUi> ui_;
 };
 
-INSTANTIATE_TEST_SUITE_P(Terminal, UiConformance,
-                         ::testing::Values([] { return std::make_unique<TerminalDriver>(); }));
+template <typename Driver>
+UiDriverFactory Make() {
+  return [] { return std::make_unique<Driver>(); };
+}
+
+INSTANTIATE_TEST_SUITE_P(Scripted, UiConformance, ::testing::Values(Make<ScriptedDriver>()));
+INSTANTIATE_TEST_SUITE_P(Terminal, UiConformance, ::testing::Values(Make<TerminalDriver>()));
 
 }  // namespace
 }  // namespace corvessa::testing
