@@ -49,6 +49,14 @@ TLIBATTR AttributesOf(ITypeLib& library) {
   return copy;
 }
 
+bool IsRegistered(const TLIBATTR& library) {
+  BSTR path = nullptr;
+  const HRESULT result = QueryPathOfRegTypeLib(library.guid, library.wMajorVerNum,
+                                               library.wMinorVerNum, library.lcid, &path);
+  SysFreeString(path);
+  return SUCCEEDED(result);
+}
+
 void RegisterClass(const ComClass& com_class, const std::wstring& library) {
   const std::wstring key = ClassKey(com_class);
   SetValue(key, nullptr, com_class.description);
@@ -73,10 +81,10 @@ void UnregisterAll(std::span<const ComClass> classes) {
     DeleteKey(kClasses + com_class.prog_id);
   }
   const TLIBATTR library = AttributesOf(*LoadTypeLibrary().Get());
-  const HRESULT result = UnRegisterTypeLib(library.guid, library.wMajorVerNum, library.wMinorVerNum,
-                                           library.lcid, library.syskind);
-  const bool is_unknown = result == TYPE_E_REGISTRYACCESS || result == TYPE_E_LIBNOTREGISTERED;
-  if (!is_unknown) Check(result);
+  // What unregistering an unknown library answers depends on the system.
+  if (!IsRegistered(library)) return;
+  Check(UnRegisterTypeLib(library.guid, library.wMajorVerNum, library.wMinorVerNum, library.lcid,
+                          library.syskind));
 }
 
 }  // namespace

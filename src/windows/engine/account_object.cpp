@@ -64,7 +64,8 @@ class AccountObject final : public IDispatch {
 
 Microsoft::WRL::ComPtr<IDispatch> AccountObjectOf(const platform::EngineAccount* account) {
   Microsoft::WRL::ComPtr<IDispatch> object;
-  if (account) object.Attach(new AccountObject(account->address));
+  // Not Attach, which counts another reference in this compiler's library.
+  if (account) *object.GetAddressOf() = new AccountObject(account->address);
   return object;
 }
 
