@@ -35,7 +35,7 @@ class Login : public AddInFixture {
   }
 };
 
-TEST_F(Login, TakesThePassphraseOfTheChosenAddressAndLeavesNothingBehind) {
+TEST_F(Login, TakesThePassphraseOfTheChosenAddressAndLeavesNoCopy) {
   NimbraAccountPtr chosen;
   std::weak_ptr<frmLogin> dialog;
   ui.Expect<frmLogin>("frmLogin", [&](frmLogin& form) {

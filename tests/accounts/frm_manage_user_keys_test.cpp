@@ -245,7 +245,7 @@ TEST_F(SettingsDialogTest, AddKeepsAnAddressByEditionAndEngineAnswer) {
   }
 }
 
-TEST_F(SettingsDialogTest, AddReportsAnEngineThatCannotBeHad) {
+TEST_F(SettingsDialogTest, AddReportsAnEngineThatIsNotAvailable) {
   scripted_engine.refusal = Error{kCannotCreateComponent, "no engine"};
   AllowError("CryptoOperations::Class_Initialize: no engine");
   AllowError("frmManageUserKeys::cmdAdd_Click - Object variable or With block variable not set");

@@ -447,7 +447,7 @@ TEST_F(SendInterception, AMailStaysWhenItsHiddenReadersOrItsChoicesAreUnknown) {
   faults.on_call = nullptr;
 }
 
-TEST_F(SendInterception, ADisconnectionBehindThePassphraseDialogLeavesNothingBehind) {
+TEST_F(SendInterception, ADisconnectionDuringThePassphraseDialogLeavesNothing) {
   g_lPassphraseMemory = kForgetAfterEachUse;
   const auto item = Draft();
   Attach(item, "a.txt", "canary-5e11 a");
@@ -462,7 +462,7 @@ TEST_F(SendInterception, ADisconnectionBehindThePassphraseDialogLeavesNothingBeh
   EXPECT_EQ(LoadedForms().size(), 0U);
 }
 
-TEST_F(SendInterception, ADisconnectionBehindTheQuestionAboutNamesCancelsTheMail) {
+TEST_F(SendInterception, ADisconnectionDuringTheQuestionAboutNamesCancelsTheMail) {
   const auto item = Draft();
   item->EditHTMLBody("<p>canary-5e11</p>");
   for (const char* name : {"a.txt", "A.TXT"}) Attach(item, name, "canary-5e11");

@@ -248,7 +248,7 @@ TEST_F(Startup, ASecondInitialiseKeepsTheWindowsAndTheDeleteQueue) {
   EXPECT_EQ(LoadedFormNames(), Lines{"frmTimer"});
 }
 
-TEST_F(Startup, ADisconnectionBehindAnyOfItsPaintsLosesNothingAndLeavesNothingBehind) {
+TEST_F(Startup, ADisconnectionDuringAnyOfItsPaintsLosesAndLeavesNothing) {
   StoreAccount("ann@example.org", true);
   SetPreference("PassphraseMemory", 7);
   AllowError("OutlookSupport::Initialise - ");

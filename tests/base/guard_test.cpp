@@ -39,7 +39,7 @@ TEST(Checked, RunningOverIsError6AtEveryWidth) {
   EXPECT_EQ(Attempt([] { CheckedNarrow<std::int16_t>(65537); }).number, kOverflow);
 }
 
-TEST(SecretString, LeavesNothingBehindWhenItChanges) {
+TEST(SecretString, LeavesNoCopyWhenItChanges) {
   std::string text = "a long passphrase that does not fit a short string";
   const char* bytes = text.data();
   const std::size_t length = text.size();

@@ -66,7 +66,7 @@ TEST_F(Brand, IconFollowsTheLongNameExactly) {
   }
 }
 
-TEST_F(Brand, PagesGetTheAliasAsItStandsAndOnlyWebAddressesOpen) {
+TEST_F(Brand, PagesGetTheAliasUnchangedAndOnlyWebAddressesOpen) {
   SetEdition("URLKeyGen", "https://keys.example/new?brand=1");
   SetEdition("URLPassphrase", "HTTP://keys.example/change");
   OpenKeyGenPage("a b&c@x.org");

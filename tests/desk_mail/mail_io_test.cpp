@@ -258,7 +258,7 @@ Attachment File(const std::string& name, const std::string& bytes,
   return attachment;
 }
 
-TEST(WriteMail, ArmourStandsAsItIsAndOtherTextDecodesToTheSameBytes) {
+TEST(WriteMail, ArmourIsKeptAsItIsAndOtherTextDecodesToTheSameBytes) {
   const std::string armour =
       "-----BEGIN PGP MESSAGE-----\r\nComment: a\r\n\r\nhQEMA\r\n=abcd\r\n-----END PGP "
       "MESSAGE-----\r\n";

@@ -128,7 +128,7 @@ TEST_F(EventsTest, CancellingOpenOrCloseIsHonoured) {
   EXPECT_EQ(model.Application()->ActiveInspector(), window);
 }
 
-TEST_F(EventsTest, SendingDeliversTheItemAsItStandsAfterItemSend) {
+TEST_F(EventsTest, SendingDeliversTheItemAsItIsAfterItemSend) {
   ItemData draft;
   draft.subject = "d";
   draft.folder = kDrafts;

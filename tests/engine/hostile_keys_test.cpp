@@ -26,7 +26,7 @@ std::string IdBytes(const std::string& fingerprint) {
   return bytes;
 }
 
-TEST(HostileKeysTest, AnothersKeyIdInASignatureMakesItNobodys) {
+TEST(HostileKeysTest, AnotherKeysIdInASignatureIdentifiesNoSigner) {
   Profile reader;
   Profile mallory;
   const std::string bob = reader.Generate(kBob);
@@ -45,7 +45,7 @@ TEST(HostileKeysTest, AnothersKeyIdInASignatureMakesItNobodys) {
   EXPECT_EQ(reader.VerifyText(forged), "0 [" + bob.substr(24) + "] [] ");
 }
 
-TEST(HostileKeysTest, NobodyElseSpeaksForAnOwnAddress) {
+TEST(HostileKeysTest, OtherKeysCannotClaimAnOwnAddress) {
   Profile reader;
   Profile mallory;
   reader.Generate(kBob);

@@ -247,7 +247,7 @@ TEST_F(KeyServerTest, AServersKeyForAKnownAddressIsNotBelieved) {
             "The key that signed is not the key in your rings for alice@example.org.");
 }
 
-TEST_F(KeyServerTest, AUserIdThatOnlyLooksLikeAnAddressNamesNobody) {
+TEST_F(KeyServerTest, AUserIdThatOnlyLooksLikeAnAddressIsNoAddress) {
   const std::string mallory = "1 [mallory@evil.net] [] Pay";
   struct Case {
     const char* first;

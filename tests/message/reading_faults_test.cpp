@@ -47,7 +47,7 @@ TEST_F(ReadingMail, GivesUpAfterThreeWrongPassphrasesOrACancelledDialog) {
   ExpectNoTraces(*item);
 }
 
-TEST_F(ReadingMail, EndsQuietlyWhenTheWindowClosesBehindAPassphraseDialogOrAStep) {
+TEST_F(ReadingMail, EndsQuietlyWhenTheWindowClosesDuringAPassphraseDialogOrAStep) {
   ConnectAddIn();
   const std::string armour = Encrypted(kText);
   const std::string cipher = EncryptedFile(kReport);

@@ -111,7 +111,7 @@ TEST(WorkerTest, ACallThatComesInWhileItWaitsWaitsItsTurn) {
   EXPECT_EQ(order + "f", "abcdef");
 }
 
-TEST(WorkerTest, WorkWithoutEndIsLeftBehind) {
+TEST(WorkerTest, EndlessWorkIsAbandoned) {
   const auto is_over = std::make_shared<std::atomic<bool>>(false);
   std::optional<Worker> worker(std::in_place);
   std::optional<bool> nested;
