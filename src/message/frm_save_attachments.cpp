@@ -64,8 +64,7 @@ void frmSaveAttachments::Save() {
     SaveAttachments(m_oMailItem, chosen, folder,
                     {[&] { return IsLoaded(); },
                      [](const std::string& path) {
-                       return Confirm("The file " + path +
-                                      " already exists.\r\n\r\nReplace it?");
+                       return Confirm("The file " + path + " already exists.\r\n\r\nReplace it?");
                      },
                      [&](const AttachmentResult& result) { Report(LogText(result)); }});
   });
