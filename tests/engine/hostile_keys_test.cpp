@@ -182,10 +182,14 @@ TEST_F(OwnKeysTest, OpenSecretKeysProveThemselvesByTheirNumbers) {
       "\xC5" + std::string(1, static_cast<char>(numbers.size())) + numbers + real.substr(rest);
   const std::string subkeys = gpg.Make("--export-secret-subkeys open@example.org");
   std::string forged_subkey = subkeys;
-  // In the middle of the number; its checksum at the end is then to be one more, too.
+  // A byte in the middle of the number, and so the sum of all bytes that follows it.
   const auto end = static_cast<std::size_t>(SecretPackets(subkeys)[1].end() - subkeys.data());
-  ++forged_subkey[end - 10];
-  ++forged_subkey[end - 1];
+  const int change = forged_subkey[end - 10] == '\xFF' ? -1 : 1;
+  forged_subkey[end - 10] = static_cast<char>(forged_subkey[end - 10] + change);
+  const int sum = (static_cast<unsigned char>(subkeys[end - 2]) << 8) +
+                  static_cast<unsigned char>(subkeys[end - 1]) + change;
+  forged_subkey[end - 2] = static_cast<char>(sum >> 8);
+  forged_subkey[end - 1] = static_cast<char>(sum);
   for (const auto& [good, bad] : {std::pair(real, forged), std::pair(subkeys, forged_subkey)}) {
     Profile other;
     other.Import(gpg.Make("--export open@example.org"));
