@@ -3,30 +3,16 @@
 #include "windows/com/errors.h"
 #include "windows/com/module_use.h"
 #include "windows/com/server.h"
+#include "windows/com/single_interface.h"
 
 namespace corvessa::com {
 namespace {
 
-class ClassFactory final : public IClassFactory {
+class ClassFactory final : public SingleInterface<ClassFactory, IClassFactory> {
  public:
   explicit ClassFactory(decltype(ComClass::create) create) : create_(create) {}
 
-  HRESULT STDMETHODCALLTYPE QueryInterface(const IID& iid, void** object) noexcept override {
-    if (!object) return E_POINTER;
-    const bool is_ours = iid == IID_IUnknown || iid == IID_IClassFactory;
-    *object = is_ours ? this : nullptr;
-    if (!is_ours) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() noexcept override {
-    return static_cast<ULONG>(InterlockedIncrement(&references_));
-  }
-  ULONG STDMETHODCALLTYPE Release() noexcept override {
-    const LONG left = InterlockedDecrement(&references_);
-    if (left == 0) delete this;
-    return static_cast<ULONG>(left);
-  }
+  static bool Answers(const IID& iid) { return iid == IID_IClassFactory; }
 
   HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, const IID& iid,
                                            void** object) noexcept override {
@@ -40,9 +26,7 @@ class ClassFactory final : public IClassFactory {
   }
 
  private:
-  LONG references_ = 1;
   decltype(ComClass::create) create_;
-  ModuleUse use_;
 };
 
 }  // namespace

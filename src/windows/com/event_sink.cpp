@@ -5,7 +5,7 @@
 
 #include "windows/com/entry.h"
 #include "windows/com/errors.h"
-#include "windows/com/module_use.h"
+#include "windows/com/single_interface.h"
 #include "windows/com/variant.h"
 
 namespace corvessa::com {
@@ -14,29 +14,15 @@ namespace {
 using Microsoft::WRL::ComPtr;
 
 /// What a source of events calls. It may keep its sink for longer than the subscription lives.
-class EventSink final : public IDispatch {
+class EventSink final : public SingleInterface<EventSink, IDispatch> {
  public:
   EventSink(const IID& events, EventHandler handler)
       : events_(events), handler_(std::make_shared<EventHandler>(std::move(handler))) {}
 
   void Silence() { handler_.reset(); }
 
-  HRESULT STDMETHODCALLTYPE QueryInterface(const IID& iid, void** object) noexcept override {
-    if (!object) return E_POINTER;
-    const bool is_ours = iid == IID_IUnknown || iid == IID_IDispatch || iid == events_;
-    *object = is_ours ? this : nullptr;
-    if (!is_ours) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() noexcept override {
-    return static_cast<ULONG>(InterlockedIncrement(&references_));
-  }
-  ULONG STDMETHODCALLTYPE Release() noexcept override {
-    const LONG left = InterlockedDecrement(&references_);
-    if (left == 0) delete this;
-    return static_cast<ULONG>(left);
-  }
+  bool Answers(const IID& iid) const { return iid == IID_IDispatch || iid == events_; }
+
   HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) noexcept override {
     if (!count) return E_POINTER;
     *count = 0;
@@ -65,10 +51,8 @@ class EventSink final : public IDispatch {
   }
 
  private:
-  LONG references_ = 1;
   IID events_;
   std::shared_ptr<EventHandler> handler_;
-  ModuleUse use_;
 };
 
 /// A sink at its connection point.

@@ -4,6 +4,7 @@
 
 #include "windows/com/bstr.h"
 #include "windows/com/errors.h"
+#include "windows/com/single_interface.h"
 
 namespace corvessa::windows {
 namespace {
@@ -11,26 +12,11 @@ namespace {
 constexpr auto kPropertyName = L"m_sAlias";
 constexpr DISPID kPropertyId = 1;
 
-class AccountObject final : public IDispatch {
+class AccountObject final : public com::SingleInterface<AccountObject, IDispatch> {
  public:
   explicit AccountObject(std::string address) : address_(std::move(address)) {}
 
-  HRESULT STDMETHODCALLTYPE QueryInterface(const IID& iid, void** object) noexcept override {
-    if (!object) return E_POINTER;
-    const bool is_ours = iid == IID_IUnknown || iid == IID_IDispatch;
-    *object = is_ours ? this : nullptr;
-    if (!is_ours) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() noexcept override {
-    return static_cast<ULONG>(InterlockedIncrement(&references_));
-  }
-  ULONG STDMETHODCALLTYPE Release() noexcept override {
-    const LONG left = InterlockedDecrement(&references_);
-    if (left == 0) delete this;
-    return static_cast<ULONG>(left);
-  }
+  static bool Answers(const IID& iid) { return iid == IID_IDispatch; }
 
   HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) noexcept override {
     *count = 0;
@@ -56,7 +42,6 @@ class AccountObject final : public IDispatch {
   }
 
  private:
-  LONG references_ = 1;
   std::string address_;
 };
 
