@@ -78,6 +78,13 @@ mkdir -p "$templates"
 locked "$template" make_template
 locked "$prefix" copy_template
 
+# A program waits for whatever holds its output open, as CTest does. Wine's services are started before
+# the program, so that they do not inherit it, and stay 3 s for the next one.
+start_services() {
+  ! wineserver -p3 || wine cmd /c exit
+}
+start_services >/dev/null 2>&1 </dev/null
+
 status=0
 timeout -k 5 "${WINE_RUN_SECONDS:-110}" wine "$program" "$@" || status=$?
 if [ $status -eq 124 ] || [ $status -eq 137 ]; then
