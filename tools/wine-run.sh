@@ -79,9 +79,9 @@ locked "$template" make_template
 locked "$prefix" copy_template
 
 # A program waits for whatever holds its output open, as CTest does. Wine's services are started before
-# the program, so that they do not inherit it, and stay 3 s for the next one.
+# the program, so that they do not inherit it, and stay 10 s for the next one.
 start_services() {
-  ! wineserver -p3 || wine cmd /c exit
+  ! wineserver -p10 || wine cmd /c exit
 }
 start_services >/dev/null 2>&1 </dev/null
 
