@@ -33,9 +33,12 @@ bool IsMailItem(const platform::MailItemPtr& item) {
 }
 
 bool NeedsSendProcessing(const SafeItem& item) {
-  if (!IsMailItem(item.Item()) || g_bDisableKVPEntirely) return false;
-  if (!ReadHeaderFlag(item, kNoEncrypt) || !ReadHeaderFlag(item, kNoSign)) return true;
   platform::Observer& observer = platform::HostObserver();
+  if (g_bDisableKVPEntirely || !IsMailItem(item.Item())) {
+    observer.SendLeftAlone(item.Item());
+    return false;
+  }
+  if (!ReadHeaderFlag(item, kNoEncrypt) || !ReadHeaderFlag(item, kNoSign)) return true;
   observer.ConsentAsked(item.Item(), {platform::Consent::kLeaveUnencrypted, true});
   observer.ConsentAsked(item.Item(), {platform::Consent::kLeaveUnsigned, true});
   return false;
@@ -152,7 +155,7 @@ void OutlookSupport::m_oApplication_ItemSend(const platform::MailItemPtr& item, 
   AttachmentNodes files;
   bool begun = false;
   Guarded(kItemSendPrefix, [&] {
-    const bool unasked = IsMailItem(item) && !g_bDisableKVPEntirely && !IsOptionsBarPresent(item);
+    const bool unasked = !g_bDisableKVPEntirely && IsMailItem(item) && !IsOptionsBarPresent(item);
     if (unasked && !AskForChoices(item)) {
       cancel = true;
       TellNotSent("Its security options could not be stored.");

@@ -30,15 +30,23 @@ void TraceStage(std::string_view stage, std::string_view detail = {}) {
       [&] { return std::string(":StoreAllAttachments/").append(stage).append(detail); });
 }
 
-std::vector<std::string> FileNames(platform::Attachments& attachments) {
-  std::vector<std::string> names;
-  const std::int32_t count = attachments.Count();
-  for (std::int32_t i = 1; i <= count; ++i) {
-    names.push_back(attachments.Item(i)->FileName());
-    if (names.back().empty()) Raise(kPathFileAccess, std::string(kNoDataSource));
+/// The item's attachments, in its order. All that can fail about them but the saving is asked here,
+/// before anything is written.
+struct ListedAttachments {
+  explicit ListedAttachments(platform::Attachments& list) {
+    const std::int32_t count = list.Count();
+    for (std::int32_t i = 1; i <= count; ++i) {
+      attachments.push_back(list.Item(i));
+      file_names.push_back(attachments.back()->FileName());
+      if (file_names.back().empty()) Raise(kPathFileAccess, std::string(kNoDataSource));
+      display_names.push_back(attachments.back()->DisplayName());
+    }
   }
-  return names;
-}
+
+  std::vector<platform::AttachmentPtr> attachments;
+  std::vector<std::string> file_names;
+  std::vector<std::string> display_names;
+};
 
 AttachmentNodePtr MakeNode(const std::string& message_folder, const StoredPlace& place,
                            const std::string& display_name) {
@@ -64,7 +72,8 @@ void StoreAttachment(platform::Attachment& attachment, const AttachmentNodePtr& 
 }
 
 void StoreAll(platform::Attachments& list, AttachmentNodes& nodes) {
-  const std::vector<std::string> names = FileNames(list);
+  const ListedAttachments listed(list);
+  const std::vector<std::string>& names = listed.file_names;
   if (names.empty()) return;
   const std::vector<StoredPlace> places = StoredPlaces(names);
   const std::string folder = CreatePrivateFolder();
@@ -72,14 +81,13 @@ void StoreAll(platform::Attachments& list, AttachmentNodes& nodes) {
   for (std::size_t i = 0; i < names.size(); ++i) {
     const auto counter = static_cast<std::int32_t>(i + 1);
     ShowCountedStep("Storing attachments", counter, names.size());
-    const auto attachment = list.Item(counter);
     TraceStage("3/", Decimal(counter));
     if (places[i].name != names[i]) TraceStage("3a/", Decimal(counter));
     if (places[i].subfolder > 0) TraceStage("3b/", Decimal(counter));
     // On the list before there is a file, so that whatever gets written is known to it.
-    nodes.push_back(MakeNode(folder, places[i], attachment->DisplayName()));
+    nodes.push_back(MakeNode(folder, places[i], listed.display_names[i]));
     const AttachmentNodePtr node = nodes.back();
-    StoreAttachment(*attachment, node);
+    StoreAttachment(*listed.attachments[i], node);
     TraceStage("4/", Decimal(counter));
   }
 }

@@ -54,6 +54,14 @@ class Checkpoint {
   std::vector<AttachmentNode> states_;
 };
 
+/// The files behind the item's own attachments are deleted next, so that its word is not taken for
+/// what it holds.
+bool HoldsAll(const platform::MailItemPtr& item, const AttachmentNodes& attachments) {
+  return Guarded(":SignAndEncryptItem - ", false, [&] {
+    return static_cast<std::size_t>(item->Attachments()->Count()) == attachments.size();
+  });
+}
+
 bool AskToSendUnsigned(const SafeItem& item) {
   const bool agreed = Confirm("Failed to sign email.  Send without signature?");
   platform::HostObserver().ConsentAsked(item.Item(), {platform::Consent::kSendUnsigned, agreed});
@@ -77,8 +85,9 @@ std::int32_t CryptoOperations::PutProcessedAttachments(const SafeItem& item,
   if (!ClearAttachments(item.Item()) && !ClearAttachments(item.Item())) {
     return give_up("Its attachments could not be removed for the encrypted or signed ones.");
   }
-  if (!ReInsertAttachments(item.Item(), attachments, false) &&
-      !ReInsertAttachments(item.Item(), attachments, false)) {
+  if ((!ReInsertAttachments(item.Item(), attachments, false) &&
+       !ReInsertAttachments(item.Item(), attachments, false)) ||
+      !HoldsAll(item.Item(), attachments)) {
     return give_up("Its encrypted or signed attachments could not be attached.");
   }
   return 0;

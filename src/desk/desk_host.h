@@ -46,7 +46,9 @@ class DeskHost {
   }
   const Person& Owner() const { return owner_; }
   /// What the add-in told of an item.
-  ItemFacts& Facts(const ItemPtr& item) { return facts_.Of(item); }
+  ItemFacts& Facts(const ItemPtr& item) { return facts_.MessageOf(item); }
+  /// See SendRecorder::Of.
+  SendFacts& FactsOfSend(const ItemPtr& item) { return facts_.Of(item); }
   const Profile& UsedProfile() const { return profile_; }
   /// Whether a signal to end the program has come in since the operation began, or before it
   /// without being noticed.

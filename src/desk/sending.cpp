@@ -36,8 +36,7 @@ bool AnswersEncrypted(const ItemData& item) {
 
 /// Outlook would send it, even with the add-in switched off. The desk's users cannot afford that.
 void RefuseUnagreedClearText(const SendFacts& facts, bool options_count) {
-  if (facts.HasConsent(platform::Consent::kSendUnencrypted)) return;
-  if (options_count && facts.HasConsent(platform::Consent::kLeaveUnencrypted)) return;
+  if (MayLeaveInClear(facts, options_count)) return;
   throw CommandError{Outcome::kRefused,
                      "not sent: it would have left unencrypted; use --no-encrypt to allow that"};
 }
@@ -118,12 +117,15 @@ SentMail SendItem(DeskHost& host, const ItemPtr& item, const mail::Mail& base,
   const ItemData before = item->Data();
   // Without a window the user has not seen that a reply to an encrypted message is unencrypted.
   const bool options_count = item->Window() || !AnswersEncrypted(before);
-  const SendFacts& facts = host.Facts(item).send = {};
+  const SendFacts& facts = host.FactsOfSend(item) = {};
   host.Outlook().OnDeliver([&](const ItemData& travelling) {
     if (host.IsInterrupted()) throw CommandError{Outcome::kRefused, "not sent: interrupted"};
     sent.encrypted = !facts.encrypted_for.empty();
     sent.is_signed = !facts.signed_by.empty();
     if (!sent.encrypted && !may_be_clear) RefuseUnagreedClearText(facts, options_count);
+    if (!HoldsWhatWasDecided(facts, *travelling.body, *travelling.html)) {
+      throw CommandError{Outcome::kRefused, "not sent: its text is not what was to leave"};
+    }
     RequireAttachments(before, travelling);
     sent.mail = MailOf(travelling, WithSender(base, host.Owner()));
     mail::StampMail(sent.mail);

@@ -116,7 +116,9 @@ class Observer {
   virtual void MessageChanged(const MailItemPtr& /*item*/, const MessageFacts& /*facts*/) {}
   virtual void AttachmentSaved(const MailItemPtr& /*item*/, const SavedAttachment& /*saved*/) {}
 
-  // One send. While the add-in is switched off only its end is told.
+  // One send.
+  /// The add-in has no part in it: it is switched off, or the item is not a mail.
+  virtual void SendLeftAlone(const MailItemPtr& /*item*/) {}
   virtual void ConsentAsked(const MailItemPtr& /*item*/, const ConsentFacts& /*consent*/) {}
   /// The text and the attachments are signed by that address.
   virtual void Signed(const MailItemPtr& /*item*/, const std::string& /*signer*/) {}

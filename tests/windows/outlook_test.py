@@ -1,6 +1,7 @@
 """The add-in inside the stand-in Outlook, with gpg as the other side of every mail."""
 import email
 import email.policy
+import itertools
 import json
 import os
 import pathlib
@@ -174,6 +175,42 @@ class Scenarios(OutlookCase):
         self.assertTrue(answer["cancelled"])
         self.assertEqual(answer["mail"]["body"], CANARY + "\r\n")
         self.assertEqual([one["name"] for one in answer["mail"]["attachments"]], ["plan.txt"])
+
+    def test_a_mail_whose_protection_was_not_decided_stays_whichever_call_fails(self):
+        self.connect()
+        continued = {"do": "answer", "form": "frmSendFromExternalApplication",
+                     "press": "cmdContinue"}
+        for call in itertools.count(1):
+            window = self.compose(html="<p>" + CANARY)
+            self.do(do="answer", form="frmLogin", press="cmdCancel")
+            self.do(**continued)
+            self.do(do="fail", call=call)
+            answer = self.send(window)
+            failed = self.do(do="stats")["failed"]
+            with self.subTest(call=call, failed=failed):
+                self.assertTrue(answer["cancelled"])
+                self.assertEqual(answer["mail"]["html"], "<p>" + CANARY)
+                self.assertEqual([one["name"] for one in answer["mail"]["attachments"]],
+                                 ["plan.txt"])
+            self.do(do="fail", call=0)
+            self.do(do="close", window=window)
+            if not failed:
+                break
+
+    def test_a_mail_that_is_not_to_be_protected_leaves(self):
+        for name, value in (("", ""), ("DisableKVPEntirely", "1")):
+            self.do(do="set", name="DisableKVPEntirely", value=value or "0")
+            self.connect()
+            window = self.compose()
+            for button in () if name else ("Encrypt on send", "Sign on send"):
+                self.do(do="click", window=window, button=button)
+            answer = self.send(window)
+            self.doCleanups()
+            self.do(do="set", name="DisableKVPEntirely", value="0")
+            with self.subTest(name):
+                self.assertFalse(answer["cancelled"])
+                self.assertEqual(answer["boxes"], [])
+                self.assertIn(CANARY, (self.folder / "out.eml").read_text())
 
     def test_outlook_of_another_version_is_left_alone(self):
         self.connect("12.0.4518")

@@ -1,13 +1,14 @@
 #include "windows/addin/addin_host.h"
 
 #include "base/guard.h"
+#include "windows/addin/send_net.h"
 #include "windows/engine/com_engine.h"
 
 namespace corvessa::windows {
 
 AddInHost::AddInHost() : engine_(CreateComEngineFactory()) {
   platform::InstallHost({cdo_, clipboard_, clock_, *engine_, files_, inet_, pictures_, redemption_,
-                         registry_, shell_, ui_, ReadProductInfo()});
+                         registry_, shell_, ui_, ReadProductInfo(), &sends_});
   connect_ = std::make_unique<corvessa::Connect>();
 }
 
@@ -17,8 +18,10 @@ AddInHost::~AddInHost() {
 }
 
 void AddInHost::Connect(DispatchPtr application) noexcept {
-  Guarded("Connect::AddinInstance_OnConnection - ",
-          [&] { connect_->AddinInstance_OnConnection(WrapApplication(std::move(application))); });
+  Guarded("Connect::AddinInstance_OnConnection - ", [&] {
+    connect_->AddinInstance_OnConnection(
+        WithSendNet(WrapApplication(std::move(application)), sends_));
+  });
 }
 
 void AddInHost::Disconnect() noexcept {

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "addin/connect.h"
+#include "addin/send_check.h"
 #include "platform/engine.h"
 #include "platform/outlook.h"
 #include "windows/cdo/cdo.h"
@@ -42,6 +43,7 @@ class AddInHost {
   ComRedemption redemption_;
   ComCdo cdo_;
   PlainUi ui_;
+  SendRecorder sends_;
   std::unique_ptr<platform::EngineFactory> engine_;
   std::unique_ptr<corvessa::Connect> connect_;
 };

@@ -110,6 +110,11 @@ void ScriptedUser::Queue(Answer answer) {
   answers_.push_back(std::move(answer));
 }
 
+void ScriptedUser::ForgetAnswers() {
+  const std::lock_guard lock(mutex_);
+  answers_.clear();
+}
+
 std::vector<ScriptedUser::Box> ScriptedUser::TakeBoxes() {
   const std::lock_guard lock(mutex_);
   return std::exchange(boxes_, {});

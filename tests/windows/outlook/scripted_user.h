@@ -35,6 +35,7 @@ class ScriptedUser {
 
   /// Used once, for the next form of that name. What nobody answers is closed, if it is modal.
   void Queue(Answer answer);
+  void ForgetAnswers();
   std::vector<Box> TakeBoxes();
 
  private:

@@ -30,6 +30,8 @@ struct Ledger {
   /// The call that fails, counted down; 0 for none.
   int fails_after = 0;
   HRESULT failure = S_OK;
+  /// The one that failed; empty until then.
+  std::string failed;
   DWORD thread = GetCurrentThreadId();
 };
 Ledger& TheLedger();

@@ -201,6 +201,7 @@ BOOL CALLBACK CountOwn(HWND window, LPARAM count) {
 Json StandIn::Disconnect() {
   Running().End();
   session_.reset();
+  user_.ForgetAnswers();
   CoFreeUnusedLibrariesEx(0, 0);
   const HMODULE dll = GetModuleHandleW(L"CorvessaPro_OL.dll");
   int windows = 0;
@@ -277,6 +278,7 @@ Json StandIn::Stats() {
   Json answer = {{"calls", ledger.calls},
                  {"references", ledger.references},
                  {"objects", ledger.objects},
+                 {"failed", ledger.failed},
                  {"user_objects", GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS)}};
   int total = 0;
   for (const auto& [call, count] : ledger.calls) total += count;
@@ -368,6 +370,7 @@ Json StandIn::Do(const Json& command) {
   if (what == "key") return Key(command);
   if (what == "fail") {
     TheLedger().fails_after = command.value("call", 0);
+    TheLedger().failed.clear();
     TheLedger().failure =
         static_cast<HRESULT>(std::stoul(command.value("hresult", "0x80004005"), nullptr, 16));
     return Json::object();
