@@ -57,7 +57,7 @@ NimbraAccountPtr frmLogin::DoLogin(LoginReason reason, std::string_view address,
   cmbUsers.Select(0);
   ShowModalForm(*this);
   if (!accepted_) return nullptr;
-  const auto account = UserManagement::GetNimbraAccountUser(cmbUsers.SelectedText());
+  auto account = UserManagement::GetNimbraAccountUser(cmbUsers.SelectedText());
   if (account) account->m_sPassword.Assign(txtPassword.Text());
   return account;
 }
@@ -102,7 +102,7 @@ NimbraAccountPtr UserManagement::GetLoginAccount(LoginReason reason, std::string
                                                  bool list_all) {
   return Guarded(":DoLogin - ", NimbraAccountPtr(), [&]() -> NimbraAccountPtr {
     if (!address.empty()) {
-      const NimbraAccountPtr account = GetNimbraAccountUser(address);
+      NimbraAccountPtr account = GetNimbraAccountUser(address);
       if (!account) Raise(kObjectNotSet);
       if (account->GetAuthenticated()) return account;
     }

@@ -138,7 +138,7 @@ void RemoveStoredAccounts() {
   if (!accounts) return;
   const Aliases wanted = AliasesInMemory();
   for (const std::string& alias : Last().seen) {
-    if (wanted.count(alias) == 0) DeleteRegistryKeyTree(*accounts, alias);
+    if (!wanted.contains(alias)) DeleteRegistryKeyTree(*accounts, alias);
   }
 }
 

@@ -4,11 +4,9 @@
 
 #include "accounts/nimbra_account.h"
 
-namespace corvessa {
-
 /// The list of secured addresses. Addresses are compared exactly; only adding and removing a user
 /// trim and lower-case what they are given, never what is stored. Nothing here throws.
-namespace UserManagement {
+namespace corvessa::UserManagement {
 
 /// Null when the address is in the list already.
 NimbraAccountPtr AddNimbraAccountUser(std::string_view address);
@@ -29,5 +27,4 @@ bool IsValidEmailAddress(std::string_view address);
 
 void ForgetAllPassphrases();
 
-}  // namespace UserManagement
-}  // namespace corvessa
+}  // namespace corvessa::UserManagement

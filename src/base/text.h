@@ -70,7 +70,7 @@ std::string ForDisplay(std::string_view text);
 
 /// The same for a text of several lines: a line break of any kind (CR LF, CR, LF) becomes one LF,
 /// a tab the blanks up to the next multiple of eight characters.
-std::string ForDisplayLines(std::string_view text);
+std::string ForDisplayLines(std::string_view raw);
 
 /// The UTF-8 form of a code point.
 std::string Utf8(char32_t code);

@@ -3,6 +3,7 @@
 #include <concepts>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include "platform/command_bars.h"
 #include "platform/outlook.h"
@@ -19,7 +20,7 @@ namespace corvessa {
 class SafeItem {
  public:
   template <std::derived_from<platform::MailItem> Item>
-  SafeItem(const std::shared_ptr<Item>& item) : item_(item) {}
+  SafeItem(std::shared_ptr<Item> item) : item_(std::move(item)) {}
 
   const platform::MailItemPtr& Item() const { return item_; }
   platform::MailItem* operator->() const { return item_.get(); }

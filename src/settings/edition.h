@@ -51,7 +51,7 @@ struct Version {
   std::int32_t major;
   std::int32_t minor;
   std::int32_t revision;
-  auto operator<=>(const Version&) const = default;
+  auto operator<=>(const Version&) const = default;  // NOLINT(modernize-use-nullptr)
 };
 
 /// The add-in's own.

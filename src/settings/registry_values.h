@@ -11,14 +11,14 @@ namespace corvessa {
 
 /// Of the user: preferences, one subkey an account, and where Outlook says how it was set up.
 inline constexpr std::string_view kGlobalKey =
-    "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Global";
+    R"(Software\Nimbra Communications\Corvessa Professional\Plugin\Global)";
 inline constexpr std::string_view kAccountsKey =
-    "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Accounts";
+    R"(Software\Nimbra Communications\Corvessa Professional\Plugin\Accounts)";
 inline constexpr std::string_view kOutlookSetupKey =
-    "Software\\Microsoft\\Office\\9.0\\Outlook\\Setup";
+    R"(Software\Microsoft\Office\9.0\Outlook\Setup)";
 /// Of the machine: what the installer of an edition chose.
 inline constexpr std::string_view kVersionKey =
-    "Software\\Nimbra Communications\\Corvessa Professional\\Plugin\\Version";
+    R"(Software\Nimbra Communications\Corvessa Professional\Plugin\Version)";
 
 enum class SettingKind { kSwitch, kNumber, kMinutes, kText };
 enum class SettingRoot { kCurrentUser, kLocalMachine };
