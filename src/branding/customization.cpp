@@ -45,7 +45,7 @@ void CustomizeControl(Control& control) {
   }
   const std::string_view type = control.TypeName();
   if (type != "Label" && type != "CheckBox" && type != "CommandButton") return;
-  auto& captioned = static_cast<CaptionedControl&>(control);
+  auto& captioned = dynamic_cast<CaptionedControl&>(control);
   captioned.SetCaption(SubstituteNames(captioned.Caption()));
 }
 

@@ -33,7 +33,7 @@ void SetAsideBeforeDecrypting(AttachmentNode& node) {
   const Error error = Attempt([&] { files.Copy(node.sFilename, node.original_filename); });
   if (error.number == 0) return;
   DropCopy(node);
-  throw error;
+  throw Error(error);
 }
 
 std::string OutcomeText(platform::EngineStatus status, const std::string& signers,

@@ -13,6 +13,7 @@ std::string TextAt(const platform::IEngineStringVector& texts, std::int32_t inde
 
 std::vector<std::string> TextsOf(const platform::IEngineStringVector& texts) {
   std::vector<std::string> copied;
+  copied.reserve(static_cast<std::size_t>(texts.Size()));
   for (std::int32_t i = 0; i < texts.Size(); ++i) copied.push_back(TextAt(texts, i));
   return copied;
 }
