@@ -11,6 +11,8 @@ packages_test=(gnupg gpg-agent sks python3 python3-pexpect procps)
 packages_windows=(g++-mingw-w64-i686-posix mingw-w64-tools libz-mingw-w64-dev dpkg-dev make python3
   googletest fonts-wine)
 packages_windows_x86_64=(g++-mingw-w64-x86-64-posix wine wine64)
+packages_package=(nsis wixl msitools)
+packages_package_test=(chromium)
 packages_wine32=(wine wine32:i386)
 
 installed() {
