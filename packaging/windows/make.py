@@ -48,7 +48,8 @@ def release_seconds():
 
 def strip(program, place):
     """Without symbols, which only the build machine can use."""
-    subprocess.run(["i686-w64-mingw32-strip", "-o", place, program], check=True)
+    subprocess.run(["i686-w64-mingw32-strip", "-o", place, program], check=True,
+                   env={**os.environ, "SOURCE_DATE_EPOCH": str(release_seconds())})
 
 
 def stage(edition, build, found, folder):

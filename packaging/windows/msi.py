@@ -47,19 +47,26 @@ def file_components(folder, top, numbers):
     return elements, names
 
 
+def kept_values(edition):
+    """Those that an installation keeps as it finds them, unless the command line gives them."""
+    return [one for one in edition.values() if one[0] not in NAMES]
+
+
 def properties(edition):
-    """A value is what the command line says, else what the registry has, else the edition's."""
-    elements = ""
-    for name, kind, default in edition.values():
-        if name in NAMES:
-            continue
+    """A search replaces what the command line says, so it has a property of its own."""
+    elements, actions = "", ""
+    for number, (name, kind, default) in enumerate(kept_values(edition)):
         text = f"#{default}" if kind == "DWORD" else default
         given = {"Value": text} if text else {}
         elements += tag("Property",
                         tag("RegistrySearch", Id=f"Find{name}", Root="HKLM",
                             Key=PLUGIN + r"\Version", Name=name, Type="raw"),
-                        Id=name.upper(), **given)
-    return elements
+                        Id=f"FOUND{name.upper()}", **given)
+        elements += tag("CustomAction", Id=f"Set{name}", Property=name.upper(),
+                        Value=f"[FOUND{name.upper()}]")
+        # After AppSearch, which is number 50.
+        actions += tag("Custom", f"NOT {name.upper()}", Action=f"Set{name}", Sequence=51 + number)
+    return elements, actions
 
 
 def source(edition, version, files, setup_dll):
@@ -69,10 +76,22 @@ def source(edition, version, files, setup_dll):
         value(PLUGIN + r"\Version", name, default if name in NAMES else f"[{name.upper()}]")
         for name, _, default in edition.values()) + value(PLUGIN + r"\Setup", "InstalledBy", "msi")
     elements += tag("Component", values, Id="Values", Guid=identifier("component", "values"))
+    prompt = ('/k "set "PATH=[INSTALLDIR];%PATH%" & cd /d "%USERPROFILE%" & '
+              'corvessa-key --help"')
+    menu = tag("Component",
+               tag("Shortcut", Id="Help", Name="Help", Target=r"[INSTALLDIR]help\index.html") +
+               tag("Shortcut", Id="Keys", Name="Keys", Target="[SystemFolder]cmd.exe",
+                   Arguments=prompt) +
+               tag("RemoveFolder", Id="RemoveMenu", On="uninstall") +
+               value(PLUGIN + r"\Setup", "Menu", "1"),
+               Id="Menu", Guid=identifier("component", "menu"))
+    menu = tag("Directory", tag("Directory", menu, Id="MenuFolder",
+                                Name=edition.given["AppShortName"]), Id="ProgramMenuFolder")
     folders = tag("Directory", tag("Directory", tag("Directory", elements, Id="INSTALLDIR",
-                                                    Name=edition.name), Id="ProgramFilesFolder"),
-                  Id="TARGETDIR", Name="SourceDir")
+                                                    Name=edition.name), Id="ProgramFilesFolder") +
+                  menu, Id="TARGETDIR", Name="SourceDir")
     long_name = edition.given["AppLongName"]
+    searches, actions = properties(edition)
     product = (
         tag("Package", InstallerVersion=200, Compressed="yes", InstallScope="perMachine",
             Description=long_name, Manufacturer=edition.publisher, Comments=version) +
@@ -88,12 +107,12 @@ def source(edition, version, files, setup_dll):
                             Key=PLUGIN + r"\Setup", Name="InstalledBy", Type="raw"),
             Id="INSTALLEDBY") +
         tag("Property", Id="ARPNOMODIFY", Value="1") +
-        properties(edition) + folders +
+        searches + folders +
         tag("Binary", Id="SetupDll", SourceFile=setup_dll.name) +
         tag("CustomAction", Id="CheckOutlook", BinaryKey="SetupDll",
             DllEntry="RefuseWhileOutlookRuns", Execute="immediate", Return="check") +
-        tag("InstallExecuteSequence", tag("Custom", Action="CheckOutlook", Sequence=110)) +
-        tag("Feature", "".join(tag("ComponentRef", Id=name) for name in [*names, "Values"]),
+        tag("InstallExecuteSequence", actions + tag("Custom", Action="CheckOutlook", Sequence=110)) +
+        tag("Feature", "".join(tag("ComponentRef", Id=name) for name in [*names, "Values", "Menu"]),
             Id="All", Level=1, Title=long_name))
     return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n" + tag(
         "Wix", tag("Product", product, Id=identifier("product", long_name, version), Name=long_name,
@@ -139,7 +158,7 @@ def complete(edition, version, package, work):
     subprocess.run(["msibuild", package, "-i", work / "SelfReg.idt"], check=True)
     # The values that an administrator may give reach the part that has an administrator's rights.
     secure = ";".join(["WIX_DOWNGRADE_DETECTED", "WIX_UPGRADE_DETECTED",
-                       *(name.upper() for name, _, _ in edition.values() if name not in NAMES)])
+                       *(name.upper() for name, _, _ in kept_values(edition))])
     for query in (
             "INSERT INTO `InstallExecuteSequence` (`Action`, `Sequence`) "
             "VALUES ('SelfUnregModules', 2200)",

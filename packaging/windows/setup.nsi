@@ -272,6 +272,10 @@ FunctionEnd
   DeleteRegKey /ifempty HKLM "${PRODUCT_KEY}\Plugin"
   DeleteRegKey /ifempty HKLM "${PRODUCT_KEY}"
   DeleteRegKey /ifempty HKLM "Software\Nimbra Communications"
+  ; The add-in's own key is gone with its registration.
+  DeleteRegKey /ifempty HKLM "Software\Microsoft\Office\Outlook\Addins"
+  DeleteRegKey /ifempty HKLM "Software\Microsoft\Office\Outlook"
+  DeleteRegKey /ifempty HKLM "Software\Microsoft\Office"
 !macroend
 
 Function FailStep
@@ -356,13 +360,11 @@ Section
   WriteRegDWORD HKLM "${UNINSTALL_KEY}" EstimatedSize ${KILOBYTES}
   ${Check} "writing the entry in the list of programs"
 
-  SetOutPath "$INSTDIR"
   CreateDirectory "$SMPROGRAMS\${SHORT_NAME}"
   CreateShortCut "$SMPROGRAMS\${SHORT_NAME}\Help.lnk" "$INSTDIR\help\index.html"
-  ; A command prompt where the two commands of the help pages work as they are printed.
-  CreateShortCut "$SMPROGRAMS\${SHORT_NAME}\Keys.lnk" "$SYSDIR\cmd.exe" '/k corvessa-key.exe --help' \
-    "$INSTDIR\corvessa-key.exe"
-  SetOutPath $TEMP
+  ; A command prompt where the commands of the help pages work as they are printed.
+  CreateShortCut "$SMPROGRAMS\${SHORT_NAME}\Keys.lnk" "$SYSDIR\cmd.exe" \
+    '/k "set "PATH=$INSTDIR;%PATH%" & cd /d "%USERPROFILE%" & corvessa-key --help"'
 
   RMDir /r "$INSTDIR\.new"
   RMDir /r "$INSTDIR\.old"

@@ -1,5 +1,7 @@
 #include "addin/outlook_support.h"
 
+#include <array>
+
 #include "accounts/address_dialogs.h"
 #include "accounts/frm_manage_user_keys.h"
 #include "accounts/nimbra_account.h"
@@ -10,14 +12,19 @@
 #include "base/checked.h"
 #include "base/debug_info.h"
 #include "base/guard.h"
+#include "branding/message_box.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/frm_timer.h"
 #include "crypto/temp_files.h"
 #include "message/cdo_addresses.h"
+#include "platform/cdo.h"
 #include "platform/host.h"
+#include "platform/redemption.h"
+#include "platform/registry.h"
 #include "platform/system.h"
 #include "platform/ui.h"
 #include "settings/edition.h"
+#include "settings/registry_values.h"
 #include "settings/settings.h"
 #include "tracking/active_explorers.h"
 #include "tracking/active_inspectors.h"
@@ -90,6 +97,41 @@ void OfferKeysOrFirstAddress(frmSplashScreen& splash) {
   }
 }
 
+/// Which components were missing when the user was last told, as a sum of the numbers below.
+constexpr std::string_view kToldMissing = "ToldMissingComponents";
+
+struct Component {
+  std::int32_t number;
+  void (*create)();
+  std::string_view description;
+};
+
+constexpr std::array kComponents = {
+    Component{1, [] { platform::Host().redemption.CreateSafeMailItem(); },
+              "- The safe mail item library (SfMl.SfMailItem). Until it is installed, protected mail "
+              "cannot be sent, and addresses from Outlook's address book are not found.\r\n"},
+    Component{2, [] { platform::Host().cdo.CreateSession(); },
+              "- Collaboration Data Objects 1.21 (MAPI.Session). Until they are installed, recipients "
+              "without an Internet address are not resolved.\r\n"}};
+
+/// Names what other suppliers' setups install, once instead of with every mail that fails.
+void TellMissingComponents() {
+  std::int32_t missing = 0;
+  std::string list;
+  for (const Component& component : kComponents) {
+    if (Attempt(component.create).number != kCannotCreateComponent) continue;
+    missing += component.number;
+    list += component.description;
+  }
+  if (missing == 0) return;
+  const auto key = CreateKey(platform::Host().registry.CurrentUser(), kGlobalKey);
+  if (!key || key->ReadNumber(kToldMissing) == missing) return;
+  key->WriteNumber(kToldMissing, missing);
+  Tell(Customization::AppLongName() +
+       " needs software that is missing on this computer:\r\n\r\n" + list +
+       "\r\nAsk your administrator to install it. This message is not shown again.");
+}
+
 /// The last attempt at files that Outlook held until now. What still cannot be deleted stays.
 void DeleteQueuedFiles() {
   const std::vector<std::string> queued = g_colTempFiles;
@@ -130,6 +172,7 @@ void OutlookSupport::Initialise(const platform::ApplicationPtr& application) {
     if (IsConnected()) OfferKeysOrFirstAddress(*splash);
     if (IsConnected()) StartHousekeeping();
     splash->Unload();
+    if (IsConnected()) TellMissingComponents();
   });
 }
 

@@ -70,6 +70,22 @@ std::string WithScheme(std::string_view url) {
   return (begins_with_host && !HasScheme(url) ? "http://" : "") + std::string(url);
 }
 
+/// The file of "help:PAGE" in the product's help folder, without what a dialog has appended; "" for
+/// anything else. A page is a plain file name, so that none outside the folder can be named.
+std::string HelpPage(std::string_view url) {
+  constexpr std::string_view kScheme = "help:";
+  constexpr std::string_view kAllowed =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_";
+  constexpr std::string_view kEnding = ".html";
+  if (!url.starts_with(kScheme)) return {};
+  std::string_view page = url.substr(kScheme.size());
+  page = page.substr(0, page.find_first_of("?&"));
+  if (!page.ends_with(kEnding)) return {};
+  const std::string_view name = page.substr(0, page.size() - kEnding.size());
+  if (name.empty() || name.find_first_not_of(kAllowed) != std::string_view::npos) return {};
+  return platform::Host().product.folder + "\\help\\" + std::string(page);
+}
+
 std::string DescribeRefusal(std::string_view url) {
   if (url.empty() || url.starts_with('?')) return "No address is configured for this page.";
   return "Cannot open \"" + ForDisplay(url) + "\": not an http or https address.";
@@ -139,6 +155,9 @@ void OpenToolsPage() {
 
 void OpenURL(std::string_view url) {
   Guarded("Customization:OpenURL - ", [&] {
+    if (const std::string file = HelpPage(url); !file.empty()) {
+      return platform::Host().shell.OpenPage(file);
+    }
     const std::string page = WithScheme(url);
     if (!IsWebAddress(page) || HoldsControlCharacter(page)) {
       const std::string problem = DescribeRefusal(url);

@@ -21,8 +21,9 @@ class Clock {
 class Shell {
  public:
   virtual ~Shell() = default;
-  /// Opens an http or https page in the user's browser. The address is handed over as one argument,
-  /// never through a command line; the caller has checked its scheme. Throws Error when that fails.
+  /// Opens an http or https page, or a file of the product's help folder, in the user's browser. The
+  /// address is handed over as one argument, never through a command line; the caller has checked
+  /// it. Throws Error when that fails, and where no help is installed for a file.
   virtual void OpenPage(std::string_view url) = 0;
 };
 

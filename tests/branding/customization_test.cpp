@@ -77,7 +77,9 @@ TEST_F(Brand, PagesGetTheAliasUnchangedAndOnlyWebAddressesOpen) {
   g_bLogDebuggingInfo = true;
   AllowError("Customization:OpenURL - ");
   for (const std::string refused : {"ftp://x.org", "file:///etc/passwd", "javascript:alert(1)",
-                                    "/etc/passwd", "\\\\server\\share", "http://x.org/\r\n"}) {
+                                    "/etc/passwd", "\\\\server\\share", "http://x.org/\r\n",
+                                    "help:..\\..\\x.html", "help:a/b.html", "help:setup.exe",
+                                    "help:.html", "help:x.exe?.html"}) {
     ui.ExpectErrorBox("Cannot open \"" + ForDisplay(refused) + "\": not an http or https address.");
     OpenURL(refused);
   }
@@ -85,13 +87,22 @@ TEST_F(Brand, PagesGetTheAliasUnchangedAndOnlyWebAddressesOpen) {
   OpenHelpPage();
   OpenIMAPInfoPage("ann@x.org");
   EXPECT_EQ(shell.pages.size(), 2U);
-  EXPECT_EQ(Trace().size(), 8U);
+  EXPECT_EQ(Trace().size(), 13U);
 
   shell.pages.clear();
   for (const char* page : {"www.x.org/a:b", "localhost:8080", "x.org?u=http://y.org"})
     OpenURL(page);
   EXPECT_EQ(shell.pages, (Lines{"http://www.x.org/a:b", "http://localhost:8080",
                                 "http://x.org?u=http://y.org"}));
+}
+
+TEST_F(Brand, PagesOfTheHelpFolderOpenWithoutTheAlias) {
+  SetEdition("URLKeyGen", "help:create-key.html");
+  SetEdition("URLHelp", "help:index.html");
+  OpenKeyGenPage("ann@x.org");
+  OpenHelpPage();
+  const std::string folder = platform::Host().product.folder + "\\help\\";
+  EXPECT_EQ(shell.pages, (Lines{folder + "create-key.html", folder + "index.html"}));
 }
 
 TEST_F(Brand, ReadsANameOnlyWhereATextHoldsItAndTheShortOneFirst) {

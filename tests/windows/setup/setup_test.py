@@ -1,7 +1,8 @@
 """What ./package makes, under Wine: installed, used, upgraded, repaired, removed. See ./package."""
-import configparser
 import email
 import email.policy
+import getpass
+import http.server
 import json
 import os
 import pathlib
@@ -10,8 +11,10 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 import unittest
+import urllib.parse
 
 TOP = pathlib.Path(__file__).resolve().parents[3]
 BUILD = pathlib.Path(os.environ.get("CORVESSA_WINDOWS_BUILD", TOP / "build/windows"))
@@ -21,20 +24,25 @@ PLUGIN = r"Software\Nimbra Communications\Corvessa Professional\Plugin"
 VERSION_KEY = rf"HKLM\{PLUGIN}\Version"
 GLOBAL_KEY = rf"HKCU\{PLUGIN}\Global"
 ADD_IN_KEY = r"HKLM\Software\Microsoft\Office\Outlook\Addins\CorvessaPro_OL.Connect"
+DATA = f"users/{getpass.getuser()}/AppData/Roaming/Nimbra Communications/Corvessa Professional"
 FOLDER = "Program Files/Corvessa"
 PASSPHRASE = "secret-words-0815"
 RIGHTS, OUTLOOK, OTHER, FAILED = 3, 4, 6, 2
-# Wine's own, which change by themselves.
+# Wine's own, which change by themselves, and what the stand-in Outlook registers.
 NOISE = re.compile(r"\[(Software\\\\(Wine|Microsoft\\\\(Windows\\\\CurrentVersion\\\\(Explorer|"
                    r"Internet Settings|Installer\\\\(Folders|UserData\\\\[^\\]+$|UserData$))|"
                    r"Cryptography\\\\RNG|Windows NT\\\\CurrentVersion\\\\(Print|ProfileList)))|"
-                   r"Volatile|System\\\\|Printers|Hardware)", re.I)
+                   r"Software\\\\Classes\\\\(SfMl|MAPI)\.|Volatile|System\\\\|Printers|Hardware)", re.I)
 
 
 def package(folder, *arguments, version, programs=BUILD):
     subprocess.run([MAKE, "--build", programs, "--output", folder, "--version", version,
                     *arguments], check=True, stdout=subprocess.DEVNULL,
                    env={**os.environ, "CORVESSA_DRAFT": "1"})
+
+
+def windows_path(path):
+    return "Z:" + str(path).replace("/", "\\")
 
 
 class Computer:
@@ -75,7 +83,7 @@ class Computer:
         """All files, and all keys of the registry with their values."""
         self.settle()
         files = {str(path.relative_to(self.drive)) for path in self.drive.rglob("*")
-                 if "Temp" not in path.parts and "temp" not in path.parts}
+                 if not {"Temp", "temp", "Installer"} & set(path.parts)}
         keys = {}
         for hive in ("system.reg", "user.reg"):
             text = (self.folder / hive).read_text(encoding="latin-1")
@@ -121,7 +129,7 @@ class PackageTest(unittest.TestCase):
         return computer.run(self.file("setup", version), "/S", *arguments)
 
     def msi(self, computer, action, version="1.0.0", *arguments):
-        return computer.run("msiexec", action, "Z:" + str(self.file("msi", version)), "/qn",
+        return computer.run("msiexec", action, windows_path(self.file("msi", version)), "/qn",
                             *arguments)[0]
 
     def assert_same_state(self, before, after):
@@ -131,17 +139,47 @@ class PackageTest(unittest.TestCase):
                      if before[1].get(key) != after[1].get(key)}
         self.assertEqual(different, {})
 
-    def session(self, computer):
-        """A mail opened and one sent by the installed add-in, in the stand-in Outlook."""
-        gpg_home = self.place / "gpg"
-        gpg_home.mkdir(mode=0o700, exist_ok=True)
-        self.addCleanup(subprocess.run, ["gpgconf", "--homedir", gpg_home, "--kill", "all"])
+    def gpg(self, *arguments, data=None):
+        return subprocess.run(
+            ["gpg", "--homedir", self.place / "gpg", "--batch", "--quiet", "--trust-model", "always",
+             "--pinentry-mode", "loopback", "--passphrase", "", *arguments],
+            input=data, check=True, capture_output=True).stdout
 
-        def gpg(*arguments, data=None):
-            return subprocess.run(
-                ["gpg", "--homedir", gpg_home, "--batch", "--quiet", "--trust-model", "always",
-                 "--pinentry-mode", "loopback", "--passphrase", "", *arguments],
-                input=data, check=True, capture_output=True).stdout
+    def key_server(self, keys):
+        """The address of a server that has the key of each address."""
+        class Server(http.server.BaseHTTPRequestHandler):
+            def do_GET(self):
+                query = urllib.parse.parse_qs(urllib.parse.urlsplit(self.path).query)
+                key = keys.get(query["search"][0].strip("<>"))
+                self.send_response(200 if key else 404)
+                self.end_headers()
+                self.wfile.write(key or b"")
+
+            def log_message(self, *_):
+                pass
+
+        server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Server)
+        threading.Thread(target=server.serve_forever, daemon=True).start()
+        self.addCleanup(server.server_close)
+        self.addCleanup(server.shutdown)
+        return f"http://127.0.0.1:{server.server_port}"
+
+    def session(self, computer):
+        """A mail opened and one sent by the installed add-in, with what an administrator has set."""
+        (self.place / "gpg").mkdir(mode=0o700, exist_ok=True)
+        self.addCleanup(subprocess.run, ["gpgconf", "--homedir", self.place / "gpg", "--kill", "all"])
+        peers = "bob@example.net", "carol@example.com", "audit@example.net"
+        for peer in peers:
+            if peer.encode() not in self.gpg("--list-keys"):
+                self.gpg("--quick-generate-key", peer, "default", "default", "never")
+        keys = {peer: self.gpg("--armor", "--export", peer) for peer in peers}
+        server = self.key_server({"carol@example.com": keys["carol@example.com"]})
+        computer.set(VERSION_KEY, "EngineLookupServer", "REG_SZ", server)
+        computer.set(VERSION_KEY, "ADKEnabled", "REG_DWORD", "1")
+        computer.set(GLOBAL_KEY, "LogDebuggingInfo", "REG_DWORD", "1")
+        data = computer.drive / DATA
+        data.mkdir(parents=True, exist_ok=True)
+        (data / "adk.txt").write_text("example.net: audit@example.net\n")
 
         process = subprocess.Popen([TOP / "outlook", "--prefix", computer.folder], text=True,
                                    stdin=subprocess.PIPE, stdout=subprocess.PIPE)
@@ -153,17 +191,16 @@ class PackageTest(unittest.TestCase):
             self.assertNotIn("error", answer)
             return answer
 
-        secret = self.place / "secret"
+        secret, imported = self.place / "secret", self.place / "peers.asc"
         secret.write_text(PASSPHRASE + "\n")
-        peer = self.place / "bob.asc"
-        gpg("--quick-generate-key", "bob@example.net", "default", "default", "never")
-        peer.write_bytes(gpg("--armor", "--export", "bob@example.net"))
+        imported.write_bytes(keys["bob@example.net"] + keys["audit@example.net"])
+        # The two commands of the help pages.
         for command in (["key", "generate", ALICE, "--name", "Alice", "--passphrase-file",
                          f"Z:{secret}"], ["account", "add", ALICE, "--sign"],
-                        ["key", "import", f"Z:{peer}"]):
+                        ["key", "import", f"Z:{imported}"]):
             done = do(do="run", args=command)
             self.assertEqual(done["exit"], 0, done)
-        gpg("--import", data=do(do="run", args=["key", "export", ALICE])["output"].encode())
+        self.gpg("--import", data=do(do="run", args=["key", "export", ALICE])["output"].encode())
 
         do(do="connect", version="11.0.5510")
         login = {"do": "answer", "form": "frmLogin", "set": {"txtPassword": PASSPHRASE},
@@ -171,22 +208,31 @@ class PackageTest(unittest.TestCase):
         do(**login)
         mail = self.place / "in.eml"
         mail.write_bytes(b"From: bob@example.net\nTo: alice@example.org\nSubject: x\n\n" +
-                         gpg("--armor", "--encrypt", "-r", ALICE, data=b"for Alice\n"))
-        opened = do(do="open", eml=str(mail))
-        self.assertEqual(opened["body"].strip(), "for Alice")
-        window = do(do="compose", to=["Bob <bob@example.net>"], subject="s", body="for Bob\r\n")
+                         self.gpg("--armor", "--encrypt", "-r", ALICE, data=b"for Alice\n"))
+        self.assertEqual(do(do="open", eml=str(mail))["body"].strip(), "for Alice")
+        window = do(do="compose", to=["Bob <bob@example.net>", "Carol <carol@example.com>"],
+                    subject="s", body="canary-4711\r\n")
         do(**login)
+        do(do="answer", form="MessageBox", press="OK")
         out = self.place / "out.eml"
         sent = do(do="send", window=window["window"], eml=str(out))
-        self.assertEqual(sent["cancelled"], False)
+        self.assertEqual(sent["cancelled"], False, sent)
+        self.assertIn("will also be encrypted for:\r\n\r\naudit@example.net", json.dumps(
+            sent["boxes"], ensure_ascii=False).replace("\\r\\n", "\r\n"))
         text = email.message_from_bytes(out.read_bytes(), policy=email.policy.default)
         armoured = text.get_content().encode()
         self.assertIn(b"Version: Corvessa Professional for Outlook", armoured)
-        self.assertIn(b"for Bob", gpg("--decrypt", data=armoured))
+        self.assertIn(b"canary-4711", self.gpg("--decrypt", data=armoured))
+        readers = self.gpg("--list-packets", data=armoured).count(b":pubkey enc packet:")
+        self.assertEqual(readers, 4)  # Alice, Bob, Carol from the key server, the additional key
         do(do="disconnect")
         process.stdin.close()
         process.wait()
         process.stdout.close()
+        trace = (computer.drive / "Nimbra_trace.txt").read_bytes()
+        self.assertIn(b"About to encrypt text", trace)
+        self.assertNotIn(b"canary-4711", trace)
+        (computer.drive / "Nimbra_trace.txt").unlink()
 
 
 class Setup(PackageTest):
@@ -203,7 +249,7 @@ class Setup(PackageTest):
 
         values = self.place / "values.ini"
         values.write_text("[values]\nADKEnabled = 1\n")
-        self.assertEqual(self.setup(computer, "1.0.0", f"/VALUES=Z:{values}")[0], 0)
+        self.assertEqual(self.setup(computer, "1.0.0", "/VALUES=" + windows_path(values))[0], 0)
         for key, name, expected in (
                 (VERSION_KEY, "EngineLookupServer", "hkps://keys.example.org"),
                 (VERSION_KEY, "AppLongName", "Corvessa Professional for Outlook"),
@@ -223,15 +269,13 @@ class Setup(PackageTest):
 
         self.assertEqual(computer.uninstall(), 0)
         files, keys = computer.state()
-        left = {path for path in files - before[0]}
-        self.assertEqual({path for path in left if "Corvessa Professional/keys" not in path},
-                         {"users/root/AppData/Roaming/Nimbra Communications",
-                          "users/root/AppData/Roaming/Nimbra Communications/Corvessa Professional"})
+        left = {path for path in files - before[0] if not path.startswith(DATA + "/keys/")}
+        self.assertEqual(left, {str(pathlib.Path(DATA).parent), DATA, DATA + "/keys",
+                                DATA + "/adk.txt"})
+        self.assertTrue(any((computer.drive / DATA / "keys").iterdir()))
         self.assertEqual({key for key in keys if before[1].get(key) != keys[key]
                           and "Nimbra" not in key}, set())
         self.assertTrue(all(key.startswith("user.reg") for key in keys if "Nimbra" in key))
-        self.assertTrue(any(path.endswith("keys/secring.pgp") or "keys/" in path for path in left))
-
         self.assertEqual(self.setup(computer)[0], 0)
         self.assertEqual(computer.uninstall("/purge"), 0)
         self.assert_same_state(before, computer.state())
@@ -240,7 +284,7 @@ class Setup(PackageTest):
         computer = self.computer()
         fresh = computer.state()
         code, said = computer.run(BUILD / "tests/windows/as_user.exe", "--",
-                                  "Z:" + str(self.file("setup", "1.0.0")), "/S")
+                                  windows_path(self.file("setup", "1.0.0")), "/S")
         self.assertEqual(code, RIGHTS)
         self.assertIn("needs the rights of an administrator", said)
 
@@ -278,21 +322,20 @@ class Setup(PackageTest):
         self.assertEqual(self.setup(computer, "1.1.0")[0], FAILED)
         self.assert_same_state(installed, computer.state())
 
-    def test_a_folder_of_any_script_with_blanks(self):
+    def test_folders_with_blanks_and_of_any_script(self):
         computer = self.computer()
-        batch = computer.drive / "install.bat"
-        folder = computer.drive / "Eigene Prüfung/Ключ"
-        batch.write_bytes("@chcp 65001 >nul\r\n@Z:{} /S /D=C:\\Eigene Prüfung\\Ключ\r\n".format(
-            str(self.file("setup", "1.0.0")).replace("/", "\\")).encode())
-        computer.run("cmd", "/c", "C:\\install.bat")
-        self.assertTrue((folder / "help/index.html").exists(), list(computer.drive.iterdir()))
-        registered = computer.run("reg", "query", r"HKCR\CLSID\{a70726fb-bd88-43d1-b8e0-6134682ca5be}"
-                                  r"\InprocServer32", "/ve")[1]
-        self.assertIn("CorvessaPro_OL.dll", registered)
-        self.assertEqual(computer.run(folder / "corvessa-key.exe", "--version"),
-                         (0, "corvessa-key 1.0.0\n"))
-        self.assertEqual(computer.uninstall(), 0)
-        self.assertFalse(folder.exists())
+        program = windows_path(self.file("setup", "1.0.0"))
+        # A folder with blanks must not be quoted, which only a batch file leaves as it is.
+        (computer.drive / "install.bat").write_text(f"@{program} /S /D=C:\\My Programs\\My Mail\r\n")
+        for folder, command in (("My Programs/My Mail", ["cmd", "/c", r"C:\install.bat"]),
+                                ("Prüfung/Ключ", [self.file("setup", "1.0.0"), "/S",
+                                                  r"/D=C:\Prüfung\Ключ"])):
+            place = computer.drive / folder
+            computer.run(*command)
+            self.assertEqual(computer.run(place / "corvessa-key.exe", "--version"),
+                             (0, "corvessa-key 1.0.0\n"))
+            self.assertEqual(computer.uninstall(), 0)
+            self.assertFalse(place.exists())
 
 
 class Msi(PackageTest):
@@ -312,14 +355,17 @@ class Msi(PackageTest):
         self.assertEqual(self.setup(computer)[0], OTHER)
 
         (computer.drive / FOLDER / "CorvessaPro_OL.dll").unlink()
-        self.assertEqual(self.msi(computer, "/fa"), 0)
+        # What /f does; Wine's msiexec lacks it.
+        self.assertEqual(self.msi(computer, "/i", "1.0.0", "REINSTALL=ALL", "REINSTALLMODE=omus"), 0)
         self.assertTrue((computer.drive / FOLDER / "CorvessaPro_OL.dll").exists())
 
         self.assertEqual(self.msi(computer, "/x"), 0)
         files, keys = computer.state()
         self.assertEqual({path for path in files - before[0] if "Nimbra" not in path}, set())
         self.assertEqual({key: keys[key] for key in keys if before[1].get(key) != keys[key]
-                          and not (key.startswith("user.reg") and "Nimbra" in key)}, {})
+                          and not (key.startswith("user.reg") and "Nimbra" in key)
+                          and not key.endswith(r"Outlook\\Addins")
+                          and not (keys[key] == [] and "Installer" in key)}, {})
 
 
 if __name__ == "__main__":
