@@ -52,11 +52,6 @@ class Files(DeskCase):
         attachments = report.json()["attachments"]
         self.assertEqual((len(attachments), attachments[9999]["name"], attachments[9999]["size"],
                           len(report.json()["subject"])), (10_000, "n9999.txt", 4, 1_000_000))
-        sent = self.folder / "sent.eml"
-        done = self.alice("send", self.write("many.draft.eml", raw), "--no-encrypt", "--no-sign",
-                          "--out", sent)
-        self.assertDone(done)
-        self.assertEqual(len(list(read_mail(sent).iter_attachments())), 10_000)
 
     def test_text_cannot_steer_the_terminal(self):
         mail = EmailMessage(policy=policy.SMTP)
@@ -110,59 +105,32 @@ class Disk(DeskCase):
             self.assertIn(TEXT, done.out)
             self.assertEqual({path.name for path in folder.iterdir()}, {"big.bin.sig", "out.eml"})
 
-    def test_a_full_disk_under_the_profile(self):
-        # The add-in reports a failure; only the desk knows the cause.
-        sent = self.sent(files={"big.bin": bytes(100_000)})
-        if not self.full_disk(self.folder / "bob/drive_c/Temp"):
-            return
-        done = self.bob("open", sent, "--json")
-        self.assertEqual((done.code, done.json()["resultCode"]), (3, 3))
-        self.assertIn("corvessa-desk: the cause is a disk failure: No space left on device\n", done.err)
-
-    def test_a_limit_on_the_size_of_files_leaves_no_decrypted_file(self):
-        opened = self.bob("open", self.sent(files={"big.bin": bytes(os.urandom(100_000))}), "--json",
-                          preexec_fn=small_files)
-        self.assertEqual((opened.code, opened.json()["resultCode"]), (3, 3))
-        self.assertEqual(list((self.folder / "bob/drive_c/Temp").iterdir()), [])
-
-    def test_no_attachment_is_lost_on_a_full_disk(self):
-        temporary = self.folder / "alice/drive_c/Temp"
-        files = {f"{name}.bin": bytes(os.urandom(50_000)) for name in "abc"}
-        out, codes = self.folder / "out.eml", []
-        for size in range(100, 720, 40):
-            mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", f"size={size}k", "none", temporary],
-                                     capture_output=True)
-            if mounted.returncode != 0:
-                return
-            try:
-                codes.append(self.alice("send", self.draft(files=files), "--out", out).code)
-            finally:
-                subprocess.run(["umount", "-l", temporary], check=True)
-            if codes[-1] == 0:
-                self.assertEqual(len(list(read_mail(out).iter_attachments())), 6)
-                out.unlink()
-            self.assertFalse(out.exists())
-        self.assertEqual(set(codes), {0, 3})
+    def test_a_full_disk_under_the_profile_is_told_and_leaves_no_decrypted_file(self):
+        sent = self.sent(files={"big.bin": bytes(os.urandom(100_000))})
+        temporary = self.folder / "bob/drive_c/Temp"
+        limited = self.bob("open", sent, "--json", preexec_fn=small_files)
+        self.assertEqual((limited.code, limited.json()["resultCode"]), (3, 3))
+        self.assertEqual(list(temporary.iterdir()), [])
+        if self.full_disk(temporary):
+            done = self.bob("open", sent, "--json")
+            self.assertEqual((done.code, done.json()["resultCode"]), (3, 3))
+            # The add-in reports a failure; only the desk knows the cause.
+            self.assertIn("corvessa-desk: the cause is a disk failure: No space left on device\n", done.err)
 
     def test_output_that_cannot_be_written(self):
-        with open("/dev/full", "wb") as full:
-            done = subprocess.run([DESK, "--profile", self.folder / "alice", "get"], stdout=full,
-                                  stderr=subprocess.PIPE)
-        self.assertEqual((done.returncode, done.stderr),
-                         (3, b"corvessa-desk: cannot write the output\n"))
+        for redirection in (">/dev/full", ">&-"):
+            done = subprocess.run(["sh", "-c", f'exec "$0" --profile "$1" get {redirection}', DESK,
+                                   self.folder / "alice"], capture_output=True)
+            self.assertEqual((done.returncode, done.stderr), (3, b"corvessa-desk: cannot write the output\n"))
         draft = self.draft()
         for target, code, complaint in (("/dev/full", 3, "/dev/full exists and is not a regular file"),
                                         (draft, 2, f"{draft} is an input file; choose another file to write")):
             self.assertDone(self.alice("send", draft, "--out", target), code, "",
                             f"corvessa-desk: {complaint}\n")
         self.assertTrue(pathlib.Path("/dev/full").is_char_device())
-        text = self.write("text", "Thanks\n")
-        for out in (sent := self.sent(), text):
+        sent, text = self.sent(), self.write("text", "Thanks\n")
+        for out in (sent, text):
             self.assertEqual(self.bob("reply", sent, "--text", text, "--out", out).code, 2)
-        closed = subprocess.run(["sh", "-c", 'exec "$0" --profile "$1" get >&-', DESK, self.folder / "alice"],
-                                capture_output=True)
-        self.assertEqual((closed.returncode, closed.stderr),
-                         (3, b"corvessa-desk: cannot write the output\n"))
 
 
 class Processes(DeskCase):

@@ -65,13 +65,17 @@ class DeskCase(unittest.TestCase):
         return Done(subprocess.run([DESK, "--profile", profile, *arguments], capture_output=True,
                                    stdin=options.pop("stdin", subprocess.DEVNULL), **options))
 
-    def alice(self, *arguments, **options):
-        return self.at(self.folder / "alice", "--passphrase", f"{ALICE}={self.passphrase_file}",
-                       *arguments, **options)
+    def alice(self, *arguments, address=ALICE, **options):
+        return self.at(self.folder / address.split("@")[0], "--passphrase",
+                       f"{address}={self.passphrase_file}", *arguments, **options)
 
     def bob(self, *arguments, **options):
-        return self.at(self.folder / "bob", "--passphrase", f"{BOB}={self.passphrase_file}",
-                       *arguments, **options)
+        return self.alice(*arguments, address=BOB, **options)
+
+    def script(self, *lines):
+        """Bob's shell over these lines."""
+        with open(self.write("script", "\n".join(lines)), "rb") as script:
+            return self.bob("shell", stdin=script)
 
     def assertDone(self, done, code=0, out=None, err=""):
         self.assertEqual((done.err, done.code), (err, code), done.out)

@@ -17,12 +17,27 @@ XTERM = {**os.environ, "TERM": "xterm"}
 
 
 class Shell(DeskCase):
-    def shell(self, *arguments):
-        child = pexpect.spawn(DESK, ["--profile", str(self.folder / "bob"), "shell", *arguments],
+    def spawn(self, profile, *arguments):
+        child = pexpect.spawn(DESK, ["--profile", str(self.folder / profile), *map(str, arguments)],
                               encoding="utf-8", timeout=20, dimensions=(50, 100), env=XTERM)
         self.addCleanup(child.close)
+        return child
+
+    def shell(self, *arguments):
+        child = self.spawn("bob", "shell", *arguments)
         child.expect_exact("desk> ")
         return child
+
+    def ended(self, child):
+        """Waits for the end; gives the exit code, None after a signal."""
+        child.expect(pexpect.EOF)
+        child.close()
+        return child.exitstatus
+
+    def open(self, child, path):
+        child.sendline(f"open {path}")
+        self.log_in(child)
+        child.expect_exact("desk> ")
 
     @staticmethod
     def execute(child, line):
@@ -30,6 +45,11 @@ class Shell(DeskCase):
         child.sendline(line)
         child.expect_exact("desk> ")
         return re.sub(r"\x1b\[[0-9;?]*[A-Za-z]|\r", "", child.before)
+
+    def walk(self, child, *steps):
+        """Executes each line; its output holds the text beside it."""
+        for line, text in steps:
+            self.assertIn(text, self.execute(child, line), line)
 
     def log_in(self, child, passphrase=PASSPHRASE):
         child.expect("Passphrase: *")
@@ -48,33 +68,22 @@ class Shell(DeskCase):
         first = child.before
         self.assertIn(CANARY, first)
         self.assertNotIn(PASSPHRASE, first)
+        windows = "1   from Alice: Plâns\n2 * from Alice: Plâns\n"
         # The passphrase is remembered for the session.
-        self.assertIn("Message is digitally signed by alice@example.org", self.execute(child, f"open {sent}"))
-        self.assertIn("1   from Alice: Plâns\n2 * from Alice: Plâns\n", self.execute(child, "windows"))
-        self.execute(child, "wait 1")
-        self.assertIn("1   from Alice: Plâns\n2 * from Alice: Plâns\n", self.execute(child, "window 1"))
+        self.walk(child, (f"open {sent}", "Message is digitally signed by alice@example.org"),
+                  ("windows", windows), ("wait 1", ""), ("window 1", windows))
         child.sendline("click Message is encrypted")
         child.expect_exact("This message is encrypted")
         child.expect(r"Choose|>|:")
-        child.sendline("q")
-        child.expect_exact("desk> ")
-        self.assertIn("Corvessa Options: [x] Encrypt on send, [x] Sign on send\n",
-                      self.execute(child, f"reply {answer}"))
-        self.assertIn("Corvessa Options: [x] Encrypt on send, [ ] Sign on send\n",
-                      self.execute(child, "click sign ON send"))
-        self.assertIn("cannot be written", self.execute(child, f"send {self.folder}/none/out.eml"))
-        self.assertIn(f"Sent encrypted, not signed: {out}\n", self.execute(child, f"send {out}"))
-        self.assertIn('unknown command "opne"', self.execute(child, "opne"))
         # The line before comes back with the arrow key.
-        self.assertIn("1   from Alice", self.execute(child, "windows"))
-        self.assertIn("1   from Alice", self.execute(child, "\x1b[A"))
-        self.execute(child, "close")
-        self.execute(child, "close")
-        self.assertIn("no window is open", self.execute(child, "bars"))
+        self.walk(child, ("q", ""), (f"reply {answer}", "Corvessa Options: [x] Encrypt on send, [x] Sign on send\n"),
+                  ("click sign ON send", "Corvessa Options: [x] Encrypt on send, [ ] Sign on send\n"),
+                  (f"send {self.folder}/none/out.eml", "cannot be written"),
+                  (f"send {out}", f"Sent encrypted, not signed: {out}\n"), ("opne", 'unknown command "opne"'),
+                  ("windows", "1   from Alice"), ("\x1b[A", "1   from Alice"), ("close", ""), ("close", ""),
+                  ("bars", "no window is open"))
         child.sendline("quit")
-        child.expect(pexpect.EOF)
-        child.close()
-        self.assertEqual(child.exitstatus, 0)
+        self.assertEqual(self.ended(child), 0)
         opened = self.alice("open", out, "--json").json()
         self.assertTrue(opened["body"].startswith("Thanks\r\n\r\n\r\n-----Original Message-----\r\n"))
         self.assertEqual(self.leftovers(), [])
@@ -84,24 +93,18 @@ class Shell(DeskCase):
         sent.write_bytes(b"Cc: dora@example.org\r\n" + sent.read_bytes())
         out = self.folder / "out.eml"
         child = self.shell("--answer", "frmNoKeysFound=cmdYes")
-        child.sendline(f"open {sent}")
-        self.log_in(child)
-        child.expect_exact("desk> ")
+        self.open(child, sent)
         saved = self.folder / "saved"
-        self.assertIn(f"saved {saved}/t.csv\n", self.execute(child, f"save {saved}"))
+        self.walk(child, (f"save {saved}", f"saved {saved}/t.csv\n"), ("replyall", ""),
+                  ("windows", "1   from Alice: Plâns\n2 * draft: RE: Plâns\n"),
+                  (f"send {out}", f"Sent signed, not encrypted: {out}\n"))
         self.assertEqual({name: (saved / name).read_bytes() for name in FILES}, FILES)
-        self.execute(child, "replyall")
-        self.assertIn("1   from Alice: Plâns\n2 * draft: RE: Plâns\n", self.execute(child, "windows"))
-        self.assertIn(f"Sent signed, not encrypted: {out}\n", self.execute(child, f"send {out}"))
-        self.assertEqual((read_mail(out)["To"], read_mail(out)["Cc"]),
-                         (f"Alice <{ALICE}>", "dora@example.org"))
+        self.assertEqual((read_mail(out)["To"], read_mail(out)["Cc"]), (f"Alice <{ALICE}>", "dora@example.org"))
         # In its window the user sees that the reply to an encrypted message is not.
-        self.execute(child, "reply")
-        self.execute(child, "click Encrypt on send")
-        self.assertIn(f"Sent signed, not encrypted: {out}\n", self.execute(child, f"send {out}"))
-        draft = self.draft(to=ALICE, Bcc=BOB)
-        self.assertIn("Corvessa Options: [x] Encrypt on send", self.execute(child, f"compose {draft}"))
-        self.assertIn(f"blind copies to {BOB}", self.execute(child, f"send {out}"))
+        self.walk(child, ("reply", ""), ("click Encrypt on send", ""),
+                  (f"send {out}", f"Sent signed, not encrypted: {out}\n"),
+                  (f"compose {self.draft(to=ALICE, Bcc=BOB)}", "Corvessa Options: [x] Encrypt on send"),
+                  (f"send {out}", f"blind copies to {BOB}"))
         child.sendline("settings")
         child.expect_exact("Choice (")
         self.execute(child, "q")
@@ -122,16 +125,13 @@ class Shell(DeskCase):
         child = self.shell()
         child.send("not what I mean\x03")
         child.expect_exact("desk> ")
-        child.sendline(f"open {sent}")
-        self.log_in(child)
-        child.expect_exact("desk> ")
+        self.open(child, sent)
         self.assertNotEqual(self.leftovers(), [])  # the attachments of the open message
         limits = pathlib.Path(f"/proc/{child.pid}/limits").read_text()
         self.assertRegex(limits, r"Max core file size +0 +0 ")
         child.kill(signal.SIGTERM)
         child.kill(signal.SIGHUP)
-        child.expect(pexpect.EOF)
-        child.close()
+        self.assertIsNone(self.ended(child))
         # Either may arrive first.
         self.assertIn(child.signalstatus, (signal.SIGTERM, signal.SIGHUP))
         self.assertEqual(self.leftovers(), [])
@@ -139,8 +139,7 @@ class Shell(DeskCase):
     def test_a_passphrase_is_typed_unseen_until_a_signal_ends_the_question(self):
         sent = self.sent(files={})
         for ending in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
-            child = pexpect.spawn(DESK, ["--profile", str(self.folder / "bob"), "open", str(sent)],
-                                  encoding="utf-8", timeout=20, env=XTERM)
+            child = self.spawn("bob", "open", sent)
             child.expect("Passphrase: *")
             self.assertFalse(child.getecho())
             child.send("sesame")
@@ -154,46 +153,34 @@ class Shell(DeskCase):
     def test_an_interrupted_send_sends_nothing_and_leaves_nothing(self):
         out = self.folder / "out.eml"
         draft = self.draft(to=f"{BOB}, nobody@example.org")
-        child = pexpect.spawn(DESK, ["--profile", str(self.folder / "alice"), "--passphrase",
-                                     f"{ALICE}={self.passphrase_file}", "send", str(draft), "--out", str(out)],
-                              encoding="utf-8", timeout=20, env=XTERM)
+        child = self.spawn("alice", "--passphrase", f"{ALICE}={self.passphrase_file}", "send", draft, "--out", out)
         child.expect_exact("Choice (")
         child.sendintr()
-        child.expect(pexpect.EOF)
-        child.close()
-        self.assertEqual((child.exitstatus, out.exists(), self.leftovers()), (1, False, []))
+        self.assertEqual((self.ended(child), out.exists(), self.leftovers()), (1, False, []))
 
     def test_a_script_gets_the_exit_code_of_the_first_failure(self):
-        sent = self.sent(files={})
-        empty = self.write("empty.eml", "")
-        script = self.write("script", f"open {sent}\nsend x.eml\nsave none\nreply\nforward\n"
-                                      f"close\nclose\nopen {empty}\nquit\n")
-        with open(script, "rb") as lines:
-            done = self.bob("shell", stdin=lines)
+        sent, empty = self.sent(files={}), self.write("empty.eml", "")
+        done = self.script(f"open {sent}", "send x.eml", "save none", "reply", "forward", "close", "close",
+                           f"open {empty}", "quit")
         self.assertDone(done, 2, err="corvessa-desk: the front message was received; only a draft "
                                      "can be sent\ncorvessa-desk: the front message is a draft; only a "
                                      f"received one can be replied to or forwarded\ncorvessa-desk: {empty} is empty, not a mail message\n")
         self.assertIn(TEXT.replace("\n", "") + "No attachments.", done.out.replace("\n", ""))
         forged = self.write("forged.eml", self.sent("--no-encrypt", files={}).read_bytes().replace(b"Subject", b"X")
                             .replace(TEXT.split()[0].encode(), b"Never"))
-        for script, complaint in ((f"open {forged}", ""),
-                                  (f"open {forged}\nreply", "the message has an invalid signature; no draft was made")):
-            with open(self.write("script", script), "rb") as lines:
-                done = self.bob("shell", stdin=lines)
-            self.assertDone(done, 1, err=complaint and f"corvessa-desk: {complaint}\n")
+        self.assertDone(self.script(f"open {forged}"), 1)
+        self.assertDone(self.script(f"open {forged}", "reply"), 1,
+                        err="corvessa-desk: the message has an invalid signature; no draft was made\n")
 
     def test_a_new_key_asks_twice_without_echo(self):
-        arguments = ["--profile", str(self.folder / "new"), "key", "generate", BOB]
         for second, code in ((PASSPHRASE, 0), ("other", 1)):
-            child = pexpect.spawn(DESK, arguments, encoding="utf-8", timeout=20, env=XTERM)
+            child = self.spawn("new", "key", "generate", BOB)
             child.expect_exact("Passphrase for the new key: ")
             child.sendline(PASSPHRASE)
             child.expect_exact("Repeat the passphrase: ")
             child.sendline(second)
-            child.expect(pexpect.EOF)
+            self.assertEqual(self.ended(child), code)
             self.assertNotIn("horse", child.before)
-            child.close()
-            self.assertEqual(child.exitstatus, code)
 
 
 if __name__ == "__main__":
