@@ -15,7 +15,7 @@
 #include "base/debug_info.h"
 #include "base/text.h"
 #include "message/message_operations.h"
-#include "support/reading_fixture.h"
+#include "support/mail_fixture.h"
 
 namespace corvessa::testing {
 namespace {
@@ -50,12 +50,9 @@ double PeakMebibytes() {
   return 0;
 }
 
-class Reading final : public ReadingFixture {
+class Reading final : public MailFixture {
  public:
-  Reading() {
-    SetUp();
-    SetPreference("LogDebuggingInfo", 0);
-  }
+  Reading() { SetPreference("LogDebuggingInfo", 0); }
   ~Reading() override { TearDown(); }
   void TestBody() override {}
 
@@ -87,11 +84,11 @@ class Reading final : public ReadingFixture {
     const std::string text = HardToCompress(1500) + "\r\n";
     const std::string armour = Encrypted(Signed(text));
     const auto item = Received(armour);
-    ExpectLogin(kAnnsPassphrase);
+    ExpectLogin(kPassphrase);
     const auto window = outlook.Open(item);
     Require(*item->Data().body == text, "reading");
     outlook.Close(window);
-    Require(Keys().AuthenticateAccount(kAnn, kAnnsPassphrase) == 0, "unlocking");
+    Require(Keys().AuthenticateAccount(kAnn, kPassphrase) == 0, "unlocking");
     const double engine = Microseconds(20, [&] { DecryptAndVerify(armour); });
     const double add_in = Microseconds(20, [&] { OpenAndClose(item); });
     std::printf("encrypted and signed, %zu bytes: engine %.0f us, add-in %.0f us, ratio %.2f\n",

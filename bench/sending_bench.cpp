@@ -48,7 +48,7 @@ std::string Address(int number) {
 /// Outlook with the add-in, its trace off, and keys for a number of people.
 class Bench final : public AddInFixture {
  public:
-  explicit Bench(int people) : AddInFixture({.engine = EngineChoice::kReal}) {
+  explicit Bench(int people) : AddInFixture(EngineChoice::kReal) {
     engine::KeyInfo made;
     for (int i = 0; i < people; ++i) Keys().GenerateKey("", Address(i), "secret", made);
     StoreAccount(Address(0), true);

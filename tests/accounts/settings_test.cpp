@@ -1,52 +1,29 @@
 #include "settings/settings.h"
 
+#include <gmock/gmock.h>
 #include <set>
 
 #include "accounts/frm_login.h"
 #include "accounts/nimbra_account.h"
+#include "accounts/product_updates.h"
 #include "accounts/registry_handlers.h"
 #include "accounts/user_management.h"
 #include "base/address.h"
 #include "base/debug_info.h"
+#include "base/text.h"
 #include "platform/registry.h"
 #include "settings/edition.h"
 #include "support/addin_fixture.h"
 
-namespace corvessa {
+namespace corvessa::testing {
 namespace {
 
 using namespace RegistryHandlers;
 using namespace UserManagement;
 using Lines = std::vector<std::string>;
+using ::testing::ElementsAre;
 
-using Settings = testing::AddInFixture;
-
-TEST_F(Settings, SurviveAWriteAndARead) {
-  ReadUserAccountInfo();
-  g_bDisableOutgoingSigning = true;
-  g_bLogDebuggingInfo = true;
-  g_lPassphraseMemory = -1;
-  AddNimbraAccountUser("ann@example.org");
-  AddNimbraAccountUser("Ann@Work.Example");
-  SetAsSignerAccount("ann@work.example");
-  EXPECT_EQ(WriteUserAccountInfo(), 0);
-  EXPECT_EQ(Preference("DisableOutgoingSigning"), -1);
-  EXPECT_EQ(Preference("PassphraseMemory"), -1);
-  EXPECT_EQ(StoredAccounts(), (Lines{"ann@example.org", "ann@work.example (signs)"}));
-
-  g_bDisableOutgoingSigning = g_bLogDebuggingInfo = false;
-  g_lPassphraseMemory = 7;
-  g_colAccounts.front()->SetAuthenticated(true);
-  EXPECT_EQ(ReadUserAccountInfo(), 0);
-  EXPECT_TRUE(g_bDisableOutgoingSigning && g_bLogDebuggingInfo);
-  EXPECT_EQ(g_lPassphraseMemory, -1);
-  EXPECT_EQ(GetSigningAccount()->m_sAlias, "ann@work.example");
-  EXPECT_FALSE(g_colAccounts.front()->GetAuthenticated());
-
-  RemoveNimbraAccountUser("ann@example.org");
-  WriteUserAccountInfo();
-  EXPECT_EQ(StoredAccounts(), Lines{"ann@work.example (signs)"});
-}
+using Settings = AddInFixture;
 
 TEST_F(Settings, FixedValuesOf254BytesAreWholeAndLongerOnesEmpty) {
   SetEdition("URLHelp", std::string(254, 'u'));
@@ -108,9 +85,7 @@ TEST_F(Settings, AreReadWithoutTheRightToCreateKeysWhichTheSaveReports) {
   }
   StoreAccount("ann@example.org");
   SetPreference("PassphraseMemory", 7);
-  faults.on_call = [](std::string_view call) {
-    if (call == "RegistryKey::Create") Raise(kPermissionDenied);
-  };
+  FailCalls("RegistryKey::Create", {kPermissionDenied, ""});
   EXPECT_EQ(ReadUserAccountInfo(), 0);
   EXPECT_EQ(g_lPassphraseMemory, 7);
   EXPECT_EQ(g_colAccounts.size(), 1U);
@@ -119,12 +94,25 @@ TEST_F(Settings, AreReadWithoutTheRightToCreateKeysWhichTheSaveReports) {
   faults.on_call = nullptr;
 }
 
-TEST_F(Settings, OneAccountSignsAndAnUnknownAddressLeavesNone) {
+TEST_F(Settings, SurviveAWriteAndAReadWithOneSignerAndAnUnknownAddressLeavesNone) {
   for (const char* address : {"a@x.org", "b@x.org", "c@x.org"}) StoreAccount(address, true);
   ReadUserAccountInfo();
   EXPECT_EQ(GetSigningAccount()->m_sAlias, "a@x.org") << "the first of those stored";
   SetAsSignerAccount("b@x.org");
   EXPECT_EQ(GetSigningAccount()->m_sAlias, "b@x.org");
+  g_bDisableOutgoingSigning = true;
+  g_lPassphraseMemory = -1;
+  RemoveNimbraAccountUser("a@x.org");
+  EXPECT_EQ(WriteUserAccountInfo(), 0);
+  EXPECT_EQ(StoredAccounts(), (Lines{"b@x.org (signs)", "c@x.org"}));
+  g_bDisableOutgoingSigning = false;
+  g_lPassphraseMemory = 7;
+  g_colAccounts.front()->SetAuthenticated(true);
+  ReadUserAccountInfo();
+  EXPECT_TRUE(g_bDisableOutgoingSigning);
+  EXPECT_EQ(g_lPassphraseMemory, -1);
+  EXPECT_EQ(GetSigningAccount()->m_sAlias, "b@x.org");
+  EXPECT_FALSE(g_colAccounts.front()->GetAuthenticated());
   SetAsSignerAccount("B@x.org");
   EXPECT_EQ(GetSigningAccount(), nullptr);
 
@@ -167,5 +155,91 @@ TEST_F(Settings, OnlyTheDomainOfAnAddressIsChecked) {
   }
 }
 
+/// The running version is 1.0.0.
+class ProductUpdatesTest : public AddInFixture {
+ protected:
+  ProductUpdatesTest() { SetEdition("URLUpdate", "http://example.com/update"); }
+
+  void Announce(const std::string& page) { inet.pages["http://example.com/update"] = page; }
+  void Announce(int major, int minor, int revision, const std::string& more = "") {
+    Announce("<update>\r\n<major>" + Decimal(major) + "</major>\r\n<minor>" + Decimal(minor) +
+             "</minor>\r\n<revision>" + Decimal(revision) + "</revision>\r\n" + more + "</update>");
+  }
+
+  std::string Seen() {
+    return Decimal(Preference("SeenUpdateMsgMaj")) + "." + Decimal(Preference("SeenUpdateMsgMin")) +
+           "." + Decimal(Preference("SeenUpdateMsgRev"));
+  }
+
+  static std::string Notice(const std::string& version, const std::string& message = "") {
+    return message + "\r\n\r\nYour version: 1.0.0\r\nLatest version: " + version +
+           "\r\n\r\nFor more information, click OK\r\n"
+           "To continue using this version, click Cancel";
+  }
+};
+
+TEST_F(ProductUpdatesTest, ShowsANewerVersionOnceUnlessAsked) {
+  Announce(1, 5, 0,
+           "<message lang=\"en\">PRODUCT_NAME &amp; more: PRODUCT_NAME</message>"
+           "<urlInfo>http://example.com/?a=1&amp;b=2</urlInfo>");
+  const std::string notice = Notice(
+      "1.5.0", "Corvessa Professional for Outlook & more: Corvessa Professional for Outlook");
+  ui.ExpectBox(notice, 2);
+  CheckForProductUpdates(false);
+  EXPECT_EQ(Seen(), "1.5.0");
+  CheckForProductUpdates(false);
+  EXPECT_THAT(shell.pages, ElementsAre());
+  ui.ExpectBox(notice, 1);
+  CheckForProductUpdates(true);
+  EXPECT_THAT(shell.pages, ElementsAre("http://example.com/?a=1&b=2"));
+  EXPECT_EQ(LoadedForms(), std::vector<FormPtr>{});
+}
+
+TEST_F(ProductUpdatesTest, ComparesFieldByField) {
+  for (const auto& [major, minor, revision, is_newer] : {std::tuple(2, 0, 0, true),
+                                                         {1, 1, 0, true},
+                                                         {1, 0, 1, true},
+                                                         {1, 10, 0, true},
+                                                         {1, 0, 0, false},
+                                                         {0, 9, 9, false}}) {
+    Announce(major, minor, revision);
+    const std::string version = Decimal(major) + "." + Decimal(minor) + "." + Decimal(revision);
+    if (is_newer) {
+      ui.ExpectBox(Notice(version), 2);
+    } else {
+      CheckForProductUpdates(false);
+      ui.ExpectBox("No product updates are available at this time.");
+    }
+    CheckForProductUpdates(true);
+    EXPECT_EQ(Seen(), version);
+  }
+}
+
+TEST_F(ProductUpdatesTest, ReadsOnlyWholeFields) {
+  for (const auto& [page, seen] : std::vector<std::pair<std::string, std::string>>{
+           {"", "0.0.0"},
+           {"<major>1", "0.0.0"},
+           {"<major", "0.0.0"},
+           {"<major>1</minor><minor>2</minor>", "0.2.0"},
+           {"<major>\n 1 build 7</major><minor><b>3</b></minor>", "1.0.0"},
+           {"<major><major>1</major></major><minor>1</minor>", "0.1.0"},
+           {"<revision>99999999999</revision>", "0.0.2147483647"},
+           {"<major>1</major><major>9</major>", "1.0.0"},
+           {std::string("\0\xFF<major>1</major>", 18), "1.0.0"}}) {
+    Announce(page);
+    ui.ExpectBox("No product updates are available at this time.");
+    CheckForProductUpdates(true);
+    EXPECT_EQ(Seen(), seen) << page.substr(0, 60);
+  }
+}
+
+TEST_F(ProductUpdatesTest, TakesAFailedFetchForVersionZero) {
+  AllowError("frmManageUserKeys::CheckForProductUpdates - ");
+  CheckForProductUpdates(false);
+  EXPECT_EQ(Seen(), "0.0.0");
+  ui.ExpectBox("No product updates are available at this time.");
+  CheckForProductUpdates(true);
+}
+
 }  // namespace
-}  // namespace corvessa
+}  // namespace corvessa::testing

@@ -1,6 +1,9 @@
 #include "crypto/frm_timer.h"
 
+#include <algorithm>
+
 #include "accounts/nimbra_account.h"
+#include "accounts/user_management.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/temp_files.h"
 #include "platform/host.h"
@@ -10,12 +13,15 @@
 namespace corvessa::testing {
 namespace {
 
+using Lines = std::vector<std::string>;
+
 class FrmTimer : public AddInFixture {
  protected:
   FrmTimer() {
     AllowError("DeleteTemporaryFiles: Error code: 53");
     AllowError("DeleteTemporaryFiles: Error code: 75");
     timer->Load();
+    CreateCrypto();
   }
   void Tick(int seconds) {
     for (int i = 0; i < seconds; ++i) timer->tmrTimer.Tick();
@@ -25,6 +31,7 @@ class FrmTimer : public AddInFixture {
     return path;
   }
 
+  NimbraAccountPtr account = UserManagement::AddNimbraAccountUser("ann@example.org");
   std::shared_ptr<frmTimer> timer = std::make_shared<frmTimer>();
 };
 
@@ -39,36 +46,30 @@ TEST_F(FrmTimer, DeletesQueuedFilesFromTheLastOnWholeMinutes) {
   const std::string last = MakeFile(temporary + "c.txt");
   for (const std::string& path : {first, gone, held, last, first}) QueueForDeletion(path);
   Tick(59);
-  EXPECT_EQ(Trace(), std::vector<std::string>{});
+  EXPECT_EQ(Trace(), Lines{});
   {
     const KeepQueuedFiles operation_under_way;
     Tick(1);
   }
   EXPECT_EQ(g_colTempFiles, (std::vector{first, gone, held, last}));
   Tick(60);
-  EXPECT_EQ(Trace(),
-            (std::vector<std::string>{
-                "DeleteTemporaryFiles: Kill: " + last, "DeleteTemporaryFiles: Error code: 0 ()",
-                "DeleteTemporaryFiles: Kill: " + held,
-                "DeleteTemporaryFiles: Error code: 75 (Path/File access error)",
-                "DeleteTemporaryFiles: Kill: " + gone,
-                "DeleteTemporaryFiles: Error code: 53 (File not found)",
-                "DeleteTemporaryFiles: Kill: " + first, "DeleteTemporaryFiles: Error code: 0 ()"}));
+  EXPECT_EQ(
+      Trace(),
+      (Lines{"DeleteTemporaryFiles: Kill: " + last, "DeleteTemporaryFiles: Error code: 0 ()",
+             "DeleteTemporaryFiles: Kill: " + held,
+             "DeleteTemporaryFiles: Error code: 75 (Path/File access error)",
+             "DeleteTemporaryFiles: Kill: " + gone,
+             "DeleteTemporaryFiles: Error code: 53 (File not found)",
+             "DeleteTemporaryFiles: Kill: " + first, "DeleteTemporaryFiles: Error code: 0 ()"}));
   EXPECT_EQ(g_colTempFiles, (std::vector{gone, held}));
   EXPECT_FALSE(files.FolderExists(temporary + "mail1"));
   EXPECT_TRUE(files.FolderExists(temporary));
 }
 
 TEST_F(FrmTimer, ForgetsPassphrasesAfterTheMinutesSinceTheLastReset) {
-  const auto account = std::make_shared<NimbraAccount>();
-  g_colAccounts.push_back(account);
-  CreateCrypto();
-  const struct {
-    std::int32_t minutes;
-    int forgotten_after;
-  } cases[] = {{1, 60}, {2, 120}, {0, -1}, {-1, -1}, {-7, -1}};
-  for (const auto& c : cases) {
-    g_lPassphraseMemory = c.minutes;
+  const std::pair<std::int32_t, int> cases[] = {{1, 60}, {2, 120}, {0, -1}, {-1, -1}, {-7, -1}};
+  for (const auto& [minutes, forgotten_after] : cases) {
+    g_lPassphraseMemory = minutes;
     timer->m_lTicks = 0;
     account->m_sPassword.Assign("secret");
     account->SetAuthenticated(true);
@@ -78,37 +79,29 @@ TEST_F(FrmTimer, ForgetsPassphrasesAfterTheMinutesSinceTheLastReset) {
       Tick(1);
       if (!account->GetAuthenticated()) forgotten = second;
     }
-    EXPECT_EQ(forgotten, c.forgotten_after) << c.minutes;
-    const bool reset = c.forgotten_after > 0;
-    EXPECT_EQ(account->m_sPassword.IsEmpty(), reset) << c.minutes;
-    EXPECT_EQ(timer->m_lTicks, reset ? 0 : 130) << c.minutes;
-    EXPECT_EQ(scripted_engine.engine->Operations(),
-              reset ? std::vector<std::string>{"InitEngine"} : std::vector<std::string>{});
+    EXPECT_EQ(forgotten, forgotten_after) << minutes;
+    const bool reset = forgotten_after > 0;
+    EXPECT_EQ(account->m_sPassword.IsEmpty(), reset) << minutes;
+    EXPECT_EQ(timer->m_lTicks, reset ? 0 : 130) << minutes;
+    EXPECT_EQ(scripted_engine.engine->Operations(), reset ? Lines{"InitEngine"} : Lines{});
   }
 }
 
 TEST_F(FrmTimer, ForgetsPassphrasesBeforeItDeletesFiles) {
-  CreateCrypto();
   g_lPassphraseMemory = 1;
   QueueForDeletion(MakeFile(platform::Host().files.TemporaryFolder() + "a.txt"));
-  std::vector<std::string> chores;
-  faults.on_call = [&](std::string_view call) {
-    if (call.ends_with("InitEngine") || call == "Files::Delete") chores.emplace_back(call);
-  };
-  Tick(60);
-  faults.on_call = nullptr;
-  ASSERT_EQ(chores.size(), 2U);
-  EXPECT_EQ(chores[1], "Files::Delete");
+  const Lines calls = CallsOf([&] { Tick(60); });
+  const auto engine = std::ranges::find_if(
+      calls, [](const std::string& call) { return call.ends_with("InitEngine"); });
+  EXPECT_LT(engine, std::ranges::find(calls, "Files::Delete"));
 }
 
 TEST_F(FrmTimer, ForgetsPassphrasesAlsoWhenTheEngineFails) {
-  AllowError("frmTimer::ResetCryptoAndAccounts - gone");
-  AllowError("frmTimer::CheckResetCryptoAndAccounts - Overflow");
-  AllowError("frmTimer::tmrTimer_Timer - Overflow");
-  const auto account = std::make_shared<NimbraAccount>();
+  const Lines errors = {"frmTimer::ResetCryptoAndAccounts - gone",
+                        "frmTimer::CheckResetCryptoAndAccounts - Overflow",
+                        "frmTimer::tmrTimer_Timer - Overflow"};
+  for (const std::string& error : errors) AllowError(error);
   account->m_sPassword.Assign("secret");
-  g_colAccounts.push_back(account);
-  CreateCrypto();
   scripted_engine.engine->Once("InitEngine", {.thrown = Error{1, "gone"}});
   timer->m_lTicks = 7;
   timer->ResetCryptoAndAccounts();
@@ -119,9 +112,7 @@ TEST_F(FrmTimer, ForgetsPassphrasesAlsoWhenTheEngineFails) {
   Tick(60);
   timer->m_lTicks = 2147483647;
   Tick(1);
-  EXPECT_EQ(Trace(), (std::vector<std::string>{"frmTimer::ResetCryptoAndAccounts - gone",
-                                               "frmTimer::CheckResetCryptoAndAccounts - Overflow",
-                                               "frmTimer::tmrTimer_Timer - Overflow"}));
+  EXPECT_EQ(Trace(), errors);
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <filesystem>
 
 #include "accounts/address_dialogs.h"
 #include "accounts/frm_manage_user_keys.h"
@@ -6,6 +7,7 @@
 #include "addin/frm_splash_screen.h"
 #include "addin/outlook_support.h"
 #include "addin/outlook_version.h"
+#include "addin/trace_log.h"
 #include "base/debug_info.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/frm_timer.h"
@@ -14,12 +16,12 @@
 #include "settings/settings.h"
 #include "support/addin_fixture.h"
 
-namespace corvessa {
+namespace corvessa::testing {
 namespace {
 
 using Lines = std::vector<std::string>;
 
-class Startup : public testing::AddInFixture {
+class Startup : public AddInFixture {
  protected:
   /// With the trace switch on before the settings are loaded, so that the whole sequence can be
   /// seen and not only what follows the load.
@@ -33,16 +35,6 @@ class Startup : public testing::AddInFixture {
   void TearDown() override {
     Disconnect();
     AddInFixture::TearDown();
-  }
-
-  static Lines LoadedFormNames() {
-    Lines names;
-    for (const FormPtr& form : LoadedForms()) names.push_back(form->Name());
-    return names;
-  }
-  static void ExpectSplashScreenGone() {
-    const Lines names = LoadedFormNames();
-    EXPECT_EQ(std::ranges::count(names, "frmSplashScreen"), 0);
   }
 
  private:
@@ -74,16 +66,16 @@ TEST_F(Startup, NormallyBringsUpEngineAndTimerAndClosesDownInOrder) {
   ConnectTracing();
 
   EXPECT_EQ(Trace(), kStarting);
-  using Call = testing::ScriptedEngine::Call;
   EXPECT_EQ(scripted_engine.engine->Calls(),
-            (std::vector<Call>{{"InitEngine", {}},
-                               {"SetOption", {"pgpMessageHeader", "Corvessa message"}},
-                               {"SetOption", {"pgpSignatureHeader", "Corvessa signature"}},
-                               {"SetOption", {"customerID", "c-1"}},
-                               {"SetOption", {"lookupKeyservers", "http://lookup"}},
-                               {"SetOption", {"updateKeyservers", "http://update"}},
-                               {"InitEngine", {}},
-                               {"QueryKeyPair", {"ann@example.org"}}}));
+            (std::vector<ScriptedEngine::Call>{
+                {"InitEngine", {}},
+                {"SetOption", {"pgpMessageHeader", "Corvessa message"}},
+                {"SetOption", {"pgpSignatureHeader", "Corvessa signature"}},
+                {"SetOption", {"customerID", "c-1"}},
+                {"SetOption", {"lookupKeyservers", "http://lookup"}},
+                {"SetOption", {"updateKeyservers", "http://update"}},
+                {"InitEngine", {}},
+                {"QueryKeyPair", {"ann@example.org"}}}));
   EXPECT_EQ(LoadedFormNames(), Lines{"frmTimer"});
   EXPECT_EQ(ui.Shown(), Lines{"frmSplashScreen"});
   EXPECT_EQ(g_sOptionsCaption + g_sStatusCaption + g_sDecryptNowCaption +
@@ -91,22 +83,41 @@ TEST_F(Startup, NormallyBringsUpEngineAndTimerAndClosesDownInOrder) {
             "Corvessa OptionsCorvessa StatusCorvessa Decrypt NowCorvessa Decrypt Attachments"
             "Corvessa Encrypted Reply");
 
+  // A second one keeps the windows and the delete queue.
+  QueueForDeletion("c:\\temp\\gone.txt");
+  ClearTrace();
+  g_oOutlookSupport->Initialise(outlook.Application());
+  EXPECT_EQ(Trace(), (Lines{"Initializing plugin...", "Launching splash screen...",
+                            "Initializing key server..."}));
+  EXPECT_EQ(g_colTempFiles, Lines{"c:\\temp\\gone.txt"});
+  EXPECT_EQ(LoadedFormNames(), Lines{"frmTimer"});
+
+  const std::string queued = files.TemporaryFolder() + "plain.txt";
+  files.Write(queued, "canary");
+  QueueForDeletion(queued);
+  const NimbraAccountPtr held = g_colAccounts.front();
+  held->m_sPassword.Assign("open sesame");
+  held->SetAuthenticated(true);
   ClearTrace();
   Disconnect();
   EXPECT_EQ(Trace(), kClosingDown);
+  EXPECT_EQ(FilesHolding("canary"), Lines{});
+  EXPECT_TRUE(held->m_sPassword.IsEmpty());
+  EXPECT_FALSE(held->GetAuthenticated());
+  EXPECT_TRUE(g_colTempFiles.empty() && g_colAccounts.empty());
   EXPECT_EQ(LoadedFormNames(), Lines{});
   EXPECT_EQ(g_oCrypto, nullptr);
   EXPECT_EQ(scripted_engine.engine.use_count(), 1);
 }
 
 TEST_F(Startup, OnAnUnknownVersionOnlyTellsTheUser) {
-  for (const char* version : {"12.0.4518", "8.0", "8.5", "11.5", ""}) {
+  const std::pair<const char*, bool> versions[] = {
+      {"9.0.0.2711", true}, {"10.0.2627", true},  {"11.0.5510", true}, {"9.5", true},
+      {"10.5", true},       {"12.0.4518", false}, {"8.0", false},      {"8.5", false},
+      {"11.5", false},      {"", false}};
+  for (const auto& [version, is_compatible] : versions) {
     desk::OutlookModel other({.version = version});
-    EXPECT_FALSE(IsCompatibleOutlookVersion(*other.Application())) << version;
-  }
-  for (const char* version : {"9.0.0.2711", "10.0.2627", "11.0.5510", "9.5", "10.5"}) {
-    desk::OutlookModel other({.version = version});
-    EXPECT_TRUE(IsCompatibleOutlookVersion(*other.Application())) << version;
+    EXPECT_EQ(IsCompatibleOutlookVersion(*other.Application()), is_compatible) << version;
   }
 
   SetEdition("URLMain", "http://www.example.org/corvessa");
@@ -146,9 +157,13 @@ TEST_F(Startup, WhenDisabledTracksWindowsButStartsNothing) {
   EXPECT_EQ(Trace(), kClosingDown);
 }
 
-TEST_F(Startup, WithoutAccountsLeadsToAFirstAddress) {
-  ui.Expect<frmManageUserKeys>("frmManageUserKeys",
-                               [](frmManageUserKeys&) { ExpectSplashScreenGone(); });
+TEST_F(Startup, WithoutAccountsOrKeysLeadsToThemUnlessKeyGenerationIsOff) {
+  for (int i = 0; i < 2; ++i) {
+    ui.Expect<frmManageUserKeys>("frmManageUserKeys", [](frmManageUserKeys&) {
+      const Lines names = LoadedFormNames();
+      EXPECT_EQ(std::ranges::count(names, "frmSplashScreen"), 0);
+    });
+  }
   ui.ExpectBox(
       "You have not configured any of your email accounts\r\n"
       "to send or receive secure email.\r\n\r\nWould you like to do this now?",
@@ -160,26 +175,16 @@ TEST_F(Startup, WithoutAccountsLeadsToAFirstAddress) {
   ClearTrace();
   Disconnect();
   EXPECT_EQ(Trace(), kClosingDown);
-}
 
-TEST_F(Startup, WithAccountsButNoKeysOffersTheirAddressesUnlessKeyGenerationIsOff) {
   scripted_engine.engine->Always("QueryKeyPair", {.status = -13});
   StoreAccount("ann@example.org");
   StoreAccount("ann@work.example");
-  outlook.AddExplorer();
-  Lines offered;
-  ui.Expect<frmManageUserKeys>("frmManageUserKeys",
-                               [](frmManageUserKeys&) { ExpectSplashScreenGone(); });
   ui.AllowForm("frmModalShowInTaskbar");
   ui.Expect<frmNoKeyPairs>("frmNoKeyPairs", [&](frmNoKeyPairs& form) {
-    for (int i = 0; i < form.lstEmailAddr.RowCount(); ++i) {
-      offered.push_back(form.lstEmailAddr.Row(i));
-    }
+    EXPECT_EQ(form.lstEmailAddr.Describe(), R"({"ann@example.org", "ann@work.example"})");
     form.cmdCancel.Press();
   });
   ConnectTracing();
-  EXPECT_EQ(offered, (Lines{"ann@example.org", "ann@work.example"}));
-  EXPECT_EQ(Trace(), kStarting);
   Disconnect();
 
   SetEditionSwitch("DisableKeyGen", 1);
@@ -233,19 +238,6 @@ TEST_F(Startup, ThatFailsHalfWayKeepsWhatWasMadeAndClosesDownQuietly) {
   EXPECT_EQ(Crypto()->HasKeypair("ann@example.org"), 1);
   EXPECT_EQ(LoadedFormNames(), (Lines{"frmSplashScreen", "frmTimer"}));
   Disconnect();
-}
-
-TEST_F(Startup, ASecondInitialiseKeepsTheWindowsAndTheDeleteQueue) {
-  StoreAccount("ann@example.org");
-  outlook.AddExplorer();
-  ConnectTracing();
-  QueueForDeletion("c:\\temp\\held.txt");
-  ClearTrace();
-  g_oOutlookSupport->Initialise(outlook.Application());
-  EXPECT_EQ(Trace(), (Lines{"Initializing plugin...", "Launching splash screen...",
-                            "Initializing key server..."}));
-  EXPECT_EQ(g_colTempFiles, Lines{"c:\\temp\\held.txt"});
-  EXPECT_EQ(LoadedFormNames(), Lines{"frmTimer"});
 }
 
 TEST_F(Startup, ADisconnectionDuringAnyOfItsPaintsLosesAndLeavesNothing) {
@@ -338,18 +330,13 @@ TEST_F(Startup, ServesTheWindowsThatAreOpenAndThoseThatOpenLaterUntilTheDisconne
   item->SetBody("x");
   EXPECT_EQ(Trace(), Lines{"MailItem PropertyChange Body"});
 
-  Lines calls;
-  faults.on_call = [&](std::string_view call) { calls.emplace_back(call); };
-  const auto later = outlook.AddExplorer();
-  faults.on_call = nullptr;
-  EXPECT_EQ(calls, Lines{"Explorer.Subscribe"}) << "the first explorer only has the button";
+  desk::ExplorerWindowPtr later;
+  EXPECT_EQ(CallsOf([&] { later = outlook.AddExplorer(); }), Lines{"Explorer.Subscribe"})
+      << "the first explorer only has the button";
 
   AllowError("ActiveExplorers::Release - ");
-  calls.clear();
-  faults.on_call = [&](std::string_view call) { calls.emplace_back(call); };
-  DisconnectAddIn();
-  faults.on_call = nullptr;
-  EXPECT_EQ(calls, (Lines{"CommandBarButton.Delete", "MailItem.EntryID"}))
+  EXPECT_EQ(CallsOf([&] { DisconnectAddIn(); }),
+            (Lines{"CommandBarButton.Delete", "MailItem.EntryID"}))
       << "the explorers go before the inspectors";
   g_bLogDebuggingInfo = true;
   ClearTrace();
@@ -359,24 +346,38 @@ TEST_F(Startup, ServesTheWindowsThatAreOpenAndThoseThatOpenLaterUntilTheDisconne
   EXPECT_EQ(Trace(), Lines{});
 }
 
-TEST_F(Startup, CloseDownDeletesWhatIsQueuedAndForgetsPassphrases) {
-  StoreAccount("ann@example.org");
-  outlook.AddExplorer();
-  ConnectTracing();
-  const std::string queued = files.TemporaryFolder() + "plain.txt";
-  files.Write(queued, "canary");
-  QueueForDeletion(queued);
-  QueueForDeletion("c:\\temp\\gone.txt");
-  const NimbraAccountPtr held = g_colAccounts.front();
-  held->m_sPassword.Assign("open sesame");
-  held->SetAuthenticated(true);
-  Disconnect();
-  EXPECT_EQ(FilesHolding("canary"), Lines{});
-  EXPECT_TRUE(held->m_sPassword.IsEmpty());
-  EXPECT_FALSE(held->GetAuthenticated());
-  EXPECT_TRUE(g_colTempFiles.empty());
-  EXPECT_TRUE(g_colAccounts.empty());
+using TraceFile = AddInFixture;
+
+TEST_F(TraceFile, IsWrittenLineByLineOnlyWhileTheSwitchIsOn) {
+  g_bLogDebuggingInfo = false;
+  Debug_Info::TraceLog("lost");
+  bool built = false;
+  Debug_Info::TraceLog([&] { return std::string(built = true, 'x'); });
+  EXPECT_FALSE(built);
+  EXPECT_FALSE(files.FileExists(Debug_Info::kTraceFile));
+
+  g_bLogDebuggingInfo = true;
+  Debug_Info::TraceLog("first");
+  Debug_Info::TraceLog([] { return std::string("sec\r\nond\x1b\u202E\u009B"); });
+  EXPECT_EQ(files.Read(Debug_Info::kTraceFile),
+            "2/29/2004 11:58:07 PM: first\r\n2/29/2004 11:58:07 PM: sec\r\nond\r\n");
+  const auto mode = std::filesystem::status(files.LocalPath(Debug_Info::kTraceFile)).permissions();
+  EXPECT_EQ(mode, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+}
+
+TEST_F(TraceFile, HoldsOneLineForEachAttributeInTheirOrder) {
+  files.Write("c:\\plain.txt", "x");
+  std::filesystem::permissions(files.LocalPath("c:\\plain.txt"),
+                               std::filesystem::perms::owner_read);
+  Debug_Info::TraceFileAttributes("c:\\plain.txt");
+  files.CreateFolder("c:\\.hidden");
+  Debug_Info::TraceFileAttributes("c:\\.hidden");
+  Debug_Info::TraceFileAttributes("c:\\gone.txt");
+  EXPECT_EQ(Trace(),
+            (Lines{"Attribute: Read Only", "Attribute: Archive", "Attribute: Hidden",
+                   "Attribute: Directory", "Debug_Info:TraceFileAttributes - File not found"}));
+  AllowError("Debug_Info:TraceFileAttributes - ");
 }
 
 }  // namespace
-}  // namespace corvessa
+}  // namespace corvessa::testing

@@ -2,7 +2,6 @@
 
 #include "base/debug_info.h"
 #include "base/text.h"
-#include "platform/host.h"
 #include "support/addin_fixture.h"
 #include "ui/controls.h"
 #include "ui/form.h"
@@ -20,36 +19,29 @@ class frmBranded final : public Form {
   Image imgLogoImage{*this, "imgLogoImage", {}};
   Image imgOther{*this, "imgOther", {}};
   Label lblTwice{*this, "lblTwice", {}, "<!-- SHORTNAME --> and <!-- SHORTNAME -->"};
-  Label lblLower{*this, "lblLower", {}, "<!-- shortname -->"};
   CheckBox chkIt{*this, "chkIt", {}, "Use <!-- SHORTNAME -->"};
   CommandButton cmdIt{*this, "cmdIt", {}, "<!-- LONGNAME -->"};
   Frame fraIt{*this, "fraIt", {}, "<!-- SHORTNAME -->"};
 };
 
-class Brand : public testing::AddInFixture {};
+using Brand = testing::AddInFixture;
 
-TEST_F(Brand, NamesReplaceTheirPlaceholdersInCaptionsOnly) {
-  const auto form = std::make_shared<frmBranded>();
-  CustomizeForm(*form);
-  EXPECT_EQ(form->Caption(), "About Corvessa Professional for Outlook");
-  EXPECT_EQ(form->lblTwice.Caption(), "Corvessa and Corvessa");
-  EXPECT_EQ(form->lblLower.Caption(), "<!-- shortname -->");
-  EXPECT_EQ(form->chkIt.Caption(), "Use Corvessa");
-  EXPECT_EQ(form->cmdIt.Caption(), "Corvessa Professional for Outlook");
-  EXPECT_EQ(form->fraIt.Caption(), "<!-- SHORTNAME -->");
-  EXPECT_TRUE(form->imgLogoImage.Picture());
-  EXPECT_FALSE(form->imgOther.Picture());
-}
-
-TEST_F(Brand, GoesOnWithTheNextControlWhenAPictureIsMissing) {
-  g_bLogDebuggingInfo = true;
-  files.Delete(platform::Host().product.folder + "\\Customization\\48hLogo.gif");
+TEST_F(Brand, NamesReplaceTheirPlaceholdersInCaptionsOnlyAndAMissingPictureCostsNoOther) {
+  for (const bool has_picture : {true, false}) {
+    const auto form = std::make_shared<frmBranded>();
+    CustomizeForm(*form);
+    EXPECT_EQ(form->Caption(), "About Corvessa Professional for Outlook");
+    EXPECT_EQ(form->lblTwice.Caption(), "Corvessa and Corvessa");
+    EXPECT_EQ(form->chkIt.Caption(), "Use Corvessa");
+    EXPECT_EQ(form->cmdIt.Caption(), "Corvessa Professional for Outlook");
+    EXPECT_EQ(form->fraIt.Caption(), "<!-- SHORTNAME -->");
+    EXPECT_EQ(form->imgLogoImage.Picture() != nullptr, has_picture);
+    EXPECT_FALSE(form->imgOther.Picture());
+    if (has_picture) files.Delete("c:\\Corvessa\\Customization\\48hLogo.gif");
+  }
   AllowError("Customize: ");
-  const auto form = std::make_shared<frmBranded>();
-  CustomizeForm(*form);
   EXPECT_EQ(Trace(), Lines{"Customize: Error customizing form \"frmBranded\", control "
                            "\"imgLogoImage\", 53 File not found"});
-  EXPECT_EQ(form->cmdIt.Caption(), "Corvessa Professional for Outlook");
 }
 
 TEST_F(Brand, IconFollowsTheLongNameExactly) {
@@ -74,7 +66,6 @@ TEST_F(Brand, PagesGetTheAliasUnchangedAndOnlyWebAddressesOpen) {
   EXPECT_EQ(shell.pages, (Lines{"https://keys.example/new?brand=1&alias=a b&c@x.org",
                                 "HTTP://keys.example/change?alias=ann@x.org"}));
 
-  g_bLogDebuggingInfo = true;
   AllowError("Customization:OpenURL - ");
   for (const std::string refused : {"ftp://x.org", "file:///etc/passwd", "javascript:alert(1)",
                                     "/etc/passwd", "\\\\server\\share", "http://x.org/\r\n",

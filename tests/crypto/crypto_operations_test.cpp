@@ -4,14 +4,14 @@
 
 #include "accounts/frm_login.h"
 #include "accounts/nimbra_account.h"
+#include "accounts/user_management.h"
 #include "base/guard.h"
 #include "base/text.h"
-#include "crypto/crypto_operations.h"
 #include "crypto/engine_answers.h"
+#include "crypto/stored_files.h"
 #include "message/message_operations.h"
 #include "settings/settings.h"
 #include "support/addin_fixture.h"
-#include "support/form_checks.h"
 
 namespace corvessa::testing {
 namespace {
@@ -26,9 +26,7 @@ class CryptoOperationsTest : public AddInFixture {
  protected:
   void SetUp() override {
     for (const char* address : {"ann@example.org", "bob@example.org"}) {
-      auto account = std::make_shared<NimbraAccount>();
-      account->m_sAlias = address;
-      g_colAccounts.push_back(account);
+      UserManagement::AddNimbraAccountUser(address);
     }
     CreateCrypto();
     scripted_engine.engine->ClearCalls();
@@ -82,18 +80,6 @@ TEST_F(CryptoOperationsTest, AsksOnUntilAnAccountDecryptsOrThreeHaveNot) {
     EXPECT_TRUE(account->m_sPassword.IsEmpty());
     EXPECT_FALSE(account->GetAuthenticated());
   }
-}
-
-TEST_F(CryptoOperationsTest, KeepsTheAccountThatDecrypted) {
-  Engine().Once("DecryptTextEx", {.status = -13});
-  Engine().Once("DecryptTextEx", {.status = 0, .text = "plain"});
-  ExpectLogins({1});
-  std::string body(kArmour);
-  EXPECT_EQ(Decrypt(body), 0);
-  EXPECT_EQ(body, "plain");
-  EXPECT_FALSE(g_colAccounts[0]->GetAuthenticated());
-  EXPECT_TRUE(g_colAccounts[1]->GetAuthenticated());
-  EXPECT_EQ(g_colAccounts[1]->m_sPassword.View(), "typed");
 }
 
 TEST_F(CryptoOperationsTest, MapsTheEnginesStatusesAndNeverWrapsOne) {
@@ -216,29 +202,24 @@ TEST_F(CryptoOperationsTest, WordsWhatBecameOfAnAttachment) {
   EXPECT_THAT(Engine().Calls(), IsEmpty());
 }
 
-TEST_F(CryptoOperationsTest, TellsSignaturesFromOtherFiles) {
+TEST_F(CryptoOperationsTest, AFileWithASignaturesNameIsOneWhenTheEngineSaysSo) {
   const auto item = outlook.NewMail();
   item->AddAttachment({"x", "Shown.txt", outlook.Keep("x"), "", ""});
   nodes_ = {std::make_shared<AttachmentNode>()};
   nodes_[0]->sFilename = "c:\\t\\A.TXT";
-  const auto is_signature = [&](std::string_view path) {
-    return Crypto()->IsSignature(path, nodes_, item);
-  };
-  EXPECT_TRUE(is_signature("c:\\t\\a.txt.SIG"));
-  EXPECT_TRUE(is_signature("c:\\other\\shown.TXT.sig"));
-  EXPECT_FALSE(is_signature("c:\\t\\b.sig"));
-  EXPECT_FALSE(is_signature("c:\\t\\a.txt"));
-  EXPECT_FALSE(is_signature(".sig"));
+  for (const char* path : {"c:\\t\\a.txt.SIG", "c:\\other\\shown.TXT.sig"}) {
+    EXPECT_TRUE(Crypto()->IsSignature(path, nodes_, item)) << path;
+  }
+  for (const char* path : {"c:\\t\\b.sig", "c:\\t\\a.txt", ".sig"}) {
+    EXPECT_FALSE(Crypto()->IsSignature(path, nodes_, item)) << path;
+  }
   EXPECT_FALSE(Crypto()->HasEncryptedOrSignedAttachments({}));
   EXPECT_FALSE(Crypto()->HasEncryptedOrSignedAttachments(nodes_));
   nodes_[0]->lSignStatus = -1;
   EXPECT_TRUE(Crypto()->HasEncryptedOrSignedAttachments(nodes_));
-}
 
-TEST_F(CryptoOperationsTest, TheEngineSaysWhetherAFileWithASignaturesNameIsOne) {
-  const auto item = outlook.NewMail();
-  item->AddAttachment({"a.txt", "a.txt", outlook.Keep("a"), "", ""});
-  item->AddAttachment({"a.txt.SIG", "a.txt.SIG", outlook.Keep("b"), "", ""});
+  nodes_.clear();
+  item->AddAttachment({"x.SIG", "shown.txt.SIG", outlook.Keep("b"), "", ""});
   for (const int status : {1, 0, -13, -6, -10, -3, -8, -9, -11}) {
     const bool proves = status >= 0 || status == -13 || status == -6 || status == -10;
     Engine().Always("VerifyFile", {.status = status});
@@ -262,39 +243,6 @@ TEST_F(CryptoOperationsTest, AnUnreachableServerIsNotTakenForNoKey) {
   Engine().Once("QueryKeyPair", {.thrown = Error{75, "Path/File access error"}});
   EXPECT_EQ(Crypto()->HasKeypair("ann@x.org"), -1);
   EXPECT_EQ(Trace(), std::vector<std::string>{"haskeypair: Path/File access error"});
-}
-
-TEST_F(CryptoOperationsTest, AuthenticateAsksInTheModeOfTheAttemptAndCountsIt) {
-  const std::string first = "Please enter your Corvessa passphrase.";
-  const std::string wrong = "You entered an incorrect passphrase.  Please try again.";
-  struct Case {
-    std::string prompt;
-    ScriptedEngine::Answer engine;
-    std::int32_t result;
-    std::int16_t attempts;
-  };
-  std::int16_t attempts = 0;
-  for (const Case& c : {Case{first, {}, 1, 0}, Case{first, {.status = -4}, -1, 1},
-                        Case{"Unable to decrypt email.  Please select a different email address.",
-                             {.status = -13},
-                             -1,
-                             2},
-                        Case{wrong, {.thrown = Error{5, "lost"}}, -1, 2}, Case{wrong, {}, 0, 3}}) {
-    const bool cancels = c.result == 1;
-    ui.Expect<frmLogin>("frmLogin", [&](frmLogin& form) {
-      EXPECT_EQ(form.txtPrompt1.Caption(), c.prompt);
-      form.txtPassword.Type("open sesame");
-      (cancels ? form.cmdCancel : form.cmdOK).Press();
-    });
-    if (!cancels) Engine().Once("AuthenticateAccount", c.engine);
-    std::int16_t wrong_account = c.engine.status == -13 ? 1 : 0;
-    EXPECT_EQ(Crypto()->Authenticate(attempts, wrong_account), c.result);
-    EXPECT_EQ(attempts, c.attempts);
-    // What was refused is not kept.
-    EXPECT_EQ(g_colAccounts.front()->m_sPassword.IsEmpty(), c.result != 0);
-  }
-  AllowError("CryptoOperations::Authenticate - lost");
-  EXPECT_TRUE(g_colAccounts.front()->GetAuthenticated());
 }
 
 TEST_F(CryptoOperationsTest, VectorsTakeEachTextOnceComparedExactly) {
@@ -368,6 +316,93 @@ TEST_F(CryptoOperationsTest, ErrorsOfConfigurationReachTheCallerAndLeaveNoHalfCo
   EXPECT_EQ(Attempt([] { CreateCrypto(); }).description, "no such header");
   EXPECT_EQ(g_oCrypto, nullptr);
   EXPECT_NE(CreateCrypto(), nullptr);
+}
+
+TEST(StoredName, CannotLeaveItsFolderOrMeanADevice) {
+  const std::string many(300, 'n');
+  const std::pair<std::string, std::string> cases[] = {
+      {"report.pdf", "report.pdf"},
+      {"..\\..\\x", "x"},
+      {"../../etc/passwd", "passwd"},
+      {"c:\\windows\\win.ini", "win.ini"},
+      {"a:b", "a_b"},
+      {"..", "__"},
+      {"", "attachment"},
+      {"x\\", "attachment"},
+      {"con", "_con"},
+      {"Lpt1.tar.gz", "_Lpt1.tar.gz"},
+      {"nul .txt", "_nul .txt"},
+      {"console.txt", "console.txt"},
+      {"Original", "_Original"},
+      {"original.sig", "_original.sig"},
+      {"original.txt", "original.txt"},
+      {"1", "_1"},
+      {"1a", "1a"},
+      {"TMP36", "_TMP36"},
+      {"tmp36.txt", "tmp36.txt"},
+      {"name. . ", "name____"},
+      {"a\tb\x01\"<>|?*", "ab______"},
+      {"invoice\u202Efdp.exe", "invoicefdp.exe"},
+      {"\xC3\xBC.txt", "\xC3\xBC.txt"},
+      {many + ".pdf", many.substr(0, 156) + ".pdf"},
+      {"con.sig", "_con.sig"},
+      {many + ".pdf.SIG", many.substr(0, 156) + ".pdf.SIG"}};
+  for (const auto& [given, stored] : cases) EXPECT_EQ(StoredFileName(given), stored) << given;
+  std::string umlauts;
+  for (int i = 0; i < 100; ++i) umlauts += "\xC3\xBC";
+  EXPECT_EQ(StoredFileName("x" + umlauts).size(), 159U) << "no character is cut in two";
+}
+
+TEST(StoredName, PutsEachFileAPlaceOfItsOwnAndSignaturesBesideTheirData) {
+  const auto places = [](const std::vector<std::string>& names) {
+    std::string text;
+    for (const StoredPlace& place : StoredPlaces(names)) {
+      text += Decimal(place.subfolder) + ":" + place.name + " ";
+    }
+    return text;
+  };
+  EXPECT_EQ(places({}), "");
+  EXPECT_EQ(places({"a", "A", "b", "a"}), "0:a 1:A 0:b 2:a ");
+  EXPECT_EQ(places({"a.sig", "a", "a", "a.SIG"}), "0:a.sig 0:a 1:a 1:a.SIG ");
+  // Two names that become one: each signature still finds the file it was made for.
+  EXPECT_EQ(places({"a:b", "a_b", "a_b.sig", "a:b.sig"}), "0:a_b 1:a_b 1:a_b.sig 0:a_b.sig ");
+  EXPECT_EQ(places({"x.sig", "x.sig"}), "0:x.sig 1:x.sig ");
+  // A full folder takes no more files, but still the signatures of those in it.
+  std::vector<std::string> many(41, "f");
+  for (std::size_t i = 0; i < many.size(); ++i) many[i] += Decimal(static_cast<int>(i));
+  many.insert(many.end(), {"f1", "f0.sig"});
+  EXPECT_TRUE(places(many).ends_with("0:f39 1:f40 1:f1 0:f0.sig ")) << places(many);
+}
+
+TEST(TextWrapping, BreaksWhereTheRulesSay) {
+  const struct {
+    const char* what;
+    std::string text;
+    std::string wrapped;
+  } cases[] = {
+      {"nothing", "", ""},
+      {"a line of the width", "1234567890", "1234567890"},
+      {"a blank at the break is replaced", "12345 7890123", "12345\r\n7890123"},
+      {"the last break wins", "1 3 5 7 90123", "1 3 5 7\r\n90123"},
+      {"behind a comma", "12345,7890123", "12345,\r\n7890123"},
+      {"behind a hyphen in the last column", "123456789-12", "123456789-\r\n12"},
+      {"a comma in the last column takes its blank along", "123456789, 23", "123456789,\r\n23"},
+      {"hard when there is no break", "123456789012345678901", "1234567890\r\n1234567890\r\n1"},
+      {"a blank just past a full line", "1234567890 234", "1234567890\r\n234"},
+      {"a line end at the width is kept", "1234567890\r\n12", "1234567890\r\n12"},
+      {"line ends are kept as they are", "1\r\n\r\n2\n3\r4", "1\r\n\r\n2\n3\r4"},
+      {"a line end starts the count anew", "12345\r\n1234567890 1", "12345\r\n1234567890\r\n1"},
+      {"a blank at the start is a break", " 1234567890", "\r\n1234567890"},
+      {"characters are counted, not bytes", "ääääääääää ö", "ääääääääää\r\nö"},
+      {"a character is never cut", "€€€€€€€€€€€", "€€€€€€€€€€\r\n€"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(WrapText(c.text, 10), c.wrapped) << c.what;
+    EXPECT_EQ(WrapText(WrapText(c.text, 10), 10), c.wrapped) << "again: " << c.what;
+  }
+  EXPECT_EQ(WrapText(std::string(200, 'x')),
+            std::string(76, 'x') + "\r\n" + std::string(76, 'x') + "\r\n" + std::string(48, 'x'));
+  EXPECT_EQ(WrapText("1 2", 0), "1 2");
 }
 
 }  // namespace

@@ -22,6 +22,7 @@ namespace corvessa::testing {
 namespace {
 
 using Strings = std::vector<std::string>;
+using UserManagement::AddNimbraAccountUser;
 
 /// The terminal's Ui as the host's, with a user whose lines are typed in advance, or without one.
 class TerminalUiTest : public AddInFixture {
@@ -70,13 +71,6 @@ class TerminalUiTest : public AddInFixture {
   std::unique_ptr<desk::TerminalUi> ui_;
 };
 
-void SecureAddresses(const std::vector<std::string>& addresses) {
-  for (const std::string& address : addresses) {
-    g_colAccounts.push_back(std::make_shared<NimbraAccount>());
-    g_colAccounts.back()->m_sAlias = address;
-  }
-}
-
 /// What the passphrase prompt gives, as "address passphrase"; "none" when it was closed.
 std::string Login(LoginReason reason = LoginReason::kFirstRequest) {
   const NimbraAccountPtr account = std::make_shared<frmLogin>()->DoLogin(reason, "", true);
@@ -101,14 +95,7 @@ TEST_F(TerminalUiTest, DrawsNothingThatSteersTheTerminalOrLeavesItsBox) {
     ListBox lstRows{*this, "lstRows", {0, 20, 100, 40}};
     TextBox txtBody{*this, "txtBody", {0, 60, 100, 90}, TextBox::Kind::kCourier};
   };
-  EXPECT_EQ(desk::DrawForm(*std::make_shared<frmMail>(), nullptr, 40),
-            "┌─ ]0;ownedMail ───────────────────────┐\n"
-            "│ 日本 A&B [2J31mgpj                   │\n"
-            "│   r[1Aowx                            │\n"
-            "│ a       b[31m                        │\n"
-            "│ c----------------------------------- │\n"
-            "│ ---------- end                       │\n"
-            "└──────────────────────────────────────┘\n");
+  ExpectGolden("terminal_hostile_mail", desk::DrawForm(*std::make_shared<frmMail>(), nullptr, 40));
 }
 
 /// Two texts to type, a list that only tells and no default button.
@@ -158,28 +145,10 @@ TEST_F(TerminalUiTest, DrawsAFormWithKeysAndFitsANarrowTerminal) {
   form->txtSecond.SetEnabled(false);
   form->Show();
   Ui().RunForm(*form);
-  EXPECT_EQ(Drawn(),
-            "┌─ Texts ───────────────────────────────────────────────┐\n"
-            "│   told                                                │\n"
-            "│ > only                                                │\n"
-            "│ First:  1) [________________________________________] │\n"
-            "│ Second:  ([________________________________________]) │\n"
-            "│ s) <Save>                                             │\n"
-            "└───────────────────────────────────────────────────────┘\n"
-            "First (Enter for other choices): "
-            "Choice (leave = leave open, q = close): ");
+  ExpectGolden("terminal_form", Drawn());
   const desk::Choices choices(*form);
   form->txtFirst.SetText(std::string(40, 'x'));
-  EXPECT_EQ(desk::DrawForm(*form, &choices, 30),
-            "┌─ Texts ────────────────────┐\n"
-            "│   told                     │\n"
-            "│ > only                     │\n"
-            "│ First:                     │\n"
-            "│ 1) [xxxxxxxxxxxxxxxxxxxx…] │\n"
-            "│ Second:                    │\n"
-            "│ ([______________________]) │\n"
-            "│ s) <Save>                  │\n"
-            "└────────────────────────────┘\n");
+  ExpectGolden("terminal_form_narrow", desk::DrawForm(*form, &choices, 30));
   const auto progress = std::make_shared<frmProgress>();
   progress->lblDescription.SetCaption("Storing attachments (2 of 5)");
   progress->pgbProgress.SetValue(50);
@@ -189,7 +158,7 @@ TEST_F(TerminalUiTest, DrawsAFormWithKeysAndFitsANarrowTerminal) {
 }
 
 TEST_F(TerminalUiTest, NeverDrawsAPassphrase) {
-  SecureAddresses({"ann@example.org", "bob@example.org"});
+  for (const char* name : {"ann", "bob"}) AddNimbraAccountUser(name + std::string("@example.org"));
   // Nothing; the other address; the passphrase, which is accepted at once.
   Type("\n2\nsesame\n");
   EXPECT_EQ(Login(), "bob@example.org sesame");
@@ -213,24 +182,19 @@ TEST_F(TerminalUiTest, NeverDrawsAPassphrase) {
 }
 
 TEST_F(TerminalUiTest, ClosesAndNamesAnUnansweredPrompt) {
-  const auto no_keys = std::make_shared<frmNoKeysFound>();
-  no_keys->lstEmailAddr.AddRow("nob\x1B[2Jody@example.net");
-  EXPECT_EQ(no_keys->SendUnencrypted(), 3);
-  EXPECT_EQ(ShowGeneric(std::string(400, 'x') + "\r\n" + std::string(93, 'y') + "Really?",
-                        frmGeneric::kYesNo),
+  EXPECT_EQ(ShowGeneric(
+                "nob\x1B[2Jody" + std::string(400, 'x') + "\r\n" + std::string(93, 'y') + "Really?",
+                frmGeneric::kYesNo),
             kResultClosed);
-  EXPECT_EQ(messages.str(),
-            "corvessa-desk: closed frmNoKeysFound \"The following recipients are not registered to "
-            "receive secure email: nob[2Jody@example.net Would you like to send this email without "
-            "encryption?\" unanswered; use --answer frmNoKeysFound=cmdYes|cmdNo\n"
-            "corvessa-desk: closed frmGeneric \"" +
-                std::string(300, 'x') + " … " + std::string(93, 'y') +
-                "Really?\" unanswered; use --answer frmGeneric=cmdOK|cmdCancel\n");
+  EXPECT_EQ(messages.str(), "corvessa-desk: closed frmGeneric \"nob[2Jody" + std::string(291, 'x') +
+                                " … " + std::string(93, 'y') +
+                                "Really?\" unanswered; use --answer frmGeneric=cmdOK|cmdCancel\n");
   EXPECT_EQ(Drawn(), "");
 }
 
 TEST_F(TerminalUiTest, TriesEachPassphraseInTurnAndThenStops) {
-  SecureAddresses({"ann@example.org", "bob@example.org", "eve@example.org"});
+  for (const char* name : {"ann", "bob", "eve"})
+    AddNimbraAccountUser(name + std::string("@example.org"));
   answers.SetPassphrase(" ANN@example.org", "one");
   answers.SetPassphrase("eve@example.org", "two");
   Strings tried{Login()};

@@ -1,10 +1,10 @@
 #include "forms/dialogs.h"
 
-#include <functional>
 #include <gmock/gmock.h>
 
 #include "accounts/address_dialogs.h"
 #include "accounts/nimbra_account.h"
+#include "accounts/user_management.h"
 #include "addin/frm_send_from_external_application.h"
 #include "base/error.h"
 #include "branding/branded_form.h"
@@ -13,7 +13,6 @@
 #include "message/message_operations.h"
 #include "settings/settings.h"
 #include "support/addin_fixture.h"
-#include "support/form_checks.h"
 
 namespace corvessa::testing {
 namespace {
@@ -26,16 +25,6 @@ class Dialogs : public AddInFixture {
     for (const char* form : {"frmAliasOptions", "frmNoKeyPairs", "frmHTML"}) ui.AllowForm(form);
   }
 
-  /// The two fields that the form for another program's mail has stored.
-  std::string Flags() {
-    return GetItemField(item, "X-Nimbra-NoEncrypt") + " " + GetItemField(item, "X-Nimbra-NoSign");
-  }
-  std::shared_ptr<frmSendFromExternalApplication> ExternalSend() {
-    const auto form = std::make_shared<frmSendFromExternalApplication>();
-    form->Load();
-    form->Init(item);
-    return form;
-  }
   static std::shared_ptr<frmMessageStatus> LoadedStatus() {
     auto form = std::make_shared<frmMessageStatus>();
     form->Load();
@@ -47,28 +36,23 @@ class Dialogs : public AddInFixture {
 
 TEST_F(Dialogs, AddressDialogAcceptsOnlyWhatLooksLikeAnAddress) {
   const auto form = std::make_shared<frmEMail>();
-  const auto entered = [&](const char* address) {
-    ui.Expect<frmEMail>("frmEMail", [address](frmEMail& shown) {
+  const auto entered = [&](const char* address, bool is_first = false) {
+    ui.Expect<frmEMail>("frmEMail", [=](frmEMail& shown) {
+      if (is_first) ExpectGoldenForm("frmEMail", shown);
+      shown.edEmail.Type(" ");
+      EXPECT_TRUE(shown.cmdOK.Enabled());
       shown.edEmail.Type(address);
       shown.cmdOK.Press();
-      if (shown.IsVisible()) shown.cmdCancel.Press();
+      if (shown.IsVisible()) shown.PressCloseBox();
     });
     return form->GetUserDlg();
   };
-  ui.Expect<frmEMail>("frmEMail", [](frmEMail& shown) {
-    ExpectGoldenForm("frmEMail", shown);
-    shown.edEmail.Type(" ");
-    ExpectGoldenForm("frmEMail_typed", shown);
-    shown.edEmail.Type("a@b.c");
-    shown.PressCloseBox();
-  });
-  EXPECT_EQ(form->GetUserDlg(), "");
+  EXPECT_EQ(entered("a@b.c", true), "a@b.c");
   for (const char* refused : {"@b.c", "a@.c", "a@b", "a@b.", "a@b.c.", "a.b@c", "abc", "a@.b.c",
                               "a@b. ", "a@b@c.d", "\xC3\x84 b@c.d"}) {
     ui.ExpectBox("Please enter a valid email address");
     EXPECT_EQ(entered(refused), "") << refused;
   }
-  EXPECT_EQ(entered("a@b.c"), "a@b.c");
   EXPECT_EQ(entered("  Alice@Example.COM "), "alice@example.com");
 }
 
@@ -89,88 +73,61 @@ TEST_F(Dialogs, AddressOptionsChangeTheSigningFlagOnOkOnly) {
   EXPECT_THAT(shell.pages, ElementsAre("http://example.com/change?lang=en&alias=r&d@example.com"));
 }
 
-TEST_F(Dialogs, NoKeysFoundAnswersOnlyWhatWasPressed) {
-  const auto answer = [&](const std::function<void(frmNoKeysFound&)>& act) {
-    const auto form = std::make_shared<frmNoKeysFound>();
-    form->lstEmailAddr.AddRow("bob@example.com");
-    ui.Expect<frmNoKeysFound>("frmNoKeysFound", act);
-    return form->SendUnencrypted();
-  };
-  EXPECT_EQ(answer([](frmNoKeysFound& form) {
-              ExpectGoldenForm("frmNoKeysFound", form);
-              form.SetHeading(
-                  "Corvessa Professional for Outlook was unable to resolve the following "
-                  "recipients to valid email addresses:");
-              ExpectGoldenForm("frmNoKeysFound_heading", form);
-              form.cmdYes.Press();
-            }),
-            6);
-  EXPECT_EQ(answer([](frmNoKeysFound& form) { form.cmdNo.Press(); }), 7);
-  EXPECT_EQ(answer([](frmNoKeysFound& form) { form.PressCloseBox(); }), 3);
-}
-
-TEST_F(Dialogs, NoKeyPairsOpensThePageOfTheClickedAddress) {
+TEST_F(Dialogs, NoKeyPairsOpensThePageOfTheClickedAddressUnlessCancelled) {
   SetEdition("URLKeyGen", "https://example.com/keys");
-  const auto form = std::make_shared<frmNoKeyPairs>();
-  for (const char* address : {"a@example.com", "b@example.com"}) form->lstEmailAddr.AddRow(address);
-  form->Show();
-  ExpectGoldenForm("frmNoKeyPairs", *form);
-  form->lstEmailAddr.ClickRow(1);
-  ExpectGoldenForm("frmNoKeyPairs_selected", *form);
-  form->cmdOK.Press();
-  EXPECT_FALSE(form->IsLoaded());
-  const auto other = std::make_shared<frmNoKeyPairs>();
-  other->lstEmailAddr.AddRow("c@example.com");
-  other->Show();
-  other->lstEmailAddr.ClickRow(0);
-  other->cmdCancel.Press();
-  EXPECT_FALSE(other->IsLoaded());
-  EXPECT_THAT(shell.pages, ElementsAre("https://example.com/keys?alias=b@example.com"));
+  for (const bool ok : {true, false}) {
+    const auto form = std::make_shared<frmNoKeyPairs>();
+    for (const char* row : {"a@example.com", "b@example.com"}) form->lstEmailAddr.AddRow(row);
+    form->Show();
+    ExpectGoldenForm("frmNoKeyPairs", *form);
+    form->lstEmailAddr.ClickRow(1);
+    EXPECT_TRUE(form->cmdOK.Enabled());
+    (ok ? form->cmdOK : form->cmdCancel).Press();
+    EXPECT_FALSE(form->IsLoaded());
+    EXPECT_THAT(shell.pages, ElementsAre("https://example.com/keys?alias=b@example.com"));
+  }
 }
 
 TEST_F(Dialogs, HtmlWarningAnswersWhatWasPressed) {
   const auto form = std::make_shared<frmHTML>();
-  const auto answer = [&](const std::function<void()>& act) {
-    ui.ExpectForm("frmHTML", [&](Form&) { act(); });
+  for (const auto& [button, result] : {std::pair{"cmdConvert", 6}, {"cmdSend", 5}, {"", 3}}) {
+    ui.ExpectForm("frmHTML", ui.Press(button));
     form->ShowModal();
     form->Unload();
-    return form->Result();
-  };
-  EXPECT_EQ(answer([&] { form->cmdConvert.Press(); }), 6);
-  EXPECT_EQ(answer([&] { form->cmdSend.Press(); }), 5);
-  EXPECT_EQ(answer([&] {
-              ExpectGoldenForm("frmHTML", *form);
-              form->PressCloseBox();
-            }),
-            3);
+    EXPECT_EQ(form->Result(), result);
+  }
+  ExpectGoldenForm("frmHTML", *form);
 }
 
 TEST_F(Dialogs, GenericBoxAnswersByItsTypeAndGrowsWithItsMessage) {
-  struct Case {
+  const struct {
     std::int32_t type;
     std::int32_t ok;
     std::int32_t cancel;
     std::string message;
-  };
-  for (const Case& c :
-       {Case{0, 1, 3, "Error encountered getting account details"},
-        {1, 1, 2, "R&D\r\n\r\nunbroken" + std::string(120, '.')},
-        {4, 6, 7,
-         "Are you sure you want to remove the secure email address 'somebody@example.com' ?"}}) {
-    ui.Expect<frmGeneric>("frmGeneric", [&](frmGeneric& form) {
-      ExpectGoldenForm("frmGeneric_" + std::to_string(c.type), form);
-      form.cmdOK.Press();
-    });
-    EXPECT_EQ(ShowGeneric(c.message, c.type), c.ok);
-    ui.Expect<frmGeneric>("frmGeneric", [](frmGeneric& form) {
-      form.cmdCancel.Press();
-      form.PressCloseBox();
-    });
-    EXPECT_EQ(ShowGeneric(c.message, c.type), c.cancel);
-    ui.Expect<frmGeneric>("frmGeneric", [](frmGeneric& form) { form.PressCloseBox(); });
-    EXPECT_EQ(ShowGeneric(c.message, c.type), 3);
+  } cases[] = {
+      {0, 1, 3, "Error encountered getting account details"},
+      {1, 1, 2, "R&D\r\n\r\nunbroken" + std::string(120, '.')},
+      {4, 6, 7,
+       "Are you sure you want to remove the secure email address 'somebody@example.com' ?"}};
+  for (const auto& c : cases) {
+    const auto answer = [&](const ScriptedUi::FormAnswer& act) {
+      ui.ExpectForm("frmGeneric", act);
+      return ShowGeneric(c.message, c.type);
+    };
+    EXPECT_EQ(answer([&](Form& form) {
+                ExpectGoldenForm("frmGeneric_" + std::to_string(c.type), form);
+                ui.Press("cmdOK")(form);
+              }),
+              c.ok);
+    EXPECT_EQ(answer([&](Form& form) {
+                ui.Press("cmdCancel")(form);
+                form.PressCloseBox();
+              }),
+              c.cancel);
+    EXPECT_EQ(answer(ui.Press()), 3);
   }
-  EXPECT_EQ(LoadedForms(), std::vector<FormPtr>{});
+  EXPECT_THAT(LoadedFormNames(), ElementsAre());
 }
 
 TEST_F(Dialogs, ModalFormsHaveATaskBarEntryOfTheirOwn) {
@@ -201,25 +158,30 @@ TEST_F(Dialogs, ModalFormsHaveATaskBarEntryOfTheirOwn) {
 }
 
 TEST_F(Dialogs, ExternalSendBeginsWithTheUsersSettingsAndStoresEveryClick) {
-  ExpectGoldenForm("frmSendFromExternalApplication", *ExternalSend());
-  EXPECT_EQ(Flags(), "False True");
-  g_colAccounts.push_back(std::make_shared<NimbraAccount>());
-  g_colAccounts.back()->m_bSigning = true;
-  for (const bool off : {false, true}) {
-    g_bDisableOutgoingEncryption = off;
-    g_bDisableOutgoingSigning = off;
-    const auto form = ExternalSend();
-    EXPECT_TRUE(form->chkSign.Enabled());
-    EXPECT_EQ(Flags(), off ? "True True" : "False False");
-  }
+  // The two fields that travel with the message.
+  const auto flags = [&] {
+    return GetItemField(item, "X-Nimbra-NoEncrypt") + " " + GetItemField(item, "X-Nimbra-NoSign");
+  };
+  std::shared_ptr<frmSendFromExternalApplication> form;
+  const auto open = [&] {
+    form = std::make_shared<frmSendFromExternalApplication>();
+    form->Load();
+    form->Init(item);
+    return flags();
+  };
+  EXPECT_EQ(open(), "False True");
+  ExpectGoldenForm("frmSendFromExternalApplication", *form);
+  UserManagement::AddNimbraAccountUser("a@x.org")->m_bSigning = true;
+  g_bDisableOutgoingEncryption = g_bDisableOutgoingSigning = true;
+  EXPECT_EQ(open(), "True True");
   g_bDisableOutgoingEncryption = g_bDisableOutgoingSigning = false;
-  const auto form = ExternalSend();
+  EXPECT_EQ(open(), "False False");
   ui.ExpectForm("frmSendFromExternalApplication", [&](Form&) {
     EXPECT_TRUE(form->IsTopmost());
     form->chkEncrypt.Toggle();
-    EXPECT_EQ(Flags(), "True False");
+    EXPECT_EQ(flags(), "True False");
     form->chkSign.Toggle();
-    EXPECT_EQ(Flags(), "True True");
+    EXPECT_EQ(flags(), "True True");
     EXPECT_TRUE(form->ChoicesStored());
     outlook.Redemption().installed = false;
     form->chkEncrypt.Toggle();
@@ -237,38 +199,29 @@ TEST_F(Dialogs, StatusShowsOnePageAndListsOnlyWhereThereAreAttachments) {
   ExpectGoldenForm("frmMessageStatus", *form);
   for (int i = 1; i <= 3; ++i) form->AddAttachment("e" + std::to_string(i), "s");
   form->SetOriginalMessageBody("line\r\n & line");
-  form->tbsTabs.ClickTab(2);
-  EXPECT_EQ(form->lvwSigning.Describe(), R"("" {"s", "s", "s"})");
-  EXPECT_TRUE(form->lvwSigning.IsShown() && !form->lvwEncryption.IsShown());
-  form->ShowTab(1);
-  EXPECT_EQ(form->lvwEncryption.Describe(), R"("" {"e1", "e2", "e3"})");
-  EXPECT_TRUE(form->lvwEncryption.IsShown() && !form->lvwSigning.IsShown());
   ExpectGoldenForm("frmMessageStatus_attachments", *form);
+  const Control* pages[] = {&form->lvwEncryption, &form->lvwSigning, &form->txtOriginalMessage};
+  for (const int tab : {2, 1, 3}) {
+    form->tbsTabs.ClickTab(tab);
+    for (int page = 1; page <= 3; ++page) EXPECT_EQ(pages[page - 1]->IsShown(), page == tab);
+  }
+  form->ShowTab(1);
   form->ClearAttachments();
   EXPECT_FALSE(form->lblThisMsg1.IsShown());
   EXPECT_EQ(form->lvwSigning.RowCount(), 0);
-  form->ShowTab(3);
-  EXPECT_EQ(form->txtOriginalMessage.Text(), "line\r\n & line");
-  EXPECT_TRUE(form->txtOriginalMessage.IsShown());
   form->cmdClose.Press();
   EXPECT_FALSE(form->IsLoaded());
 }
 
 TEST_F(Dialogs, StatusGrowsWithItsWindowAndKeepsItsLeastSize) {
   const auto form = LoadedStatus();
-  const std::string designed = form->Dump();
   form->Resize(form->Width() + 100, form->Height() + 50);
-  const auto at = [](const Control& control) {
-    const Rect& bounds = control.Bounds();
-    return std::vector{bounds.left, bounds.top, bounds.width, bounds.height};
-  };
-  EXPECT_THAT(at(form->cmdClose), ElementsAre(438, 440, 75, 23));
-  EXPECT_THAT(at(form->lvwEncryption), ElementsAre(21, 187, 478, 232));
-  EXPECT_THAT(at(form->txtOriginalMessage), ElementsAre(21, 149, 478, 270));
+  ExpectGoldenForm("frmMessageStatus_grown", *form);
   form->Resize(420, 420);
-  EXPECT_EQ(form->Dump(), designed);
+  ExpectGoldenForm("frmMessageStatus", *form);
   form->Resize(1, 1);
-  EXPECT_EQ(at(form->lvwEncryption), (std::vector{21, 187, 0, 0}));
+  EXPECT_EQ(form->lvwEncryption.Bounds().width, 0);
+  EXPECT_EQ(form->lvwEncryption.Bounds().height, 0);
   EXPECT_EQ(form->MinimumWindowWidth(), 295);
   EXPECT_EQ(form->MinimumWindowHeight(), 336);
 }
@@ -319,6 +272,14 @@ TEST_F(Dialogs, ProgressCountsItsStepsAndCannotBeClosedBeforeTheEnd) {
   form->Init(item, 7);
   EXPECT_EQ(form->pgbProgress.Max(), 7);
   form->Finish();
+}
+
+TEST_F(Dialogs, AHandlersErrorIsTracedAndGoesNoFurther) {
+  AllowError("frmHTML::cmdSend_Click - ");
+  const auto form = std::make_shared<frmHTML>();
+  form->cmdSend.OnClick = [] { Raise(kOverflow); };
+  form->cmdSend.Press();
+  EXPECT_THAT(Trace(), ElementsAre("frmHTML::cmdSend_Click - Overflow"));
 }
 
 }  // namespace

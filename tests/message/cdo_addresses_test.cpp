@@ -6,7 +6,6 @@
 #include "message/message_operations.h"
 #include "platform/redemption.h"
 #include "support/addin_fixture.h"
-#include "support/form_checks.h"
 
 namespace corvessa::testing {
 namespace {
@@ -70,9 +69,7 @@ TEST_F(Addresses, TraceEveryStepOfTheSearch) {
 }
 
 TEST_F(Addresses, TraceTheNameOfAnEntryWhoseAddressCannotBeRead) {
-  faults.on_call = [](std::string_view call) {
-    if (call == "AddressEntry.Address") throw Error{-5, "no address"};
-  };
+  FailCalls("AddressEntry.Address", {-5, "no address"});
   std::string found;
   EXPECT_FALSE(CDO_Addresses::SearchAddressBooks("bob", found));
   faults.on_call = nullptr;

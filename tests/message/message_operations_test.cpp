@@ -7,7 +7,6 @@
 #include "forms/dialogs.h"
 #include "message/attachment_node.h"
 #include "message/encryption_failure.h"
-#include "message/message_operations.h"
 #include "support/addin_fixture.h"
 
 namespace corvessa::testing {
@@ -103,67 +102,45 @@ TEST_F(MessageOperations, AnEncryptionFailureListsTheRecipientsConcerned) {
                         {desk::RecipientKind::kCc, "No\u202Eone", "", "", {}},
                         {desk::RecipientKind::kBcc, "Cy", "cy@example.org", "", {}},
                         {desk::RecipientKind::kTo, "Di", "d;i@example.org", "", {}}});
-  const std::string unresolved =
-      "Corvessa Professional for Outlook was unable to resolve the following recipients to valid "
-      "email addresses:";
-  const std::string keyless =
-      "The following recipients are not registered to receive secure email:";
   const struct {
     std::int32_t code;
-    std::string heading;
-    std::vector<std::string> rows;
     const char* button;
     std::int32_t answer;
-  } cases[] = {{-14, unresolved, {"Noone"}, "cmdYes", 6},
-               {-13, keyless, {"Noone", "cy@example.org", "d;i@example.org"}, "cmdNo", 7},
-               {-13, keyless, {"Noone", "cy@example.org", "d;i@example.org"}, nullptr, 3}};
+  } cases[] = {{-14, "cmdYes", 6}, {-13, "cmdNo", 7}, {-13, "", 3}};
   for (const auto& c : cases) {
     for (const int status : {0, -13, -16}) {
       scripted_engine.engine->Once("QueryKeyPair", {.status = status});
     }
-    ui.Expect<frmNoKeysFound>("frmNoKeysFound", [&](frmNoKeysFound& form) {
-      EXPECT_EQ(form.Label1.Caption(), c.heading);
-      std::vector<std::string> rows;
-      for (int i = 0; i < form.lstEmailAddr.RowCount(); ++i) {
-        rows.push_back(form.lstEmailAddr.Row(i));
-      }
-      EXPECT_EQ(rows, c.rows) << c.code;
-      if (c.button) {
-        form.Find<CommandButton>(c.button)->Press();
-      } else {
-        form.PressCloseBox();
-      }
+    ui.ExpectForm("frmNoKeysFound", [&](Form& form) {
+      ExpectGoldenForm(c.code == -14 ? "frmNoKeysFound_heading" : "frmNoKeysFound", form);
+      ui.Press(c.button)(form);
     });
     EXPECT_EQ(ReportEncryptionFailure(c.code, item), c.answer);
   }
-  EXPECT_EQ(LoadedForms().size(), 0U);
+  EXPECT_THAT(LoadedFormNames(), ElementsAre());
 }
 
 TEST_F(MessageOperations, AnyOtherEncryptionFailureIsAskedAbout) {
-  const std::string io_text =
-      "An I/O error occurred while connecting to the key server.\r\n\r\n"
-      "Continue sending this email without encryption?";
   const std::string other_text = "An unexpected error occurred during encryption:\r\n\r\n";
   const std::string question = "\r\n\r\nWould you like to send the message unencrypted?";
   const struct {
     std::int32_t code;
     std::string text;
-    int button;
+    const char* button;
     std::int32_t answer;
   } cases[] = {
-      {-8, io_text, 1, 6},
-      {-8, io_text, 2, 7},
-      {-8, io_text, 0, 3},
-      {-3, other_text + "Error encountered in content. (-3)" + question, 1, 6},
-      {5, other_text + "Unknown error encountered. ( 5)" + question, 2, 7},
+      {-8,
+       "An I/O error occurred while connecting to the key server.\r\n\r\n"
+       "Continue sending this email without encryption?",
+       "", 3},
+      {-3, other_text + "Error encountered in content. (-3)" + question, "cmdOK", 6},
+      {5, other_text + "Unknown error encountered. ( 5)" + question, "cmdCancel", 7},
   };
   for (const auto& c : cases) {
     ui.Expect<frmGeneric>("frmGeneric", [&](frmGeneric& form) {
       EXPECT_EQ(form.lblMessage.Caption(), c.text);
       EXPECT_TRUE(form.cmdCancel.IsDefault() && !form.cmdOK.IsDefault()) << "Enter agrees";
-      if (c.button == 0) form.PressCloseBox();
-      if (c.button == 1) form.cmdOK.Press();
-      if (c.button == 2) form.cmdCancel.Press();
+      ui.Press(c.button)(form);
     });
     EXPECT_EQ(ReportEncryptionFailure(c.code, item), c.answer) << c.code;
   }
@@ -175,6 +152,81 @@ TEST_F(MessageOperations, AnyOtherEncryptionFailureIsAskedAbout) {
   outlook.Redemption().installed = false;
   ui.ExpectErrorBox("The message was not sent.\r\n\r\nIt could not be encrypted.");
   EXPECT_EQ(ReportEncryptionFailure(-14, item), 7);
+}
+
+class OptionsBar : public AddInFixture {
+ protected:
+  /// The two buttons, as "Encrypt+ Sign-", and the fields that travel with the message.
+  std::string Options(const desk::InspectorWindow& window) {
+    const auto bar = window.Bars().Find("Corvessa Options");
+    if (!bar) return "none";
+    std::string text;
+    for (const auto& button : bar->Buttons()) {
+      const desk::ButtonProperties& look = button->Properties();
+      const bool pressed = look.state == platform::kButtonDown;
+      EXPECT_EQ(look.face_id, pressed ? 1087 : 1088);
+      text += look.caption.substr(0, look.caption.find(' ')) + (pressed ? "+" : "-") +
+              (look.enabled ? " " : "(disabled) ");
+    }
+    const auto& item = window.ShownItem();
+    return text + "NoEncrypt=" + GetItemField(item, "X-Nimbra-NoEncrypt") +
+           " NoSign=" + GetItemField(item, "X-Nimbra-NoSign");
+  }
+};
+
+TEST_F(OptionsBar, StartsFromTheSettingsAndTheMessage) {
+  StoreAccount("ann@example.org");
+  ConnectAddIn();
+  const auto window = outlook.Open(outlook.NewMail());
+  EXPECT_EQ(Options(*window), "Encrypt+ Sign-(disabled) NoEncrypt=False NoSign=True");
+  ExpectGolden("options_bar", desk::Describe(window->Bars()));
+
+  StoreAccount("ann@example.org", true);
+  SetPreference("DisableOutgoingEncryption", 1);
+  DisconnectAddIn();
+  ConnectAddIn();
+  EXPECT_EQ(Options(*outlook.Open(outlook.NewMail())),
+            "Encrypt- Sign+ NoEncrypt=True NoSign=False");
+
+  const auto reply = outlook.NewMail();
+  EXPECT_EQ(platform::kInternetHeaders, "{00020386-0000-0000-C000-000000000046}");
+  WriteHeaderFlag(reply, "Corvessa Encrypted Reply", true);
+  EXPECT_EQ(Options(*outlook.Open(reply)), "Encrypt+ Sign+ NoEncrypt=False NoSign=False");
+  // Only the word itself, blanks round it aside, is a yes.
+  SetItemField(reply, "X-Nimbra-Corvessa-Encrypted-Reply", " TRUE ");
+  EXPECT_TRUE(ReadHeaderFlag(reply, "Corvessa Encrypted Reply"));
+  SetItemField(reply, "X-Nimbra-Corvessa-Encrypted-Reply", "yes");
+  EXPECT_FALSE(ReadHeaderFlag(reply, "Corvessa Encrypted Reply"));
+
+  const auto waiting = outlook.NewMail();
+  waiting->MoveTo(desk::kOutbox);
+  EXPECT_EQ(Options(*outlook.Open(waiting)), "Encrypt- Sign- NoEncrypt=True NoSign=True");
+
+  outlook.SetWordMail(true);
+  EXPECT_EQ(Options(*outlook.Open(outlook.NewMail())), "none");
+}
+
+TEST_F(OptionsBar, TogglesOnlyItsOwnMessageAndShowsWhatTheMessageSays) {
+  StoreAccount("ann@example.org", true);
+  ConnectAddIn();
+  const auto one = outlook.Open(outlook.NewMail());
+  const auto other = outlook.Open(outlook.NewMail());
+  const std::string both = "Encrypt+ Sign+ NoEncrypt=False NoSign=False";
+  outlook.Click(one->Bars(), "Encrypt on send");
+  outlook.Click(one->Bars(), "Sign on send");
+  EXPECT_EQ(Options(*one), "Encrypt- Sign- NoEncrypt=True NoSign=True");
+  EXPECT_EQ(Options(*other), both);
+  outlook.Click(one->Bars(), "Encrypt on send");
+  outlook.Click(one->Bars(), "Sign on send");
+  EXPECT_EQ(Options(*one), both);
+
+  // A choice that cannot be kept must not be shown as made.
+  outlook.Click(one->Bars(), "Encrypt on send");
+  AllowError("MailItemNode::oCommandBarItemEncryptionOption_Click - ");
+  FailCalls("SafeMailItem.SetFields");
+  outlook.Click(one->Bars(), "Encrypt on send");
+  faults.on_call = nullptr;
+  EXPECT_EQ(Options(*one), "Encrypt- Sign+ NoEncrypt=True NoSign=False");
 }
 
 }  // namespace

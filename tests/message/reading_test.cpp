@@ -1,16 +1,14 @@
-#include "reading.h"
-
 #include <functional>
 #include <gmock/gmock.h>
 
-#include "base/text.h"
 #include "crypto/stored_files.h"
 #include "forms/dialogs.h"
 #include "forms/frm_progress.h"
 #include "message/frm_message_status.h"
+#include "message/frm_save_attachments.h"
 #include "message/mail_item_node.h"
 #include "settings/settings.h"
-#include "support/form_checks.h"
+#include "support/mail_fixture.h"
 
 namespace corvessa::testing {
 namespace {
@@ -18,6 +16,11 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
+
+constexpr std::string_view kText = "The plans are in the safe.\r\n";
+constexpr std::string_view kReport = "canary: the report";
+
+using ReadingMail = MailFixture;
 
 TEST_F(ReadingMail, OpensClosesAndReopensAnEncryptedAndSignedMessageWithItsAttachments) {
   const std::string cipher = EncryptedFile(kReport);
@@ -30,7 +33,7 @@ TEST_F(ReadingMail, OpensClosesAndReopensAnEncryptedAndSignedMessageWithItsAttac
   std::shared_ptr<Form> progress;
   ui.AllowForm("frmProgress", [&](Form& form) { progress = form.shared_from_this(); });
 
-  ExpectLogin(kAnnsPassphrase);
+  ExpectLogin(kPassphrase);
   auto window = outlook.Open(item);
   const std::string steps(std::dynamic_pointer_cast<frmProgress>(progress)->Text1.Text());
   ExpectGolden("steps_of_reading", Replace(steps, "(" + clock.text + ") ", ""));
@@ -42,8 +45,8 @@ TEST_F(ReadingMail, OpensClosesAndReopensAnEncryptedAndSignedMessageWithItsAttac
   ExpectGolden("bars_of_reading", desk::Describe(window->Bars()));
   EXPECT_THAT(observer.Take(),
               ElementsAre("left alone",
-                          "read 0 0 bob@example.com; report.pdf 0 0 bob@example.com; "
-                          "report.pdf.SIG 1 0 bob@example.com; notes.txt 1 2"));
+                          "read 0 0 bob@example.org; report.pdf 0 0 bob@example.org; "
+                          "report.pdf.SIG 1 0 bob@example.org; notes.txt 1 2"));
 
   EXPECT_TRUE(outlook.Click(window->Bars(), "Message is digitally signed"));
   const auto status = std::dynamic_pointer_cast<frmMessageStatus>(LoadedForms().back());
@@ -52,15 +55,15 @@ TEST_F(ReadingMail, OpensClosesAndReopensAnEncryptedAndSignedMessageWithItsAttac
   EXPECT_EQ(status->lblSubject.Caption(), "Plans");
   EXPECT_EQ(status->lblDate.Caption(), "2/28/2004 9:00:00 AM");
   EXPECT_EQ(status->lblEncrypted.Caption(), "This message is encrypted");
-  EXPECT_EQ(status->lblSigned.Caption(), "This message is digitally signed by bob@example.com");
+  EXPECT_EQ(status->lblSigned.Caption(), "This message is digitally signed by bob@example.org");
   EXPECT_EQ(status->txtOriginalMessage.Text(), armour);
   EXPECT_EQ(status->tbsTabs.Selected(), 2);
   EXPECT_EQ(status->lvwEncryption.Describe(),
             R"("" {"report.pdf is encrypted", "report.pdf.SIG is not encrypted", )"
             R"("notes.txt is not encrypted"})");
   EXPECT_EQ(status->lvwSigning.Describe(),
-            R"("" {"report.pdf is digitally signed by bob@example.com", )"
-            R"("report.pdf.SIG is digitally signed by bob@example.com", )"
+            R"("" {"report.pdf is digitally signed by bob@example.org", )"
+            R"("report.pdf.SIG is digitally signed by bob@example.org", )"
             R"("notes.txt is not digitally signed"})");
   // Closed by the user, the window is made anew for the next click.
   status->cmdClose.Press();
@@ -95,7 +98,7 @@ TEST_F(ReadingMail, TellsSignedEncryptedForgedAndPlainMessagesApart) {
   const std::string unsure = Signed(kText) + "Do not believe Bob.";
   const std::string forged_part = forged + "Believe Bob.";
   const std::string signature = SignatureOf("b");
-  const std::string by_bob = " bob@example.com";
+  const std::string by_bob = " bob@example.org";
   const std::string verified =
       "; a.txt 1 1; a.txt.sig 1 1; b.txt 1 0" + by_bob + "; b.txt.sig 1 0" + by_bob;
   struct Case {
@@ -116,7 +119,7 @@ TEST_F(ReadingMail, TellsSignedEncryptedForgedAndPlainMessagesApart) {
       {Encrypted(forged_part), forged_part, "read 0 1" + verified},
       {marker, marker, "read 1 2"}};
   ConnectAddIn();
-  ExpectLogin(kAnnsPassphrase);
+  ExpectLogin(kPassphrase);
   for (const Case& one : cases) {
     SCOPED_TRACE(one.body);
     const auto item = Received(
@@ -133,7 +136,7 @@ TEST_F(ReadingMail, TellsSignedEncryptedForgedAndPlainMessagesApart) {
     ExpectNoTraces(*item);
   }
   // The original of a message without a text is its HTML form.
-  const auto window = outlook.Open(HTMLMail("", "<!-- a picture -->"));
+  const auto window = outlook.Open(Received("", {}, "<!-- a picture -->"));
   EXPECT_TRUE(outlook.Click(window->Bars(), "Message is not encrypted"));
   const auto status = std::dynamic_pointer_cast<frmMessageStatus>(LoadedForms().back());
   ASSERT_NE(status, nullptr);
@@ -147,13 +150,9 @@ TEST_F(ReadingMail, WaitsForTheButtonWhenAutomaticDecryptionIsOff) {
   const auto item = Received(armour);
   const auto window = outlook.Open(item);
   EXPECT_EQ(*item->Data().body, armour);
-  EXPECT_EQ(desk::Describe(window->Bars()),
-            "Corvessa Decrypt Now position=1\n"
-            "  \"&Decrypt/verify\" tip=\"Decrypt/verify\" style=3 face=39 group"
-            " action=\"!<CorvessaPro_OL.Connect>\"\n");
-
+  ExpectGolden("bar_of_waiting", desk::Describe(window->Bars()));
   EXPECT_EQ(observer.Take().back(), "left to button");
-  ExpectLogin(kAnnsPassphrase);
+  ExpectLogin(kPassphrase);
   EXPECT_TRUE(outlook.Click(window->Bars(), "Decrypt/verify"));
   EXPECT_EQ(*item->Data().body, kText);
   EXPECT_THAT(observer.Take(), ElementsAre("read 0 2"));
@@ -163,7 +162,7 @@ TEST_F(ReadingMail, WaitsForTheButtonWhenAutomaticDecryptionIsOff) {
   outlook.Close(window);
 
   // The HTML body counts for the button, though not for the automatic pass.
-  const auto html = HTMLMail("see the HTML", "   \r\n-----BEGIN PGP MESSAGE-----<BR>");
+  const auto html = Received("see the HTML", {}, "   \r\n-----BEGIN PGP MESSAGE-----<BR>");
   EXPECT_EQ(ButtonsOf(*outlook.Open(html)), "&Decrypt/verify 39; ");
 }
 
@@ -171,14 +170,10 @@ TEST_F(ReadingMail, LeavesAttachmentsAloneWhereTheEditionSaysSo) {
   SetEditionSwitch("DisableAutoDecryptAttachments", 1);
   ConnectAddIn();
   const auto item = Received(Encrypted(kText), {{"report.pdf", EncryptedFile(kReport)}});
-  ExpectLogin(kAnnsPassphrase);
+  ExpectLogin(kPassphrase);
   const auto window = outlook.Open(item);
   EXPECT_EQ(observer.Take().back(), "read 0 2; attachments left to button");
-  EXPECT_THAT(desk::Describe(window->Bars()),
-              ::testing::EndsWith(
-                  "\nCorvessa Decrypt Attachments position=1\n  \"&Decrypt/verify attachment(s)\""
-                  " tip=\"Decrypt/verify attachment(s)\" style=3 face=39 group"
-                  " action=\"!<CorvessaPro_OL.Connect>\"\n"));
+  ExpectGolden("bars_of_waiting_attachments", desk::Describe(window->Bars()));
   ui.Expect<frmGeneric>("frmGeneric", [](frmGeneric& form) {
     EXPECT_EQ(form.lblMessage.Caption(),
               "This message appears to contain encrypted and/or signed attachments.\r\n\r\n"
@@ -207,7 +202,7 @@ TEST_F(ReadingMail, MarksRepliesAndStripsForwardsOfDecryptedMessages) {
     return response->Data().properties.at({std::string(platform::kInternetHeaders), field});
   };
   const auto secret = Received(Encrypted(kText), {{"a.txt", "1"}, {"b.txt", "2"}});
-  ExpectLogin(kAnnsPassphrase);
+  ExpectLogin(kPassphrase);
   outlook.Open(secret);
   outlook.ReadAttachment(secret, 1);
   const auto reply = outlook.Reply(secret);
@@ -237,7 +232,7 @@ TEST_F(ReadingMail, APassOverAMessageBeingComposedOrWithoutHeadersShowsNothing) 
   const std::string cipher = EncryptedFile(kReport);
   draft->AddAttachment({"report.pdf", "report.pdf", outlook.Keep(cipher), "", ""});
   const desk::ItemData before = draft->Data();
-  ExpectLogin(kAnnsPassphrase);
+  ExpectLogin(kPassphrase);
   AttachmentNodes nodes;
   const auto node = std::make_shared<MailItemNode>();
   node->InitialiseNode(draft, 0);
@@ -259,7 +254,7 @@ TEST_F(ReadingMail, APassOverAMessageBeingComposedOrWithoutHeadersShowsNothing) 
 TEST_F(ReadingMail, SwitchedOffWhileAMessageIsOpenItLeavesEverythingAsItIs) {
   ConnectAddIn();
   const auto item = Received(Encrypted(kText), {{"a.txt", "1"}});
-  ExpectLogin(kAnnsPassphrase);
+  ExpectLogin(kPassphrase);
   const auto window = outlook.Open(item);
   g_bDisableKVPEntirely = true;
   ClearTrace();
@@ -314,7 +309,7 @@ TEST_F(ReadingMail, TheHandlerOfACallThatFailsSaysSo) {
       // At the close, and when the node goes.
       {"MailItem.EntryID", open(secret), {node + "CleanUp", node + "CleanUp"}},
   };
-  ExpectLogin(kAnnsPassphrase);
+  ExpectLogin(kPassphrase);
   for (const auto& c : cases) {
     faults.on_call = [&](std::string_view call) {
       if (call == c.call) throw Error{5, "lost"};
@@ -328,6 +323,97 @@ TEST_F(ReadingMail, TheHandlerOfACallThatFailsSaysSo) {
     EXPECT_EQ(UnexpectedErrors(), expected) << c.call;
     files.Delete("c:\\Nimbra_trace.txt");
   }
+}
+
+class SaveAttachments : public MailFixture {
+ protected:
+  SaveAttachments() {
+    SetEditionSwitch("DisableAutoDecryptAttachments", 1);
+    SetPreference("PassphraseMemory", -1);
+    files.CreateFolder("c:\\Out");
+    ConnectAddIn();
+  }
+
+  /// The dialog that the message's button opens.
+  frmSaveAttachments& Opened(const desk::ItemPtr& item) {
+    ExpectLogin(kPassphrase);
+    const auto window = outlook.Open(item);
+    ui.AllowForm("frmSaveAttachments");
+    EXPECT_TRUE(outlook.Click(window->Bars(), "Decrypt/verify attachment(s)"));
+    return dynamic_cast<frmSaveAttachments&>(*LoadedForms().back());
+  }
+};
+
+TEST_F(SaveAttachments, SavesTheChosenOnesDecryptedAndSaysWhatCameOfEach) {
+  const std::string report = "canary report";
+  std::string damaged = EncryptedFile("damaged");
+  damaged.back() = static_cast<char>(damaged.back() ^ 1);
+  const auto item = Received(Encrypted("body"), {{"report.pdf", EncryptedFile(report)},
+                                                 {"report.pdf.sig", SignatureOf(report)},
+                                                 {"bad.bin", damaged},
+                                                 {"list.txt", "eggs"},
+                                                 {"list.txt.sig", SignatureOf("milk")},
+                                                 {"other.txt", "left out"}});
+  frmSaveAttachments& form = Opened(item);
+  EXPECT_EQ(form.EntryID, item->Data().entry_id);
+  form.lstAttachments.SetRowChecked(5, false);
+  ExpectGoldenForm("frmSaveAttachments", form);
+
+  form.txtFolder.Type("c:\\Nowhere");
+  ui.ExpectBox("Please enter a folder that exists.");
+  form.cmdSave.Press();
+
+  files.Write("c:\\Out\\list.txt", "older");
+  form.txtFolder.Type(" c:\\Out");
+  ExpectLogin("wrong");
+  ExpectLogin(kPassphrase);
+  const std::string question = "The file c:\\Out\\list.txt already exists.\r\n\r\nReplace it?";
+  ui.ExpectBox(question, platform::kAnswerCancel);
+  observer.Take();
+  form.cmdSave.Press();
+  ExpectGolden("results_of_saving", Replace(form.txtResults.Text(), "\r\n", "\n"));
+  ExpectGolden("facts_of_saving", observer.Take());
+  EXPECT_THAT(files.List("c:\\Out"),
+              ElementsAre("list.txt", "list.txt.sig", "report.pdf", "report.pdf.sig"));
+  EXPECT_EQ(files.Read("c:\\Out\\report.pdf"), report);
+  EXPECT_EQ(files.Read("c:\\Out\\list.txt"), "older");
+  EXPECT_THAT(TemporaryFiles(), IsEmpty());
+
+  // The passphrase was for one use; only what is still chosen is asked about.
+  for (const int row : {0, 1, 2, 4}) form.lstAttachments.SetRowChecked(row, false);
+  ui.ExpectBox(question, platform::kAnswerOk);
+  form.cmdSave.Press();
+  EXPECT_EQ(files.Read("c:\\Out\\list.txt"), "eggs");
+
+  const auto held = form.shared_from_this();
+  outlook.Close(outlook.Inspectors().front());
+  EXPECT_FALSE(held->IsLoaded());
+  EXPECT_THAT(TemporaryFiles(), IsEmpty());
+  EXPECT_EQ(item->SavesByAddIn(), 0);
+}
+
+TEST_F(SaveAttachments, SavesNothingMoreWhenTheLoginIsCancelledOrTheMessageCloses) {
+  const auto item = Received(Encrypted("body"), {{"a.txt", EncryptedFile("canary a")},
+                                                 {"b.txt", EncryptedFile("canary b")},
+                                                 {"c.txt", "plain"}});
+  frmSaveAttachments& form = Opened(item);
+  form.txtFolder.Type("c:\\Out\\");
+  ExpectLogin("");
+  form.cmdSave.Press();
+  EXPECT_EQ(form.txtResults.Text(),
+            "Attachment: a.txt\r\nNot saved: No matching key pair avaliable.\r\n"
+            "Attachment: b.txt\r\nNot saved: No matching key pair avaliable.\r\n"
+            "Attachment: c.txt\r\nSaved as c:\\Out\\c.txt\r\n");
+
+  ui.Expect<frmLogin>("frmLogin", [&](frmLogin& login) {
+    outlook.Close(outlook.Inspectors().front());
+    login.txtPassword.Type(kPassphrase);
+    login.cmdOK.Press();
+  });
+  form.cmdSave.Press();
+  EXPECT_THAT(files.List("c:\\Out"), ElementsAre("c.txt"));
+  EXPECT_THAT(FilesHolding("canary"), IsEmpty());
+  EXPECT_THAT(TemporaryFiles(), IsEmpty());
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdlib>
 #include <filesystem>
 #include <regex>
 #include <utility>
@@ -63,11 +64,11 @@ std::vector<std::string> FilesBelow(const fs::path& folder, Condition condition)
 
 }  // namespace
 
-AddInFixture::AddInFixture(FixtureOptions options)
-    : outlook({.version = options.outlook_version,
+AddInFixture::AddInFixture(EngineChoice engine, std::string outlook_version)
+    : outlook({.version = std::move(outlook_version),
                .map_path = [this](std::string_view path) { return files.LocalPath(path); },
                .clipboard = &clipboard,
-               .owner = options.owner}) {
+               .owner = {"Ann Example", "ann@example.org"}}) {
   // While a key is open nothing is saved; no test needs this on disk.
   const auto open_meanwhile = Opened(registry.LocalMachine(), "Version");
   SetEdition("AppShortName", "Corvessa");
@@ -76,9 +77,7 @@ AddInFixture::AddInFixture(FixtureOptions options)
   files.CreateFolder(kProductFolder);
   desk::WriteBrandPictures(files, kProductFolder);
   for (const char* form : {"frmSplashScreen", "frmProgress"}) ui.AllowForm(form);
-  if (options.engine == EngineChoice::kReal) {
-    real_engine_ = engine::CreateEngineFactory(EngineSetup());
-  }
+  if (engine == EngineChoice::kReal) real_engine_ = engine::CreateEngineFactory(EngineSetup());
   faulty_engine_ = WithFaults(real_engine_ ? *real_engine_ : scripted_engine, faults);
   InstallHostWith(ui);
   ui.before_call = [this](std::string_view call) { faults(call); };
@@ -200,6 +199,26 @@ std::vector<std::string> AddInFixture::UnexpectedErrors() {
   return errors;
 }
 
+void AddInFixture::FailCalls(std::string_view name, const Error& error) {
+  faults.on_call = [failing = std::string(name), error](std::string_view call) {
+    if (call == failing) throw error;
+  };
+}
+
+std::vector<std::string> AddInFixture::CallsOf(const std::function<void()>& action) {
+  std::vector<std::string> calls;
+  faults.on_call = [&](std::string_view call) { calls.emplace_back(call); };
+  action();
+  faults.on_call = nullptr;
+  return calls;
+}
+
+std::vector<std::string> AddInFixture::LoadedFormNames() {
+  std::vector<std::string> names;
+  for (const FormPtr& form : LoadedForms()) names.push_back(form->Name());
+  return names;
+}
+
 std::vector<std::string> AddInFixture::FilesHolding(std::string_view text) const {
   return FilesBelow(profile.Path(), [&](const fs::path& path) {
     return ContentOf(path).find(text) != std::string::npos;
@@ -208,6 +227,25 @@ std::vector<std::string> AddInFixture::FilesHolding(std::string_view text) const
 
 std::vector<std::string> AddInFixture::TemporaryFiles() const {
   return FilesBelow(files.LocalPath("c:\\Temp"), [](const fs::path&) { return true; });
+}
+
+void ExpectGolden(std::string_view name, const std::string& text) {
+  const std::string path = CORVESSA_GOLDEN_FOLDER "/" + std::string(name) + ".txt";
+  if (std::getenv("CORVESSA_WRITE_GOLDEN")) {
+    WriteContent(path, text);
+    return;
+  }
+  EXPECT_EQ(text, ContentOf(path)) << path;
+}
+
+void ExpectGolden(std::string_view name, const std::vector<std::string>& trace) {
+  std::string text;
+  for (const std::string& entry : trace) text += entry + "\n";
+  ExpectGolden(name, text);
+}
+
+void ExpectGoldenForm(std::string_view name, const Form& form) {
+  ExpectGolden(name, form.Dump());
 }
 
 }  // namespace corvessa::testing

@@ -1,13 +1,16 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <gtest/gtest.h>
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "addin/connect.h"
+#include "base/error.h"
 #include "desk/outlook/outlook_model.h"
 #include "desk/profile/pictures.h"
 #include "desk/profile/profile_files.h"
@@ -19,18 +22,47 @@
 #include "support/scripted_engine.h"
 #include "support/scripted_ui.h"
 #include "support/temp_folder.h"
-#include "support/test_services.h"
+#include "ui/form.h"
 
 namespace corvessa::testing {
 
-enum class EngineChoice { kScripted, kReal };
+/// A clock that stands still, and chance that repeats itself.
+class TestClock final : public platform::Clock {
+ public:
+  std::string DateTimeText() override { return text; }
+  void Randomize() override {}
+  /// A fixed sequence in which none comes twice in a row.
+  double Random() override {
+    state_ = state_ * 1664525 + 1013904223;
+    return static_cast<double>(state_) / 4294967296.0;
+  }
 
-struct FixtureOptions {
-  EngineChoice engine = EngineChoice::kScripted;
-  std::string outlook_version = "9.0.0.2711";
-  /// The owner of the mailbox.
-  desk::Person owner{"Ann Example", "ann@example.org"};
+  std::string text = "2/29/2004 11:58:07 PM";
+
+ private:
+  std::uint32_t state_ = 1;
 };
+
+/// Records the pages that were to be opened.
+class TestShell final : public platform::Shell {
+ public:
+  void OpenPage(std::string_view url) override { pages.emplace_back(url); }
+
+  std::vector<std::string> pages;
+};
+
+/// Answers the scripted pages and fails for the rest.
+class ScriptedInet final : public platform::Inet {
+ public:
+  std::string OpenURL(std::string_view url) override {
+    if (const auto page = pages.find(url); page != pages.end()) return page->second;
+    Raise(kPathFileAccess, "no page at " + std::string(url));
+  }
+
+  std::map<std::string, std::string, std::less<>> pages;
+};
+
+enum class EngineChoice { kScripted, kReal };
 
 /// The add-in on a host of its own: a fresh profile, Outlook's model, the real or the scripted
 /// engine, a scripted Ui. At the end the test fails for every error line in the trace that it did
@@ -39,7 +71,8 @@ struct FixtureOptions {
 /// Start-up's splash screen and the progress window may be shown without being expected.
 class AddInFixture : public ::testing::Test {
  protected:
-  explicit AddInFixture(FixtureOptions options = {});
+  explicit AddInFixture(EngineChoice engine = EngineChoice::kScripted,
+                        std::string outlook_version = "9.0.0.2711");
   ~AddInFixture() override;
   /// Disconnects, checks and resets the process. Overriding ones call it.
   void TearDown() override;
@@ -75,6 +108,12 @@ class AddInFixture : public ::testing::Test {
   /// What is in the folder for temporary files, folders left out, relative to it.
   std::vector<std::string> TemporaryFiles() const;
 
+  /// Every call of that name fails until `faults.on_call` is cleared.
+  void FailCalls(std::string_view name, const Error& error = {5, "lost"});
+  /// The platform calls that the action makes.
+  std::vector<std::string> CallsOf(const std::function<void()>& action);
+  static std::vector<std::string> LoadedFormNames();
+
   /// The real engine's keys: generate, import, list. Before the add-in makes its engine.
   engine::OpenPgpEngine& Keys();
 
@@ -106,5 +145,12 @@ class AddInFixture : public ::testing::Test {
   std::unique_ptr<Connect> connect_;
   std::vector<std::string> allowed_errors_;
 };
+
+/// Compares a text with tests/golden/<name>.txt. With CORVESSA_WRITE_GOLDEN in the environment the
+/// file is written instead, to be read over before it is committed.
+void ExpectGolden(std::string_view name, const std::string& text);
+/// The same of a trace, an entry a line, and of a form's dump.
+void ExpectGolden(std::string_view name, const std::vector<std::string>& trace);
+void ExpectGoldenForm(std::string_view name, const Form& form);
 
 }  // namespace corvessa::testing

@@ -32,6 +32,13 @@ class ScriptedUi final : public platform::Ui {
   void ExpectForm(std::string name, FormAnswer answer) {
     expected_[std::move(name)].push_back(std::move(answer));
   }
+  /// An answer that presses that button, or the close box for none.
+  static FormAnswer Press(std::string button = "") {
+    return [name = std::move(button)](Form& form) {
+      if (!name.empty()) return form.Find<CommandButton>(name)->Press();
+      form.PressCloseBox();
+    };
+  }
   /// The same with the form's own type: Expect<frmLogin>("frmLogin", [](frmLogin& form) { … }).
   template <typename FormType, typename Answer>
   void Expect(std::string name, Answer answer) {
@@ -95,12 +102,8 @@ class ScriptedUi final : public platform::Ui {
   }
   /// Fails the test for each change of the form that was not reported.
   void ExpectReported(const Form& form) {
-    const auto copy = copies_.find(&form);
-    if (copy == copies_.end()) return;
-    EXPECT_EQ(copy->second.window, WindowOf(form)) << "not reported";
-    for (const auto& [control, shown] : copy->second.controls) {
-      if (appended_.contains(control)) continue;
-      EXPECT_EQ(shown, control->Dump()) << "not reported";
+    for (const auto& [control, shown] : copies_[&form]) {
+      EXPECT_EQ(shown, control ? control->Dump() : WindowOf(form)) << "not reported";
     }
   }
 
@@ -138,18 +141,16 @@ class ScriptedUi final : public platform::Ui {
     ExpectReported(form);
     on_screen_.insert(&form);
     shown_.push_back(form.Name() + " modal");
-    if (!Answer(form)) {
-      CloseUnanswered(form, "unexpected form");
-    } else if (form.IsVisible()) {
-      CloseUnanswered(form, "left open by its answer");
+    const bool is_answered = Answer(form);
+    if (form.IsVisible() || !is_answered) {
+      CloseUnanswered(form, is_answered ? "left open by its answer" : "unexpected form");
     }
     // A form that refuses to close would hold up the test for ever.
     if (form.IsVisible()) form.Hide();
   }
   void FormLoaded(Form& form) noexcept override {
-    Copy& copy = copies_[&form];
-    copy.window = WindowOf(form);
-    for (const Control* control : form.Controls()) copy.controls[control] = control->Dump();
+    copies_[&form][nullptr] = WindowOf(form);
+    for (const Control* control : form.Controls()) copies_[&form][control] = control->Dump();
   }
   void FormHidden(Form& form) noexcept override {
     ExpectReported(form);
@@ -158,19 +159,17 @@ class ScriptedUi final : public platform::Ui {
   void FormUnloaded(Form& form) noexcept override {
     ExpectReported(form);
     copies_.erase(&form);
-    for (const Control* control : form.Controls()) appended_.erase(control);
   }
   void FormChanged(Form& form, platform::FormChange /*change*/) noexcept override {
-    copies_[&form].window = WindowOf(form);
+    copies_[&form][nullptr] = WindowOf(form);
   }
   void ControlChanged(Form& form, Control& control,
                       platform::ControlChange change) noexcept override {
     // A long log is not looked at again for each of its lines.
     if (change == platform::ControlChange::kAppended) {
-      appended_.insert(&control);
+      copies_[&form].erase(&control);
     } else {
-      appended_.erase(&control);
-      copies_[&form].controls[&control] = control.Dump();
+      copies_[&form][&control] = control.Dump();
     }
   }
   void TimerStarted(Timer& timer) noexcept override { timers_[&timer] = timer.Interval(); }
@@ -192,12 +191,6 @@ class ScriptedUi final : public platform::Ui {
     std::string text;
     std::int32_t flags;
     std::int32_t answer;
-  };
-
-  /// What the back end would show of a form.
-  struct Copy {
-    std::string window;
-    std::map<const Control*, std::string> controls;
   };
 
   static std::string WindowOf(const Form& form) {
@@ -232,9 +225,8 @@ class ScriptedUi final : public platform::Ui {
   std::deque<Box> boxes_;
   std::vector<std::string> shown_;
   std::set<const Form*> on_screen_;
-  std::map<const Form*, Copy> copies_;
-  /// Text boxes that have grown since they were copied.
-  std::set<const Control*> appended_;
+  /// What the back end would show of each form: its controls and, for none, its window.
+  std::map<const Form*, std::map<const Control*, std::string>> copies_;
   /// The timers that run, with the milliseconds until they tick.
   std::map<Timer*, std::int32_t> timers_;
   int do_events_calls_ = 0;

@@ -49,25 +49,19 @@ frmProbe::frmProbe(Lines& log, std::string name)
 
 TEST_P(UiConformance, EveryControlTakesTheUsersInputAndRaisesItsEventsInOrder) {
   const auto form = NewForm();
-  user->Plan({[&] { user->Type(form->txtLine, "typed"); }, [&] { user->Click(form->cmdOther); },
-              [&] { user->Type(form->txtSecret, "pa ss"); },
-              [&] { user->Click(form->lstMarks, 1); }, [&] { user->Click(form->cmbUsers, 2); },
-              [&] { user->Click(form->lvwRows, 1); }, [&] { user->Click(form->tbsTabs, 2); },
-              [&] { user->Click(form->tbsTabs, 2); }, [&] { user->Click(form->chkMark); },
-              [&] { user->Click(form->optPick[0]); }, [&] { user->Click(form->optPick[1]); },
-              [&] { user->Click(form->optPick[1]); },
-              [&] {
+  user->Plan({Type(form->txtLine, "typed"), Click(form->cmdOther), Type(form->txtSecret, "pa ss"),
+              Click(form->lstMarks, 1), Click(form->cmbUsers, 2), Click(form->lvwRows, 1),
+              Click(form->tbsTabs, 2), Click(form->tbsTabs, 2), Click(form->chkMark),
+              Click(form->optPick[0]), Click(form->optPick[1]), Click(form->optPick[1]), [&] {
                 user->ExpectShown(*form);
                 user->Click(form->cmdOK);
               }});
   form->ShowModal();
-  EXPECT_EQ(TakeLog(), (Lines{"frmProbe load", "frmProbe activate", "frmProbe line typed",
-                              "frmProbe line left", "frmProbe other", "frmProbe secret pa ss",
-                              "frmProbe marks {\"first\" [ ], >\"second\" [x], \"third\" [ ]}",
-                              "frmProbe users third", "frmProbe rows second",
-                              "frmProbe tabs {\"One\", >\"Two\"}",
-                              "frmProbe tabs {\"One\", >\"Two\"}", "frmProbe mark \"&Mark\" [x]",
-                              "frmProbe pick Yes", "frmProbe pick No", "frmProbe ok"}));
+  EXPECT_EQ(TakeLog(),
+            (Lines{"load", "activate", "line typed", "line left", "other", "secret pa ss",
+                   "marks {\"first\" [ ], >\"second\" [x], \"third\" [ ]}", "users third",
+                   "rows second", "tabs {\"One\", >\"Two\"}", "tabs {\"One\", >\"Two\"}",
+                   "mark \"&Mark\" [x]", "pick Yes", "pick No", "ok"}));
   EXPECT_FALSE(form->IsVisible());
   EXPECT_TRUE(form->IsLoaded());
 }
@@ -77,8 +71,8 @@ TEST_P(UiConformance, WhatIsHiddenDisabledOrReadOnlyTakesNoInput) {
   form->fraPick.SetEnabled(false);
   form->lvwRows.SetSelectable(false);
   form->cmdOther.SetVisible(false);
-  user->Plan({[&] { user->Click(form->optPick[0]); }, [&] { user->Click(form->lvwRows, 1); },
-              [&] { user->Click(form->cmdOther); }, [&] { user->Type(form->txtLog, "x"); },
+  user->Plan({Click(form->optPick[0]), Click(form->lvwRows, 1), Click(form->cmdOther),
+              Type(form->txtLog, "x"),
               [&] {
                 form->fraPick.SetVisible(false);
                 form->fraPick.SetEnabled(true);
@@ -93,8 +87,7 @@ TEST_P(UiConformance, WhatIsHiddenDisabledOrReadOnlyTakesNoInput) {
                 user->Click(form->cmdOK);
               }});
   form->ShowModal();
-  EXPECT_EQ(TakeLog(),
-            (Lines{"frmProbe load", "frmProbe activate", "frmProbe pick Yes", "frmProbe ok"}));
+  EXPECT_EQ(TakeLog(), (Lines{"load", "activate", "pick Yes", "ok"}));
   EXPECT_EQ(form->txtLog.Text(), "");
 }
 
@@ -145,13 +138,12 @@ TEST_P(UiConformance, EnterAndEscapePressTheDefaultAndTheCancelButton) {
                 user->PressEscape(*form);
               }});
   form->ShowModal();
-  EXPECT_EQ(TakeLog(),
-            (Lines{"frmProbe load", "frmProbe activate", "frmProbe other", "frmProbe ok"}));
+  EXPECT_EQ(TakeLog(), (Lines{"load", "activate", "other", "ok"}));
 }
 
 TEST_P(UiConformance, HidingUnloadingAndTheCloseBoxAreThreeThings) {
   auto form = NewForm();
-  user->Plan({[&] { user->Click(form->cmdOK); }});
+  user->Plan({Click(form->cmdOK)});
   form->ShowModal();
   EXPECT_TRUE(form->IsLoaded());
   EXPECT_FALSE(form->IsModal());
@@ -164,16 +156,13 @@ TEST_P(UiConformance, HidingUnloadingAndTheCloseBoxAreThreeThings) {
               }});
   form->ShowModal();
   EXPECT_FALSE(form->IsLoaded());
-  user->Plan({[&] { user->Click(form->cmdCancel); }});
+  user->Plan({Click(form->cmdCancel)});
   form->ShowModal();
   EXPECT_FALSE(form->IsLoaded());
   EXPECT_TRUE(LoadedForms().empty());
   form = nullptr;
-  EXPECT_EQ(TakeLog(),
-            (Lines{"frmProbe load", "frmProbe activate", "frmProbe ok", "frmProbe activate",
-                   "frmProbe query", "frmProbe query", "frmProbe unload", "frmProbe load",
-                   "frmProbe activate", "frmProbe cancel", "frmProbe query", "frmProbe unload",
-                   "frmProbe gone"}));
+  EXPECT_EQ(TakeLog(), (Lines{"load", "activate", "ok", "activate", "query", "query", "unload",
+                              "load", "activate", "cancel", "query", "unload", "gone"}));
 }
 
 TEST_P(UiConformance, ModalFormsNestAndEndInAnyOrder) {
@@ -183,14 +172,13 @@ TEST_P(UiConformance, ModalFormsNestAndEndInAnyOrder) {
     inner->ShowModal(outer.get());
     log.push_back("back");
   };
-  user->Plan({[&] { user->Click(outer->cmdOther); }, [&] { user->Click(inner->cmdOK); },
-              [&] { user->Click(outer->cmdOther); },
+  user->Plan({Click(outer->cmdOther), Click(inner->cmdOK), Click(outer->cmdOther),
               // The outer form goes first; the inner one stays until it is answered.
               [&] {
                 EXPECT_TRUE(outer->Unload());
                 user->Click(inner->cmdOther);
               },
-              [&] { user->Click(inner->cmdCancel); }});
+              Click(inner->cmdCancel)});
   outer->ShowModal();
   EXPECT_EQ(TakeLog(), (Lines{"frmOuter load", "frmOuter activate", "frmInner load",
                               "frmInner activate", "frmInner ok", "back", "frmInner activate",
@@ -207,23 +195,21 @@ TEST_P(UiConformance, AFormMayEndUnderItsOwnHandlerAndIsFreedThen) {
   };
   probe.Show();
   form = nullptr;
-  user->Plan({[&] { user->Click(probe.cmdOther); }});
+  user->Plan({Click(probe.cmdOther)});
   user->Work(probe);
-  EXPECT_EQ(TakeLog(), (Lines{"frmProbe load", "frmProbe activate", "frmProbe query",
-                              "frmProbe unload", "still running", "frmProbe gone"}));
+  EXPECT_EQ(TakeLog(), (Lines{"load", "activate", "query", "unload", "still running", "gone"}));
 }
 
 TEST_P(UiConformance, AFormShownWithoutBlockingIsWorkedWithAndComesForwardAgain) {
   const auto form = NewForm();
   form->Show();
   EXPECT_TRUE(form->IsVisible() && !form->IsModal());
-  user->Plan({[&] { user->Click(form->chkMark); }});
+  user->Plan({Click(form->chkMark)});
   user->Work(*form);
   form->Show();
-  user->Plan({[&] { user->Click(form->cmdOK); }});
+  user->Plan({Click(form->cmdOK)});
   user->Work(*form);
-  EXPECT_EQ(TakeLog(), (Lines{"frmProbe load", "frmProbe activate", "frmProbe mark \"&Mark\" [x]",
-                              "frmProbe activate", "frmProbe ok"}));
+  EXPECT_EQ(TakeLog(), (Lines{"load", "activate", "mark \"&Mark\" [x]", "activate", "ok"}));
 }
 
 TEST_P(UiConformance, BoxesAnswerWhatWasPressedAlsoInsideAHandler) {
@@ -237,7 +223,7 @@ TEST_P(UiConformance, BoxesAnswerWhatWasPressedAlsoInsideAHandler) {
     EXPECT_EQ(ui.ShowBox("Done.", kTitle, platform::kBoxError), platform::kAnswerOk);
     form->Hide();
   };
-  user->Plan({[&] { user->Click(form->cmdOther); }});
+  user->Plan({Click(form->cmdOther)});
   user->PlanBox("Done.", platform::kBoxError, platform::kAnswerOk);
   form->ShowModal();
   EXPECT_FALSE(user->HasSteps());
@@ -246,17 +232,16 @@ TEST_P(UiConformance, BoxesAnswerWhatWasPressedAlsoInsideAHandler) {
 TEST_P(UiConformance, TheFocusIsWhereTheProgramOrTheUserPutsIt) {
   const auto form = NewForm();
   form->SetFocus(form->txtLine);
-  user->Plan(
-      {[&] {
-         EXPECT_EQ(form->Focus(), &form->txtLine);
-         form->SetFocus(form->cmdOther);
-         form->SetFocus(form->cmdOther);
-         EXPECT_EQ(TakeLog(), (Lines{"frmProbe load", "frmProbe activate", "frmProbe line left"}));
-         user->Type(form->txtLine, "x");
-       },
-       [&] { user->Click(form->cmdOK); }});
+  user->Plan({[&] {
+                EXPECT_EQ(form->Focus(), &form->txtLine);
+                form->SetFocus(form->cmdOther);
+                form->SetFocus(form->cmdOther);
+                EXPECT_EQ(TakeLog(), (Lines{"load", "activate", "line left"}));
+                user->Type(form->txtLine, "x");
+              },
+              Click(form->cmdOK)});
   form->ShowModal();
-  EXPECT_EQ(TakeLog(), (Lines{"frmProbe line x", "frmProbe line left", "frmProbe ok"}));
+  EXPECT_EQ(TakeLog(), (Lines{"line x", "line left", "ok"}));
 }
 
 TEST_P(UiConformance, TimersTickWhileTheirFormIsLoadedAndTheyAreEnabled) {
@@ -281,7 +266,7 @@ TEST_P(UiConformance, TimersTickWhileTheirFormIsLoadedAndTheyAreEnabled) {
   EXPECT_EQ(ticks_in(2), 2U);
   form->tmrTick.OnTimer = [&] { form->Unload(); };
   user->Pass(100);
-  EXPECT_EQ(TakeLog(), (Lines{"frmProbe query", "frmProbe unload"}));
+  EXPECT_EQ(TakeLog(), (Lines{"query", "unload"}));
   EXPECT_EQ(ticks_in(3), 0U);
 }
 

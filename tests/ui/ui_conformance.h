@@ -67,11 +67,12 @@ class UiDriver {
 
 using UiDriverFactory = std::function<std::unique_ptr<UiDriver>()>;
 
-/// One control of every kind. Writes everything that happens to it into a log.
+/// One control of every kind. Writes everything that happens to it into a log, behind its name when
+/// it has another.
 class frmProbe final : public Form {
  public:
   explicit frmProbe(std::vector<std::string>& log, std::string name = "frmProbe");
-  ~frmProbe() override { log_.push_back(Name() + " gone"); }
+  ~frmProbe() override { Note("gone"); }
 
   Label lblPrompt{*this, "lblPrompt", {10, 5, 200, 13}, "Prompt:"};
   TextBox txtLine{*this, "txtLine", {10, 20, 200, 21}};
@@ -93,7 +94,9 @@ class frmProbe final : public Form {
   bool refuses = false;
 
  private:
-  void Note(std::string_view event) { log_.push_back(Name() + " " + std::string(event)); }
+  void Note(std::string_view event) {
+    log_.push_back((Name() == "frmProbe" ? "" : Name() + " ") + std::string(event));
+  }
   void Form_Load() override { Note("load"); }
   void Form_Activate() override { Note("activate"); }
   void Form_QueryUnload(bool& cancel) override {
@@ -110,6 +113,13 @@ class UiConformance : public ::testing::TestWithParam<UiDriverFactory> {
  protected:
   std::shared_ptr<frmProbe> NewForm(const std::string& name = "frmProbe") {
     return std::make_shared<frmProbe>(log, name);
+  }
+  /// Steps of the plan that do one thing.
+  UiDriver::Step Click(Control& control, int place = -1) {
+    return [this, &control, place] { user->Click(control, place); };
+  }
+  UiDriver::Step Type(TextBox& box, std::string text) {
+    return [this, &box, typed = std::move(text)] { user->Type(box, typed); };
   }
   /// What was logged since the last call.
   std::vector<std::string> TakeLog() { return std::exchange(log, {}); }

@@ -1,16 +1,22 @@
-#include "tracking/configuration_buttons.h"
-
+#include <algorithm>
 #include <gmock/gmock.h>
 
+#include "accounts/frm_manage_user_keys.h"
 #include "accounts/registry_handlers.h"
 #include "settings/settings.h"
 #include "support/addin_fixture.h"
+#include "tracking/active_explorers.h"
+#include "tracking/active_inspectors.h"
+#include "tracking/configuration_buttons.h"
+#include "tracking/explorer_node.h"
+#include "tracking/inspector_node.h"
 #include "tracking/transp_cmd_bar.h"
 
 namespace corvessa::testing {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
 class ConfigurationButtonTest : public AddInFixture {
  protected:
@@ -34,14 +40,6 @@ class ConfigurationButtonTest : public AddInFixture {
     return nullptr;
   }
 
-  std::vector<FormPtr> Dialogs() {
-    std::vector<FormPtr> dialogs;
-    for (const FormPtr& form : LoadedForms()) {
-      if (form->Name() == "frmManageUserKeys") dialogs.push_back(form);
-    }
-    return dialogs;
-  }
-
   desk::ExplorerWindowPtr explorer = outlook.AddExplorer();
   ConfigurationButtons buttons;
 };
@@ -54,10 +52,7 @@ TEST_F(ConfigurationButtonTest, StandsOnTheStandardBarWithItsPicture) {
 )");
   const desk::ButtonPtr button = Button();
   EXPECT_TRUE(button->Properties().temporary);
-  // 48 bytes of header and palette, 16 rows of 4 bytes, 2 to spare; 24-bit pixels in the face.
-  EXPECT_EQ(button->Properties().pasted_mask->size(), 114U);
   EXPECT_EQ(button->Properties().pasted_mask->at(48) & 0x80, 0x80) << "the corner shows the bar";
-  EXPECT_EQ(button->Properties().pasted_face->size(), 40U + 16 * 48);
   buttons.CloseButtons();
   EXPECT_EQ(Button(), nullptr);
   buttons.CloseButtons();
@@ -108,11 +103,10 @@ TEST_F(ConfigurationButtonTest, OpensOneDialogAndBringsItForward) {
   EXPECT_EQ(g_lPassphraseMemory, 9) << "the settings are read anew";
   EXPECT_TRUE(Button()->Click());
   EXPECT_THAT(ui.Shown(), ElementsAre("frmManageUserKeys", "frmManageUserKeys forward"));
-  ASSERT_EQ(Dialogs().size(), 1U);
   // A hidden one does not count.
-  Dialogs().front()->Hide();
+  LoadedFormsOf<frmManageUserKeys>().front()->Hide();
   EXPECT_TRUE(Button()->Click());
-  EXPECT_EQ(Dialogs().size(), 2U);
+  EXPECT_EQ(LoadedFormsOf<frmManageUserKeys>().size(), 2U);
   buttons.CloseButtons();
 }
 
@@ -137,7 +131,7 @@ TEST_F(ConfigurationButtonTest, OutlivesItsExplorerClosingUnderTheClick) {
   leaving->InitButtons(explorer, done);
   ui.AllowForm("frmManageUserKeys", [&](Form&) { leaving.reset(); });
   EXPECT_TRUE(Button()->Click());
-  EXPECT_EQ(Dialogs().size(), 1U);
+  EXPECT_EQ(LoadedFormsOf<frmManageUserKeys>().size(), 1U);
 }
 
 using Bytes = std::vector<std::uint8_t>;
@@ -147,13 +141,14 @@ constexpr std::uint32_t kInk = 0x010203;
 /// The background as an OLE colour, blue highest.
 constexpr std::uint32_t kBackgroundColour = 0xE7DEDE;
 
-platform::PicturePtr Bitmap(int width, int height, std::vector<std::uint32_t> pixels) {
-  return std::make_shared<platform::Picture>(
-      platform::Picture{platform::PictureType::kBitmap, width, height, std::move(pixels), "test"});
-}
-
 class ToolbarPictureTest : public AddInFixture {
  protected:
+  static void SetPicture(int width, int height, std::vector<std::uint32_t> pixels) {
+    TranspCmdBar::SetButtonPicture(
+        std::make_shared<platform::Picture>(platform::Picture{platform::PictureType::kBitmap, width,
+                                                              height, std::move(pixels), "test"}),
+        kBackgroundColour);
+  }
   /// What stands on the clipboard in a named format; empty when nothing does.
   Bytes Block(std::string_view format) {
     EXPECT_TRUE(clipboard.Open());
@@ -164,9 +159,7 @@ class ToolbarPictureTest : public AddInFixture {
 };
 
 TEST_F(ToolbarPictureTest, PutsFaceAndMaskOnTheClipboardByteForByte) {
-  TranspCmdBar::SetButtonPicture(
-      Bitmap(3, 2, {kBackground, kInk, kBackground | 0xFF000000, kInk, kBackground, kInk}),
-      kBackgroundColour);
+  SetPicture(3, 2, {kBackground, kInk, kBackground | 0xFF000000, kInk, kBackground, kInk});
 
   EXPECT_EQ(Block("Toolbar Button Face"),
             (Bytes{40, 0, 0, 0, 3, 0, 0, 0, 2, 0, 0, 0, 1, 0, 24, 0, 0, 0, 0, 0, 24, 0, 0, 0, 0, 0,
@@ -184,14 +177,99 @@ TEST_F(ToolbarPictureTest, PutsFaceAndMaskOnTheClipboardByteForByte) {
 }
 
 TEST_F(ToolbarPictureTest, LeavesBothFormatsOutForSizesOutsideTheLimits) {
-  EXPECT_TRUE(TranspCmdBar::CreateMaskBitmap(*Bitmap(30000, 1, std::vector(30000, kInk)), kInk));
-  for (const auto& [width, height] : {std::pair{0, 0}, {30001, 1}, {1, 40000}}) {
+  for (const auto& [width, height] : {std::pair{0, 0}, {30001, 1}, {1, 40000}, {30000, 1}}) {
     const auto pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
-    TranspCmdBar::SetButtonPicture(Bitmap(width, height, std::vector(pixels, kBackground)),
-                                   kBackgroundColour);
-    EXPECT_EQ(Block("Toolbar Button Face"), Bytes{}) << width;
-    EXPECT_EQ(Block("Toolbar Button Mask"), Bytes{}) << width;
+    SetPicture(width, height, std::vector(pixels, kBackground));
+    EXPECT_EQ(Block("Toolbar Button Face").empty(), width != 30000) << width;
+    EXPECT_EQ(Block("Toolbar Button Mask").empty(), width != 30000) << width;
   }
+}
+
+class Windows : public AddInFixture {
+ protected:
+  /// Whether anybody hears of the item's changes.
+  bool IsWatched(const desk::ItemPtr& item) {
+    ClearTrace();
+    item->SetBody("x");
+    return !Trace().empty();
+  }
+};
+
+TEST_F(Windows, ExplorersAreKeptUntilTheyClose) {
+  AllowError("ActiveExplorers::Release - ");
+  g_bSettingsLoaded = true;
+  const auto explorers = std::make_shared<ActiveExplorers>();
+  explorers->AddExplorer(nullptr, true);
+  std::vector<desk::ExplorerWindowPtr> windows;
+  for (int i = 0; i < 3; ++i) {
+    windows.push_back(outlook.AddExplorer());
+    explorers->AddExplorer(windows.back(), false);
+  }
+  for (const std::size_t closing : {1U, 0U, 2U}) outlook.CloseExplorer(windows[closing]);
+  EXPECT_THAT(Trace(), IsEmpty());
+  EXPECT_EQ(explorers.use_count(), 1);
+  // Nothing, which was added first, has taken no ID.
+  explorers->AddExplorer(outlook.AddExplorer(), false);
+  explorers->Release(4);
+  EXPECT_EQ(explorers.use_count(), 1);
+}
+
+TEST_F(Windows, InspectorsServeTheirMailAndLetGoWhenTheyClose) {
+  const auto inspectors = std::make_shared<ActiveInspectors>();
+  inspectors->AddInspector(nullptr);
+  const auto mail = outlook.Open(outlook.NewMail());
+  desk::ItemData contact;
+  contact.item_class = desk::kContactClass;
+  const auto other = outlook.Open(outlook.AddItem(contact));
+  inspectors->AddInspector(mail);
+  inspectors->AddInspector(other);
+  EXPECT_EQ(inspectors.use_count(), 3);
+  const auto item = mail->ShownItem();
+  EXPECT_TRUE(IsWatched(item));
+  EXPECT_FALSE(IsWatched(other->ShownItem())) << "only mail is listened to";
+  outlook.Close(other);
+  EXPECT_EQ(inspectors.use_count(), 2);
+  outlook.Close(mail);
+  EXPECT_FALSE(IsWatched(item));
+  EXPECT_EQ(inspectors.use_count(), 1);
+
+  // Closed windows' IDs are not used again.
+  AllowError("ActiveInspectors::Release - ");
+  inspectors->AddInspector(outlook.Open(outlook.NewMail()));
+  for (const int id : {1, 2, 3}) {
+    ClearTrace();
+    inspectors->Release(id);
+    const std::vector<std::string> error = {
+        "ActiveInspectors::Release - Invalid procedure call or argument"};
+    EXPECT_EQ(Trace(), id == 3 ? std::vector<std::string>{} : error) << id;
+  }
+}
+
+TEST_F(Windows, UnreadableOnesAreTracedAndOthersThanMailsLeftAlone) {
+  const auto inspectors = std::make_shared<ActiveInspectors>();
+  const auto window = outlook.Open(outlook.NewMail());
+  const auto explorers = std::make_shared<ActiveExplorers>();
+  const auto folder = outlook.AddExplorer();
+  StoreAccount("ann@example.org");
+  ConnectAddIn();
+  ClearTrace();
+  faults.on_call = [](std::string_view call) {
+    if (call == "Inspector.CurrentItem" || call == "Explorer.Subscribe") throw Error{5, "gone"};
+  };
+  inspectors->AddInspector(WithFaults(window, faults));
+  explorers->AddExplorer(WithFaults(folder, faults), false);
+  outlook.Open(outlook.NewMail());
+  desk::ItemData contact;
+  contact.item_class = desk::kContactClass;
+  EXPECT_THAT(CallsOf([&] { outlook.Open(outlook.AddItem(contact)); }),
+              ElementsAre("Inspector.CurrentItem", "MailItem.Class"));
+  const std::vector<std::string> errors = {"InspectorNode::Initialise - gone",
+                                           "ExplorerNode::Initialise - gone",
+                                           "OutlookSupport::m_oInspectors_NewInspector - gone"};
+  EXPECT_EQ(Trace(), errors);
+  for (const std::string& error : errors) AllowError(error);
+  outlook.Close(window);
+  EXPECT_EQ(inspectors.use_count(), 1);
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 #include <filesystem>
+#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
 #include <sys/stat.h>
+#include <utility>
 #include <vector>
 
 #include "base/error.h"
@@ -17,6 +19,178 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using Lines = std::vector<std::string>;
+
+/// Sinks all events of the model's windows and of the items it watches, a line for each.
+class EventsTest : public ::testing::Test,
+                   public platform::ApplicationEvents,
+                   public platform::InspectorsEvents {
+ protected:
+  struct Sink : platform::InspectorEvents, platform::MailItemEvents {
+    Sink(EventsTest& owner, std::string about) : test(owner), name(std::move(about)) {}
+    void Activate() override { test.Note("activate " + name); }
+    void Deactivate() override { test.Note("deactivate " + name); }
+    void Close() override { test.Note("window close " + name); }
+    void Open(bool& cancel) override { cancel = test.Note("open " + name); }
+    void Read() override { test.Note("read " + name); }
+    void PropertyChange(std::string_view property) override {
+      test.Note(std::string(property) + " of " + name);
+    }
+    void Close(bool& cancel) override { cancel = test.Note("close " + name); }
+    void AttachmentRead(const platform::AttachmentPtr&) override {}
+    void Reply(const platform::MailItemPtr&, bool&) override {}
+    void ReplyAll(const platform::MailItemPtr&, bool&) override {}
+    void Forward(const platform::MailItemPtr&, bool&) override {}
+    EventsTest& test;
+    std::string name;
+    platform::Subscription subscription;
+  };
+
+  /// An item of that subject, watched.
+  ItemPtr Added(const std::string& subject, std::string_view folder = kInbox) {
+    ItemData data;
+    data.subject = subject;
+    data.folder = folder;
+    const ItemPtr item = folder == kInbox ? model.AddReceived(data) : model.AddItem(data);
+    sinks_.push_back(std::make_unique<Sink>(*this, subject));
+    sinks_.back()->subscription = item->Subscribe(*sinks_.back());
+    return item;
+  }
+  Lines Take() { return std::exchange(lines_, {}); }
+  /// True when the line's event is to be cancelled.
+  bool Note(const std::string& line) {
+    lines_.push_back(line);
+    if (during) during(line);
+    return line == cancelled;
+  }
+  void ItemSend(const platform::MailItemPtr& item, bool& cancel) override {
+    cancel = Note("send " + item->Subject());
+  }
+  void NewInspector(const platform::InspectorPtr& inspector) override {
+    const std::string subject = inspector->CurrentItem()->Subject();
+    sinks_.push_back(std::make_unique<Sink>(*this, subject));
+    sinks_.back()->subscription = inspector->Subscribe(*sinks_.back());
+    Note("new inspector " + subject);
+  }
+
+  OutlookModel model;
+  std::function<void(const std::string& line)> during;
+  std::string cancelled;
+
+ private:
+  Lines lines_;
+  std::vector<std::unique_ptr<Sink>> sinks_;
+  platform::Subscription sends_ = model.Application()->Subscribe(*this);
+  platform::Subscription windows_ = model.Application()->Inspectors()->Subscribe(*this);
+};
+
+TEST_F(EventsTest, WindowsOpenActivateAndCloseInOutlooksOrder) {
+  const auto first = model.Open(Added("a"));
+  EXPECT_THAT(Take(), ElementsAre("new inspector a", "read a", "open a", "activate a"));
+  const auto second = model.Open(Added("b"));
+  EXPECT_THAT(Take(),
+              ElementsAre("new inspector b", "read b", "open b", "deactivate a", "activate b"));
+  EXPECT_EQ(model.Open(first->ShownItem()), first);
+  EXPECT_THAT(Take(), ElementsAre("deactivate b", "activate a"));
+  // A closing window is not closed twice, and is still the active one.
+  during = [&](const std::string& line) {
+    if (line != "close a") return;
+    EXPECT_FALSE(model.Close(first));
+    EXPECT_EQ(model.Application()->ActiveInspector(), first);
+  };
+  EXPECT_TRUE(model.Close(first));
+  EXPECT_THAT(Take(), ElementsAre("close a", "deactivate a", "window close a", "activate b"));
+  EXPECT_FALSE(model.Close(first));
+  EXPECT_TRUE(model.Close(second));
+  EXPECT_THAT(Take(), ElementsAre("close b", "deactivate b", "window close b"));
+  EXPECT_EQ(model.Application()->ActiveInspector(), nullptr);
+}
+
+TEST_F(EventsTest, CancellingOpenOrCloseIsHonoured) {
+  const auto item = Added("a");
+  cancelled = "open a";
+  EXPECT_EQ(model.Open(item), nullptr);
+  EXPECT_THAT(Take(), ElementsAre("new inspector a", "read a", "open a", "window close a"));
+  cancelled = "close a";
+  const auto window = model.Open(item);
+  Take();
+  item->EditBody("changed");
+  EXPECT_FALSE(model.Close(window));
+  EXPECT_THAT(Take(), ElementsAre("Body of a", "close a"));
+  EXPECT_EQ(*item->Data().body, "changed");
+  EXPECT_EQ(model.Application()->ActiveInspector(), window);
+}
+
+TEST_F(EventsTest, SendingDeliversTheItemAsItIsAfterItemSend) {
+  const auto item = Added("d", kDrafts);
+  const auto window = model.Open(item);
+  item->EditBody("plain");
+  Take();
+
+  cancelled = "send d";
+  EXPECT_FALSE(model.Send(item));
+  EXPECT_THAT(Take(), ElementsAre("send d"));
+  EXPECT_THAT(model.Sent(), IsEmpty());
+  EXPECT_EQ(item->Stored(), nullptr);
+
+  cancelled.clear();
+  during = [&](const std::string& line) {
+    if (line == "send d") {
+      EXPECT_FALSE(model.Close(window));
+      item->EditBody("armoured");
+    } else if (line == "close d") {
+      EXPECT_EQ(item->ParentName(), "Outbox");
+      item->EditBody("too late");
+    }
+  };
+  std::vector<std::string> delivered;
+  model.OnDeliver([&](const ItemData& data) { delivered.push_back(*data.body); });
+  ASSERT_TRUE(model.Send(item));
+  EXPECT_THAT(Take(), ElementsAre("send d", "Body of d", "close d", "Body of d", "deactivate d",
+                                  "window close d"));
+  EXPECT_THAT(delivered, ElementsAre("armoured"));
+  EXPECT_EQ(*item->Stored()->body, "armoured");
+
+  const auto undelivered = model.NewMail();
+  model.OnDeliver([](const ItemData&) { Raise(kPathFileAccess); });
+  EXPECT_THROW(model.Send(undelivered), Error);
+  EXPECT_THAT(model.ItemsIn(kOutbox), ElementsAre(undelivered));
+  EXPECT_EQ(model.Sent().size(), 1U);
+}
+
+struct Clicks : platform::CommandBarButtonEvents {
+  Clicks(InspectorWindow& window, std::string_view tag) {
+    const auto button = window.Bars().Find("Standard")->AddButton(true);
+    button->SetCaption("&Decrypt/verify");
+    button->SetTag(tag);
+    subscription = button->Subscribe(*this);
+  }
+  void Click(bool&) override {
+    ++count;
+    if (during) during();
+  }
+  int count = 0;
+  std::function<void()> during;
+  platform::Subscription subscription;
+};
+
+TEST(ClickTest, ReachesEveryButtonOfItsTagUntilItsWindowCloses) {
+  OutlookModel model;
+  const auto window = model.Open(model.NewMail());
+  const auto other = model.Open(model.NewMail());
+  Clicks own(*window, "one"), same_tag(*other, "one"), other_tag(*other, "two");
+  EXPECT_TRUE(OutlookModel::Click(window->Bars(), "Decrypt/verify"));
+  model.Close(other);
+  // The button may go, with its window, in its own click.
+  own.during = [&] {
+    model.Close(window);
+    own.subscription.reset();
+  };
+  EXPECT_TRUE(OutlookModel::Click(window->Bars(), "Decrypt/verify"));
+  EXPECT_EQ(own.count, 2);
+  EXPECT_EQ(same_tag.count, 1);
+  EXPECT_EQ(other_tag.count, 0);
+}
 
 platform::SharedText Text(std::string text) {
   return std::make_shared<const std::string>(std::move(text));
@@ -170,9 +344,8 @@ TEST(ResponsesTest, QuoteTheItemAndAddressTheRightPeople) {
 }
 
 TEST(ResponsesTest, OnlyARealPrefixIsReplaced) {
-  using Case = std::pair<std::string, std::string>;
-  for (const auto& [subject, expected] :
-       {Case{"", "RE: "}, {"FW: a", "RE: a"}, {"10: a", "RE: 10: a"}, {"Re:a", "RE: Re:a"}}) {
+  for (const auto& [subject, expected] : std::vector<std::pair<std::string, std::string>>{
+           {"", "RE: "}, {"FW: a", "RE: a"}, {"10: a", "RE: 10: a"}, {"Re:a", "RE: Re:a"}}) {
     ItemData data;
     data.subject = subject;
     EXPECT_EQ(MakeReply(data, {}, false).subject, expected);
