@@ -1,5 +1,7 @@
 # widl makes of an IDL file the C++ header and the type library that a COM class carries.
 find_program(WIDL ${CORVESSA_WINDOWS_TARGET}-w64-mingw32-widl REQUIRED)
+# widl writes the time of its run into type libraries, where equal input must give equal files.
+find_program(FAKETIME faketime REQUIRED)
 # The library of the types of OLE Automation, which others build on. It comes with Wine.
 find_path(STDOLE_FOLDER stdole2.tlb REQUIRED NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH
   PATHS /usr/lib/i386-linux-gnu/wine/i386-windows /usr/lib/x86_64-linux-gnu/wine/x86_64-windows)
@@ -15,7 +17,8 @@ function(corvessa_idl name)
   add_custom_command(
     OUTPUT ${result}.h ${result}.tlb
     COMMAND ${WIDL} ${includes} -h -o ${result}.h ${source}
-    COMMAND ${WIDL} ${includes} -L ${STDOLE_FOLDER} -t -o ${result}.tlb ${source}
+    COMMAND ${CMAKE_COMMAND} -E env TZ=UTC ${FAKETIME} "2000-01-01 00:00:00"
+      ${WIDL} ${includes} -L ${STDOLE_FOLDER} -t -o ${result}.tlb ${source}
     DEPENDS ${source} ${PROJECT_SOURCE_DIR}/idl/system/oaidl.idl)
   add_custom_target(corvessa_${name}_idl_files DEPENDS ${result}.h ${result}.tlb)
   add_library(corvessa_${name}_idl INTERFACE)

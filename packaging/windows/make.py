@@ -42,8 +42,10 @@ def release_seconds():
     """When the version was released, so that every build of it is the same."""
     if "SOURCE_DATE_EPOCH" in os.environ:
         return int(os.environ["SOURCE_DATE_EPOCH"])
-    day = re.search(r"^## [0-9.]+ \(([0-9-]+)\)$", (TOP / "CHANGELOG.md").read_text(), re.M)[1]
-    return calendar.timegm(time.strptime(day, "%Y-%m-%d"))
+    newest = re.search(r"^## ([0-9.]+) \(([0-9-]+)\)$", (TOP / "CHANGELOG.md").read_text(), re.M)
+    if newest[1] != project_version():
+        sys.exit(f"CHANGELOG.md begins with {newest[1]}, the version is {project_version()}.")
+    return calendar.timegm(time.strptime(newest[2], "%Y-%m-%d"))
 
 
 def strip(program, place):
@@ -56,6 +58,7 @@ def stage(edition, build, found, folder):
     """All that is installed."""
     for program in PROGRAMS:
         strip(build / program, folder / pathlib.Path(program).name)
+    shutil.copyfile(HERE / "files/keys.cmd", folder / "keys.cmd")
     (folder / "Customization").mkdir()
     for name, *_ in editions.PICTURES:
         shutil.copyfile(edition.folder / "Customization" / name, folder / "Customization" / name)

@@ -76,12 +76,10 @@ def source(edition, version, files, setup_dll):
         value(PLUGIN + r"\Version", name, default if name in NAMES else f"[{name.upper()}]")
         for name, _, default in edition.values()) + value(PLUGIN + r"\Setup", "InstalledBy", "msi")
     elements += tag("Component", values, Id="Values", Guid=identifier("component", "values"))
-    prompt = ('/k "set "PATH=[INSTALLDIR];%PATH%" & cd /d "%USERPROFILE%" & '
-              'corvessa-key --help"')
     menu = tag("Component",
                tag("Shortcut", Id="Help", Name="Help", Target=r"[INSTALLDIR]help\index.html") +
                tag("Shortcut", Id="Keys", Name="Keys", Target="[SystemFolder]cmd.exe",
-                   Arguments=prompt) +
+                   Arguments='/k "[INSTALLDIR]keys.cmd"') +
                tag("RemoveFolder", Id="RemoveMenu", On="uninstall") +
                value(PLUGIN + r"\Setup", "Menu", "1"),
                Id="Menu", Guid=identifier("component", "menu"))

@@ -8,12 +8,14 @@ import tarfile
 import uuid
 
 NAMESPACE = uuid.UUID("663e1805-243c-4436-8159-21cdc0835c20")
-ALL, ENGINE, KEY_TOOL = ("CorvessaPro_OL.dll", "corvessa_engine.dll", "corvessa-key.exe"), (
-    "corvessa_engine.dll", "corvessa-key.exe"), ("corvessa-key.exe",)
+# Where a library can be linked.
+KEY_TOOL = ("corvessa-key.exe",)
+ENGINE = ("corvessa_engine.dll", *KEY_TOOL)
+ALL = ("CorvessaPro_OL.dll", *ENGINE)
 
 # Debian's source packages that tools/windows-libraries.sh builds: the licence and where it is linked.
 BUILT = {
-    "rnp": ("BSD-2-Clause AND BSD-3-Clause", ENGINE),
+    "rnp": ("BSD-2-Clause AND Apache-2.0", ENGINE),
     "botan": ("BSD-2-Clause", ENGINE),
     "json-c": ("MIT", ENGINE),
     "bzip2": ("bzip2-1.0.6", ENGINE),

@@ -362,9 +362,7 @@ Section
 
   CreateDirectory "$SMPROGRAMS\${SHORT_NAME}"
   CreateShortCut "$SMPROGRAMS\${SHORT_NAME}\Help.lnk" "$INSTDIR\help\index.html"
-  ; A command prompt where the commands of the help pages work as they are printed.
-  CreateShortCut "$SMPROGRAMS\${SHORT_NAME}\Keys.lnk" "$SYSDIR\cmd.exe" \
-    '/k "set "PATH=$INSTDIR;%PATH%" & cd /d "%USERPROFILE%" & corvessa-key --help"'
+  CreateShortCut "$SMPROGRAMS\${SHORT_NAME}\Keys.lnk" "$SYSDIR\cmd.exe" '/k "$INSTDIR\keys.cmd"'
 
   RMDir /r "$INSTDIR\.new"
   RMDir /r "$INSTDIR\.old"

@@ -107,12 +107,14 @@ struct Component {
 };
 
 constexpr std::array kComponents = {
-    Component{1, [] { platform::Host().redemption.CreateSafeMailItem(); },
-              "- The safe mail item library (SfMl.SfMailItem). Until it is installed, protected mail "
-              "cannot be sent, and addresses from Outlook's address book are not found.\r\n"},
-    Component{2, [] { platform::Host().cdo.CreateSession(); },
-              "- Collaboration Data Objects 1.21 (MAPI.Session). Until they are installed, recipients "
-              "without an Internet address are not resolved.\r\n"}};
+    Component{
+        1, [] { platform::Host().redemption.CreateSafeMailItem(); },
+        "- The safe mail item library (SfMl.SfMailItem). Until it is installed, protected mail "
+        "cannot be sent, and addresses from Outlook's address book are not found.\r\n"},
+    Component{
+        2, [] { platform::Host().cdo.CreateSession(); },
+        "- Collaboration Data Objects 1.21 (MAPI.Session). Until they are installed, recipients "
+        "without an Internet address are not resolved.\r\n"}};
 
 /// Names what other suppliers' setups install, once instead of with every mail that fails.
 void TellMissingComponents() {
@@ -127,9 +129,8 @@ void TellMissingComponents() {
   const auto key = CreateKey(platform::Host().registry.CurrentUser(), kGlobalKey);
   if (!key || key->ReadNumber(kToldMissing) == missing) return;
   key->WriteNumber(kToldMissing, missing);
-  Tell(Customization::AppLongName() +
-       " needs software that is missing on this computer:\r\n\r\n" + list +
-       "\r\nAsk your administrator to install it. This message is not shown again.");
+  Tell(Customization::AppLongName() + " needs software that is missing on this computer:\r\n\r\n" +
+       list + "\r\nAsk your administrator to install it. This message is not shown again.");
 }
 
 /// The last attempt at files that Outlook held until now. What still cannot be deleted stays.

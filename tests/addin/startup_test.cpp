@@ -110,6 +110,22 @@ TEST_F(Startup, NormallyBringsUpEngineAndTimerAndClosesDownInOrder) {
   EXPECT_EQ(scripted_engine.engine.use_count(), 1);
 }
 
+TEST_F(Startup, NamesAMissingComponentOnce) {
+  StoreAccount("ann@example.org", true);
+  outlook.AddExplorer();
+  outlook.Cdo().installed = false;
+  ui.ExpectBox(
+      "Corvessa Professional for Outlook needs software that is missing on this computer:\r\n\r\n"
+      "- Collaboration Data Objects 1.21 (MAPI.Session). Until they are installed, recipients "
+      "without an Internet address are not resolved.\r\n\r\n"
+      "Ask your administrator to install it. This message is not shown again.");
+  for (int start = 0; start < 2; ++start) {
+    ConnectTracing();
+    EXPECT_EQ(LoadedFormNames(), Lines{"frmTimer"});
+    Disconnect();
+  }
+}
+
 TEST_F(Startup, OnAnUnknownVersionOnlyTellsTheUser) {
   const std::pair<const char*, bool> versions[] = {
       {"9.0.0.2711", true}, {"10.0.2627", true},  {"11.0.5510", true}, {"9.5", true},

@@ -67,10 +67,10 @@ TEST_F(Brand, PagesGetTheAliasUnchangedAndOnlyWebAddressesOpen) {
                                 "HTTP://keys.example/change?alias=ann@x.org"}));
 
   AllowError("Customization:OpenURL - ");
-  for (const std::string refused : {"ftp://x.org", "file:///etc/passwd", "javascript:alert(1)",
-                                    "/etc/passwd", "\\\\server\\share", "http://x.org/\r\n",
-                                    "help:..\\..\\x.html", "help:a/b.html", "help:setup.exe",
-                                    "help:.html", "help:x.exe?.html"}) {
+  for (const std::string refused :
+       {"ftp://x.org", "file:///etc/passwd", "javascript:alert(1)", "/etc/passwd",
+        "\\\\server\\share", "http://x.org/\r\n", "help:..\\..\\x.html", "help:a/b.html",
+        "help:setup.exe", "help:.html", "help:x.exe?.html"}) {
     ui.ExpectErrorBox("Cannot open \"" + ForDisplay(refused) + "\": not an http or https address.");
     OpenURL(refused);
   }

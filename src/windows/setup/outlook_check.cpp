@@ -10,7 +10,8 @@
 namespace {
 
 constexpr auto kRefusal =
-    L"Outlook is running. Nothing was changed. Close Outlook (File menu, Exit), or end OUTLOOK.EXE in "
+    L"Outlook is running. Nothing was changed. Close Outlook (File menu, Exit), or end OUTLOOK.EXE "
+    L"in "
     L"the Task Manager if no window is open, then start again.";
 
 /// Looks at processes, not at windows: Outlook without a window holds the DLLs, too.

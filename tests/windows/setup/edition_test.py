@@ -3,6 +3,7 @@ import hashlib
 import json
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import tempfile
@@ -96,6 +97,13 @@ class Edition(unittest.TestCase):
         for one in bill["components"]:
             if one["type"] == "library":
                 self.assertIn(f"{one['name']} {one['version']}", notices)
+        # The libraries that CMake links. Another one needs a line in packaging/windows/parts.py.
+        linked = {pathlib.Path(archive).name for libraries in re.findall(
+            r"^build src/[^\n]*(?:CorvessaPro_OL|corvessa_engine|corvessa-key)\.(?:dll|exe):"
+            r".*?LINK_LIBRARIES = (.*?)$", (BUILD / "build.ninja").read_text(), re.M | re.S)
+                  for archive in libraries.split() if archive.endswith(".a")
+                  and not archive.startswith("src/")}
+        self.assertEqual(linked, {"libz.a", "librnp.a", "libbotan-2.a", "libjson-c.a", "libbz2.a"})
         page = (inside / "help/index.html").read_text()
         self.assertIn("Harbor Mail for Outlook signs and encrypts", page)
         self.assertNotIn("Corvessa", page)

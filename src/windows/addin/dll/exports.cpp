@@ -38,9 +38,8 @@ void RegisterAddIn() {
   Put(key, L"LoadBehavior", 3);
   // It must not be loaded by Outlook's command line switches without a window.
   Put(key, L"CommandLineSafe", 0);
-  Put(key, L"FriendlyName", L"Corvessa Professional");
-  Put(key, L"Description",
-      L"Signs and encrypts outgoing mail, decrypts and verifies received mail");
+  Put(key, L"FriendlyName", L"Corvessa Professional for Outlook");
+  Put(key, L"Description", L"Corvessa Professional for Outlook");
 }
 
 }  // namespace
