@@ -7,6 +7,7 @@ import time
 
 TOP = pathlib.Path(__file__).resolve().parents[3]
 BUILD = pathlib.Path(os.environ.get("CORVESSA_WINDOWS_BUILD", TOP / "build/windows"))
+VERSION = re.search(r"VERSION ([0-9.]+)", (TOP / "CMakeLists.txt").read_text().split("project(")[1])[1]
 # Wine's own, which changes by itself, and what the stand-in Outlook and the tests register.
 NOISE = re.compile(r"\[(Software\\\\(Wine|Microsoft\\\\(Windows\\\\CurrentVersion\\\\(Explorer|"
                    r"Internet Settings|Installer\\\\(Folders|UserData\\\\[^\\]+$|UserData$))|"

@@ -9,8 +9,8 @@ import subprocess
 import tempfile
 import unittest
 
-TOP = pathlib.Path(__file__).resolve().parents[3]
-BUILD = pathlib.Path(os.environ.get("CORVESSA_WINDOWS_BUILD", TOP / "build/windows"))
+from computer import BUILD, TOP, VERSION
+
 EXAMPLE = TOP / "packaging/example-brand"
 
 
@@ -78,20 +78,22 @@ class Edition(unittest.TestCase):
             made.append({path.name: hashlib.sha256(path.read_bytes()).hexdigest()
                          for path in sorted(dist.iterdir())})
         self.assertEqual(made[0], made[1])
-        self.assertEqual(list(made[0]), ["HarborMail-1.0.0.cdx.json", "HarborMail-1.0.0.msi",
-                                         "HarborMail-1.0.0.sha256", "HarborMailSetup-1.0.0.exe"])
-        subprocess.run(["sha256sum", "--check", "--quiet", "HarborMail-1.0.0.sha256"], check=True,
+        self.assertEqual(list(made[0]), [f"HarborMail-{VERSION}.cdx.json", f"HarborMail-{VERSION}.msi",
+                                         f"HarborMail-{VERSION}.sha256",
+                                         f"HarborMailSetup-{VERSION}.exe"])
+        subprocess.run(["sha256sum", "--check", "--quiet", f"HarborMail-{VERSION}.sha256"], check=True,
                        cwd=self.folder / "one")
 
-        bill = json.loads((self.folder / "one/HarborMail-1.0.0.cdx.json").read_text())
+        bill = json.loads((self.folder / f"one/HarborMail-{VERSION}.cdx.json").read_text())
         files = {one["name"] for one in bill["components"] if one["type"] == "file"}
         extracted = self.folder / "inside"
-        subprocess.run(["msiextract", "-C", extracted, self.folder / "one/HarborMail-1.0.0.msi"],
+        subprocess.run(["msiextract", "-C", extracted, self.folder / f"one/HarborMail-{VERSION}.msi"],
                        check=True, stdout=subprocess.DEVNULL)
         inside = next(extracted.rglob("help")).parent
         installed = {path.relative_to(inside).as_posix() for path in inside.rglob("*")
                      if path.is_file()}
-        self.assertEqual(files - installed, {"HarborMail-1.0.0.msi", "HarborMailSetup-1.0.0.exe"})
+        self.assertEqual(files - installed, {f"HarborMail-{VERSION}.msi",
+                                             f"HarborMailSetup-{VERSION}.exe"})
         self.assertEqual(installed - files, set())
         notices = (inside / "Third-party notices.txt").read_text(encoding="utf-8")
         for one in bill["components"]:

@@ -14,7 +14,7 @@ import threading
 import unittest
 import urllib.parse
 
-from computer import BUILD, TOP, Computer, differences, windows_path
+from computer import BUILD, TOP, VERSION, Computer, differences, windows_path
 
 ALICE = "alice@example.org"
 PLUGIN = r"Software\Nimbra Communications\Corvessa Professional\Plugin"
@@ -51,7 +51,7 @@ class PackageTest(unittest.TestCase):
         cls.place = pathlib.Path(tempfile.mkdtemp(dir=BUILD))
         cls.addClassCleanup(shutil.rmtree, cls.place, ignore_errors=True)
         cls.dist = cls.place / "dist"
-        for version in "0.9.0", "1.0.0":
+        for version in "0.9.0", VERSION:
             cls.package("--version", version)
         (cls.place / "gpg").mkdir(mode=0o700)
         cls.addClassCleanup(subprocess.run, ["gpgconf", "--homedir", cls.place / "gpg", "--kill",
@@ -83,10 +83,10 @@ class PackageTest(unittest.TestCase):
         self.addCleanup(made.settle)
         return made
 
-    def setup(self, computer, version="1.0.0", *arguments, name="Corvessa"):
+    def setup(self, computer, version=VERSION, *arguments, name="Corvessa"):
         return computer.run(self.dist / f"{name}Setup-{version}.exe", "/S", *arguments)
 
-    def msi(self, computer, action, version="1.0.0", *arguments):
+    def msi(self, computer, action, version=VERSION, *arguments):
         package = windows_path(self.dist / f"Corvessa-{version}.msi")
         return computer.run("msiexec", action, package, "/qn", *arguments)[0]
 
@@ -181,7 +181,7 @@ class Setup(PackageTest):
         computer.set(GLOBAL_KEY, "PassphraseMemory", 7)
         values = self.place / "values.ini"
         values.write_text("[values]\nADKEnabled = 1\n")
-        self.assertEqual(self.setup(computer, "1.0.0", "/VALUES=" + windows_path(values))[0], 0)
+        self.assertEqual(self.setup(computer, VERSION, "/VALUES=" + windows_path(values))[0], 0)
         self.assert_values(computer, (VERSION_KEY, "EngineLookupServer", "hkps://keys.example.org"),
                            (VERSION_KEY, "AppLongName", "Corvessa Professional for Outlook"),
                            (VERSION_KEY, "ADKEnabled", "0x1"),
@@ -211,7 +211,7 @@ class Setup(PackageTest):
         computer = self.computer()
         fresh = computer.state()
         code, said = computer.run(BUILD / "tests/windows/as_user.exe", "--",
-                                  windows_path(self.dist / "CorvessaSetup-1.0.0.exe"), "/S")
+                                  windows_path(self.dist / f"CorvessaSetup-{VERSION}.exe"), "/S")
         self.assertEqual(code, NO_RIGHTS)
         self.assertIn("needs the rights of an administrator", said)
 
@@ -236,21 +236,21 @@ class Setup(PackageTest):
                                            name.endswith((".dll", ".exe")))])
         shutil.copy(broken / "src/windows/corvessa_setup.dll",
                     broken / "src/windows/CorvessaPro_OL.dll")
-        self.package("--version", "1.1.0", "--build", broken)
-        code, said = self.setup(computer, "1.1.0")
+        self.package("--version", "99.0.0", "--build", broken)
+        code, said = self.setup(computer, "99.0.0")
         self.assertEqual((code, said), (FAILED, (
             "Setup failed at registering CorvessaPro_OL.dll. Everything was put back; "
             "Corvessa Professional for Outlook is not installed.\n")))
         self.assertEqual(differences(fresh, computer.state()), set())
         self.assertEqual(self.setup(computer)[0], 0)
         installed = computer.state()
-        self.assertEqual(self.setup(computer, "1.1.0")[0], FAILED)
+        self.assertEqual(self.setup(computer, "99.0.0")[0], FAILED)
         self.assertEqual(differences(installed, computer.state()), set())
 
     def test_other_folders_and_another_edition(self):
-        self.package("--version", "1.0.0", "--brand", TOP / "packaging/example-brand")
+        self.package("--brand", TOP / "packaging/example-brand")
         computer = self.computer()
-        program = self.dist / "CorvessaSetup-1.0.0.exe"
+        program = self.dist / f"CorvessaSetup-{VERSION}.exe"
         # A folder with blanks must not be quoted, which only a batch file leaves as it is.
         (computer.drive / "install.bat").write_text(
             f"@{windows_path(program)} /S /D=C:\\My Programs\\My Mail\r\n")
@@ -259,7 +259,7 @@ class Setup(PackageTest):
             place = computer.drive / folder
             computer.run(*command)
             self.assertEqual(computer.run(place / "corvessa-key.exe", "--version"),
-                             (0, "corvessa-key 1.0.0\n"))
+                             (0, f"corvessa-key {VERSION}\n"))
             self.assertEqual(self.setup(computer, name="HarborMail")[0], 0)
             self.assert_values(computer, (VERSION_KEY, "AppLongName", "Harbor Mail for Outlook"))
             self.assertIn("call 555-0100", (place / "help/tools.html").read_text())
@@ -273,7 +273,7 @@ class Msi(PackageTest):
         before = computer.state()
         self.assertEqual(self.msi(computer, "/i", "0.9.0", "ADKENABLED=#1"), 0)
         computer.set(VERSION_KEY, "EngineLookupServer", "hkps://keys.example.org")
-        self.assertEqual(self.msi(computer, "/i", "1.0.0", "DISABLEAUTODECRYPTATTACHMENTS=#1"), 0)
+        self.assertEqual(self.msi(computer, "/i", VERSION, "DISABLEAUTODECRYPTATTACHMENTS=#1"), 0)
         self.assert_values(computer, (VERSION_KEY, "EngineLookupServer", "hkps://keys.example.org"),
                            (VERSION_KEY, "ADKEnabled", "0x1"),
                            (VERSION_KEY, "DisableAutoDecryptAttachments", "0x1"),
@@ -285,7 +285,7 @@ class Msi(PackageTest):
 
         (computer.drive / FOLDER / "CorvessaPro_OL.dll").unlink()
         # What /f does; Wine's msiexec lacks it.
-        self.assertEqual(self.msi(computer, "/i", "1.0.0", "REINSTALL=ALL", "REINSTALLMODE=omus"), 0)
+        self.assertEqual(self.msi(computer, "/i", VERSION, "REINSTALL=ALL", "REINSTALLMODE=omus"), 0)
         self.assertTrue((computer.drive / FOLDER / "CorvessaPro_OL.dll").exists())
 
         self.assertEqual(self.msi(computer, "/x"), 0)
