@@ -11,6 +11,7 @@ import subprocess
 import sys
 import tempfile
 import threading
+import time
 import unittest
 import urllib.parse
 
@@ -123,6 +124,11 @@ class PackageTest(unittest.TestCase):
         do("answer", form="MessageBox", press="OK")
         do("connect", version="11.0.5510")
         do("disconnect")
+        # The browser is a program of its own.
+        for _ in range(100):
+            if pages.exists() and pages.read_text():
+                break
+            time.sleep(0.1)
         self.assertTrue(pages.read_text().endswith("/help/create-key.html\n"), pages.read_text())
         pages.unlink()
 
