@@ -37,6 +37,8 @@ class Startup : public AddInFixture {
     AddInFixture::TearDown();
   }
 
+  desk::ExplorerWindowPtr explorer = outlook.AddExplorer();
+
  private:
   Connect connect_;
 };
@@ -62,7 +64,6 @@ TEST_F(Startup, NormallyBringsUpEngineAndTimerAndClosesDownInOrder) {
   SetEdition("EngineCustomerID", "c-1");
   SetEdition("EngineLookupServer", "http://lookup");
   SetEdition("EngineUpdateServer", "http://update");
-  outlook.AddExplorer();
   ConnectTracing();
 
   EXPECT_EQ(Trace(), kStarting);
@@ -153,7 +154,6 @@ TEST_F(Startup, OnAnUnknownVersionOnlyTellsTheUser) {
 TEST_F(Startup, WhenDisabledTracksWindowsButStartsNothing) {
   SetPreference("DisableKVPEntirely", -1);
   StoreAccount("ann@example.org");
-  outlook.AddExplorer();
   ConnectTracing();
   EXPECT_EQ(Trace(), kTracking);
   EXPECT_EQ(ui.Shown(), Lines{});
@@ -184,7 +184,6 @@ TEST_F(Startup, WithoutAccountsOrKeysLeadsToThemUnlessKeyGenerationIsOff) {
       "You have not configured any of your email accounts\r\n"
       "to send or receive secure email.\r\n\r\nWould you like to do this now?",
       platform::kAnswerCancel);
-  outlook.AddExplorer();
   ConnectTracing();
   EXPECT_EQ(Trace(), kStarting);
   EXPECT_EQ(LoadedFormNames(), (Lines{"frmManageUserKeys", "frmTimer"}));
@@ -213,7 +212,6 @@ TEST_F(Startup, ShowsEachStepOnTheSplashScreen) {
   StoreAccount("ann@example.org");
   SetEdition("URLUpdate", "http://update.example/latest");
   inet.pages["http://update.example/latest"] = "<major>1</major>";
-  outlook.AddExplorer();
   Lines captions;
   ui.on_do_events = [&](int) {
     for (const FormPtr& form : LoadedForms()) {
@@ -240,7 +238,6 @@ TEST_F(Startup, ThatFailsHalfWayKeepsWhatWasMadeAndClosesDownQuietly) {
   scripted_engine.refusal = Error{429, "ActiveX component can't create object"};
   AllowError("CryptoOperations::Class_Initialize: ");
   AllowError("OutlookSupport::Initialise - ");
-  outlook.AddExplorer();
   ConnectTracing();
   EXPECT_EQ(Trace(), TrackingAnd({"Launching splash screen...", "Initializing key server...",
                                   "CryptoOperations::Class_Initialize: "
@@ -260,7 +257,6 @@ TEST_F(Startup, ADisconnectionDuringAnyOfItsPaintsLosesAndLeavesNothing) {
   StoreAccount("ann@example.org", true);
   SetPreference("PassphraseMemory", 7);
   AllowError("OutlookSupport::Initialise - ");
-  outlook.AddExplorer();
   bool disconnected = true;
   for (int paint = 1; disconnected; ++paint) {
     disconnected = false;
@@ -280,7 +276,6 @@ TEST_F(Startup, ADisconnectionDuringAnyOfItsPaintsLosesAndLeavesNothing) {
 }
 
 TEST_F(Startup, NoFailedPlatformCallGetsPastItOrCloseDown) {
-  outlook.AddExplorer();
   ui.AllowEverything();
   AllowError("");
   const Lines accounts = {"ann@example.org (signs)", "ann@example.net"};
@@ -307,7 +302,6 @@ TEST_F(Startup, NoFailedPlatformCallGetsPastItOrCloseDown) {
 
 TEST_F(Startup, AWindowThatOpensDuringCloseDownIsLeftAloneAndTheEngineGoesAtOnce) {
   StoreAccount("ann@example.org", true);
-  outlook.AddExplorer();
   ConnectAddIn();
   outlook.Open(outlook.NewMail());
   ClearTrace();
@@ -318,7 +312,6 @@ TEST_F(Startup, AWindowThatOpensDuringCloseDownIsLeftAloneAndTheEngineGoesAtOnce
   int opened = 0;
   faults.on_call = [&](std::string_view call) {
     if (call.find("Delete") == std::string_view::npos || opened++ > 3) return;
-    outlook.AddExplorer();
     outlook.Open(outlook.NewMail());
   };
   DisconnectAddIn();
@@ -338,7 +331,6 @@ TEST_F(Startup, AWindowThatOpensDuringCloseDownIsLeftAloneAndTheEngineGoesAtOnce
 
 TEST_F(Startup, ServesTheWindowsThatAreOpenAndThoseThatOpenLaterUntilTheDisconnection) {
   StoreAccount("ann@example.org");
-  const auto first = outlook.AddExplorer();
   const auto item = outlook.NewMail();
   outlook.Open(item);
   ConnectAddIn();
@@ -358,7 +350,7 @@ TEST_F(Startup, ServesTheWindowsThatAreOpenAndThoseThatOpenLaterUntilTheDisconne
   ClearTrace();
   item->SetBody("y");
   outlook.CloseExplorer(later);
-  outlook.CloseExplorer(first);
+  outlook.CloseExplorer(explorer);
   EXPECT_EQ(Trace(), Lines{});
 }
 

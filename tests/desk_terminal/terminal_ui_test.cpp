@@ -27,7 +27,7 @@ using UserManagement::AddNimbraAccountUser;
 /// The terminal's Ui as the host's, with a user whose lines are typed in advance, or without one.
 class TerminalUiTest : public AddInFixture {
  protected:
-  TerminalUiTest() { Start(open("/dev/null", O_RDONLY | O_CLOEXEC), false); }
+  TerminalUiTest() { Start("/dev/null", false); }
   ~TerminalUiTest() override {
     close(input_);
     close(output_);
@@ -35,18 +35,13 @@ class TerminalUiTest : public AddInFixture {
 
   /// From now on there is a user, who types these lines and leaves.
   void Type(std::string_view lines) {
-    int ends[2];
-    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-    ASSERT_EQ(write(ends[1], lines.data(), lines.size()), static_cast<ssize_t>(lines.size()));
-    close(ends[1]);
-    Start(ends[0], true);
+    WriteContent(profile / "typed", lines);
+    Start(profile / "typed", true);
   }
   /// What was drawn since the last call.
   std::string Drawn() {
-    std::string text(static_cast<std::size_t>(lseek(output_, 0, SEEK_END)), '\0');
-    EXPECT_EQ(pread(output_, text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
+    std::string text = ContentOf(profile / "drawn");
     EXPECT_EQ(ftruncate(output_, 0), 0);
-    lseek(output_, 0, SEEK_SET);
     return text;
   }
   desk::TerminalUi& Ui() { return *ui_; }
@@ -55,9 +50,9 @@ class TerminalUiTest : public AddInFixture {
   desk::Answers answers;
 
  private:
-  void Start(int input, bool is_there) {
+  void Start(const std::filesystem::path& input, bool is_there) {
     if (input_ >= 0) close(input_);
-    input_ = input;
+    input_ = open(input.c_str(), O_RDONLY | O_CLOEXEC);
     terminal_.emplace(input_, output_, is_there);
     const auto last = std::exchange(
         ui_,
@@ -65,7 +60,7 @@ class TerminalUiTest : public AddInFixture {
     InstallHostWith(*ui_);
   }
 
-  int output_ = open((profile / "drawn").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  int output_ = open((profile / "drawn").c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
   int input_ = -1;
   std::optional<desk::Terminal> terminal_;
   std::unique_ptr<desk::TerminalUi> ui_;

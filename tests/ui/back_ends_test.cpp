@@ -156,14 +156,10 @@ class TerminalDriver final : public UiDriver {
   void Write(const std::string& text) const {
     EXPECT_EQ(write(keyboard_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
   }
-  std::string Screen() const {
-    std::string text(static_cast<std::size_t>(lseek(screen_, 0, SEEK_END)), '\0');
-    EXPECT_EQ(pread(screen_, text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
-    return text;
-  }
+  std::string Screen() const { return ContentOf(host_->profile / "screen"); }
 
   std::unique_ptr<Host> host_ = std::make_unique<Host>();
-  int screen_ = open((host_->profile / "screen").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  int screen_ = open((host_->profile / "screen").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
   int input_ = -1;
   int keyboard_ = -1;
   std::ostringstream messages_;
