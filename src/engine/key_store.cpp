@@ -105,8 +105,10 @@ void KeyStore::Unload(const std::string& fingerprint) {
   if (!primary) return;
   std::erase_if(unlocked_,
                 [&](const UnlockedKey& unlocked) { return unlocked.fingerprint == fingerprint; });
-  Check(rnp_key_remove(primary.get(),
-                       RNP_KEY_REMOVE_PUBLIC | RNP_KEY_REMOVE_SECRET | RNP_KEY_REMOVE_SUBKEYS));
+  // The library refuses to remove a secret key that is not there.
+  const bool has_secret = Get<bool>(rnp_key_have_secret, primary.get());
+  Check(rnp_key_remove(primary.get(), RNP_KEY_REMOVE_PUBLIC | RNP_KEY_REMOVE_SUBKEYS |
+                                          (has_secret ? RNP_KEY_REMOVE_SECRET : 0U)));
 }
 
 bool KeyStore::IsOwn(const std::string& fingerprint) const {

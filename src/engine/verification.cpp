@@ -63,14 +63,17 @@ bool IsForDocuments(rnp_signature_handle_t signature, bool text_only) {
   return type == "text" || (!text_only && type == "binary");
 }
 
-// Nobody else speaks for an own address, and no key server for one whose key the user has.
-bool IsImpostor(const KeyStore& keys, rnp_key_handle_t primary) {
+/// An address that somebody else's key claims; empty when there is none. Nobody else speaks for an
+/// own address, and no key server for one whose key the user has.
+std::string ClaimedAddress(const KeyStore& keys, rnp_key_handle_t primary) {
   const std::string fingerprint = Text(rnp_key_get_fprint, primary);
+  if (keys.IsOwn(fingerprint)) return {};
   const bool is_from_server = keys.IsOnlyLookedUp(fingerprint);
-  return !keys.IsOwn(fingerprint) &&
-         std::ranges::any_of(ValidAddresses(primary), [&](const std::string& address) {
-           return keys.HasSecret(address) || (is_from_server && keys.IsInRings(address));
-         });
+  const auto addresses = ValidAddresses(primary);
+  const auto claimed = std::ranges::find_if(addresses, [&](const std::string& address) {
+    return keys.HasSecret(address) || (is_from_server && keys.IsInRings(address));
+  });
+  return claimed == addresses.end() ? std::string() : *claimed;
 }
 
 Finding NoUsableKey(const std::string& address) {
@@ -144,9 +147,10 @@ Finding JudgeGood(const KeyStore& keys, rnp_key_handle_t key, rnp_key_handle_t p
   if (!HasValidUserId(primary) || !IsUsable(primary) || !IsUsable(key) || !MaySign(key)) {
     return NoUsableKey(address);
   }
-  if (IsImpostor(keys, primary)) {
+  const std::string claimed = ClaimedAddress(keys, primary);
+  if (!claimed.empty()) {
     return {Kind::kInvalidKey, address,
-            "The key that signed is not the key in your rings for " + address + "."};
+            "The key that signed is not the key in your rings for " + claimed + "."};
   }
   return {Kind::kGood, address, {}};
 }
