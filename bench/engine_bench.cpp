@@ -235,7 +235,7 @@ void BenchRings() {
     Row("ring of " + std::to_string(count) + " keys: open, find one",
         Average(20,
                 [&] {
-                  const auto engine = ring.profile.Reopened();
+                  const auto engine = ring.profile.Reopened().engine;
                   RequireStatus(*engine, engine->QueryKeyPair(Address(567), text), 0);
                 }),
         Average(3, [&] { ring.gpg.Run("--list-keys " + Address(567)); }));
@@ -268,7 +268,7 @@ void BenchRecipients() {
     };
     const auto gpg = Average(3, [&] { ring.gpg.Make(options + " --encrypt", body); });
     const std::string name = "2 KB text to " + std::to_string(count) + ": ";
-    Row(name + "first time", Average(5, [&] { encrypt(*ring.profile.Reopened()); }), gpg);
+    Row(name + "first time", Average(5, [&] { encrypt(*ring.profile.Reopened().engine); }), gpg);
     Row(name + "keys loaded", Average(20, [&] { encrypt(*ring.profile.engine); }), gpg);
   }
 }

@@ -100,22 +100,19 @@ TEST_F(ProfileFilesTest, FollowsNoLinksAndDoesNotWaitForFifos) {
   EXPECT_EQ(elsewhere.Read("c:\\secret"), "untouched");
 }
 
-TEST_F(ProfileFilesTest, RemovesOnlyItsOwnLeftovers) {
-  const fs::path temporary = files_.LocalPath("c:\\Temp");
+TEST_F(ProfileFilesTest, RemovesOnlyItsOwnLeftoversAndFollowsNoLink) {
+  const fs::path temporary = files_.LocalPath("c:\\Temp"), elsewhere = folder_ / "elsewhere";
   const std::vector<std::string> ours{"mail12", "~17.tmp", "Saving", ".corvessa-a1B2c3"};
   const std::vector<std::string> others{".corvessa-notes.txt", "Savings",  "mail", "mail1x",
                                         "report.doc",          "~$17.tmp", "~.tmp"};
-  for (const auto& name : ours) fs::create_directories(temporary / name / "deep");
-  for (const auto& name : others) fs::create_directories(temporary / name / "deep");
+  for (const auto& names : {ours, others}) {
+    for (const auto& name : names) fs::create_directories(temporary / name / "deep");
+  }
   RemoveTemporaryLeftovers(temporary);
   EXPECT_EQ(files_.List("c:\\Temp"), others);
-}
 
-TEST_F(ProfileFilesTest, RefusesALinkAsTemporaryFolder) {
-  const fs::path temporary = files_.LocalPath("c:\\Temp");
-  const fs::path elsewhere = folder_ / "elsewhere";
-  fs::create_directories(elsewhere / "mail12");
-  fs::remove(temporary);
+  fs::rename(temporary, elsewhere);
+  fs::create_directory(elsewhere / "mail12");
   fs::create_symlink(elsewhere, temporary);
   EXPECT_EQ(Attempt([&] { ProfileFiles again(folder_ / "drive_c"); }).description,
             temporary.string() + " is a link or a file, not a folder");

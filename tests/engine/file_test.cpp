@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 #include <random>
 
-#include "base/error.h"
 #include "engine/armour.h"
 #include "engine/profile.h"
 
@@ -66,8 +65,8 @@ TEST_F(FileTest, NothingChangesOnceTheCallerHasGivenUp) {
   EXPECT_EQ(Encrypt(plain, encrypted + "2"), -11);
   EXPECT_EQ(alice.SignFile(plain).first, -11);
   KeyInfo made;
-  EXPECT_EQ(alice.engine->GenerateKey("", "bob@example.org", "secret", made), -11);
-  EXPECT_EQ(alice.engine->RemoveKeys("alice@example.org"), -11);
+  EXPECT_EQ(alice.upkeep->GenerateKey("", "bob@example.org", "secret", made), -11);
+  EXPECT_EQ(alice.upkeep->RemoveKeys("alice@example.org"), -11);
   EXPECT_EQ(Names(alice.folder.Path()), names);
   EXPECT_EQ(alice.QueryKeyPair("bob@example.org"), -13);
   EXPECT_EQ(alice.QueryKeyPair("alice@example.org"), 0);
@@ -157,61 +156,57 @@ TEST_F(FileTest, SignsAndVerifiesFiles) {
 }
 
 TEST_F(FileTest, AFileIsASignatureOnlyWhenItHoldsNothingElse) {
-  const auto fields = [](const std::string& head, const std::string& tail) {
-    return head + std::string("\0\3\2\x10z\0\0\x12\x34", 9) + tail;
+  // Between them: lengths and content of the signed and the unsigned part.
+  const auto signature = [](std::string head, std::string numbers) {
+    return head + std::string("\0\3\2\x10z\0\0\x12\x34", 9) + numbers;
   };
-  const std::string rsa = fields({"\4\0\1\x08", 4}, std::string("\0\x0C\x0F\xFF", 4));
-  const std::string eddsa = fields({"\4\1\x16\x08", 4}, std::string("\0\1\1\0\2\2", 6));
-  const std::string ed25519 = fields({"\4\0\x1B\x08", 4}, std::string(64, 'v'));
-  const std::string old = std::string("\3\5\0timekeyident\1\2ab\0\1\1", 22);
+  const std::string rsa = signature({"\4\0\1\x08", 4}, {"\0\x0C\x0F\xFF", 4});
+  const std::string eddsa = signature({"\4\1\x16\x08", 4}, {"\0\1\1\0\2\2", 6});
+  const std::string ed25519 = signature({"\4\0\x1B\x08", 4}, std::string(64, 'v'));
+  const std::string old("\3\5\0timekeyident\1\2ab\0\1\1", 22);
   const std::string salted("\6\0\1\x08\0\0\0\0\0\0\0\0ab\2sa\0\1\1", 20);
-  const auto packet = [](const std::string& body) {
-    return "\x88" + std::string(1, static_cast<char>(body.size())) + body;
-  };
-  const auto sized = [&](const std::string& head) {
-    return head + static_cast<char>(rsa.size()) + rsa;
-  };
+  const auto length = [](const std::string& body) { return static_cast<char>(body.size()); };
+  const auto packet = [&](const std::string& body) { return "\x88" + (length(body) + body); };
   const std::string large = std::string("\xC2\xC0\x10\4\0\1\x08\0\xC3\xC0\1", 11) +
                             std::string(193, 'n') + std::string("\0\0\x12\x34\0\1\1", 7);
   const std::string begin = "-----BEGIN PGP SIGNATURE-----\r\n";
   const std::string end = "-----END PGP SIGNATURE-----";
   const std::string block = Armour(packet(rsa), "signature", "x");
   const std::string lines = block.substr(block.find("\r\n\r\n"));
-  const std::string signatures[] = {
+  const std::vector<std::string> signatures = {
       block,
       "\r\n" + block + "\n",
       Armour(packet(rsa), "signature", {}),
       begin + "Version:\r\nComment: \r\nHash: SHA256\r\nMessageID: 1\r\nCharset: x" + lines,
       packet(eddsa) + packet(ed25519) + packet(old) + packet(salted),
       large,
-      sized(std::string("\x89\0", 2)),
-      sized(std::string("\x8A\0\0\0", 4)),
-      sized("\xC2"),
-      sized(std::string("\xC2\xFF\0\0\0", 5))};
-  for (const auto& content : signatures) {
-    EXPECT_EQ(alice.VerifyFile("", alice.Write("signature", content)), "-10 [] []") << content;
+      std::string("\x89\0", 2) + length(rsa) + rsa,
+      std::string("\x8A\0\0\0", 4) + length(rsa) + rsa,
+      std::string("\xC2\xFF\0\0\0", 5) + length(rsa) + rsa};
+  const std::vector<std::string> others = {block + "and a secret",
+                                           "a secret\r\n" + block,
+                                           block + block,
+                                           begin + "A: secret" + lines,
+                                           begin + "\r\nU0VDUkVU\r\n" + end,
+                                           Armour(packet(rsa) + "x", "signature", {}),
+                                           "a secret",
+                                           "",
+                                           packet(rsa) + "x",
+                                           packet(rsa + "x"),
+                                           packet(rsa.substr(0, rsa.size() - 1)),
+                                           packet(rsa.substr(0, rsa.size() - 4) + "secret"),
+                                           packet("\4" + rsa.substr(2)),
+                                           packet(std::string("\4\x10", 2) + rsa.substr(2)),
+                                           "\xC2\x0A\4SECRET123",
+                                           "\xC2\xA7 12 says a secret"};
+  const std::string damaged = begin + "\r\na secret\r\n" + end;
+  for (const auto& [contents, verified] :
+       {std::pair(signatures, "-10 [] []"), std::pair(others, "-9 [] []"),
+        std::pair(std::vector{damaged}, "-3 [] []")}) {
+    for (const auto& content : contents) {
+      EXPECT_EQ(alice.VerifyFile("", alice.Write("signature", content)), verified) << content;
+    }
   }
-  const std::string others[] = {block + "and a secret",
-                                "a secret\r\n" + block,
-                                block + block,
-                                begin + "A: secret" + lines,
-                                begin + "\r\nU0VDUkVU\r\n" + end,
-                                Armour(packet(rsa) + "x", "signature", {}),
-                                "a secret",
-                                "",
-                                packet(rsa) + "x",
-                                packet(rsa + "x"),
-                                packet(rsa.substr(0, rsa.size() - 1)),
-                                packet(rsa.substr(0, rsa.size() - 4) + "secret"),
-                                packet("\4" + rsa.substr(2)),
-                                packet(std::string("\4\x10", 2) + rsa.substr(2)),
-                                "\xC2\x0A\4SECRET123",
-                                "\xC2\xA7 12 says a secret"};
-  for (const auto& content : others) {
-    EXPECT_EQ(alice.VerifyFile("", alice.Write("signature", content)), "-9 [] []") << content;
-  }
-  const auto damaged = alice.Write("signature", begin + "\r\na secret\r\n" + end);
-  EXPECT_EQ(alice.VerifyFile("", damaged), "-3 [] []");
 }
 
 TEST_F(FileTest, AdditionalDecryptionAddressesComeFromTheirFile) {
@@ -234,17 +229,6 @@ TEST_F(FileTest, AdditionalDecryptionAddressesComeFromTheirFile) {
   EXPECT_EQ(alice.engine->GetAddressADKs("x@example.com", none), -9);
   EXPECT_EQ(alice.engine->GetEngineLastError(),
             "Line 2 of " + file + " is not \"address: address, …\".");
-}
-
-TEST_F(FileTest, APathThatTheHostRefusesIsAFileError) {
-  EngineConfig config;
-  config.rings_folder = alice.folder / "keys";
-  config.local_path = [](std::string_view) -> std::filesystem::path {
-    Raise(kPathNotFound, "There is no drive Q.");
-  };
-  const auto engine = CreateOpenPgpEngine(config);
-  EXPECT_EQ(engine->DecryptFileEx("Q:\\x", nullptr), -8);
-  EXPECT_EQ(engine->GetEngineLastError(), "There is no drive Q.");
 }
 
 }  // namespace

@@ -30,6 +30,10 @@ class GpgTest : public ::testing::Test {
   void SetUp() override { alice->Unlock("alice@example.org"); }
   void TearDown() override { alice->engine->SetAnonymousMode(false); }
 
+  static std::string ClearSigned(const std::string& options) {
+    return gpg->Make(options + " --clear-sign", "x");
+  }
+
   static inline testing::Gpg* gpg = nullptr;
   static inline Profile* alice = nullptr;
 };
@@ -94,7 +98,7 @@ TEST_F(GpgTest, ReadsTheEnginesTextsAndTheReverse) {
   std::string every_byte;
   for (int i = 0; i < 256; ++i) every_byte += static_cast<char>(i);
   std::vector<std::string> texts;
-  if (takes_any_bytes) texts.push_back(every_byte);
+  if (!is_over_com) texts.push_back(every_byte);
   for (const auto& [text, signed_as] : Texts()) texts.push_back(text);
   for (const auto& text : texts) {
     for (const auto& reader : kPeers) {
@@ -111,6 +115,12 @@ TEST_F(GpgTest, ReadsTheEnginesTextsAndTheReverse) {
       EXPECT_TRUE(alice->DecryptText(message) == Outcome(0, text)) << options;
     }
   }
+  alice->engine->SetAnonymousMode(true);
+  const auto hidden = alice->EncryptText(To(kPeers), "x").second;
+  EXPECT_EQ(gpg->Run("--decrypt", hidden), "x") << gpg->said;
+  const std::string packets = gpg->Run("--list-packets --list-only", hidden);
+  const std::string hidden_id = "keyid 0000000000000000";
+  EXPECT_LT(packets.find(hidden_id), packets.rfind(hidden_id)) << packets;
 }
 
 TEST_F(GpgTest, VerifiesTheEnginesClearSignaturesAndTheReverse) {
@@ -151,16 +161,6 @@ TEST_F(GpgTest, ExchangesFilesAndDetachedSignatures) {
   }
 }
 
-TEST_F(GpgTest, ReadsTheEnginesHiddenRecipients) {
-  alice->engine->SetAnonymousMode(true);
-  for (const auto& reader : kPeers) {
-    const auto armoured = alice->EncryptText(To({reader}), "x").second;
-    EXPECT_EQ(gpg->Run("--decrypt", armoured), "x") << gpg->said;
-    const std::string packets = gpg->Run("--list-packets --list-only", armoured);
-    EXPECT_NE(packets.find("keyid 0000000000000000"), std::string::npos) << packets;
-  }
-}
-
 TEST_F(GpgTest, SignsAndDecryptsWithGpgsSecretKeys) {
   Profile other;
   other.Import(alice->PublicKeys("alice@example.org"));
@@ -179,24 +179,20 @@ TEST_F(GpgTest, SignsAndDecryptsWithGpgsSecretKeys) {
 TEST_F(GpgTest, ExpiredAndRevokedKeysAreOfNoUse) {
   gpg->Generate("expired@example.org", "ed25519", "1d", "--faked-system-time 20200101T000000!");
   gpg->Generate("revoked@example.org", "ed25519");
-  const std::vector<std::pair<const char*, const char*>> signing = {
-      {"--faked-system-time 20200101T100000! -u expired@example.org", "-6 [] [] "},
-      {"-u revoked@example.org", "-6 [] [] "},
-      {"--faked-system-time 20300101T100000! --default-sig-expire 1d -u rita@example.org",
-       "-10 [] [] "}};
-  std::vector<std::string> signed_texts;
-  for (const auto& [options, verified] : signing) {
-    signed_texts.push_back(gpg->Make(options + std::string(" --clear-sign"), "x"));
-  }
+  const auto by_expired =
+      ClearSigned("--faked-system-time 20200101T100000! -u expired@example.org");
+  const auto by_revoked = ClearSigned("-u revoked@example.org");
+  const auto too_early = ClearSigned(
+      "--faked-system-time 20300101T100000! --default-sig-expire 1d -u rita@example.org");
   gpg->Revoke("revoked@example.org");
   alice->Import(gpg->Make("--export expired@example.org revoked@example.org"));
   for (const auto* address : {"expired@example.org", "revoked@example.org"}) {
     EXPECT_EQ(alice->QueryKeyPair(address), -13) << address;
     EXPECT_EQ(alice->EncryptText(To({address}), "x").first, -13) << address;
   }
-  for (std::size_t i = 0; i < signing.size(); ++i) {
-    EXPECT_EQ(alice->VerifyText(signed_texts[i]), signing[i].second) << signing[i].first;
-  }
+  EXPECT_EQ(alice->VerifyText(by_expired), "-6 [] [] ");
+  EXPECT_EQ(alice->VerifyText(by_revoked), "-6 [] [] ");
+  EXPECT_EQ(alice->VerifyText(too_early), "-10 [] [] ");
 }
 
 TEST_F(GpgTest, TheIndexSaysOfAKeyWhatACheckOfItFinds) {
@@ -209,20 +205,21 @@ TEST_F(GpgTest, TheIndexSaysOfAKeyWhatACheckOfItFinds) {
   gpg->Make("--quick-add-uid signs@example.org 'Another <other@example.org>'");
   Profile profile;
   std::vector<KeyInfo> checked;
-  ASSERT_EQ(profile.engine->ImportKeys(
+  ASSERT_EQ(profile.upkeep->ImportKeys(
                 gpg->Make("--export") + gpg->Make("--export-secret-keys"),
                 [](const auto&, const auto&) { return SecretString("secret"); }, checked),
             0);
   for (auto& key : checked) {
-    EXPECT_EQ(std::exchange(key.new_addresses, {}), key.addresses);
+    EXPECT_TRUE(is_over_com || key.new_addresses == key.addresses);
+    key.new_addresses.clear();
     std::vector<KeyInfo> found;
-    EXPECT_EQ(profile.Reopened()->FindKeys(key.addresses.front(), found), 0);
+    EXPECT_EQ(profile.Reopened().upkeep->FindKeys(key.addresses.front(), found), 0);
     EXPECT_EQ(found, std::vector{key});
   }
   std::filesystem::remove(profile.folder / "keys/keys.index");
   for (int again = 0; again < 2; ++again) {
     std::vector<KeyInfo> listed;
-    EXPECT_EQ(profile.Reopened()->ListKeys(listed), 0);
+    EXPECT_EQ(profile.Reopened().upkeep->ListKeys(listed), 0);
     EXPECT_EQ(listed, checked);
   }
 }
@@ -231,41 +228,33 @@ TEST_F(GpgTest, AnOutdatedSignatureIsNotCalledAForgery) {
   gpg->Make("--cert-digest-algo SHA256 --quick-gen-key dsa@example.org dsa1024 sign never");
   gpg->Make("--cert-digest-algo SHA1 --quick-gen-key sha1@example.org rsa2048 sign never");
   alice->Import(gpg->Make("--export dsa@example.org sha1@example.org"));
-  const std::string sha1_key = gpg->Fingerprint("sha1@example.org").substr(24);
-  struct Case {
-    std::string options;
-    std::string verified;
-    std::string reason;
-  };
-  const std::string end = " uses SHA1, which is no longer secure.";
-  for (const auto& [options, verified, reason] :
-       {Case{"--digest-algo SHA1 -u rita@example.org", "-10 [] [] ",
-             "The signature of rita@example.org" + end},
-        Case{"--digest-algo SHA1 -u dsa@example.org", "-10 [] [] ",
-             "The signature of dsa@example.org" + end},
-        Case{"--digest-algo SHA256 -u sha1@example.org", "-10 [] [] ",
-             "The key of " + sha1_key + end},
-        Case{"--digest-algo SHA256 -u dsa@example.org", "1 [dsa@example.org] [] x", ""}}) {
-    EXPECT_EQ(alice->VerifyText(gpg->Make(options + " --clear-sign", "x")), verified) << options;
-    if (!reason.empty()) {
-      EXPECT_EQ(alice->engine->GetEngineLastError(), reason);
-    }
+  const std::pair<const char*, std::string> cases[] = {
+      {"SHA1 -u rita@example.org", "signature of rita@example.org"},
+      {"SHA1 -u dsa@example.org", "signature of dsa@example.org"},
+      {"SHA256 -u sha1@example.org", "key of " + gpg->Fingerprint("sha1@example.org").substr(24)}};
+  for (const auto& [options, what] : cases) {
+    const auto signed_text = ClearSigned(std::string("--digest-algo ") + options);
+    EXPECT_EQ(alice->VerifyText(signed_text), "-10 [] [] ") << options;
+    EXPECT_EQ(alice->engine->GetEngineLastError(),
+              "The " + what + " uses SHA1, which is no longer secure.");
   }
+  EXPECT_EQ(alice->VerifyText(ClearSigned("--digest-algo SHA256 -u dsa@example.org")),
+            "1 [dsa@example.org] [] x");
 }
 
 TEST_F(GpgTest, ASignerWithSeveralAddressesIsCalledAsTheSignatureSays) {
-  const std::string by = "--clear-sign --local-user ";
   gpg->Generate("old@example.org", "ed25519");
   gpg->Make("--quick-add-uid old@example.org 'N \"New\" <new@example.org>'");
   gpg->Make("--quick-set-primary-uid old@example.org 'N \"New\" <new@example.org>'");
   alice->Import(gpg->Make("--armor --export old@example.org"));
-  const std::string key = gpg->Fingerprint("old@example.org");
-  EXPECT_EQ(alice->VerifyText(gpg->Make(by + "old@example.org", "x")), "1 [old@example.org] [] x");
-  EXPECT_EQ(alice->VerifyText(gpg->Make(by + key, "x")), "1 [new@example.org] [] x");
-  EXPECT_EQ(alice->VerifyText(gpg->Make("--sender new@example.org " + by + key, "x")),
-            "1 [new@example.org] [] x");
-  EXPECT_EQ(alice->VerifyText(gpg->Make("--sender gina@example.org " + by + key, "x")),
-            "1 [new@example.org] [] x");
+  const std::string key = "-u " + gpg->Fingerprint("old@example.org");
+  for (const auto& [options, signer] :
+       {std::pair(std::string("-u old@example.org"), "old"), std::pair(key, "new"),
+        std::pair("--sender new@example.org " + key, "new"),
+        std::pair("--sender gina@example.org " + key, "new")}) {
+    EXPECT_EQ(alice->VerifyText(ClearSigned(options)),
+              "1 [" + std::string(signer) + "@example.org] [] x");
+  }
 }
 
 TEST_F(GpgTest, TheNewestUsableSubkeyIsTaken) {
@@ -286,8 +275,7 @@ TEST_F(GpgTest, TheNewestUsableSubkeyIsTaken) {
                                 std::regex("sub:[^:]*:255:18:([0-9A-F]{16}):1640995200:")));
   const std::string packets = gpg->Run("--list-packets --list-only", armoured);
   EXPECT_NE(packets.find("keyid " + subkey.str(1)), std::string::npos) << packets;
-  EXPECT_EQ(alice->VerifyText(gpg->Make("--clear-sign -u subs@example.org", "x")),
-            "1 [subs@example.org] [] x");
+  EXPECT_EQ(alice->VerifyText(ClearSigned("-u subs@example.org")), "1 [subs@example.org] [] x");
 }
 
 }  // namespace

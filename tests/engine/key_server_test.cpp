@@ -2,11 +2,9 @@
 #include <chrono>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <signal.h>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 
+#include "base/text.h"
 #include "engine/armour.h"
 #include "engine/key_facts.h"
 #include "engine/key_import.h"
@@ -22,6 +20,8 @@ using testing::HttpServer;
 using testing::Replies;
 using testing::Send;
 
+constexpr const char* kAlice = "alice@example.org";
+
 /// An address of this machine where nobody listens.
 std::string DeadAddress() {
   return HttpServer().Url();
@@ -35,23 +35,23 @@ HttpServer::Answer Says(const std::string& body) {
 class SksServer {
  public:
   SksServer() {
-    for (const auto* name :
-         {"etc/sks", "var/run/sks", "var/lib/sks", "var/log/sks", "var/spool/sks"}) {
-      std::filesystem::create_directories(folder_ / name);
-    }
-    testing::WriteContent(folder_ / "etc/sks/sksconf", "hkp_address: 127.0.0.1\nhkp_port: " +
-                                                           address.substr(address.rfind(':') + 1) +
-                                                           "\ndisable_mailsync:\n");
-    waitpid(Start("build"), nullptr, 0);
-    process_ = Start("db");
+    const std::string port = address.substr(address.rfind(':') + 1);
+    const std::string made =
+        "cd " + testing::ShellPath(folder_.Path()) +
+        " && mkdir -p etc/sks var/run/sks var/lib/sks var/log/sks var/spool/sks"
+        " && printf 'hkp_address: 127.0.0.1\\nhkp_port: " +
+        port +
+        "\\ndisable_mailsync:\\n' >etc/sks/sksconf && /usr/sbin/sks build -basedir . >log 2>&1"
+        " && { /usr/sbin/sks db -basedir . >log 2>&1 & echo $! >pid; }";
+    EXPECT_EQ(testing::RunShell(made), 0);
     Profile waiting(address);
     for (int i = 0; i < 500 && waiting.QueryKeyPair("nobody@example.org") == -16; ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
   }
   ~SksServer() {
-    kill(process_, SIGTERM);
-    waitpid(process_, nullptr, 0);
+    const std::string process = ContentOf(folder_ / "pid");
+    testing::RunShell("kill " + process + "while kill -0 " + process + "do sleep 0.01; done 2>&-");
   }
   SksServer(const SksServer&) = delete;
   SksServer& operator=(const SksServer&) = delete;
@@ -59,34 +59,24 @@ class SksServer {
   const std::string address = DeadAddress();
 
  private:
-  pid_t Start(const char* work) const {
-    const pid_t child = fork();
-    if (child != 0) return child;
-    for (const int stream : {1, 2}) close(stream);
-    execl("/usr/sbin/sks", "sks", work, "-basedir", folder_.Path().c_str(), nullptr);
-    _exit(1);
-  }
-
   testing::TempFolder folder_;
-  pid_t process_ = 0;
 };
 
 class KeyServerTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
     alice = new Profile;
-    alice->Generate("alice@example.org");
-    alice->Unlock("alice@example.org");
+    alice->Generate(kAlice);
+    alice->Unlock(kAlice);
   }
   static void TearDownTestSuite() { delete alice; }
-  static std::string AlicesKeys() { return alice->PublicKeys("alice@example.org"); }
+  static std::string AlicesKeys() { return alice->PublicKeys(kAlice); }
 
   /// What asking the servers for Alice's key comes to: QueryKeyPair, EncryptText, VerifyText.
   static std::string AskingFor(const std::string& servers) {
     Profile stranger(servers);
-    std::string outcome =
-        std::to_string(stranger.QueryKeyPair("alice@example.org")) + ", " +
-        std::to_string(stranger.EncryptText(To({"alice@example.org"}), "x").first) + ", ";
+    std::string outcome = std::to_string(stranger.QueryKeyPair(kAlice)) + ", " +
+                          std::to_string(stranger.EncryptText(To({kAlice}), "x").first) + ", ";
     Profile verifier(servers);
     const std::string verified = verifier.VerifyText(alice->SignText("x").second);
     outcome += verified.substr(0, verified.find(' '));
@@ -107,35 +97,35 @@ TEST_F(KeyServerTest, FindsAndPublishesOnARealServer) {
   const SksServer sks;
   EXPECT_EQ(AskingFor(sks.address), kNone);
   Profile other;
-  other.Generate("xalice@example.org");
-  other.Generate("alice@example.org.evil.net");
   for (auto* const profile : {alice, &other}) {
     profile->engine->SetOption("updateKeyservers", sks.address + "/");
   }
-  EXPECT_EQ(alice->engine->PublishKeys("bob@example.org"), -13);
-  EXPECT_EQ(other.engine->PublishKeys("xalice@example.org"), 0);
-  EXPECT_EQ(other.engine->PublishKeys("alice@example.org.evil.net"), 0);
+  EXPECT_EQ(alice->upkeep->PublishKeys("bob@example.org"), -13);
+  for (const auto* similar : {"xalice@example.org", "alice@example.org.evil.net"}) {
+    other.Generate(similar);
+    EXPECT_EQ(other.upkeep->PublishKeys(similar), 0);
+  }
   EXPECT_EQ(AskingFor(sks.address), kNone) << "a word in common is not the address";
-  EXPECT_EQ(alice->engine->PublishKeys("alice@example.org"), 0)
-      << alice->engine->GetEngineLastError();
+  EXPECT_EQ(alice->upkeep->PublishKeys(kAlice), 0) << alice->engine->GetEngineLastError();
   EXPECT_EQ(AskingFor(sks.address), kFound);
   EXPECT_EQ(AskingFor(DeadAddress() + ", " + sks.address), kFound);
 
   Profile stranger(sks.address);
-  const auto armoured = stranger.EncryptText(To({"alice@example.org"}), "x").second;
+  const auto armoured = stranger.EncryptText(To({kAlice}), "x").second;
   EXPECT_EQ(alice->DecryptText(armoured), Outcome(0, "x"));
-  EXPECT_EQ(stranger.EncryptText(To({"alice@example.org", "bob@example.org"}), "x").first, -13);
+  EXPECT_EQ(stranger.EncryptText(To({kAlice, "bob@example.org"}), "x").first, -13);
 }
 
 TEST_F(KeyServerTest, AServersNewNameOnAKnownKeyIsNotBelieved) {
   // The ring's copy of mallory's key names nobody else; the server's also names bob.
   testing::Gpg gpg;
   gpg.Generate("mallory@example.org", "ed25519");
+  const std::string key = gpg.Fingerprint("mallory@example.org");
   Profile reader;
   reader.Generate("bob@example.org");
-  reader.Import(gpg.Make("--export mallory@example.org"));
-  gpg.Make("--quick-add-uid " + gpg.Fingerprint("mallory@example.org") + " bob@example.org");
-  gpg.Make("--quick-add-key " + gpg.Fingerprint("mallory@example.org") + " ed25519 sign never");
+  reader.Import(gpg.Make("--export " + key));
+  gpg.Make("--quick-add-uid " + key + " bob@example.org");
+  gpg.Make("--quick-add-key " + key + " ed25519 sign never");
   const HttpServer server(Says(gpg.Make("--armor --export mallory@example.org")));
   reader.engine->SetOption("lookupKeyservers", server.Url());
   const std::string text = gpg.Make("--armor --clearsign", "x");
@@ -143,25 +133,17 @@ TEST_F(KeyServerTest, AServersNewNameOnAKnownKeyIsNotBelieved) {
   EXPECT_EQ(reader.QueryKeyPair("bob@example.org"), 0);
 }
 
-TEST_F(KeyServerTest, OneServerWithTheKeyIsEnoughAndOneThatCannotBeReachedIsTold) {
+TEST_F(KeyServerTest, AServerThatCannotBeReachedIsTold) {
   EXPECT_EQ(AskingFor(""), kNone) << "without servers the rings know everything";
   EXPECT_EQ(AskingFor(HttpServer().Url()), kNone);
-  EXPECT_EQ(AskingFor(DeadAddress()), kUnreachable);
-  const HttpServer server(Says(AlicesKeys()));
-  const std::string both = DeadAddress() + ", " + server.Url() + "/";
-  EXPECT_EQ(AskingFor(both), kFound);
-  Profile stranger(both);
-  const auto armoured = stranger.EncryptText(To({"alice@example.org"}), "x").second;
-  EXPECT_EQ(alice->DecryptText(armoured), Outcome(0, "x"));
-  EXPECT_EQ(alice->engine->PublishKeys("bob@example.org"), -13);
   const std::string dead = DeadAddress();
+  EXPECT_EQ(AskingFor(dead), kUnreachable);
   for (const auto& servers : {std::string(), dead}) {
     alice->engine->SetOption("updateKeyservers", servers);
-    EXPECT_EQ(alice->engine->PublishKeys("alice@example.org"), -8);
+    EXPECT_EQ(alice->upkeep->PublishKeys(kAlice), -8);
   }
-  EXPECT_EQ(alice->engine->GetEngineLastError(), "The key server " + dead +
-                                                     " did not take the key: Couldn't connect to "
-                                                     "server.");
+  EXPECT_EQ(alice->engine->GetEngineLastError(),
+            "The key server " + dead + " did not take the key: Couldn't connect to server.");
 }
 
 TEST_F(KeyServerTest, RogueServersGiveNoKey) {
@@ -170,7 +152,6 @@ TEST_F(KeyServerTest, RogueServersGiveNoKey) {
   forged[forged.find("alice@")] = 'm';  // an address that its owner never signed
   Profile mallory;
   mallory.Generate("mallory@example.org");
-  mallory.Generate("alice@example.org.evil.net");
   const HttpServer elsewhere(Says(keys));
   const auto in_armour = [](std::string_view key) { return Armour(key, "public key", {}); };
   const auto with_names = [](const std::string& armoured, int count) {
@@ -206,10 +187,8 @@ TEST_F(KeyServerTest, RogueServersGiveNoKey) {
         Case{"garbage", Says("Hello"), kUnreachable}, Case{"nothing", Says(""), kUnreachable},
         Case{"cut off", Says(keys.substr(0, 200)), kUnreachable},
         Case{"another key", Says(mallory.PublicKeys("mallory@example.org")), kNone},
-        Case{"a longer address", Says(mallory.PublicKeys("alice@example.org.evil.net")), kNone},
         Case{"forged", Says(Armour(forged, "public key", {})), "-13, -13, -6"},
         Case{"500", Replies("500 No\r\n\r\n"), kUnreachable},
-        Case{"redirect", Replies("302 -\r\nLocation: file:///etc/passwd\r\n\r\n"), kUnreachable},
         Case{"redirect to a key", Replies("302 -\r\nLocation: " + elsewhere.Url() + "/\r\n\r\n"),
              kUnreachable},
         Case{"flood", flood, kUnreachable}, Case{"hang", hang, kUnreachable}}) {
@@ -225,39 +204,29 @@ TEST_F(KeyServerTest, AsksWithTheCustomersLineAndNotForWhatTheRingsHold) {
   stranger.Generate("bob@example.org");
   stranger.engine->SetOption("customerID", "4711");
   EXPECT_EQ(stranger.QueryKeyPair("bob@example.org"), 0);
-  EXPECT_EQ(stranger.EncryptText(To({"bob@example.org", "alice@example.org"}), "x").first, 0);
-  EXPECT_EQ(stranger.EncryptText(To({"alice@example.org"}), "x").first, 0);
+  EXPECT_EQ(stranger.EncryptText(To({"bob@example.org", kAlice}), "x").first, 0);
+  EXPECT_EQ(stranger.EncryptText(To({kAlice}), "x").first, 0);
   EXPECT_EQ(server.Requests().size(), 1U);
   EXPECT_EQ(stranger.QueryKeyPair("a&b=c@example.org"), -13);
-  EXPECT_EQ(server.LastHead(),
+  EXPECT_EQ(server.Requests().back(),
             "GET /pks/lookup?op=get&options=mr&exact=on&search=a%26b%3Dc%40example.org "
             "HTTP/1.1\r\nHost: " +
                 server.Url().substr(7) + "\r\nAccept: */*\r\nX-Nimbra-CustomerID: 4711\r\n\r\n");
 }
 
 TEST_F(KeyServerTest, AServersKeyForAKnownAddressIsNotBelieved) {
-  Profile impostor;
-  impostor.Generate("alice@example.org");
-  impostor.Unlock("alice@example.org");
-  const HttpServer server(Says(impostor.PublicKeys("alice@example.org")));
-  Profile bob(server.Url());
-  bob.Import(AlicesKeys());
-  EXPECT_EQ(bob.VerifyText(impostor.SignText("Pay").second), "-6 [] [] ");
-  EXPECT_EQ(bob.engine->GetEngineLastError(),
-            "The key that signed is not the key in your rings for alice@example.org.");
-}
-
-TEST_F(KeyServerTest, AUserIdThatOnlyLooksLikeAnAddressIsNoAddress) {
   const std::string mallory = "1 [mallory@evil.net] [] Pay";
-  struct Case {
+  const std::string refused = "-6 [] [] ";
+  const struct {
     const char* first;
     const char* second;
     std::string verified;
-  };
-  for (const auto& [first, second, verified] :
-       {Case{"Boss <alice@example.org\u200B>", "mallory@evil.net", mallory},
-        Case{"alice@example.org, mallory", "mallory@evil.net", mallory},
-        Case{"mallory@evil.net", "Alice <alice@example.org>", "-6 [] [] "}}) {
+  } cases[] = {{"alice@example.org", "mallory@evil.net", refused},
+               {"mallory@evil.net", "Alice <alice@example.org>", refused},
+               // What only looks like an address is none.
+               {"Boss <alice@example.org\u200B>", "mallory@evil.net", mallory},
+               {"alice@example.org, mallory", "mallory@evil.net", mallory}};
+  for (const auto& [first, second, verified] : cases) {
     const Ffi ffi = MakeFfi();
     const auto key = GenerateKeyPair(ffi.get(), first, SecretString("secret"));
     rnp_key_unlock(key.get(), "secret");
@@ -269,6 +238,10 @@ TEST_F(KeyServerTest, AUserIdThatOnlyLooksLikeAnAddressIsNoAddress) {
     Profile bob(server.Url());
     bob.Import(AlicesKeys());
     EXPECT_EQ(bob.VerifyText(sender.SignText("Pay").second), verified) << first;
+    if (verified == refused) {
+      EXPECT_EQ(bob.engine->GetEngineLastError(),
+                "The key that signed is not the key in your rings for alice@example.org.");
+    }
   }
 }
 
@@ -277,8 +250,8 @@ TEST_F(KeyServerTest, AKeyThatAMailAskedForIsNotEncryptedTo) {
   Profile bob(server.Url());
   EXPECT_EQ(bob.VerifyText(alice->SignText("x").second), "1 [alice@example.org] [] x");
   bob.engine->SetOption("lookupKeyservers", "");
-  EXPECT_EQ(bob.EncryptText(To({"alice@example.org"}), "x").first, -13);
-  EXPECT_EQ(bob.QueryKeyPair("alice@example.org"), -13);
+  EXPECT_EQ(bob.EncryptText(To({kAlice}), "x").first, -13);
+  EXPECT_EQ(bob.QueryKeyPair(kAlice), -13);
 }
 
 TEST_F(KeyServerTest, ATextWithManySignersAsksForEightAndForNoneTwice) {
@@ -296,12 +269,8 @@ TEST_F(KeyServerTest, ATextWithManySignersAsksForEightAndForNoneTwice) {
   };
   std::string many;
   std::string same;
-  for (char i = 0; i < 20; ++i) {
-    std::string other = signature;
-    for (auto at = other.find(key_id); at != std::string::npos; at = other.find(key_id, at + 8)) {
-      other[at] = static_cast<char>(other[at] ^ (i + 1));
-    }
-    many += other;
+  for (char i = 1; i <= 20; ++i) {
+    many += Replace(signature, key_id, std::string(8, i));
     same += signature;
   }
   EXPECT_EQ(asked(many), 8U);

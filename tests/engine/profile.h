@@ -22,24 +22,38 @@ using To = testing::ScriptedStringVector;
 /// An operation's status and text; it fails the test for a failure that touched its text.
 using Outcome = std::pair<platform::EngineStatus, std::string>;
 
-/// How profiles open their engine. The component's tests go through COM instead.
-inline std::shared_ptr<OpenPgpEngine> (*open_engine)(EngineConfig) = CreateOpenPgpEngine;
-/// Whether a text may be any bytes. COM carries characters only.
-inline bool takes_any_bytes = true;
+/// An engine and the upkeep of its keys.
+struct Opened {
+  std::shared_ptr<platform::IEngine> engine;
+  std::shared_ptr<KeyUpkeep> upkeep;
+};
+
+inline Opened OpenDirectly(EngineConfig config) {
+  const auto opened = CreateOpenPgpEngine(std::move(config));
+  return {opened, opened};
+}
+
+/// How profiles open their engine. The component's tests go through COM instead, which carries
+/// characters rather than any bytes and not which addresses an import has added.
+inline Opened (*open_engine)(EngineConfig) = OpenDirectly;
+inline bool is_over_com = false;
 
 /// An engine over a fresh profile whose paths mean themselves.
 class Profile {
  public:
-  explicit Profile(std::string_view lookup_servers = {}) : engine(open_engine(Config())) {
+  explicit Profile(std::string_view lookup_servers = {}) {
+    const Opened opened = Reopened();
+    engine = opened.engine;
+    upkeep = opened.upkeep;
     engine->SetOption("lookupKeyservers", lookup_servers);
   }
 
   /// A second engine over the same rings, as another session would open them.
-  std::shared_ptr<OpenPgpEngine> Reopened() { return open_engine(Config()); }
+  Opened Reopened() { return open_engine(Config()); }
   /// Makes a key whose passphrase is `passphrase` and unlocks nothing. Returns its fingerprint.
   std::string Generate(const std::string& address, const std::string& passphrase = "secret") {
     KeyInfo made;
-    EXPECT_EQ(engine->GenerateKey("", address, passphrase, made), 0)
+    EXPECT_EQ(upkeep->GenerateKey("", address, passphrase, made), 0)
         << engine->GetEngineLastError();
     return made.fingerprint;
   }
@@ -56,16 +70,16 @@ class Profile {
     const auto ask = [&](const std::string&, const std::vector<std::string>&) {
       return passphrase.empty() ? std::nullopt : std::optional<SecretString>(passphrase);
     };
-    return engine->ImportKeys(keys, ask, imported);
+    return upkeep->ImportKeys(keys, ask, imported);
   }
   std::string PublicKeys(std::string_view who) const {
     std::string keys;
-    EXPECT_EQ(engine->ExportPublicKeys(who, keys), 0) << engine->GetEngineLastError();
+    EXPECT_EQ(upkeep->ExportPublicKeys(who, keys), 0) << engine->GetEngineLastError();
     return keys;
   }
   std::string SecretKeys(std::string_view who) const {
     std::string keys;
-    EXPECT_EQ(engine->ExportSecretKeys(who, keys), 0) << engine->GetEngineLastError();
+    EXPECT_EQ(upkeep->ExportSecretKeys(who, keys), 0) << engine->GetEngineLastError();
     return keys;
   }
 
@@ -112,7 +126,8 @@ class Profile {
   std::vector<std::uint64_t> watched;
   /// False once nobody waits for the engine any more.
   bool may_commit = true;
-  std::shared_ptr<OpenPgpEngine> engine;
+  std::shared_ptr<platform::IEngine> engine;
+  std::shared_ptr<KeyUpkeep> upkeep;
 
  private:
   static std::string Listed(const To& items) { return " [" + Join(items.items, ", ") + "]"; }

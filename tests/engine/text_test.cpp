@@ -1,5 +1,5 @@
 #include <gtest/gtest.h>
-#include <sstream>
+#include <regex>
 
 #include "base/error.h"
 #include "engine/armour.h"
@@ -50,31 +50,36 @@ class TextTest : public ::testing::Test {
 };
 
 TEST_F(TextTest, WritesTheVersionLinesOfItsOptions) {
+  const std::string long_text(100, 'x');
   EXPECT_TRUE(Encrypted("x").starts_with("-----BEGIN PGP MESSAGE-----\r\n\r\n"));
   alice->engine->SetOption("pgpMessageHeader", "Corvessa 1.0");
   alice->engine->SetOption("pgpSignatureHeader", "Corvessa Sign");
-  const std::string armoured = Encrypted("x");
+  const std::string armoured = Encrypted(long_text);
   const std::string signed_text = Signed("x");
   alice->engine->SetOption("pgpMessageHeader", "");
   alice->engine->SetOption("pgpSignatureHeader", "");
-  EXPECT_TRUE(armoured.starts_with("-----BEGIN PGP MESSAGE-----\r\nVersion: Corvessa 1.0\r\n\r\n"));
-  EXPECT_NE(signed_text.find("-----BEGIN PGP SIGNATURE-----\r\nVersion: Corvessa Sign\r\n\r\n"),
-            std::string::npos);
-  for (const auto& block : {armoured, signed_text}) {
-    std::size_t longest = 0;
-    std::istringstream lines(block);
-    for (std::string line; std::getline(lines, line);) longest = std::max(longest, line.size());
-    EXPECT_EQ(longest, 65U);  // with the CR
-  }
+  const auto matches = [](const std::string& block, const std::string& start) {
+    return std::regex_match(
+        block, std::regex(start + "\\r\\n\\r\\n([\\w+/]{64}\\r\\n)+[\\w+/]+=*"
+                                  "\\r\\n=[\\w+/]{4}\\r\\n-----END PGP \\w+-----\\r\\n"));
+  };
+  EXPECT_TRUE(matches(armoured, "-----BEGIN PGP MESSAGE-----\r\nVersion: Corvessa 1.0"))
+      << armoured;
+  EXPECT_TRUE(matches(signed_text,
+                      "-----BEGIN PGP SIGNED MESSAGE-----\r\nHash: SHA512\r\n\r\nx\r\n"
+                      "-----BEGIN PGP SIGNATURE-----\r\nVersion: Corvessa Sign"))
+      << signed_text;
   std::string without_checksum = armoured;
   without_checksum.erase(armoured.rfind("\r\n="), std::string_view("\r\n=abcd").size());
   for (const auto& readable : {armoured, without_checksum}) {
-    EXPECT_EQ(bob->DecryptText(readable), Outcome(0, "x"));
+    EXPECT_EQ(bob->DecryptText(readable), Outcome(0, long_text));
   }
   EXPECT_EQ(bob->VerifyText(signed_text), "1 [alice@example.org] [] x");
-  EXPECT_THROW(alice->engine->SetOption("pgpMessageHeader", "a\nb"), Error);
-  EXPECT_THROW(alice->engine->SetOption("lookupKeyservers", "ftp://keys"), Error);
-  EXPECT_THROW(alice->engine->SetOption("noSuchOption", ""), Error);
+  for (const auto& [option, value] :
+       {std::pair("pgpMessageHeader", "a\nb"), std::pair("lookupKeyservers", "ftp://keys"),
+        std::pair("noSuchOption", "")}) {
+    EXPECT_THROW(alice->engine->SetOption(option, value), Error) << option;
+  }
 }
 
 TEST_F(TextTest, KeysAreLockedUntilTheirPassphraseIsGiven) {
@@ -138,18 +143,12 @@ TEST_F(TextTest, HiddenRecipientsAreInNoPacketAndStillCanRead) {
       alice->EncryptText(To({"alice@example.org", "bob@example.org"}), "x").second;
   const std::string binary = Dearmour(armoured);
   const auto start = ReadEncryptedMessageStart(binary);
-  ASSERT_TRUE(start);
-  ASSERT_EQ(start->session_keys.size(), 2U);
+  ASSERT_TRUE(start && start->session_keys.size() == 2);
   for (const auto& packet : start->session_keys) EXPECT_TRUE(IsHidden(binary, packet));
   for (auto* const profile : {alice, bob}) {
     EXPECT_EQ(profile->DecryptText(armoured), Outcome(0, "x"));
-  }
-  Profile carol;
-  carol.Generate("carol@example.org");
-  carol.Unlock("carol@example.org");
-  EXPECT_EQ(carol.DecryptText(armoured), Outcome(-13, ""));
-  for (std::string message : {std::string(), std::string("\xc1\x02xx", 4), binary.substr(0, 90)}) {
-    EXPECT_FALSE(HideRecipients(message)) << "taken for hidden: " << message;
+    profile->engine->InitEngine();
+    EXPECT_EQ(profile->DecryptText(armoured), Outcome(-13, ""));
   }
 }
 
@@ -179,34 +178,35 @@ TEST_F(TextTest, WhatIsNoMessageOrIsDamagedGivesItsStatusAndNoText) {
   std::string text(256, '\0');
   for (int i = 0; i < 256; ++i) text[static_cast<std::size_t>(i)] = static_cast<char>(i * 7);
   const std::string good = Encrypted(text);
+  const std::string binary = Dearmour(good);
   const auto flipped_at = [&](std::size_t at) {
     std::string flipped = good;
     flipped[at] = good[at] == 'A' ? 'B' : 'A';
     return flipped;
   };
-  const std::string binary = Dearmour(good);
   const auto content = ReadEncryptedMessageStart(binary)->length;
-  std::string no_protection = binary;
-  no_protection[content] = static_cast<char>(0xc9);
-  const std::string huge =
-      binary.substr(0, content) + std::string("\xd2\xff\xff\xff\xff\xff\x01", 7) + "x";
-  struct Case {
+  const auto with_content = [&](const std::string& packet) {
+    return InArmour(binary.substr(0, content) + packet);
+  };
+  const struct {
     const char* what;
     std::string text;
     EngineStatus status;
-  };
-  for (const auto& [what, input, status] :
-       {Case{"empty", "", -9}, Case{"plain", "Hello -----BEGIN PGP MESSAGE-----", -9},
-        Case{"no armour", binary, -9}, Case{"a key", alice->PublicKeys("alice@example.org"), -9},
-        Case{"a signed text", Signed("x"), -9}, Case{"cut off", good.substr(0, 300), -3},
-        Case{"flipped", flipped_at(good.size() / 2), -3},
-        Case{"wrong checksum", flipped_at(good.rfind("\r\n=") + 3), -3},
-        Case{"only its first line", "-----BEGIN PGP MESSAGE-----\r\n", -3},
-        Case{"a signature as message", InArmour("\x88\x01\x04"), -3},
-        Case{"no data", InArmour(binary.substr(0, 96)), -3},
-        Case{"cut off within", InArmour(binary.substr(0, binary.size() - 30)), -3},
-        Case{"no integrity protection", InArmour(no_protection), -3},
-        Case{"4 GiB claimed", InArmour(huge), -3}}) {
+  } cases[] = {{"empty", "", -9},
+               {"plain", "Hello -----BEGIN PGP MESSAGE-----", -9},
+               {"no armour", binary, -9},
+               {"a key", alice->PublicKeys("alice@example.org"), -9},
+               {"a signed text", Signed("x"), -9},
+               {"cut off", good.substr(0, 300), -3},
+               {"flipped", flipped_at(good.size() / 2), -3},
+               {"wrong checksum", flipped_at(good.rfind("\r\n=") + 3), -3},
+               {"only its first line", "-----BEGIN PGP MESSAGE-----\r\n", -3},
+               {"a signature as message", InArmour("\x88\x01\x04"), -3},
+               {"no data", with_content(""), -3},
+               {"cut off within", InArmour(binary.substr(0, binary.size() - 30)), -3},
+               {"no integrity protection", with_content("\xc9" + binary.substr(content + 1)), -3},
+               {"4 GiB claimed", with_content("\xd2\xff\xff\xff\xff\xff\x01x"), -3}};
+  for (const auto& [what, input, status] : cases) {
     EXPECT_EQ(bob->DecryptText(input), Outcome(status, "")) << what;
   }
 }
@@ -242,19 +242,6 @@ TEST_F(TextTest, OnlyWhatWasSignedIsReturned) {
   EXPECT_EQ(bob->VerifyText("Hello"), "-9 [] [] ");
   Profile stranger;
   EXPECT_EQ(stranger.VerifyText(good), "-13 [] [" + alice_key.substr(24) + "] ");
-}
-
-TEST_F(TextTest, AFlippedByteNeverGivesAnotherText) {
-  const std::string text = "The launch code is 0000.";
-  const std::string binary = Dearmour(Encrypted(text));
-  for (std::size_t i = 0; i < binary.size(); ++i) {
-    std::string flipped = binary;
-    flipped[i] = static_cast<char>(flipped[i] ^ 0x55);
-    const auto [status, plain] = bob->DecryptText(InArmour(flipped));
-    // A packet length can be wrong without harm to the protected text.
-    EXPECT_TRUE(status == -3 || status == -13 || (status == 0 && plain == text))
-        << "byte " << i << " gave " << status << " " << plain;
-  }
 }
 
 /// Packets, encrypted for Bob as they are.

@@ -69,6 +69,11 @@ class Gpg {
     Make(options + " --quick-add-key " + Fingerprint(address) + " " + encryption + " encr " +
          lifetime);
   }
+  /// Binary.
+  std::string PublicKey(const std::string& address) { return Make("--export " + address); }
+  std::string SecretKey(const std::string& address) {
+    return Make("--export-secret-keys " + address);
+  }
   std::string Fingerprint(const std::string& address) {
     const std::string listing = Make("--with-colons --list-keys " + address);
     return listing.substr(listing.find_first_not_of(':', listing.find("\nfpr:") + 5), 40);

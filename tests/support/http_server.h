@@ -22,20 +22,17 @@ class HttpServer {
 
   /// "http://127.0.0.1:port" and the path, which begins with "/".
   std::string Url(std::string_view path = {}) const;
-  /// The paths asked for so far, queries included, and the whole head of the last request.
+  /// The whole heads of the requests so far.
   std::vector<std::string> Requests() const;
-  std::string LastHead() const;
 
  private:
-  void Run();
   void Reply(int connection);
 
-  int listener_ = -1;
-  int port_ = 0;
-  mutable std::mutex mutex_;
+  int listener_;
+  std::string port_;
   Answer answer_;
+  mutable std::mutex mutex_;
   std::vector<std::string> requests_;
-  std::string last_head_;
   std::thread thread_;
 };
 

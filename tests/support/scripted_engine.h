@@ -22,7 +22,10 @@ class ScriptedStringVector final : public platform::IEngineStringVector {
       : items(std::move(initial)) {}
   void Add(std::string_view text) override { items.emplace_back(text); }
   std::int32_t Size() const override { return static_cast<std::int32_t>(items.size()); }
-  std::string Item(std::int16_t index) const override;
+  std::string Item(std::int16_t index) const override {
+    if (index < 0 || index >= Size()) Raise(kInvalidArgument);
+    return items[static_cast<std::size_t>(index)];
+  }
 
   std::vector<std::string> items;
 };
@@ -58,9 +61,13 @@ class ScriptedEngine final : public platform::IEngine {
   };
 
   /// What every call of the operation answers when nothing is queued for it.
-  void Always(std::string operation, Answer answer);
+  void Always(const std::string& operation, Answer answer) {
+    always_[operation] = std::move(answer);
+  }
   /// Queues one answer for the operation's next call that has none yet.
-  void Once(std::string operation, Answer answer);
+  void Once(const std::string& operation, Answer answer) {
+    once_[operation].push_back(std::move(answer));
+  }
 
   const std::vector<Call>& Calls() const { return calls_; }
   /// The calls' operations only, in order.
@@ -123,7 +130,6 @@ class ScriptedEngine final : public platform::IEngine {
   }
   Status Play(const std::string& operation, std::initializer_list<View> arguments,
               std::string* text = nullptr, Vector* items = nullptr, Vector* unknown = nullptr);
-  Answer Next(const std::string& operation);
 
   std::map<std::string, Answer> always_;
   std::map<std::string, std::deque<Answer>> once_;
@@ -133,7 +139,11 @@ class ScriptedEngine final : public platform::IEngine {
 /// Hands out one scripted engine; counts and can refuse the creations.
 class ScriptedEngineFactory final : public platform::EngineFactory {
  public:
-  platform::EnginePtr CreateEngine() override;
+  platform::EnginePtr CreateEngine() override {
+    ++engines_created;
+    if (refusal) throw *refusal;
+    return engine;
+  }
   platform::EngineStringVectorPtr CreateStringVector() override {
     return std::make_shared<ScriptedStringVector>();
   }

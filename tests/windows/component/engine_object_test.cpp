@@ -1,15 +1,15 @@
 #include "windows_engine/engine_object.h"
 
 #include <atomic>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <new>
 #include <stdexcept>
 
 #include "base/error.h"
+#include "base/guard.h"
+#include "support/temp_folder.h"
 #include "windows/com/bstr.h"
 #include "windows/com/dispatch.h"
-#include "windows/component/stub_engine.h"
 #include "windows_engine/string_vector.h"
 
 namespace corvessa::windows {
@@ -22,13 +22,17 @@ class EngineObjectTest : public ::testing::Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(SUCCEEDED(CoInitialize(nullptr)));
-    object = new EngineObject(
-        [this] {
-          engines.push_back(std::make_shared<StubEngine>());
-          engines.back()->on_decrypt = on_decrypt;
-          return engines.back();
-        },
-        {std::chrono::milliseconds(200), std::chrono::milliseconds(0)});
+    const auto config = [this] {
+      engine::EngineConfig made{.rings_folder = folder / "keys"};
+      made.watch_decryption = [is_endless = is_endless](std::uint64_t) -> std::shared_ptr<void> {
+        while (*is_endless) {
+        }
+        return nullptr;
+      };
+      return made;
+    };
+    object = new EngineObject([config] { return engine::CreateOpenPgpEngine(config()); },
+                              {std::chrono::milliseconds(1000), std::chrono::milliseconds(0)});
   }
   void TearDown() override {
     object = nullptr;
@@ -36,42 +40,36 @@ class EngineObjectTest : public ::testing::Test {
     CoUninitialize();
   }
 
-  HRESULT Decrypt(std::string_view armoured, std::string& plain, LONG& status) {
-    Bstr text;
-    const HRESULT result =
-        object->DecryptTextEx(Bstr(armoured).Get(), nullptr, text.Receive(), &status);
-    plain = text.Text();
-    return result;
+  LONG Decrypt(std::string_view armoured) {
+    LONG status = 99;
+    EXPECT_EQ(object->DecryptTextEx(Bstr(armoured).Get(), nullptr, text.Receive(), &status), S_OK);
+    return status;
   }
-
-  std::vector<std::shared_ptr<StubEngine>> engines;
-  std::function<platform::EngineStatus(std::string&)> on_decrypt;
-  ComPtr<EngineObject> object;
-};
-
-TEST_F(EngineObjectTest, TextsPassUnchangedWhateverTheyHold) {
-  std::string large;
-  while (large.size() < (std::size_t{32} << 20)) large += "0123456789 \xc3\xbc\r\n";
-  for (const std::string& text : {std::string(), std::string("a\0b\0", 4),
-                                  std::string("gr\xc3\xbc\xc3\x9f \xf0\x9f\x98\x80"), large}) {
-    std::string plain;
-    LONG status = 1;
-    EXPECT_EQ(Decrypt(text, plain, status), S_OK);
+  std::string Encrypt(std::string_view plain) {
+    ComPtr<IEngineStringVector> recipients;
+    EXPECT_TRUE(Provide(recipients.GetAddressOf()));
+    AddItems(*recipients.Get(), {"alice@example.org"});
+    LONG status = 99;
+    object->EncryptText(recipients.Get(), Bstr(plain).Get(), text.Receive(), &status);
     EXPECT_EQ(status, 0);
-    EXPECT_TRUE(plain == text) << text.substr(0, 20);
+    return text.Text();
   }
-}
+
+  testing::TempFolder folder;
+  const std::shared_ptr<std::atomic<bool>> is_endless = std::make_shared<std::atomic<bool>>();
+  ComPtr<EngineObject> object;
+  Bstr text;
+};
 
 TEST_F(EngineObjectTest, HalfASurrogatePairIsRefused) {
   for (const std::wstring wide : {L"\xD83D", L"a\xDE00z", L"\xDE00\xD83D", L"\xD83D\xD83D\xDE00"}) {
-    const BSTR text = SysAllocStringLen(wide.data(), static_cast<UINT>(wide.size()));
-    Bstr plain;
+    const BSTR half = SysAllocStringLen(wide.data(), static_cast<UINT>(wide.size()));
     LONG status = 0;
-    EXPECT_EQ(object->DecryptTextEx(text, nullptr, plain.Receive(), &status), E_INVALIDARG);
+    EXPECT_EQ(object->DecryptTextEx(half, nullptr, text.Receive(), &status), E_INVALIDARG);
     EXPECT_EQ(status, -11);
-    EXPECT_EQ(plain.Get(), nullptr);
-    EXPECT_EQ(object->SetOption(text, text), E_INVALIDARG);
-    SysFreeString(text);
+    EXPECT_EQ(text.Get(), nullptr);
+    EXPECT_EQ(object->SetOption(half, half), E_INVALIDARG);
+    SysFreeString(half);
   }
 }
 
@@ -87,26 +85,18 @@ TEST_F(EngineObjectTest, FailuresBecomeResultsWithTheirSentence) {
         Case{[] { throw std::bad_alloc(); }, E_OUTOFMEMORY, "Out of memory."},
         Case{[] { throw std::runtime_error("broken"); }, E_FAIL, "broken"},
         Case{[] { throw 1; }, E_UNEXPECTED, "An unknown error occurred."}}) {
-    engines.back()->on_decrypt = [&](std::string&) { return fail(), 0; };
-    std::string plain;
-    LONG status = 0;
-    const HRESULT answer = Decrypt("x", plain, status);
+    const IID& iid = __uuidof(INimbraEncryptionEngine);
+    const HRESULT answer = com::Bordered(iid, L"", fail);
     EXPECT_EQ(answer, result);
-    EXPECT_EQ(status, -11);
-    EXPECT_EQ(plain, "");
-    try {
-      com::Check(answer, static_cast<ISupportErrorInfo*>(object.Get()),
-                 __uuidof(INimbraEncryptionEngine));
-      ADD_FAILURE() << sentence;
-    } catch (const Error& error) {
-      EXPECT_EQ(error.description, sentence);
-    }
+    const auto check = [&] {
+      com::Check(answer, static_cast<ISupportErrorInfo*>(object.Get()), iid);
+    };
+    EXPECT_EQ(Attempt(check).description, sentence);
   }
 }
 
 TEST_F(EngineObjectTest, MissingPlacesForResultsAreRefusedAndTheOthersSet) {
   LONG status = 7;
-  Bstr text("x");
   EXPECT_EQ(object->DecryptTextEx(text.Get(), nullptr, nullptr, &status), E_POINTER);
   EXPECT_EQ(status, -11);
   EXPECT_EQ(object->InitEngine(nullptr), E_POINTER);
@@ -116,109 +106,48 @@ TEST_F(EngineObjectTest, MissingPlacesForResultsAreRefusedAndTheOthersSet) {
 }
 
 TEST_F(EngineObjectTest, AnOperationWithoutEndAnswersAndTheNextOneWorks) {
-  const auto is_over = std::make_shared<std::atomic<bool>>(false);
-  EXPECT_EQ(object->SetOption(Bstr("customerID").Get(), Bstr("7").Get()), S_OK);
+  LONG status = 99;
+  const Bstr alice("alice@example.org");
+  const Bstr secret("secret");
+  EXPECT_EQ(object->GenerateKey(nullptr, alice.Get(), secret.Get(), text.Receive(), &status), S_OK);
+  EXPECT_EQ(object->AuthenticateAccount(alice.Get(), secret.Get(), &status), S_OK);
+  EXPECT_EQ(object->SetOption(Bstr("pgpMessageHeader").Get(), Bstr("7").Get()), S_OK);
   EXPECT_EQ(object->SetAnonymousMode(VARIANT_TRUE), S_OK);
-  engines.back()->on_decrypt = [is_over](std::string&) {
-    while (!*is_over) {
-    }
-    return 0;
-  };
-  std::string plain;
-  LONG status = 0;
-  EXPECT_EQ(Decrypt("endless", plain, status), S_OK);
-  EXPECT_EQ(status, -11);
-  EXPECT_EQ(plain, "");
-  Bstr sentence;
-  EXPECT_EQ(object->GetEngineLastError(sentence.Receive()), S_OK);
-  EXPECT_EQ(sentence.Text(), "The operation took too long.");
-  EXPECT_EQ(Decrypt("next", plain, status), S_OK);
-  EXPECT_EQ(std::pair(status, plain), std::pair(LONG{0}, std::string("next")));
-  ASSERT_EQ(engines.size(), 2U);
-  EXPECT_EQ(engines.back()->calls, (std::vector<std::string>{"customerID=7", "hidden"}));
-  *is_over = true;
-}
-
-TEST_F(EngineObjectTest, VectorsCarryRecipientsInAndSignersOut) {
-  ComPtr<IEngineStringVector> vector;
-  ASSERT_TRUE(Provide(vector.GetAddressOf()));
-  AddItems(*vector.Get(), {"a@x", "b@y"});
-  Bstr text;
-  LONG status = 1;
-  EXPECT_EQ(object->EncryptText(vector.Get(), Bstr("t").Get(), text.Receive(), &status), S_OK);
-  EXPECT_EQ(text.Text(), "t;a@x;b@y");
-  EXPECT_EQ(vector->Item(2, text.Receive()), HRESULT(0x800A0005));
-  EXPECT_EQ(vector->Item(-1, text.Receive()), HRESULT(0x800A0005));
-  EXPECT_EQ(vector->Reserved1(), E_NOTIMPL);
-
-  ComPtr<IEngineStringVector> unknown;
-  EXPECT_EQ(object->VerifyText(Bstr("t").Get(), vector.GetAddressOf(), unknown.GetAddressOf(),
-                               text.Receive(), &status),
-            S_OK);
-  EXPECT_EQ(status, 1);
-  EXPECT_EQ(ItemsOf(vector.Get()), (std::vector<std::string>{"a@x", "b@y", "signer"}));
-  EXPECT_EQ(ItemsOf(unknown.Get()), std::vector<std::string>{"unknown"});
-}
-
-/// Gives every key the same passphrase, on the thread that it was made on.
-class Passphrases final : public com::Object<Passphrases, com::Dual<INimbraPassphraseSource>> {
- public:
-  static constexpr auto kProgId = L"test";
-
-  HRESULT STDMETHODCALLTYPE GetPassphrase(BSTR fingerprint, IEngineStringVector* addresses,
-                                          BSTR* passphrase,
-                                          VARIANT_BOOL* is_given) noexcept override {
-    asked = com::TextOf(fingerprint) + " " + ItemsOf(addresses).at(0);
-    thread = GetCurrentThreadId();
-    *passphrase = Bstr("secret").Release();
-    *is_given = VARIANT_TRUE;
-    return S_OK;
-  }
-
-  std::string asked;
-  DWORD thread = 0;
-};
-
-TEST_F(EngineObjectTest, AnImportAsksForPassphrasesOnTheCallersThread) {
-  ComPtr<INimbraKeyUpkeep> upkeep;
-  ASSERT_EQ(object->QueryInterface(IID_PPV_ARGS(&upkeep)), S_OK);
-  const ComPtr<Passphrases> source(new Passphrases);
-  SAFEARRAY* const keys = SafeArrayCreateVector(VT_UI1, 0, 2);
-  std::memcpy(keys->pvData, "k\0", 2);
-  ComPtr<IEngineStringVector> fingerprints;
-  LONG status = 1;
-  EXPECT_EQ(upkeep->ImportKeys(keys, source.Get(), fingerprints.GetAddressOf(), &status), S_OK);
-  EXPECT_EQ(status, 0);
-  EXPECT_EQ(source->asked, "F1 alice@example.org");
-  EXPECT_EQ(source->thread, GetCurrentThreadId());
-  EXPECT_EQ(ItemsOf(fingerprints.Get()), std::vector{std::string("k\0secret", 8)});
-  SafeArrayDestroy(keys);
+  std::string large;
+  while (large.size() < (std::size_t{8} << 20))
+    large += std::string("0123456789 \xc3\xbc\r\n\0", 16);
+  const std::string armoured = Encrypt(large);
+  *is_endless = true;
+  EXPECT_EQ(Decrypt(armoured), -11);
+  EXPECT_EQ(text.Text(), "");
+  EXPECT_EQ(object->GetEngineLastError(text.Receive()), S_OK);
+  EXPECT_EQ(text.Text(), "The operation took too long.");
+  *is_endless = false;
+  EXPECT_EQ(Decrypt(armoured), -13) << "nothing is unlocked";
+  EXPECT_EQ(object->AuthenticateAccount(alice.Get(), secret.Get(), &status), S_OK);
+  EXPECT_EQ(Decrypt(armoured), 0);
+  EXPECT_TRUE(text.Text() == large);
+  // A hidden recipient's key ID is eight zeros, the first of them at the third byte.
+  constexpr auto kStart = "-----BEGIN PGP MESSAGE-----\r\nVersion: 7\r\n\r\nwV4DAAAAAAAAAAAS";
+  EXPECT_TRUE(Encrypt("x").starts_with(kStart)) << "options and modes remain";
 }
 
 TEST_F(EngineObjectTest, ProgramsThatBindLateFindEveryOperation) {
   ComPtr<IDispatch> late;
   ASSERT_EQ(object->QueryInterface(IID_PPV_ARGS(&late)), S_OK);
   const com::Dispatch engine(late);
-  const com::Variant name("customerID");
-  const com::Variant value("7");
-  engine.Call("SetOption", {name.Get(), value.Get()});
-  EXPECT_EQ(engines.back()->calls, (std::vector<std::string>{"open", "customerID=7"}));
-  Bstr signed_text;
+  const com::Variant name("pgpMessageHeader");
   VARIANT out = {};
   out.vt = VT_BYREF | VT_BSTR;
-  out.pbstrVal = signed_text.Exchange();
-  const com::Variant nothing(static_cast<IDispatch*>(nullptr));
-  EXPECT_EQ(engine.Call("SignText", {name.Get(), nothing.Get(), out}).Number(), 0);
-  EXPECT_EQ(signed_text.Text(), "customerID");
-  EXPECT_EQ(engine.Call("GetEngineLastError").Text(), "The last error.");
-  engines.back()->on_decrypt = [](std::string&) -> int { Raise(kInvalidArgument, "Not now."); };
-  try {
-    engine.Call("DecryptTextEx", {name.Get(), nothing.Get(), out});
-    FAIL();
-  } catch (const Error& error) {
-    EXPECT_EQ(error.number, 5);
-    EXPECT_EQ(error.description, "Not now.");
-  }
+  out.pbstrVal = text.Exchange();
+  engine.Call("SetOption", {name.Get(), name.Get()});
+  EXPECT_EQ(engine.Call("QueryKeyPair", {name.Get(), out}).Number(), -13);
+  EXPECT_EQ(engine.Call("GetEngineLastError").Text(), "No usable key for pgpmessageheader.");
+  const Error error = Attempt([&] {
+    engine.Call("SetOption", {com::Variant("x").Get(), name.Get()});
+  });
+  EXPECT_EQ(error.number, 5);
+  EXPECT_EQ(error.description, "The engine has no option x.");
 }
 
 }  // namespace

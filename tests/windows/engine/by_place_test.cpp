@@ -41,14 +41,11 @@ std::wstring Taken(BSTR text) {
 class ByPlaceTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    engine::KeyInfo made;
-    const auto tool = RegisteredEngine::OpenDirectly();
-    ASSERT_EQ(tool->GenerateKey("", "alice@example.org", "secret", made), 0);
+    user.Generate("alice@example.org");
     engine = New(L"NimbraEncryptionEngine.Engine");
     recipients = New(L"NimbraEncryptionEngine.StringVector");
     EXPECT_EQ(CallPlace(recipients, 0, Text(L"alice@example.org")), S_OK);
-    EXPECT_EQ(CallPlace(engine, 30, Text(L"alice@example.org"), Text(L"secret"), &status), S_OK);
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(StatusOf(30, Text(L"alice@example.org"), Text(L"secret")), 0);
   }
   void TearDown() override {
     recipients->Release();
@@ -65,122 +62,108 @@ class ByPlaceTest : public ::testing::Test {
     return (user.folder / name).wstring();
   }
 
+  /// Of an operation that answers with one, behind its other arguments.
+  template <typename... Arguments>
+  LONG StatusOf(int place, Arguments... arguments) {
+    LONG status = 99;
+    EXPECT_EQ(CallPlace(engine, place, arguments..., &status), S_OK) << place;
+    return status;
+  }
   /// The items, joined by blanks. Takes over the vector.
   std::wstring Items(IDispatch* vector) {
     std::wstring items;
     LONG size = -1;
     EXPECT_EQ(CallPlace(vector, 2, &size), S_OK);
-    for (LONG i = 0; i < size; ++i) {
-      BSTR item = nullptr;
-      EXPECT_EQ(CallPlace(vector, 3, static_cast<int>(i), &item), S_OK);
+    BSTR item = nullptr;
+    for (int i = 0; i < size; ++i) {
+      EXPECT_EQ(CallPlace(vector, 3, i, &item), S_OK);
       items += (i == 0 ? L"" : L" ") + Taken(item);
+    }
+    for (const int beyond : {-1, static_cast<int>(size)}) {
+      EXPECT_EQ(CallPlace(vector, 3, beyond, &item), HRESULT(0x800A0005));
     }
     vector->Release();
     return items;
-  }
-  std::wstring LastError() {
-    BSTR text = nullptr;
-    EXPECT_EQ(CallPlace(engine, 60, &text), S_OK);
-    return Taken(text);
   }
 
   RegisteredEngine user;
   std::vector<BSTR> texts;
   IDispatch* engine = nullptr;
   IDispatch* recipients = nullptr;
-  LONG status = 99;
+  IDispatch* const no_account = nullptr;
+  BSTR out = nullptr;
 };
 
 TEST_F(ByPlaceTest, TextsAreSignedVerifiedEncryptedAndDecrypted) {
-  IDispatch* const no_account = nullptr;
-  const std::wstring text = L"gr\xFC\xDF \xD83D\xDE00\r\n";
-  BSTR out = nullptr;
-  EXPECT_EQ(CallPlace(engine, 34, Text(text), no_account, &out, &status), S_OK);
-  EXPECT_EQ(status, 0);
-  const BSTR signed_text = out;
-  EXPECT_TRUE(std::wstring(signed_text).starts_with(L"-----BEGIN PGP SIGNED MESSAGE-----\r\n"));
+  const std::wstring text(L"gr\xFC\xDF \0 \xD83D\xDE00\r\n", 11);
+  EXPECT_EQ(StatusOf(34, Text(text), no_account, &out), 0);
+  const std::wstring signed_text = Taken(out);
+  EXPECT_TRUE(signed_text.starts_with(L"-----BEGIN PGP SIGNED MESSAGE-----\r\n"));
   IDispatch* signers = nullptr;
   IDispatch* unknown = New(L"NimbraEncryptionEngine.StringVector");
-  BSTR content = nullptr;
-  EXPECT_EQ(CallPlace(engine, 57, signed_text, &signers, &unknown, &content, &status), S_OK);
-  EXPECT_EQ(status, 1);
+  EXPECT_EQ(CallPlace(unknown, 0, Text(L"kept")), S_OK);
+  EXPECT_EQ(StatusOf(57, Text(signed_text), &signers, &unknown, &out), 1);
   EXPECT_EQ(Items(signers), L"alice@example.org");
-  EXPECT_EQ(Items(unknown), L"");
-  EXPECT_EQ(Taken(content), text);
+  EXPECT_EQ(Items(unknown), L"kept");
+  EXPECT_EQ(Taken(out), text);
 
-  EXPECT_EQ(CallPlace(engine, 48, recipients, Text(text), &out, &status), S_OK);
-  EXPECT_EQ(status, 0);
-  const BSTR armoured = out;
-  EXPECT_TRUE(std::wstring(armoured).starts_with(L"-----BEGIN PGP MESSAGE-----\r\n"));
-  EXPECT_EQ(CallPlace(engine, 52, armoured, no_account, &out, &status), S_OK);
-  EXPECT_EQ(status, 0);
+  EXPECT_EQ(StatusOf(48, recipients, Text(text), &out), 0);
+  const std::wstring armoured = Taken(out);
+  EXPECT_TRUE(armoured.starts_with(L"-----BEGIN PGP MESSAGE-----\r\n"));
+  EXPECT_EQ(StatusOf(52, Text(armoured), no_account, &out), 0);
   EXPECT_EQ(Taken(out), text);
 }
 
 TEST_F(ByPlaceTest, FilesAreSignedVerifiedEncryptedAndDecrypted) {
-  IDispatch* const no_account = nullptr;
   const std::wstring plain = Write(L"plain.txt", "data");
-  BSTR signature = nullptr;
-  EXPECT_EQ(CallPlace(engine, 32, Text(plain), &signature, &status), S_OK);
-  EXPECT_EQ(status, 0);
+  EXPECT_EQ(StatusOf(32, Text(plain), &out), 0);
+  const std::wstring signature = Taken(out);
   IDispatch* signers = nullptr;
   IDispatch* unknown = nullptr;
-  EXPECT_EQ(CallPlace(engine, 59, Text(plain), signature, &signers, &unknown, &status), S_OK);
-  EXPECT_EQ(status, 1);
+  EXPECT_EQ(StatusOf(59, Text(plain), Text(signature), &signers, &unknown), 1);
   EXPECT_EQ(Items(signers), L"alice@example.org");
   EXPECT_EQ(Items(unknown), L"");
-  EXPECT_TRUE(DeleteFileW(signature));
+  EXPECT_TRUE(DeleteFileW(signature.c_str()));
 
-  const std::wstring encrypted = plain + L".pgp";
-  BSTR place = Text(encrypted);
-  EXPECT_EQ(CallPlace(engine, 66, recipients, Text(plain), &place, &status), S_OK);
-  EXPECT_EQ(status, 0);
-  EXPECT_EQ(Taken(place), encrypted);
-  EXPECT_NE(testing::ContentOf(encrypted), "data");
-  EXPECT_EQ(CallPlace(engine, 51, Text(encrypted), no_account, &status), S_OK);
-  EXPECT_EQ(status, 0);
-  EXPECT_EQ(testing::ContentOf(encrypted), "data");
-  place = nullptr;
-  EXPECT_EQ(CallPlace(engine, 66, recipients, Text(plain), &place, &status), S_OK);
-  const std::wstring chosen = Taken(place);
-  EXPECT_EQ(CallPlace(engine, 51, Text(chosen), no_account, &status), S_OK);
-  EXPECT_EQ(testing::ContentOf(chosen), "data");
-  EXPECT_TRUE(DeleteFileW(chosen.c_str()));
+  for (const std::wstring& wanted : {plain + L".pgp", std::wstring()}) {
+    BSTR place = SysAllocString(wanted.c_str());
+    EXPECT_EQ(StatusOf(66, recipients, Text(plain), &place), 0);
+    const std::wstring encrypted = Taken(place);
+    EXPECT_TRUE(encrypted == wanted || wanted.empty());
+    EXPECT_NE(testing::ContentOf(encrypted), "data");
+    EXPECT_EQ(StatusOf(51, Text(encrypted), no_account), 0);
+    EXPECT_EQ(testing::ContentOf(encrypted), "data");
+    EXPECT_TRUE(DeleteFileW(encrypted.c_str()));
+  }
 }
 
 TEST_F(ByPlaceTest, OptionsModesAndQueriesWork) {
-  IDispatch* const no_account = nullptr;
-  BSTR out = nullptr;
   EXPECT_EQ(CallPlace(engine, 14, Text(L"pgpMessageHeader"), Text(L"Corvessa 1")), S_OK);
   EXPECT_EQ(CallPlace(engine, 68, VARIANT_TRUE), S_OK);
-  EXPECT_EQ(CallPlace(engine, 48, recipients, Text(L"x"), &out, &status), S_OK);
+  EXPECT_EQ(StatusOf(48, recipients, Text(L"x"), &out), 0);
   const std::wstring armoured = Taken(out);
   EXPECT_NE(armoured.find(L"\r\nVersion: Corvessa 1\r\n"), std::wstring::npos);
   // A hidden recipient's key ID is eight zeros, the first of them at the third byte.
   EXPECT_NE(armoured.find(L"\r\n\r\nwV4DAAAAAAAAAAAS"), std::wstring::npos);
 
-  EXPECT_EQ(CallPlace(engine, 22, Text(L"alice@example.org"), &out, &status), S_OK);
-  EXPECT_EQ(status, 0);
+  EXPECT_EQ(StatusOf(22, Text(L"alice@example.org"), &out), 0);
   EXPECT_EQ(Taken(out).size(), 40U);
-  EXPECT_EQ(CallPlace(engine, 22, Text(L"bob@example.org"), &out, &status), S_OK);
-  EXPECT_EQ(status, -13);
+  EXPECT_EQ(StatusOf(22, Text(L"bob@example.org"), &out), -13);
   EXPECT_EQ(out, nullptr);
-  EXPECT_NE(LastError().find(L"bob@example.org"), std::wstring::npos);
+  EXPECT_EQ(CallPlace(engine, 60, &out), S_OK);
+  EXPECT_NE(Taken(out).find(L"bob@example.org"), std::wstring::npos);
 
   Write(L"Nimbra Communications\\Corvessa Professional\\adk.txt",
         "example.org: vault@example.org\n");
   for (const int place : {69, 70}) {
     IDispatch* addresses = nullptr;
-    EXPECT_EQ(CallPlace(engine, place, Text(L"bob@example.org"), &addresses, &status), S_OK);
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(StatusOf(place, Text(L"bob@example.org"), &addresses), 0);
     EXPECT_EQ(Items(addresses), L"vault@example.org");
   }
 
-  EXPECT_EQ(CallPlace(engine, 15, &status), S_OK);
-  EXPECT_EQ(CallPlace(engine, 52, Text(armoured), no_account, &out, &status), S_OK);
-  EXPECT_EQ(status, -13) << "nothing is unlocked";
-  EXPECT_EQ(CallPlace(engine, 30, Text(L"alice@example.org"), Text(L"guess"), &status), S_OK);
-  EXPECT_EQ(status, -4);
+  EXPECT_EQ(StatusOf(15), 0);
+  EXPECT_EQ(StatusOf(52, Text(armoured), no_account, &out), -13) << "nothing is unlocked";
+  EXPECT_EQ(StatusOf(30, Text(L"alice@example.org"), Text(L"guess")), -4);
 }
 
 TEST_F(ByPlaceTest, OtherPlacesAreReserved) {

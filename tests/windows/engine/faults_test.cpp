@@ -6,12 +6,11 @@
 #include <shlobj.h>
 #include <wininet.h>
 
-#include "idl/engine.h"
+#include "base/guard.h"
+#include "support/scripted_engine.h"
+#include "support/shell.h"
 #include "system/files.h"
-#include "windows/com/bstr.h"
-#include "windows/com/create.h"
-#include "windows/com/errors.h"
-#include "windows/engine/key_server.h"
+#include "windows/engine/com_engine.h"
 #include "windows/engine/registered_engine.h"
 #include "windows_engine/engine_setup.h"
 
@@ -21,8 +20,10 @@
 namespace corvessa::windows {
 namespace {
 
-using com::Bstr;
-using Microsoft::WRL::ComPtr;
+using platform::EngineStatus;
+using testing::ContentOf;
+using testing::WriteContent;
+using To = testing::ScriptedStringVector;
 
 /// Counts down to the call that is to fail; none at 0.
 std::atomic<int> g_calls_left = 0;
@@ -111,93 +112,80 @@ void InstallAll(HMODULE module) {
 #undef HOOK
 }
 
-/// One object of the component with what its calls use and answer.
-struct Session {
-  ComPtr<INimbraEncryptionEngine> engine;
-  ComPtr<INimbraKeyUpkeep> upkeep;
-  ComPtr<IEngineStringVector> recipients;
-  std::string path;
-  std::string encrypted;
-  std::string armoured;
-  std::string result;
+/// The key server of the Linux side's Python, which answers every look-up with the same key.
+class KeyServer {
+ public:
+  explicit KeyServer(const std::string& key) {
+    std::filesystem::create_directory(folder_ / "pks");
+    WriteContent(folder_ / "pks/lookup", key);
+    testing::RunShell("cd " + testing::ShellPath(folder_.Path()) +
+                      "; timeout 600 python3 -u -m http.server --bind 127.0.0.1 0 >log 2>&1 &"
+                      " echo $! >pid; until grep -q port log; do sleep 0.1; done");
+    const std::string log = ContentOf(folder_ / "log");
+    port_ = std::to_string(std::stoi(log.substr(log.find("port ") + 5)));
+  }
+  ~KeyServer() { testing::RunShell("kill " + ContentOf(folder_ / "pid")); }
+  KeyServer(const KeyServer&) = delete;
+  KeyServer& operator=(const KeyServer&) = delete;
+
+  std::string Url() const { return "http://127.0.0.1:" + port_; }
+
+ private:
+  testing::TempFolder folder_;
+  std::string port_;
 };
 
 struct Operation {
   const char* name;
-  /// Returns the HRESULT; the status comes out.
-  std::function<HRESULT(Session&, LONG& status)> call;
+  std::function<EngineStatus()> call;
   /// What the call must have brought about if it says that it is done.
-  std::function<bool(const Session&)> is_done = [](const Session&) { return true; };
+  std::function<bool()> is_done = [] { return true; };
   bool looks_up = false;
 };
 
 class FaultsTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    const auto tool = RegisteredEngine::OpenDirectly();
-    engine::KeyInfo made;
-    ASSERT_EQ(tool->GenerateKey("", "alice@example.org", "secret", made), 0);
+    user.Generate(kAlice);
     engine::EngineConfig config = UserEngineConfig();
     config.rings_folder = user.folder / "carol";
-    const auto carol = engine::CreateOpenPgpEngine(config);
-    ASSERT_EQ(carol->GenerateKey("", "carol@example.org", "secret", made), 0);
-    ASSERT_EQ(carol->ExportPublicKeys("carol@example.org", carols_key), 0);
-    module = LoadLibraryW(WindowsPath(CORVESSA_ENGINE_DLL).c_str());
+    const auto donor = engine::CreateOpenPgpEngine(config);
+    engine::KeyInfo made;
+    ASSERT_EQ(donor->GenerateKey("", kCarol, "secret", made), 0);
+    ASSERT_EQ(donor->ExportPublicKeys(kCarol, carols_key), 0);
+    const HMODULE module = LoadLibraryW(WindowsPath(CORVESSA_ENGINE_DLL).c_str());
     ASSERT_NE(module, nullptr);
     InstallAll(module);
+    keys = RegisteredKeys();
+    WriteContent(user.folder / "plain", "data");
   }
 
-  void Open(Session& session) const {
-    session.engine = com::CreateByProgId<INimbraEncryptionEngine>(L"NimbraEncryptionEngine.Engine");
-    com::Check(session.engine.As(&session.upkeep));
-    session.recipients =
-        com::CreateByProgId<IEngineStringVector>(L"NimbraEncryptionEngine.StringVector");
-    com::Check(session.recipients->Add(Bstr("alice@example.org").Get()));
-    LONG status = 99;
-    com::Check(session.engine->AuthenticateAccount(Bstr("alice@example.org").Get(),
-                                                   Bstr("secret").Get(), &status));
-    EXPECT_EQ(status, 0);
-    session.path = system::PathText(user.folder / "plain");
-    testing::WriteContent(user.folder / "plain", "data");
-    session.encrypted = system::PathText(user.folder / "encrypted");
+  void Open() {
+    engine = CreateComEngineFactory()->CreateEngine();
+    EXPECT_EQ(engine->AuthenticateAccount(kAlice, "secret"), 0);
   }
-
   /// What the next call needs. That it succeeds shows that the failure before did no harm.
-  static void Prepare(Session& session) {
-    LONG status = 99;
-    Bstr armoured;
-    com::Check(session.engine->EncryptText(session.recipients.Get(), Bstr("text").Get(),
-                                           armoured.Receive(), &status));
-    EXPECT_EQ(status, 0);
-    session.armoured = armoured.Text();
-    Bstr place(session.encrypted);
-    com::Check(session.engine->EncryptFileToFile(session.recipients.Get(), Bstr(session.path).Get(),
-                                                 place.Exchange(), &status));
-    EXPECT_EQ(status, 0);
+  void Prepare() {
+    EXPECT_EQ(engine->EncryptText(To({kAlice}), "text", armoured), 0);
+    EXPECT_EQ(engine->EncryptFileToFile(To({kAlice}), plain, encrypted), 0);
   }
 
   /// The number of calls to the system.
-  int Sweep(const Operation& operation, const KeyServer& server) const {
-    Session session;
-    Open(session);
+  int Sweep(const Operation& operation, const KeyServer& server) {
+    Open();
     for (int n = 1;; ++n) {
       SCOPED_TRACE(std::string(operation.name) + ", call " + std::to_string(n) + " fails");
       // An engine looks an address up only once.
-      if (operation.looks_up) Open(session);
-      Prepare(session);
-      if (operation.looks_up) {
-        com::Check(
-            session.engine->SetOption(Bstr("lookupKeyservers").Get(), Bstr(server.Url()).Get()));
-      }
-      const std::string before = testing::ContentOf(user.folder / "encrypted");
-      LONG status = 99;
+      if (operation.looks_up) Open();
+      Prepare();
+      if (operation.looks_up) engine->SetOption("lookupKeyservers", server.Url());
+      const std::string before = ContentOf(encrypted);
+      EngineStatus status = -11;
       g_calls_left = n;
-      const HRESULT answer = operation.call(session, status);
+      Attempt([&] { status = operation.call(); });
       const bool has_failed = g_calls_left.exchange(0) == 0;
-      EXPECT_NE(status, 99);
-      EXPECT_TRUE(SUCCEEDED(answer) || status == -11);
-      EXPECT_TRUE(status != 0 || operation.is_done(session));
-      const std::string after = testing::ContentOf(user.folder / "encrypted");
+      EXPECT_TRUE(status != 0 || operation.is_done());
+      const std::string after = ContentOf(encrypted);
       EXPECT_TRUE(after == before || after == "data");
       EXPECT_EQ(engine::FindKeyTrouble(UserEngineConfig().rings_folder), "");
       if (has_failed && !::testing::Test::HasFailure()) continue;
@@ -206,91 +194,50 @@ class FaultsTest : public ::testing::Test {
     }
   }
 
+  static constexpr const char* kAlice = "alice@example.org";
+  static constexpr const char* kCarol = "carol@example.org";
   RegisteredEngine user;
   std::string carols_key;
-  HMODULE module = nullptr;
+  platform::EnginePtr engine;
+  std::shared_ptr<engine::KeyUpkeep> keys;
+  const std::string plain = system::PathText(user.folder / "plain");
+  const std::string encrypted = system::PathText(user.folder / "encrypted");
+  std::string armoured;
 };
 
 TEST_F(FaultsTest, EveryFailureOfTheSystemIsAnAnswer) {
   const KeyServer server(carols_key);
-  const auto take = [](Bstr& text, Session& session, LONG status) {
-    if (status == 0) session.result = text.Text();
-  };
+  std::string result;
+  std::vector<engine::KeyInfo> imported;
   const std::vector<Operation> operations = {
-      {"creation",
-       [](Session&, LONG& status) {
-         try {
-           com::CreateByProgId<INimbraEncryptionEngine>(L"NimbraEncryptionEngine.Engine");
-           status = 0;
-         } catch (const Error&) {
-           status = -11;
-         }
-         return S_OK;
-       }},
-      {"DecryptTextEx",
-       [&](Session& session, LONG& status) {
-         Bstr plain;
-         const HRESULT answer = session.engine->DecryptTextEx(Bstr(session.armoured).Get(), nullptr,
-                                                              plain.Receive(), &status);
-         take(plain, session, status);
-         return answer;
-       },
-       [](const Session& session) { return session.result == "text"; }},
+      {"creation", [] { return CreateComEngineFactory()->CreateEngine() ? 0 : -11; }},
+      {"DecryptTextEx", [&] { return engine->DecryptTextEx(armoured, nullptr, result); },
+       [&] { return result == "text"; }},
       {"EncryptText with a look-up",
-       [&](Session& session, LONG& status) {
-         com::Check(session.recipients->Add(Bstr("carol@example.org").Get()));
-         Bstr armoured;
-         const HRESULT answer = session.engine->EncryptText(
-             session.recipients.Get(), Bstr("x").Get(), armoured.Receive(), &status);
-         take(armoured, session, status);
-         return answer;
+       [&] {
+         return engine->EncryptText(To({kAlice, kCarol}), "x", result);
        },
-       [](const Session& session) { return session.result.starts_with("-----BEGIN PGP MESSAGE"); },
-       true},
+       [&] { return result.starts_with("-----BEGIN PGP MESSAGE"); }, true},
       {"EncryptFileToFile",
-       [](Session& session, LONG& status) {
-         Bstr place;
-         const HRESULT answer = session.engine->EncryptFileToFile(
-             session.recipients.Get(), Bstr(session.path).Get(), place.Exchange(), &status);
-         DeleteFileW(place.Get());
-         return answer;
-       }},
-      {"DecryptFileEx",
-       [](Session& session, LONG& status) {
-         return session.engine->DecryptFileEx(Bstr(session.encrypted).Get(), nullptr, &status);
-       },
-       [&](const Session&) { return testing::ContentOf(user.folder / "encrypted") == "data"; }},
+       [&] { return engine->EncryptFileToFile(To({kAlice}), plain, encrypted + "2"); }},
+      {"DecryptFileEx", [&] { return engine->DecryptFileEx(encrypted, nullptr); },
+       [&] { return ContentOf(encrypted) == "data"; }},
       {"SignFile",
-       [](Session& session, LONG& status) {
-         Bstr signature;
-         const HRESULT answer =
-             session.engine->SignFile(Bstr(session.path).Get(), signature.Receive(), &status);
-         DeleteFileW(signature.Get());
-         return answer;
+       [&] {
+         const auto status = engine->SignFile(plain, result);
+         if (status == 0) std::filesystem::remove(result);
+         return status;
        }},
       {"GetAddressADKs",
-       [](Session& session, LONG& status) {
-         ComPtr<IEngineStringVector> found;
-         return session.engine->GetAddressADKs(Bstr("alice@example.org").Get(),
-                                               found.GetAddressOf(), &status);
+       [&] {
+         To found;
+         return engine->GetAddressADKs(kAlice, found);
        }},
-      {"ImportKeys",
-       [&](Session& session, LONG& status) {
-         SAFEARRAY* const bytes =
-             SafeArrayCreateVector(VT_UI1, 0, static_cast<ULONG>(carols_key.size()));
-         carols_key.copy(static_cast<char*>(bytes->pvData), carols_key.size());
-         ComPtr<IEngineStringVector> imported;
-         const HRESULT answer =
-             session.upkeep->ImportKeys(bytes, nullptr, imported.GetAddressOf(), &status);
-         SafeArrayDestroy(bytes);
-         return answer;
-       }},
-      {"RemoveKeys", [&](Session& session, LONG& status) {
+      {"ImportKeys", [&] { return keys->ImportKeys(carols_key, {}, imported); }},
+      {"RemoveKeys", [&] {
          // Only the DLL's calls fail.
-         std::vector<engine::KeyInfo> imported;
-         const auto tool = RegisteredEngine::OpenDirectly();
-         EXPECT_EQ(tool->ImportKeys(carols_key, nullptr, imported), 0);
-         return session.upkeep->RemoveKeys(Bstr("carol@example.org").Get(), &status);
+         EXPECT_EQ(user.OpenDirectly()->ImportKeys(carols_key, {}, imported), 0);
+         return keys->RemoveKeys(kCarol);
        }}};
   int calls = 0;
   for (const auto& operation : operations) calls += Sweep(operation, server);

@@ -2,19 +2,14 @@
 #include <ole2.h>
 #include <psapi.h>
 
-#include "idl/engine.h"
-#include "windows/com/bstr.h"
-#include "windows/com/create.h"
-#include "windows/com/errors.h"
+#include "support/scripted_engine.h"
+#include "windows/engine/com_engine.h"
 #include "windows/engine/registered_engine.h"
 
 // What is left of the component when its users are done with it.
 
 namespace corvessa::windows {
 namespace {
-
-using com::Bstr;
-using Microsoft::WRL::ComPtr;
 
 std::size_t PrivateBytes() {
   PROCESS_MEMORY_COUNTERS counters = {};
@@ -31,28 +26,16 @@ std::uintptr_t NextHandle() {
 
 class LifetimeTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    engine::KeyInfo made;
-    const auto tool = RegisteredEngine::OpenDirectly();
-    ASSERT_EQ(tool->GenerateKey("", "alice@example.org", "secret", made), 0);
-  }
+  void SetUp() override { user.Generate("alice@example.org"); }
 
   static void CreateUseAndRelease() {
-    const auto engine =
-        com::CreateByProgId<INimbraEncryptionEngine>(L"NimbraEncryptionEngine.Engine");
-    const auto recipients =
-        com::CreateByProgId<IEngineStringVector>(L"NimbraEncryptionEngine.StringVector");
-    com::Check(recipients->Add(Bstr("alice@example.org").Get()));
-    Bstr armoured;
-    LONG status = 99;
-    com::Check(engine->EncryptText(recipients.Get(), Bstr("x").Get(), armoured.Receive(), &status));
-    ASSERT_EQ(status, 0);
-    ComPtr<IEngineStringVector> signers;
-    ComPtr<IEngineStringVector> unknown;
-    Bstr content;
-    com::Check(engine->VerifyText(armoured.Get(), signers.GetAddressOf(), unknown.GetAddressOf(),
-                                  content.Receive(), &status));
-    ASSERT_LT(status, 0);
+    using Vector = testing::ScriptedStringVector;
+    const auto engine = CreateComEngineFactory()->CreateEngine();
+    std::string armoured;
+    ASSERT_EQ(engine->EncryptText(Vector({"alice@example.org"}), "x", armoured), 0);
+    Vector signers;
+    Vector unknown;
+    ASSERT_LT(engine->VerifyText(armoured, signers, unknown, armoured), 0);
   }
 
   RegisteredEngine user;

@@ -11,28 +11,9 @@ namespace {
 
 constexpr auto kShellFolders =
     L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
-constexpr auto kVariable = L"CORVESSA_TEST_DATA";
 
 void Require(bool succeeded, const char* what) {
   if (!succeeded) throw std::runtime_error(what);
-}
-
-/// As the installer registers it: for all programs of this user, so once is enough.
-void Register() {
-  const HMODULE dll = LoadLibraryW(WindowsPath(CORVESSA_ENGINE_DLL).c_str());
-  Require(dll != nullptr, "corvessa_engine.dll cannot be loaded");
-  const auto register_server = GetProcAddress(dll, "DllRegisterServer");
-  Require(register_server() == S_OK, "corvessa_engine.dll cannot be registered");
-  FreeLibrary(dll);
-}
-
-/// Programs of one user run side by side; each finds its own folder in its environment.
-void MoveApplicationData(const std::filesystem::path& folder) {
-  const std::wstring value = L"%" + std::wstring(kVariable) + L"%";
-  Require(RegSetKeyValueW(HKEY_CURRENT_USER, kShellFolders, L"AppData", REG_EXPAND_SZ,
-                          value.c_str(), static_cast<DWORD>((value.size() + 1) * 2)) == 0,
-          "the folder of application data cannot be moved");
-  Require(SetEnvironmentVariableW(kVariable, folder.c_str()), "no environment");
 }
 
 }  // namespace
@@ -44,9 +25,20 @@ std::wstring WindowsPath(const std::string& path) {
 }
 
 RegisteredEngine::RegisteredEngine() {
-  static const bool is_registered = (Register(), true);
-  Require(is_registered, "never");
-  MoveApplicationData(folder.Path());
+  // As the installer registers it: for all programs of this user, so once is enough.
+  static const bool is_registered = [] {
+    const HMODULE dll = LoadLibraryW(WindowsPath(CORVESSA_ENGINE_DLL).c_str());
+    Require(dll != nullptr, "corvessa_engine.dll cannot be loaded");
+    const bool succeeded = GetProcAddress(dll, "DllRegisterServer")() == S_OK;
+    return FreeLibrary(dll) && succeeded;
+  }();
+  Require(is_registered, "corvessa_engine.dll cannot be registered");
+  // Programs of one user run side by side; each finds its own folder in its environment.
+  constexpr wchar_t kValue[] = L"%CORVESSA_TEST_DATA%";
+  Require(RegSetKeyValueW(HKEY_CURRENT_USER, kShellFolders, L"AppData", REG_EXPAND_SZ, kValue,
+                          sizeof kValue) == 0,
+          "the folder of application data cannot be moved");
+  Require(SetEnvironmentVariableW(L"CORVESSA_TEST_DATA", folder.Path().c_str()), "no environment");
   Require(SUCCEEDED(CoInitialize(nullptr)), "no COM");
 }
 
@@ -56,6 +48,11 @@ RegisteredEngine::~RegisteredEngine() {
 
 std::shared_ptr<engine::OpenPgpEngine> RegisteredEngine::OpenDirectly() {
   return OpenUserEngine();
+}
+
+void RegisteredEngine::Generate(const std::string& address) {
+  engine::KeyInfo made;
+  Require(OpenUserEngine()->GenerateKey("", address, "secret", made) == 0, "no key was made");
 }
 
 }  // namespace corvessa::windows

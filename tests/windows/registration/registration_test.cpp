@@ -19,17 +19,8 @@ std::wstring Dll() {
   return path;
 }
 
-DWORD Regsvr32(const std::wstring& arguments) {
-  std::wstring line = L"regsvr32.exe /s " + arguments;
-  STARTUPINFOW startup = {};
-  startup.cb = sizeof startup;
-  PROCESS_INFORMATION started = {};
-  EXPECT_TRUE(CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                             &startup, &started));
-  WaitForSingleObject(started.hProcess, INFINITE);
-  DWORD code = 99;
-  GetExitCodeProcess(started.hProcess, &code);
-  return code;
+int Regsvr32(const std::wstring& arguments) {
+  return _wsystem((L"regsvr32.exe /s " + arguments).c_str());
 }
 
 /// A key's own value, or the one of that name, for every user of this machine.
@@ -42,7 +33,7 @@ std::optional<std::wstring> Value(const std::wstring& key, const wchar_t* name =
 }
 
 TEST(RegistrationTest, IsForEveryUserAndIsTakenBack) {
-  for (int i = 0; i < 2; ++i) EXPECT_EQ(Regsvr32(Dll()), 0U);
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(Regsvr32(Dll()), 0);
   EXPECT_EQ(Value(L"NimbraEncryptionEngine.Engine\\CLSID"), kEngine);
   EXPECT_EQ(Value(L"CLSID\\" + kEngine + L"\\InprocServer32"), Dll());
   EXPECT_EQ(Value(L"CLSID\\" + kEngine + L"\\InprocServer32", L"ThreadingModel"), L"Apartment");
@@ -51,7 +42,7 @@ TEST(RegistrationTest, IsForEveryUserAndIsTakenBack) {
   EXPECT_TRUE(Value(L"NimbraEncryptionEngine.StringVector\\CLSID"));
   EXPECT_TRUE(Value(L"TypeLib\\" + kLibrary + L"\\1.0"));
 
-  for (int i = 0; i < 2; ++i) EXPECT_EQ(Regsvr32(L"/u " + Dll()), 0U);
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(Regsvr32(L"/u " + Dll()), 0);
   for (const auto* key : {L"NimbraEncryptionEngine.Engine", L"NimbraEncryptionEngine.StringVector",
                           L"CLSID\\{5F1A01CD-C172-4740-8EB5-CA6F96D5E0FB}",
                           L"CLSID\\{6048891C-9B16-403C-BB45-28DDA37CA7EE}",
