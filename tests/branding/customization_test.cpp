@@ -2,6 +2,7 @@
 
 #include "base/debug_info.h"
 #include "base/text.h"
+#include "platform/host.h"
 #include "support/addin_fixture.h"
 #include "ui/controls.h"
 #include "ui/form.h"
