@@ -147,7 +147,8 @@ bool CryptoOperations::ReInsertAttachments(const platform::MailItemPtr& item,
     const bool cleared = ClearAttachments(item);
     if (!cleared && !originals) return false;
     // Attachments are taken out from the last one on: the first ones are still there.
-    std::int32_t still_there = item->Attachments()->Count();
+    const auto list = item->Attachments();
+    std::int32_t still_there = list->Count();
     bool all_inserted = cleared;
     const bool all_seen =
         ForEachAttachment(attachments, "Loading attachments", [&](const AttachmentNodePtr& node) {
@@ -155,7 +156,7 @@ bool CryptoOperations::ReInsertAttachments(const platform::MailItemPtr& item,
           if (path.empty() || still_there-- > 0) return;
           // One that fails must not cost the rest.
           all_inserted &= Guarded(kPrefix, false, [&] {
-            item->Attachments()->Add(path, node->sDisplayName);
+            list->Add(path, node->sDisplayName);
             return true;
           });
         });

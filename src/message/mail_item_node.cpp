@@ -54,8 +54,13 @@ void MailItemNode::InitialiseNode(const platform::MailItemPtr& item, std::int32_
     m_oMailItem = item;
     bars_.Bind(item, node_id, weak_from_this());
     item_events_ = item->Subscribe(*this);
-    if (IsReceived(item)) pass_.KeepOriginal(*item);
+    if (WasReceived()) pass_.KeepOriginal(*item);
   });
+}
+
+bool MailItemNode::WasReceived() {
+  if (!was_received_) was_received_ = IsReceived(m_oMailItem);
+  return was_received_;
 }
 
 void MailItemNode::ClearNodeID() {
@@ -83,7 +88,7 @@ void MailItemNode::OpenItem() {
   bars_.RemoveAll();
   ReportFacts(platform::MessageFacts::State::kLeftAlone);
   pass_.Reset();
-  if (!IsReceived(m_oMailItem)) {
+  if (!WasReceived()) {
     m_bEncryptedReply = ReadHeaderFlag(m_oMailItem, g_sEncryptedReplyCaption);
     bars_.AddOptions(m_bEncryptedReply);
     return;
@@ -117,7 +122,7 @@ void MailItemNode::DecryptVerifyMail(const platform::MailItemPtr& item,
 
 void MailItemNode::DecryptVerifyProtected(const platform::MailItemPtr& item,
                                           AttachmentNodes& attachments, bool headers) {
-  const bool received = IsReceived(m_oMailItem);
+  const bool received = WasReceived();
   std::string text;
   const Error error = Attempt([&] { pass_.Run(item, attachments, received, text); });
   if (!pass_.IsStillOpen()) {

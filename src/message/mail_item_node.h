@@ -74,6 +74,8 @@ class MailItemNode final : public platform::MailItemEvents,
     m_oMailItem_Forward(forward, cancel);
   }
 
+  /// Asks the item until it says yes: a mail that was received stays one.
+  bool WasReceived();
   void OpenItem();
   void DecryptVerifyProtected(const platform::MailItemPtr& item, AttachmentNodes& attachments,
                               bool headers);
@@ -96,6 +98,7 @@ class MailItemNode final : public platform::MailItemEvents,
   ReadingPass pass_;
   platform::Subscription item_events_;
   bool in_pass_ = false;
+  bool was_received_ = false;
 };
 
 }  // namespace corvessa

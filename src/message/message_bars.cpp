@@ -26,9 +26,8 @@ bool IsArmoured(std::string_view text) {
 }
 
 void RemoveBar(const platform::MailItemPtr& item, std::string_view name) {
-  Ignoring([&] {
-    if (const auto bar = FindBar(*item, name)) bar->Delete();
-  });
+  // By its name instead of by walking them all: every opening removes four bars that are not there.
+  Ignoring([&] { item->GetInspector()->CommandBars()->ItemByName(name)->Delete(); });
 }
 
 platform::CommandBarControlsPtr AddBar(platform::MailItem& item, std::string_view name) {

@@ -7,6 +7,7 @@ namespace corvessa::com {
 namespace {
 
 int g_depth = 0;
+unsigned long g_entries = 0;
 
 std::vector<std::function<void()>>& Actions() {
   static std::vector<std::function<void()>> actions;
@@ -17,11 +18,16 @@ std::vector<std::function<void()>>& Actions() {
 
 Entry::Entry() {
   ++g_depth;
+  ++g_entries;
 }
 
 Entry::~Entry() {
   if (--g_depth > 0) return;
   for (const auto& action : std::exchange(Actions(), {})) action();
+}
+
+unsigned long EntryCount() {
+  return g_entries;
 }
 
 void RunWhenLeft(std::function<void()> action) {

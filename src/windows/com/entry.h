@@ -14,6 +14,10 @@ class Entry {
   Entry& operator=(const Entry&) = delete;
 };
 
+/// How many calls have come in so far. While it is the same, nothing else came in between: what was
+/// asked of Outlook since then still holds.
+unsigned long EntryCount();
+
 /// Runs the action when the outermost call leaves, or now if there is none: for what must not go
 /// while routines that use it are still on the stack. It must not throw.
 void RunWhenLeft(std::function<void()> action);

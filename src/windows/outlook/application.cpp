@@ -1,3 +1,4 @@
+#include "windows/com/entry.h"
 #include "windows/com/event_sink.h"
 #include "windows/com/variant.h"
 #include "windows/outlook/event_ids.h"
@@ -39,21 +40,30 @@ class LateBoundInspectors final : public LateBound<platform::Inspectors> {
   platform::Subscription Subscribe(platform::InspectorsEvents& sink) override {
     return com::Subscribe(object_.Get(), kInspectorsEvents, [&sink](DISPID event, auto& arguments) {
       if (event == kNewWindow) {
-        sink.NewInspector(WrapInspector(arguments.Object(0)));
+        sink.NewInspector(WrapInspector(arguments.Object(0), true));
       }
     });
   }
 };
 
-class LateBoundInspector final : public LateBound<platform::Inspector> {
+class LateBoundInspector final : public LateBound<platform::Inspector>,
+                                 public std::enable_shared_from_this<LateBoundInspector> {
  public:
-  using LateBound::LateBound;
+  LateBoundInspector(DispatchPtr inspector, bool opened_now)
+      : LateBound(std::move(inspector)), opened_now_(opened_now) {}
 
+  /// Asked several times when a window opens.
   platform::MailItemPtr CurrentItem() override {
-    return WrapItem(object_.GetObjectProperty("CurrentItem"));
+    auto item = asked_ == com::EntryCount() ? item_.lock() : nullptr;
+    if (!item) item = WrapItem(object_.GetObjectProperty("CurrentItem"), weak_from_this());
+    item_ = item;
+    asked_ = com::EntryCount();
+    return item;
   }
+  /// A window has the same ones as long as it is open.
   platform::CommandBarsPtr CommandBars() override {
-    return WrapCommandBars(object_.GetObjectProperty("CommandBars"));
+    if (!bars_) bars_ = WrapCommandBars(object_.GetObjectProperty("CommandBars"), opened_now_);
+    return bars_;
   }
   bool IsWordMail() override { return object_.Call("IsWordMail").Flag(); }
   platform::Subscription Subscribe(platform::InspectorEvents& sink) override {
@@ -63,6 +73,13 @@ class LateBoundInspector final : public LateBound<platform::Inspector> {
       if (event == kInspectorClose) sink.Close();
     });
   }
+
+ private:
+  const bool opened_now_;
+  /// Not kept alive: its owner decides when Outlook gets it back.
+  std::weak_ptr<platform::MailItem> item_;
+  unsigned long asked_ = 0;
+  platform::CommandBarsPtr bars_;
 };
 
 /// An item that cannot be looked at must not leave unprotected.
@@ -111,8 +128,8 @@ platform::ApplicationPtr WrapApplication(DispatchPtr application) {
   return std::make_shared<LateBoundApplication>(std::move(application));
 }
 
-platform::InspectorPtr WrapInspector(DispatchPtr inspector) {
-  return std::make_shared<LateBoundInspector>(std::move(inspector));
+platform::InspectorPtr WrapInspector(DispatchPtr inspector, bool opened_now) {
+  return std::make_shared<LateBoundInspector>(std::move(inspector), opened_now);
 }
 
 }  // namespace corvessa::windows

@@ -1,4 +1,9 @@
+#include <optional>
+#include <set>
+#include <string>
+
 #include "base/error.h"
+#include "windows/com/entry.h"
 #include "windows/com/event_sink.h"
 #include "windows/com/variant.h"
 #include "windows/outlook/event_ids.h"
@@ -13,21 +18,48 @@ using com::Variant;
 /// msoControlButton.
 constexpr std::int32_t kButtonType = 1;
 
+/// What Office says of a button that nobody has changed since it was added. Every opening builds
+/// several, so that a value which a button has already is not set.
+struct NewButton {
+  bool is_visible = true;
+  bool begins_group = false;
+  std::string caption = {};
+  /// The tooltip is the caption until it is set.
+  bool has_tooltip = false;
+};
+
 class LateBoundButton final : public LateBound<platform::CommandBarButton> {
  public:
-  using LateBound::LateBound;
+  explicit LateBoundButton(DispatchPtr button, std::optional<NewButton> known = std::nullopt)
+      : LateBound(std::move(button)), known_(std::move(known)) {}
 
   std::string Caption() override { return Text("Caption"); }
-  void SetCaption(std::string_view caption) override { Put("Caption", caption); }
-  void SetTooltipText(std::string_view text) override { Put("TooltipText", text); }
+  void SetCaption(std::string_view caption) override {
+    // The tooltip was left to the caption that goes.
+    if (tooltip_is_caption_) PutTooltip(known_->caption);
+    Put("Caption", caption);
+    if (known_) known_->caption = caption;
+  }
+  void SetTooltipText(std::string_view text) override {
+    tooltip_is_caption_ = known_ && !known_->has_tooltip && known_->caption == text;
+    if (!tooltip_is_caption_) PutTooltip(text);
+  }
   void SetStyle(std::int32_t style) override { Put("Style", style); }
   void SetFaceId(std::int32_t face) override { Put("FaceId", face); }
   std::int32_t State() override { return Number("State"); }
   void SetState(std::int32_t state) override { Put("State", state); }
   void SetEnabled(bool enabled) override { Put("Enabled", enabled); }
-  void SetBeginGroup(bool begins_group) override { Put("BeginGroup", begins_group); }
+  void SetBeginGroup(bool begins_group) override {
+    if (known_ && known_->begins_group == begins_group) return;
+    Put("BeginGroup", begins_group);
+    if (known_) known_->begins_group = begins_group;
+  }
   void SetOnAction(std::string_view action) override { Put("OnAction", action); }
-  void SetVisible(bool visible) override { Put("Visible", visible); }
+  void SetVisible(bool visible) override {
+    if (known_ && known_->is_visible == visible) return;
+    Put("Visible", visible);
+    if (known_) known_->is_visible = visible;
+  }
   std::string Tag() override { return Text("Tag"); }
   void SetTag(std::string_view tag) override { Put("Tag", tag); }
   void PasteFace() override { object_.Call("PasteFace"); }
@@ -40,6 +72,17 @@ class LateBoundButton final : public LateBound<platform::CommandBarButton> {
       arguments.SetFlag(1, cancel_default);
     });
   }
+
+ private:
+  void PutTooltip(std::string_view text) {
+    Put("TooltipText", text);
+    tooltip_is_caption_ = false;
+    if (known_) known_->has_tooltip = true;
+  }
+
+  /// Missing for a button that was there before.
+  std::optional<NewButton> known_;
+  bool tooltip_is_caption_ = false;
 };
 
 class LateBoundControls final : public LateBound<platform::CommandBarControls> {
@@ -58,7 +101,8 @@ class LateBoundControls final : public LateBound<platform::CommandBarControls> {
         object_
             .Call("Add", {Variant(kButtonType).Get(), Missing(), Missing(), Missing(),
                           Variant(temporary).Get()})
-            .Object());
+            .Object(),
+        NewButton());
   }
 
  private:
@@ -78,29 +122,51 @@ class LateBoundBar final : public LateBound<platform::CommandBar> {
   void Delete() override { object_.Call("Delete"); }
 };
 
+/// Names of the bars that were added. Word shares its bars between windows, so they are kept for all.
+std::set<std::string, std::less<>>& AddedBars() {
+  static std::set<std::string, std::less<>> names;
+  return names;
+}
+
 class LateBoundBars final : public LateBound<platform::CommandBars> {
  public:
-  using LateBound::LateBound;
+  LateBoundBars(DispatchPtr bars, bool only_ours)
+      : LateBound(std::move(bars)), only_ours_(only_ours) {}
 
   std::int32_t Count() override { return Number("Count"); }
   platform::CommandBarPtr Item(std::int32_t index) override {
     return std::make_shared<LateBoundBar>(ItemOf(object_, index));
   }
   platform::CommandBarPtr ItemByName(std::string_view name) override {
-    return std::make_shared<LateBoundBar>(object_.GetObjectProperty("Item", {Variant(name).Get()}));
+    if (only_ours_ && !AddedBars().contains(name)) Raise(kInvalidArgument);
+    // An opening asks twice for the bar that it builds, to remove an old one.
+    if (std::exchange(asked_, com::EntryCount()) != com::EntryCount()) missing_.clear();
+    if (!missing_.emplace(name).second) Raise(kInvalidArgument);
+    auto bar =
+        std::make_shared<LateBoundBar>(object_.GetObjectProperty("Item", {Variant(name).Get()}));
+    missing_.erase(missing_.find(name));
+    return bar;
   }
   platform::CommandBarPtr Add(std::string_view name, bool temporary) override {
+    AddedBars().emplace(name);
+    missing_.clear();
     // Name, Position, MenuBar, Temporary.
     return std::make_shared<LateBoundBar>(
         object_.Call("Add", {Variant(name).Get(), Missing(), Missing(), Variant(temporary).Get()})
             .Object());
   }
+
+ private:
+  const bool only_ours_;
+  /// As far as this call into the add-in has asked for them.
+  std::set<std::string, std::less<>> missing_;
+  unsigned long asked_ = 0;
 };
 
 }  // namespace
 
-platform::CommandBarsPtr WrapCommandBars(DispatchPtr bars) {
-  return std::make_shared<LateBoundBars>(std::move(bars));
+platform::CommandBarsPtr WrapCommandBars(DispatchPtr bars, bool only_ours) {
+  return std::make_shared<LateBoundBars>(std::move(bars), only_ours);
 }
 
 }  // namespace corvessa::windows

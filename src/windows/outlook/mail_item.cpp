@@ -55,11 +55,15 @@ com::MemberIds& IdsOfType(const std::string& type) {
 
 class LateBoundItem final : public LateBound<platform::MailItem> {
  public:
-  LateBoundItem(DispatchPtr item, std::string type)
-      : LateBound(std::move(item), IdsOfType(type)), type_(std::move(type)) {}
+  LateBoundItem(DispatchPtr item, std::string type,
+                const std::weak_ptr<platform::Inspector>& window)
+      : LateBound(std::move(item), IdsOfType(type)), type_(std::move(type)), window_(window) {}
 
   std::string TypeName() override { return type_; }
-  std::int32_t Class() override { return Number("Class"); }
+  /// The type says it of a mail, which is asked for at every opening and sending.
+  std::int32_t Class() override {
+    return type_ == platform::kMailItemType ? platform::kMailItemClass : Number("Class");
+  }
   platform::SharedText Body() override { return std::make_shared<const std::string>(Text("Body")); }
   void SetBody(std::string_view text) override { Put("Body", text); }
   platform::SharedText HTMLBody() override {
@@ -79,7 +83,8 @@ class LateBoundItem final : public LateBound<platform::MailItem> {
     return parent ? com::Dispatch(parent).GetProperty("Name").Text() : std::string();
   }
   platform::InspectorPtr GetInspector() override {
-    return WrapInspector(object_.GetObjectProperty("GetInspector"));
+    const auto window = window_.lock();
+    return window ? window : WrapInspector(object_.GetObjectProperty("GetInspector"));
   }
   platform::AttachmentsPtr Attachments() override {
     return std::make_shared<LateBoundAttachments>(object_.GetObjectProperty("Attachments"));
@@ -136,13 +141,15 @@ class LateBoundItem final : public LateBound<platform::MailItem> {
   }
 
   std::string type_;
+  /// Gone when the window is.
+  std::weak_ptr<platform::Inspector> window_;
 };
 
 }  // namespace
 
-platform::MailItemPtr WrapItem(DispatchPtr item) {
+platform::MailItemPtr WrapItem(DispatchPtr item, const std::weak_ptr<platform::Inspector>& window) {
   const DispatchPtr object = com::Required(std::move(item));
-  return std::make_shared<LateBoundItem>(object, com::TypeNameOf(*object.Get()));
+  return std::make_shared<LateBoundItem>(object, com::TypeNameOf(*object.Get()), window);
 }
 
 DispatchPtr ObjectOf(const platform::MailItemPtr& item) {

@@ -8,9 +8,13 @@
 namespace corvessa::windows {
 
 platform::ApplicationPtr WrapApplication(DispatchPtr application);
-platform::InspectorPtr WrapInspector(DispatchPtr inspector);
-platform::MailItemPtr WrapItem(DispatchPtr item);
-platform::CommandBarsPtr WrapCommandBars(DispatchPtr bars);
+/// `opened_now`: while the add-in is there to see it.
+platform::InspectorPtr WrapInspector(DispatchPtr inspector, bool opened_now = false);
+/// `window` is the item's if it is known.
+platform::MailItemPtr WrapItem(DispatchPtr item,
+                               const std::weak_ptr<platform::Inspector>& window = {});
+/// `only_ours`: a bar that did not come with Outlook was added through a result of this routine.
+platform::CommandBarsPtr WrapCommandBars(DispatchPtr bars, bool only_ours = false);
 
 /// Outlook's own object of an item, for a library that works on it.
 DispatchPtr ObjectOf(const platform::MailItemPtr& item);
