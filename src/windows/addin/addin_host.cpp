@@ -6,6 +6,14 @@
 
 namespace corvessa::windows {
 
+std::shared_ptr<AddInHost> AddInHost::Shared() {
+  static std::weak_ptr<AddInHost> living;
+  auto host = living.lock();
+  if (!host) host.reset(new AddInHost());
+  living = host;
+  return host;
+}
+
 AddInHost::AddInHost() : engine_(CreateComEngineFactory()) {
   platform::InstallHost({cdo_, clipboard_, clock_, *engine_, files_, inet_, pictures_, redemption_,
                          registry_, shell_, ui_, ReadProductInfo(), &sends_});

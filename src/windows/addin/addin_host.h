@@ -18,12 +18,12 @@
 
 namespace corvessa::windows {
 
-/// The add-in in this process, from connection to disconnection: what the logic needs of Windows,
-/// and the logic's own entry. One at a time.
+/// The add-in in this process: what the logic needs of Windows, and the logic's own entry. There is
+/// one, which the connection to Outlook and the objects of other programs share.
 class AddInHost {
  public:
-  /// Throws Error when there is one already, or when the system lacks something.
-  AddInHost();
+  /// Makes it if there is none. Throws Error when the system lacks something.
+  static std::shared_ptr<AddInHost> Shared();
   ~AddInHost();
   AddInHost(const AddInHost&) = delete;
   AddInHost& operator=(const AddInHost&) = delete;
@@ -33,6 +33,8 @@ class AddInHost {
   void Disconnect() noexcept;
 
  private:
+  AddInHost();
+
   WindowsRegistry registry_;
   WindowsFiles files_;
   WindowsClipboard clipboard_;

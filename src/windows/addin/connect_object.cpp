@@ -14,7 +14,7 @@ HRESULT ConnectObject::OnConnection(IDispatch* application, LONG /*connect_mode*
   // The connection may end while it is being made.
   Ignoring([&] {
     if (host_ || !application) return;
-    host_ = std::make_shared<AddInHost>();
+    host_ = AddInHost::Shared();
     const auto held = host_;
     held->Connect(application);
   });

@@ -32,7 +32,14 @@ class NetUnderSend final : public platform::ApplicationEvents {
     recorder.Of(item) = {};
     add_in_.ItemSend(item, cancel);
     const SendFacts facts = recorder.Take(item);
-    if (cancel || Guarded(kPrefix, false, [&] { return MayLeave(facts, *item); })) return;
+    const auto check = [&] {
+      return Guarded(kPrefix, std::optional<bool>(), [&] { return MayLeave(facts, *item); });
+    };
+    if (cancel) return;
+    // Asked again after an error, because a mail that stays has its encrypted attachments by now.
+    std::optional<bool> may_leave = check();
+    if (!may_leave) may_leave = check();
+    if (may_leave.value_or(false)) return;
     cancel = true;
     if (before) Guarded(kPrefix, [&] { before->PutBack(item); });
     Guarded(kPrefix, [] { TellNotSent("Its protection could not be checked."); });

@@ -1,7 +1,9 @@
 #include <array>
 #include <shlwapi.h>
 
+#include "windows/addin/attachment_nodes_object.h"
 #include "windows/addin/connect_object.h"
+#include "windows/addin/crypto_operations_object.h"
 #include "windows/com/server.h"
 
 // What CorvessaPro_OL.dll offers to the system and to Outlook.
@@ -10,9 +12,16 @@ namespace {
 
 using namespace corvessa;
 
-const std::array kClasses = {com::ComClass{__uuidof(Connect), windows::ConnectObject::kProgId,
-                                           L"Corvessa Professional for Outlook",
-                                           com::CreateObject<windows::ConnectObject>}};
+const std::array kClasses = {
+    com::ComClass{__uuidof(Connect), windows::ConnectObject::kProgId,
+                  L"Corvessa Professional for Outlook",
+                  com::CreateObject<windows::ConnectObject>},
+    com::ComClass{__uuidof(::CryptoOperations), windows::CryptoOperationsObject::kProgId,
+                  L"Corvessa Professional cryptographic operations",
+                  com::CreateObject<windows::CryptoOperationsObject>},
+    com::ComClass{__uuidof(::AttachmentNodes), windows::AttachmentNodesObject::kProgId,
+                  L"Corvessa Professional attachments",
+                  com::CreateObject<windows::AttachmentNodesObject>}};
 
 constexpr auto kAddInKey = L"Software\\Microsoft\\Office\\Outlook\\Addins\\CorvessaPro_OL.Connect";
 
