@@ -1,10 +1,12 @@
 """The add-in inside the stand-in Outlook, with gpg as the other side of every mail."""
 import email
 import email.policy
+import functools
 import itertools
 import json
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import tempfile
@@ -14,6 +16,17 @@ TOP = pathlib.Path(__file__).resolve().parents[2]
 CANARY = "canary-4711"
 PASSPHRASE = "secret-words-0815"
 LOGIN = {"do": "answer", "form": "frmLogin", "set": {"txtPassword": PASSPHRASE}, "press": "cmdOK"}
+
+
+BUILD = pathlib.Path(os.environ.get("CORVESSA_WINDOWS_BUILD", TOP / "build/windows"))
+DLLS = (BUILD / "src/windows/CorvessaPro_OL.dll", BUILD / "src/windows_engine/corvessa_engine.dll")
+# Another one could be planted beside the program that loads the library.
+SYSTEM_LIBRARIES = {
+    "advapi32.dll", "comctl32.dll", "gdi32.dll", "kernel32.dll", "msvcrt.dll", "ole32.dll",
+    "oleaut32.dll", "shell32.dll", "shlwapi.dll", "user32.dll", "version.dll", "wininet.dll",
+    "comdlg32.dll"}
+# E_FAIL, RPC_E_SERVERFAULT, E_OUTOFMEMORY, REGDB_E_CLASSNOTREG
+FAILURES = ("80004005", "80010105", "8007000E", "80040154")
 
 
 class OutlookCase(unittest.TestCase):
@@ -176,26 +189,71 @@ class Scenarios(OutlookCase):
         self.assertEqual(answer["mail"]["body"], CANARY + "\r\n")
         self.assertEqual([one["name"] for one in answer["mail"]["attachments"]], ["plan.txt"])
 
-    def test_a_mail_whose_protection_was_not_decided_stays_whichever_call_fails(self):
-        self.connect()
-        continued = {"do": "answer", "form": "frmSendFromExternalApplication",
-                     "press": "cmdContinue"}
-        for call in itertools.count(1):
+    def sweep(self, scenario, first=1):
+        """Lets one call after the other into Outlook, Redemption and the engine fail, until there
+        is none left to fail: with one code each, with all if CORVESSA_FULL_SWEEP is set. The number
+        of calls."""
+        for call in itertools.count(first):
+            codes = FAILURES if os.environ.get("CORVESSA_FULL_SWEEP") else [FAILURES[call % 4]]
+            for code in codes:
+                self.do(do="stats")
+                self.do(do="fail", call=0)
+                fail = functools.partial(self.do, do="fail", call=call, hresult=code)
+                with self.subTest(call=call, code=code):
+                    try:
+                        scenario(fail)
+                    except AssertionError as problem:
+                        raise AssertionError(self.do(do="stats")["failed"]) from problem
+                if not self.do(do="stats")["failed"]:
+                    return call
+
+    def assert_kept(self, answer):
+        """A mail that was not sent is what its author wrote."""
+        self.assertEqual(answer["mail"]["html"], "<p>" + CANARY)
+        self.assertEqual([(one["name"], one["size"]) for one in answer["mail"]["attachments"]],
+                         [("plan.txt", len(CANARY))])
+
+    def assert_encrypted(self):
+        self.assertNotIn(CANARY.encode(), (self.folder / "out.eml").read_bytes())
+        mail = self.sent()
+        text = self.gpg("--decrypt", data=mail.get_body().get_content().encode())
+        self.assertIn(CANARY.encode(), text)
+        data = next(mail.iter_attachments()).get_payload(decode=True)
+        self.assertEqual(self.gpg("--decrypt", data=data).decode(), CANARY)
+
+    def test_a_mail_leaves_encrypted_or_stays_as_it_is_whichever_call_fails(self):
+        def send(login, fail):
             window = self.compose(html="<p>" + CANARY)
-            self.do(do="answer", form="frmLogin", press="cmdCancel")
-            self.do(**continued)
-            self.do(do="fail", call=call)
+            self.do(**login)
+            self.do(do="answer", form="frmSendFromExternalApplication", press="cmdContinue")
+            fail()
             answer = self.send(window)
-            failed = self.do(do="stats")["failed"]
-            with self.subTest(call=call, failed=failed):
-                self.assertTrue(answer["cancelled"])
-                self.assertEqual(answer["mail"]["html"], "<p>" + CANARY)
-                self.assertEqual([one["name"] for one in answer["mail"]["attachments"]],
-                                 ["plan.txt"])
-            self.do(do="fail", call=0)
+            if login is LOGIN and not answer["cancelled"]:
+                self.assert_encrypted()
+                return
+            self.assertTrue(answer["cancelled"])
+            self.assert_kept(answer)
             self.do(do="close", window=window)
-            if not failed:
-                break
+        self.connect()
+        # A send that the user cancels is quick, and nothing may leave however it goes wrong.
+        cancel = {"do": "answer", "form": "frmLogin", "press": "cmdCancel"}
+        calls = self.sweep(functools.partial(send, cancel))
+        self.doCleanups()
+        self.connect()
+        self.sweep(functools.partial(send, LOGIN), first=calls * 2 // 3)
+
+    def test_an_encrypted_mail_stays_what_it_is_whichever_call_fails(self):
+        mail = self.encrypted_mail()
+
+        def open_and_close(fail):
+            self.do(**LOGIN)
+            fail()
+            opened = self.do(do="open", eml=mail)
+            self.assertIn(opened["body"][:10], ("-----BEGIN", CANARY[:10]))
+            closed = self.do(do="close", window=opened["window"])
+            self.assertEqual(closed["body"][:27], "-----BEGIN PGP MESSAGE-----")
+        self.connect()
+        self.sweep(open_and_close)
 
     def test_a_mail_that_is_not_to_be_protected_leaves(self):
         for name, value in (("", ""), ("DisableKVPEntirely", "1")):
@@ -217,13 +275,61 @@ class Scenarios(OutlookCase):
         opened = self.do(do="open", eml=self.encrypted_mail())
         self.assertEqual(opened["bars"], [])
 
-    def test_a_plain_mail_costs_no_engine_call_and_few_others(self):
-        self.connect()
+    def calls_of(self, action):
+        """Calls into Outlook, Redemption's objects and calls into the engine."""
         self.do(do="stats")
-        self.do(do="open", eml=self.mail_from_bob("hello\n"))
+        action()
         calls = self.do(do="stats")["calls"]
-        self.assertEqual(calls["CoCreateInstance"], 2)
-        self.assertLessEqual(sum(calls.values()), 110)
+        engine = sum(count for call, count in calls.items() if call.startswith("Engine."))
+        return [sum(calls.values()) - engine, calls.get("CoCreateInstance", 0), engine]
+
+    def test_the_numbers_of_calls_are_those_that_bench_remembers(self):
+        def open_mail(body, attachments=0):
+            encrypted = [(f"{i}.txt", self.encrypted(CANARY)) for i in range(attachments)]
+            mail = self.mail_from_bob(body, encrypted)
+            return lambda: self.do(do="open", eml=mail)
+
+        def send(recipients=1, attachments=0, sign=True):
+            paths = [self.folder / f"plan{i}.txt" for i in range(attachments)]
+            for path in paths:
+                path.write_text(CANARY)
+            window = self.do(do="compose", to=[f"bob{i}@example.net" for i in range(recipients)],
+                             attachments=[str(path) for path in paths], body=CANARY)["window"]
+            if not sign:
+                self.do(do="click", window=window, button="Sign on send")
+            return lambda: self.assertFalse(self.send(window)["cancelled"])
+
+        def slope(make, **counts):
+            """What each one more adds: the same each time."""
+            name, first = counts.popitem()
+            costs = [self.calls_of(make(**{name: first + more})) for more in range(3)]
+            added = [[b - a for a, b in zip(one, other)] for one, other in zip(costs, costs[1:])]
+            self.assertEqual(added[0], added[1])
+            return added[0]
+
+        for i in range(3):
+            self.gpg("--quick-generate-key", f"bob{i}@example.net", "default", "default", "never")
+            key = self.folder / "key.asc"
+            key.write_bytes(self.gpg("--armor", "--export", f"bob{i}@example.net"))
+            self.do(do="key", action="import", path=str(key))
+        self.connect()
+        armour = self.encrypted(CANARY + "\r\n").decode()
+        self.do(**LOGIN)
+        self.do(**LOGIN)
+        open_mail(armour)()
+        send()()
+        figures = {
+            "open a plain mail": self.calls_of(open_mail("hello\n")),
+            "open an encrypted mail": self.calls_of(open_mail(armour)),
+            "each attachment more": slope(lambda attachments: open_mail(armour, attachments),
+                                          attachments=1),
+            "encrypt and sign a mail": self.calls_of(send()),
+            "each recipient more": slope(send, recipients=1),
+            "each attachment more, signed": slope(send, attachments=1),
+            "each attachment more, not signed": slope(
+                lambda attachments: send(attachments=attachments, sign=False), attachments=1),
+        }
+        self.assertEqual(figures, json.loads((TOP / "bench/windows/calls.json").read_text()))
 
     def test_events_come_in_while_a_dialog_waits(self):
         self.connect()
@@ -236,12 +342,62 @@ class Scenarios(OutlookCase):
         self.do(**LOGIN)
         self.assertEqual(self.do(do="result", later=later)["body"], CANARY + "\r\n")
 
-    def test_connecting_again_leaves_nothing_behind(self):
-        for _ in range(10):
+    def test_outlook_may_quit_while_a_dialog_waits(self):
+        for start in (lambda: self.do(do="open", eml=self.encrypted_mail(), later=True),
+                      lambda: self.do(do="send", window=self.compose(), later=True)):
             self.connect()
-            self.do(**LOGIN)
-            self.do(do="open", eml=self.encrypted_mail())
+            self.do(do="answer", form="frmLogin", press="leave")
+            later = start()["later"]
+            self.assertTrue(self.do(do="disconnect")["ended"])
+            self.assertTrue(self.do(do="result", later=later)["cancelled"])
             self.doCleanups()
+
+    def test_another_mail_is_sent_while_a_dialog_waits(self):
+        self.connect()
+        self.do(do="answer", form="frmLogin", press="leave")
+        later = self.do(do="open", eml=self.encrypted_mail(), later=True)["later"]
+        window = self.compose()
+        for button in ("Encrypt on send", "Sign on send"):
+            self.do(do="click", window=window, button=button)
+        self.assertFalse(self.send(window)["cancelled"])
+        self.do(**LOGIN)
+        self.assertEqual(self.do(do="result", later=later)["body"], CANARY + "\r\n")
+
+    def test_a_busy_outlook_is_asked_again_for_some_seconds(self):
+        self.connect()
+        mail = self.mail_from_bob("hello\n")
+        for times, bars in ((3, ["Corvessa Status"]), (1000, [])):
+            # RPC_E_CALL_REJECTED, of the reading of the sender's name.
+            self.do(do="fail", call=7, hresult="80010001", times=times)
+            opened = self.do(do="open", eml=mail)
+            self.assertEqual(list(captions(opened)), bars)
+            self.do(do="fail", call=0)
+
+    def test_other_programs_use_the_cryptographic_operations(self):
+        self.assertEqual(self.do(do="crypto", address="alice@example.org"),
+                         {"late": 1, "early": 1, "boxes": []})
+        self.connect()
+        window = self.compose()
+        self.assertEqual(self.do(do="crypto", address="carol@example.org", window=window),
+                         {"late": 0, "early": 0, "stored": True, "names": ["plan.txt"], "left": 0,
+                          "refused": -2147024809, "boxes": []})
+
+    def test_a_hundred_connections_leave_nothing_behind(self):
+        mail = self.mail_from_bob("hello\n")
+        for _ in range(100):
+            self.do(do="connect")
+            self.do(do="open", eml=mail)
+            self.assertEqual(self.do(do="disconnect"), {"references": 0, "objects": 0, "windows": 0,
+                                                        "loaded": False, "boxes": []})
+
+    def test_the_libraries_are_linked_with_the_systems_protections(self):
+        for dll in DLLS:
+            headers = subprocess.run(["i686-w64-mingw32-objdump", "-p", dll], text=True,
+                                     capture_output=True, check=True).stdout
+            for protection in ("DYNAMIC_BASE", "NX_COMPAT"):
+                self.assertIn(protection, headers, dll)
+            imported = {name.lower() for name in re.findall(r"DLL Name: (\S+)", headers)}
+            self.assertEqual(imported - SYSTEM_LIBRARIES, set(), dll)
 
 
 if __name__ == "__main__":

@@ -5,8 +5,19 @@
 #include "windows/com/server.h"
 #include "windows/com/single_interface.h"
 
+namespace __gnu_cxx {
+/// The standard library's own; it has no header.
+void __freeres();
+}  // namespace __gnu_cxx
+
 namespace corvessa::com {
 namespace {
+
+/// The standard library keeps memory for exceptions when there is no other, and each time that a
+/// module with a library of its own is loaded it would take more.
+const struct ExceptionMemory {
+  ~ExceptionMemory() { __gnu_cxx::__freeres(); }
+} kExceptionMemory;
 
 class ClassFactory final : public SingleInterface<ClassFactory, IClassFactory> {
  public:

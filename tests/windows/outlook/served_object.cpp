@@ -217,6 +217,7 @@ class Served final : public IDispatch, public IConnectionPointContainer, public 
 HRESULT Ledger::Note(const std::string& call) {
   ++calls[call];
   if (fails_after == 0 || --fails_after > 0) return S_OK;
+  if (--failures > 0) fails_after = 1;
   failed = call;
   return failure;
 }

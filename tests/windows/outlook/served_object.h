@@ -30,7 +30,9 @@ struct Ledger {
   /// The call that fails, counted down; 0 for none.
   int fails_after = 0;
   HRESULT failure = S_OK;
-  /// The one that failed; empty until then.
+  /// How many calls fail from that one on.
+  int failures = 1;
+  /// The last one that failed; empty until then.
   std::string failed;
   DWORD thread = GetCurrentThreadId();
 };

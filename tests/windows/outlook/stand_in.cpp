@@ -4,6 +4,9 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <sstream>
+#include <windows.h>
+// After what it needs.
+#include <psapi.h>
 
 #include "base/text.h"
 #include "desk/outlook/outlook_model.h"
@@ -14,7 +17,9 @@
 #include "win32/utf16.h"
 #include "windows/com/bstr.h"
 #include "windows/com/create.h"
+#include "windows/com/dispatch.h"
 #include "windows/com/errors.h"
+#include "windows/outlook/counted_engine.h"
 #include "windows/outlook/outlook_objects.h"
 #include "windows/outlook/scripted_user.h"
 #include "windows/system/clipboard.h"
@@ -59,7 +64,9 @@ struct Session {
   }
   /// Outlook's order at its end: windows first.
   void End() {
-    while (!model.Inspectors().empty()) model.Close(model.Inspectors().back());
+    if (!add_in) return;
+    const auto open = model.Inspectors();
+    for (const auto& window : open) model.Close(window);
     add_in->OnBeginShutdown(nullptr);
     add_in->OnDisconnection(0, nullptr);
     add_in.Reset();
@@ -69,6 +76,7 @@ struct Session {
   windows::WindowsClipboard clipboard;
   desk::OutlookModel model;
   ServedLibraries libraries;
+  CountedEngine engine;
   DispatchPtr application;
   ComPtr<IDTExtensibility2> add_in;
   std::map<int, desk::ItemPtr> windows;
@@ -89,6 +97,8 @@ class StandIn {
     if (found == Running().windows.end()) Raise(kInvalidArgument, "no such window");
     return found->second;
   }
+  Json Run(const Json& command);
+  Json CallCrypto(const Json& command);
   Json Connect(const Json& command);
   Json Disconnect();
   Json Open(const desk::ItemPtr& item);
@@ -102,6 +112,8 @@ class StandIn {
 
   std::optional<Session> session_;
   ScriptedUser user_;
+  /// Commands under way: a dialog of one lets others in.
+  int depth_ = 0;
 };
 
 desk::ItemData StandIn::DataOf(const Json& mail) {
@@ -166,7 +178,8 @@ Json BarsOf(const desk::Bars& bars) {
     for (const auto& button : bar->Buttons()) {
       const auto& shown = button->Properties();
       buttons.push_back({{"caption", shown.caption},
-                         {"tooltip", shown.tooltip},
+                         // Office shows the caption of a button without one.
+                         {"tooltip", shown.tooltip.empty() ? shown.caption : shown.tooltip},
                          {"state", shown.state},
                          {"enabled", shown.enabled}});
     }
@@ -200,6 +213,8 @@ BOOL CALLBACK CountOwn(HWND window, LPARAM count) {
 
 Json StandIn::Disconnect() {
   Running().End();
+  // Outlook quits; what waits for a dialog still uses the session.
+  if (depth_ > 1) return {{"ended", true}};
   session_.reset();
   user_.ForgetAnswers();
   CoFreeUnusedLibrariesEx(0, 0);
@@ -278,8 +293,10 @@ Json StandIn::Stats() {
   Json answer = {{"calls", ledger.calls},
                  {"references", ledger.references},
                  {"objects", ledger.objects},
-                 {"failed", ledger.failed},
-                 {"user_objects", GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS)}};
+                 {"failed", ledger.failed}};
+  PROCESS_MEMORY_COUNTERS memory = {};
+  K32GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory);
+  answer["memory"] = memory.PagefileUsage;
   int total = 0;
   for (const auto& [call, count] : ledger.calls) total += count;
   answer["total"] = total;
@@ -346,7 +363,44 @@ Json Key(const Json& command) {
   return {{"status", status}, {"text", text.Text()}};
 }
 
+/// What another program does with CryptoOperations and the attachments of a window's message.
+Json StandIn::CallCrypto(const Json& command) {
+  const com::Dispatch late(com::CreateByProgId<IDispatch>(L"CorvessaPro_OL.CryptoOperations"));
+  ComPtr<ICryptoOperations> early;
+  com::Check(late.Get()->QueryInterface(IID_PPV_ARGS(&early)));
+  const Variant address(String(command, "address"));
+  LONG answered = 0;
+  com::Check(early->HasKeypair(address.Get().bstrVal, &answered));
+  Json answer = {{"late", late.Call("HasKeypair", {address.Get()}).Number()}, {"early", answered}};
+  if (!command.contains("window")) return answer;
+  const com::Dispatch nodes(com::CreateByProgId<IDispatch>(L"CorvessaPro_OL.AttachmentNodes"));
+  const Variant list(nodes.Get());
+  const Variant item(ServeItem(ItemOf(command)).Get());
+  VARIANT_BOOL stored = VARIANT_FALSE;
+  com::Check(early->StoreAllAttachments(item.Get().pdispVal, nodes.Get(), VARIANT_FALSE, &stored));
+  answer["stored"] = stored != VARIANT_FALSE;
+  answer["names"] = Json::array();
+  for (std::int32_t i = 1; i <= nodes.GetProperty("Count").Number(); ++i) {
+    const com::Dispatch node(nodes.GetObjectProperty("Item", {Variant(i).Get()}));
+    answer["names"].push_back(node.GetProperty("sDisplayName").Text());
+  }
+  late.Call("KillAllFiles", {list.Get()});
+  answer["left"] = nodes.GetProperty("Count").Number();
+  try {
+    late.Call("KillAllFiles", {item.Get()});
+  } catch (const Error& error) {
+    answer["refused"] = error.number;
+  }
+  return answer;
+}
+
 Json StandIn::Do(const Json& command) {
+  ++depth_;
+  const std::shared_ptr<void> done(nullptr, [this](void*) { --depth_; });
+  return Run(command);
+}
+
+Json StandIn::Run(const Json& command) {
   const std::string what = String(command, "do");
   if (what == "connect") return Connect(command);
   if (what == "disconnect") return Disconnect();
@@ -365,11 +419,13 @@ Json StandIn::Do(const Json& command) {
   if (what == "reply" || what == "reply-all" || what == "forward") return Respond(command);
   if (what == "save-attachment") return SaveAttachment(command);
   if (what == "stats") return Stats();
+  if (what == "crypto") return CallCrypto(command);
   if (what == "set") return Set(command);
   if (what == "account") return Account(command);
   if (what == "key") return Key(command);
   if (what == "fail") {
     TheLedger().fails_after = command.value("call", 0);
+    TheLedger().failures = command.value("times", 1);
     TheLedger().failed.clear();
     TheLedger().failure =
         static_cast<HRESULT>(std::stoul(command.value("hresult", "0x80004005"), nullptr, 16));
