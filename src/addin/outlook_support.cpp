@@ -136,7 +136,8 @@ void TellMissingComponents() {
 /// The last attempt at files that Outlook held until now. What still cannot be deleted stays.
 void DeleteQueuedFiles() {
   const std::vector<std::string> queued = g_colTempFiles;
-  for (const std::string& path : queued) DeleteOrQueue(path);
+  EmptiedFolders folders;
+  for (const std::string& path : queued) DeleteOrQueue(path, folders);
 }
 
 }  // namespace

@@ -105,8 +105,7 @@ class CryptoOperations {
   NimbraAccountPtr LoginAndDecrypt(std::string_view armoured, std::string& plain);
   /// Decrypts a node's file, keeping the original.
   platform::EngineStatus DecryptAttachment(AttachmentNode& node);
-  std::int32_t DecryptAllAttachments(const platform::MailItemPtr& item,
-                                     AttachmentNodes& attachments);
+  std::int32_t DecryptAllAttachments(AttachmentNodes& attachments);
   std::int32_t VerifyAllAttachments(AttachmentNodes& attachments);
   /// Whether the engine finds a signature in the file, and nothing else. A name can say anything:
   /// what only calls itself a signature is a document, which must neither travel in clear nor be

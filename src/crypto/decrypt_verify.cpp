@@ -18,8 +18,8 @@
 
 namespace corvessa {
 
-std::int32_t CryptoOperations::DecryptMailItem(const platform::MailItemPtr& item, std::string& body,
-                                               AttachmentNodes& attachments) {
+std::int32_t CryptoOperations::DecryptMailItem(const platform::MailItemPtr& /*item*/,
+                                               std::string& body, AttachmentNodes& attachments) {
   return Guarded("CryptoOperations::DecryptMailItem - ", kGivenUp, [&] {
     ProgressWindow()->SetCaption("Decrypting email");
     if (!IsPGPMessage(body)) {
@@ -39,7 +39,7 @@ std::int32_t CryptoOperations::DecryptMailItem(const platform::MailItemPtr& item
     body = std::move(plain);
     const std::int32_t status = g_bDisableAutoDecryptAttachments
                                     ? decrypt_status::kDone
-                                    : DecryptAllAttachments(item, attachments);
+                                    : DecryptAllAttachments(attachments);
     if (status != decrypt_status::kDone) {
       Tell("Failed to decrypt message:\r\n\r\n" + std::string(EngineErrorText(status)));
     }

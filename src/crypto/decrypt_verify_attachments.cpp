@@ -59,16 +59,12 @@ platform::EngineStatus CryptoOperations::DecryptAttachment(AttachmentNode& node)
       });
 }
 
-std::int32_t CryptoOperations::DecryptAllAttachments(const platform::MailItemPtr& item,
-                                                     AttachmentNodes& attachments) {
+std::int32_t CryptoOperations::DecryptAllAttachments(AttachmentNodes& attachments) {
   std::int32_t result = decrypt_status::kDone;
   Guarded("CryptoOperations:DecryptAllAttachments - ", [&] {
     ForEachAttachment(attachments, "Decrypting attachments", [&](const AttachmentNodePtr& node) {
       node->examined = true;
-      if (IsSignature(node->sFilename, attachments, item) &&
-          HoldsReadableSignature(node->sFilename)) {
-        return;
-      }
+      if (node->bDetachedSig) return;
       const platform::EngineStatus status = DecryptAttachment(*node);
       node->lDecryptStatus = DecryptStatusOf(status);
       if (status != platform::engine_status::kDone &&
@@ -85,10 +81,11 @@ std::int32_t CryptoOperations::VerifyAllAttachments(AttachmentNodes& attachments
   constexpr std::string_view kStep = "Verifying attachment digital signatures";
   std::int32_t result = sign_status::kGood;
   Guarded("CryptoOperations::VerifyAllAttachments - ", [&] {
+    const NodesByPath files(attachments);
     ForEachAttachment(attachments, kStep, [&](const AttachmentNodePtr& signature) {
       signature->examined = true;
       if (!HasSignatureName(FileNameOf(signature->sFilename))) return;
-      const AttachmentNodePtr data = FindByPath(attachments, SignedName(signature->sFilename));
+      const AttachmentNodePtr data = files.Find(SignedName(signature->sFilename));
       if (!data) return;
       const bool is_signature = HoldsReadableSignature(signature->sFilename);
       // What was encrypted may be a document with a signature's name.

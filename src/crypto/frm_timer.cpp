@@ -36,13 +36,13 @@ Error DeletionError(const Error& error) {
 }
 
 /// True when the file is gone.
-bool DeleteQueuedFile(const std::string& path) {
+bool DeleteQueuedFile(const std::string& path, EmptiedFolders& folders) {
   const Error error = DeletionError(Attempt([&] { platform::Host().files.Delete(path); }));
   Debug_Info::TraceLog("DeleteTemporaryFiles: Kill: " + path);
   Debug_Info::TraceLog("DeleteTemporaryFiles: Error code: " + Decimal(error.number) + " (" +
                        error.description + ")");
   if (error.number != 0) return false;
-  RemoveFolderIfEmpty(FolderOf(path));
+  folders.Add(FolderOf(path));
   return true;
 }
 
@@ -105,8 +105,9 @@ void frmTimer::DeleteTemporaryFiles() {
   Guarded("frmTimer::DeleteTemporaryFiles - ", [] { platform::Host().ui.DoEvents(); });
   if (KeepQueuedFiles::InForce()) return;
   Guarded("frmTimer::DeleteTemporaryFiles - ", [] {
+    EmptiedFolders folders;
     for (std::size_t i = g_colTempFiles.size(); i-- > 0;) {
-      if (DeleteQueuedFile(g_colTempFiles[i])) {
+      if (DeleteQueuedFile(g_colTempFiles[i], folders)) {
         g_colTempFiles.erase(g_colTempFiles.begin() + static_cast<std::ptrdiff_t>(i));
       }
     }

@@ -117,7 +117,8 @@ class EngineFiles {
  public:
   EngineFiles() = default;
   ~EngineFiles() {
-    for (const std::string& path : paths_) DeleteOrQueue(path);
+    EmptiedFolders folders;
+    for (const std::string& path : paths_) DeleteOrQueue(path, folders);
   }
   EngineFiles(const EngineFiles&) = delete;
   EngineFiles& operator=(const EngineFiles&) = delete;

@@ -7,6 +7,7 @@
 #include <optional>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 #include "base/error.h"
 #include "base/text.h"
@@ -122,8 +123,7 @@ bool HasSignatureName(std::string_view name) {
 
 // Each signature's name is compared with each attachment's. Their ends differ first.
 bool IsSameFile(std::string_view a, std::string_view b) {
-  while (!a.empty() && !b.empty() && IsAscii(a.substr(a.size() - 1)) &&
-         IsAscii(b.substr(b.size() - 1))) {
+  while (!a.empty() && !b.empty() && ((a.back() | b.back()) & 0x80) == 0) {
     if (ToLower(a.back()) != ToLower(b.back())) return false;
     a.remove_suffix(1);
     b.remove_suffix(1);
@@ -186,6 +186,15 @@ AttachmentNodePtr FindByPath(const AttachmentNodes& nodes, std::string_view path
   return found == nodes.end() ? nullptr : *found;
 }
 
+NodesByPath::NodesByPath(const AttachmentNodes& nodes) {
+  for (const AttachmentNodePtr& node : nodes) nodes_.emplace(LCase(node->sFilename), node);
+}
+
+AttachmentNodePtr NodesByPath::Find(std::string_view path) const {
+  const auto found = nodes_.find(LCase(path));
+  return found == nodes_.end() ? nullptr : found->second;
+}
+
 void RequireFiles(const AttachmentNodes& nodes) {
   for (const AttachmentNodePtr& node : nodes) {
     if (Files().FileExists(node->sFilename)) continue;
@@ -195,13 +204,13 @@ void RequireFiles(const AttachmentNodes& nodes) {
 }
 
 void DeleteStoredFiles(AttachmentNodes& attachments) noexcept {
-  while (!attachments.empty()) {
-    const AttachmentNodePtr node = attachments.front();
-    attachments.erase(attachments.begin());
-    DeleteOrQueue(node->sFilename);
-    if (node->original_filename != node->sFilename) DeleteOrQueue(node->original_filename);
-    RemoveFolderIfEmpty(node->sDir);
-    RemoveFolderIfEmpty(node->message_folder);
+  const AttachmentNodes nodes = std::exchange(attachments, {});
+  EmptiedFolders folders;
+  for (const AttachmentNodePtr& node : nodes) {
+    DeleteOrQueue(node->sFilename, folders);
+    if (node->original_filename != node->sFilename) DeleteOrQueue(node->original_filename, folders);
+    folders.Add(node->sDir);
+    folders.Add(node->message_folder);
   }
 }
 

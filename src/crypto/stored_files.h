@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "message/attachment_node.h"
@@ -20,6 +21,16 @@ std::string CreatePrivateFolder();
 
 /// The node of the file with that path (compared without case); null when there is none.
 AttachmentNodePtr FindByPath(const AttachmentNodes& nodes, std::string_view path);
+
+/// The same for many questions about one list, which stays as it is meanwhile.
+class NodesByPath {
+ public:
+  explicit NodesByPath(const AttachmentNodes& nodes);
+  AttachmentNodePtr Find(std::string_view path) const;
+
+ private:
+  std::unordered_map<std::string, AttachmentNodePtr> nodes_;
+};
 
 /// Raises Error 53 when the file of a node is not there.
 void RequireFiles(const AttachmentNodes& nodes);

@@ -22,12 +22,28 @@ void QueueForDeletion(std::string_view path) {
   if (!path.empty() && !IsQueuedForDeletion(path)) g_colTempFiles.emplace_back(path);
 }
 
+// A folder sorts before those in it.
+EmptiedFolders::~EmptiedFolders() {
+  for (auto folder = folders_.rbegin(); folder != folders_.rend(); ++folder) {
+    RemoveFolderIfEmpty(*folder);
+  }
+}
+
+void EmptiedFolders::Add(std::string_view folder) noexcept {
+  if (!folders_.contains(folder)) Ignoring([&] { folders_.emplace(folder); });
+}
+
 void DeleteOrQueue(std::string_view path) noexcept {
+  EmptiedFolders folders;
+  DeleteOrQueue(path, folders);
+}
+
+void DeleteOrQueue(std::string_view path, EmptiedFolders& folders) noexcept {
   if (path.empty()) return;
   const Error error = Attempt([&] { platform::Host().files.Delete(path); });
   if (error.number == 0) {
     std::erase(g_colTempFiles, path);
-    RemoveFolderIfEmpty(FolderOf(path));
+    folders.Add(FolderOf(path));
   } else if (error.number != kFileNotFound && error.number != kPathNotFound) {
     Ignoring([&] { QueueForDeletion(path); });
   }
