@@ -110,14 +110,15 @@ build_json_c() {
   cmake --install cross
 }
 
-# The modules that librnp asks for, and the system's random numbers.
+# The modules that librnp asks for, the system's random numbers, and memory that is never swapped out,
+# as Debian's own library has.
 build_botan() {
   local cpu=x86_32
   [ "$target" = i686 ] || cpu=x86_64
   mkdir cross && cd cross
   /usr/bin/python3 ../configure.py --os=mingw --cpu=$cpu --cc=gcc --cc-bin="$cxx" \
     --ar-command="$triple-ar" --prefix="$prefix" --minimized-build \
-    --enable-modules="$(tr '\n' ',' <"$work/rnp/ci/botan-modules")system_rng" \
+    --enable-modules="$(tr '\n' ',' <"$work/rnp/ci/botan-modules")system_rng,locking_allocator" \
     --amalgamation --disable-shared-library --build-targets=static --without-documentation
   make
   make install

@@ -19,18 +19,17 @@ namespace corvessa {
 class SecretLine {
  public:
   SecretLine() { bytes_.reserve(kMostBytes + 1); }
-  ~SecretLine() { WipeText(bytes_); }
   SecretLine(const SecretLine&) = delete;
   SecretLine& operator=(const SecretLine&) = delete;
 
   /// Ignores bytes beyond the limit.
   void Add(char byte) {
-    if (bytes_.size() <= kMostBytes) bytes_ += byte;
+    if (bytes_.size() <= kMostBytes) bytes_.push_back(byte);
   }
   bool IsTooLong() const { return View().size() > kMostBytes; }
   /// Without the CR of a CR LF.
   std::string_view View() const {
-    const std::string_view all = bytes_;
+    const std::string_view all(bytes_.data(), bytes_.size());
     return all.ends_with('\r') ? all.substr(0, all.size() - 1) : all;
   }
 
@@ -38,7 +37,7 @@ class SecretLine {
   /// As much as a terminal takes in one line.
   static constexpr std::size_t kMostBytes = 4000;
 
-  std::string bytes_;
+  SecretBytes bytes_;
 };
 
 /// Where a user can be asked for a passphrase: a terminal or console.

@@ -2,6 +2,9 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <sys/mman.h>
+
+#include "base/secret_string.h"
 
 namespace corvessa::system {
 namespace {
@@ -15,6 +18,11 @@ FILE* NullStream() {
 
 void SetDefaultVariable(const char* name, const char* value) {
   setenv(name, value, /*overwrite=*/0);
+}
+
+bool LockSecrets() {
+  const auto memory = SecretArena();
+  return mlock(memory.data(), memory.size()) == 0;
 }
 
 QuietErrorStream::QuietErrorStream() : saved_(stderr) {

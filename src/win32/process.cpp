@@ -4,11 +4,19 @@
 #include <cstdio>
 #include <cstdlib>
 #include <io.h>
+#include <windows.h>
+
+#include "base/secret_string.h"
 
 namespace corvessa::system {
 
 void SetDefaultVariable(const char* name, const char* value) {
   if (std::getenv(name) == nullptr) _putenv_s(name, value);
+}
+
+bool LockSecrets() {
+  const auto memory = SecretArena();
+  return VirtualLock(memory.data(), memory.size()) != FALSE;
 }
 
 // The stream itself cannot be exchanged here; what it writes to can.

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "base/secret_string.h"
 #include "engine/engine.h"
 #include "windows_engine/string_vector.h"
 
@@ -22,6 +23,7 @@ struct EngineCall {
 
   std::string text;
   std::string second_text;
+  SecretString passphrase;
   std::optional<platform::EngineAccount> account;
   platform::EngineStringVectorPtr recipients;
   std::string result;

@@ -57,9 +57,10 @@ HRESULT EngineObject::QueryKeyPair(BSTR address, BSTR* text, LONG* status) noexc
 HRESULT EngineObject::AuthenticateAccount(BSTR address, BSTR passphrase, LONG* status) noexcept {
   if (!ClearAll(status)) return E_POINTER;
   return EngineMethod([&] {
-    const auto call = MakeCall(address, passphrase);
+    const auto call = MakeCall(address);
+    call->passphrase = com::SecretOf(passphrase);
     *status = session_.Perform(0, [call](OpenPgpEngine& engine) {
-      return engine.AuthenticateAccount(call->text, call->second_text);
+      return engine.AuthenticateAccount(call->text, call->passphrase.View());
     });
   });
 }

@@ -3,6 +3,7 @@
 #include <ole2.h>
 #include <shlobj.h>
 
+#include "system/process.h"
 #include "windows/com/errors.h"
 #include "windows_engine/local_paths.h"
 #include "windows_engine/worker.h"
@@ -35,6 +36,7 @@ engine::EngineConfig UserEngineConfig() {
 }
 
 std::shared_ptr<engine::OpenPgpEngine> OpenUserEngine() {
+  system::LockSecrets();
   return engine::CreateOpenPgpEngine(UserEngineConfig());
 }
 

@@ -44,10 +44,7 @@ std::optional<SecretString> AskCaller(INimbraPassphraseSource& source,
                                   &is_given),
              &source, __uuidof(INimbraPassphraseSource));
   if (is_given == VARIANT_FALSE) return std::nullopt;
-  std::string text = passphrase.Text();
-  std::optional<SecretString> given(text);
-  WipeText(text);
-  return given;
+  return com::SecretOf(passphrase.Get());
 }
 
 /// Asks a caller's object on the thread that it belongs to.
@@ -71,10 +68,11 @@ HRESULT EngineObject::GenerateKey(BSTR name, BSTR address, BSTR passphrase, BSTR
                                   LONG* status) noexcept {
   if (!ClearAll(fingerprint, status)) return E_POINTER;
   return UpkeepMethod([&] {
-    const auto call = MakeCall(name, passphrase);
+    const auto call = MakeCall(name);
+    call->passphrase = com::SecretOf(passphrase);
     call->keys.resize(1);
     *status = session_.Perform(0, [call, to = com::TextOf(address)](OpenPgpEngine& engine) {
-      return engine.GenerateKey(call->text, to, call->second_text, call->keys.front());
+      return engine.GenerateKey(call->text, to, call->passphrase.View(), call->keys.front());
     });
     if (*status == kDone) Give(call->keys.front().fingerprint, fingerprint);
   });

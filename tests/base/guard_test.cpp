@@ -39,7 +39,7 @@ TEST(Checked, RunningOverIsError6AtEveryWidth) {
   EXPECT_EQ(Attempt([] { CheckedNarrow<std::int16_t>(65537); }).number, kOverflow);
 }
 
-TEST(SecretString, LeavesNoCopyWhenItChanges) {
+TEST(SecretString, StandsInItsArenaAndLeavesNoCopyWhenItChanges) {
   std::string text = "a long passphrase that does not fit a short string";
   const char* bytes = text.data();
   const std::size_t length = text.size();
@@ -49,10 +49,19 @@ TEST(SecretString, LeavesNoCopyWhenItChanges) {
 
   SecretString secret("tiny");
   const SecretString copy = secret;
+  const char* held = secret.View().data();
+  const auto arena = SecretArena();
+  EXPECT_TRUE(held >= static_cast<void*>(arena.data()) && held < static_cast<void*>(&arena.back()));
+  secret.Append(std::string(100, 'x'));
+  EXPECT_EQ(std::string(held, 4), std::string(4, '\0'));
+  EXPECT_EQ(secret.View(), "tiny" + std::string(100, 'x'));
+  held = secret.View().data();
   secret.Clear();
   EXPECT_TRUE(secret.IsEmpty());
-  EXPECT_EQ(copy.View(), "tiny");
-  EXPECT_EQ(std::string(secret.View().data(), 4), std::string(4, '\0'));
+  EXPECT_EQ(std::string(held, 104), std::string(104, '\0'));
+  // More than the arena holds.
+  const std::vector<SecretString> many(1000, copy);
+  for (const auto& one : many) EXPECT_EQ(one.View(), "tiny");
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "desk/commands/command.h"
 #include "desk/terminal/terminal.h"
+#include "system/process.h"
 
 namespace {
 
@@ -32,6 +33,7 @@ void ForbidDumps() {
 int main(int argument_count, char** arguments) {
   FillClosedStreams();
   ForbidDumps();
+  corvessa::system::LockSecrets();
   // A closed pipe and a limit on the size of files become write errors with a message.
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);

@@ -1,6 +1,7 @@
 #include "windows/addin/addin_host.h"
 
 #include "base/guard.h"
+#include "system/process.h"
 #include "windows/addin/send_net.h"
 #include "windows/engine/com_engine.h"
 
@@ -15,6 +16,7 @@ std::shared_ptr<AddInHost> AddInHost::Shared() {
 }
 
 AddInHost::AddInHost() : engine_(CreateComEngineFactory()) {
+  system::LockSecrets();
   platform::InstallHost({cdo_, clipboard_, clock_, *engine_, files_, inet_, pictures_, redemption_,
                          registry_, shell_, ui_, ReadProductInfo(), &sends_});
   connect_ = std::make_unique<corvessa::Connect>();

@@ -72,4 +72,11 @@ std::string TextOf(BSTR text) {
   return std::move(*narrow);
 }
 
+SecretString SecretOf(BSTR text) {
+  std::string plain = TextOf(text);
+  SecretString secret(plain);
+  WipeText(plain);
+  return secret;
+}
+
 }  // namespace corvessa::com

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/secret_string.h"
+
 namespace corvessa::com {
 
 /// Owns a BSTR, the text of COM: UTF-16 with its length. A null pointer is an empty text. Wiped
@@ -41,5 +43,7 @@ class Bstr {
 
 /// A BSTR as UTF-8. Throws Error (E_INVALIDARG) for half a surrogate pair.
 std::string TextOf(BSTR text);
+/// The same for a passphrase.
+SecretString SecretOf(BSTR text);
 
 }  // namespace corvessa::com
