@@ -10,7 +10,8 @@
 
 /// What the user is shown of a key. Finding it out means checking every signature of the key, which
 /// takes a third of a millisecond, seconds for a large ring. So it is found out once, when the key
-/// comes into a ring, and kept as text in the index. Nothing is encrypted or verified by it.
+/// comes into a ring, and kept as text in the index. Nothing is encrypted or verified by it; it
+/// only answers whether there is a key.
 namespace corvessa::engine {
 
 KeyInfo InfoOf(rnp_ffi_t ffi, rnp_key_handle_t primary);

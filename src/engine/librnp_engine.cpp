@@ -99,15 +99,6 @@ std::string LibrnpEngine::AccountAddress(const platform::EngineAccount* account)
   return account ? NormalAddress(account->address) : std::string();
 }
 
-EngineStatus LibrnpEngine::QueryKeyPair(std::string_view address, std::string& text) {
-  const auto status = Attempt([&] {
-    text = Text(rnp_key_get_fprint, UsableKeys({NormalAddress(address)}).front().get());
-    return kDone;
-  });
-  // Whatever else is the matter, it does not say that the address has no key.
-  return status == kDone || status == kNoKey ? status : kCannotTell;
-}
-
 EngineStatus LibrnpEngine::AuthenticateAccount(std::string_view address,
                                                std::string_view passphrase) {
   return Attempt([&] {

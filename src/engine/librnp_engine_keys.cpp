@@ -82,6 +82,15 @@ std::vector<KeyInfo> InfosOf(const KeyRings& rings, const Entries& entries, ToEn
   return infos;
 }
 
+/// The fingerprint of a key that mail to the address can be encrypted to, by what the index says,
+/// so that the key need not be loaded and checked; empty when it says of none.
+std::string UsableByIndex(const KeyRings& rings, std::string_view address) {
+  const auto keys = InfosOf(rings, rings.FindByAddress(address),
+                            [](const RingEntry* entry) -> const RingEntry& { return *entry; });
+  const auto usable = std::ranges::find(keys, true, &KeyInfo::encrypts);
+  return usable == keys.end() ? std::string() : usable->fingerprint;
+}
+
 /// The addresses of a key that the rings do not know it by.
 std::vector<std::string> NewAddresses(const KeyRings& rings, const KeyInfo& key) {
   std::vector<std::string> added;
@@ -178,6 +187,18 @@ EngineStatus LibrnpEngine::RemoveKeys(std::string_view who) {
     keys_.Remove(lock, entries);
     return kDone;
   });
+}
+
+EngineStatus LibrnpEngine::QueryKeyPair(std::string_view address, std::string& text) {
+  const auto status = Attempt([&] {
+    const std::string normal = NormalAddress(address);
+    std::string usable = UsableByIndex(keys_.rings(), normal);
+    if (usable.empty()) usable = Text(rnp_key_get_fprint, UsableKeys({normal}).front().get());
+    text = std::move(usable);
+    return kDone;
+  });
+  // Whatever else is the matter, it does not say that the address has no key.
+  return status == kDone || status == kNoKey ? status : kCannotTell;
 }
 
 EngineStatus LibrnpEngine::ListKeys(std::vector<KeyInfo>& keys) {
