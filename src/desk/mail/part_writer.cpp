@@ -68,10 +68,10 @@ void SetDisposition(GMimeObject* part, const Attachment& attachment) {
   g_mime_param_set_charset(g_mime_param_list_get_parameter(parameters, "filename"), "utf-8");
 }
 
-void SetContent(GMimePart* part, const Attachment& attachment, GMimeContentEncoding encoding) {
-  const Handle<GMimeDataWrapper> content(g_mime_data_wrapper_new_with_stream(
-      StreamOf(attachment.data).get(),
-      encoding == GMIME_CONTENT_ENCODING_7BIT ? encoding : GMIME_CONTENT_ENCODING_BINARY));
+/// Content and part declare the same encoding, so that GMime writes the lines unchanged.
+void SetContent(GMimePart* part, const ContentPtr& lines, GMimeContentEncoding encoding) {
+  const Handle<GMimeDataWrapper> content(
+      g_mime_data_wrapper_new_with_stream(StreamOf(lines).get(), encoding));
   g_mime_part_set_content_encoding(part, encoding);
   g_mime_part_set_content(part, content.get());
 }
@@ -92,7 +92,7 @@ Part AttachmentPart(const Attachment& attachment) {
   SetDisposition(part.get(), attachment);
   const auto id = EncodeIdentifier(attachment.content_id);
   if (!id.empty()) g_mime_object_set_content_id(part.get(), id.substr(1, id.size() - 2).c_str());
-  SetContent(GMIME_PART(part.get()), attachment,
+  SetContent(GMIME_PART(part.get()), is_mail ? attachment.data : Base64Content(attachment.data),
              is_mail ? GMIME_CONTENT_ENCODING_7BIT : GMIME_CONTENT_ENCODING_BASE64);
   return part;
 }

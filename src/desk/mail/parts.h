@@ -29,7 +29,7 @@ class MailFile {
   MailFile(std::filesystem::path path, system::File file);
 
   std::filesystem::path path_;
-  system::File file_;
+  std::shared_ptr<const system::File> file_;
   Handle<GMimeStream> stream_;
   system::FileStamp stamp_;
 };
@@ -59,6 +59,10 @@ ContentPtr PartContent(GMimeStream* range, PartEncoding encoding,
 /// Whether a part that is declared as uuencoded is: it holds a "begin" line, or starts with a line
 /// as in such a file.
 bool HoldsUuencodedLines(const Content& undecoded);
+
+/// The content in base64, in lines of 76 characters that end with LF. GMime's own encoder takes
+/// several times as long.
+ContentPtr Base64Content(ContentPtr content);
 
 /// A stream for GMime that reads a content, empty for null. Throws Error when the content cannot be
 /// opened; when it cannot be read, the stream ends with an error.
