@@ -6,6 +6,7 @@ import http.server
 import json
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -24,7 +25,7 @@ GLOBAL_KEY = rf"HKCU\{PLUGIN}\Global"
 ADD_IN_KEY = r"HKLM\Software\Microsoft\Office\Outlook\Addins\CorvessaPro_OL.Connect"
 FOLDER = "Program Files/Corvessa"
 DATA = f"users/{getpass.getuser()}/AppData/Roaming/Nimbra Communications/Corvessa Professional"
-FAILED, NO_RIGHTS, OUTLOOK_RUNS, OTHER_INSTALLED = 2, 3, 4, 6
+FAILED, NO_RIGHTS, OUTLOOK_RUNS, OLD_SYSTEM, OTHER_INSTALLED, BAD_SWITCH = 2, 3, 4, 5, 6, 7
 # msiexec's 1603, of which a program's exit code here keeps eight bits.
 MSI_FAILED = 1603 & 0xFF
 
@@ -221,6 +222,13 @@ class Setup(PackageTest):
         self.assertEqual(code, NO_RIGHTS)
         self.assertIn("needs the rights of an administrator", said)
 
+        self.assertEqual(self.setup(computer, VERSION, r"/VALUES=C:\missing.ini"), (
+            BAD_SWITCH, r"The file of values, C:\missing.ini, was not found." + "\n"))
+        computer.set(r"HKCU\Software\Wine", "Version", "winxp")
+        self.assertEqual(self.setup(computer), (
+            OLD_SYSTEM, "Corvessa Professional for Outlook needs Windows Vista or later.\n"))
+        computer.set(r"HKCU\Software\Wine", "Version", "win10")
+
         program = computer.drive / "OUTLOOK.EXE"
         shutil.copy(BUILD / "tests/windows/stand_in_outlook.exe", program)
         outlook = computer.start(program, stdin=subprocess.PIPE)
@@ -252,6 +260,12 @@ class Setup(PackageTest):
         installed = computer.state()
         self.assertEqual(self.setup(computer, "99.0.0")[0], FAILED)
         self.assertEqual(differences(installed, computer.state()), set())
+
+        # Waited for, the uninstaller cannot delete itself.
+        (computer.drive / "remove.bat").write_text(
+            f"@\"C:\\{FOLDER}\\uninstall.exe\" /S _?=C:\\{FOLDER}\r\n".replace("/C", "\\C"))
+        self.assertEqual(computer.run("cmd", "/c", r"C:\remove.bat")[0], 0)
+        self.assertEqual(os.listdir(computer.drive / FOLDER), ["uninstall.exe"])
 
     def test_other_folders_and_another_edition(self):
         self.package("--brand", TOP / "packaging/example-brand")
@@ -299,6 +313,22 @@ class Msi(PackageTest):
         self.assertEqual({one for one in differences(before, computer.state()) if not (
             "Nimbra" in one and not one.startswith("system.reg") or "Installer" in one or
             one.endswith(r"Outlook\\Addins"))}, set())
+
+
+class Pages(unittest.TestCase):
+    def test_a_browser_shows_each_page_and_each_link_leads_to_one(self):
+        pages = sorted((TOP / "docs/help").glob("*.html"))
+        pictures = BUILD / "help-pages"  # To be looked at.
+        shutil.rmtree(pictures, ignore_errors=True)
+        pictures.mkdir()
+        for page in pages:
+            picture = pictures / f"{page.stem}.png"
+            subprocess.run(["chromium", "--headless", "--no-sandbox", "--disable-gpu",
+                            "--window-size=760,900", f"--screenshot={picture}", page.as_uri()],
+                           check=True, capture_output=True, timeout=120)
+            self.assertTrue(picture.read_bytes().startswith(b"\x89PNG"))
+            for link in re.findall(r"href=\"([^\"]*)\"", page.read_text()):
+                self.assertTrue((page.parent / link).is_file(), f"{page.name}: {link}")
 
 
 class Reproduction(unittest.TestCase):
