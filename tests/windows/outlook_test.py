@@ -2,6 +2,7 @@
 import email
 import email.policy
 import functools
+import http.server
 import itertools
 import json
 import os
@@ -10,6 +11,8 @@ import re
 import shutil
 import subprocess
 import tempfile
+import threading
+import time
 import unittest
 
 TOP = pathlib.Path(__file__).resolve().parents[2]
@@ -382,6 +385,53 @@ class Scenarios(OutlookCase):
         self.assertEqual(self.do(do="crypto", address="carol@example.org", window=window),
                          {"late": 0, "early": 0, "stored": True, "names": ["plan.txt"], "left": 0,
                           "refused": -2147024809, "boxes": []})
+
+    def test_the_update_check_fetches_one_page_and_opens_another(self):
+        class Updates(http.server.BaseHTTPRequestHandler):
+            def do_GET(self):
+                self.send_response(200)
+                self.end_headers()
+                self.wfile.write(b"<major>9</major><minor>8</minor><revision>7</revision>"
+                                 b"<message>PRODUCT_NAME is old.</message>"
+                                 b"<urlInfo>http://127.0.0.1/new?a=1&amp;b=2</urlInfo>")
+
+            def log_message(self, *_):
+                pass
+
+        server = http.server.HTTPServer(("127.0.0.1", 0), Updates)
+        self.addCleanup(server.server_close)
+        self.addCleanup(server.shutdown)
+        threading.Thread(target=server.serve_forever, daemon=True).start()
+        browser, page = self.folder / "browser", self.folder / "page"
+        browser.write_text(f'#!/bin/sh\necho "$1" >{page}.new; mv {page}.new {page}\n')
+        browser.chmod(0o700)
+        subprocess.run([TOP / "tools/wine-run.sh", self.prefix / "drive_c/windows/system32/reg.exe",
+                        "add", r"HKCU\Software\Wine\WineBrowser", "/v", "Browsers", "/d", browser],
+                       env=dict(os.environ, WINE_RUN_PREFIX=str(self.prefix)), check=True,
+                       stdout=subprocess.DEVNULL)
+        self.do(do="set", name="URLUpdate", value=f"http://127.0.0.1:{server.server_port}/")
+        self.addCleanup(self.do, do="set", name="URLUpdate", value="")
+        self.do(do="answer", form="MessageBox", press="OK")
+        boxes = self.do(do="connect")["boxes"]
+        self.addCleanup(self.disconnect)
+        self.assertIn("Corvessa Professional for Outlook is old.",
+                      [box for box in boxes if box["form"] == "MessageBox"][0]["text"])
+        for _ in range(100):
+            if page.exists():
+                break
+            time.sleep(0.1)
+        self.assertEqual(page.read_text(), "http://127.0.0.1/new?a=1&b=2\n")
+
+    def test_a_recipient_without_an_address_is_looked_for_in_the_address_books(self):
+        self.connect()
+        self.do(**LOGIN)
+        window = self.do(do="compose", to=["Carol"], body=CANARY)["window"]
+        self.do(do="stats")
+        answer = self.send(window)
+        calls = self.do(do="stats")["calls"]
+        self.assertEqual((calls["Session.Logon"], calls["SafeAddressLists.Count"]), (1, 2))
+        self.assertTrue(answer["cancelled"])
+        self.assertIn("unable to resolve", answer["boxes"][-1]["text"])
 
     def test_a_hundred_connections_leave_nothing_behind(self):
         mail = self.mail_from_bob("hello\n")
