@@ -111,7 +111,7 @@ class Transfers {
   const std::size_t max_size_;
   const Clock::time_point until_;
   Handle session_ =
-      Handle(InternetOpenW(L"Corvessa", INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0));
+      Handle(InternetOpenW(nullptr, INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0));
   std::mutex mutex_;
   std::condition_variable finished_;
   std::size_t bytes_left_;

@@ -1,9 +1,14 @@
 #include "support/gpg.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <random>
 #include <regex>
 
+#include "base/text.h"
+#include "engine/key_facts.h"
 #include "engine/profile.h"
+#include "engine/rnp_handles.h"
 
 namespace corvessa::engine {
 namespace {
@@ -159,6 +164,36 @@ TEST_F(GpgTest, ExchangesFilesAndDetachedSignatures) {
     gpg->Make("--verify " + testing::ShellPath(alice->SignFile(plain).second) + " " +
               testing::ShellPath(plain));
   }
+}
+
+TEST_F(GpgTest, ReadsAMessageToAHundredRecipientsAndALargeFile) {
+  const Ffi ffi = MakeFfi();
+  To all(kPeers);
+  std::string keys;
+  while (all.items.size() < 100) {
+    all.Add("user" + std::to_string(all.items.size()) + "@example.org");
+    const auto key =
+        Make<Key>(rnp_generate_key_25519, ffi.get(), all.items.back().c_str(), nullptr);
+    keys += ExportPublic(key.get());
+  }
+  alice->Import(keys);
+  const auto armoured = alice->EncryptText(all, "x").second;
+  EXPECT_EQ(gpg->Run("--decrypt", armoured), "x") << gpg->said;
+  const auto names_recipient = [](const std::string& line) {
+    return line.starts_with("[GNUPG:] ENC_TO ");
+  };
+  EXPECT_EQ(std::ranges::count_if(Split(gpg->said, "\n"), names_recipient), 100);
+
+  std::minstd_rand random;
+  std::string noise(25'000'000, '\0');
+  std::ranges::generate(noise, [&] { return static_cast<char>(random() >> 8); });
+  const auto encrypted = (alice->folder / "encrypted").string();
+  ASSERT_EQ(alice->engine->EncryptFileToFile(To(kPeers), alice->Write("noise", noise), encrypted),
+            0);
+  ExpectSame(gpg->Run("--decrypt", ContentOf(encrypted)), noise, gpg->said);
+  const auto message = alice->Write("message", gpg->Make("--encrypt -r alice@example.org", noise));
+  EXPECT_EQ(alice->engine->DecryptFileEx(message, nullptr), 0);
+  EXPECT_TRUE(ContentOf(message) == noise);
 }
 
 TEST_F(GpgTest, SignsAndDecryptsWithGpgsSecretKeys) {

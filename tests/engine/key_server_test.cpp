@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <chrono>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <thread>
 
 #include "base/text.h"
@@ -51,7 +50,10 @@ class SksServer {
   }
   ~SksServer() {
     const std::string process = ContentOf(folder_ / "pid");
-    testing::RunShell("kill " + process + "while kill -0 " + process + "do sleep 0.01; done 2>&-");
+    // Its socket is nothing that Wine could remove.
+    testing::RunShell("kill " + process + "while kill -0 " + process +
+                      "do sleep 0.01; done 2>&-; " + "rm -rf " +
+                      testing::ShellPath(folder_ / "var"));
   }
   SksServer(const SksServer&) = delete;
   SksServer& operator=(const SksServer&) = delete;
@@ -142,8 +144,9 @@ TEST_F(KeyServerTest, AServerThatCannotBeReachedIsTold) {
     alice->engine->SetOption("updateKeyservers", servers);
     EXPECT_EQ(alice->upkeep->PublishKeys(kAlice), -8);
   }
-  EXPECT_EQ(alice->engine->GetEngineLastError(),
-            "The key server " + dead + " did not take the key: Couldn't connect to server.");
+  // The reason is in the words of the system.
+  EXPECT_TRUE(alice->engine->GetEngineLastError().starts_with("The key server " + dead +
+                                                              " did not take the key: "));
 }
 
 TEST_F(KeyServerTest, RogueServersGiveNoKey) {
@@ -170,8 +173,8 @@ TEST_F(KeyServerTest, RogueServersGiveNoKey) {
     }
   };
   const auto hang = [](int socket, const std::string& /*path*/) {
-    pollfd closed{socket, POLLIN, 0};
-    poll(&closed, 1, 5000);
+    char byte;
+    testing::Receive(socket, &byte, 1);
   };
   struct Case {
     const char* what;
@@ -208,10 +211,17 @@ TEST_F(KeyServerTest, AsksWithTheCustomersLineAndNotForWhatTheRingsHold) {
   EXPECT_EQ(stranger.EncryptText(To({kAlice}), "x").first, 0);
   EXPECT_EQ(server.Requests().size(), 1U);
   EXPECT_EQ(stranger.QueryKeyPair("a&b=c@example.org"), -13);
-  EXPECT_EQ(server.Requests().back(),
-            "GET /pks/lookup?op=get&options=mr&exact=on&search=a%26b%3Dc%40example.org "
-            "HTTP/1.1\r\nHost: " +
-                server.Url().substr(7) + "\r\nAccept: */*\r\nX-Nimbra-CustomerID: 4711\r\n\r\n");
+  const std::string head = server.Requests().back();
+  EXPECT_TRUE(head.starts_with(
+      "GET /pks/lookup?op=get&options=mr&exact=on&search=a%26b%3Dc%40example.org HTTP/1.1\r\n"));
+  const std::string customer = "X-Nimbra-CustomerID: 4711\r\n";
+  EXPECT_NE(head.find("\r\n" + customer), std::string::npos) << head;
+  // Nothing else tells who asks.
+  const std::vector<std::string> allowed = {
+      "GET", "Host:", "Accept:", "Pragma:", "Connection:", "Cache-Control:", ""};
+  for (const auto& line : Split(Replace(head, customer, ""), "\r\n")) {
+    EXPECT_EQ(std::ranges::count(allowed, line.substr(0, line.find(' '))), 1) << line;
+  }
 }
 
 TEST_F(KeyServerTest, AServersKeyForAKnownAddressIsNotBelieved) {

@@ -7,6 +7,8 @@
 #include <thread>
 #include <vector>
 
+#include "support/sockets.h"
+
 namespace corvessa::testing {
 
 /// A small HTTP/1.0 server on a loopback port, on a thread of its own. One connection at a time.
@@ -28,16 +30,14 @@ class HttpServer {
  private:
   void Reply(int connection);
 
-  int listener_;
-  std::string port_;
   Answer answer_;
+  int port_ = 0;
+  int listener_;
   mutable std::mutex mutex_;
   std::vector<std::string> requests_;
   std::thread thread_;
 };
 
-/// Writes all of it; false when the other side is gone.
-bool Send(int socket, std::string_view bytes);
 /// The answer "HTTP/1.0 " and this: status, header lines, an empty line, body.
 HttpServer::Answer Replies(std::string reply);
 
