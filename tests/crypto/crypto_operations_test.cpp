@@ -82,6 +82,18 @@ TEST_F(CryptoOperationsTest, AsksOnUntilAnAccountDecryptsOrThreeHaveNot) {
   }
 }
 
+TEST_F(CryptoOperationsTest, KeepsTheAccountThatDecrypted) {
+  Engine().Once("DecryptTextEx", {.status = -13});
+  Engine().Once("DecryptTextEx", {.status = 0, .text = "plain"});
+  ExpectLogins({1});
+  std::string body(kArmour);
+  EXPECT_EQ(Decrypt(body), 0);
+  EXPECT_EQ(body, "plain");
+  EXPECT_FALSE(g_colAccounts[0]->GetAuthenticated());
+  EXPECT_TRUE(g_colAccounts[1]->GetAuthenticated());
+  EXPECT_EQ(g_colAccounts[1]->m_sPassword.View(), "typed");
+}
+
 TEST_F(CryptoOperationsTest, MapsTheEnginesStatusesAndNeverWrapsOne) {
   struct Case {
     std::int32_t status;
@@ -241,6 +253,39 @@ TEST_F(CryptoOperationsTest, AnUnreachableServerIsNotTakenForNoKey) {
   Engine().Once("QueryKeyPair", {.thrown = Error{75, "Path/File access error"}});
   EXPECT_EQ(Crypto()->HasKeypair("ann@x.org"), -1);
   EXPECT_EQ(Trace(), std::vector<std::string>{"haskeypair: Path/File access error"});
+}
+
+TEST_F(CryptoOperationsTest, AuthenticateAsksInTheModeOfTheAttemptAndCountsIt) {
+  const std::string first = "Please enter your Corvessa passphrase.";
+  const std::string wrong = "You entered an incorrect passphrase.  Please try again.";
+  struct Case {
+    std::string prompt;
+    ScriptedEngine::Answer engine;
+    std::int32_t result;
+    std::int16_t attempts;
+  };
+  std::int16_t attempts = 0;
+  for (const Case& c : {Case{first, {}, 1, 0}, Case{first, {.status = -4}, -1, 1},
+                        Case{"Unable to decrypt email.  Please select a different email address.",
+                             {.status = -13},
+                             -1,
+                             2},
+                        Case{wrong, {.thrown = Error{5, "lost"}}, -1, 2}, Case{wrong, {}, 0, 3}}) {
+    const bool cancels = c.result == 1;
+    ui.Expect<frmLogin>("frmLogin", [&](frmLogin& form) {
+      EXPECT_EQ(form.txtPrompt1.Caption(), c.prompt);
+      form.txtPassword.Type("open sesame");
+      (cancels ? form.cmdCancel : form.cmdOK).Press();
+    });
+    if (!cancels) Engine().Once("AuthenticateAccount", c.engine);
+    std::int16_t wrong_account = c.engine.status == -13 ? 1 : 0;
+    EXPECT_EQ(Crypto()->Authenticate(attempts, wrong_account), c.result);
+    EXPECT_EQ(attempts, c.attempts);
+    // What was refused is not kept.
+    EXPECT_EQ(g_colAccounts.front()->m_sPassword.IsEmpty(), c.result != 0);
+  }
+  AllowError("CryptoOperations::Authenticate - lost");
+  EXPECT_TRUE(g_colAccounts.front()->GetAuthenticated());
 }
 
 TEST_F(CryptoOperationsTest, VectorsTakeEachTextOnceComparedExactly) {
