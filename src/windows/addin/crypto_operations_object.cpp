@@ -116,8 +116,8 @@ HRESULT CryptoOperationsObject::DecryptMailItem(IDispatch* item, BSTR* body, IDi
     Result<LONG>(status, kGivenUp);
     if (!body) com::RaiseFailed(E_POINTER, {});
     std::string text = TextOf(*body);
-    const auto answer = crypto.DecryptMailItem(WrapItem(item), text,
-                                               AttachmentNodesObject::NodesOf(attachments));
+    const auto answer =
+        crypto.DecryptMailItem(WrapItem(item), text, AttachmentNodesObject::NodesOf(attachments));
     PutText(body, text);
     *status = answer;
   });
@@ -133,8 +133,8 @@ HRESULT CryptoOperationsObject::AddToVector(IDispatch* addresses, BSTR text) noe
 HRESULT CryptoOperationsObject::HasEncryptedOrSignedAttachments(IDispatch* attachments,
                                                                 VARIANT_BOOL* has) noexcept {
   return Operation([&](auto& crypto) {
-    Result(has, VARIANT_FALSE) = FlagOf(
-        crypto.HasEncryptedOrSignedAttachments(AttachmentNodesObject::NodesOf(attachments)));
+    Result(has, VARIANT_FALSE) =
+        FlagOf(crypto.HasEncryptedOrSignedAttachments(AttachmentNodesObject::NodesOf(attachments)));
   });
 }
 
@@ -150,8 +150,8 @@ HRESULT CryptoOperationsObject::VerifyMailItem(IDispatch* item, BSTR* body, IDis
     if (!body || !signers) com::RaiseFailed(E_POINTER, {});
     std::string text = TextOf(*body);
     std::string names = TextOf(*signers);
-    const auto answer = crypto.VerifyMailItem(
-        WrapItem(item), text, AttachmentNodesObject::NodesOf(attachments), names);
+    const auto answer = crypto.VerifyMailItem(WrapItem(item), text,
+                                              AttachmentNodesObject::NodesOf(attachments), names);
     PutText(body, text);
     PutText(signers, names);
     *status = answer;
@@ -170,9 +170,8 @@ HRESULT CryptoOperationsObject::SignAndEncryptItem(IDispatch* item, IDispatch* a
                                                    LONG* result) noexcept {
   return Operation([&](auto& crypto) {
     Result<LONG>(result, kGivenUp);
-    *result =
-        crypto.SignAndEncryptItem(WrapItem(item), AttachmentNodesObject::NodesOf(attachments),
-                                  no_options_bar != VARIANT_FALSE);
+    *result = crypto.SignAndEncryptItem(WrapItem(item), AttachmentNodesObject::NodesOf(attachments),
+                                        no_options_bar != VARIANT_FALSE);
   });
 }
 
@@ -204,9 +203,8 @@ HRESULT CryptoOperationsObject::ReInsertAttachments(IDispatch* item, IDispatch* 
                                                     VARIANT_BOOL originals,
                                                     VARIANT_BOOL* inserted) noexcept {
   return Operation([&](auto& crypto) {
-    Result(inserted, VARIANT_FALSE) = FlagOf(
-        crypto.ReInsertAttachments(WrapItem(item), AttachmentNodesObject::NodesOf(attachments),
-                                   originals != VARIANT_FALSE));
+    Result(inserted, VARIANT_FALSE) = FlagOf(crypto.ReInsertAttachments(
+        WrapItem(item), AttachmentNodesObject::NodesOf(attachments), originals != VARIANT_FALSE));
   });
 }
 

@@ -17,7 +17,8 @@ class CryptoOperationsObject final
  public:
   static constexpr auto kProgId = L"CorvessaPro_OL.CryptoOperations";
 
-  /// Throws Error when the system lacks something. An engine that cannot be created fails each call.
+  /// Throws Error when the system lacks something. An engine that cannot be created fails each
+  /// call.
   CryptoOperationsObject();
 
   HRESULT STDMETHODCALLTYPE SetLookupKeyServers(BSTR servers) noexcept override;
@@ -35,8 +36,8 @@ class CryptoOperationsObject final
   HRESULT STDMETHODCALLTYPE DecryptMailItem(IDispatch* item, BSTR* body, IDispatch* attachments,
                                             LONG* status) noexcept override;
   HRESULT STDMETHODCALLTYPE AddToVector(IDispatch* addresses, BSTR text) noexcept override;
-  HRESULT STDMETHODCALLTYPE
-  HasEncryptedOrSignedAttachments(IDispatch* attachments, VARIANT_BOOL* has) noexcept override;
+  HRESULT STDMETHODCALLTYPE HasEncryptedOrSignedAttachments(IDispatch* attachments,
+                                                            VARIANT_BOOL* has) noexcept override;
   HRESULT STDMETHODCALLTYPE KillAllFiles(IDispatch* attachments) noexcept override;
   HRESULT STDMETHODCALLTYPE VerifyMailItem(IDispatch* item, BSTR* body, IDispatch* attachments,
                                            BSTR* signers, LONG* status) noexcept override;

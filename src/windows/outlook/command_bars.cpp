@@ -122,7 +122,8 @@ class LateBoundBar final : public LateBound<platform::CommandBar> {
   void Delete() override { object_.Call("Delete"); }
 };
 
-/// Names of the bars that were added. Word shares its bars between windows, so they are kept for all.
+/// Names of the bars that were added. Word shares its bars between windows, so they are kept for
+/// all.
 std::set<std::string, std::less<>>& AddedBars() {
   static std::set<std::string, std::less<>> names;
   return names;

@@ -12,10 +12,10 @@ namespace {
 using Microsoft::WRL::ComPtr;
 
 // NOLINTBEGIN(cppcoreguidelines-macro-usage): only the preprocessor makes names.
-#define CORVESSA_COUNTED(operation, parameters, arguments)               \
-  HRESULT STDMETHODCALLTYPE operation parameters noexcept override {     \
-    const HRESULT planned = TheLedger().Note("Engine." #operation);      \
-    return FAILED(planned) ? planned : engine_->operation arguments;     \
+#define CORVESSA_COUNTED(operation, parameters, arguments)           \
+  HRESULT STDMETHODCALLTYPE operation parameters noexcept override { \
+    const HRESULT planned = TheLedger().Note("Engine." #operation);  \
+    return FAILED(planned) ? planned : engine_->operation arguments; \
   }
 // NOLINTEND(cppcoreguidelines-macro-usage)
 
@@ -27,13 +27,13 @@ class Counted final : public com::Object<Counted, windows::ReservedPlaces> {
   explicit Counted(ComPtr<INimbraEncryptionEngine> engine) : engine_(std::move(engine)) {}
 
   CORVESSA_COUNTED(SetOption, (BSTR name, BSTR value), (name, value))
-  CORVESSA_COUNTED(InitEngine, (LONG* status), (status))
+  CORVESSA_COUNTED(InitEngine, (LONG * status), (status))
   CORVESSA_COUNTED(QueryKeyPair, (BSTR who, BSTR* text, LONG* status), (who, text, status))
   CORVESSA_COUNTED(AuthenticateAccount, (BSTR who, BSTR words, LONG* status), (who, words, status))
   CORVESSA_COUNTED(SignFile, (BSTR path, BSTR* made, LONG* status), (path, made, status))
   CORVESSA_COUNTED(SignText, (BSTR text, IDispatch* account, BSTR* made, LONG* status),
                    (text, account, made, status))
-  CORVESSA_COUNTED(EncryptText, (Vector* whom, BSTR text, BSTR* made, LONG* status),
+  CORVESSA_COUNTED(EncryptText, (Vector * whom, BSTR text, BSTR* made, LONG* status),
                    (whom, text, made, status))
   CORVESSA_COUNTED(DecryptFileEx, (BSTR path, IDispatch* account, LONG* status),
                    (path, account, status))
@@ -45,8 +45,8 @@ class Counted final : public com::Object<Counted, windows::ReservedPlaces> {
   CORVESSA_COUNTED(VerifyFile,
                    (BSTR path, BSTR signature, Vector** known, Vector** unknown, LONG* status),
                    (path, signature, known, unknown, status))
-  CORVESSA_COUNTED(GetEngineLastError, (BSTR* text), (text))
-  CORVESSA_COUNTED(EncryptFileToFile, (Vector* whom, BSTR path, BSTR* made, LONG* status),
+  CORVESSA_COUNTED(GetEngineLastError, (BSTR * text), (text))
+  CORVESSA_COUNTED(EncryptFileToFile, (Vector * whom, BSTR path, BSTR* made, LONG* status),
                    (whom, path, made, status))
   CORVESSA_COUNTED(SetAnonymousMode, (VARIANT_BOOL anonymous), (anonymous))
   CORVESSA_COUNTED(GetAddressADKs, (BSTR who, Vector** found, LONG* status), (who, found, status))
@@ -90,8 +90,8 @@ CountedEngine::CountedEngine() {
     com::Check(CLSIDFromProgID(name, &clsid));
     com::Check(CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&real)));
     *counted.GetAddressOf() = new Factory(std::move(real));
-    com::Check(CoRegisterClassObject(clsid, counted.Get(), CLSCTX_INPROC_SERVER,
-                                     REGCLS_MULTIPLEUSE, &cookies_.emplace_back()));
+    com::Check(CoRegisterClassObject(clsid, counted.Get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE,
+                                     &cookies_.emplace_back()));
   }
 }
 

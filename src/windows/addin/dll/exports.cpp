@@ -14,8 +14,7 @@ using namespace corvessa;
 
 const std::array kClasses = {
     com::ComClass{__uuidof(Connect), windows::ConnectObject::kProgId,
-                  L"Corvessa Professional for Outlook",
-                  com::CreateObject<windows::ConnectObject>},
+                  L"Corvessa Professional for Outlook", com::CreateObject<windows::ConnectObject>},
     com::ComClass{__uuidof(::CryptoOperations), windows::CryptoOperationsObject::kProgId,
                   L"Corvessa Professional cryptographic operations",
                   com::CreateObject<windows::CryptoOperationsObject>},
