@@ -5,7 +5,8 @@
 # names another one.
 #
 # A run that takes longer than WINE_RUN_SECONDS (110 unless set) is ended with all that it started,
-# and fails with exit code 124. There is no display unless WINE_RUN_DISPLAY names one.
+# and fails with exit code 124. There is no display unless WINE_RUN_DISPLAY names one; "own" is one
+# that is there for this run only.
 set -euo pipefail
 
 program="$(realpath "$1")"
@@ -27,6 +28,15 @@ prefix="${WINE_RUN_PREFIX:-${program%.exe}.wine}"
 export WINEPREFIX="$prefix" HOME="$prefix" WINEDEBUG="${WINEDEBUG:--all}" LC_ALL=C.UTF-8
 export WINEDLLOVERRIDES="mscoree,mshtml,winemenubuilder.exe="
 export DISPLAY="${WINE_RUN_DISPLAY:-}"
+if [ "$DISPLAY" = own ]; then
+  # The desktop of an earlier run stands on a display that is gone.
+  wineserver -k || true
+  wineserver -w
+  coproc Xvfb -displayfd 1 -screen 0 1280x1024x24 -nolisten tcp -noreset 2>/dev/null
+  trap 'wineserver -k || true; kill "$COPROC_PID"' EXIT
+  read -r DISPLAY <&"${COPROC[0]}"
+  DISPLAY=":$DISPLAY"
+fi
 unset WAYLAND_DISPLAY
 
 # Wine makes links to the user's own folders for documents; a test has its own.

@@ -11,10 +11,11 @@
 
 namespace corvessa {
 
-frmEMail::frmEMail() : BrandedForm("frmEMail", "Add Secure Email Account", 400, 138) {
+frmEMail::frmEMail() : BrandedForm("frmEMail", "Add Secure Email Account", 400, 151) {
   cmdOK.SetDefault(true);
   cmdOK.SetEnabled(false);
   cmdCancel.SetCancel(true);
+  cmdAddInstructions.SetHelp(true);
   edEmail.OnChange = [this] { cmdOK.SetEnabled(!edEmail.Text().empty()); };
   cmdOK.OnClick = [this] { Accept(); };
   cmdCancel.OnClick = [this] { Hide(); };
@@ -45,7 +46,7 @@ void frmEMail::Accept() {
 }
 
 frmAliasOptions::frmAliasOptions(NimbraAccountPtr account)
-    : BrandedForm("frmAliasOptions", "Secure Email Address Options", 350, 207),
+    : BrandedForm("frmAliasOptions", "Secure Email Address Options", 400, 207),
       account_(std::move(account)) {
   lblEmailAddress.SetUseMnemonic(false);
   fraOptions.Hold({&chkSign, &cmdPassphrase});

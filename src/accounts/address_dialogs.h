@@ -19,12 +19,12 @@ class frmEMail final : public BrandedForm {
 
   Label Label1{*this,
                "Label1",
-               {7, 62, 386, 13},
+               {7, 62, 386, 26},
                "Enter the email address of the account you would like to secure:"};
-  TextBox edEmail{*this, "edEmail", {7, 80, 386, 21}};
-  CommandButton cmdOK{*this, "cmdOK", {154, 108, 75, 23}, "&Ok"};
-  CommandButton cmdCancel{*this, "cmdCancel", {236, 108, 75, 23}, "&Cancel"};
-  CommandButton cmdAddInstructions{*this, "cmdAddInstructions", {318, 108, 75, 23}, "&Help"};
+  TextBox edEmail{*this, "edEmail", {7, 93, 386, 21}};
+  CommandButton cmdOK{*this, "cmdOK", {154, 121, 75, 23}, "&Ok"};
+  CommandButton cmdCancel{*this, "cmdCancel", {236, 121, 75, 23}, "&Cancel"};
+  CommandButton cmdAddInstructions{*this, "cmdAddInstructions", {318, 121, 75, 23}, "&Help"};
   Image imgLogoImage{*this, "imgLogoImage", {7, 7, 386, 48}};
 
  private:
@@ -41,15 +41,15 @@ class frmAliasOptions final : public BrandedForm {
   /// The account is never null.
   explicit frmAliasOptions(NimbraAccountPtr account);
 
-  Label Label1{*this, "Label1", {7, 62, 90, 13}, "Email address:"};
-  Label lblEmailAddress{*this, "lblEmailAddress", {104, 62, 239, 26}};
-  Frame fraOptions{*this, "fraOptions", {7, 95, 336, 75}, "Options"};
+  Label Label1{*this, "Label1", {7, 62, 110, 13}, "Email address:"};
+  Label lblEmailAddress{*this, "lblEmailAddress", {124, 62, 269, 26}};
+  Frame fraOptions{*this, "fraOptions", {7, 95, 386, 75}, "Options"};
   CheckBox chkSign{
-      *this, "chkSign", {17, 113, 316, 17}, "Use this address to &digitally sign outgoing email"};
-  CommandButton cmdPassphrase{*this, "cmdPassphrase", {17, 137, 120, 23}, "&Change Passphrase"};
-  CommandButton cmdOK{*this, "cmdOK", {186, 177, 75, 23}, "&Ok"};
-  CommandButton cmdCancel{*this, "cmdCancel", {268, 177, 75, 23}, "&Cancel"};
-  Image imgLogoImage{*this, "imgLogoImage", {7, 7, 336, 48}};
+      *this, "chkSign", {17, 113, 366, 17}, "Use this address to &digitally sign outgoing email"};
+  CommandButton cmdPassphrase{*this, "cmdPassphrase", {17, 137, 150, 23}, "&Change Passphrase"};
+  CommandButton cmdOK{*this, "cmdOK", {236, 177, 75, 23}, "&Ok"};
+  CommandButton cmdCancel{*this, "cmdCancel", {318, 177, 75, 23}, "&Cancel"};
+  Image imgLogoImage{*this, "imgLogoImage", {7, 7, 386, 48}};
 
  private:
   void Form_Load() override;

@@ -45,7 +45,10 @@ frmManageUserKeys::frmManageUserKeys()
   fraSecureEmail.Hold({&lstvwAliases, &cmdAdd, &cmdRemove, &cmdProperties});
   fraPassphraseOptions.Hold(
       {&optRemember[0], &optRemember[1], &optForgetWhen[0], &optForgetWhen[1], &txtForgetWhen});
+  lstvwAliases.SetAccessibleName(fraSecureEmail.Caption());
+  txtForgetWhen.SetAccessibleName(optForgetWhen[1].Caption());
   cmdOK.SetDefault(true);
+  cmdHelp.SetHelp(true);
   optRemember[0].Select();
   optForgetWhen[0].Select();
   txtForgetWhen.SetText("5");

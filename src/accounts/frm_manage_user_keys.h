@@ -58,15 +58,15 @@ class frmManageUserKeys final : public BrandedForm {
       {*this, "optRemember", 1, {27, 174, 386, 17}, "Forget my passphrase(s)"}};
   OptionButton optForgetWhen[2]{
       {*this, "optForgetWhen", 0, {47, 195, 366, 17}, "After each use"},
-      {*this, "optForgetWhen", 1, {47, 218, 256, 17}, "After the specified number of minutes:"}};
-  TextBox txtForgetWhen{*this, "txtForgetWhen", {310, 216, 60, 21}};
+      {*this, "optForgetWhen", 1, {47, 218, 290, 17}, "After the specified number of minutes:"}};
+  TextBox txtForgetWhen{*this, "txtForgetWhen", {343, 216, 60, 21}};
   CommandButton cmdProductUpdates{
-      *this, "cmdProductUpdates", {17, 257, 175, 23}, "Check for product &updates"};
+      *this, "cmdProductUpdates", {17, 257, 210, 23}, "Check for product &updates"};
   Inet Inet1{*this, "Inet1"};
-  CommandButton cmdOK{*this, "cmdOK", {78, 331, 75, 23}, "&Ok"};
-  CommandButton cmdHelp{*this, "cmdHelp", {160, 331, 75, 23}, "&Help"};
-  CommandButton cmdAbout{*this, "cmdAbout", {242, 331, 75, 23}, "A&bout"};
-  CommandButton cmdTools{*this, "cmdTools", {324, 331, 109, 23}, "Encryption &Tools"};
+  CommandButton cmdOK{*this, "cmdOK", {47, 331, 75, 23}, "&Ok"};
+  CommandButton cmdHelp{*this, "cmdHelp", {129, 331, 75, 23}, "&Help"};
+  CommandButton cmdAbout{*this, "cmdAbout", {211, 331, 75, 23}, "A&bout"};
+  CommandButton cmdTools{*this, "cmdTools", {293, 331, 140, 23}, "Encryption &Tools"};
   Image imgLogoImage{*this, "imgLogoImage", {7, 7, 426, 48}};
 
  private:

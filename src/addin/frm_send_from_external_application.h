@@ -21,7 +21,7 @@ class frmSendFromExternalApplication final : public BrandedForm {
   Frame Frame1{*this, "Frame1", {7, 62, 286, 67}};
   CheckBox chkSign{*this, "chkSign", {14, 77, 272, 17}, "Sign this message"};
   CheckBox chkEncrypt{*this, "chkEncrypt", {14, 103, 272, 17}, "Encrypt this message"};
-  CommandButton cmdContinue{*this, "cmdContinue", {218, 136, 75, 23}, "&Continue >"};
+  CommandButton cmdContinue{*this, "cmdContinue", {203, 136, 90, 23}, "&Continue >"};
   Image imgLogoImage{*this, "imgLogoImage", {7, 7, 286, 48}};
 
  private:

@@ -76,7 +76,7 @@ std::int32_t ShowGeneric(std::string_view message, std::int32_t type,
 }
 
 frmHTML::frmHTML()
-    : BrandedForm("frmHTML", "HTML Message Warning", 400, 142), result_(kResultClosed) {
+    : BrandedForm("frmHTML", "HTML Message Warning", 400, 155), result_(kResultClosed) {
   // No cancel button: both buttons send the mail, so only the close box gives up sending.
   cmdConvert.SetDefault(true);
   cmdConvert.OnClick = [this] { Choose(kResultYes); };

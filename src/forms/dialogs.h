@@ -83,12 +83,12 @@ class frmHTML final : public BrandedForm {
 
   Label Label1{*this,
                "Label1",
-               {7, 62, 386, 13},
+               {7, 62, 386, 26},
                "HTML formatted emails can not be encrypted or digitally signed."};
   CommandButton cmdConvert{
-      *this, "cmdConvert", {55, 82, 290, 23}, "&Convert to plain text and send securely"};
+      *this, "cmdConvert", {30, 95, 340, 23}, "&Convert to plain text and send securely"};
   CommandButton cmdSend{
-      *this, "cmdSend", {55, 112, 290, 23}, "&Send HTML formatted email without encryption"};
+      *this, "cmdSend", {30, 125, 340, 23}, "&Send HTML formatted email without encryption"};
   Image imgLogoImage{*this, "imgLogoImage", {7, 7, 386, 48}};
 
  private:

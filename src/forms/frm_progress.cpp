@@ -23,7 +23,9 @@ std::int32_t StepsFor(platform::MailItem& item) {
 
 }  // namespace
 
-frmProgress::frmProgress() : BrandedForm("frmProgress", "<!-- SHORTNAME -->", 400, 249) {}
+frmProgress::frmProgress() : BrandedForm("frmProgress", "<!-- SHORTNAME -->", 400, 249) {
+  Text1.SetAccessibleName("Steps");
+}
 
 void frmProgress::Init(const platform::MailItemPtr& item, std::int32_t steps) {
   Guarded("frmProgress::Init - ", [&] {

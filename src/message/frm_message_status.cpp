@@ -4,16 +4,12 @@
 #include <initializer_list>
 
 #include "base/guard.h"
-#include "ui/text_layout.h"
 
 namespace corvessa {
 namespace {
 
 constexpr int kMinimumWidth = 295;
 constexpr int kMinimumHeight = 336;
-void Fit(Label& label, std::string_view text) {
-  label.SetCaption(FittedText(text, label.Bounds().width));
-}
 
 }  // namespace
 
@@ -25,10 +21,14 @@ frmMessageStatus::frmMessageStatus()
     label->SetUseMnemonic(false);
   }
   int index = 0;
-  for (Frame* page : {&fraTab0, &fraTab1, &fraTab2}) page->SetIndex(index++);
+  for (Frame* page : {&fraTab0, &fraTab1, &fraTab2}) {
+    page->SetIndex(index++);
+    page->SetBorder(false);
+  }
   fraTab0.Hold({&lblEncrypted, &lblThisMsg1, &lvwEncryption});
   fraTab1.Hold({&lblSigned, &lblThisMsg2, &lvwSigning});
   fraTab2.Hold({&txtOriginalMessage});
+  txtOriginalMessage.SetAccessibleName("Original message");
   lvwEncryption.SetSelectable(false);
   lvwSigning.SetSelectable(false);
   cmdClose.SetDefault(true);
@@ -68,23 +68,23 @@ void frmMessageStatus::Form_Resize() {
 }
 
 void frmMessageStatus::SetFrom(std::string_view text) {
-  Guarded("frmMessageStatus::SetFrom - ", [&] { Fit(lblFrom, text); });
+  Guarded("frmMessageStatus::SetFrom - ", [&] { lblFrom.SetFittedCaption(text); });
 }
 
 void frmMessageStatus::SetSubject(std::string_view text) {
-  Guarded("frmMessageStatus::SetSubject - ", [&] { Fit(lblSubject, text); });
+  Guarded("frmMessageStatus::SetSubject - ", [&] { lblSubject.SetFittedCaption(text); });
 }
 
 void frmMessageStatus::SetDate(std::string_view text) {
-  Guarded("frmMessageStatus::SetDate - ", [&] { Fit(lblDate, text); });
+  Guarded("frmMessageStatus::SetDate - ", [&] { lblDate.SetFittedCaption(text); });
 }
 
 void frmMessageStatus::SetEncryptionMessage(std::string_view text) {
-  Guarded("frmMessageStatus::SetEncryptionMessage - ", [&] { Fit(lblEncrypted, text); });
+  Guarded("frmMessageStatus::SetEncryptionMessage - ", [&] { lblEncrypted.SetFittedCaption(text); });
 }
 
 void frmMessageStatus::SetSignedMessage(std::string_view text) {
-  Guarded("frmMessageStatus::SetSignedMessage - ", [&] { Fit(lblSigned, text); });
+  Guarded("frmMessageStatus::SetSignedMessage - ", [&] { lblSigned.SetFittedCaption(text); });
 }
 
 void frmMessageStatus::SetOriginalMessageBody(std::string_view text) {

@@ -29,12 +29,12 @@ class frmMessageStatus final : public BrandedForm {
   /// hidden as long as they are empty.
   void AddAttachment(std::string_view encryption_line, std::string_view signing_line);
 
-  Label Label1{*this, "Label1", {7, 62, 50, 13}, "From:"};
-  Label lblFrom{*this, "lblFrom", {62, 62, 351, 13}};
-  Label Label2{*this, "Label2", {7, 80, 50, 13}, "Subject:"};
-  Label lblSubject{*this, "lblSubject", {62, 80, 351, 13}};
-  Label Label3{*this, "Label3", {7, 98, 50, 13}, "Date:"};
-  Label lblDate{*this, "lblDate", {62, 98, 351, 13}};
+  Label Label1{*this, "Label1", {7, 62, 60, 13}, "From:"};
+  Label lblFrom{*this, "lblFrom", {72, 62, 341, 13}};
+  Label Label2{*this, "Label2", {7, 80, 60, 13}, "Subject:"};
+  Label lblSubject{*this, "lblSubject", {72, 80, 341, 13}};
+  Label Label3{*this, "Label3", {7, 98, 60, 13}, "Date:"};
+  Label lblDate{*this, "lblDate", {72, 98, 341, 13}};
   TabStrip tbsTabs{*this,
                    "tbsTabs",
                    {7, 118, 406, 265},

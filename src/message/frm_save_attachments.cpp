@@ -30,6 +30,7 @@ std::string LogText(const AttachmentResult& result) {
 
 frmSaveAttachments::frmSaveAttachments()
     : BrandedForm("frmSaveAttachments", "<!-- SHORTNAME --> Attachments", 420, 372) {
+  txtResults.SetAccessibleName("Results");
   cmdSave.SetDefault(true);
   cmdCancel.SetCancel(true);
   cmdSave.OnClick = [this] { Save(); };

@@ -25,8 +25,8 @@ class frmSaveAttachments final : public BrandedForm {
   Image imgLogoImage{*this, "imgLogoImage", {7, 7, 406, 48}};
   Label Label1{*this, "Label1", {7, 62, 406, 13}, "Select the attachments to save:"};
   ListBox lstAttachments{*this, "lstAttachments", {7, 80, 406, 110}, true};
-  Label Label2{*this, "Label2", {7, 200, 90, 13}, "Save in folder:"};
-  TextBox txtFolder{*this, "txtFolder", {104, 197, 309, 21}};
+  Label Label2{*this, "Label2", {7, 200, 110, 13}, "Save in folder:"};
+  TextBox txtFolder{*this, "txtFolder", {124, 197, 289, 21}};
   TextBox txtResults{*this, "txtResults", {7, 225, 406, 110}, TextBox::Kind::kLog};
   CommandButton cmdSave{*this, "cmdSave", {256, 342, 75, 23}, "&Save"};
   CommandButton cmdCancel{*this, "cmdCancel", {338, 342, 75, 23}, "&Cancel"};

@@ -3,6 +3,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "platform/ui.h"
 
@@ -47,6 +48,10 @@ class Control {
   /// The frame that the control stands in, or null; to be set while the form is being built.
   void PutInto(const Control& frame) { container_ = &frame; }
   const Control* Container() const { return container_; }
+  /// What a screen reader calls it, where neither its own caption nor a label before it does.
+  const std::string& AccessibleName() const { return accessible_name_; }
+  /// To be called while the form is being built.
+  void SetAccessibleName(std::string name) { accessible_name_ = std::move(name); }
 
   /// The control's own flags, whatever its frame's are.
   bool Visible() const { return visible_; }
@@ -91,6 +96,7 @@ class Control {
   std::string name_;
   int index_ = -1;
   const Control* container_ = nullptr;
+  std::string accessible_name_;
   bool visible_ = true;
   bool enabled_ = true;
   Rect bounds_;

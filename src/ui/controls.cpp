@@ -4,6 +4,7 @@
 #include "platform/host.h"
 #include "platform/system.h"
 #include "ui/form.h"
+#include "ui/text_layout.h"
 
 namespace corvessa {
 
@@ -28,8 +29,22 @@ std::string CaptionedControl::Describe() const {
   return Quoted(caption_);
 }
 
+std::string AccessKeyIn(std::string_view caption) {
+  for (std::size_t at = caption.find('&'); at != std::string_view::npos && at + 1 < caption.size();
+       at = caption.find('&', at + 2)) {
+    if (caption[at + 1] != '&') return LCase(Left(caption.substr(at + 1), 1));
+  }
+  return {};
+}
+
 void Label::SetUseMnemonic(bool uses) {
   if (std::exchange(uses_mnemonic_, uses) != uses) Report(ControlChange::kContent);
+}
+
+void Label::SetFittedCaption(std::string_view text) {
+  const std::string fitted = FittedText(text, Bounds().width);
+  whole_text_ = fitted == text ? "" : text;
+  SetCaption(fitted);
 }
 
 std::string CommandButton::Describe() const {

@@ -31,6 +31,9 @@ class CaptionedControl : public Control {
   std::string caption_;
 };
 
+/// The access key of a caption in lower case; empty for none.
+std::string AccessKeyIn(std::string_view caption);
+
 class Label final : public CaptionedControl {
  public:
   Label(Form& form, std::string name, Rect bounds, std::string caption = {})
@@ -39,9 +42,14 @@ class Label final : public CaptionedControl {
   /// False for a label that shows text from outside, in which "&" stands for itself.
   bool UsesMnemonic() const { return uses_mnemonic_; }
   void SetUseMnemonic(bool uses);
+  /// The whole of a text that the caption shows shortened; empty otherwise.
+  const std::string& WholeText() const { return whole_text_; }
+  /// The text, shortened by FittedText if it is wider than the label.
+  void SetFittedCaption(std::string_view text);
 
  private:
   bool uses_mnemonic_ = true;
+  std::string whole_text_;
 };
 
 class Frame final : public CaptionedControl {
@@ -49,10 +57,17 @@ class Frame final : public CaptionedControl {
   Frame(Form& form, std::string name, Rect bounds, std::string caption = {})
       : CaptionedControl(form, std::move(name), bounds, std::move(caption)) {}
   std::string_view TypeName() const override { return "Frame"; }
+  /// False for one that only holds its controls together, such as a page of a tab strip.
+  bool HasBorder() const { return has_border_; }
+  /// To be called while the form is being built.
+  void SetBorder(bool has_border) { has_border_ = has_border; }
   /// Puts the controls into the frame; to be called while the form is being built.
   void Hold(std::initializer_list<Control*> controls) {
     for (Control* control : controls) control->PutInto(*this);
   }
+
+ private:
+  bool has_border_ = true;
 };
 
 class CommandButton final : public CaptionedControl {
@@ -68,6 +83,9 @@ class CommandButton final : public CaptionedControl {
   /// Escape presses the cancel button.
   bool IsCancel() const { return is_cancel_; }
   void SetCancel(bool is_cancel);
+  /// F1 presses the help button.
+  bool IsHelp() const { return is_help_; }
+  void SetHelp(bool is_help) { is_help_ = is_help; }
   /// The user's click.
   void Press();
 
@@ -76,6 +94,7 @@ class CommandButton final : public CaptionedControl {
  private:
   bool is_default_ = false;
   bool is_cancel_ = false;
+  bool is_help_ = false;
 };
 
 class CheckBox final : public CaptionedControl {

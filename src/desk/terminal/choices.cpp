@@ -9,16 +9,10 @@
 namespace corvessa::desk {
 namespace {
 
-/// The character after the first single "&", in lower case. Empty if there is none, and for digits
-/// and blanks: digits are numbers of choices, and a blank looks like an empty line.
+/// None for digits and blanks: digits are numbers of choices, and a blank looks like an empty line.
 std::string AccessKey(std::string_view caption) {
-  for (std::size_t at = caption.find('&'); at != std::string_view::npos && at + 1 < caption.size();
-       at = caption.find('&', at + 2)) {
-    if (caption[at + 1] == '&') continue;
-    const std::string key = LCase(Left(caption.substr(at + 1), 1));
-    return key == " " || (key >= "0" && key <= "9") ? "" : key;
-  }
-  return {};
+  const std::string key = AccessKeyIn(caption);
+  return key == " " || (key >= "0" && key <= "9") ? "" : key;
 }
 
 /// Whether the list offers a choice: not if its rows cannot be selected or the only one already is.

@@ -7,7 +7,7 @@
 #include "platform/engine.h"
 #include "platform/outlook.h"
 #include "windows/cdo/cdo.h"
-#include "windows/forms/plain_ui.h"
+#include "windows/forms/windows_ui.h"
 #include "windows/outlook/outlook.h"
 #include "windows/redemption/redemption.h"
 #include "windows/system/bitmap.h"
@@ -44,7 +44,7 @@ class AddInHost {
   OlePictures pictures_;
   ComRedemption redemption_;
   ComCdo cdo_;
-  PlainUi ui_;
+  WindowsUi ui_;
   SendRecorder sends_;
   std::unique_ptr<platform::EngineFactory> engine_;
   std::unique_ptr<corvessa::Connect> connect_;

@@ -1,138 +1,55 @@
 #include "windows/forms/form_window.h"
 
-#include <commctrl.h>
-#include <string_view>
+#include <algorithm>
+#include <utility>
 
-#include "base/secret_string.h"
-#include "base/text.h"
 #include "ui/controls.h"
 #include "ui/list_controls.h"
 #include "win32/module.h"
 #include "win32/utf16.h"
 #include "windows/com/entry.h"
 #include "windows/com/errors.h"
+#include "windows/forms/metrics.h"
+#include "windows/forms/pictures.h"
+#include "windows/forms/window_text.h"
 
 namespace corvessa::windows {
 namespace {
 
-constexpr int kFirstNumber = 100;
-constexpr DWORD kStyle = WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_CLIPCHILDREN;
+constexpr DWORD kTitled = WS_POPUP | WS_CAPTION | WS_SYSMENU;
+constexpr DWORD kSizable = WS_THICKFRAME | WS_MINIMIZEBOX | WS_MAXIMIZEBOX;
+/// A form without a title is a picture on the screen.
+constexpr DWORD kBare = WS_POPUP | WS_DLGFRAME;
 constexpr int kFarAway = -32000;
 
-struct Appearance {
-  const wchar_t* window_class;
-  DWORD style;
-};
-
-/// How a control is shown; no class for one that is never drawn.
-Appearance AppearanceOf(const Control& control) {
-  const std::string_view type = control.TypeName();
-  if (type == "Label") {
-    const auto& label = static_cast<const Label&>(control);
-    return {WC_STATICW, label.UsesMnemonic() ? DWORD{SS_LEFT} : DWORD{SS_LEFT | SS_NOPREFIX}};
-  }
-  if (type == "Frame") return {WC_BUTTONW, BS_GROUPBOX};
-  if (type == "CommandButton") return {WC_BUTTONW, BS_PUSHBUTTON | WS_TABSTOP};
-  if (type == "CheckBox") return {WC_BUTTONW, BS_CHECKBOX | WS_TABSTOP};
-  if (type == "OptionButton") return {WC_BUTTONW, BS_RADIOBUTTON | WS_TABSTOP};
-  if (type == "ComboBox") return {WC_COMBOBOXW, CBS_DROPDOWNLIST | WS_VSCROLL | WS_TABSTOP};
-  if (type == "ListBox" || type == "ListView") {
-    return {WC_LISTBOXW, LBS_NOTIFY | LBS_NOINTEGRALHEIGHT | WS_BORDER | WS_VSCROLL | WS_TABSTOP};
-  }
-  if (type == "TabStrip") return {WC_TABCONTROLW, WS_TABSTOP};
-  if (type == "ProgressBar") return {PROGRESS_CLASSW, 0};
-  if (type != "TextBox") return {nullptr, 0};
-  const auto& box = static_cast<const TextBox&>(control);
-  if (box.IsMultiLine()) {
-    return {WC_EDITW,
-            ES_MULTILINE | ES_READONLY | ES_AUTOVSCROLL | WS_VSCROLL | WS_BORDER | WS_TABSTOP};
-  }
-  const DWORD secret = box.IsPassword() ? ES_PASSWORD : 0;
-  return {WC_EDITW, ES_AUTOHSCROLL | WS_BORDER | WS_TABSTOP | secret};
+DWORD StyleOf(const Form& form) {
+  if (form.Caption().empty() && !form.IsOffScreen()) return kBare;
+  return form.MinimumWindowWidth() > 0 ? kTitled | kSizable : kTitled;
 }
 
-std::string NameOf(const Control& control) {
-  if (control.Index() < 0) return control.Name();
-  return control.Name() + "(" + Decimal(control.Index()) + ")";
+bool TakesFocus(const Form& form) {
+  return std::ranges::any_of(form.Controls(),
+                             [](const Control* control) { return control->TakesFocus(); });
 }
 
-void SetName(HWND window, const std::string& name) {
-  const ATOM atom = GlobalAddAtomW(win32::ShownUtf16(name).c_str());
-  SetPropW(window, kNameProperty, reinterpret_cast<HANDLE>(static_cast<UINT_PTR>(atom)));
+/// The part of the nearest monitor that no task bar covers.
+RECT WorkArea(HWND window) {
+  MONITORINFO monitor = {};
+  monitor.cbSize = sizeof monitor;
+  GetMonitorInfoW(MonitorFromWindow(window, MONITOR_DEFAULTTONEAREST), &monitor);
+  return monitor.rcWork;
 }
 
-void RemoveName(HWND window) {
-  const auto atom = reinterpret_cast<UINT_PTR>(RemovePropW(window, kNameProperty));
-  if (atom != 0) GlobalDeleteAtom(static_cast<ATOM>(atom));
+/// Draws a page of controls in a context of the form, whose origin may be anywhere.
+void FillPage(HDC context, HWND page_window, HBRUSH page) {
+  RECT area = {};
+  GetWindowRect(page_window, &area);
+  MapWindowPoints(nullptr, GetParent(page_window), reinterpret_cast<POINT*>(&area), 2);
+  POINT origin = {};
+  GetViewportOrgEx(context, &origin);
+  SetBrushOrgEx(context, origin.x + area.left, origin.y + area.top, nullptr);
+  FillRect(context, &area, page);
 }
-
-/// What a window holds; wiped, because it may be a passphrase.
-SecretString TextOf(HWND window) {
-  std::wstring wide(static_cast<std::size_t>(GetWindowTextLengthW(window)) + 1, L'\0');
-  wide.resize(
-      static_cast<std::size_t>(GetWindowTextW(window, wide.data(), static_cast<int>(wide.size()))));
-  std::string narrow = win32::ShownUtf8(wide);
-  SecureZeroMemory(wide.data(), wide.size() * sizeof(wchar_t));
-  SecretString text(narrow);
-  WipeText(narrow);
-  return text;
-}
-
-void SetText(HWND window, std::string_view text) {
-  std::wstring wide = win32::ShownUtf16(text);
-  SetWindowTextW(window, wide.c_str());
-  SecureZeroMemory(wide.data(), wide.size() * sizeof(wchar_t));
-}
-
-/// A row with its mark in front.
-std::wstring RowText(const RowsControl& rows, int index) {
-  const auto* const marks = dynamic_cast<const ListBox*>(&rows);
-  std::string text = rows.Row(index);
-  if (marks && marks->HasCheckBoxes()) {
-    text.insert(0, marks->RowChecked(index) ? "[x] " : "[ ] ");
-  }
-  return win32::ShownUtf16(text);
-}
-
-/// Fills a list box or combo box.
-void FillRows(HWND window, const RowsControl& rows) {
-  const bool is_combo = rows.TypeName() == "ComboBox";
-  SendMessageW(window, is_combo ? CB_RESETCONTENT : LB_RESETCONTENT, 0, 0);
-  for (int i = 0; i < rows.RowCount(); ++i) {
-    SendMessageW(window, is_combo ? CB_ADDSTRING : LB_ADDSTRING, 0,
-                 reinterpret_cast<LPARAM>(RowText(rows, i).c_str()));
-  }
-  SendMessageW(window, is_combo ? CB_SETCURSEL : LB_SETCURSEL, static_cast<WPARAM>(rows.Selected()),
-               0);
-}
-
-void FillTabs(HWND window, const TabStrip& tabs) {
-  if (TabCtrl_GetItemCount(window) == 0) {
-    int place = 0;
-    for (const std::string& caption : tabs.Captions()) {
-      std::wstring wide = win32::ShownUtf16(caption);
-      TCITEMW item = {};
-      item.mask = TCIF_TEXT;
-      item.pszText = wide.data();
-      SendMessageW(window, TCM_INSERTITEMW, static_cast<WPARAM>(place++),
-                   reinterpret_cast<LPARAM>(&item));
-    }
-  }
-  TabCtrl_SetCurSel(window, tabs.Selected() - 1);
-}
-
-/// Runs while the program changes standard controls.
-class Updating {
- public:
-  explicit Updating(bool& flag) : flag_(flag), before_(flag) { flag_ = true; }
-  ~Updating() { flag_ = before_; }
-  Updating(const Updating&) = delete;
-  Updating& operator=(const Updating&) = delete;
-
- private:
-  bool& flag_;
-  bool before_;
-};
 
 }  // namespace
 
@@ -150,72 +67,83 @@ WindowClass::~WindowClass() {
   UnregisterClassW(name_, win32::ThisModule());
 }
 
-HFONT DialogFont() {
-  return static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT));
-}
-
-FormWindow::FormWindow(Form& form, const WindowClass& window_class) : form_(&form) {
-  const DWORD extended = WS_EX_CONTROLPARENT | (form.ShowsInTaskbar() ? WS_EX_APPWINDOW : 0);
-  handle_ =
-      CreateWindowExW(extended, window_class.Name(), win32::ShownUtf16(form.Caption()).c_str(),
-                      kStyle, 0, 0, 10, 10, form.ShowsInTaskbar() ? nullptr : GetActiveWindow(),
-                      nullptr, win32::ThisModule(), nullptr);
+FormWindow::FormWindow(Form& form, const WindowClass& window_class, const Metrics& metrics,
+                       HWND owner, std::function<void()> on_released)
+    : form_(&form), metrics_(metrics), on_released_(std::move(on_released)) {
+  const DWORD extended = form.ShowsInTaskbar() ? WS_EX_APPWINDOW : 0;
+  handle_ = CreateWindowExW(extended | WS_EX_CONTROLPARENT, window_class.Name(),
+                            win32::ShownUtf16(form.Caption()).c_str(), StyleOf(form), 0, 0, 10, 10,
+                            owner, nullptr, win32::ThisModule(), nullptr);
   if (!handle_) com::Check(HRESULT_FROM_WIN32(GetLastError()));
   SetWindowLongPtrW(handle_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
-  SetName(handle_, form.Name());
+  SetNameProperty(handle_, form.Name());
+  Update(platform::FormChange::kIcon);
   Resize();
-  for (Control* const control : form.Controls()) MakeControl(*control);
+  MakeControls();
 }
 
 FormWindow::~FormWindow() {
-  for (const auto& [control, window] : windows_) RemoveName(window);
-  RemoveName(handle_);
+  controls_.clear();
+  if (!handle_) return;
+  PassOnOwned();
+  RemoveNames();
   SetWindowLongPtrW(handle_, GWLP_USERDATA, 0);
   DestroyWindow(handle_);
 }
 
-void FormWindow::Resize() {
-  RECT area = {0, 0, form_->Width(), form_->Height()};
-  AdjustWindowRectEx(&area, kStyle, FALSE, 0);
-  const int width = area.right - area.left;
-  const int height = area.bottom - area.top;
-  const int left = (GetSystemMetrics(SM_CXSCREEN) - width) / 2;
-  const int top = (GetSystemMetrics(SM_CYSCREEN) - height) / 3;
-  const bool is_away = form_->IsOffScreen();
-  SetWindowPos(handle_, nullptr, is_away ? kFarAway : left, is_away ? kFarAway : top, width, height,
-               SWP_NOZORDER | SWP_NOACTIVATE);
+FormWindow* FormWindow::Of(HWND window) {
+  const auto procedure = reinterpret_cast<LONG_PTR>(Procedure);
+  if (!window || GetWindowLongPtrW(window, GWLP_WNDPROC) != procedure) return nullptr;
+  return reinterpret_cast<FormWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
 }
 
-void FormWindow::MakeControl(Control& control) {
-  const Appearance appearance = AppearanceOf(control);
-  if (!appearance.window_class) return;
-  const int number = kFirstNumber + static_cast<int>(controls_.size());
-  const Rect& bounds = control.Bounds();
-  const HWND window = CreateWindowExW(0, appearance.window_class, L"", WS_CHILD | appearance.style,
-                                      bounds.left, bounds.top, bounds.width, bounds.height, handle_,
-                                      reinterpret_cast<HMENU>(static_cast<UINT_PTR>(number)),
-                                      win32::ThisModule(), nullptr);
-  if (!window) com::Check(HRESULT_FROM_WIN32(GetLastError()));
-  SendMessageW(window, WM_SETFONT, reinterpret_cast<WPARAM>(DialogFont()), FALSE);
-  SetName(window, NameOf(control));
-  controls_[number] = &control;
-  windows_[&control] = window;
-  UpdateState(control);
-  UpdateContent(control);
+void FormWindow::MakeControls() {
+  for (Control* const control : form_->Controls()) {
+    // Screen readers take the label before a control for its name, also one that is not seen.
+    if (const std::string& name = control->AccessibleName(); !name.empty()) {
+      CreateWindowExW(0, L"Static", win32::ShownUtf16(name).c_str(), WS_CHILD, 0, 0, 0, 0, handle_,
+                      nullptr, win32::ThisModule(), nullptr);
+    }
+    if (auto window = MakeControlWindow(*this, *control)) controls_.push_back(std::move(window));
+  }
+  // What lies behind the others is drawn first; the last one of all is the one farthest back.
+  for (auto window = controls_.rbegin(); window != controls_.rend(); ++window) {
+    if (!(*window)->IsBackground()) continue;
+    SetWindowPos((*window)->Handle(), HWND_BOTTOM, 0, 0, 0, 0,
+                 SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+  }
+  MarkDefaultButton();
 }
 
-HWND FormWindow::WindowOf(const Control& control) const {
-  const auto found = windows_.find(&control);
-  return found == windows_.end() ? nullptr : found->second;
+ControlWindow* FormWindow::WindowOf(const Control& control) const {
+  const auto found =
+      std::ranges::find_if(controls_, [&](const auto& one) { return &one->Model() == &control; });
+  return found == controls_.end() ? nullptr : found->get();
+}
+
+ControlWindow* FormWindow::WindowOf(HWND window) const {
+  const auto found =
+      std::ranges::find_if(controls_, [&](const auto& one) { return one->Handle() == window; });
+  return found == controls_.end() ? nullptr : found->get();
+}
+
+void FormWindow::Detach() {
+  form_ = nullptr;
 }
 
 void FormWindow::Show(bool modal) {
   const LONG extended = GetWindowLongW(handle_, GWL_EXSTYLE) & ~LONG{WS_EX_DLGMODALFRAME};
   SetWindowLongW(handle_, GWL_EXSTYLE, extended | (modal ? WS_EX_DLGMODALFRAME : 0));
+  BringOntoScreen();
   Update(platform::FormChange::kTopmost);
-  ShowWindow(handle_, SW_SHOW);
-  SetForegroundWindow(handle_);
-  Update(platform::FormChange::kFocus);
+  if (TakesFocus(*form_) || modal) {
+    ShowWindow(handle_, IsIconic(handle_) ? SW_RESTORE : SW_SHOW);
+    SetForegroundWindow(handle_);
+    PlaceFocus();
+  } else {
+    // It only tells: the user may be typing elsewhere.
+    ShowWindow(handle_, SW_SHOWNOACTIVATE);
+  }
   UpdateWindow(handle_);
 }
 
@@ -231,66 +159,88 @@ void FormWindow::Update(platform::FormChange change) {
     case kSize:
       return Resize();
     case kFocus:
-      if (const HWND window = form_->Focus() ? WindowOf(*form_->Focus()) : nullptr) {
-        SetFocus(window);
-      }
-      return;
+      return PlaceFocus();
     case kTopmost:
       SetWindowPos(handle_, form_->IsTopmost() ? HWND_TOPMOST : HWND_NOTOPMOST, 0, 0, 0, 0,
-                   SWP_NOMOVE | SWP_NOSIZE);
+                   SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
       return;
-    case kTaskbarEntry:
-      SetWindowLongW(handle_, GWL_EXSTYLE, GetWindowLongW(handle_, GWL_EXSTYLE) | WS_EX_APPWINDOW);
+    case kTaskbarEntry: {
+      const LONG extended = GetWindowLongW(handle_, GWL_EXSTYLE) & ~LONG{WS_EX_APPWINDOW};
+      const LONG entry = form_->ShowsInTaskbar() ? WS_EX_APPWINDOW : 0;
+      SetWindowLongW(handle_, GWL_EXSTYLE, extended | entry);
       return;
+    }
     case kIcon:
+      if (!form_->Icon()) return;
+      for (const auto& [kind, metric] :
+           {std::pair(ICON_SMALL, SM_CXSMICON), std::pair(ICON_BIG, SM_CXICON)}) {
+        const int side = GetSystemMetrics(metric);
+        SendMessageW(handle_, WM_SETICON, static_cast<WPARAM>(kind),
+                     reinterpret_cast<LPARAM>(FindIcon(*form_->Icon(), side, side)));
+      }
       return;
   }
 }
 
 void FormWindow::Update(Control& control, platform::ControlChange change) {
-  using enum platform::ControlChange;
-  const HWND window = WindowOf(control);
-  if (!window) return;
-  if (change == kState) {
-    UpdateState(control);
-  } else if (change == kBounds) {
-    const Rect& bounds = control.Bounds();
-    MoveWindow(window, bounds.left, bounds.top, bounds.width, bounds.height, TRUE);
+  if (ControlWindow* const window = WindowOf(control)) window->Update(change);
+}
+
+void FormWindow::FocusReached(ControlWindow& control) {
+  MarkDefaultButton();
+  if (!form_ || is_placing_focus_) return;
+  const FormPtr held = form_->shared_from_this();
+  held->SetFocus(control.Model());
+}
+
+void FormWindow::PlaceFocus() {
+  if (!form_ || is_placing_focus_ || GetActiveWindow() != handle_) return;
+  Control* control = form_->Focus();
+  if (!control || !control->IsShown() || !control->IsUsable()) control = FirstInTabOrder(*form_);
+  ControlWindow* const window = control ? WindowOf(*control) : nullptr;
+  if (window && GetFocus() == window->Handle()) return;
+  is_placing_focus_ = true;
+  if (window) {
+    window->TakeFocus();
   } else {
-    UpdateContent(control);
+    SetFocus(handle_);
+  }
+  is_placing_focus_ = false;
+}
+
+void FormWindow::MarkDefaultButton() {
+  if (!form_) return;
+  const ControlWindow* const focused = WindowOf(GetFocus());
+  const bool on_button = focused && dynamic_cast<CommandButton*>(&focused->Model());
+  for (const auto& window : controls_) {
+    const auto* const button = dynamic_cast<const CommandButton*>(&window->Model());
+    if (!button) continue;
+    const bool is_marked = on_button ? window.get() == focused : button->IsDefault();
+    const LONG kind = is_marked ? BS_DEFPUSHBUTTON : BS_PUSHBUTTON;
+    if ((GetWindowLongW(window->Handle(), GWL_STYLE) & BS_TYPEMASK) == kind) continue;
+    SendMessageW(window->Handle(), BM_SETSTYLE, static_cast<WPARAM>(kind), TRUE);
   }
 }
 
-void FormWindow::UpdateState(Control& control) {
-  const HWND window = WindowOf(control);
-  EnableWindow(window, control.IsUsable());
-  ShowWindow(window, control.IsShown() ? SW_SHOWNA : SW_HIDE);
+void FormWindow::ShowTip(ControlWindow& control) {
+  tips_.Set(handle_, control.Handle(), control.HiddenText());
 }
 
-void FormWindow::UpdateContent(Control& control) {
-  const Updating updating(is_updating_);
-  const HWND window = WindowOf(control);
-  if (const auto* const box = dynamic_cast<const TextBox*>(&control)) {
-    if (TextOf(window).View() != box->Text()) SetText(window, box->Text());
-  } else if (const auto* const rows = dynamic_cast<const RowsControl*>(&control)) {
-    FillRows(window, *rows);
-  } else if (const auto* const tabs = dynamic_cast<const TabStrip*>(&control)) {
-    FillTabs(window, *tabs);
-  } else if (const auto* const bar = dynamic_cast<const ProgressBar*>(&control)) {
-    SendMessageW(window, PBM_SETRANGE32, static_cast<WPARAM>(bar->Min()), bar->Max());
-    SendMessageW(window, PBM_SETPOS, static_cast<WPARAM>(bar->Value()), 0);
-  } else if (const auto* const captioned = dynamic_cast<const CaptionedControl*>(&control)) {
-    SetText(window, captioned->Caption());
+HBRUSH FormWindow::BackgroundOf(const ControlWindow& control, HDC context) {
+  RECT place = {};
+  GetWindowRect(control.Handle(), &place);
+  for (const auto& window : controls_) {
+    RECT area = {};
+    GetWindowRect(window->Handle(), &area);
+    const bool is_under = window.get() != &control && place.left >= area.left &&
+                          place.top >= area.top && place.right <= area.right &&
+                          place.bottom <= area.bottom;
+    const HBRUSH brush = is_under ? window->PageBrush() : nullptr;
+    if (!brush) continue;
+    SetBrushOrgEx(context, area.left - place.left, area.top - place.top, nullptr);
+    return brush;
   }
-  bool is_marked = false;
-  if (const auto* const check = dynamic_cast<const CheckBox*>(&control)) {
-    is_marked = check->Checked();
-  } else if (const auto* const option = dynamic_cast<const OptionButton*>(&control)) {
-    is_marked = option->Selected();
-  } else {
-    return;
-  }
-  SendMessageW(window, BM_SETCHECK, is_marked ? BST_CHECKED : BST_UNCHECKED, 0);
+  return GetSysColorBrush(COLOR_BTNFACE);
 }
 
 LRESULT CALLBACK FormWindow::Procedure(HWND window, UINT message, WPARAM word, LPARAM data) {
@@ -298,69 +248,181 @@ LRESULT CALLBACK FormWindow::Procedure(HWND window, UINT message, WPARAM word, L
   const auto held = self ? self->weak_from_this().lock() : nullptr;
   if (!held || !held->form_) return DefWindowProcW(window, message, word, data);
   const com::Entry entry;
-  return held->Handle(message, word, data);
+  const InUse in_use(*held);
+  const FormPtr model = held->form_->shared_from_this();
+  return held->OnMessage(message, word, data);
 }
 
-LRESULT FormWindow::Handle(UINT message, WPARAM word, LPARAM data) {
-  const FormPtr held = form_->shared_from_this();
+LRESULT FormWindow::OnMessage(UINT message, WPARAM word, LPARAM data) {
   switch (message) {
     case WM_CLOSE:
-      held->PressCloseBox();
+      form_->PressCloseBox();
       return 0;
     case WM_COMMAND:
-      OnCommand(LOWORD(word), HIWORD(word));
-      return 0;
-    case WM_NOTIFY:
-      OnNotify(*reinterpret_cast<const NMHDR*>(data));
-      return 0;
-    case DM_GETDEFID:
-      for (const auto& [number, control] : controls_) {
-        const auto* const button = dynamic_cast<const CommandButton*>(control);
-        if (button && button->IsDefault()) return MAKELRESULT(number, DC_HASDEFID);
+      if (ControlWindow* const control = WindowOf(reinterpret_cast<HWND>(data))) {
+        control->OnCommand(HIWORD(word));
       }
       return 0;
+    case WM_NOTIFY: {
+      const auto& notification = *reinterpret_cast<const NMHDR*>(data);
+      ControlWindow* const control = WindowOf(notification.hwndFrom);
+      return control ? control->OnNotify(notification) : 0;
+    }
+    case WM_DRAWITEM: {
+      const auto& drawing = *reinterpret_cast<const DRAWITEMSTRUCT*>(data);
+      if (ControlWindow* const control = WindowOf(drawing.hwndItem)) control->Draw(drawing);
+      return TRUE;
+    }
+    case WM_CTLCOLORSTATIC:
+    case WM_CTLCOLORBTN: {
+      const ControlWindow* const control = WindowOf(reinterpret_cast<HWND>(data));
+      if (!control || dynamic_cast<TextBox*>(&control->Model())) break;
+      const auto context = reinterpret_cast<HDC>(word);
+      DefWindowProcW(handle_, message, word, data);
+      SetBkMode(context, TRANSPARENT);
+      return reinterpret_cast<LRESULT>(BackgroundOf(*control, context));
+    }
+    case WM_PRINTCLIENT:
+      // A themed control asks for what is under it.
+      for (const auto& control : controls_) {
+        const HBRUSH page = IsWindowVisible(control->Handle()) ? control->PageBrush() : nullptr;
+        if (page) FillPage(reinterpret_cast<HDC>(word), control->Handle(), page);
+      }
+      return 0;
+    case kFormKeyMessage:
+      DoKey({static_cast<FormKey::Action>(word), reinterpret_cast<Control*>(data)});
+      return 0;
+    case WM_SETFOCUS:
+      PlaceFocus();
+      return 0;
+    case WM_SIZE:
+      if (word != SIZE_MINIMIZED) ResizedByUser(LOWORD(data), HIWORD(data));
+      return 0;
+    case WM_GETMINMAXINFO: {
+      auto& limits = *reinterpret_cast<MINMAXINFO*>(data);
+      if (form_->MinimumWindowWidth() == 0) break;
+      limits.ptMinTrackSize = {metrics_.Across(form_->MinimumWindowWidth()),
+                               metrics_.Down(form_->MinimumWindowHeight())};
+      return 0;
+    }
+    case WM_DISPLAYCHANGE:
+      BringOntoScreen();
+      return 0;
+    case WM_SYSCOLORCHANGE:
+    case WM_THEMECHANGED:
+      for (const auto& control : controls_) SendMessageW(control->Handle(), message, word, data);
+      break;
+    case WM_DESTROY:
+      RemoveNames();
+      return 0;
+    case WM_NCDESTROY:
+      LoseWindow();
+      return 0;
     default:
-      return DefWindowProcW(handle_, message, word, data);
+      break;
+  }
+  return DefWindowProcW(handle_, message, word, data);
+}
+
+void FormWindow::TranslateKey(MSG& message) const {
+  if (!form_ || !IsWindowEnabled(handle_)) return;
+  const ControlWindow* const focused = WindowOf(message.hwnd);
+  const FormKey key = MeaningOf(message, *form_, focused ? &focused->Model() : nullptr);
+  if (key.action == FormKey::Action::kNone) return;
+  message.hwnd = handle_;
+  message.message = kFormKeyMessage;
+  message.wParam = static_cast<WPARAM>(key.action);
+  message.lParam = reinterpret_cast<LPARAM>(key.control);
+}
+
+void FormWindow::DoKey(const FormKey& key) {
+  using enum FormKey::Action;
+  ControlWindow* const window = WindowOf(*key.control);
+  if (!window) return;
+  if (key.action == kFocus || key.action == kFocusAndPress) {
+    window->TakeFocus();
+    // What happens when another control loses the focus may have ended the form.
+    if (!form_) return;
+  }
+  if (key.action == kFocus) return;
+  if (auto* const button = dynamic_cast<CommandButton*>(key.control)) {
+    button->Press();
+  } else if (auto* const box = dynamic_cast<CheckBox*>(key.control)) {
+    box->Toggle();
+  } else if (auto* const option = dynamic_cast<OptionButton*>(key.control)) {
+    option->Press();
+  } else if (auto* const tabs = dynamic_cast<TabStrip*>(key.control)) {
+    const auto count = static_cast<int>(tabs->Captions().size());
+    const int step = key.action == kNextTab ? 0 : count - 2;
+    tabs->ClickTab((tabs->Selected() + step) % count + 1);
   }
 }
 
-void FormWindow::OnCommand(int number, int notification) {
-  if (is_updating_) return;
-  if (number == IDCANCEL) {
-    for (const auto& [own_number, control] : std::map(controls_)) {
-      auto* const button = dynamic_cast<CommandButton*>(control);
-      if (button && button->IsCancel()) return button->Press();
-    }
+void FormWindow::Resize() {
+  if (is_resizing_) return;
+  const auto style = static_cast<DWORD>(GetWindowLongW(handle_, GWL_STYLE));
+  RECT area = {0, 0, metrics_.Across(form_->Width()), metrics_.Down(form_->Height())};
+  AdjustWindowRectEx(&area, style, FALSE, 0);
+  const int width = area.right - area.left;
+  const int height = area.bottom - area.top;
+  if (form_->IsOffScreen()) {
+    SetWindowPos(handle_, nullptr, kFarAway, kFarAway, width, height,
+                 SWP_NOZORDER | SWP_NOACTIVATE);
     return;
   }
-  const auto found = controls_.find(number);
-  if (found == controls_.end()) return;
-  Control* const control = found->second;
-  const HWND window = WindowOf(*control);
-  if (auto* const box = dynamic_cast<TextBox*>(control)) {
-    if (notification == EN_CHANGE) box->Type(TextOf(window).View());
-    if (notification == EN_SETFOCUS) form_->SetFocus(*box);
-  } else if (auto* const rows = dynamic_cast<RowsControl*>(control)) {
-    const bool is_combo = rows->TypeName() == "ComboBox";
-    const auto selected =
-        static_cast<int>(SendMessageW(window, is_combo ? CB_GETCURSEL : LB_GETCURSEL, 0, 0));
-    // A combo box's changed selection has the same number as a list box's.
-    static_assert(CBN_SELCHANGE == LBN_SELCHANGE && CBN_DBLCLK == LBN_DBLCLK);
-    if (notification == LBN_SELCHANGE) rows->ClickRow(selected);
-    auto* const marks = dynamic_cast<ListBox*>(control);
-    if (notification == LBN_DBLCLK && marks && marks->HasCheckBoxes()) marks->ToggleRow(selected);
-  } else if (notification == BN_CLICKED) {
-    if (auto* const button = dynamic_cast<CommandButton*>(control)) return button->Press();
-    if (auto* const check = dynamic_cast<CheckBox*>(control)) return check->Toggle();
-    if (auto* const option = dynamic_cast<OptionButton*>(control)) return option->Press();
-  }
+  const bool before = std::exchange(is_resizing_, true);
+  SetWindowPos(handle_, nullptr, 0, 0, width, height, SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOMOVE);
+  is_resizing_ = before;
 }
 
-void FormWindow::OnNotify(const NMHDR& notification) {
-  if (notification.code != static_cast<UINT>(TCN_SELCHANGE)) return;
-  const auto found = controls_.find(static_cast<int>(notification.idFrom));
-  auto* const tabs = found == controls_.end() ? nullptr : dynamic_cast<TabStrip*>(found->second);
-  if (tabs) tabs->ClickTab(TabCtrl_GetCurSel(notification.hwndFrom) + 1);
+void FormWindow::ResizedByUser(int width, int height) {
+  // The program's own sizes come back here, too.
+  if (is_resizing_ || form_->MinimumWindowWidth() == 0 || !IsWindowVisible(handle_)) return;
+  is_resizing_ = true;
+  form_->Resize(metrics_.ModelWidth(width), metrics_.ModelHeight(height));
+  is_resizing_ = false;
+}
+
+void FormWindow::BringOntoScreen() {
+  if (form_->IsOffScreen()) return;
+  RECT place = {};
+  GetWindowRect(handle_, &place);
+  const bool is_new = !was_placed_;
+  const bool is_lost = !MonitorFromRect(&place, MONITOR_DEFAULTTONULL);
+  if (!is_new && !is_lost) return;
+  was_placed_ = true;
+  const HWND owner = GetWindow(handle_, GW_OWNER);
+  const RECT area = WorkArea(owner ? owner : handle_);
+  const int left = area.left + (area.right - area.left - (place.right - place.left)) / 2;
+  const int top = area.top + (area.bottom - area.top - (place.bottom - place.top)) / 3;
+  SetWindowPos(handle_, nullptr, std::max<int>(left, area.left), std::max<int>(top, area.top), 0, 0,
+               SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOSIZE);
+}
+
+BOOL CALLBACK FormWindow::PassOn(HWND window, LPARAM owner) {
+  const auto going = reinterpret_cast<HWND>(owner);
+  if (GetWindow(window, GW_OWNER) == going) {
+    SetWindowLongPtrW(window, GWLP_HWNDPARENT,
+                      reinterpret_cast<LONG_PTR>(GetWindow(going, GW_OWNER)));
+  }
+  return TRUE;
+}
+
+void FormWindow::PassOnOwned() const {
+  EnumThreadWindows(GetCurrentThreadId(), PassOn, reinterpret_cast<LPARAM>(handle_));
+}
+
+void FormWindow::RemoveNames() const {
+  for (const auto& control : controls_) RemoveNameProperty(control->Handle());
+  RemoveNameProperty(handle_);
+}
+
+void FormWindow::LoseWindow() {
+  SetWindowLongPtrW(handle_, GWLP_USERDATA, 0);
+  handle_ = nullptr;
+  const FormPtr held = form_->shared_from_this();
+  // A form that refuses is not seen any more all the same.
+  if (!held->Unload()) held->Hide();
 }
 
 }  // namespace corvessa::windows

@@ -7,6 +7,7 @@
 
 #include "base/error.h"
 #include "windows/system/files.h"
+#include "windows/system/screen_context.h"
 
 namespace corvessa::windows {
 namespace {
@@ -26,18 +27,6 @@ BITMAPINFO Format(int width, int height) {
   format.bmiHeader.biCompression = BI_RGB;
   return format;
 }
-
-class ScreenContext {
- public:
-  ScreenContext() : context_(GetDC(nullptr)) {}
-  ~ScreenContext() { ReleaseDC(nullptr, context_); }
-  ScreenContext(const ScreenContext&) = delete;
-  ScreenContext& operator=(const ScreenContext&) = delete;
-  HDC Get() const { return context_; }
-
- private:
-  HDC context_;
-};
 
 ComPtr<IStream> StreamOf(std::string_view content) {
   ComPtr<IStream> stream;

@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "win32/utf16.h"
+#include "windows/forms/common_controls.h"
+#include "windows/support/form_windows.h"
 
 namespace corvessa::testing {
 namespace {
@@ -12,49 +14,6 @@ constexpr DWORD kPause = 5;
 /// As long as the program may take to do what a button asks for before the next thing is done.
 constexpr ULONGLONG kReaction = 100;
 constexpr ULONGLONG kPatience = 3000;
-
-LRESULT Send(HWND window, UINT message, WPARAM word, LPARAM data) {
-  DWORD_PTR result = 0;
-  SendMessageTimeoutW(window, message, word, data, SMTO_ABORTIFHUNG, 5000, &result);
-  return static_cast<LRESULT>(result);
-}
-
-std::string TextOf(HWND window) {
-  std::wstring text(65536, L'\0');
-  text.resize(static_cast<std::size_t>(
-      Send(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()))));
-  return win32::ShownUtf8(text);
-}
-
-std::wstring ClassOf(HWND window) {
-  wchar_t name[64] = {};
-  GetClassNameW(window, name, 64);
-  return name;
-}
-
-std::string NameOf(HWND window) {
-  const auto atom = reinterpret_cast<UINT_PTR>(GetPropW(window, L"Corvessa.Name"));
-  wchar_t name[256] = {};
-  return atom && GlobalGetAtomNameW(static_cast<ATOM>(atom), name, 256) ? win32::ShownUtf8(name)
-                                                                        : "";
-}
-
-struct Search {
-  std::string name;
-  HWND found = nullptr;
-};
-
-BOOL CALLBACK IsSearched(HWND window, LPARAM data) {
-  auto& search = *reinterpret_cast<Search*>(data);
-  if (NameOf(window) == search.name) search.found = window;
-  return search.found == nullptr;
-}
-
-HWND FindControl(HWND form, const std::string& name) {
-  Search search{name};
-  EnumChildWindows(form, IsSearched, reinterpret_cast<LPARAM>(&search));
-  return search.found;
-}
 
 void Notify(HWND form, HWND control, WORD code) {
   Send(form, WM_COMMAND, MAKEWPARAM(GetDlgCtrlID(control), code),
@@ -70,12 +29,19 @@ void SetValue(HWND form, HWND control, const std::string& value) {
   } else if (kind == L"Button") {
     const bool is_on = Send(control, BM_GETCHECK, 0, 0) == BST_CHECKED;
     if (is_on != (value == "on")) Notify(form, control, BN_CLICKED);
-  } else if (kind == L"ListBox") {
-    Send(control, LB_SETCURSEL, static_cast<WPARAM>(Send(control, LB_FINDSTRINGEXACT, 0, text)), 0);
-    Notify(form, control, LBN_SELCHANGE);
   } else if (kind == L"ComboBox") {
     Send(control, CB_SETCURSEL, static_cast<WPARAM>(Send(control, CB_FINDSTRINGEXACT, 0, text)), 0);
     Notify(form, control, CBN_SELCHANGE);
+  } else if (kind == L"SysListView32") {
+    LVFINDINFOW sought = {};
+    sought.flags = LVFI_STRING;
+    sought.psz = wide.c_str();
+    LVITEMW item = {};
+    item.stateMask = item.state = LVIS_SELECTED | LVIS_FOCUSED;
+    Send(control, LVM_SETITEMSTATE,
+         static_cast<WPARAM>(Send(control, LVM_FINDITEMW, static_cast<WPARAM>(-1),
+                                  reinterpret_cast<LPARAM>(&sought))),
+         reinterpret_cast<LPARAM>(&item));
   }
 }
 

@@ -1,0 +1,6 @@
+#pragma once
+
+#include <windows.h>
+
+// It needs what the first one declares.
+#include <commctrl.h>

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <windows.h>
+
+namespace corvessa::testing {
+
+/// Shows the button that the add-in puts on Outlook's toolbar, at rest and under the mouse: its
+/// face and mask as the add-in leaves them on the clipboard, put together as command bars do it.
+HWND ShowToolbarFace();
+
+}  // namespace corvessa::testing
