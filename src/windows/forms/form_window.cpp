@@ -301,8 +301,10 @@ LRESULT FormWindow::OnMessage(UINT message, WPARAM word, LPARAM data) {
     case WM_GETMINMAXINFO: {
       auto& limits = *reinterpret_cast<MINMAXINFO*>(data);
       if (form_->MinimumWindowWidth() == 0) break;
-      limits.ptMinTrackSize = {metrics_.Across(form_->MinimumWindowWidth()),
-                               metrics_.Down(form_->MinimumWindowHeight())};
+      // Borders and title do not follow the font.
+      const int dpi = ScreenDpi();
+      limits.ptMinTrackSize = {MulDiv(form_->MinimumWindowWidth(), dpi, USER_DEFAULT_SCREEN_DPI),
+                               MulDiv(form_->MinimumWindowHeight(), dpi, USER_DEFAULT_SCREEN_DPI)};
       return 0;
     }
     case WM_DISPLAYCHANGE:

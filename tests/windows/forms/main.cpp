@@ -43,7 +43,9 @@ void ShowAll() {
     DropLoadedForms();
     LetEventsRun(host.ui, 20);
   }
-  Present("toolbar-button", ShowToolbarFace(),
+  const HWND face = ShowToolbarFace();
+  LetEventsRun(host.ui, 200);
+  Present("toolbar-button", face,
           "The button on Outlook's toolbar that opens the settings, at rest and under the mouse.");
 }
 
