@@ -63,11 +63,8 @@ class KeysCase(unittest.TestCase):
         self.keys("Return", until="^closed")
 
     def test_keys_that_close_a_form(self):
-        for form, key in (("login", "Escape"), ("login", "alt+c"), ("about", "alt+o"),
-                          ("about", "Escape"), ("html-warning", "alt+c"),
-                          ("html-warning", "alt+s"), ("no-keys-found", "alt+y"),
-                          ("no-keys-found", "alt+n"), ("external-send", "alt+c"),
-                          ("message", "Return"), ("message-status", "alt+c")):
+        for form, key in (("login", "Escape"), ("about", "alt+o"), ("html-warning", "alt+s"),
+                          ("no-keys-found", "alt+n"), ("message", "Return")):
             with self.subTest(form=form, key=key):
                 self.open(form)
                 self.keys(key, until="^closed")
@@ -90,8 +87,8 @@ class KeysCase(unittest.TestCase):
             state = self.keys("alt+" + key, until=box + r".*\[" + after + r"\] focus")
         self.keys("ctrl+Tab", until='>"Options"')
         # Two controls share this one: it only goes to them.
-        self.assertEqual(self.focus(self.keys("alt+b")), ["cmdAbout"])
         self.assertEqual(self.focus(self.keys("alt+b")), ["chkLogDebuggingInfo"])
+        self.assertEqual(self.focus(self.keys("alt+b")), ["cmdAbout"])
         self.keys("alt+o", until="^closed")
 
 
