@@ -9,11 +9,7 @@ packages_build=(g++ cmake ninja-build pkg-config librnp-dev libgmime-3.0-dev lib
 packages_lint=(clang-format clang-tidy)
 packages_test=(gnupg gpg-agent sks python3 python3-pexpect procps)
 packages_windows=(g++-mingw-w64-i686-posix mingw-w64-tools libz-mingw-w64-dev dpkg-dev make python3
-<<<<<<< HEAD
-  googletest fonts-wine faketime)
-=======
-  googletest fonts-wine xvfb xdotool imagemagick)
->>>>>>> 7c18cee (windows: draw forms as windows of standard controls, and photograph them)
+  googletest fonts-wine faketime xvfb xdotool imagemagick)
 packages_windows_x86_64=(g++-mingw-w64-x86-64-posix wine wine64)
 packages_package=(nsis wixl msitools)
 packages_package_test=(chromium)
