@@ -198,7 +198,7 @@ TEST(FormsTest, NoObjectOfTheSystemStaysBehindAForm) {
   const char* const times = std::getenv("CORVESSA_FORM_CYCLES");
   for (const FormCase& one : FormTable()) {
     std::pair<DWORD, DWORD> before;
-    const int cycles = times ? std::atoi(times) : 25;
+    const int cycles = times ? std::atoi(times) : 10;
     for (int i = -5; i < cycles; ++i) {
       if (i == 0) before = SystemObjects();
       one.make()->Show();
