@@ -14,8 +14,8 @@ namespace corvessa::windows {
 void DrawPicture(HDC context, const platform::Picture& picture, const RECT& place,
                  const Metrics& metrics);
 
-/// The small pictures of list rows, which the caller destroys: a check mark in the system's colours
-/// for each.
+/// The small pictures of list rows, which the caller's list destroys: a check mark in the system's
+/// colours for each.
 HIMAGELIST MakeRowIcons(int side, int count);
 
 /// An icon of this module by its name, shared; null when there is none.

@@ -65,8 +65,8 @@ class ListWindow final : public ControlWindow {
   ListWindow(FormWindow& form, RowsControl& rows)
       : ControlWindow(form, rows,
                       {WC_LISTVIEWW,
-                       LVS_REPORT | LVS_SINGLESEL | LVS_SHOWSELALWAYS | LVS_SHAREIMAGELISTS |
-                           WS_TABSTOP | (HeaderOf(rows).empty() ? DWORD{LVS_NOCOLUMNHEADER} : 0),
+                       LVS_REPORT | LVS_SINGLESEL | LVS_SHOWSELALWAYS | WS_TABSTOP |
+                           (HeaderOf(rows).empty() ? DWORD{LVS_NOCOLUMNHEADER} : 0),
                        WS_EX_CLIENTEDGE}),
         rows_(rows),
         marks_(dynamic_cast<ListBox*>(&rows)),
@@ -78,10 +78,6 @@ class ListWindow final : public ControlWindow {
     Send(LVM_INSERTCOLUMNW, 0, reinterpret_cast<LPARAM>(&column));
     if (view_ && !IconKeys().empty()) UseIcons();
   }
-  ~ListWindow() override {
-    if (icons_) ImageList_Destroy(icons_);
-  }
-
   LRESULT OnNotify(const NMHDR& notification) override {
     const auto& change = reinterpret_cast<const NMLISTVIEW&>(notification);
     const auto gets = [&](UINT state) {
@@ -186,16 +182,16 @@ class ListWindow final : public ControlWindow {
     return found == keys.end() ? -1 : static_cast<int>(found - keys.begin());
   }
   void UseIcons() {
-    const int side = Measures().LineHeight();
-    icons_ = MakeRowIcons(side, static_cast<int>(IconKeys().size()));
-    Send(LVM_SETIMAGELIST, LVSIL_SMALL, reinterpret_cast<LPARAM>(icons_));
+    // The list destroys them with itself, as it does with its check boxes.
+    const HIMAGELIST icons =
+        MakeRowIcons(Measures().LineHeight(), static_cast<int>(IconKeys().size()));
+    Send(LVM_SETIMAGELIST, LVSIL_SMALL, reinterpret_cast<LPARAM>(icons));
   }
 
   RowsControl& rows_;
   /// Of the same control, if it is such a one.
   ListBox* marks_;
   ListView* view_;
-  HIMAGELIST icons_ = nullptr;
 };
 
 }  // namespace
