@@ -58,7 +58,7 @@ bool AskForChoices(const platform::MailItemPtr& item) {
   return form->ChoicesStored();
 }
 
-bool ConfirmDuplicateFilenames(const platform::MailItemPtr& item) {
+bool ConfirmDuplicateFilenames(const SafeItem& item) {
   if (!HasDuplicateFilenames(item)) return true;
   const bool agreed = Confirm(
       "The email you are sending contains multiple attachments with the  same "
@@ -66,7 +66,7 @@ bool ConfirmDuplicateFilenames(const platform::MailItemPtr& item) {
       Customization::AppLongName() +
       " may encounter errors when decrypting these files.\r\n\r\n"
       "Continue sending this email?");
-  platform::HostObserver().ConsentAsked(item, {platform::Consent::kSameFileNames, agreed});
+  platform::HostObserver().ConsentAsked(item.Item(), {platform::Consent::kSameFileNames, agreed});
   return agreed;
 }
 
@@ -164,7 +164,7 @@ void OutlookSupport::m_oApplication_ItemSend(const platform::MailItemPtr& item, 
     const SafeItem safe_item(item);
     if (!NeedsSendProcessing(safe_item)) return;
     const MessageBody original(item);
-    if (!ConfirmDuplicateFilenames(item)) {
+    if (!ConfirmDuplicateFilenames(safe_item)) {
       cancel = true;
       return;
     }

@@ -81,8 +81,7 @@ class CryptoOperations {
                    const platform::MailItemPtr& item);
   /// Saves the item's attachments into a private temporary folder, a node each; false, with the
   /// user told, when one could not be saved.
-  bool StoreAllAttachments(const platform::MailItemPtr& item, AttachmentNodes& attachments,
-                           bool no_options_bar);
+  bool StoreAllAttachments(const SafeItem& item, AttachmentNodes& attachments, bool no_options_bar);
   /// Removes every attachment of the item.
   bool ClearAttachments(const platform::MailItemPtr& item);
   /// Replaces the item's attachments by the nodes' files, or by the originals they were made from.

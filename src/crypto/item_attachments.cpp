@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -30,24 +31,6 @@ void TraceStage(std::string_view stage, std::string_view detail = {}) {
       [&] { return std::string(":StoreAllAttachments/").append(stage).append(detail); });
 }
 
-/// The item's attachments, in its order. All that can fail about them but the saving is asked here,
-/// before anything is written.
-struct ListedAttachments {
-  explicit ListedAttachments(platform::Attachments& list) {
-    const std::int32_t count = list.Count();
-    for (std::int32_t i = 1; i <= count; ++i) {
-      attachments.push_back(list.Item(i));
-      file_names.push_back(attachments.back()->FileName());
-      if (file_names.back().empty()) Raise(kPathFileAccess, std::string(kNoDataSource));
-      display_names.push_back(attachments.back()->DisplayName());
-    }
-  }
-
-  std::vector<platform::AttachmentPtr> attachments;
-  std::vector<std::string> file_names;
-  std::vector<std::string> display_names;
-};
-
 AttachmentNodePtr MakeNode(const std::string& message_folder, const StoredPlace& place,
                            const std::string& display_name) {
   // The name is safe already; this guards against later changes to how it is made safe.
@@ -71,10 +54,12 @@ void StoreAttachment(platform::Attachment& attachment, const AttachmentNodePtr& 
   attachment.SaveAsFile(node->sFilename);
 }
 
-void StoreAll(platform::Attachments& list, AttachmentNodes& nodes) {
-  const ListedAttachments listed(list);
+void StoreAll(const ListedAttachments& listed, AttachmentNodes& nodes) {
   const std::vector<std::string>& names = listed.file_names;
   if (names.empty()) return;
+  if (std::ranges::find(names, std::string()) != names.end()) {
+    Raise(kPathFileAccess, std::string(kNoDataSource));
+  }
   const std::vector<StoredPlace> places = StoredPlaces(names);
   const std::string folder = CreatePrivateFolder();
   TraceStage("2");
@@ -109,13 +94,13 @@ void CryptoOperations::KillAllFiles(AttachmentNodes& attachments) {
   DeleteStoredFiles(attachments);
 }
 
-bool CryptoOperations::StoreAllAttachments(const platform::MailItemPtr& item,
-                                           AttachmentNodes& attachments, bool /*no_options_bar*/) {
+bool CryptoOperations::StoreAllAttachments(const SafeItem& item, AttachmentNodes& attachments,
+                                           bool /*no_options_bar*/) {
   TraceStage("1");
   const Error error = Attempt([&] {
-    StoreAll(*item->Attachments(), attachments);
+    StoreAll(item.TakeAttachments(), attachments);
     for (const AttachmentNodePtr& node : attachments) {
-      node->bDetachedSig = IsSignature(node->sFilename, attachments, item) &&
+      node->bDetachedSig = IsSignature(node->sFilename, attachments, item.Item()) &&
                            HoldsReadableSignature(node->sFilename);
     }
   });

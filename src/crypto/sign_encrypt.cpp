@@ -127,7 +127,7 @@ std::int32_t CryptoOperations::SignAndEncryptItem(const SafeItem& item,
   std::int32_t status = kGivenUp;
   const Error error = Attempt([&] {
     KillAllFiles(attachments);
-    if (!StoreAllAttachments(item.Item(), attachments, no_options_bar)) return;
+    if (!StoreAllAttachments(item, attachments, no_options_bar)) return;
     status = SignAndEncryptStored(item, attachments);
   });
   if (error.number != 0) {

@@ -1,6 +1,7 @@
 #include "message/item_access.h"
 
 #include <cstdint>
+#include <iterator>
 
 #include "platform/host.h"
 
@@ -13,6 +14,30 @@ platform::SafeMailItem& SafeItem::Safe() const {
     safe_item_ = std::move(made);
   }
   return *safe_item_;
+}
+
+ListedAttachments::ListedAttachments(platform::Attachments& list, std::int32_t count) {
+  for (std::int32_t i = 1; i <= count; ++i) {
+    attachments.push_back(list.Item(i));
+    file_names.push_back(attachments.back()->FileName());
+    display_names.push_back(attachments.back()->DisplayName());
+  }
+}
+
+const ListedAttachments& SafeItem::Attachments() const {
+  const auto list = item_->Attachments();
+  const std::int32_t count = list->Count();
+  if (!attachments_ || std::ssize(attachments_->attachments) != count) {
+    attachments_.emplace(*list, count);
+  }
+  return *attachments_;
+}
+
+ListedAttachments SafeItem::TakeAttachments() const {
+  Attachments();
+  ListedAttachments taken = std::move(*attachments_);
+  attachments_.reset();
+  return taken;
 }
 
 platform::CommandBarPtr FindBar(platform::MailItem& item, std::string_view name) {

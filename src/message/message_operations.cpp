@@ -61,13 +61,11 @@ platform::RecipientsPtr GetSafeRecipients(const SafeItem& item) {
   });
 }
 
-bool HasDuplicateFilenames(const platform::MailItemPtr& item) {
+bool HasDuplicateFilenames(const SafeItem& item) {
   return Guarded(":HasDuplicateFilenames - ", false, [&] {
-    const auto attachments = item->Attachments();
-    const std::int32_t count = attachments->Count();
     std::unordered_set<std::string> names;
-    for (std::int32_t i = 1; i <= count; ++i) {
-      if (!names.insert(LCase(attachments->Item(i)->FileName())).second) return true;
+    for (const std::string& name : item.Attachments().file_names) {
+      if (!names.insert(LCase(name)).second) return true;
     }
     return false;
   });

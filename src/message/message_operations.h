@@ -19,7 +19,7 @@ bool HasBlindCopies(const SafeItem& item);
 /// Saves the item and returns its recipients; null on failure.
 platform::RecipientsPtr GetSafeRecipients(const SafeItem& item);
 /// Whether the file names of two attachments differ at most in case.
-bool HasDuplicateFilenames(const platform::MailItemPtr& item);
+bool HasDuplicateFilenames(const SafeItem& item);
 /// Whether the item's window shows the add-in's encryption and signing options.
 bool IsOptionsBarPresent(const platform::MailItemPtr& item);
 

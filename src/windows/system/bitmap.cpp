@@ -75,7 +75,8 @@ platform::PicturePtr OlePictures::Load(std::string_view path) {
   ComPtr<IPicture> loaded;
   short type = PICTYPE_NONE;
   OLE_HANDLE handle = 0;
-  if (FAILED(OleLoadPicture(stream.Get(), static_cast<LONG>(content.size()), TRUE, IID_IPicture,
+  // FALSE keeps the original beside the bitmap; with TRUE, Wine keeps the bitmap for good.
+  if (FAILED(OleLoadPicture(stream.Get(), static_cast<LONG>(content.size()), FALSE, IID_IPicture,
                             reinterpret_cast<void**>(loaded.GetAddressOf()))) ||
       FAILED(loaded->get_Type(&type)) || FAILED(loaded->get_Handle(&handle))) {
     Raise(kInvalidPicture);
