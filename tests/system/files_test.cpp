@@ -174,18 +174,22 @@ TEST_F(Folders, AreMadePrivateAndNotThroughLinks) {
 }
 
 TEST_F(Folders, AreEmptiedOfWhatIsMeantWithoutFollowingLinks) {
-  const fs::path kept = Path(u8"kept"), old = Path(u8"old"), link = old / u8"link";
-  const auto is_old = [](std::string_view name) { return name != "kept"; };
+  const fs::path kept = Path(u8"kept"), linking = Path(u8"linking"), link = linking / u8"link";
+  const fs::path below = Path(u8"old") / u8"below";
+  const auto all = [](std::string_view) { return true; };
   MakePrivateFolder(kept, kRefuse);
   Write(kept / u8"file", "kept");
-  MakePrivateFolder(old / u8"below", kRefuse);
+  MakePrivateFolder(linking, kRefuse);
   LinkFolder(kept, link);
-  Write(old / u8"below" / u8"read-only", "");
-  fs::permissions(old / u8"below" / u8"read-only", fs::perms::owner_read);
-  EXPECT_EQ(FailureOf([&] { RemoveEntries(link, is_old); }), std::errc::not_a_directory);
-  RemoveEntries(folder_, is_old);
-  EXPECT_EQ(Names(), NameSet{"kept"});
+  EXPECT_EQ(FailureOf([&] { RemoveEntries(link, all); }), std::errc::not_a_directory);
+  RemoveEntries(linking, all);
   EXPECT_EQ(Read(kept / u8"file"), "kept");
+
+  MakePrivateFolder(below, kRefuse);
+  Write(below / u8"read-only", "");
+  fs::permissions(below / u8"read-only", fs::perms::owner_read);
+  RemoveEntries(folder_, [](std::string_view name) { return name == "old"; });
+  EXPECT_EQ(Names(), (NameSet{"kept", "linking"}));
 }
 
 constexpr char kLockVariable[] = "CORVESSA_TEST_LOCK";
