@@ -185,6 +185,26 @@ class Scenarios(OutlookCase):
                 self.gpg("--verify", "-", str(data), data=signature.get_payload(decode=True))
                 self.doCleanups()
 
+    def test_a_reply_to_an_encrypted_mail_is_encrypted_and_blind_copies_name_no_key(self):
+        self.gpg("--quick-generate-key", "carol@example.net", "default", "default", "never")
+        key = self.folder / "carol.asc"
+        key.write_bytes(self.gpg("--armor", "--export", "carol@example.net"))
+        self.do(do="key", action="import", path=str(key))
+        self.connect("11.0.5510")
+        self.do(**LOGIN)
+        opened = self.do(do="open", eml=self.encrypted_mail())
+        reply = self.do(do="reply", window=opened["window"])["window"]
+        copied = self.compose(bcc=["Carol <carol@example.net>"])
+        for window, text, anonymous in ((reply, b"-----Original Message-----", 0),
+                                        (copied, CANARY.encode(), 3)):
+            self.do(**LOGIN)
+            self.assertFalse(self.send(window)["cancelled"])
+            self.assertNotIn(CANARY.encode(), (self.folder / "out.eml").read_bytes())
+            armour = self.sent().get_body().get_content().encode()
+            self.assertIn(text, self.gpg("--decrypt", data=armour))
+            packets = self.gpg("--list-packets", data=armour)
+            self.assertEqual(packets.count(b"keyid 0000000000000000"), anonymous, packets)
+
     def test_without_a_passphrase_nothing_leaves_and_nothing_is_lost(self):
         self.connect()
         answer = self.send(self.compose())
