@@ -376,6 +376,24 @@ class Scenarios(OutlookCase):
             self.assertTrue(self.do(do="result", later=later)["cancelled"])
             self.doCleanups()
 
+    def test_events_come_in_while_the_engine_works(self):
+        """A mail of 20 MB keeps it busy for some seconds."""
+        text = (CANARY + "\r\n") * 1_500_000
+        large = self.encrypted(text).decode()
+        for quits in (False, True):
+            self.connect()
+            self.do(**LOGIN)
+            later = self.do(do="open", eml=self.mail_from_bob(large), later=True)["later"]
+            if quits:
+                self.assertTrue(self.do(do="disconnect")["ended"])
+                self.assertTrue(self.do(do="result", later=later)["cancelled"])
+            else:
+                other = self.do(do="open", eml=self.mail_from_bob("hello\n"))
+                self.assertEqual(other["body"], "hello\r\n")
+                self.do(do="close", window=other["window"])
+                self.assertEqual(self.do(do="result", later=later)["body"], text)
+            self.doCleanups()
+
     def test_another_mail_is_sent_while_a_dialog_waits(self):
         self.connect()
         self.do(do="answer", form="frmLogin", press="leave")
