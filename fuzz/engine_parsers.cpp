@@ -1,5 +1,5 @@
 // What the engine reads itself before or beside the library: packets, the key index, key servers'
-// answers, clear-signed texts. The first byte chooses.
+// answers, armour, clear-signed texts. The first byte chooses.
 
 #include <cstddef>
 #include <cstdint>
@@ -14,6 +14,7 @@
 #include "engine/packets.h"
 #include "engine/rnp_handles.h"
 #include "engine/status.h"
+#include "engine/verified_contents.h"
 
 namespace {
 
@@ -24,19 +25,41 @@ void Require(bool condition) {
 }
 
 void ReadMessage(std::string message) {
-  Require(!AreSignatures(message) || !ReadEncryptedMessageStart(message));
   const auto start = ReadEncryptedMessageStart(message);
-  Require(HideRecipients(message) == start.has_value());
+  Require(!AreSignatures(message) || !start);
+  Require(!BeginsUnencrypted(message) || !start);
+  const bool is_all_known = start && start->known.size() == start->length;
+  Require(HideRecipients(message) == is_all_known);
   if (!start) return;
-  Require(start->length < message.size());
+  Require(start->length < message.size() && start->known.size() <= start->length);
+  std::string known = is_all_known ? message.substr(0, start->length) : start->known;
   for (const auto& packet : start->session_keys) {
-    Require(packet.key_id_offset + kKeyIdLength <= start->length);
-    Require(IsHidden(message, packet));
+    Require(packet.key_id_offset + kKeyIdLength <= known.size());
+    known.replace(packet.key_id_offset, kKeyIdLength, kKeyIdLength, '\0');
+    Require(IsHidden(known, packet));
   }
   const int algorithm = start->session_keys.empty() ? 1 : start->session_keys[0].algorithm;
-  const bool revealed = RevealRecipients(message, *start, algorithm, "0123456789ABCDEF");
+  const bool revealed = RevealRecipients(known, *start, algorithm, "0123456789ABCDEF");
   Require(revealed == !start->session_keys.empty());
-  if (revealed) Require(KeyIdOf(message, start->session_keys[0]) == "0123456789ABCDEF");
+  if (revealed) Require(KeyIdOf(known, start->session_keys[0]) == "0123456789ABCDEF");
+}
+
+void ReadArmour(const std::string& text) {
+  const auto in_pieces = [&](std::size_t size) {
+    TextSink sink;
+    ArmourReader reader(sink);
+    for (std::size_t at = 0; at < text.size(); at += size) reader.Write(text.substr(at, size));
+    return std::pair(sink.text, reader.IsWhole());
+  };
+  Require(in_pieces(1) == in_pieces(4096));
+  ArmourHeader(text, "Charset");
+  const std::string decoded = DecodeText(text, {"big5", "no such charset"});
+  Require(EarlierEncodings(decoded, {"gb18030"}).size() < 64);
+}
+
+void WrapText(const std::string& text) {
+  const InnerSignatures signatures{{}, text.substr(0, 100), "SHA512"};
+  Require(UnwrapSigned(WrapSigned(text, signatures, {})) == text);
 }
 
 void ReadRing(std::string_view ring) {
@@ -85,7 +108,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (size == 0) return 0;
   const QuietLibrary quiet;
   const std::string input(reinterpret_cast<const char*>(data) + 1, size - 1);
-  switch (data[0] % 5) {
+  switch (data[0] % 7) {
     case 0:
       ReadMessage(input);
       break;
@@ -98,8 +121,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     case 3:
       ReadAnswer(input);
       break;
-    default:
+    case 4:
       ReadSigned(input);
+      break;
+    case 5:
+      ReadArmour(input);
+      break;
+    default:
+      WrapText(input);
   }
   return 0;
 }

@@ -2,10 +2,10 @@
 # that are not there yet, with sudo when not root, and says so; it does nothing when all is there.
 # install_wine gets what runs the Windows programs.
 
-packages_run=(librnp0 libgmime-3.0-0 libcurl4 libedit2)
+packages_run=(librnp0 libbotan-2-19 libuchardet0 libgmime-3.0-0 libcurl4 libedit2)
 packages_demo=(python3)
-packages_build=(g++ cmake ninja-build pkg-config librnp-dev libgmime-3.0-dev libcurl4-openssl-dev
-  libcli11-dev nlohmann-json3-dev libedit-dev libgtest-dev libgmock-dev libbenchmark-dev)
+packages_build=(g++ cmake ninja-build pkg-config librnp-dev libbotan-2-dev libuchardet-dev
+  libgmime-3.0-dev libcurl4-openssl-dev libcli11-dev nlohmann-json3-dev libedit-dev libgtest-dev libgmock-dev libbenchmark-dev)
 packages_lint=(clang-format clang-tidy)
 packages_test=(gnupg gpg-agent sks python3 python3-pexpect procps)
 packages_windows=(g++-mingw-w64-i686-posix mingw-w64-tools libz-mingw-w64-dev dpkg-dev make python3

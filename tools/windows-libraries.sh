@@ -13,6 +13,7 @@ versions=(
   json-c=0.16-2
   botan=2.19.3+dfsg-1+deb12u1
   rnp=0.16.3-1
+  uchardet=0.0.7-1
 )
 
 target="${1:-i686}"
@@ -110,6 +111,12 @@ build_json_c() {
   cmake --install cross
 }
 
+build_uchardet() {
+  cross_cmake -DBUILD_BINARY=OFF -DBUILD_STATIC=ON
+  cmake --build cross
+  cmake --install cross
+}
+
 # The modules that librnp asks for, the system's random numbers, and memory that is never swapped out,
 # as Debian's own library has.
 build_botan() {
@@ -168,7 +175,7 @@ for pinned in "${versions[@]}"; do
 done
 # Botan is one big file, which keeps one processor busy.
 start botan
-for name in bzip2 json-c; do
+for name in bzip2 json-c uchardet; do
   start "$name"
   finish "$name"
 done

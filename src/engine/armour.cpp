@@ -1,8 +1,8 @@
 #include "engine/armour.h"
 
-#include <array>
-#include <cstdint>
+#include <algorithm>
 
+#include "base/text.h"
 #include "engine/rnp_streams.h"
 #include "engine/status.h"
 
@@ -25,51 +25,20 @@ std::size_t FindLine(std::string_view text, std::string_view line, std::size_t f
 /// As gpg has it. Quoted-printable breaks a line of the library's own 76.
 constexpr std::size_t kLineLength = 64;
 
-constexpr std::uint32_t kCrcStart = 0xb704ce;
-constexpr std::uint32_t kCrcPolynomial = 0x864cfb;
+constexpr std::string_view kDashes = "-----";
+constexpr std::string_view kBlanks = " \t\r\n";
+// The longest of a header; base64 that lacks the empty line before it may be longer.
+constexpr std::size_t kLongestLine = 4096;
 
-constexpr std::array<std::uint32_t, 256> MakeCrcTable() {
-  std::array<std::uint32_t, 256> table{};
-  for (std::uint32_t byte = 0; byte < table.size(); ++byte) {
-    std::uint32_t crc = byte << 16;
-    for (int bit = 0; bit < 8; ++bit) crc = crc << 1 ^ (crc & 0x800000 ? kCrcPolynomial : 0);
-    table[byte] = crc & 0xffffff;
-  }
-  return table;
+int DigitOf(char c) {
+  if (c >= 'A' && c <= 'Z') return c - 'A';
+  if (c >= 'a' && c <= 'z') return c - 'a' + 26;
+  if (c >= '0' && c <= '9') return c - '0' + 52;
+  return c == '+' ? 62 : c == '/' ? 63 : -1;
 }
 
-std::uint32_t Crc24(std::string_view bytes) {
-  static constexpr auto kTable = MakeCrcTable();
-  std::uint32_t crc = kCrcStart;
-  for (const char byte : bytes) {
-    crc = (crc << 8 ^ kTable[(crc >> 16 ^ static_cast<std::uint8_t>(byte)) & 0xff]) & 0xffffff;
-  }
-  return crc;
-}
-
-std::string Base64(std::uint32_t three_bytes) {
-  static constexpr std::string_view kDigits =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string text;
-  for (int shift = 18; shift >= 0; shift -= 6) text += kDigits[three_bytes >> shift & 63];
-  return text;
-}
-
-constexpr std::string_view kChecksumStart = "\n=";
-
-/// The block's checksum line, if it has one, is that of the bytes. The library does not look at it.
-bool ChecksumFits(std::string_view block, std::string_view bytes) {
-  const auto line = block.rfind(kChecksumStart);
-  return line == std::string_view::npos || block.substr(line + 2, 4) == Base64(Crc24(bytes));
-}
-
-/// Newer programs leave the line out. Then the library takes the last line for a padding that is
-/// wrong, unless there is one.
-std::string WithChecksumLine(std::string_view block) {
-  std::string text(block);
-  const auto end = text.rfind("\n-----END");
-  if (end == std::string::npos || text.rfind(kChecksumStart) != std::string::npos) return text;
-  return text.insert(end, "\n=AAAA");
+bool IsBlank(std::string_view text) {
+  return text.find_first_not_of(kBlanks) == std::string_view::npos;
 }
 
 }  // namespace
@@ -84,19 +53,78 @@ std::optional<ArmourBlock> FindArmour(std::string_view text, std::string_view ki
   return ArmourBlock{text.substr(0, begin), text.substr(begin, end - begin), text.substr(end)};
 }
 
+void ArmourReader::Write(std::string_view piece) {
+  for (const char c : piece) {
+    if (place_ == Place::kBefore || place_ == Place::kHeaders) {
+      TakeHeaderByte(c);
+    } else if (place_ == Place::kContent) {
+      TakeContentByte(c);
+    } else if (place_ == Place::kAfterContent && c == '-') {
+      place_ = Place::kEnd;
+    }
+  }
+  sink_.Write(bytes_);
+  bytes_.clear();
+}
+
+void ArmourReader::TakeHeaderByte(char c) {
+  line_ += c;
+  if (c != '\n' && line_.size() < kLongestLine) return;
+  const std::string line = std::exchange(line_, {});
+  if (place_ == Place::kBefore) {
+    if (line.starts_with(kDashes)) place_ = Place::kHeaders;
+  } else if (IsBlank(line)) {
+    place_ = Place::kContent;
+  } else if (line.find(':') == std::string::npos) {
+    // The empty line is missing, or it is a lone CR.
+    place_ = Place::kContent;
+    for (const char content : line) TakeContentByte(content);
+  }
+}
+
+void ArmourReader::TakeContentByte(char c) {
+  const int digit = DigitOf(c);
+  if (digit >= 0) {
+    bits_ = bits_ << 6 | static_cast<std::uint32_t>(digit);
+    bit_count_ += 6;
+    if (bit_count_ < 8) return;
+    bit_count_ -= 8;
+    bytes_ += static_cast<char>(bits_ >> bit_count_ & 0xff);
+  } else if (c == '=' || c == '-') {
+    // Of a last group of four digits one alone is none.
+    is_damaged_ = is_damaged_ || bit_count_ == 6;
+    place_ = c == '=' ? Place::kAfterContent : Place::kEnd;
+  } else {
+    is_damaged_ = is_damaged_ || kBlanks.find(c) == std::string_view::npos;
+  }
+}
+
 std::string Dearmour(std::string_view block) {
-  const std::string checked = WithChecksumLine(block);
-  TextSource source(checked);
   TextSink sink;
-  const Stream stream(source, sink);
-  const auto result = rnp_dearmor(stream.input(), stream.output());
-  stream.Rethrow();
-  if (result != RNP_SUCCESS) Fail(kBadContent, "The OpenPGP armour is damaged.");
-  stream.Finish(result);
-  if (!ChecksumFits(block, sink.text)) {
-    Fail(kBadContent, "The checksum of the OpenPGP armour is wrong.");
+  ArmourReader reader(sink);
+  reader.Write(block);
+  if (!reader.IsWhole()) {
+    Fail(kBadContent, "The OpenPGP armour is damaged.", {trouble::kDamaged, {}, {}});
   }
   return std::move(sink.text);
+}
+
+std::string ArmourHeader(std::string_view block, std::string_view name) {
+  block.remove_prefix(std::min(block.find('\n'), block.size() - 1) + 1);
+  while (!block.empty()) {
+    const auto length = std::min(block.find('\n'), block.size() - 1) + 1;
+    const auto line = block.substr(0, length);
+    if (IsBlank(line)) break;
+    const auto colon = line.find(':');
+    if (colon != std::string_view::npos && LCase(line.substr(0, colon)) == LCase(name)) {
+      const auto value = line.substr(colon + 1);
+      const auto first = std::min(value.find_first_not_of(kBlanks), value.size());
+      const auto last = value.find_last_not_of(kBlanks);
+      return std::string(value.substr(first, last + 1 - first));
+    }
+    block.remove_prefix(length);
+  }
+  return {};
 }
 
 std::string Armour(std::string_view bytes, const char* type, std::string_view version) {

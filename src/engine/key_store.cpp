@@ -93,11 +93,11 @@ void KeyStore::ForgetLoaded() {
   apart_.clear();
 }
 
-void KeyStore::FailMissing(std::string message) const {
-  if (auto trouble = rings_.Trouble(); !trouble.empty()) {
-    Fail(kKeyStoreTrouble, std::move(trouble));
+void KeyStore::FailMissing(std::string message, platform::EngineTrouble trouble) const {
+  if (auto damage = rings_.Trouble(); !damage.empty()) {
+    Fail(kKeyStoreTrouble, std::move(damage));
   }
-  Fail(kNoKey, std::move(message));
+  Fail(kNoKey, std::move(message), std::move(trouble));
 }
 
 void KeyStore::Unload(const std::string& fingerprint) {

@@ -12,6 +12,7 @@
 #include "base/secret_string.h"
 #include "engine/key_rings.h"
 #include "engine/rnp_handles.h"
+#include "platform/engine.h"
 
 namespace corvessa::engine {
 
@@ -29,7 +30,7 @@ class KeyStore {
 
   /// Fails for a key that is not there: with -13, or, when that proves nothing because the rings
   /// are not whole, with -7 and the reason.
-  [[noreturn]] void FailMissing(std::string message) const;
+  [[noreturn]] void FailMissing(std::string message, platform::EngineTrouble trouble = {}) const;
 
   /// To be called at the start of an operation: notices rings that another process changed.
   void Refresh();

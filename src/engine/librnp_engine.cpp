@@ -7,7 +7,7 @@
 
 #include "base/address.h"
 #include "base/error.h"
-#include "engine/armour.h"
+#include "engine/digest.h"
 #include "engine/key_facts.h"
 #include "engine/operations.h"
 #include "engine/packets.h"
@@ -20,6 +20,11 @@ namespace {
 constexpr std::size_t kMaxTextExpansion = 64;
 constexpr std::size_t kTextAlwaysAllowed = std::size_t{32} << 20;
 constexpr std::size_t kMaxTextSize = std::size_t{256} << 20;
+
+// What the add-in asks for it asks at once: the text of one message and its files.
+constexpr std::size_t kTextsRemembered = 8;
+constexpr std::size_t kFilesRemembered = 512;
+constexpr std::size_t kPassphrasesTried = 4;
 
 // A signature names its key freely, and a text can carry thousands of signatures.
 constexpr std::size_t kMaxSignerLookUps = 8;
@@ -39,8 +44,8 @@ EngineStatus LibrnpEngine::Report(const Verdict& verdict, platform::IEngineStrin
                                   platform::IEngineStringVector& unknown_signers) {
   Fill(signers, verdict.signers);
   Fill(unknown_signers, verdict.unknown_signers);
-  if (verdict.status == kNoKey) keys_.FailMissing(verdict.message);
-  if (verdict.status != kGoodSignature) Fail(verdict.status, verdict.message);
+  if (verdict.status == kNoKey) keys_.FailMissing(verdict.message, verdict.trouble);
+  if (verdict.status != kGoodSignature) Fail(verdict.status, verdict.message, verdict.trouble);
   return verdict.status;
 }
 
@@ -53,7 +58,11 @@ std::shared_ptr<OpenPgpEngine> CreateOpenPgpEngine(EngineConfig config) {
 }
 
 LibrnpEngine::LibrnpEngine(EngineConfig config)
-    : config_(std::move(config)), keys_(config_.rings_folder), servers_(config_.key_server_time) {}
+    : config_(std::move(config)),
+      keys_(config_.rings_folder),
+      servers_(config_.key_server_time),
+      texts_(kTextsRemembered),
+      files_(kFilesRemembered) {}
 
 void LibrnpEngine::SetOption(std::string_view name, std::string_view value) {
   RequireOneLine(name, value);
@@ -74,6 +83,7 @@ void LibrnpEngine::SetOption(std::string_view name, std::string_view value) {
 
 void LibrnpEngine::InitEngine() {
   const QuietLibrary quiet;
+  message_passphrases_.clear();
   try {
     keys_.LockAll();
   } catch (const EngineFailure& failure) {
@@ -188,23 +198,84 @@ EngineStatus LibrnpEngine::EncryptText(const platform::IEngineStringVector& reci
   });
 }
 
+namespace {
+
+/// How much text may come out of a message of so many bytes.
+std::size_t MaxTextFrom(std::size_t size) {
+  return std::clamp(size * kMaxTextExpansion, kTextAlwaysAllowed, kMaxTextSize);
+}
+
+std::string DigestOf(std::string_view text) {
+  Digest digest;
+  digest.Add(text);
+  return digest.Finish();
+}
+
+ArmourBlock RequireMessage(std::string_view text) {
+  const auto found = FindArmour(text, "MESSAGE");
+  if (!found) Fail(kBadFormat, "This is no encrypted OpenPGP message.");
+  return *found;
+}
+
+}  // namespace
+
+CharsetNames LibrnpEngine::CharsetsOf(std::string_view armour) const {
+  CharsetNames names;
+  for (const auto& name : {declared_charset_, ArmourHeader(armour, "Charset")}) {
+    if (!name.empty()) names.push_back(name);
+  }
+  return names;
+}
+
+std::string LibrnpEngine::Presented(std::string bytes, std::string_view armour,
+                                    std::optional<InnerSignatures> signatures) {
+  std::string text = DecodeText(std::move(bytes), CharsetsOf(armour));
+  if (!signatures) {
+    texts_.Forget(DigestOf(text));
+    return text;
+  }
+  text = WrapSigned(text, *signatures, {});
+  texts_.Add(DigestOf(text), std::move(signatures->verdict));
+  return text;
+}
+
 EngineStatus LibrnpEngine::DecryptTextEx(std::string_view armoured,
                                          const platform::EngineAccount* account,
                                          std::string& plain) {
   return Attempt([&] {
-    const auto found = FindArmour(armoured, "MESSAGE");
-    if (!found) Fail(kBadFormat, "This is no encrypted OpenPGP message.");
-    const std::string binary = Dearmour(found->block);
+    const auto found = RequireMessage(armoured);
+    const std::string binary = Dearmour(found.block);
     const auto watch = WatchDecryption(binary.size());
-    const EncryptedMessage message{binary, [&](std::string_view start) {
+    const EncryptedMessage message{binary, [&](std::string_view start, std::size_t replaced) {
                                      return std::make_unique<TextSource>(
-                                         start, std::string_view(binary).substr(start.size()));
+                                         start, std::string_view(binary).substr(replaced));
                                    }};
-    TextSink sink(std::clamp(binary.size() * kMaxTextExpansion, kTextAlwaysAllowed, kMaxTextSize));
-    Decrypt(keys_, AccountAddress(account), message, {sink, [&] { sink.text.clear(); }});
-    plain = DecodeText(std::move(sink.text));
+    TextSink sink(MaxTextFrom(binary.size()));
+    auto signatures =
+        Decrypt(keys_, {AccountAddress(account), message_passphrases_, SignerFinder()}, message,
+                {sink, [&] { sink.text.clear(); }});
+    plain = Presented(std::move(sink.text), found.block, std::move(signatures));
     return kDone;
   });
+}
+
+EngineStatus LibrnpEngine::OpenSignedText(std::string_view armoured, std::string& signed_text) {
+  return Attempt([&] {
+    const auto found = RequireMessage(armoured);
+    const std::string binary = Dearmour(found.block);
+    if (!BeginsUnencrypted(binary)) Fail(kBadFormat, "The message is not only signed.");
+    const auto watch = WatchDecryption(binary.size());
+    TextSource source(binary);
+    TextSink sink(MaxTextFrom(binary.size()));
+    auto signatures = ReadSignedMessage(keys_, SignerFinder(), source, sink);
+    signed_text = Presented(std::move(sink.text), found.block, std::move(signatures));
+    return kDone;
+  });
+}
+
+void LibrnpEngine::SetMessagePassphrase(std::string_view passphrase) {
+  message_passphrases_.insert(message_passphrases_.begin(), SecretString(passphrase));
+  if (message_passphrases_.size() > kPassphrasesTried) message_passphrases_.pop_back();
 }
 
 EngineStatus LibrnpEngine::VerifyText(std::string_view signed_text,
@@ -212,6 +283,11 @@ EngineStatus LibrnpEngine::VerifyText(std::string_view signed_text,
                                       platform::IEngineStringVector& unknown_signers,
                                       std::string& content) {
   return Attempt([&] {
+    if (const auto* const found = texts_.Find(DigestOf(signed_text))) {
+      const auto status = Report(*found, signers, unknown_signers);
+      content = UnwrapSigned(signed_text);
+      return status;
+    }
     auto parts = ReadClearSigned(signed_text);
     const std::string signature = Dearmour(parts.signature);
     if (!AreSignatures(signature)) Fail(kBadContent, "The signature is damaged.");
@@ -223,7 +299,7 @@ EngineStatus LibrnpEngine::VerifyText(std::string_view signed_text,
     auto verdict = verify(parts.content);
     if (verdict.status == kBadSignature) {
       // Its mail may have been written, and signed, in a charset that was usual before UTF-8.
-      for (const auto& bytes : EarlierEncodings(parts.content)) {
+      for (const auto& bytes : EarlierEncodings(parts.content, CharsetsOf(parts.signature))) {
         auto other = verify(bytes);
         if (other.status != kGoodSignature) continue;
         verdict = std::move(other);

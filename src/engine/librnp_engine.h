@@ -1,16 +1,19 @@
 #pragma once
 
 #include <exception>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "base/error.h"
+#include "engine/armour.h"
 #include "engine/engine.h"
 #include "engine/key_servers.h"
 #include "engine/key_store.h"
 #include "engine/operations.h"
 #include "engine/status.h"
+#include "engine/verified_contents.h"
 
 namespace corvessa::engine {
 
@@ -47,6 +50,10 @@ class LibrnpEngine final : public OpenPgpEngine {
                               platform::IEngineStringVector& addresses) override;
   EngineStatus GetRecipientADKs(std::string_view recipient,
                                 platform::IEngineStringVector& addresses) override;
+  void SetDeclaredCharset(std::string_view charset) override { declared_charset_ = charset; }
+  void SetMessagePassphrase(std::string_view passphrase) override;
+  EngineStatus OpenSignedText(std::string_view armoured, std::string& signed_text) override;
+  platform::EngineTrouble GetTrouble() override { return trouble_; }
 
   EngineStatus GenerateKey(std::string_view name, std::string_view address,
                            std::string_view passphrase, KeyInfo& made) override;
@@ -69,6 +76,10 @@ class LibrnpEngine final : public OpenPgpEngine {
   /// answers are in the addresses' order: could it be told?
   std::vector<bool> LookUpAddresses(const std::vector<std::string>& addresses);
   FindSigner SignerFinder();
+  /// The text for the add-in: in clear-signed armour when it was signed, which is remembered.
+  std::string Presented(std::string bytes, std::string_view armour,
+                        std::optional<InnerSignatures> signatures);
+  CharsetNames CharsetsOf(std::string_view armour) const;
   std::shared_ptr<void> WatchDecryption(std::uint64_t size) const;
   /// Fails when nothing may change any more, see EngineConfig::may_commit.
   void RequireCaller() const;
@@ -84,7 +95,12 @@ class LibrnpEngine final : public OpenPgpEngine {
   std::string message_version_;
   std::string signature_version_;
   bool anonymous_ = false;
+  std::string declared_charset_;
+  std::vector<SecretString> message_passphrases_;  ///< the newest first
+  VerifiedContents texts_;
+  VerifiedContents files_;
   std::string last_error_;
+  platform::EngineTrouble trouble_;
 };
 
 template <typename Operation>
@@ -95,12 +111,15 @@ EngineStatus LibrnpEngine::Attempt(Operation operation) {
     return operation();
   } catch (const EngineFailure& failure) {
     last_error_ = failure.message;
+    trouble_ = failure.trouble;
     return failure.status;
   } catch (const Error& error) {  // of the host's, for a path that it does not know
     last_error_ = error.description;
+    trouble_ = {};
     return kIoTrouble;
   } catch (const std::exception& error) {
     last_error_ = std::string("Unexpected error: ") + error.what();
+    trouble_ = {};
     return kUnexpected;
   }
 }

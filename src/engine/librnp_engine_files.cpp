@@ -2,6 +2,7 @@
 
 #include "engine/adks.h"
 #include "engine/armour.h"
+#include "engine/digest.h"
 #include "engine/librnp_engine.h"
 #include "engine/local_files.h"
 #include "engine/operations.h"
@@ -16,6 +17,7 @@ constexpr std::size_t kMaxSignatureFile = std::size_t{1} << 20;
 // another stays far below this.
 constexpr std::uint64_t kMaxExpansion = 64;
 constexpr std::uint64_t kAlwaysAllowed = std::uint64_t{256} << 20;
+constexpr std::size_t kPieceSize = std::size_t{64} << 10;
 constexpr std::string_view kArmourStart = "-----BEGIN PGP MESSAGE-----";
 
 /// Pieces of the start, the middle and the end.
@@ -46,21 +48,30 @@ bool HideRecipientsOf(FileSink& file) {
   Fail(kBadFormat, std::string(path) + " is no encrypted file.");
 }
 
+[[noreturn]] void FailDamagedArmour(std::string_view path) {
+  Fail(kBadContent, "The armour of " + std::string(path) + " is damaged.",
+       {trouble::kDamaged, {}, {}});
+}
+
 /// The file's bytes out of their armour, in a nameless file.
 LocalFile Dearmoured(const LocalFile& armoured, const std::filesystem::path& folder,
                      std::string_view path) {
   FileSink binary(folder / "dearmoured");
   FileSource source(armoured);
-  const Stream stream(source, binary);
-  const auto result = rnp_dearmor(stream.input(), stream.output());
-  stream.Rethrow();
-  rnp_output_finish(stream.output());
-  LocalFile reopened = binary.OpenWritten();
-  // A text that only looks like armour at its start is an ordinary file.
-  if (!ReadEncryptedMessageStart(reopened.ReadAt(0, kMaxMessageStart))) FailNoMessage(path);
-  if (result != RNP_SUCCESS) {
-    Fail(kBadContent, "The armour of " + std::string(path) + " is damaged.");
+  ArmourReader reader(binary);
+  std::string piece(kPieceSize, '\0');
+  while (const auto size = source.Read(piece.data(), piece.size())) {
+    reader.Write(std::string_view(piece).substr(0, size));
   }
+  LocalFile reopened = binary.OpenWritten();
+  const std::string start = reopened.ReadAt(0, kMaxMessageStart);
+  if (!ReadEncryptedMessageStart(start)) {
+    // A text that only looks like armour at its start is an ordinary file.
+    if (!reader.IsWhole() || start.empty() || BeginsUnencrypted(start)) FailNoMessage(path);
+    Fail(kBadContent, "The OpenPGP message in " + std::string(path) + " is damaged.",
+         {trouble::kDamaged, {}, {}});
+  }
+  if (!reader.IsWhole()) FailDamagedArmour(path);
   return reopened;
 }
 
@@ -84,12 +95,47 @@ bool IsOnlyArmour(const ArmourBlock& armour) {
   }
 }
 
+/// The lines of a block between its header and its end, without blanks.
+std::string ContentLines(std::string_view block) {
+  const auto begin = std::min(block.find("\n\n"), block.find("\n\r\n"));
+  std::string lines(block.substr(0, block.rfind("\n-----END")).substr(begin));
+  std::erase_if(
+      lines, [](char c) { return std::string_view(" \t\r\n").find(c) != std::string_view::npos; });
+  return lines;
+}
+
+/// The block holds these bytes, with their checksum or without, and no more.
+bool HoldsOnly(std::string_view block, std::string_view bytes) {
+  const auto wanted = ContentLines(Armour(bytes, "signature", {}));
+  const auto lines = ContentLines(block);
+  return lines == wanted || lines == wanted.substr(0, wanted.rfind('='));
+}
+
+/// A decrypted file by its path and what was written there.
+std::string FileId(std::string_view path, std::string_view digest) {
+  return std::string(path) += digest;
+}
+
+std::string FileIdOf(std::string_view path, const std::filesystem::path& local) {
+  const auto file = LocalFile::OpenForReading(local);
+  FileSource source(file);
+  Digest digest;
+  std::string piece(kPieceSize, '\0');
+  while (const auto size = source.Read(piece.data(), piece.size())) {
+    digest.Add(std::string_view(piece).substr(0, size));
+  }
+  return FileId(path, digest.Finish());
+}
+
 /// The binary signatures in a file of nothing else. EngineFailure -9: it is no such file; -3: its
 /// armour is damaged.
 std::string SignatureIn(std::string_view path, const std::filesystem::path& file) {
   std::string bytes = ReadWholeFile(file, kMaxSignatureFile);
   const auto armour = FindArmour(bytes, "SIGNATURE");
-  if (armour && IsOnlyArmour(*armour)) bytes = Dearmour(armour->block);
+  if (armour && IsOnlyArmour(*armour)) {
+    bytes = Dearmour(armour->block);
+    if (!HoldsOnly(armour->block, bytes)) FailDamagedArmour(path);
+  }
   if (!AreSignatures(bytes)) Fail(kBadFormat, std::string(path) + " holds no signature.");
   return bytes;
 }
@@ -143,19 +189,26 @@ EngineStatus LibrnpEngine::DecryptFileEx(std::string_view path,
     }
     const LocalFile& binary = dearmoured.IsOpen() ? dearmoured : original;
     FileSink output(local);
-    const EncryptedMessage message{start, [&](std::string_view replacement) {
-                                     return std::make_unique<FileSource>(binary, replacement);
+    const EncryptedMessage message{start, [&](std::string_view replacement, std::size_t replaced) {
+                                     return std::make_unique<FileSource>(binary, replacement,
+                                                                         replaced);
                                    }};
-    const std::string address = AccountAddress(account);
-    LimitedSink limited(output, std::max(kAlwaysAllowed, original.Size() * kMaxExpansion));
-    Decrypt(keys_, address, message, {limited, [&] {
-                                        output.Clear();
-                                        limited.Restart();
-                                      }});
+    HashingSink hashing(output);
+    LimitedSink limited(hashing, std::max(kAlwaysAllowed, original.Size() * kMaxExpansion));
+    auto signatures =
+        Decrypt(keys_, {AccountAddress(account), message_passphrases_, SignerFinder()}, message,
+                {limited, [&] {
+                   output.Clear();
+                   hashing.Restart();
+                   limited.Restart();
+                 }});
     output.CopyPermissions(original);
     RequireCaller();
     // The encrypted file may be the only copy of its content.
     output.CommitDurably();
+    auto id = FileId(path, hashing.Finish());
+    files_.Forget(id);
+    if (signatures) files_.Add(std::move(id), std::move(signatures->verdict));
     return kDone;
   });
 }
@@ -164,6 +217,11 @@ EngineStatus LibrnpEngine::VerifyFile(std::string_view path, std::string_view si
                                       platform::IEngineStringVector& signers,
                                       platform::IEngineStringVector& unknown_signers) {
   return Attempt([&] {
+    if (signature_path.empty()) {
+      const auto* const found = files_.Find(FileIdOf(path, config_.local_path(path)));
+      if (!found) Fail(kBadFormat, std::string(path) + " was not signed when it was encrypted.");
+      return Report(*found, signers, unknown_signers);
+    }
     const std::string signature = SignatureIn(signature_path, config_.local_path(signature_path));
     if (path.empty()) Fail(kSignatureTrouble, "There is no file to check the signature against.");
     const auto file = LocalFile::OpenForReading(config_.local_path(path));

@@ -49,20 +49,18 @@ std::size_t LocalFile::ReadAt(std::uint64_t offset, char* buffer, std::size_t si
   return Try("read", "the file", [&] { return file_.ReadAt(offset, buffer, size); });
 }
 
-FileSource::FileSource(const LocalFile& file, std::string_view replacement)
-    : file_(file), replacement_(replacement) {
+FileSource::FileSource(const LocalFile& file, std::string_view replacement, std::size_t replaced)
+    : file_(file), replacement_(replacement), position_(replaced) {
   file_.Handle().ExpectSequentialReading();
 }
 
 std::size_t FileSource::Read(char* buffer, std::size_t size) {
-  std::size_t count = 0;
-  if (position_ < replacement_.size()) {
-    const auto begin = static_cast<std::size_t>(position_);
-    count = std::min(size, replacement_.size() - begin);
-    std::memcpy(buffer, replacement_.data() + begin, count);
-  } else {
-    count = file_.ReadAt(position_, buffer, size);
+  if (given_ < replacement_.size()) {
+    const auto count = replacement_.copy(buffer, size, given_);
+    given_ += count;
+    return count;
   }
+  const auto count = file_.ReadAt(position_, buffer, size);
   position_ += count;
   return count;
 }

@@ -34,15 +34,17 @@ class LocalFile final {
   system::File file_;
 };
 
-/// Reads an open file from its start, with `replacement` in place of as many of its first bytes.
+/// Reads an open file from its start, with `replacement` in place of its first `replaced` bytes.
 class FileSource final : public Source {
  public:
-  explicit FileSource(const LocalFile& file, std::string_view replacement = {});
+  explicit FileSource(const LocalFile& file, std::string_view replacement = {},
+                      std::size_t replaced = 0);
   std::size_t Read(char* buffer, std::size_t size) override;
 
  private:
   const LocalFile& file_;
   std::string replacement_;
+  std::size_t given_ = 0;  ///< of the replacement
   std::uint64_t position_ = 0;
 };
 

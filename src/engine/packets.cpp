@@ -18,6 +18,9 @@ constexpr int kUserIdPacket = 13;
 constexpr int kPublicSubkeyPacket = 14;
 constexpr int kUserAttributePacket = 17;
 constexpr int kProtectedDataPacket = 18;
+constexpr int kAuthenticatedDataPacket = 20;
+constexpr int kPaddingPacket = 21;
+constexpr int kFirstUncriticalPacket = 40;
 
 struct PacketHeader {
   int tag = 0;
@@ -70,29 +73,78 @@ std::optional<PacketHeader> ReadNewHeader(std::string_view bytes) {
   return header;
 }
 
-// RSA, RSA for encryption only, ElGamal (two numbers of it) and ECDH.
+// RSA, RSA for encryption only, ElGamal (two numbers of it) and ECDH: those that the library knows.
 bool IsEncryptionAlgorithm(int algorithm) {
   return algorithm == 1 || algorithm == 2 || algorithm == 16 || algorithm == 18 ||
          algorithm == kElGamalForSigningToo;
 }
 
+bool IsBetween(std::string_view body, std::size_t position, int first, int last) {
+  return position < body.size() && ByteAt(body, position) >= first &&
+         ByteAt(body, position) <= last;
+}
+
+constexpr int kLastCipher = 13;
+constexpr int kLastAeadMode = 3;
+
 bool IsPublicKeySession(std::string_view body) {
-  return body.size() > kAlgorithmPosition + 2 && body[0] == 3 &&
-         IsEncryptionAlgorithm(ByteAt(body, kAlgorithmPosition));
+  return body.size() > kAlgorithmPosition + 2 && body[0] == 3;
 }
 
-// Version 4, a cipher and a kind of passphrase hashing that exist.
+/// Of version 4, or 5 with an AEAD mode; a cipher and a kind of passphrase hashing that exist.
 bool IsPassphraseSession(std::string_view body) {
-  return body.size() >= 4 && body[0] == 4 && ByteAt(body, 1) >= 1 && ByteAt(body, 1) <= 13 &&
-         ByteAt(body, 2) <= 3;
+  if (!IsBetween(body, 0, 4, 5) || !IsBetween(body, 1, 1, kLastCipher)) return false;
+  return body[0] == 4 ? IsBetween(body, 2, 0, 3)
+                      : IsBetween(body, 2, 1, 2) && IsBetween(body, 3, 0, 3);
 }
 
-bool IsMarker(std::string_view body) {
-  return body == "PGP";
+/// Of a version that only other programs know; there was one before the one known here.
+bool IsOtherSession(std::string_view body) {
+  return body.size() >= 4 && IsBetween(body, 0, 2, 10);
+}
+
+/// The key ID in a session key packet of version 6: of the fingerprint of a key of version 4 its
+/// end, of later ones the start. Empty when it is hidden.
+std::string_view KeyIdInFingerprint(std::string_view body) {
+  const std::size_t length = body[0] == 6 ? ByteAt(body, 1) : 0;
+  if (length <= kKeyIdLength || body.size() < 2 + length) return {};
+  const auto fingerprint = body.substr(3, length - 1);
+  return body[2] == 4 ? fingerprint.substr(fingerprint.size() - kKeyIdLength)
+                      : fingerprint.substr(0, kKeyIdLength);
+}
+
+bool IsIgnored(int tag) {
+  return tag == kMarkerPacket || tag == kPaddingPacket || tag >= kFirstUncriticalPacket;
 }
 
 bool IsDataPacket(int tag) {
-  return tag == kProtectedDataPacket || tag == kUnprotectedDataPacket;
+  return tag == kProtectedDataPacket || tag == kUnprotectedDataPacket ||
+         tag == kAuthenticatedDataPacket;
+}
+
+enum class DataKind { kKnown, kUnknown };
+
+/// The kind of a data packet, from its body.
+DataKind KindOf(int tag, std::string_view body) {
+  if (tag == kUnprotectedDataPacket || body.empty()) return DataKind::kKnown;
+  const bool is_known = tag == kProtectedDataPacket || body.size() < 3 || IsBetween(body, 2, 1, 2);
+  return body[0] == 1 && is_known ? DataKind::kKnown : DataKind::kUnknown;
+}
+
+/// A data packet without session keys before it says by itself that it is one: by its cipher, AEAD
+/// mode and size of chunks, or by a length that fits.
+bool IsDataAlone(const PacketHeader& header, std::string_view rest) {
+  const auto body = rest.substr(std::min(header.length, rest.size()));
+  constexpr int kLastChunkSize = 56;
+  if (header.tag == kUnprotectedDataPacket || body.empty()) return false;
+  if (header.tag == kProtectedDataPacket && body[0] == 1) {
+    constexpr int kFirstPartialLength = 0xE9;
+    return header.body_length ? *header.body_length == body.size()
+                              : ByteAt(rest, 1) >= kFirstPartialLength;
+  }
+  return body[0] == (header.tag == kProtectedDataPacket ? 2 : 1) &&
+         IsBetween(body, 1, 1, kLastCipher) && IsBetween(body, 2, 1, kLastAeadMode) &&
+         IsBetween(body, 3, 0, kLastChunkSize);
 }
 
 bool IsKeyStart(int tag) {
@@ -111,6 +163,43 @@ std::optional<PacketHeader> ReadPacketHeader(std::string_view bytes) {
   return ByteAt(bytes, 0) & 0x40 ? ReadNewHeader(bytes) : ReadOldHeader(bytes);
 }
 
+std::string HexOf(std::string_view bytes) {
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string text;
+  for (const char byte : bytes) {
+    text += kDigits[static_cast<std::uint8_t>(byte) >> 4];
+    text += kDigits[static_cast<std::uint8_t>(byte) & 15];
+  }
+  return text;
+}
+
+/// Takes a session key packet into the start; false when it is none.
+bool TakeSessionKey(const PacketHeader& header, std::string_view packet,
+                    EncryptedMessageStart& start) {
+  const auto body = packet.substr(header.length);
+  if (header.tag == kPublicKeySessionPacket && IsPublicKeySession(body)) {
+    const int algorithm = ByteAt(body, kAlgorithmPosition);
+    const auto key_id = start.known.size() + header.length + kKeyIdPosition;
+    if (IsEncryptionAlgorithm(algorithm)) {
+      start.session_keys.push_back({key_id, algorithm});
+      start.known += packet;
+      return true;
+    }
+    start.unknown_key_ids.push_back(HexOf(body.substr(kKeyIdPosition, kKeyIdLength)));
+  } else if (header.tag == kPassphraseSessionPacket && IsPassphraseSession(body)) {
+    ++start.passphrase_packets;
+    start.known += packet;
+    return true;
+  } else if (header.tag == kPublicKeySessionPacket && IsOtherSession(body)) {
+    const auto key_id = KeyIdInFingerprint(body);
+    if (!key_id.empty()) start.unknown_key_ids.push_back(HexOf(key_id));
+  } else if (header.tag != kPassphraseSessionPacket || !IsOtherSession(body)) {
+    return false;
+  }
+  start.has_unknown_method = true;
+  return true;
+}
+
 }  // namespace
 
 std::optional<EncryptedMessageStart> ReadEncryptedMessageStart(std::string_view bytes) {
@@ -120,21 +209,45 @@ std::optional<EncryptedMessageStart> ReadEncryptedMessageStart(std::string_view 
     const std::string_view rest = bytes.substr(start.length);
     const auto header = ReadPacketHeader(rest);
     if (!header) return std::nullopt;
-    if (IsDataPacket(header->tag)) return has_session_key ? std::optional(start) : std::nullopt;
+    if (IsDataPacket(header->tag)) {
+      if (!has_session_key && !IsDataAlone(*header, rest)) return std::nullopt;
+      start.has_unknown_data =
+          KindOf(header->tag, rest.substr(std::min(header->length, rest.size()))) ==
+          DataKind::kUnknown;
+      return start;
+    }
     if (!header->body_length || *header->body_length > rest.size() - header->length) {
       return std::nullopt;
     }
-    const std::string_view body = rest.substr(header->length, *header->body_length);
-    if (header->tag == kPublicKeySessionPacket && IsPublicKeySession(body)) {
-      start.session_keys.push_back(
-          {start.length + header->length + kKeyIdPosition, ByteAt(body, kAlgorithmPosition)});
+    const auto packet = rest.substr(0, header->length + *header->body_length);
+    if (!IsIgnored(header->tag)) {
+      if (!TakeSessionKey(*header, packet, start)) return std::nullopt;
       has_session_key = true;
-    } else if (header->tag == kPassphraseSessionPacket && IsPassphraseSession(body)) {
-      has_session_key = true;
-    } else if (header->tag != kMarkerPacket || !IsMarker(body)) {
-      return std::nullopt;
     }
-    start.length += header->length + body.size();
+    start.length += packet.size();
+  }
+}
+
+bool BeginsUnencrypted(std::string_view bytes) {
+  constexpr int kOnePassSignaturePacket = 4;
+  constexpr int kCompressedPacket = 8;
+  constexpr int kLiteralPacket = 11;
+  for (;;) {
+    const auto header = ReadPacketHeader(bytes);
+    if (!header) return false;
+    switch (header->tag) {
+      case kSignaturePacket:
+      case kOnePassSignaturePacket:
+      case kCompressedPacket:
+      case kLiteralPacket:
+        return true;
+      default:
+        if (!IsIgnored(header->tag) || !header->body_length ||
+            *header->body_length >= bytes.size() - header->length) {
+          return false;
+        }
+        bytes.remove_prefix(header->length + *header->body_length);
+    }
   }
 }
 
@@ -147,13 +260,7 @@ std::string KeyIdBytes(std::string_view key_id) {
 }
 
 std::string KeyIdOf(std::string_view message, const SessionKeyPacket& packet) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string id;
-  for (const char byte : message.substr(packet.key_id_offset, kKeyIdLength)) {
-    id += kDigits[static_cast<std::uint8_t>(byte) >> 4];
-    id += kDigits[static_cast<std::uint8_t>(byte) & 15];
-  }
-  return id;
+  return HexOf(message.substr(packet.key_id_offset, kKeyIdLength));
 }
 
 bool IsHidden(std::string_view message, const SessionKeyPacket& packet) {
@@ -163,7 +270,7 @@ bool IsHidden(std::string_view message, const SessionKeyPacket& packet) {
 
 bool HideRecipients(std::string& message) {
   const auto start = ReadEncryptedMessageStart(message);
-  if (!start) return false;
+  if (!start || start->known.size() != start->length) return false;
   for (const auto& packet : start->session_keys) {
     message.replace(packet.key_id_offset, kKeyIdLength, kKeyIdLength, '\0');
   }

@@ -21,23 +21,37 @@ struct SessionKeyPacket {
 /// The start of an encrypted message, up to the header of its data packet.
 struct EncryptedMessageStart {
   std::vector<SessionKeyPacket> session_keys;
+  /// The bytes without packets that say nothing (markers, padding, private ones) and those that are
+  /// encrypted in a way unknown here; the positions above are within these. What the message begins
+  /// with may be longer: it is the first `length` bytes of it.
+  std::string known;
   std::size_t length = 0;
+  std::size_t passphrase_packets = 0;  ///< session keys that a passphrase gives
+  /// Key IDs of recipients that only newer programs can read for.
+  std::vector<std::string> unknown_key_ids;
+  /// The data itself, or for some recipient the way to it, is of a kind unknown here.
+  bool has_unknown_method = false;
+  bool has_unknown_data = false;
 };
 
 /// Longest start that is looked at; enough for 1,900 RSA recipients of 4096 bits.
 inline constexpr std::size_t kMaxMessageStart = std::size_t{1} << 20;
 
 /// Reads the start of a binary message. Nothing unless it consists of at least one well-formed
-/// session key packet followed by a data packet: ordinary files do not look like that by chance.
+/// session key packet followed by a data packet, or of a data packet that says how it is encrypted:
+/// ordinary files do not look like that by chance.
 std::optional<EncryptedMessageStart> ReadEncryptedMessageStart(std::string_view bytes);
+
+/// The bytes begin like a message that is only signed or compressed, or not even that.
+bool BeginsUnencrypted(std::string_view bytes);
 
 inline constexpr std::size_t kKeyIdLength = 8;
 
 /// The bytes of a key ID in hexadecimal.
 std::string KeyIdBytes(std::string_view key_id);
 
-/// The key ID of a session key packet, in capital hexadecimal; "0000000000000000" when it is
-/// hidden.
+/// The key ID of a session key packet of a start's known bytes, in capital hexadecimal;
+/// "0000000000000000" when it is hidden.
 std::string KeyIdOf(std::string_view message, const SessionKeyPacket& packet);
 bool IsHidden(std::string_view message, const SessionKeyPacket& packet);
 

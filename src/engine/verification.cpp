@@ -1,54 +1,12 @@
+#include "engine/verification.h"
+
 #include <algorithm>
-#include <exception>
-#include <optional>
 
 #include "engine/key_facts.h"
-#include "engine/operations.h"
-#include "engine/status.h"
+#include "engine/packets.h"
 
 namespace corvessa::engine {
 namespace {
-
-/// Gives the library the signers' keys when it asks for them, which it does after reading
-/// everything: so the content is read once whether the key is at hand or not.
-class KeyProvider {
- public:
-  KeyProvider(KeyStore& keys, const FindSigner& find_signer)
-      : keys_(keys), find_signer_(find_signer) {
-    Check(rnp_ffi_set_key_provider(keys.ffi(), &KeyProvider::Provide, this));
-  }
-  ~KeyProvider() { rnp_ffi_set_key_provider(keys_.ffi(), nullptr, nullptr); }
-  KeyProvider(const KeyProvider&) = delete;
-  KeyProvider& operator=(const KeyProvider&) = delete;
-
-  void Rethrow() const {
-    if (thrown_) std::rethrow_exception(thrown_);
-  }
-
- private:
-  static void Provide(rnp_ffi_t, void* self, const char* kind, const char* identifier,
-                      bool secret) {
-    auto& provider = *static_cast<KeyProvider*>(self);
-    if (secret || provider.thrown_) return;
-    try {
-      std::string id(identifier);
-      std::ranges::transform(id, id.begin(), [](char c) {
-        return c >= 'a' && c <= 'f' ? static_cast<char>(c - 'a' + 'A') : c;
-      });
-      if (std::string_view(kind) == "fingerprint" && id.size() > 16) id = id.substr(id.size() - 16);
-      provider.Find(id);
-    } catch (...) {
-      provider.thrown_ = std::current_exception();
-    }
-  }
-  void Find(const std::string& key_id) {
-    if (!keys_.LoadByKeyId(key_id)) find_signer_(key_id);
-  }
-
-  KeyStore& keys_;
-  const FindSigner& find_signer_;
-  std::exception_ptr thrown_;
-};
 
 enum class Kind { kGood, kBad, kUnknown, kInvalidKey, kOther };
 
@@ -56,6 +14,8 @@ struct Finding {
   Kind kind = Kind::kOther;
   std::string signer;  ///< address, or key ID when the key is unknown
   std::string message;
+  const char* reason = "";
+  std::string key_id = {};
 };
 
 bool IsForDocuments(rnp_signature_handle_t signature, bool text_only) {
@@ -79,7 +39,8 @@ std::string ClaimedAddress(const KeyStore& keys, rnp_key_handle_t primary) {
 Finding NoUsableKey(const std::string& address) {
   return {Kind::kInvalidKey, address,
           "The key of " + address +
-              " is not usable: it is expired, revoked, without a valid name or not for signing."};
+              " is not usable: it is expired, revoked, without a valid name or not for signing.",
+          trouble::kUnusableSigner};
 }
 
 // The library calls every signature of a revoked key invalid, whether it fits the content or not.
@@ -120,7 +81,8 @@ std::optional<Finding> UncheckedFinding(rnp_ffi_t ffi, rnp_signature_handle_t si
                                         const std::string& address) {
   const auto outdated = [&](const char* what, const std::string& hash) {
     return Finding{Kind::kOther, address,
-                   what + address + " uses " + hash + ", which is no longer secure."};
+                   what + address + " uses " + hash + ", which is no longer secure.",
+                   trouble::kOutdatedMethod};
   };
   const auto hash = OutdatedHash(ffi, signature, RNP_SECURITY_VERIFY_DATA);
   if (!hash.empty()) return outdated("The signature of ", hash);
@@ -181,32 +143,50 @@ std::string SignerOf(rnp_key_handle_t primary, rnp_signature_handle_t signature,
   return addresses.empty() ? key_id : addresses.front();
 }
 
-Finding Judge(const KeyStore& keys, rnp_op_verify_signature_t signature, bool text_only) {
-  const auto handle = Make<Signature>(rnp_op_verify_signature_get_handle, signature);
-  const std::string key_id = Text(rnp_signature_get_keyid, handle.get());
-  const auto key = SigningKeyOf(keys, handle.get(), key_id);
+Finding JudgeChecked(const KeyStore& keys, rnp_op_verify_signature_t signature,
+                     rnp_signature_handle_t handle, const std::string& key_id, bool text_only) {
+  const auto key = SigningKeyOf(keys, handle, key_id);
   const auto primary = key ? keys.PrimaryOf(key.get()) : Key();
   const auto status = rnp_op_verify_signature_get_status(signature);
   if (status == RNP_ERROR_KEY_NOT_FOUND || !primary) {
-    return {Kind::kUnknown, key_id, "The signer's key " + key_id + " was not found."};
+    return {Kind::kUnknown, key_id, "The signer's key " + key_id + " was not found.",
+            trouble::kUnknownSigner};
   }
   // Nothing protects the key ID in a signature: anybody can write somebody else's into it.
   if (!key_id.empty() && Text(rnp_key_get_keyid, key.get()) != key_id) {
-    return {Kind::kBad, key_id, "The signature names another key than the one that made it."};
+    return {Kind::kBad, key_id, "The signature names another key than the one that made it.",
+            trouble::kBadSignature};
   }
-  const std::string address = SignerOf(primary.get(), handle.get(), key_id);
+  const std::string address = SignerOf(primary.get(), handle, key_id);
+  const Finding unknown_kind{Kind::kOther, address,
+                             "The signature of " + address + " is of an unknown kind.",
+                             trouble::kUnknownMethod};
+  // It is over the bytes inside a message, of which its text says nothing.
+  if (text_only && Text(rnp_signature_get_type, handle) == "binary") return unknown_kind;
   if (status == RNP_ERROR_SIGNATURE_INVALID) {
-    auto unchecked = UncheckedFinding(keys.ffi(), handle.get(), key.get(), primary.get(), address);
+    auto unchecked = UncheckedFinding(keys.ffi(), handle, key.get(), primary.get(), address);
     if (unchecked) return *std::move(unchecked);
-    return {Kind::kBad, address, "The signature of " + address + " does not fit the content."};
+    return {Kind::kBad, address, "The signature of " + address + " does not fit the content.",
+            trouble::kBadSignature};
   }
   if (status == RNP_ERROR_SIGNATURE_EXPIRED) {
-    return {Kind::kOther, address, "The signature of " + address + " has expired."};
+    return {Kind::kOther, address, "The signature of " + address + " has expired.",
+            trouble::kExpiredSignature};
   }
-  if (status != RNP_SUCCESS || !IsForDocuments(handle.get(), text_only)) {
-    return {Kind::kOther, address, "The signature of " + address + " is of an unknown kind."};
-  }
+  if (status != RNP_SUCCESS || !IsForDocuments(handle, text_only)) return unknown_kind;
   return JudgeGood(keys, key.get(), primary.get(), address);
+}
+
+Finding Judge(const KeyStore& keys, rnp_op_verify_signature_t signature, bool text_only) {
+  rnp_signature_handle_t opened = nullptr;
+  if (rnp_op_verify_signature_get_handle(signature, &opened) != RNP_SUCCESS) {
+    return {Kind::kOther, "", "The signature is of an unknown kind.", trouble::kUnknownMethod};
+  }
+  const Signature handle(opened);
+  const std::string key_id = Text(rnp_signature_get_keyid, handle.get());
+  auto finding = JudgeChecked(keys, signature, handle.get(), key_id, text_only);
+  finding.key_id = key_id;
+  return finding;
 }
 
 std::vector<Finding> FindingsOf(const KeyStore& keys, rnp_op_verify_t op, bool text_only) {
@@ -248,13 +228,61 @@ Verdict VerdictOf(const std::vector<Finding>& findings) {
     if (!finding) continue;
     verdict.status = status;
     verdict.message = finding->message;
+    verdict.trouble.reason = finding->reason;
+    if (!finding->key_id.empty()) verdict.trouble.key_ids = {finding->key_id};
+    if (finding->signer != finding->key_id) verdict.trouble.address = finding->signer;
     if (kind == Kind::kBad || kind == Kind::kGood) verdict.signers = SignersOf(findings, kind);
     break;
   }
   return verdict;
 }
 
+/// The bytes of a signature; empty when the library does not give them, which it does in JSON only.
+std::string PacketOf(rnp_signature_handle_t signature) {
+  char* packet = nullptr;
+  if (rnp_signature_packet_to_json(signature, RNP_JSON_DUMP_RAW, &packet) != RNP_SUCCESS) return {};
+  std::string_view json = packet;
+  std::string bytes;
+  // The packet's header comes first, then its body, then what was read in them.
+  for (int i = 0; i < 2; ++i) {
+    static constexpr std::string_view kRaw = "\"raw\":\"";
+    json.remove_prefix(std::min(json.find(kRaw), json.size() - kRaw.size()) + kRaw.size());
+    bytes += KeyIdBytes(json.substr(0, json.find('"')));
+  }
+  rnp_buffer_destroy(packet);
+  return AreSignatures(bytes) ? bytes : std::string();
+}
+
 }  // namespace
+
+KeyProvider::KeyProvider(KeyStore& keys, const FindSigner& find_signer)
+    : keys_(keys), find_signer_(find_signer) {
+  Check(rnp_ffi_set_key_provider(keys.ffi(), &KeyProvider::Provide, this));
+}
+
+KeyProvider::~KeyProvider() {
+  rnp_ffi_set_key_provider(keys_.ffi(), nullptr, nullptr);
+}
+
+void KeyProvider::Rethrow() const {
+  if (thrown_) std::rethrow_exception(thrown_);
+}
+
+void KeyProvider::Provide(rnp_ffi_t, void* self, const char* kind, const char* identifier,
+                          bool secret) {
+  auto& provider = *static_cast<KeyProvider*>(self);
+  if (secret || provider.thrown_) return;
+  try {
+    std::string id(identifier);
+    std::ranges::transform(id, id.begin(), [](char c) {
+      return c >= 'a' && c <= 'f' ? static_cast<char>(c - 'a' + 'A') : c;
+    });
+    if (std::string_view(kind) == "fingerprint" && id.size() > 16) id = id.substr(id.size() - 16);
+    if (!provider.keys_.LoadByKeyId(id)) provider.find_signer_(id);
+  } catch (...) {
+    provider.thrown_ = std::current_exception();
+  }
+}
 
 Verdict Verify(KeyStore& keys, const FindSigner& find_signer, Source& content,
                std::string_view signature, bool text_only) {
@@ -270,6 +298,21 @@ Verdict Verify(KeyStore& keys, const FindSigner& find_signer, Source& content,
   content_stream.Rethrow();
   provider.Rethrow();
   return VerdictOf(FindingsOf(keys, op.get(), text_only));
+}
+
+std::optional<InnerSignatures> InnerSignaturesOf(const KeyStore& keys, rnp_op_verify_t op) {
+  const auto findings = FindingsOf(keys, op, false);
+  if (findings.empty()) return std::nullopt;
+  InnerSignatures inner{VerdictOf(findings), {}, {}};
+  for (std::size_t i = 0; i < findings.size(); ++i) {
+    const auto signature = Get<rnp_op_verify_signature_t>(rnp_op_verify_get_signature_at, op, i);
+    rnp_signature_handle_t opened = nullptr;
+    if (rnp_op_verify_signature_get_handle(signature, &opened) != RNP_SUCCESS) continue;
+    const Signature handle(opened);
+    if (inner.hash.empty()) inner.hash = Text(rnp_signature_get_hash_alg, handle.get());
+    inner.packets += PacketOf(handle.get());
+  }
+  return inner;
 }
 
 }  // namespace corvessa::engine

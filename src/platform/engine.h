@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace corvessa::platform {
 
@@ -20,6 +21,7 @@ inline constexpr EngineStatus kGoodSignature = 1;
 inline constexpr EngineStatus kBadSignature = 0;
 inline constexpr EngineStatus kBadContent = -3;
 inline constexpr EngineStatus kWrongPassphrase = -4;
+inline constexpr EngineStatus kUnknownMethod = -5;
 inline constexpr EngineStatus kInvalidKey = -6;
 inline constexpr EngineStatus kKeyStoreTrouble = -7;
 inline constexpr EngineStatus kIoTrouble = -8;
@@ -47,6 +49,33 @@ using EngineStringVectorPtr = std::shared_ptr<IEngineStringVector>;
 struct EngineAccount {
   std::string address;
 };
+
+/// Why an operation failed, for programs; the engine's last error says it in words.
+struct EngineTrouble {
+  /// One of engine_trouble, or empty for everything else.
+  std::string reason;
+  /// The IDs of the keys that it is about, in capital hexadecimal: those that a message is
+  /// encrypted to, or that of a signer.
+  std::vector<std::string> key_ids;
+  /// The address of such a key, as far as it is known here.
+  std::string address;
+};
+
+namespace engine_trouble {
+
+inline constexpr char kKeyLocked[] = "keyLocked";
+inline constexpr char kOtherKey[] = "otherKey";
+inline constexpr char kPassphraseNeeded[] = "passphraseNeeded";
+inline constexpr char kDamaged[] = "damaged";
+inline constexpr char kNoProtection[] = "noProtection";
+inline constexpr char kUnknownMethod[] = "unknownMethod";
+inline constexpr char kUnknownSigner[] = "unknownSigner";
+inline constexpr char kUnusableSigner[] = "unusableSigner";
+inline constexpr char kBadSignature[] = "badSignature";
+inline constexpr char kExpiredSignature[] = "expiredSignature";
+inline constexpr char kOutdatedMethod[] = "outdatedMethod";
+
+}  // namespace engine_trouble
 
 /// The OpenPGP engine: key store, cryptography, key servers. It alone knows OpenPGP.
 ///
@@ -77,8 +106,11 @@ class IEngine {
   /// Encrypts for every address of the vector.
   virtual EngineStatus EncryptText(const IEngineStringVector& recipients, std::string_view text,
                                    std::string& armoured) = 0;
-  /// Decrypts the file in place, all or nothing. -9: the file is no encrypted message.
+  /// Decrypts the file in place, all or nothing. -9: the file is no encrypted message. A signature
+  /// inside is checked, and VerifyFile asks for the result.
   virtual EngineStatus DecryptFileEx(std::string_view path, const EngineAccount* account) = 0;
+  /// The text of a message that was signed when it was encrypted comes in clear-signed armour, for
+  /// which VerifyText answers with what was found inside the message.
   virtual EngineStatus DecryptTextEx(std::string_view armoured, const EngineAccount* account,
                                      std::string& plain) = 0;
   /// 1 good signature, 0 bad signature, else an error. `signers` receives the signers' addresses,
@@ -87,6 +119,8 @@ class IEngine {
                                   IEngineStringVector& unknown_signers, std::string& content) = 0;
   /// The same for a file and its detached signature, armoured or binary. -9: the signature's file
   /// holds none, or more than that. With an empty path only that is looked at: -10 for a signature.
+  /// With an empty signature path it answers for the signature inside the message that
+  /// DecryptFileEx decrypted into this file: -9 when there was none, or the file has changed.
   virtual EngineStatus VerifyFile(std::string_view path, std::string_view signature_path,
                                   IEngineStringVector& signers,
                                   IEngineStringVector& unknown_signers) = 0;
@@ -104,6 +138,20 @@ class IEngine {
   /// The same for a recipient's domain or address.
   virtual EngineStatus GetRecipientADKs(std::string_view recipient,
                                         IEngineStringVector& addresses) = 0;
+
+  // Beside the operations of the component's first interface. One that has only those does nothing
+  // and answers -9 and no trouble.
+
+  /// The charset that the mail declares for the texts that follow, by its name in MIME or as
+  /// "cp1252"; none when it is empty or unknown.
+  virtual void SetDeclaredCharset(std::string_view charset) = 0;
+  /// A passphrase to try on messages that are encrypted with one, until InitEngine.
+  virtual void SetMessagePassphrase(std::string_view passphrase) = 0;
+  /// The text of an armoured message that is signed and not encrypted, in clear-signed armour as of
+  /// DecryptTextEx. -9: it is no such message.
+  virtual EngineStatus OpenSignedText(std::string_view armoured, std::string& signed_text) = 0;
+  /// Why the last operation that failed did so.
+  virtual EngineTrouble GetTrouble() = 0;
 };
 using EnginePtr = std::shared_ptr<IEngine>;
 

@@ -7,26 +7,8 @@
 #include "posix/utf8_locale.h"
 
 namespace corvessa::system {
-namespace {
-
-const char* NameOf(Charset charset) {
-  switch (charset) {
-    case Charset::kUtf8:
-      return "UTF-8";
-    case Charset::kWindows1252:
-      return "CP1252";
-    case Charset::kLatin9:
-      return "ISO-8859-15";
-    case Charset::kIso2022Jp:
-      return "ISO-2022-JP";
-  }
-  return "";
-}
-
-}  // namespace
-
 std::optional<std::string> Convert(std::string_view bytes, Charset from, Charset to) {
-  const iconv_t handle = iconv_open(NameOf(to), NameOf(from));
+  const iconv_t handle = iconv_open(IconvName(to), IconvName(from));
   if (handle == reinterpret_cast<iconv_t>(-1)) return std::nullopt;
   // One byte becomes three at most, and a shift back follows at the end.
   std::string converted(bytes.size() * 3 + 8, '\0');

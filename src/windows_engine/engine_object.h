@@ -10,7 +10,8 @@ namespace corvessa::windows {
 /// The engine as a COM object of an apartment. What the operations answer, engine.idl says; every
 /// result is set whatever happens.
 class EngineObject final
-    : public com::Object<EngineObject, ReservedPlaces, com::Dual<INimbraKeyUpkeep>> {
+    : public com::Object<EngineObject, ReservedPlaces, com::Dual<INimbraKeyUpkeep>,
+                         com::Dual<INimbraMailReading>> {
  public:
   static constexpr auto kProgId = L"NimbraEncryptionEngine.Engine";
 
@@ -65,6 +66,13 @@ class EngineObject final
   HRESULT STDMETHODCALLTYPE PublishKeys(BSTR address, LONG* status) noexcept override;
   HRESULT STDMETHODCALLTYPE RemoveKeys(BSTR who, LONG* status) noexcept override;
 
+  HRESULT STDMETHODCALLTYPE SetDeclaredCharset(BSTR charset) noexcept override;
+  HRESULT STDMETHODCALLTYPE SetMessagePassphrase(BSTR passphrase) noexcept override;
+  HRESULT STDMETHODCALLTYPE OpenSignedText(BSTR armoured, BSTR* signed_text,
+                                           LONG* status) noexcept override;
+  HRESULT STDMETHODCALLTYPE GetTrouble(BSTR* reason, IEngineStringVector** key_ids,
+                                       BSTR* address) noexcept override;
+
  private:
   /// Runs a method that may let in other calls, one of which may release this object.
   template <typename Interface, typename Body>
@@ -75,6 +83,10 @@ class EngineObject final
   template <typename Body>
   HRESULT EngineMethod(Body body) noexcept {
     return Method<INimbraEncryptionEngine>(std::move(body));
+  }
+  template <typename Body>
+  HRESULT ReadingMethod(Body body) noexcept {
+    return Method<INimbraMailReading>(std::move(body));
   }
   template <typename Body>
   HRESULT UpkeepMethod(Body body) noexcept {

@@ -40,16 +40,19 @@ platform::EngineStatus EngineSession::Perform(std::uint64_t bytes, Operation ope
   struct Outcome {
     platform::EngineStatus status = platform::engine_status::kUnexpected;
     std::string last_error = kTookTooLong;
+    platform::EngineTrouble trouble = {};
   };
   const auto team = CurrentTeam();
   const auto outcome = std::make_shared<Outcome>();
   const auto work = [outcome, engine = team->engine, operation = std::move(operation)] {
     outcome->status = operation(*engine);
     outcome->last_error = engine->GetEngineLastError();
+    outcome->trouble = engine->GetTrouble();
   };
   const bool is_done = team->worker.Run(work, LimitFor(bytes));
   // Work that was given up may still write to its outcome.
   last_error_ = is_done ? outcome->last_error : kTookTooLong;
+  trouble_ = is_done ? outcome->trouble : platform::EngineTrouble();
   return is_done ? outcome->status : platform::engine_status::kUnexpected;
 }
 

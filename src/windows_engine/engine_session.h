@@ -36,6 +36,7 @@ class EngineSession {
   /// call then, so what it uses must be its own.
   platform::EngineStatus Perform(std::uint64_t bytes, Operation operation);
   std::string LastError() const { return last_error_; }
+  const platform::EngineTrouble& Trouble() const { return trouble_; }
 
   /// As those of the engine.
   void SetOption(std::string name, std::string value);
@@ -56,6 +57,7 @@ class EngineSession {
   std::map<std::string, std::string> options_;
   bool anonymous_ = false;
   std::string last_error_;
+  platform::EngineTrouble trouble_;
   std::shared_ptr<Team> team_;
 };
 

@@ -200,6 +200,8 @@ TEST_F(FileTest, AFileIsASignatureOnlyWhenItHoldsNothingElse) {
                                            "\xC2\x0A\4SECRET123",
                                            "\xC2\xA7 12 says a secret"};
   const std::string damaged = begin + "\r\na secret\r\n" + end;
+  std::string hiding = block;
+  hiding.insert(hiding.find("\r\n-----END"), " a secret");
   for (const auto& [contents, verified] :
        {std::pair(signatures, "-10 [] []"), std::pair(others, "-9 [] []"),
         std::pair(std::vector{damaged}, "-3 [] []")}) {

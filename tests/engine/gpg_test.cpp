@@ -100,10 +100,7 @@ TEST_F(GpgTest, TextsOfTheTimeBeforeUtf8AreReadAndTheirSignaturesHold) {
 }
 
 TEST_F(GpgTest, ReadsTheEnginesTextsAndTheReverse) {
-  std::string every_byte;
-  for (int i = 0; i < 256; ++i) every_byte += static_cast<char>(i);
   std::vector<std::string> texts;
-  if (!is_over_com) texts.push_back(every_byte);
   for (const auto& [text, signed_as] : Texts()) texts.push_back(text);
   for (const auto& text : texts) {
     for (const auto& reader : kPeers) {
@@ -113,8 +110,7 @@ TEST_F(GpgTest, ReadsTheEnginesTextsAndTheReverse) {
       EXPECT_TRUE(alice->DecryptText(armoured) == Outcome(0, text));
     }
     for (const std::string options :
-         {"--encrypt", "--encrypt -z 0", "--sign -u gina@example.org --encrypt",
-          "--encrypt --hidden-recipient rita@example.org"}) {
+         {"--encrypt", "--encrypt -z 0", "--encrypt --hidden-recipient rita@example.org"}) {
       const std::string message =
           gpg->Make("--armor " + options + " --recipient alice@example.org", text);
       EXPECT_TRUE(alice->DecryptText(message) == Outcome(0, text)) << options;

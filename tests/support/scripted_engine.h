@@ -122,6 +122,20 @@ class ScriptedEngine final : public platform::IEngine {
   Status GetRecipientADKs(View recipient, Vector& addresses) override {
     return Play("GetRecipientADKs", {recipient}, nullptr, &addresses);
   }
+  // Not recorded: most tests are about the operations.
+  void SetDeclaredCharset(View charset) override { declared_charset = charset; }
+  void SetMessagePassphrase(View passphrase) override { message_passphrase = passphrase; }
+  Status OpenSignedText(View, std::string& signed_text) override {
+    if (opened_text.empty()) return platform::engine_status::kBadFormat;
+    signed_text = opened_text;
+    return 0;
+  }
+  platform::EngineTrouble GetTrouble() override { return trouble; }
+
+  std::string declared_charset;
+  std::string message_passphrase;
+  std::string opened_text;  ///< what OpenSignedText opens; it opens nothing while this is empty
+  platform::EngineTrouble trouble;
 
  private:
   static std::string Joined(const Vector& vector);

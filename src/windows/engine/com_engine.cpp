@@ -173,4 +173,42 @@ platform::EngineStatus ComEngine::GetRecipientADKs(std::string_view recipient,
   return status;
 }
 
+void ComEngine::CheckReading(HRESULT result) const {
+  com::Check(result, reading_.Get(), __uuidof(INimbraMailReading));
+}
+
+void ComEngine::SetDeclaredCharset(std::string_view charset) {
+  if (reading_) CheckReading(reading_->SetDeclaredCharset(Bstr(charset).Get()));
+}
+
+void ComEngine::SetMessagePassphrase(std::string_view passphrase) {
+  if (reading_) CheckReading(reading_->SetMessagePassphrase(Bstr(passphrase).Get()));
+}
+
+platform::EngineStatus ComEngine::OpenSignedText(std::string_view armoured,
+                                                 std::string& signed_text) {
+  if (!reading_) return platform::engine_status::kBadFormat;
+  Bstr result;
+  LONG status = 0;
+  CheckReading(reading_->OpenSignedText(Bstr(armoured).Get(), result.Receive(), &status));
+  if (status == kDone) signed_text = result.Text();
+  return status;
+}
+
+platform::EngineTrouble ComEngine::GetTrouble() {
+  platform::EngineTrouble trouble;
+  if (!reading_) return trouble;
+  ComStringVector key_ids;
+  Bstr reason;
+  Bstr address;
+  auto* vector = key_ids.Get();
+  CheckReading(reading_->GetTrouble(reason.Receive(), &vector, address.Receive()));
+  trouble.reason = reason.Text();
+  trouble.address = address.Text();
+  for (std::int32_t i = 0; i < key_ids.Size(); ++i) {
+    trouble.key_ids.push_back(key_ids.Item(static_cast<std::int16_t>(i)));
+  }
+  return trouble;
+}
+
 }  // namespace corvessa::windows

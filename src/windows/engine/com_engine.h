@@ -15,7 +15,9 @@ class ComEngine final : public platform::IEngine {
   using EngineStatus = platform::EngineStatus;
 
   explicit ComEngine(Microsoft::WRL::ComPtr<INimbraEncryptionEngine> component)
-      : component_(std::move(component)) {}
+      : component_(std::move(component)) {
+    component_.As(&reading_);
+  }
 
   void SetOption(std::string_view name, std::string_view value) override;
   void InitEngine() override;
@@ -44,11 +46,17 @@ class ComEngine final : public platform::IEngine {
                               platform::IEngineStringVector& addresses) override;
   EngineStatus GetRecipientADKs(std::string_view recipient,
                                 platform::IEngineStringVector& addresses) override;
+  void SetDeclaredCharset(std::string_view charset) override;
+  void SetMessagePassphrase(std::string_view passphrase) override;
+  EngineStatus OpenSignedText(std::string_view armoured, std::string& signed_text) override;
+  platform::EngineTrouble GetTrouble() override;
 
  private:
   void Check(HRESULT result) const;
+  void CheckReading(HRESULT result) const;
 
   Microsoft::WRL::ComPtr<INimbraEncryptionEngine> component_;
+  Microsoft::WRL::ComPtr<INimbraMailReading> reading_;  ///< null when the component has none
 };
 
 /// Makes the component's objects by their registered names.

@@ -1,0 +1,153 @@
+#include <gtest/gtest.h>
+
+#include "engine/armour.h"
+#include "engine/profile.h"
+
+namespace corvessa::engine {
+namespace {
+
+const std::string kText = "Grüße\n-dash  \n- item\nFrom x\n";
+// openpgp.js makes canonical text of it.
+const std::string kTextInCrLf = "Grüße\r\n-dash  \r\n- item\r\nFrom x\r\n";
+
+std::string Corpus(const std::string& name) {
+  return ContentOf(std::filesystem::path(CORVESSA_CORPUS_FOLDER) / name);
+}
+
+/// Messages that other programs made; corpus/make.sh says how.
+class CorpusTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    alice.Import(Corpus("alice.key"), "secret");
+    alice.Import(Corpus("signers.key"));
+    alice.Unlock("alice@example.org");
+    alice.engine->SetMessagePassphrase("wrong");
+    alice.engine->SetMessagePassphrase("open sesame");
+  }
+  /// What comes of a message: decrypted, and verified when it was signed.
+  std::string Read(const std::string& armoured) {
+    const auto [status, text] = alice.DecryptText(armoured);
+    if (status != 0) return std::to_string(status) + " " + alice.engine->GetEngineLastError();
+    if (!text.starts_with("-----BEGIN PGP SIGNED")) return "0 " + text;
+    return "0 " + alice.VerifyText(text);
+  }
+
+  Profile alice;
+};
+
+TEST_F(CorpusTest, MessagesOfOtherProgramsAreReadAndTheirSignaturesVerified) {
+  const std::string by_gina = "0 1 [gina@example.org] [] ";
+  const std::string unsupported = "-5 The message is encrypted in a way that is not supported.";
+  const std::pair<const char*, std::string> cases[] = {
+      {"gpg-encrypted", "0 " + kText},
+      {"gpg-signed-encrypted", by_gina + kText},
+      {"gpg-textmode", by_gina + kTextInCrLf},
+      {"gpg-two-signers", "0 1 [gina@example.org, rita@example.org] [] " + kText},
+      {"gpg-passphrase", "0 " + kText},
+      {"gpg-passphrase-or-key", "0 " + kText},
+      {"rnp-eax", by_gina + kText},
+      {"rnp-ocb", by_gina + kText},
+      {"rnp-passphrase", "0 " + kText},
+      {"sq-signed-encrypted", by_gina + kText},
+      {"openpgpjs5", by_gina + kTextInCrLf},
+      {"openpgpjs6", by_gina + kTextInCrLf},
+      {"openpgpjs5-aead-passphrase", "0 " + kTextInCrLf},
+      {"openpgpjs6-aead-passphrase", unsupported},
+      {"gpg-signed", "-3 The OpenPGP message is damaged or not encrypted."},
+      {"gpg-stored", "-3 The OpenPGP message is damaged or not encrypted."}};
+  for (const auto& [name, wanted] : cases) {
+    EXPECT_EQ(Read(Corpus(std::string(name) + ".asc")), wanted) << name;
+    const auto path = alice.Write("file", Corpus(std::string(name) + ".asc"));
+    const auto status = alice.engine->DecryptFileEx(path, nullptr);
+    EXPECT_EQ(status, wanted.starts_with("-3") ? -9 : std::stoi(wanted)) << name;
+    const bool is_signed = wanted.find(" 1 [") != std::string::npos;
+    if (status != 0) continue;
+    EXPECT_EQ(alice.VerifyFile(path, ""),
+              is_signed ? wanted.substr(2, wanted.rfind(']') - 1) : "-9 [] []")
+        << name;
+    // What was found belongs to these very bytes in this very place.
+    EXPECT_EQ(alice.VerifyFile(alice.Write("copy", ContentOf(path)), ""), "-9 [] []") << name;
+    EXPECT_EQ(alice.VerifyFile(alice.Write("file", ContentOf(path) + "\n"), ""), "-9 [] []");
+  }
+}
+
+TEST_F(CorpusTest, WhatIsOnlySignedIsOpenedAndVerified) {
+  const std::pair<const char*, std::string> cases[] = {{"gpg-signed", kText},
+                                                       {"gpg-signed-uncompressed", kText},
+                                                       {"sq-signed", kText},
+                                                       {"openpgpjs5-signed", kTextInCrLf},
+                                                       {"openpgpjs6-signed", kTextInCrLf}};
+  std::string text;
+  for (const auto& [name, wanted] : cases) {
+    ASSERT_EQ(alice.engine->OpenSignedText(Corpus(std::string(name) + ".asc"), text), 0) << name;
+    EXPECT_EQ(alice.VerifyText(text), "1 [gina@example.org] [] " + wanted) << name;
+  }
+  for (const auto* const name : {"gpg-stored.asc", "gpg-encrypted.asc", "alice.key"}) {
+    EXPECT_EQ(alice.engine->OpenSignedText(Corpus(name), text), -9) << name;
+  }
+}
+
+TEST_F(CorpusTest, AnEngineVerifiesFromMemoryOnlyWhatItReturned) {
+  const auto signed_text = alice.DecryptText(Corpus("gpg-signed-encrypted.asc")).second;
+  EXPECT_TRUE(signed_text.starts_with(
+      "-----BEGIN PGP SIGNED MESSAGE-----\r\nHash: SHA512\r\n\r\nGrüße\n- -dash  \n- - item\n"))
+      << signed_text;
+  const auto is_good = [](Profile& profile, const std::string& text) {
+    return profile.VerifyText(text).starts_with("1 ");
+  };
+  EXPECT_TRUE(is_good(alice, signed_text));
+  for (const auto at :
+       {std::size_t{0}, signed_text.find("Gr"), signed_text.find("item"), signed_text.size()}) {
+    std::string changed = signed_text;
+    changed.insert(at, "x");
+    EXPECT_FALSE(is_good(alice, changed)) << changed;
+  }
+  Profile other;
+  other.Import(Corpus("signers.key"));
+  EXPECT_EQ(other.VerifyText(signed_text), "-10 [] [] ");
+  // The same bytes out of a message that was not signed are what they are.
+  alice.Unlock("alice@example.org");
+  const auto imitation = alice.EncryptText(To({"alice@example.org"}), signed_text).second;
+  ASSERT_EQ(alice.DecryptText(imitation), Outcome(0, signed_text));
+  EXPECT_FALSE(is_good(alice, signed_text));
+}
+
+TEST_F(CorpusTest, AFailureSaysWhy) {
+  Profile nobody;
+  const auto failure = [&](Profile& profile, const std::string& name) {
+    const auto status = profile.DecryptText(Corpus(name)).first;
+    const auto trouble = profile.engine->GetTrouble();
+    return std::to_string(status) + " " + trouble.reason + " [" + Join(trouble.key_ids, ", ") +
+           "] " + trouble.address + ": " + profile.engine->GetEngineLastError();
+  };
+  const auto id_of = [](const std::string& text) { return text.substr(text.find('[') + 1, 16); };
+  const auto other = failure(nobody, "gpg-other-key.asc");
+  EXPECT_EQ(other, "-13 otherKey [" + id_of(other) +
+                       "] : The message is encrypted to another key: " + id_of(other) + ".");
+  EXPECT_EQ(failure(alice, "gpg-other-key.asc"),
+            "-13 otherKey [" + id_of(other) +
+                "] : The message is encrypted to another key: gina@example.org (" + id_of(other) +
+                ").");
+  EXPECT_EQ(failure(nobody, "gpg-passphrase.asc"),
+            "-13 passphraseNeeded [] : The message is encrypted with a passphrase.");
+  nobody.engine->SetMessagePassphrase("guess");
+  EXPECT_EQ(failure(nobody, "gpg-passphrase.asc"),
+            "-4 passphraseNeeded [] : The passphrase does not open the message.");
+  alice.engine->InitEngine();
+  const auto locked = failure(alice, "gpg-encrypted.asc");
+  EXPECT_EQ(locked, "-13 keyLocked [" + id_of(locked) +
+                        "] alice@example.org: The message is encrypted for alice@example.org, "
+                        "whose key is locked.");
+  // An unknown signer of a readable message.
+  nobody.Import(Corpus("alice.key"), "secret");
+  nobody.Unlock("alice@example.org");
+  const auto text = nobody.DecryptText(Corpus("gpg-signed-encrypted.asc")).second;
+  const auto verified = nobody.VerifyText(text);
+  const auto trouble = nobody.engine->GetTrouble();
+  ASSERT_EQ(trouble.key_ids.size(), 1U);
+  EXPECT_EQ(verified, "-13 [] [" + trouble.key_ids[0] + "] ");
+  EXPECT_EQ(trouble.reason, "unknownSigner");
+}
+
+}  // namespace
+}  // namespace corvessa::engine
