@@ -95,8 +95,11 @@ class OutlookCase(unittest.TestCase):
         cls.outlook.stdin.flush()
         return json.loads(cls.outlook.stdout.readline())
 
-    def connect(self, **options):
-        self.do(do="connect", owner=f"Alice <{ALICE}>", **{"version": "9.0.0.2711", **options})
+    def start(self, version="9.0.0.2711", **options):
+        self.do(do="connect", owner=f"Alice <{ALICE}>", version=version, **options)
+
+    def connect(self):
+        self.start()
         self.addCleanup(self.disconnect)
 
     def disconnect(self):
@@ -108,13 +111,20 @@ class OutlookCase(unittest.TestCase):
         self.assertEqual([str(path) for path in (self.prefix / "drive_c").glob("users/*/Temp/*")
                           if not path.name.startswith("~")], [])
 
+    def play_in_versions(self, scenario):
+        self.play(scenario, version=VERSIONS[0])
+        for version in VERSIONS[1:]:
+            self.play(scenario, times=1, version=version)
+
     def play(self, scenario, times=100 if IN_FULL else 1, **options):
         """Each time in a connection of its own."""
         memory = []
         for _ in range(times):
-            self.connect(**options)
-            scenario()
-            self.doCleanups()
+            self.start(**options)
+            try:
+                scenario()
+            finally:
+                self.disconnect()
             memory.append(self.do(do="stats")["memory"])
         # A bitmap that stays for each connection would be 1.2 MB after ten of them.
         if times > 10:

@@ -12,7 +12,7 @@ import time
 import unittest
 
 from outlook_case import (ALICE, BOB, CANARY, CAROL, IN_FULL, LARGE, LOGIN, NO_LOGIN, TEXT, TOP,
-                          VERSIONS, WAIT, OutlookCase, captions, forms)
+                          WAIT, OutlookCase, captions, forms)
 
 BUILD = pathlib.Path(os.environ.get("CORVESSA_WINDOWS_BUILD", TOP / "build/windows"))
 DLLS = (BUILD / "src/windows/CorvessaPro_OL.dll", BUILD / "src/windows_engine/corvessa_engine.dll")
@@ -57,8 +57,7 @@ class Scenarios(OutlookCase):
                     self.do(do="save-attachment", window=window, index=1, to=str(saved))
                     self.assertEqual(saved.read_text(), "eggs")
                 self.assertEqual(self.do(do="close", window=window)["body"].strip(), original.strip())
-        for version in VERSIONS:
-            self.play(play, version=version)
+        self.play_in_versions(play)
 
     def test_without_the_passphrase_a_mail_stays_encrypted_and_none_is_sent(self):
         wrong = {**LOGIN, "set": {"txtPassword": "wrong"}}
@@ -109,8 +108,7 @@ class Scenarios(OutlookCase):
                         self.assertFalse((self.folder / "out.eml").exists())
                     elif "files" not in mail:
                         self.check_sent(mail.get("html", TEXT)[-len(TEXT):], is_encrypted, is_signed)
-        for version in VERSIONS:
-            self.play(play, version=version)
+        self.play_in_versions(play)
 
     def test_responses_to_an_encrypted_mail_are_encrypted_and_blind_copies_name_no_key(self):
         def play():
