@@ -133,6 +133,7 @@ ItemData ReceivedItem(const mail::Mail& source) {
   ItemData item = ItemOf(source);
   item.sender = PersonOf(source.from);
   if (item.sender.name.empty()) item.sender.name = "(unknown sender)";
+  item.source = source.source;
   if (source.date) item.received_time = DateTimeText(*source.date);
   return item;
 }

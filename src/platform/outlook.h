@@ -147,6 +147,7 @@ class MailItem {
   /// Outlook 2002 and later; an error before.
   virtual void SetBodyFormat(std::int32_t format) = 0;
   virtual std::string Subject() = 0;
+  virtual void SetSubject(std::string_view subject) = 0;
   virtual std::string EntryID() = 0;
   /// The received time as the system's default date-and-time text; empty for an unsent item.
   virtual std::string ReceivedTime() = 0;
@@ -155,6 +156,8 @@ class MailItem {
   /// The window that shows the item; made, not shown, when there is none.
   virtual InspectorPtr GetInspector() = 0;
   virtual AttachmentsPtr Attachments() = 0;
+  /// The mail as it was received, byte for byte; null where that is not kept, as in Outlook.
+  virtual SharedText Source() = 0;
   virtual Subscription Subscribe(MailItemEvents& sink) = 0;
 };
 

@@ -10,7 +10,7 @@
 
 #include "base/error.h"
 #include "base/guard.h"
-#include "desk/outlook/html_text.h"
+#include "base/html_text.h"
 #include "desk/outlook/outlook_model.h"
 #include "support/temp_folder.h"
 

@@ -2,38 +2,15 @@
 
 #include <algorithm>
 
+#include "base/html_text.h"
 #include "base/text.h"
 #include "commands/account_store.h"
 #include "desk/mail/mail_io.h"
 #include "desk/mail_bridge.h"
 #include "desk/message_report.h"
-#include "desk/outlook/html_text.h"
 
 namespace corvessa::desk {
 namespace {
-
-/// A protected part below other text. The add-in looks only at the beginning of a text.
-bool HasLaterBlock(std::string_view text) {
-  for (const std::string_view marker :
-       {"\n-----BEGIN PGP MESSAGE-----", "\n-----BEGIN PGP SIGNED MESSAGE-----"}) {
-    const std::size_t at = text.find(marker);
-    if (at != std::string_view::npos && text.find_first_not_of(" \t\r\n") < at) return true;
-  }
-  return false;
-}
-
-void TellOfPgpMime(const DeskContext& context, const std::vector<AttachmentDataPtr>& attachments) {
-  for (std::size_t i = 0; i < attachments.size(); ++i) {
-    const std::string& type = attachments[i]->content_type;
-    if (type == "application/pgp-encrypted" && i + 1 < attachments.size()) {
-      context.Tell("PGP/MIME mail is not read; save " +
-                   ForDisplay(attachments[i + 1]->display_name) + " and decrypt it with gpg");
-    } else if (type == "application/pgp-signature" &&
-               !attachments[i]->display_name.ends_with(".sig")) {
-      context.Tell("the signature of this PGP/MIME mail is not checked");
-    }
-  }
-}
 
 void InsertAbove(Item& item, const std::string& text) {
   if (item.Data().html->empty()) {
@@ -84,16 +61,10 @@ Person FindOwner(const mail::Mail& received, const AccountStore& accounts) {
   return {"", accounts.MainAddress()};
 }
 
-void TellOfUnreadParts(const DeskContext& context, const Item& item, const MessageReport& report) {
+void TellOfHiddenText(const DeskContext& context, const MessageReport& report) {
   if (report.shows_part) {
     context.Tell("more text follows the protected part; use --original to see it");
   }
-  if (HasLaterBlock(*item.Data().body)) {
-    context.Tell(
-        "a protected part below other text is not read; the add-in reads only a mail that begins "
-        "with one");
-  }
-  TellOfPgpMime(context, item.Data().attachments);
 }
 
 ReceivedMessage::ReceivedMessage(DeskContext& context, const MessageOptions& options)

@@ -2,6 +2,7 @@
 #include <string_view>
 
 #include "base/error.h"
+#include "desk/mail/body_text.h"
 #include "desk/mail/gmime_handle.h"
 #include "desk/mail/header_fields.h"
 #include "desk/mail/mail.h"
@@ -19,13 +20,6 @@ void NoteWarning(gint64 /*offset*/, GMimeParserWarning warning, const gchar* /*i
       warning == GMIME_CRIT_INVALID_HEADER_NAME) {
     *static_cast<bool*>(incomplete) = true;
   }
-}
-
-/// Null when the stream does not begin with a header.
-Handle<GMimeMessage> ParseStream(GMimeStream* stream, bool& incomplete) {
-  const auto options = ParserOptionsThatWarn(NoteWarning, &incomplete);
-  const Handle<GMimeParser> parser(g_mime_parser_new_with_stream(stream));
-  return Handle<GMimeMessage>(g_mime_parser_construct_message(parser.get(), options.get()));
 }
 
 void Append(std::vector<Mailbox>& list, std::vector<Mailbox> more) {
@@ -131,13 +125,53 @@ Handle<GMimeStream> SkipByteOrderMark(GMimeStream* stream) {
                    : AddReference(stream);
 }
 
+bool NamesContentType(GMimeMessage* message) {
+  auto* const headers = g_mime_object_get_header_list(GMIME_OBJECT(message));
+  if (g_mime_header_list_get_header(headers, "Content-Type")) return true;
+  // GMime gives a part's own fields to the part.
+  auto* const root = g_mime_message_get_mime_part(message);
+  return root && g_mime_header_list_get_header(g_mime_object_get_header_list(root), "Content-Type");
+}
+
 }  // namespace
+
+Handle<GMimeMessage> ParseStream(GMimeStream* stream, bool& incomplete) {
+  const auto options = ParserOptionsThatWarn(NoteWarning, &incomplete);
+  const Handle<GMimeParser> parser(g_mime_parser_new_with_stream(stream));
+  return Handle<GMimeMessage>(g_mime_parser_construct_message(parser.get(), options.get()));
+}
+
+std::optional<std::string> SubjectIn(GMimeMessage* message) {
+  auto* const header = g_mime_header_list_get_header(
+      g_mime_object_get_header_list(GMIME_OBJECT(message)), "Subject");
+  const char* const raw = header ? g_mime_header_get_raw_value(header) : nullptr;
+  return raw ? std::optional(DecodeText(raw)) : std::nullopt;
+}
+
+Entity ParseEntity(std::string_view bytes) {
+  ParserOptions();
+  Entity entity;
+  const Handle<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(bytes.data(), bytes.size()));
+  const bool is_readable = FindFieldFault(stream.get()) != FieldFault::kRunaway;
+  const auto message = is_readable ? ParseStream(stream.get(), entity.content.incomplete) : nullptr;
+  entity.is_mime = message && NamesContentType(message.get());
+  auto* const root = entity.is_mime ? g_mime_message_get_mime_part(message.get()) : nullptr;
+  if (!root) {
+    entity.content.body_text = WithLineEnds(BodyToUtf8(bytes, ""), "\r\n");
+    return entity;
+  }
+  entity.subject = SubjectIn(message.get());
+  ReadPartsOf(bytes, root, entity.content);
+  return entity;
+}
 
 Mail LoadMail(const std::filesystem::path& path) {
   const auto file = MailFile::Open(path);
   const std::string title = path == "-" ? "The input" : path.string();
   if (file->Size() == 0) Raise(kInvalidArgument, title + " is empty, not a mail message.");
-  return ReadMail(SkipByteOrderMark(file->Stream()).get(), file, title);
+  Mail mail = ReadMail(SkipByteOrderMark(file->Stream()).get(), file, title);
+  mail.source = PartContent(file->Stream(), {}, file);
+  return mail;
 }
 
 Mail ParseMail(const std::string& bytes) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <ctime>
 #include <optional>
 #include <string>
@@ -46,6 +47,18 @@ struct Attachment {
   bool is_inline = false;
   /// Null for no bytes; never null after loading.
   ContentPtr data;
+  /// See Mail::signed_parts.
+  std::vector<std::size_t> signed_by;
+  bool is_signature = false;
+};
+
+/// A multipart/signed of PGP/MIME.
+struct SignedPart {
+  /// The bytes that are signed, with CRLF line ends.
+  std::string content;
+  std::string signature;
+  /// In the header of what is signed.
+  std::optional<std::string> subject;
 };
 
 /// Copies share the attachments' bytes.
@@ -71,6 +84,15 @@ struct Mail {
   std::string body_html;
 
   std::vector<Attachment> attachments;
+
+  /// Only after ParseEntity: the parts that are signed by PGP/MIME, and which of them each body and
+  /// attachment lies in (places in signed_parts).
+  std::vector<SignedPart> signed_parts;
+  std::vector<std::size_t> text_signed_by;
+  std::vector<std::size_t> html_signed_by;
+
+  /// The file, byte for byte; null for a mail in memory.
+  ContentPtr source;
 
   /// The file is damaged: it ended early (a cut header or a multipart without its end), has lines
   /// in a header that are not a field, nests too deeply to be read whole or holds a part that is

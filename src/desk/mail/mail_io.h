@@ -2,13 +2,14 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "desk/mail/mail.h"
+
 /// Mail files: reading, writing and the file names of attachments.
 namespace corvessa::desk::mail {
-
-struct Mail;
 
 enum class MailPurpose {
   /// Kept by the user: Bcc is written, a missing Date or Message-ID stays missing.
@@ -31,6 +32,16 @@ Mail LoadMail(const std::filesystem::path& path);
 
 /// The same for a mail in memory, which is copied.
 Mail ParseMail(const std::string& bytes);
+
+/// A MIME part in memory: whatever begins with a header, also one that no mail has, or a text. With
+/// what PGP/MIME signed. Never throws for what it reads.
+struct Entity {
+  Mail content;
+  /// Its header names a content type.
+  bool is_mime = false;
+  std::optional<std::string> subject;
+};
+Entity ParseEntity(std::string_view bytes);
 
 /// Gives a mail its Date (now) and Message-ID (random, in the sender's domain) where they are
 /// missing.

@@ -2,6 +2,7 @@
 #include <string>
 #include <utility>
 
+#include "base/signed_part.h"
 #include "desk/mail/body_text.h"
 #include "desk/mail/header_fields.h"
 #include "desk/mail/mail.h"
@@ -52,8 +53,9 @@ bool IsMultipart(GMimeObject* part, const char* subtype) {
 
 class PartReader {
  public:
-  PartReader(std::shared_ptr<const MailFile> file, Mail& mail)
-      : file_(std::move(file)), mail_(mail) {}
+  /// `bytes` is the mail itself where it is at hand; only then signed parts are told of.
+  PartReader(std::shared_ptr<const MailFile> file, std::string_view bytes, Mail& mail)
+      : file_(std::move(file)), bytes_(bytes), mail_(mail) {}
 
   /// A part's position in the multipart around it.
   enum class Place { kAlone, kBesideOthers, kRelated };
@@ -71,12 +73,53 @@ class PartReader {
     auto* const part = GMIME_OBJECT(multipart);
     if (g_mime_multipart_get_count(multipart) == 0) {
       ReadUndivided(multipart);
+    } else if (IsMultipart(part, "signed") && ReadSigned(multipart, place)) {
+      return;
     } else if (place != Place::kRelated && IsMultipart(part, "alternative")) {
       ReadAlternative(multipart);
     } else if (place != Place::kRelated && IsMultipart(part, "related")) {
       ReadRelated(multipart, place);
     } else {
       ReadEach(multipart, place == Place::kRelated ? place : Place::kBesideOthers);
+    }
+  }
+
+  /// Reads what is signed from the bytes that the signature covers. False for a part that PGP/MIME
+  /// has not signed.
+  bool ReadSigned(GMimeMultipart* multipart, Place place) {
+    if (bytes_.empty() || g_mime_multipart_get_count(multipart) != 2 ||
+        mail_.signed_parts.size() >= kMaximumSignedParts ||
+        covering_.size() >= kMaximumSignedDepth) {
+      return false;
+    }
+    auto* const signature = g_mime_multipart_get_part(multipart, 1);
+    if (!GMIME_IS_PART(signature) || TypeName(signature) != "application/pgp-signature") {
+      return false;
+    }
+    auto content = FirstPartBetween(bytes_, TextOrEmpty(g_mime_multipart_get_boundary(multipart)));
+    if (!content) return false;
+    const Handle<GMimeStream> stream(
+        g_mime_stream_mem_new_with_buffer(content->data(), content->size()));
+    const auto message = ParseStream(stream.get(), mail_.incomplete);
+    auto* const root = message ? g_mime_message_get_mime_part(message.get()) : nullptr;
+    if (!root) return false;
+    const std::size_t number = mail_.signed_parts.size();
+    mail_.signed_parts.push_back(
+        {std::move(*content), ContentOf(GMIME_PART(signature))->Bytes(), SubjectIn(message.get())});
+    place = place == Place::kRelated ? place : Place::kBesideOthers;
+    covering_.push_back(number);
+    Read(root, place);
+    covering_.pop_back();
+    ReadSignature(GMIME_PART(signature), number, place);
+    return true;
+  }
+
+  void ReadSignature(GMimePart* signature, std::size_t number, Place place) {
+    const std::size_t before = mail_.attachments.size();
+    ReadLeaf(signature, place);
+    for (std::size_t i = before; i < mail_.attachments.size(); ++i) {
+      mail_.attachments[i].is_signature = true;
+      mail_.attachments[i].signed_by.push_back(number);
     }
   }
 
@@ -146,9 +189,10 @@ class PartReader {
             ContentOf(part)->Bytes(), label);
   }
 
-  static void SetBody(std::string& body, bool& is_set, const std::string& bytes,
-                      const std::string& label) {
+  void SetBody(std::string& body, bool& is_set, const std::string& bytes,
+               const std::string& label) {
     body = WithLineEnds(BodyToUtf8(bytes, label), "\r\n");
+    (&body == &mail_.body_html ? mail_.html_signed_by : mail_.text_signed_by) = covering_;
     is_set = true;
   }
 
@@ -180,6 +224,7 @@ class PartReader {
 
   void Describe(GMimeObject* part, const std::string& type, Attachment& attachment,
                 const Content* content = nullptr) const {
+    attachment.signed_by = covering_;
     attachment.content_type = type;
     attachment.content_id = OneLine(TextOrEmpty(g_mime_object_get_content_id(part)));
     attachment.parameters = Parameters(part);
@@ -253,7 +298,9 @@ class PartReader {
   }
 
   std::shared_ptr<const MailFile> file_;
+  std::string_view bytes_;
   Mail& mail_;
+  std::vector<std::size_t> covering_;
   bool has_text_ = false;
   bool has_html_ = false;
   bool in_body_alternative_ = false;
@@ -262,7 +309,11 @@ class PartReader {
 }  // namespace
 
 void ReadParts(GMimeObject* root, const std::shared_ptr<const MailFile>& file, Mail& mail) {
-  PartReader(file, mail).Read(root, PartReader::Place::kAlone);
+  PartReader(file, {}, mail).Read(root, PartReader::Place::kAlone);
+}
+
+void ReadPartsOf(std::string_view bytes, GMimeObject* root, Mail& mail) {
+  PartReader(nullptr, bytes, mail).Read(root, PartReader::Place::kAlone);
 }
 
 }  // namespace corvessa::desk::mail

@@ -3,6 +3,9 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 
 #include "desk/content/content.h"
 #include "desk/mail/gmime_handle.h"
@@ -38,6 +41,15 @@ class MailFile {
 /// (or the texts of the first multipart/alternative) is the body, everything else is attached,
 /// nothing is left out. The parts of PGP/MIME are ordinary attachments.
 void ReadParts(GMimeObject* root, const std::shared_ptr<const MailFile>& file, Mail& mail);
+
+/// The same of a mail in memory, with Mail::signed_parts.
+void ReadPartsOf(std::string_view bytes, GMimeObject* root, Mail& mail);
+
+/// The entity at the start of a stream as a message; null when that does not begin with a header.
+Handle<GMimeMessage> ParseStream(GMimeStream* stream, bool& incomplete);
+
+/// The decoded subject in a header; nothing without that field.
+std::optional<std::string> SubjectIn(GMimeMessage* message);
 
 /// The bodies and attachments of a mail as one MIME part: text, HTML or both as alternatives,
 /// pictures of the HTML beside it, all other attachments after that. The attachments are read when

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "base/error.h"
-#include "desk/outlook/html_text.h"
+#include "base/html_text.h"
 
 namespace corvessa::desk {
 namespace {
@@ -166,6 +166,10 @@ std::string Item::Subject() {
   return live_.subject;
 }
 
+void Item::SetSubject(std::string_view subject) {
+  EditSubject(subject);
+}
+
 std::string Item::EntryID() {
   return live_.entry_id;
 }
@@ -185,6 +189,10 @@ platform::InspectorPtr Item::GetInspector() {
 
 platform::AttachmentsPtr Item::Attachments() {
   return MakeAttachments(shared_from_this());
+}
+
+platform::SharedText Item::Source() {
+  return live_.source ? Share(live_.source->Bytes()) : nullptr;
 }
 
 platform::Subscription Item::Subscribe(platform::MailItemEvents& sink) {

@@ -92,11 +92,13 @@ class Item final : public platform::MailItem, public std::enable_shared_from_thi
   void SetHTMLBody(std::string_view html) override;
   void SetBodyFormat(std::int32_t format) override;
   std::string Subject() override;
+  void SetSubject(std::string_view subject) override;
   std::string EntryID() override;
   std::string ReceivedTime() override;
   std::string ParentName() override;
   platform::InspectorPtr GetInspector() override;
   platform::AttachmentsPtr Attachments() override;
+  platform::SharedText Source() override;
   platform::Subscription Subscribe(platform::MailItemEvents& sink) override;
 
  private:

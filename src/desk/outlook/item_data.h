@@ -89,6 +89,8 @@ struct ItemData {
   std::string folder;
   std::vector<AttachmentDataPtr> attachments;
   std::map<PropertyName, std::string, PropertyOrder> properties;
+  /// The mail as it was received; null for one that was not.
+  ContentPtr source;
   /// For the host only: message identifiers in angle brackets.
   std::string message_id;
   std::string in_reply_to;

@@ -139,6 +139,9 @@ class SafeItem final : public platform::SafeMailItem {
     return world_->TagOf(guid, name);
   }
   std::string Fields(std::int32_t tag) override {
+    /// PR_SENT_REPRESENTING_EMAIL_ADDRESS.
+    constexpr std::int32_t kFromAddress = 0x0065001E;
+    if (tag == kFromAddress) return RequireItem().Data().sender.address;
     const auto& properties = RequireItem().Data().properties;
     const auto* name = TextProperty(tag);
     const auto found = name ? properties.find(*name) : properties.end();

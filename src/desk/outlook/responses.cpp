@@ -3,8 +3,8 @@
 #include <unordered_set>
 #include <utility>
 
+#include "base/html_text.h"
 #include "base/text.h"
-#include "desk/outlook/html_text.h"
 #include "desk/outlook/item_data.h"
 
 namespace corvessa::desk {

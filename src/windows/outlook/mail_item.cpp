@@ -72,6 +72,7 @@ class LateBoundItem final : public LateBound<platform::MailItem> {
   void SetHTMLBody(std::string_view html) override { Put("HTMLBody", html); }
   void SetBodyFormat(std::int32_t format) override { Put("BodyFormat", format); }
   std::string Subject() override { return Text("Subject"); }
+  void SetSubject(std::string_view subject) override { Put("Subject", subject); }
   std::string EntryID() override { return Text("EntryID"); }
   std::string ReceivedTime() override {
     const Variant time = object_.GetProperty("ReceivedTime");
@@ -89,6 +90,7 @@ class LateBoundItem final : public LateBound<platform::MailItem> {
   platform::AttachmentsPtr Attachments() override {
     return std::make_shared<LateBoundAttachments>(object_.GetObjectProperty("Attachments"));
   }
+  platform::SharedText Source() override { return nullptr; }
   platform::Subscription Subscribe(platform::MailItemEvents& sink) override {
     return com::Subscribe(object_.Get(), kItemEvents, [&sink](DISPID event, auto& arguments) {
       RaiseEvent(sink, event, arguments);

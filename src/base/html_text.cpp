@@ -1,4 +1,4 @@
-#include "desk/outlook/html_text.h"
+#include "base/html_text.h"
 
 #include <algorithm>
 #include <array>
@@ -8,7 +8,7 @@
 
 #include "base/text.h"
 
-namespace corvessa::desk {
+namespace corvessa {
 namespace {
 
 // HTML's names for the characters from U+00A0 on.
@@ -284,4 +284,4 @@ std::string TextToHtml(std::string_view text) {
   return html;
 }
 
-}  // namespace corvessa::desk
+}  // namespace corvessa

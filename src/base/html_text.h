@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace corvessa::desk {
+namespace corvessa {
 
 /// The plain body of an HTML body. White space is collapsed except inside <pre>; <br> and block
 /// borders become CRLF and a paragraph an empty line; head, style, script and comments are dropped;
@@ -18,4 +18,4 @@ std::size_t StartOfBody(std::string_view html);
 /// Text for an HTML body: special characters escaped, line ends as <BR>.
 std::string TextToHtml(std::string_view text);
 
-}  // namespace corvessa::desk
+}  // namespace corvessa
