@@ -48,13 +48,16 @@ frmLogin::frmLogin() : BrandedForm("frmLogin", "Sign In To Your Secure Email", 4
   cmdCancel.OnClick = [this] { CancelLogin(); };
 }
 
-NimbraAccountPtr frmLogin::DoLogin(LoginReason reason, std::string_view address, bool list_all) {
+NimbraAccountPtr frmLogin::DoLogin(LoginReason reason, std::string_view address, bool list_all,
+                                   std::string_view encrypted_to) {
   const UnloadAtEnd unload(*this);
   const WipeAtEnd wipe(txtPassword);
   Load();
   txtPrompt1.SetCaption(PromptFor(reason));
   OfferAddresses(address, list_all);
   cmbUsers.Select(0);
+  encrypted_to_ = encrypted_to;
+  if (!encrypted_to_.empty()) cmbUsers.SetHint("Encrypted to " + encrypted_to_);
   ShowModalForm(*this);
   if (!accepted_) return nullptr;
   auto account = UserManagement::GetNimbraAccountUser(cmbUsers.SelectedText());
@@ -99,7 +102,7 @@ void frmLogin::CancelLogin() {
 }
 
 NimbraAccountPtr UserManagement::GetLoginAccount(LoginReason reason, std::string_view address,
-                                                 bool list_all) {
+                                                 bool list_all, std::string_view encrypted_to) {
   return Guarded(":DoLogin - ", NimbraAccountPtr(), [&]() -> NimbraAccountPtr {
     if (!address.empty()) {
       NimbraAccountPtr account = GetNimbraAccountUser(address);
@@ -107,7 +110,7 @@ NimbraAccountPtr UserManagement::GetLoginAccount(LoginReason reason, std::string
       if (account->GetAuthenticated()) return account;
     }
     if (!AreThereUnauthenticatedAccounts()) return nullptr;
-    return std::make_shared<frmLogin>()->DoLogin(reason, address, list_all);
+    return std::make_shared<frmLogin>()->DoLogin(reason, address, list_all, encrypted_to);
   });
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -26,7 +27,11 @@ class frmLogin final : public BrandedForm {
 
   /// Offers the address (unless empty) and, with `list_all`, every other one that is not unlocked.
   /// The chosen account with the typed passphrase; null when cancelled. Throws what showing throws.
-  NimbraAccountPtr DoLogin(LoginReason reason, std::string_view address, bool list_all);
+  /// `encrypted_to`, if any, is the address that the message is encrypted to: the user is told, and
+  /// who answers for the user chooses it.
+  NimbraAccountPtr DoLogin(LoginReason reason, std::string_view address, bool list_all,
+                           std::string_view encrypted_to = {});
+  const std::string& EncryptedTo() const { return encrypted_to_; }
 
   Label txtPrompt1{*this, "txtPrompt1", {7, 62, 386, 26}};
   Label txtPrompt2{*this, "txtPrompt2", {7, 98, 98, 13}, "Email Address:"};
@@ -45,13 +50,16 @@ class frmLogin final : public BrandedForm {
   void CancelLogin();
 
   bool accepted_ = false;
+  std::string encrypted_to_;
 };
 
 namespace UserManagement {
 
 /// The account at once when it is authenticated, else what the passphrase dialog gives: the account
 /// with the typed passphrase, null when the user cancelled. Does not check the passphrase.
-NimbraAccountPtr GetLoginAccount(LoginReason reason, std::string_view address, bool list_all);
+/// See frmLogin::DoLogin for `encrypted_to`.
+NimbraAccountPtr GetLoginAccount(LoginReason reason, std::string_view address, bool list_all,
+                                 std::string_view encrypted_to = {});
 
 }  // namespace UserManagement
 

@@ -63,6 +63,15 @@ class ComboBox final : public RowsControl {
   ComboBox(Form& form, std::string name, Rect bounds)
       : RowsControl(form, std::move(name), bounds) {}
   std::string_view TypeName() const override { return "ComboBox"; }
+  /// Helps the user to choose: a tool tip, or a line below the rows.
+  const std::string& Hint() const { return hint_; }
+  void SetHint(std::string hint) {
+    hint_ = std::move(hint);
+    Report(platform::ControlChange::kContent);
+  }
+
+ private:
+  std::string hint_;
 };
 
 /// A list; with check boxes, each row carries a check mark of its own.

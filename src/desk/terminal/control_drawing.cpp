@@ -114,7 +114,10 @@ Lines DrawControl(const Control& control, const Choices* choices, int columns) {
     return DrawTextBox(*box, choices, columns);
   }
   if (const auto* rows = dynamic_cast<const RowsControl*>(&control)) {
-    return DrawRows(*rows, choices, columns);
+    Lines lines = DrawRows(*rows, choices, columns);
+    const auto* users = dynamic_cast<const ComboBox*>(rows);
+    if (users && !users->Hint().empty()) lines.push_back(ForDisplay(users->Hint()));
+    return lines;
   }
   if (const auto* tabs = dynamic_cast<const TabStrip*>(&control)) return {DrawTabs(*tabs, choices)};
   if (const auto* bar = dynamic_cast<const ProgressBar*>(&control)) {

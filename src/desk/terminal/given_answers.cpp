@@ -1,8 +1,10 @@
 
+#include <algorithm>
 #include <optional>
 #include <string_view>
 #include <vector>
 
+#include "accounts/frm_login.h"
 #include "base/text.h"
 #include "desk/terminal/answers.h"
 #include "desk/terminal/choices.h"
@@ -26,6 +28,10 @@ std::string GivePassphrase(Form& form, Answers& answers) {
   std::vector<std::string> offered;
   offered.reserve(static_cast<std::size_t>(users->RowCount()));
   for (int row = 0; row < users->RowCount(); ++row) offered.push_back(users->Row(row));
+  if (const auto* login = dynamic_cast<const frmLogin*>(&form)) {
+    std::ranges::stable_partition(
+        offered, [&](const std::string& offer) { return offer == login->EncryptedTo(); });
+  }
   const auto address = answers.ChooseAddress(offered, prompt->Caption());
   if (!address) return {};
   for (int row = 0; row < users->RowCount(); ++row) {

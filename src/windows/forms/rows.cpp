@@ -27,6 +27,7 @@ class ComboBoxWindow final : public ControlWindow {
     }
   }
   std::wstring HiddenText() const override {
+    if (!box_.Hint().empty()) return ShownLine(box_.Hint());
     const std::wstring text = ShownLine(box_.SelectedText());
     const int room = Measures().Across(box_.Bounds().width) - GetSystemMetrics(SM_CXVSCROLL) -
                      4 * GetSystemMetrics(SM_CXEDGE);
