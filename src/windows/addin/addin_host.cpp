@@ -18,7 +18,7 @@ std::shared_ptr<AddInHost> AddInHost::Shared() {
 AddInHost::AddInHost() : engine_(CreateComEngineFactory()) {
   system::LockSecrets();
   platform::InstallHost({cdo_, clipboard_, clock_, *engine_, files_, inet_, pictures_, redemption_,
-                         registry_, shell_, ui_, ReadProductInfo(), &sends_});
+                         registry_, shell_, ui_, ReadProductInfo(), &sends_, &mime_});
   connect_ = std::make_unique<corvessa::Connect>();
 }
 

@@ -4,6 +4,7 @@
 
 #include "addin/connect.h"
 #include "addin/send_check.h"
+#include "mime/mime_reader.h"
 #include "platform/engine.h"
 #include "platform/outlook.h"
 #include "windows/cdo/cdo.h"
@@ -46,6 +47,7 @@ class AddInHost {
   ComCdo cdo_;
   WindowsUi ui_;
   SendRecorder sends_;
+  mime::MimeReader mime_;
   std::unique_ptr<platform::EngineFactory> engine_;
   std::unique_ptr<corvessa::Connect> connect_;
 };

@@ -258,9 +258,8 @@ void Fire(const DispatchPtr& sink, DISPID event, std::vector<VARIANT> arguments)
   std::ranges::reverse(arguments);
   DISPPARAMS parameters = {arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
   Variant ignored;
-  const HRESULT answer = held->Invoke(event, IID_NULL, LOCALE_SYSTEM_DEFAULT, DISPATCH_METHOD,
-                                      &parameters, ignored.Receive(), nullptr, nullptr);
-  if (FAILED(answer)) ++TheLedger().errors;
+  held->Invoke(event, IID_NULL, LOCALE_SYSTEM_DEFAULT, DISPATCH_METHOD, &parameters,
+               ignored.Receive(), nullptr, nullptr);
 }
 
 void Fire(const DispatchPtr& sink, DISPID event, std::vector<VARIANT> arguments, bool& cancel) {
