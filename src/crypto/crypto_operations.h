@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -94,14 +95,30 @@ class CryptoOperations {
   // Not part of the interface that callers bind to by position, so they stand at its end.
   /// The last value passed to SetAnonymous.
   bool IsAnonymous() const { return anonymous_; }
+  /// Decrypts a stored file that is a whole message, asking for passphrases as DecryptMailItem
+  /// does: decrypt_status::kNotEncrypted or kDone (the file replaced), kGivenUp, else an engine
+  /// status.
+  std::int32_t DecryptMessageFile(AttachmentNode& node);
+  /// The signature inside what DecryptMessageFile has just made of the file.
+  Verdict VerifyDecryptedFile(const AttachmentNode& node);
+  /// A detached signature over a part of a message.
+  Verdict VerifyPart(std::string_view content, std::string_view signature);
+  /// Why the last DecryptMailItem, DecryptMessageFile or VerifyMailItem failed.
+  const FailureDetails& LastFailure() const { return failure_; }
   /// Gives the engine back at close-down, also while an operation still holds this object; every
   /// later call of the engine raises kObjectNotSet.
   void ReleaseEngine();
 
  private:
-  /// Asks for accounts, three attempts at most, until one unlocks the key that decrypts the text;
+  using Decryption = std::function<platform::EngineStatus()>;
+  /// Asks for accounts, three attempts at most, until one unlocks the key that `decrypt` needs;
   /// null when given up.
-  NimbraAccountPtr LoginAndDecrypt(std::string_view armoured, std::string& plain);
+  NimbraAccountPtr LoginAndDecrypt(const Decryption& decrypt);
+  /// The same for a `decrypt` that has just failed; false when given up.
+  bool DecryptWithLogin(const Decryption& decrypt);
+  Verdict Verify(std::string_view path, std::string_view signature_path);
+  /// What the engine says of its last operation, which failed.
+  FailureDetails FailureOf(const platform::IEngineStringVector* unknown_signers = nullptr);
   /// Decrypts a node's file, keeping the original.
   platform::EngineStatus DecryptAttachment(AttachmentNode& node);
   std::int32_t DecryptAllAttachments(AttachmentNodes& attachments);
@@ -151,6 +168,7 @@ class CryptoOperations {
 
   platform::EnginePtr m_oNimbraCrypto;
   bool anonymous_ = false;
+  FailureDetails failure_;
 };
 
 /// The one engine wrapper; null before it is first needed and after close-down.

@@ -22,18 +22,17 @@ std::int32_t CryptoOperations::DecryptMailItem(const platform::MailItemPtr& /*it
                                                std::string& body, AttachmentNodes& attachments) {
   return Guarded("CryptoOperations::DecryptMailItem - ", kGivenUp, [&] {
     ProgressWindow()->SetCaption("Decrypting email");
+    failure_ = {};
     if (!IsPGPMessage(body)) {
       Debug_Info::TraceLog("EXIT Not encrypted");
       return decrypt_status::kNotEncrypted;
     }
     const std::string_view armoured = StripLeadingBlankLines(body);
     std::string plain;
-    if (Engine()->DecryptTextEx(armoured, nullptr, plain) == 0) {
+    const auto decrypt = [&] { return Engine()->DecryptTextEx(armoured, nullptr, plain); };
+    if (decrypt() == platform::engine_status::kDone) {
       Debug_Info::TraceLog("DecryptTextEx successful");
-    } else if (const auto account = LoginAndDecrypt(armoured, plain)) {
-      Debug_Info::TraceLog("V2 Decrypt success");
-      account->SetAuthenticated(true);
-    } else {
+    } else if (!DecryptWithLogin(decrypt)) {
       return kGivenUp;
     }
     body = std::move(plain);
@@ -41,16 +40,39 @@ std::int32_t CryptoOperations::DecryptMailItem(const platform::MailItemPtr& /*it
                                     ? decrypt_status::kDone
                                     : DecryptAllAttachments(attachments);
     if (status != decrypt_status::kDone) {
+      for (const AttachmentNodePtr& node : attachments) {
+        if (node->lDecryptStatus == status) failure_ = node->failure;
+      }
       Tell("Failed to decrypt message:\r\n\r\n" + std::string(EngineErrorText(status)));
     }
     return status;
   });
 }
 
-NimbraAccountPtr CryptoOperations::LoginAndDecrypt(std::string_view armoured, std::string& plain) {
+FailureDetails CryptoOperations::FailureOf(const platform::IEngineStringVector* unknown_signers) {
+  platform::EngineTrouble trouble = Engine()->GetTrouble();
+  FailureDetails failure{
+      Engine()->GetEngineLastError(), {}, std::move(trouble.reason), std::move(trouble.address)};
+  if (unknown_signers) failure.unknown_signers = TextsOf(*unknown_signers);
+  return failure;
+}
+
+bool CryptoOperations::DecryptWithLogin(const Decryption& decrypt) {
+  failure_ = FailureOf();
+  const auto account = LoginAndDecrypt(decrypt);
+  if (!account) return false;
+  Debug_Info::TraceLog("V2 Decrypt success");
+  account->SetAuthenticated(true);
+  failure_ = {};
+  return true;
+}
+
+NimbraAccountPtr CryptoOperations::LoginAndDecrypt(const Decryption& decrypt) {
   Debug_Info::TraceLog("No luck with cached keys - will let user choose login");
   LoginReason reason = LoginReason::kFirstRequest;
   platform::EngineStatus status = 1;
+  const bool is_locked = failure_.code == platform::engine_trouble::kKeyLocked;
+  const std::string encrypted_to = is_locked ? failure_.address : std::string();
   for (int attempts = 0;; ++attempts) {
     Debug_Info::TraceLog("Loop once trying to authenticate");
     if (attempts >= kPassphraseAttempts) {
@@ -60,19 +82,20 @@ NimbraAccountPtr CryptoOperations::LoginAndDecrypt(std::string_view armoured, st
     if (status != 1 && status != platform::engine_status::kWrongPassphrase) {
       reason = LoginReason::kCannotDecrypt;
     }
-    auto account = UserManagement::GetLoginAccount(reason, "", true);
+    auto account = UserManagement::GetLoginAccount(reason, "", true, encrypted_to);
     if (!account) return nullptr;
     PassphraseTrial trial(account);
     status = Engine()->AuthenticateAccount(account->m_sAlias, account->m_sPassword.View());
     if (status == 0) {
       Debug_Info::TraceLog("V2 Auth success");
-      status = Engine()->DecryptTextEx(armoured, nullptr, plain);
+      status = decrypt();
       if (status == 0) {
         trial.Accept();
         return account;
       }
       Debug_Info::TraceLog("V2 Decrypt fail");
-      Debug_Info::TraceLog(Engine()->GetEngineLastError());
+      failure_ = FailureOf();
+      Debug_Info::TraceLog(failure_.reason);
       reason = LoginReason::kCannotDecrypt;
     } else {
       Debug_Info::TraceLog("V2 Auth fail");
@@ -87,6 +110,7 @@ std::int32_t CryptoOperations::VerifyMailItem(const platform::MailItemPtr& /*ite
   std::int32_t result = kLocalFailure;
   Guarded("CryptoOperations::VerifyMailItem - ", [&] {
     ProgressWindow()->SetCaption("Verifying email");
+    failure_ = {};
     if (!IsPGPSignedMessage(body)) {
       result = sign_status::kNone;
       return;
@@ -98,7 +122,11 @@ std::int32_t CryptoOperations::VerifyMailItem(const platform::MailItemPtr& /*ite
         Engine()->VerifyText(StripLeadingBlankLines(body), *known, *unknown, content));
     // First: text whose signers cannot be read must not pass as signed.
     signers = VectorToString(*known);
-    if (status == platform::engine_status::kGoodSignature) body = std::move(content);
+    if (status == platform::engine_status::kGoodSignature) {
+      body = std::move(content);
+    } else {
+      failure_ = FailureOf(unknown.get());
+    }
     result = SignStatusOf(status);
     if (!g_bDisableAutoDecryptAttachments) VerifyAllAttachments(attachments);
   });

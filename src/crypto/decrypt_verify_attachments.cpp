@@ -70,6 +70,7 @@ std::int32_t CryptoOperations::DecryptAllAttachments(AttachmentNodes& attachment
       if (status != platform::engine_status::kDone &&
           status != platform::engine_status::kBadFormat) {
         result = status;
+        node->failure = FailureOf();
       }
     });
     Debug_Info::TraceLog("DecryptAllAttachments returned " + Decimal(result));
@@ -126,6 +127,9 @@ std::string CryptoOperations::VerifyAttachment(AttachmentNode& data, AttachmentN
           : data.lDecryptStatus;
   data.lSignStatus = signature.lSignStatus = SignStatusOf(status);
   data.sSigners = signature.sSigners = VectorToString(*known);
+  if (status != platform::engine_status::kGoodSignature && IsReadable(data.lDecryptStatus)) {
+    data.failure = signature.failure = FailureOf(unknown.get());
+  }
   return "Attachment: " + ForDisplay(data.sDisplayName) + "\r\n" +
          OutcomeText(status, ForDisplay(data.sSigners), unknown->Size() > 0);
 }

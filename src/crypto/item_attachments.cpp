@@ -31,22 +31,6 @@ void TraceStage(std::string_view stage, std::string_view detail = {}) {
       [&] { return std::string(":StoreAllAttachments/").append(stage).append(detail); });
 }
 
-AttachmentNodePtr MakeNode(const std::string& message_folder, const StoredPlace& place,
-                           const std::string& display_name) {
-  // The name is safe already; this guards against later changes to how it is made safe.
-  if (place.name.find_first_of("\\/:") != std::string::npos || place.name == "..") {
-    Raise(kPathFileAccess);
-  }
-  auto node = std::make_shared<AttachmentNode>();
-  node->sDisplayName = display_name;
-  node->message_folder = message_folder;
-  node->sDir = message_folder;
-  if (place.subfolder > 0) node->sDir += Decimal(place.subfolder) + "\\";
-  node->sFilename = node->sDir + place.name;
-  node->original_filename = node->sFilename;
-  return node;
-}
-
 void StoreAttachment(platform::Attachment& attachment, const AttachmentNodePtr& node) {
   if (node->sDir != node->message_folder && !Files().FolderExists(node->sDir)) {
     Files().CreateFolder(node->sDir);

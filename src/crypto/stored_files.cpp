@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "base/error.h"
+#include "base/guard.h"
 #include "base/text.h"
 #include "crypto/temp_files.h"
 #include "platform/files.h"
@@ -180,6 +181,43 @@ std::string CreatePrivateFolder() {
   return folder + "\\";
 }
 
+AttachmentNodePtr MakeNode(const std::string& message_folder, const StoredPlace& place,
+                           const std::string& display_name) {
+  // The name is safe already; this guards against later changes to how it is made safe.
+  if (place.name.find_first_of("\\/:") != std::string::npos || place.name == "..") {
+    Raise(kPathFileAccess);
+  }
+  auto node = std::make_shared<AttachmentNode>();
+  node->sDisplayName = display_name;
+  node->message_folder = message_folder;
+  node->sDir = message_folder;
+  if (place.subfolder > 0) node->sDir += Decimal(place.subfolder) + "\\";
+  node->sFilename = node->sDir + place.name;
+  node->original_filename = node->sFilename;
+  return node;
+}
+
+AttachmentNodes WriteFiles(const std::vector<std::string>& names,
+                           const std::vector<std::string_view>& contents) {
+  AttachmentNodes nodes;
+  if (names.empty()) return nodes;
+  const std::vector<StoredPlace> places = StoredPlaces(names);
+  const std::string folder = CreatePrivateFolder();
+  const Error error = Attempt([&] {
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      nodes.push_back(MakeNode(folder, places[i], names[i]));
+      AttachmentNode& node = *nodes.back();
+      // Not from the item, which it must not go back to.
+      node.original_filename.clear();
+      if (!Files().FolderExists(node.sDir)) Files().CreateFolder(node.sDir);
+      Files().Write(node.sFilename, contents[i]);
+    }
+  });
+  if (error.number == 0) return nodes;
+  DeleteStoredFiles(nodes);
+  throw Error(error);
+}
+
 AttachmentNodePtr FindByPath(const AttachmentNodes& nodes, std::string_view path) {
   const auto found = std::ranges::find_if(
       nodes, [&](const AttachmentNodePtr& node) { return IsSameFile(node->sFilename, path); });
@@ -207,6 +245,7 @@ void DeleteStoredFiles(AttachmentNodes& attachments) noexcept {
   const AttachmentNodes nodes = std::exchange(attachments, {});
   EmptiedFolders folders;
   for (const AttachmentNodePtr& node : nodes) {
+    if (node->message_folder.empty()) continue;
     DeleteOrQueue(node->sFilename, folders);
     if (node->original_filename != node->sFilename) DeleteOrQueue(node->original_filename, folders);
     folders.Add(node->sDir);

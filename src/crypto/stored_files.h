@@ -19,6 +19,22 @@ inline constexpr std::string_view kPrivateFolderPrefix = "mail";
 /// trailing backslash.
 std::string CreatePrivateFolder();
 
+/// Where a file is stored inside its message's folder.
+struct StoredPlace {
+  std::string name;
+  /// 0 the message's own folder, else the number that its sub-folder is named by.
+  std::int32_t subfolder = 0;
+};
+
+/// Writes files of these names and contents into a private folder of their own, a node each. What
+/// was written before one fails is deleted again.
+AttachmentNodes WriteFiles(const std::vector<std::string>& names,
+                           const std::vector<std::string_view>& contents);
+
+/// A node for a file at that place; makes no file.
+AttachmentNodePtr MakeNode(const std::string& message_folder, const StoredPlace& place,
+                           const std::string& display_name);
+
 /// The node of the file with that path (compared without case); null when there is none.
 AttachmentNodePtr FindByPath(const AttachmentNodes& nodes, std::string_view path);
 
@@ -52,13 +68,6 @@ inline constexpr int kWorkFolders = 100;
 /// for a folder beside it, and shortened to what every file system takes, its extension kept. Never
 /// empty.
 std::string StoredFileName(std::string_view attachment_name);
-
-/// Where a file is stored inside its message's folder.
-struct StoredPlace {
-  std::string name;
-  /// 0 the message's own folder, else the number that its sub-folder is named by.
-  std::int32_t subfolder = 0;
-};
 
 /// A place for each attachment, in order, no two of them the same: the second file of a name goes
 /// into a numbered sub-folder, and so does one that finds its folder full. A detached signature

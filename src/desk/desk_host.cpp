@@ -100,7 +100,8 @@ DeskHost::DeskHost(Profile& profile, Terminal& terminal, Answers& answers, std::
   ::setenv("TMPDIR", profile.TemporaryFolder().c_str(), 1);
   platform::InstallHost({outlook_.Cdo(), profile.Clipboard(), profile.Clock(), *engine_,
                          profile.Files(), profile.Inet(), profile.Pictures(), outlook_.Redemption(),
-                         profile.Registry(), profile.Shell(), ui_, profile.Product(), &facts_});
+                         profile.Registry(), profile.Shell(), ui_, profile.Product(), &facts_,
+                         &mime_});
   outlook_.AddExplorer();
   connect_.AddinInstance_OnConnection(outlook_.Application());
   // Windows that the start has opened come before anything else.

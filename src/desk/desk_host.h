@@ -9,6 +9,7 @@
 
 #include "addin/connect.h"
 #include "desk/item_facts.h"
+#include "desk/mail/mime_reader.h"
 #include "desk/outlook/outlook_model.h"
 #include "desk/profile/profile.h"
 #include "desk/terminal/signals.h"
@@ -77,6 +78,7 @@ class DeskHost {
   TerminalUi ui_;
   FactStore facts_;
   std::unique_ptr<platform::EngineFactory> engine_;
+  mail::MimeReader mime_;
   OutlookModel outlook_;
   Connect connect_;
 };

@@ -51,6 +51,7 @@ MessageReport ReadMessage(DeskHost& host, const ItemPtr& item) {
   report.left_to_button = facts.state == State::kLeftToButton;
   report.attachments_left_to_button = facts.attachments_left_to_button;
   report.shows_part = facts.shows_part;
+  if (facts.state == State::kRead) report.facts = facts;
   report.attachments = ReadAttachments(item->Data(), facts.attachments);
   return report;
 }

@@ -30,6 +30,8 @@ struct MessageReport {
   bool attachments_left_to_button = false;
   /// More text than its protected part came with it, and only that part is shown.
   bool shows_part = false;
+  /// All that the add-in told; meaningful with `protection`.
+  platform::MessageFacts facts;
   std::vector<AttachmentReport> attachments;
 
   /// Something could not be decrypted or its signature is not good.

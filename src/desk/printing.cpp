@@ -9,6 +9,7 @@
 #include "desk/mail_bridge.h"
 #include "desk/message_report.h"
 #include "message/attachment_node.h"
+#include "message/remarks.h"
 
 namespace corvessa::desk {
 namespace {
@@ -42,6 +43,24 @@ void AddProtection(json& object, const std::optional<platform::Protection>& prot
   object["decryptStatus"] = protection ? json(protection->decrypt_status) : json();
   object["signStatus"] = protection ? json(protection->sign_status) : json();
   object["signers"] = protection ? json(protection->signers) : json::array();
+  const bool has_reason = protection && !protection->reason.empty();
+  object["reason"] = has_reason ? json(protection->reason) : json();
+  const bool has_code = protection && !protection->reason_code.empty();
+  object["reasonCode"] = has_code ? json(protection->reason_code) : json();
+  const bool has_key = protection && !protection->unknown_signers.empty();
+  object["signerKeyID"] = has_key ? json(protection->unknown_signers.front()) : json();
+}
+
+json PersonJson(const std::string& name, const std::string& address) {
+  return {{"name", name == address ? "" : name}, {"address", address}};
+}
+
+json RecipientsJson(const ItemData& item, RecipientKind kind) {
+  json people = json::array();
+  for (const RecipientData& recipient : item.recipients) {
+    if (recipient.kind == kind) people.push_back(PersonJson(recipient.name, recipient.address));
+  }
+  return people;
 }
 
 }  // namespace
@@ -53,6 +72,7 @@ void PrintMessage(std::ostream& out, const ItemData& item, const MessageReport& 
   };
   // Above everything that the sender chose.
   for (const std::string& line : StatusLines(report)) print("Status:  ", ForDisplay(line));
+  for (const std::string& remark : RemarksOn(report.facts)) print("         ", ForDisplay(remark));
   print("From:    ", FieldText(Shown(item.sender)));
   print("To:      ", RecipientList(item, RecipientKind::kTo));
   print("Cc:      ", RecipientList(item, RecipientKind::kCc));
@@ -95,6 +115,29 @@ void AddMessage(json& report, const MessageReport& message) {
     AddProtection(entry, attachment.protection);
     entry["savedAs"] = attachment.saved_as.empty() ? json() : json(attachment.saved_as);
     report["attachments"].push_back(std::move(entry));
+  }
+}
+
+void AddHeader(json& report, const ItemData& item) {
+  report["from"] = PersonJson(item.sender.name, item.sender.address);
+  report["to"] = RecipientsJson(item, RecipientKind::kTo);
+  report["cc"] = RecipientsJson(item, RecipientKind::kCc);
+  report["date"] = item.received_time.empty() ? json() : json(item.received_time);
+  report["subject"] = item.subject;
+}
+
+void AddRemarks(json& report, const MessageReport& message) {
+  const platform::MessageFacts& facts = message.facts;
+  report["remarks"] = RemarksOn(facts);
+  report["subjectProtected"] = facts.subject_protected;
+  report["marksUnprotected"] = facts.marks_unprotected;
+  report["partSigners"] = facts.part_signers;
+  const bool is_signed =
+      message.protection && message.protection->sign_status == platform::sign_status::kGood;
+  report["signerIsSender"] = is_signed ? json(facts.unsigned_sender.empty()) : json();
+  report["notRead"] = json::array();
+  for (const platform::UnreadPart& part : facts.not_read) {
+    report["notRead"].push_back({{"name", part.name}, {"reason", part.reason}});
   }
 }
 

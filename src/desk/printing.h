@@ -28,8 +28,14 @@ void PrintMessage(std::ostream& out, const ItemData& item, const MessageReport& 
 void PrintBars(std::ostream& out, const Bars& bars);
 
 /// Adds decryptStatus, signStatus (both null if the add-in did not check), signers, statusText and
-/// attachments (name, size, decryptStatus, signStatus, signers, savedAs).
+/// attachments (name, size, decryptStatus, signStatus, signers, savedAs); reason, reasonCode and
+/// signerKeyID wherever there is a signStatus.
 void AddMessage(nlohmann::json& report, const MessageReport& message);
+
+/// Adds from, to, cc, date and subject.
+void AddHeader(nlohmann::json& report, const ItemData& item);
+/// Adds what RemarksOn says, as texts and as values.
+void AddRemarks(nlohmann::json& report, const MessageReport& message);
 
 /// Adds bars: the add-in's bars of a window with name and buttons (caption, tooltip, pressed,
 /// enabled).

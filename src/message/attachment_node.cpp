@@ -1,20 +1,43 @@
 #include "message/attachment_node.h"
 
+#include <algorithm>
+
 #include "base/text.h"
 
 namespace corvessa {
 
+Verdict Combined(const std::vector<Verdict>& verdicts) {
+  Verdict combined;
+  std::vector<std::string> signers;
+  for (const Verdict& verdict : verdicts) {
+    if (verdict.status == sign_status::kNone) continue;
+    if (verdict.status != sign_status::kGood) return verdict;
+    combined.status = sign_status::kGood;
+    for (const std::string& signer : Split(verdict.signers, ", ")) {
+      if (std::ranges::find(signers, signer) == signers.end()) signers.push_back(signer);
+    }
+  }
+  combined.signers = Join(signers, ", ");
+  return combined;
+}
+
 platform::Protection ProtectionOf(std::int32_t decrypted, std::int32_t verified,
-                                  std::string_view signers) {
+                                  std::string_view signers, const FailureDetails& failure) {
   platform::Protection protection{decrypted, verified};
   if (verified == sign_status::kGood) protection.signers = Split(signers, ", ");
+  if (protection.Failed()) {
+    protection.reason = failure.reason;
+    protection.reason_code = failure.code;
+    protection.unknown_signers = failure.unknown_signers;
+  }
   return protection;
 }
 
 platform::AttachmentFacts FactsOf(const AttachmentNode& node) {
   platform::AttachmentFacts facts{node.sDisplayName, {}};
   if (node.examined) {
-    facts.protection = ProtectionOf(node.lDecryptStatus, node.lSignStatus, node.sSigners);
+    facts.protection =
+        ProtectionOf(node.lDecryptStatus, node.lSignStatus, node.sSigners, node.failure);
   }
   return facts;
 }

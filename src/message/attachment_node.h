@@ -13,6 +13,30 @@ namespace corvessa {
 namespace decrypt_status = platform::decrypt_status;
 namespace sign_status = platform::sign_status;
 
+/// Why an operation failed.
+struct FailureDetails {
+  /// The engine's sentence.
+  std::string reason;
+  /// The IDs of unknown keys that made a signature.
+  std::vector<std::string> unknown_signers;
+  /// See platform::EngineTrouble.
+  std::string code = {};
+  /// Whose key it is about, as far as it is known.
+  std::string address = {};
+};
+
+/// What became of a signature.
+struct Verdict {
+  std::int32_t status = sign_status::kNone;
+  /// Joined by ", "; empty unless it is good.
+  std::string signers = {};
+  FailureDetails failure = {};
+};
+
+/// The verdict on what several signatures cover: whatever is not good decides, then their signers
+/// count together.
+Verdict Combined(const std::vector<Verdict>& verdicts);
+
 /// One attachment of a message, stored as a temporary file.
 struct AttachmentNode {
   /// The attachment's true display name, whatever the file had to be called.
@@ -27,6 +51,8 @@ struct AttachmentNode {
   bool bDetachedSig = false;
   /// The statuses were found, not only assumed.
   bool examined = false;
+  /// What made them a failure, see platform::Protection.
+  FailureDetails failure;
 
   /// The file as it was stored from the item, before anything was done to it; the same as sFilename
   /// as long as nothing was, empty for a file that is not from the item. It is kept until the node
@@ -41,7 +67,7 @@ using AttachmentNodes = std::vector<AttachmentNodePtr>;
 
 /// As the host's observer is told; `signers` joined by ", ".
 platform::Protection ProtectionOf(std::int32_t decrypted, std::int32_t verified,
-                                  std::string_view signers);
+                                  std::string_view signers, const FailureDetails& failure);
 platform::AttachmentFacts FactsOf(const AttachmentNode& node);
 
 /// What a decrypt status says of a message or an attachment, to stand after its name: "is

@@ -13,6 +13,7 @@
 #include "message/frm_message_status.h"
 #include "message/frm_save_attachments.h"
 #include "message/message_operations.h"
+#include "message/remarks.h"
 #include "platform/host.h"
 #include "platform/system.h"
 #include "settings/edition.h"
@@ -94,7 +95,8 @@ void MailItemNode::OpenItem() {
     return;
   }
   if (g_bDisableAutoDecryptAndVerify) {
-    if (bars_.AddDecryptNow()) ReportFacts(platform::MessageFacts::State::kLeftToButton);
+    if (bars_.AddDecryptNow(pass_.FindProtectedParts(*m_oMailItem)))
+      ReportFacts(platform::MessageFacts::State::kLeftToButton);
     return;
   }
   m_bProcessed = true;
@@ -108,7 +110,8 @@ void MailItemNode::DecryptVerifyMail(const platform::MailItemPtr& item,
   in_pass_ = true;
   Guarded("MailItemNode:DecryptVerifyMail - ", [&] {
     const platform::SharedText body = item->Body();
-    if (IsPGPMessage(*body) || IsPGPSignedMessage(*body)) {
+    if (IsPGPMessage(*body) || IsPGPSignedMessage(*body) ||
+        (WasReceived() && pass_.FindProtectedParts(*item))) {
       Debug_Info::TraceLog("DecryptVerifyMailItem (Encrypted or signed)");
       DecryptVerifyProtected(item, attachments, headers);
       return;
@@ -136,7 +139,7 @@ void MailItemNode::DecryptVerifyProtected(const platform::MailItemPtr& item,
 }
 
 void MailItemNode::ShowResult() {
-  bars_.AddStatus(pass_);
+  bars_.AddStatus(pass_, RemarksOn(pass_.Facts(m_oMailItem, m_oTempAttachments)));
   bars_.AddDecryptAttachments(pass_);
   ReportFacts(platform::MessageFacts::State::kRead);
 }
@@ -192,6 +195,7 @@ void MailItemNode::m_oMailItem_ReplyAll(const platform::MailItemPtr& response, b
 void MailItemNode::WriteEncryptedReply(const platform::MailItemPtr& response) {
   if (g_bDisableKVPEntirely) return;
   WriteHeaderFlag(response, g_sEncryptedReplyCaption, pass_.WasBodyDecrypted());
+  pass_.HideSubject(*response);
 }
 
 void MailItemNode::m_oMailItem_Forward(const platform::MailItemPtr& forward, bool& /*cancel*/) {
@@ -199,6 +203,7 @@ void MailItemNode::m_oMailItem_Forward(const platform::MailItemPtr& forward, boo
   Guarded("MailItemNode::m_oMailItem_Forward - ", [&] {
     if (g_bDisableKVPEntirely || !pass_.WasBodyDecrypted()) return;
     if (forward->TypeName() != platform::kMailItemType) return;
+    pass_.HideSubject(*forward);
     const auto attachments = forward->Attachments();
     for (std::int32_t i = attachments->Count(); i >= 1; --i) attachments->Remove(i);
   });
@@ -208,6 +213,7 @@ void MailItemNode::CleanUp() {
   Guarded("MailItemNode::CleanUp - ", [&] {
     // Not through the engine wrapper, which may be gone already when the last node ends.
     DeleteStoredFiles(m_oTempAttachments);
+    pass_.DeleteFiles();
     if (const auto window = std::exchange(m_frmStatus, nullptr)) window->Unload();
     if (m_oMailItem) UnloadSaveAttachments(m_oMailItem->EntryID());
   });

@@ -125,10 +125,10 @@ void MessageBars::RemoveAll() {
   RemoveOptions();
 }
 
-bool MessageBars::AddDecryptNow() {
+bool MessageBars::AddDecryptNow(bool has_parts) {
   return Guarded("MailItemNode::AddDecryptNowBar - ", false, [&] {
     if (g_bDisableKVPEntirely) return false;
-    if (!IsArmoured(*item_->Body()) && !IsArmoured(*item_->HTMLBody())) return false;
+    if (!has_parts && !IsArmoured(*item_->Body()) && !IsArmoured(*item_->HTMLBody())) return false;
     const auto controls = AddBar(*item_, g_sDecryptNowCaption);
     AddButton(*controls, oCommandBarItemDecryptNow,
               {"DecryptNow", "&Decrypt/verify", "Decrypt/verify", kFaceDecrypt, true},
@@ -159,7 +159,7 @@ void MessageBars::RemoveDecryptAttachments() {
   oCommandBarItemDecryptAttachments.Drop();
 }
 
-void MessageBars::AddStatus(const ReadingPass& pass) {
+void MessageBars::AddStatus(const ReadingPass& pass, const std::vector<std::string>& remarks) {
   Guarded("AddEncryptionAndSigningStatusBar: ", [&] {
     if (g_bDisableKVPEntirely) return;
     RemoveStatus();
@@ -173,6 +173,13 @@ void MessageBars::AddStatus(const ReadingPass& pass) {
                "Message " + SignStatusTextWithSigners(pass.m_lSignStatus, pass.m_sSigners),
                StatusFace(pass.m_lSignStatus), false},
               &MessageBarClicks::oCommandBarItemSigningStatus_Click);
+    for (const std::string& remark : remarks) {
+      const std::string shown = ForDisplay(remark);
+      remarks_.push_back(std::make_unique<BarButton>());
+      const std::string name = "Remark" + Decimal(static_cast<std::int64_t>(remarks_.size()));
+      AddButton(*controls, *remarks_.back(), {name, shown, shown, kFaceOff, false},
+                &MessageBarClicks::oCommandBarItemEncryptionStatus_Click);
+    }
     if (pass.m_lDecryptStatus == decrypt_status::kNotEncrypted &&
         pass.m_lSignStatus == sign_status::kNone) {
       return;
@@ -189,6 +196,7 @@ void MessageBars::RemoveStatus() {
   oCommandBarItemEncryptionStatus.Drop();
   oCommandBarItemSigningStatus.Drop();
   oCommandBarItemShowOriginalMessage.Drop();
+  remarks_.clear();
 }
 
 void MessageBars::AddOptions(bool encrypted_reply) {

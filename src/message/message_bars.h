@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/command_bars.h"
 #include "platform/outlook.h"
@@ -62,12 +63,13 @@ class MessageBars {
             std::weak_ptr<MessageBarClicks> clicks);
   void RemoveAll();
 
-  /// Only when the text is armoured, plain or HTML; whether it was added.
-  bool AddDecryptNow();
+  /// Only when the text is armoured, plain or HTML, or `has_parts` says so; whether it was added.
+  bool AddDecryptNow(bool has_parts);
   void RemoveDecryptNow();
   /// Only when the pass has left the attachments to it.
   void AddDecryptAttachments(const ReadingPass& pass);
-  void AddStatus(const ReadingPass& pass);
+  /// The remarks stand behind the statuses, a button each.
+  void AddStatus(const ReadingPass& pass, const std::vector<std::string>& remarks);
   /// The message starts with the choices of the settings; a reply to an encrypted one is encrypted.
   void AddOptions(bool encrypted_reply);
 
@@ -100,6 +102,7 @@ class MessageBars {
   BarButton oCommandBarItemShowOriginalMessage;
   BarButton oCommandBarItemEncryptionStatus;
   BarButton oCommandBarItemSigningStatus;
+  std::vector<std::unique_ptr<BarButton>> remarks_;
   BarButton oCommandBarItemEncryptionOption;
   BarButton oCommandBarItemSigningOption;
 };

@@ -11,6 +11,7 @@ class Clock;
 class EngineFactory;
 class Files;
 class Inet;
+class MimeReader;
 class Observer;
 class Pictures;
 class Redemption;
@@ -42,6 +43,8 @@ struct HostServices {
   ProductInfo product;
   /// May be left out.
   Observer* observer = nullptr;
+  /// Without one, PGP/MIME is not read.
+  MimeReader* mime = nullptr;
 };
 
 /// Installs the back end; once, before Connect is created. Installing twice is an error.

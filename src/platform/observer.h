@@ -31,6 +31,12 @@ struct Protection {
   std::int32_t sign_status = sign_status::kNone;
   /// Empty unless the signature is good: a bad one proves nothing about who made it.
   std::vector<std::string> signers = {};
+  /// Why it failed, in one sentence; empty when nothing did.
+  std::string reason = {};
+  /// The same for programs, see EngineTrouble; empty for most.
+  std::string reason_code = {};
+  /// The IDs of keys that made a signature and are not known.
+  std::vector<std::string> unknown_signers = {};
 
   bool DecryptionFailed() const {
     return decrypt_status != decrypt_status::kDone &&
@@ -48,6 +54,14 @@ struct AttachmentFacts {
   /// Missing when the add-in did not examine it, for example because the message could not be
   /// decrypted.
   std::optional<Protection> protection;
+};
+
+/// A protected or foreign part that was left as it is.
+struct UnreadPart {
+  /// The name of the attachment; empty for the text.
+  std::string name;
+  /// In one sentence.
+  std::string reason;
 };
 
 /// A received message that is open in a window.
@@ -70,6 +84,16 @@ struct MessageFacts {
   bool attachments_left_to_button = false;
   /// Only the protected part is shown of a text that holds more than that.
   bool shows_part = false;
+  /// The text holds lines that were not protected, each marked by "| " at its beginning. The sign
+  /// status is then never good; the signers of the rest stand here.
+  bool marks_unprotected = false;
+  std::vector<std::string> part_signers = {};
+  /// The subject came inside the protected part and is shown in place of the mail's own.
+  bool subject_protected = false;
+  /// The address that a message with a good signature was sent from, when none of its signers has
+  /// it.
+  std::string unsigned_sender = {};
+  std::vector<UnreadPart> not_read = {};
 };
 
 /// What became of an attachment that was to be saved decrypted and verified.

@@ -72,8 +72,9 @@ TEST_F(CryptoOperationsTest, AsksOnUntilAnAccountDecryptsOrThreeHaveNot) {
                   "You entered an incorrect passphrase.  Please try again. " + both,
                   "Unable to decrypt email.  Please select a different email address. " + both));
   EXPECT_THAT(Engine().Operations(),
-              ElementsAre("DecryptTextEx", "AuthenticateAccount", "AuthenticateAccount",
-                          "AuthenticateAccount", "DecryptTextEx", "GetEngineLastError"));
+              ElementsAre("DecryptTextEx", "GetEngineLastError", "AuthenticateAccount",
+                          "AuthenticateAccount", "AuthenticateAccount", "DecryptTextEx",
+                          "GetEngineLastError"));
   EXPECT_EQ(Engine().Calls()[0].arguments[0], "-----BEGIN PGP MESSAGE-----\r\nx");
   ExpectGolden("trace_of_failed_logins", Trace());
   for (const NimbraAccountPtr& account : g_colAccounts) {

@@ -225,7 +225,8 @@ class Opening(DeskCase):
         self.assertEqual({key: report[key] for key in expected}, expected)
         self.assertEqual(report["attachments"][0],
                          {"name": "Übersicht für 2026.pdf", "size": 10240, "decryptStatus": 0,
-                          "signStatus": 0, "signers": [ALICE], "savedAs": None})
+                          "signStatus": 0, "signers": [ALICE], "savedAs": None, "reason": None, "reasonCode": None,
+                          "signerKeyID": None})
         self.assertEqual([button["caption"] for bar in report["bars"] for button in bar["buttons"]],
                          ["Message is encrypted", "Message is digitally signed", "Show original message"])
         self.assertEqual([(box["name"], box["answer"]) for box in report["boxes"]],
@@ -253,7 +254,7 @@ class Opening(DeskCase):
         self.assertEqual((opened.err, opened.code), ("", 0))
         self.assertEqual(opened.json()["attachments"][0],
                          {"name": "Übersicht für 2026.pdf", "size": 10240, "decryptStatus": 0,
-                          "signStatus": 0, "signers": [ALICE],
+                          "signStatus": 0, "signers": [ALICE], "reason": None, "reasonCode": None, "signerKeyID": None,
                           "savedAs": f"{self.folder}/saved/Übersicht für 2026.pdf"})
         saved = {entry["name"]: pathlib.Path(entry["savedAs"]).read_bytes()
                  for entry in opened.json()["attachments"]}
@@ -362,29 +363,6 @@ class Opening(DeskCase):
                                   ("list.txt", 1, []), ("list.txt.sig", 1, [])])
                 self.assertEqual([entry["size"] for entry in report["attachments"][::2]],
                                  [100_000, 4])
-
-    def test_pgp_mime_is_named(self):
-        pgp_mime = (b"From: a@example.org\r\nTo: alice@example.org\r\nContent-Type: "
-                    b"multipart/encrypted; protocol=\"application/pgp-encrypted\"; boundary=b\r\n\r\n"
-                    b"--b\r\nContent-Type: application/pgp-encrypted\r\n\r\nVersion: 1\r\n--b\r\n"
-                    b"Content-Type: application/octet-stream; name=e.asc\r\n\r\n-----BEGIN PGP "
-                    b"MESSAGE-----\r\n\r\nwV4\r\n--b\r\nContent-Type: application/octet-stream; name=b\r\n"
-                    b"Content-Transfer-Encoding: base64\r\n\r\naGVsbG8\r\n--b--\r\n")  # without its "="
-        report = self.alice("open", self.write("p.eml", pgp_mime), "--json", "--original")
-        self.assertEqual((report.code, report.json()["decryptStatus"],
-                          [(entry["name"], entry["size"]) for entry in report.json()["attachments"]]),
-                         (0, 1, [("ATT00001.dat", 10), ("e.asc", 34), ("b", 5)]))
-        self.assertEqual(report.json()["original"], report.json()["body"])
-        self.assertEqual(report.err, "corvessa-desk: PGP/MIME mail is not read; "
-                                     "save e.asc and decrypt it with gpg\n")
-        mail = EmailMessage(policy=policy.SMTP)
-        mail.set_content("Hello, see below:\n\n-----BEGIN PGP MESSAGE-----\n\nwV4\n-----END PGP MESSAGE-----\n")
-        mail.add_attachment(b"-----BEGIN PGP SIGNATURE-----\n", "application", "pgp-signature",
-                            filename="signature.asc")
-        done = self.alice("open", self.write("s.eml", mail.as_bytes()))
-        self.assertDone(done, err="corvessa-desk: a protected part below other text is not read; "
-                                  "the add-in reads only a mail that begins with one\n"
-                                  "corvessa-desk: the signature of this PGP/MIME mail is not checked\n")
 
 
 class Responding(DeskCase):

@@ -34,6 +34,7 @@ TEST_F(ReadingMail, GivesUpAfterThreeWrongPassphrasesOrACancelledDialog) {
   window = outlook.Open(item);
   EXPECT_EQ(ButtonsOf(*window),
             "Message failed decryption (-1) 1088; Message is not digitally signed 1088; "
+            "The message is encrypted for ann@example.org, whose key is locked. 1088; "
             "Show original message 37; ");
   outlook.Close(window);
   ExpectNoTraces(*item);

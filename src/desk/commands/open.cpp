@@ -76,7 +76,8 @@ void PrintJson(DeskContext& context, ReceivedMessage& message, const OpenResult&
   const Item& item = *message.Window()->ShownItem();
   nlohmann::json json;
   AddMessage(json, opened.report);
-  json["subject"] = item.Data().subject;
+  AddRemarks(json, opened.report);
+  AddHeader(json, item.Data());
   json["body"] = *item.Data().body;
   json["goesOn"] = opened.report.shows_part;
   json["endsEarly"] = message.Source().incomplete;
@@ -92,7 +93,7 @@ Outcome Open(DeskContext& context, const OpenOptions& options) {
   return ReportingErrors(context, message.Host(), [&] {
     const OpenResult opened = ReadOpenMessage(message.Host(), message.Window(), options);
     for (const std::string& complaint : opened.saving.complaints) context.Tell(complaint);
-    TellOfUnreadParts(context, *message.Window()->ShownItem(), opened.report);
+    TellOfHiddenText(context, opened.report);
     const Outcome outcome = context.FinalOutcome(ResultOutcome(opened, message.Source()));
     if (context.json) {
       PrintJson(context, message, opened, outcome);

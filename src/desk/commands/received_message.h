@@ -23,9 +23,8 @@ Person FindOwner(const mail::Mail& received, const AccountStore& accounts);
 /// it.
 InspectorWindowPtr OpenReceived(DeskHost& host, const mail::Mail& mail);
 
-/// Tells the user what the add-in does not read of the open message: text outside the protected
-/// part, a protected part below other text, PGP/MIME.
-void TellOfUnreadParts(const DeskContext& context, const Item& item, const MessageReport& report);
+/// Tells the user of text behind the protected part, which is not shown.
+void TellOfHiddenText(const DeskContext& context, const MessageReport& report);
 
 /// The message that a command works on, open while this lives.
 class ReceivedMessage {

@@ -116,7 +116,7 @@ InspectorWindowPtr ShellSession::Front() const {
 void ShellSession::PrintOpen(const InspectorWindowPtr& window) {
   const MessageReport report = ReadMessage(host_, window->ShownItem());
   PrintMessage(context_.out, window->ShownItem()->Data(), report, Terminal::OutputColumns());
-  TellOfUnreadParts(context_, *window->ShownItem(), report);
+  TellOfHiddenText(context_, report);
   if (report.Failed()) outcome_ = Outcome::kRefused;
 }
 
