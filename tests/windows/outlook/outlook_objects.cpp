@@ -1,5 +1,7 @@
 #include "windows/outlook/outlook_objects.h"
 
+#include <algorithm>
+
 #include "desk/outlook/item.h"
 #include "win32/utf16.h"
 #include "windows/com/bstr.h"
@@ -155,13 +157,23 @@ DispatchPtr ServeExplorer(const platform::ExplorerPtr& e) {
                EventsOf<ExplorerSink>(0x0006304F, e));
 }
 
+/// A number for a Boolean, as some versions give it.
+Variant ShortFlag(bool flag) {
+  Variant value;
+  VARIANT& number = *value.Receive();
+  number.vt = VT_I2;
+  number.iVal = flag ? VARIANT_TRUE : VARIANT_FALSE;
+  return value;
+}
+
 DispatchPtr ServeInspector(const platform::InspectorPtr& i) {
   if (!i) return nullptr;
-  return Serve("Inspector",
-               {Get("CurrentItem", [i] { return ServeItem(i->CurrentItem()); }),
-                Get("CommandBars", [i] { return ServeBars(i->CommandBars()); }),
-                Function("IsWordMail", kCall, "", [i](auto&) { return i->IsWordMail(); })},
-               EventsOf<InspectorSink>(0x0006307D, i));
+  return Serve(
+      "Inspector",
+      {Get("CurrentItem", [i] { return ServeItem(i->CurrentItem()); }),
+       Get("CommandBars", [i] { return ServeBars(i->CommandBars()); }),
+       Function("IsWordMail", kCall, "", [i](auto&) { return ShortFlag(i->IsWordMail()); })},
+      EventsOf<InspectorSink>(0x0006307D, i));
 }
 
 DispatchPtr ServeAttachment(const platform::AttachmentPtr& a) {
@@ -195,6 +207,20 @@ Variant Date(const std::string& text) {
     com::Check(VarDateFromStr(com::Bstr(text).Get(), LOCALE_USER_DEFAULT, 0, &value.date));
   }
   return date;
+}
+
+/// An identifier, written in hexadecimal, as an array of bytes.
+Variant Bytes(const std::string& digits) {
+  const auto size = static_cast<ULONG>(digits.size() / 2);
+  Variant value;
+  VARIANT& array = *value.Receive();
+  array.vt = VT_ARRAY | VT_UI1;
+  array.parray = SafeArrayCreateVector(VT_UI1, 0, size);
+  for (ULONG i = 0; i < size; ++i) {
+    static_cast<std::uint8_t*>(array.parray->pvData)[i] =
+        static_cast<std::uint8_t>(std::stoul(digits.substr(2 * i, 2), nullptr, 16));
+  }
+  return value;
 }
 
 }  // namespace
@@ -267,7 +293,7 @@ DispatchPtr ServeRecipients(const platform::RecipientsPtr& all) {
          return Serve(
              "SafeRecipient",
              {Get("Name", [r] { return r->Name(); }), Get("Address", [r] { return r->Address(); }),
-              Get("EntryID", [r] { return r->EntryID(); }),
+              Get("EntryID", [r] { return Bytes(r->EntryID()); }),
               Get("AddressEntry", [r] { return ServeEntry(r->AddressEntry()); })});
        })});
 }
@@ -348,9 +374,11 @@ const com::ComClass kClasses[] = {
 
 }  // namespace
 
-ServedLibraries::ServedLibraries(desk::OutlookModel& model) {
+ServedLibraries::ServedLibraries(desk::OutlookModel& model,
+                                 const std::vector<std::string>& missing) {
   g_model = &model;
   for (const com::ComClass& one : kClasses) {
+    if (std::ranges::count(missing, win32::ShownUtf8(one.prog_id)) > 0) continue;
     wchar_t id[40];
     StringFromGUID2(one.clsid, id, 40);
     const std::wstring key = std::wstring(L"Software\\Classes\\") + one.prog_id + L"\\CLSID";

@@ -9,10 +9,11 @@ namespace corvessa::testing {
 DispatchPtr ServeApplication(desk::OutlookModel& model);
 DispatchPtr ServeItem(const platform::MailItemPtr& item);
 
-/// Makes Redemption's and CDO's classes known in this process, over the model, until destroyed.
+/// Makes Redemption's and CDO's classes known in this process, over the model, until destroyed; not
+/// those whose program IDs are said to be missing.
 class ServedLibraries {
  public:
-  explicit ServedLibraries(desk::OutlookModel& model);
+  ServedLibraries(desk::OutlookModel& model, const std::vector<std::string>& missing);
   ~ServedLibraries();
   ServedLibraries(const ServedLibraries&) = delete;
   ServedLibraries& operator=(const ServedLibraries&) = delete;

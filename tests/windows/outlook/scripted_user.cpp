@@ -13,7 +13,7 @@ namespace {
 constexpr DWORD kPause = 5;
 /// As long as the program may take to do what a button asks for before the next thing is done.
 constexpr ULONGLONG kReaction = 100;
-constexpr ULONGLONG kPatience = 3000;
+constexpr ULONGLONG kPatience = 1000;
 
 void Notify(HWND form, HWND control, WORD code) {
   Send(form, WM_COMMAND, MAKEWPARAM(GetDlgCtrlID(control), code),

@@ -258,8 +258,9 @@ void Fire(const DispatchPtr& sink, DISPID event, std::vector<VARIANT> arguments)
   std::ranges::reverse(arguments);
   DISPPARAMS parameters = {arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
   Variant ignored;
-  held->Invoke(event, IID_NULL, LOCALE_SYSTEM_DEFAULT, DISPATCH_METHOD, &parameters,
-               ignored.Receive(), nullptr, nullptr);
+  const HRESULT answer = held->Invoke(event, IID_NULL, LOCALE_SYSTEM_DEFAULT, DISPATCH_METHOD,
+                                      &parameters, ignored.Receive(), nullptr, nullptr);
+  if (FAILED(answer)) ++TheLedger().errors;
 }
 
 void Fire(const DispatchPtr& sink, DISPID event, std::vector<VARIANT> arguments, bool& cancel) {

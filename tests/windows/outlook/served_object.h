@@ -34,6 +34,8 @@ struct Ledger {
   int failures = 1;
   /// The last one that failed; empty until then.
   std::string failed;
+  /// Events and other calls into the add-in that it answered with a failure.
+  int errors = 0;
   DWORD thread = GetCurrentThreadId();
 };
 Ledger& TheLedger();
