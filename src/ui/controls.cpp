@@ -37,6 +37,16 @@ std::string AccessKeyIn(std::string_view caption) {
   return {};
 }
 
+std::string WithoutAccessKey(std::string_view caption) {
+  std::string text(caption);
+  for (std::size_t at = text.find('&'); at != text.npos; at = text.find('&', at)) {
+    text.erase(at, 1);
+    // "&&" stands for one "&".
+    if (at < text.size() && text[at] == '&') ++at;
+  }
+  return text;
+}
+
 void Label::SetUseMnemonic(bool uses) {
   if (std::exchange(uses_mnemonic_, uses) != uses) Report(ControlChange::kContent);
 }

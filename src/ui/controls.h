@@ -1,142 +1,18 @@
 #pragma once
 
 #include <cstdint>
-#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "base/secret_string.h"
 #include "platform/pictures.h"
+#include "ui/buttons.h"
 #include "ui/control.h"
+#include "ui/labels.h"
 
 /// The controls that a form is made of. Lists and tabs are in list_controls.h.
 namespace corvessa {
-
-/// A control that shows a caption. "&" marks the access key, "&&" stands for one "&".
-class CaptionedControl : public Control {
- public:
-  const std::string& Caption() const { return caption_; }
-  void SetCaption(std::string_view caption);
-  std::string Describe() const override;
-
-  /// After every change of the caption.
-  Handler OnChange;
-
- protected:
-  CaptionedControl(Form& form, std::string name, Rect bounds, std::string caption)
-      : Control(form, std::move(name), bounds), caption_(std::move(caption)) {}
-
- private:
-  std::string caption_;
-};
-
-/// The access key of a caption in lower case; empty for none.
-std::string AccessKeyIn(std::string_view caption);
-
-class Label final : public CaptionedControl {
- public:
-  Label(Form& form, std::string name, Rect bounds, std::string caption = {})
-      : CaptionedControl(form, std::move(name), bounds, std::move(caption)) {}
-  std::string_view TypeName() const override { return "Label"; }
-  /// False for a label that shows text from outside, in which "&" stands for itself.
-  bool UsesMnemonic() const { return uses_mnemonic_; }
-  void SetUseMnemonic(bool uses);
-  /// The whole of a text that the caption shows shortened; empty otherwise.
-  const std::string& WholeText() const { return whole_text_; }
-  /// The text, shortened by FittedText if it is wider than the label.
-  void SetFittedCaption(std::string_view text);
-
- private:
-  bool uses_mnemonic_ = true;
-  std::string whole_text_;
-};
-
-class Frame final : public CaptionedControl {
- public:
-  Frame(Form& form, std::string name, Rect bounds, std::string caption = {})
-      : CaptionedControl(form, std::move(name), bounds, std::move(caption)) {}
-  std::string_view TypeName() const override { return "Frame"; }
-  /// False for one that only holds its controls together, such as a page of a tab strip.
-  bool HasBorder() const { return has_border_; }
-  /// To be called while the form is being built.
-  void SetBorder(bool has_border) { has_border_ = has_border; }
-  /// Puts the controls into the frame; to be called while the form is being built.
-  void Hold(std::initializer_list<Control*> controls) {
-    for (Control* control : controls) control->PutInto(*this);
-  }
-
- private:
-  bool has_border_ = true;
-};
-
-class CommandButton final : public CaptionedControl {
- public:
-  CommandButton(Form& form, std::string name, Rect bounds, std::string caption)
-      : CaptionedControl(form, std::move(name), bounds, std::move(caption)) {}
-  std::string_view TypeName() const override { return "CommandButton"; }
-  bool TakesFocus() const override { return true; }
-  std::string Describe() const override;
-  /// Enter presses the default button.
-  bool IsDefault() const { return is_default_; }
-  void SetDefault(bool is_default);
-  /// Escape presses the cancel button.
-  bool IsCancel() const { return is_cancel_; }
-  void SetCancel(bool is_cancel);
-  /// F1 presses the help button.
-  bool IsHelp() const { return is_help_; }
-  void SetHelp(bool is_help) { is_help_ = is_help; }
-  /// The user's click.
-  void Press();
-
-  Handler OnClick;
-
- private:
-  bool is_default_ = false;
-  bool is_cancel_ = false;
-  bool is_help_ = false;
-};
-
-class CheckBox final : public CaptionedControl {
- public:
-  CheckBox(Form& form, std::string name, Rect bounds, std::string caption)
-      : CaptionedControl(form, std::move(name), bounds, std::move(caption)) {}
-  std::string_view TypeName() const override { return "CheckBox"; }
-  bool TakesFocus() const override { return true; }
-  std::string Describe() const override;
-  bool Checked() const { return checked_; }
-  /// Raises OnClick when the state changes, as the classic control does.
-  void SetChecked(bool checked);
-  /// The user's click.
-  void Toggle();
-
-  Handler OnClick;
-
- private:
-  bool checked_ = false;
-};
-
-/// The buttons of one name, a control array, are one group wherever they stand: at most one is
-/// selected. A back end must not group them by container.
-class OptionButton final : public CaptionedControl {
- public:
-  OptionButton(Form& form, std::string name, int index, Rect bounds, std::string caption);
-  std::string_view TypeName() const override { return "OptionButton"; }
-  bool TakesFocus() const override { return true; }
-  std::string Describe() const override;
-  bool Selected() const { return selected_; }
-  /// Selects it, deselecting the others of its name; raises OnClick when it was not selected.
-  void Select();
-  /// The user's click.
-  void Press();
-
-  Handler OnClick;
-
- private:
-  void SetSelected(bool selected);
-
-  bool selected_ = false;
-};
 
 class TextBox final : public Control {
  public:

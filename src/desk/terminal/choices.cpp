@@ -90,14 +90,8 @@ std::string Choices::KeyOf(const Control& control, int place) const {
 }
 
 std::string DrawnCaption(std::string_view caption, bool has_mnemonic) {
-  std::string shown = ForDisplayLines(caption);
-  if (!has_mnemonic) return shown;
-  for (std::size_t at = shown.find('&'); at != std::string::npos; at = shown.find('&', at)) {
-    shown.erase(at, 1);
-    // "&&" stands for one "&".
-    if (at < shown.size() && shown[at] == '&') ++at;
-  }
-  return shown;
+  const std::string shown = ForDisplayLines(caption);
+  return has_mnemonic ? WithoutAccessKey(shown) : shown;
 }
 
 CommandButton* DefaultButton(const Form& form) {
