@@ -39,12 +39,29 @@ int ConvertToUtf16(std::string_view text, DWORD flags, std::span<wchar_t> units 
                              CheckedSize(units.size()));
 }
 
+void ReplaceLoneSurrogates(std::span<wchar_t> text) {
+  const std::wstring_view all(text.data(), text.size());
+  for (std::size_t at = 0; (at = FindLoneSurrogate(all, at)) != all.npos; ++at) {
+    text[at] = kReplacement;
+  }
+}
+
+int ConvertToUtf8(std::wstring_view text, std::span<char> bytes = {}) {
+  return WideCharToMultiByte(CP_UTF8, 0, text.data(), CheckedSize(text.size()), bytes.data(),
+                             CheckedSize(bytes.size()), nullptr, nullptr);
+}
+
+std::size_t Utf8Size(std::wstring_view text) {
+  return text.empty() ? 0 : static_cast<std::size_t>(ConvertToUtf8(text));
+}
+
+void WriteUtf8(std::wstring_view text, std::span<char> bytes) {
+  if (!text.empty()) ConvertToUtf8(text, bytes);
+}
+
 std::string ToUtf8(std::wstring_view text) {
-  const auto convert = [size = CheckedSize(text.size()), text](char* bytes, int capacity) {
-    return WideCharToMultiByte(CP_UTF8, 0, text.data(), size, bytes, capacity, nullptr, nullptr);
-  };
-  std::string narrow(static_cast<std::size_t>(text.empty() ? 0 : convert(nullptr, 0)), '\0');
-  if (!narrow.empty()) convert(narrow.data(), static_cast<int>(narrow.size()));
+  std::string narrow(Utf8Size(text), '\0');
+  WriteUtf8(text, narrow);
   return narrow;
 }
 
@@ -83,10 +100,15 @@ std::optional<std::string> Utf8(std::wstring_view text) {
 
 std::string ShownUtf8(std::wstring_view text) {
   std::wstring whole(text);
-  for (std::size_t at = 0; (at = FindLoneSurrogate(whole, at)) != whole.npos; ++at) {
-    whole[at] = kReplacement;
-  }
+  ReplaceLoneSurrogates(whole);
   return ToUtf8(whole);
+}
+
+SecretString ShownUtf8Secret(std::span<wchar_t> text) {
+  ReplaceLoneSurrogates(text);
+  SecretBytes bytes(Utf8Size({text.data(), text.size()}));
+  WriteUtf8({text.data(), text.size()}, bytes);
+  return SecretString({bytes.data(), bytes.size()});
 }
 
 }  // namespace corvessa::win32

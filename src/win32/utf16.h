@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/secret_string.h"
+
 /// Windows takes and gives UTF-16, the rest of this code UTF-8. NUL is a character like any other.
 namespace corvessa::win32 {
 
@@ -17,6 +19,8 @@ std::optional<std::string> Utf8(std::wstring_view text);
 std::wstring ShownUtf16(std::string_view text);
 /// With U+FFFD for half a surrogate pair: for text that is only shown.
 std::string ShownUtf8(std::wstring_view text);
+/// The same for a secret: leaves no other copy behind. Changes `text`.
+SecretString ShownUtf8Secret(std::span<wchar_t> text);
 
 /// How many units the text takes as UTF-16; nothing when it is not UTF-8.
 std::optional<std::size_t> Utf16Size(std::string_view text);
