@@ -1,8 +1,8 @@
-
 #include "ui/controls.h"
+#include "win32/utf16.h"
 #include "windows/forms/common_controls.h"
 #include "windows/forms/control_kinds.h"
-#include "windows/forms/form_window.h"
+#include "windows/forms/metrics.h"
 #include "windows/forms/window_text.h"
 
 namespace corvessa::windows {
@@ -13,8 +13,8 @@ namespace {
 
 class CommandButtonWindow final : public ControlWindow {
  public:
-  CommandButtonWindow(FormWindow& form, CommandButton& button)
-      : ControlWindow(form, button, {WC_BUTTONW, BS_PUSHBUTTON | WS_TABSTOP}), button_(button) {}
+  CommandButtonWindow(ControlSite& site, CommandButton& button)
+      : ControlWindow(site, button, {WC_BUTTONW, BS_PUSHBUTTON | WS_TABSTOP}), button_(button) {}
 
   void OnCommand(int notification) override {
     if (notification == BN_CLICKED) button_.Press();
@@ -23,7 +23,7 @@ class CommandButtonWindow final : public ControlWindow {
  private:
   void UpdateContent() override {
     SetText(Handle(), button_.Caption());
-    Parent().MarkDefaultButton();
+    Site().MarkDefaultButton();
   }
 
   CommandButton& button_;
@@ -31,8 +31,8 @@ class CommandButtonWindow final : public ControlWindow {
 
 class CheckBoxWindow final : public ControlWindow {
  public:
-  CheckBoxWindow(FormWindow& form, CheckBox& box)
-      : ControlWindow(form, box, {WC_BUTTONW, BS_CHECKBOX | WS_TABSTOP}), box_(box) {}
+  CheckBoxWindow(ControlSite& site, CheckBox& box)
+      : ControlWindow(site, box, {WC_BUTTONW, BS_CHECKBOX | WS_TABSTOP}), box_(box) {}
 
   void OnCommand(int notification) override {
     if (notification == BN_CLICKED) box_.Toggle();
@@ -49,8 +49,8 @@ class CheckBoxWindow final : public ControlWindow {
 
 class OptionButtonWindow final : public ControlWindow {
  public:
-  OptionButtonWindow(FormWindow& form, OptionButton& option)
-      : ControlWindow(form, option, {WC_BUTTONW, BS_RADIOBUTTON | WS_TABSTOP}), option_(option) {}
+  OptionButtonWindow(ControlSite& site, OptionButton& option)
+      : ControlWindow(site, option, {WC_BUTTONW, BS_RADIOBUTTON | WS_TABSTOP}), option_(option) {}
 
   void OnCommand(int notification) override {
     // One that only gets the focus reports a click, too.
@@ -75,32 +75,53 @@ class OptionButtonWindow final : public ControlWindow {
 
 class FrameWindow final : public ControlWindow {
  public:
-  FrameWindow(FormWindow& form, Frame& frame)
-      : ControlWindow(form, frame, {WC_BUTTONW, BS_GROUPBOX | WS_CLIPSIBLINGS}), frame_(frame) {}
+  FrameWindow(ControlSite& site, Frame& frame)
+      : ControlWindow(site, frame, {WC_BUTTONW, BS_GROUPBOX | WS_CLIPSIBLINGS}), frame_(frame) {}
 
   bool IsBackground() const override { return true; }
 
  private:
+  LRESULT OnMessage(UINT message, WPARAM word, LPARAM data) override {
+    // A theme may fill it in another colour than that of the page it stands on.
+    if (message == WM_PAINT) FillInside();
+    return ControlWindow::OnMessage(message, word, data);
+  }
+  void FillInside() {
+    const int line = Measures().LineHeight();
+    const int caption = Measures().TextWidth(win32::ShownUtf16(frame_.Caption()));
+    RECT area = {};
+    GetClientRect(Handle(), &area);
+    const GdiObject<HRGN> inside(
+        CreateRectRgn(kBorder, line / 2 + kBorder, area.right - kBorder, area.bottom - kBorder));
+    const GdiObject<HRGN> text(CreateRectRgn(line / 2, 0, line * 3 / 4 + caption, line));
+    CombineRgn(inside.get(), inside.get(), text.get(), RGN_DIFF);
+    const HDC context = GetDC(Handle());
+    FillRgn(context, inside.get(), Site().BackgroundOf(*this, context));
+    ReleaseDC(Handle(), context);
+    ValidateRgn(Handle(), inside.get());
+  }
   void UpdateContent() override { SetText(Handle(), frame_.Caption()); }
+
+  static constexpr int kBorder = 2;
 
   Frame& frame_;
 };
 
 }  // namespace
 
-std::unique_ptr<ControlWindow> MakeButton(FormWindow& form, Control& control) {
+std::unique_ptr<ControlWindow> MakeButton(ControlSite& site, Control& control) {
   if (auto* const button = dynamic_cast<CommandButton*>(&control)) {
-    return std::make_unique<CommandButtonWindow>(form, *button);
+    return std::make_unique<CommandButtonWindow>(site, *button);
   }
   if (auto* const box = dynamic_cast<CheckBox*>(&control)) {
-    return std::make_unique<CheckBoxWindow>(form, *box);
+    return std::make_unique<CheckBoxWindow>(site, *box);
   }
   if (auto* const option = dynamic_cast<OptionButton*>(&control)) {
-    return std::make_unique<OptionButtonWindow>(form, *option);
+    return std::make_unique<OptionButtonWindow>(site, *option);
   }
   auto* const frame = dynamic_cast<Frame*>(&control);
   if (frame && frame->HasBorder()) {
-    return std::make_unique<FrameWindow>(form, *frame);
+    return std::make_unique<FrameWindow>(site, *frame);
   }
   return nullptr;
 }

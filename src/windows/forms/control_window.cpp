@@ -6,8 +6,6 @@
 #include "win32/module.h"
 #include "win32/utf16.h"
 #include "windows/com/errors.h"
-#include "windows/forms/control_kinds.h"
-#include "windows/forms/form_window.h"
 #include "windows/forms/metrics.h"
 
 namespace corvessa::windows {
@@ -30,15 +28,15 @@ void RemoveNameProperty(HWND window) {
   if (atom != 0) GlobalDeleteAtom(static_cast<ATOM>(atom));
 }
 
-ControlWindow::ControlWindow(FormWindow& form, Control& control, const Kind& kind)
-    : form_(form), control_(control) {
-  const RECT place = form.Measures().OnScreen(control.Bounds());
+ControlWindow::ControlWindow(ControlSite& site, Control& control, const Kind& kind)
+    : site_(site), control_(control) {
+  const RECT place = site.Measures().OnScreen(control.Bounds());
   handle_ =
       CreateWindowExW(kind.extended_style, kind.window_class, L"", WS_CHILD | kind.style,
                       place.left, place.top, place.right - place.left, place.bottom - place.top,
-                      form.Handle(), nullptr, win32::ThisModule(), nullptr);
+                      site.Handle(), nullptr, win32::ThisModule(), nullptr);
   if (!handle_) com::Check(HRESULT_FROM_WIN32(GetLastError()));
-  Send(WM_SETFONT, reinterpret_cast<WPARAM>(form.Measures().DialogFont()));
+  Send(WM_SETFONT, reinterpret_cast<WPARAM>(site.Measures().DialogFont()));
   SetNameProperty(handle_, NameOf(control));
   SetWindowLongPtrW(handle_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
   standard_procedure_ = reinterpret_cast<WNDPROC>(
@@ -51,18 +49,14 @@ ControlWindow::~ControlWindow() {
   DestroyWindow(handle_);
 }
 
-const Metrics& ControlWindow::Measures() const {
-  return form_.Measures();
-}
-
 LRESULT CALLBACK ControlWindow::Procedure(HWND window, UINT message, WPARAM word, LPARAM data) {
   auto& control = *reinterpret_cast<ControlWindow*>(GetWindowLongPtrW(window, GWLP_USERDATA));
-  const FormWindow::InUse in_use(control.form_);
+  const ControlSite::InUse in_use(control.site_);
   // The model learns of a focus that came by itself when the user first works with the control.
   const bool is_worked_with = message == WM_LBUTTONDOWN || message == WM_CHAR;
-  if (is_worked_with && GetFocus() == window) control.form_.FocusReached(control);
+  if (is_worked_with && GetFocus() == window) control.site_.FocusReached(control);
   const LRESULT result = control.OnMessage(message, word, data);
-  if (message == WM_SETFOCUS && GetFocus() == window) control.form_.FocusReached(control);
+  if (message == WM_SETFOCUS && GetFocus() == window) control.site_.FocusReached(control);
   return result;
 }
 
@@ -83,7 +77,7 @@ void ControlWindow::Update(platform::ControlChange change) {
     UpdateContent();
   }
   updating_ = before;
-  if (change == kBounds || change == kContent) form_.ShowTip(*this);
+  if (change == kBounds || change == kContent) site_.ShowTip(*this);
 }
 
 void ControlWindow::UpdateState() {
@@ -92,28 +86,13 @@ void ControlWindow::UpdateState() {
   const bool loses_focus = GetFocus() == handle_ && !(is_usable && is_shown);
   EnableWindow(handle_, is_usable);
   ShowWindow(handle_, is_shown ? SW_SHOWNA : SW_HIDE);
-  if (loses_focus) form_.PlaceFocus();
+  if (loses_focus) site_.PlaceFocus();
 }
 
 void ControlWindow::UpdateBounds() {
   const RECT place = Measures().OnScreen(control_.Bounds());
   SetWindowPos(handle_, nullptr, place.left, place.top, place.right - place.left,
                place.bottom - place.top, SWP_NOZORDER | SWP_NOACTIVATE);
-}
-
-std::unique_ptr<ControlWindow> MakeControlWindow(FormWindow& form, Control& control) {
-  // Each gives null for a control of another kind.
-  for (const auto make :
-       {MakeLabel, MakeTextBox, MakeButton, MakeRows, MakeTabStrip, MakeProgressBar, MakeImage}) {
-    if (auto window = make(form, control)) {
-      for (const auto change :
-           {platform::ControlChange::kContent, platform::ControlChange::kState}) {
-        window->Update(change);
-      }
-      return window;
-    }
-  }
-  return nullptr;
 }
 
 }  // namespace corvessa::windows

@@ -6,11 +6,9 @@
 
 #include "platform/ui.h"
 #include "ui/control.h"
+#include "windows/forms/control_site.h"
 
 namespace corvessa::windows {
-
-class FormWindow;
-class Metrics;
 
 /// The property of every form's and control's window that holds its name in the model, as a global
 /// atom: for programs that drive windows. A place in a control array stands behind it,
@@ -54,7 +52,7 @@ class ControlWindow {
   virtual std::wstring HiddenText() const { return {}; }
 
  protected:
-  ControlWindow(FormWindow& form, Control& control, const Kind& kind);
+  ControlWindow(ControlSite& site, Control& control, const Kind& kind);
 
   /// Shows the content of the model. Runs with IsUpdating().
   virtual void UpdateContent() {}
@@ -67,21 +65,18 @@ class ControlWindow {
   LRESULT Send(UINT message, WPARAM word = 0, LPARAM data = 0) const {
     return SendMessageW(handle_, message, word, data);
   }
-  const Metrics& Measures() const;
-  FormWindow& Parent() const { return form_; }
+  const Metrics& Measures() const { return site_.Measures(); }
+  ControlSite& Site() const { return site_; }
 
  private:
   static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM word, LPARAM data);
   void UpdateState();
 
-  FormWindow& form_;
+  ControlSite& site_;
   Control& control_;
   HWND handle_ = nullptr;
   WNDPROC standard_procedure_ = nullptr;
   bool updating_ = false;
 };
-
-/// The window of a control of any kind; null for one that is never seen.
-std::unique_ptr<ControlWindow> MakeControlWindow(FormWindow& form, Control& control);
 
 }  // namespace corvessa::windows

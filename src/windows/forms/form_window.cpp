@@ -9,6 +9,7 @@
 #include "win32/utf16.h"
 #include "windows/com/entry.h"
 #include "windows/com/errors.h"
+#include "windows/forms/control_kinds.h"
 #include "windows/forms/metrics.h"
 #include "windows/forms/pictures.h"
 #include "windows/forms/window_text.h"
@@ -80,6 +81,8 @@ FormWindow::FormWindow(Form& form, const WindowClass& window_class, const Metric
   Update(platform::FormChange::kIcon);
   Resize();
   MakeControls();
+  // The system's controls know the colours of the time when they were loaded, else.
+  PassOn(WM_SYSCOLORCHANGE);
 }
 
 FormWindow::~FormWindow() {
@@ -312,7 +315,7 @@ LRESULT FormWindow::OnMessage(UINT message, WPARAM word, LPARAM data) {
       return 0;
     case WM_SYSCOLORCHANGE:
     case WM_THEMECHANGED:
-      for (const auto& control : controls_) SendMessageW(control->Handle(), message, word, data);
+      PassOn(message);
       break;
     case WM_DESTROY:
       RemoveNames();
@@ -401,7 +404,11 @@ void FormWindow::BringOntoScreen() {
                SWP_NOZORDER | SWP_NOACTIVATE | SWP_NOSIZE);
 }
 
-BOOL CALLBACK FormWindow::PassOn(HWND window, LPARAM owner) {
+void FormWindow::PassOn(UINT message) const {
+  for (const auto& control : controls_) SendMessageW(control->Handle(), message, 0, 0);
+}
+
+BOOL CALLBACK FormWindow::GiveOwner(HWND window, LPARAM owner) {
   const auto going = reinterpret_cast<HWND>(owner);
   if (GetWindow(window, GW_OWNER) == going) {
     SetWindowLongPtrW(window, GWLP_HWNDPARENT,
@@ -411,7 +418,7 @@ BOOL CALLBACK FormWindow::PassOn(HWND window, LPARAM owner) {
 }
 
 void FormWindow::PassOnOwned() const {
-  EnumThreadWindows(GetCurrentThreadId(), PassOn, reinterpret_cast<LPARAM>(handle_));
+  EnumThreadWindows(GetCurrentThreadId(), GiveOwner, reinterpret_cast<LPARAM>(handle_));
 }
 
 void FormWindow::RemoveNames() const {

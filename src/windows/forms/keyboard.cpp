@@ -9,8 +9,6 @@
 #include "ui/list_controls.h"
 #include "ui/text_layout.h"
 #include "win32/utf16.h"
-#include "windows/com/errors.h"
-#include "windows/forms/form_window.h"
 
 namespace corvessa::windows {
 namespace {
@@ -148,16 +146,6 @@ FormKey KeyDown(const MSG& message, const Form& form, Control* focus) {
   }
 }
 
-LRESULT CALLBACK WatchMessage(int code, WPARAM removed, LPARAM data) {
-  MSG& message = *reinterpret_cast<MSG*>(data);
-  const bool is_key = message.message >= WM_KEYFIRST && message.message <= WM_KEYLAST;
-  if (code == HC_ACTION && removed == PM_REMOVE && is_key) {
-    FormWindow* const window = FormWindow::Of(GetAncestor(message.hwnd, GA_ROOT));
-    if (window) window->TranslateKey(message);
-  }
-  return CallNextHookEx(nullptr, code, removed, data);
-}
-
 }  // namespace
 
 Control* FirstInTabOrder(const Form& form) {
@@ -175,15 +163,6 @@ FormKey MeaningOf(const MSG& message, const Form& form, Control* focus) {
       message.message != WM_CHAR ||
       (SendMessageW(message.hwnd, WM_GETDLGCODE, 0, 0) & (DLGC_WANTCHARS | DLGC_WANTALLKEYS)) != 0;
   return is_typed || letter <= L' ' ? FormKey{} : AccessKey(form, focus, letter);
-}
-
-KeyboardHook::KeyboardHook()
-    : hook_(SetWindowsHookExW(WH_GETMESSAGE, WatchMessage, nullptr, GetCurrentThreadId())) {
-  if (!hook_) com::Check(HRESULT_FROM_WIN32(GetLastError()));
-}
-
-KeyboardHook::~KeyboardHook() {
-  UnhookWindowsHookEx(hook_);
 }
 
 }  // namespace corvessa::windows

@@ -21,21 +21,4 @@ FormKey MeaningOf(const MSG& message, const Form& form, Control* focus);
 /// The control that has the focus when the model gives it to none, and null when none can have it.
 Control* FirstInTabOrder(const Form& form);
 
-/// The message that a form's window gets in place of one whose key means something in the form.
-/// WPARAM and LPARAM are those of a FormKey.
-inline constexpr UINT kFormKeyMessage = WM_APP + 1;
-
-/// Watches the messages of this thread as long as it lives, whose loop ever takes them: a form
-/// shown without blocking lives on Outlook's own loop, which knows nothing of dialogs.
-class KeyboardHook {
- public:
-  KeyboardHook();
-  ~KeyboardHook();
-  KeyboardHook(const KeyboardHook&) = delete;
-  KeyboardHook& operator=(const KeyboardHook&) = delete;
-
- private:
-  HHOOK hook_;
-};
-
 }  // namespace corvessa::windows

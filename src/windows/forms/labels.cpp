@@ -1,10 +1,8 @@
-
 #include "ui/controls.h"
 #include "ui/text_layout.h"
 #include "win32/utf16.h"
 #include "windows/forms/common_controls.h"
 #include "windows/forms/control_kinds.h"
-#include "windows/forms/form_window.h"
 #include "windows/forms/metrics.h"
 #include "windows/forms/window_text.h"
 
@@ -15,14 +13,14 @@ namespace {
 /// word that is wider than the label, as names and addresses from outside may be.
 class LabelWindow final : public ControlWindow {
  public:
-  LabelWindow(FormWindow& form, Label& label)
-      : ControlWindow(form, label, {WC_STATICW, SS_OWNERDRAW | SS_NOTIFY}), label_(label) {}
+  LabelWindow(ControlSite& site, Label& label)
+      : ControlWindow(site, label, {WC_STATICW, SS_OWNERDRAW | SS_NOTIFY}), label_(label) {}
 
   void Draw(const DRAWITEMSTRUCT& drawing) override {
     RECT place = drawing.rcItem;
     SetBkMode(drawing.hDC, TRANSPARENT);
     SetTextColor(drawing.hDC, GetSysColor(label_.IsUsable() ? COLOR_BTNTEXT : COLOR_GRAYTEXT));
-    FillRect(drawing.hDC, &place, Parent().BackgroundOf(*this, drawing.hDC));
+    FillRect(drawing.hDC, &place, Site().BackgroundOf(*this, drawing.hDC));
     const HGDIOBJ before = SelectObject(drawing.hDC, Measures().DialogFont());
     const std::wstring text = Text();
     DrawTextW(drawing.hDC, text.c_str(), -1, &place, Format() | DT_END_ELLIPSIS);
@@ -36,14 +34,17 @@ class LabelWindow final : public ControlWindow {
 
  private:
   bool HasOneLine() const { return label_.Bounds().height < 2 * kTextLineHeight; }
+  /// A text of several lines names no control: an access key in it is that of a button.
+  bool ShowsAccessKey() const { return label_.UsesMnemonic() && HasOneLine(); }
   UINT Format() const {
-    // A text of several lines names no control: an access key in it is that of a button. A word
-    // from outside may be wider than the label.
-    return (HasOneLine() ? DT_SINGLELINE : DT_WORDBREAK | DT_HIDEPREFIX) |
-           (label_.UsesMnemonic() ? 0U : DT_NOPREFIX | DT_EDITCONTROL);
+    const UINT lines = HasOneLine() ? DT_SINGLELINE : DT_WORDBREAK;
+    if (ShowsAccessKey()) return lines;
+    // A word from outside may be wider than the label.
+    return lines | DT_NOPREFIX | (label_.UsesMnemonic() ? 0 : DT_EDITCONTROL);
   }
   std::wstring Text() const {
-    if (label_.UsesMnemonic()) return win32::ShownUtf16(label_.Caption());
+    if (ShowsAccessKey()) return win32::ShownUtf16(label_.Caption());
+    if (label_.UsesMnemonic()) return win32::ShownUtf16(WithoutAccessKey(label_.Caption()));
     return HasOneLine() ? ShownLine(label_.Caption()) : ShownLines(label_.Caption());
   }
   bool Fits() const {
@@ -69,9 +70,9 @@ class LabelWindow final : public ControlWindow {
 
 }  // namespace
 
-std::unique_ptr<ControlWindow> MakeLabel(FormWindow& form, Control& control) {
+std::unique_ptr<ControlWindow> MakeLabel(ControlSite& site, Control& control) {
   auto* const label = dynamic_cast<Label*>(&control);
-  return label ? std::make_unique<LabelWindow>(form, *label) : nullptr;
+  return label ? std::make_unique<LabelWindow>(site, *label) : nullptr;
 }
 
 }  // namespace corvessa::windows

@@ -5,7 +5,6 @@
 #include "win32/utf16.h"
 #include "windows/forms/common_controls.h"
 #include "windows/forms/control_kinds.h"
-#include "windows/forms/form_window.h"
 #include "windows/forms/metrics.h"
 #include "windows/forms/pictures.h"
 
@@ -14,8 +13,8 @@ namespace {
 
 class TabStripWindow final : public ControlWindow {
  public:
-  TabStripWindow(FormWindow& form, TabStrip& tabs)
-      : ControlWindow(form, tabs, {WC_TABCONTROLW, WS_CLIPSIBLINGS | WS_TABSTOP}), tabs_(tabs) {
+  TabStripWindow(ControlSite& site, TabStrip& tabs)
+      : ControlWindow(site, tabs, {WC_TABCONTROLW, WS_CLIPSIBLINGS | WS_TABSTOP}), tabs_(tabs) {
     int place = 0;
     for (const std::string& caption : tabs.Captions()) {
       std::wstring wide = win32::ShownUtf16(caption);
@@ -75,8 +74,8 @@ class TabStripWindow final : public ControlWindow {
 
 class ProgressBarWindow final : public ControlWindow {
  public:
-  ProgressBarWindow(FormWindow& form, ProgressBar& bar)
-      : ControlWindow(form, bar, {PROGRESS_CLASSW}), bar_(bar) {}
+  ProgressBarWindow(ControlSite& site, ProgressBar& bar)
+      : ControlWindow(site, bar, {PROGRESS_CLASSW}), bar_(bar) {}
 
  private:
   void UpdateContent() override {
@@ -89,11 +88,11 @@ class ProgressBarWindow final : public ControlWindow {
 
 class ImageWindow final : public ControlWindow {
  public:
-  ImageWindow(FormWindow& form, Image& image)
-      : ControlWindow(form, image, {WC_STATICW, SS_OWNERDRAW}), image_(image) {}
+  ImageWindow(ControlSite& site, Image& image)
+      : ControlWindow(site, image, {WC_STATICW, SS_OWNERDRAW}), image_(image) {}
 
   void Draw(const DRAWITEMSTRUCT& drawing) override {
-    FillRect(drawing.hDC, &drawing.rcItem, Parent().BackgroundOf(*this, drawing.hDC));
+    FillRect(drawing.hDC, &drawing.rcItem, Site().BackgroundOf(*this, drawing.hDC));
     if (image_.Picture()) DrawPicture(drawing.hDC, *image_.Picture(), drawing.rcItem, Measures());
   }
 
@@ -105,19 +104,19 @@ class ImageWindow final : public ControlWindow {
 
 }  // namespace
 
-std::unique_ptr<ControlWindow> MakeTabStrip(FormWindow& form, Control& control) {
+std::unique_ptr<ControlWindow> MakeTabStrip(ControlSite& site, Control& control) {
   auto* const tabs = dynamic_cast<TabStrip*>(&control);
-  return tabs ? std::make_unique<TabStripWindow>(form, *tabs) : nullptr;
+  return tabs ? std::make_unique<TabStripWindow>(site, *tabs) : nullptr;
 }
 
-std::unique_ptr<ControlWindow> MakeProgressBar(FormWindow& form, Control& control) {
+std::unique_ptr<ControlWindow> MakeProgressBar(ControlSite& site, Control& control) {
   auto* const bar = dynamic_cast<ProgressBar*>(&control);
-  return bar ? std::make_unique<ProgressBarWindow>(form, *bar) : nullptr;
+  return bar ? std::make_unique<ProgressBarWindow>(site, *bar) : nullptr;
 }
 
-std::unique_ptr<ControlWindow> MakeImage(FormWindow& form, Control& control) {
+std::unique_ptr<ControlWindow> MakeImage(ControlSite& site, Control& control) {
   auto* const image = dynamic_cast<Image*>(&control);
-  return image ? std::make_unique<ImageWindow>(form, *image) : nullptr;
+  return image ? std::make_unique<ImageWindow>(site, *image) : nullptr;
 }
 
 }  // namespace corvessa::windows

@@ -48,14 +48,17 @@ HIMAGELIST MakeRowIcons(int side, int count) {
   const HIMAGELIST icons = ImageList_Create(side, side, ILC_COLOR32 | ILC_MASK, count, 0);
   const ScreenContext screen;
   const MemoryContext context(CreateCompatibleDC(screen.Get()));
-  const GdiObject<HBITMAP> mark(CreateCompatibleBitmap(screen.Get(), side, side));
-  if (!icons || !context || !mark) return icons;
+  const GdiObject<HBITMAP> picture(CreateCompatibleBitmap(screen.Get(), side, side));
+  const GdiObject<HBITMAP> mark(CreateBitmap(side, side, 1, 1, nullptr));
+  if (!icons || !context || !picture || !mark) return icons;
   const HGDIOBJ before = SelectObject(context.get(), mark.get());
   RECT area = {0, 0, side, side};
-  // Black on white: what is white becomes transparent.
+  // The mark is black on white, and the mask of an image list white where nothing is drawn.
   DrawFrameControl(context.get(), &area, DFC_MENU, DFCS_MENUCHECK);
+  SelectObject(context.get(), picture.get());
+  FillRect(context.get(), &area, GetSysColorBrush(COLOR_WINDOWTEXT));
   SelectObject(context.get(), before);
-  for (int i = 0; i < count; ++i) ImageList_AddMasked(icons, mark.get(), RGB(255, 255, 255));
+  for (int i = 0; i < count; ++i) ImageList_Add(icons, picture.get(), mark.get());
   return icons;
 }
 

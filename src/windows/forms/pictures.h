@@ -15,7 +15,7 @@ void DrawPicture(HDC context, const platform::Picture& picture, const RECT& plac
                  const Metrics& metrics);
 
 /// The small pictures of list rows, which the caller's list destroys: a check mark in the system's
-/// colours for each.
+/// colour of text for each.
 HIMAGELIST MakeRowIcons(int side, int count);
 
 /// An icon of this module by its name, shared; null when there is none.

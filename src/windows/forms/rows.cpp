@@ -1,11 +1,11 @@
 #include <algorithm>
+#include <utility>
 
 #include "ui/form.h"
 #include "ui/list_controls.h"
 #include "win32/utf16.h"
 #include "windows/forms/common_controls.h"
 #include "windows/forms/control_kinds.h"
-#include "windows/forms/form_window.h"
 #include "windows/forms/metrics.h"
 #include "windows/forms/pictures.h"
 #include "windows/forms/window_text.h"
@@ -15,8 +15,8 @@ namespace {
 
 class ComboBoxWindow final : public ControlWindow {
  public:
-  ComboBoxWindow(FormWindow& form, ComboBox& box)
-      : ControlWindow(form, box, {WC_COMBOBOXW, CBS_DROPDOWNLIST | WS_VSCROLL | WS_TABSTOP}),
+  ComboBoxWindow(ControlSite& site, ComboBox& box)
+      : ControlWindow(site, box, {WC_COMBOBOXW, CBS_DROPDOWNLIST | WS_VSCROLL | WS_TABSTOP}),
         box_(box) {
     UpdateBounds();
   }
@@ -63,8 +63,8 @@ class ComboBoxWindow final : public ControlWindow {
 /// whole in a tool tip.
 class ListWindow final : public ControlWindow {
  public:
-  ListWindow(FormWindow& form, RowsControl& rows)
-      : ControlWindow(form, rows,
+  ListWindow(ControlSite& site, RowsControl& rows)
+      : ControlWindow(site, rows,
                       {WC_LISTVIEWW,
                        LVS_REPORT | LVS_SINGLESEL | LVS_SHOWSELALWAYS | WS_TABSTOP |
                            (HeaderOf(rows).empty() ? DWORD{LVS_NOCOLUMNHEADER} : 0),
@@ -77,7 +77,7 @@ class ListWindow final : public ControlWindow {
          LVS_EX_FULLROWSELECT | LVS_EX_LABELTIP | (marks_ ? LVS_EX_CHECKBOXES : 0));
     LVCOLUMNW column = {};
     Send(LVM_INSERTCOLUMNW, 0, reinterpret_cast<LPARAM>(&column));
-    if (view_ && !IconKeys().empty()) UseIcons();
+    if (HasIcons()) UseIcons();
   }
   LRESULT OnNotify(const NMHDR& notification) override {
     const auto& change = reinterpret_cast<const NMLISTVIEW&>(notification);
@@ -118,9 +118,14 @@ class ListWindow final : public ControlWindow {
   LRESULT OnMessage(UINT message, WPARAM word, LPARAM data) override {
     const LRESULT result = ControlWindow::OnMessage(message, word, data);
     if (message == WM_SIZE) Send(LVM_SETCOLUMNWIDTH, 0, ColumnWidth());
+    if (message == WM_SYSCOLORCHANGE) {
+      are_pictures_old_ = true;
+      Update(platform::ControlChange::kContent);
+    }
     return result;
   }
   void UpdateContent() override {
+    if (std::exchange(are_pictures_old_, false)) DrawPicturesAgain();
     SetHeader(HeaderOf(rows_));
     const auto count = static_cast<int>(Send(LVM_GETITEMCOUNT));
     for (int row = count; row > rows_.RowCount(); --row) {
@@ -145,7 +150,7 @@ class ListWindow final : public ControlWindow {
     item.mask = LVIF_TEXT | LVIF_IMAGE;
     item.iItem = row;
     item.pszText = text.data();
-    item.iImage = view_ ? IconOf(view_->SmallIcon(row)) : -1;
+    item.iImage = view_ ? IconOf(view_->SmallIcon(row)) : I_IMAGENONE;
     Send(is_new ? LVM_INSERTITEMW : LVM_SETITEMW, 0, reinterpret_cast<LPARAM>(&item));
     if (marks_) {
       SetRowState(row, LVIS_STATEIMAGEMASK,
@@ -177,32 +182,44 @@ class ListWindow final : public ControlWindow {
     }
     return keys;
   }
+  bool HasIcons() const { return view_ && !IconKeys().empty(); }
   int IconOf(const std::string& key) const {
     const auto keys = IconKeys();
     const auto found = std::ranges::find(keys, key);
-    return found == keys.end() ? -1 : static_cast<int>(found - keys.begin());
+    return found == keys.end() ? I_IMAGENONE : static_cast<int>(found - keys.begin());
   }
   void UseIcons() {
-    // The list destroys them with itself, as it does with its check boxes.
+    // The list destroys its last ones with itself, as it does with its check boxes.
     const HIMAGELIST icons =
         MakeRowIcons(Measures().LineHeight(), static_cast<int>(IconKeys().size()));
-    Send(LVM_SETIMAGELIST, LVSIL_SMALL, reinterpret_cast<LPARAM>(icons));
+    const LRESULT before = Send(LVM_SETIMAGELIST, LVSIL_SMALL, reinterpret_cast<LPARAM>(icons));
+    ImageList_Destroy(reinterpret_cast<HIMAGELIST>(before));
+  }
+
+  /// In the colours of now.
+  void DrawPicturesAgain() {
+    if (HasIcons()) UseIcons();
+    if (!marks_) return;
+    for (const LPARAM style : {0, LVS_EX_CHECKBOXES}) {
+      Send(LVM_SETEXTENDEDLISTVIEWSTYLE, LVS_EX_CHECKBOXES, style);
+    }
   }
 
   RowsControl& rows_;
   /// Of the same control, if it is such a one.
   ListBox* marks_;
   ListView* view_;
+  bool are_pictures_old_ = false;
 };
 
 }  // namespace
 
-std::unique_ptr<ControlWindow> MakeRows(FormWindow& form, Control& control) {
+std::unique_ptr<ControlWindow> MakeRows(ControlSite& site, Control& control) {
   if (auto* const box = dynamic_cast<ComboBox*>(&control)) {
-    return std::make_unique<ComboBoxWindow>(form, *box);
+    return std::make_unique<ComboBoxWindow>(site, *box);
   }
   auto* const rows = dynamic_cast<RowsControl*>(&control);
-  return rows ? std::make_unique<ListWindow>(form, *rows) : nullptr;
+  return rows ? std::make_unique<ListWindow>(site, *rows) : nullptr;
 }
 
 }  // namespace corvessa::windows

@@ -5,7 +5,6 @@
 #include "win32/utf16.h"
 #include "windows/forms/common_controls.h"
 #include "windows/forms/control_kinds.h"
-#include "windows/forms/form_window.h"
 #include "windows/forms/metrics.h"
 #include "windows/forms/window_text.h"
 
@@ -16,16 +15,25 @@ constexpr DWORD kStyle = WS_TABSTOP;
 constexpr DWORD kLineStyle = kStyle | ES_AUTOHSCROLL;
 constexpr DWORD kLinesStyle = kStyle | ES_MULTILINE | ES_READONLY | ES_AUTOVSCROLL | WS_VSCROLL;
 
-/// A box of one line, which the user types into.
+/// Passphrases up to this length. When a text outgrows the system's text box, the box moves it and
+/// leaves a copy behind.
+constexpr std::size_t kUsualSecret = 1000;
+
+/// A box of one line, which the user types into. A passphrase is overwritten, in the box and in
+/// what the box keeps for undoing, when the box is cleared or closed. Out of reach are the copies
+/// of one longer than usual, and those of an input method or the clipboard that it came from.
 class LineBoxWindow final : public ControlWindow {
  public:
-  LineBoxWindow(FormWindow& form, TextBox& box)
+  LineBoxWindow(ControlSite& site, TextBox& box)
       : ControlWindow(
-            form, box,
+            site, box,
             {WC_EDITW, kLineStyle | (box.IsPassword() ? DWORD{ES_PASSWORD} : 0), WS_EX_CLIENTEDGE}),
         box_(box),
         is_secret_(box.IsPassword()) {
-    if (is_secret_) Send(EM_SETPASSWORDCHAR, L'*');
+    if (!is_secret_) return;
+    Send(EM_SETPASSWORDCHAR, L'*');
+    // It keeps the room that this takes.
+    WipeTextBox(Handle(), kUsualSecret);
   }
   ~LineBoxWindow() override {
     if (is_secret_) WipeTextBox(Handle(), longest_);
@@ -34,7 +42,6 @@ class LineBoxWindow final : public ControlWindow {
   void OnCommand(int notification) override {
     if (notification != EN_CHANGE) return;
     NoteLength();
-    if (is_secret_) Send(EM_EMPTYUNDOBUFFER);
     if (!IsUpdating()) box_.Type(TextOf(Handle()).View());
   }
   void TakeFocus() override {
@@ -46,7 +53,7 @@ class LineBoxWindow final : public ControlWindow {
   LRESULT OnMessage(UINT message, WPARAM word, LPARAM data) override {
     // Nothing of a passphrase leaves the box but through the model.
     const bool would_leak = message == WM_CONTEXTMENU || message == WM_COPY || message == WM_CUT ||
-                            message == WM_UNDO || message == EM_UNDO;
+                            message == WM_UNDO || message == EM_UNDO || message == EM_CANUNDO;
     if (is_secret_ && would_leak) return 0;
     return ControlWindow::OnMessage(message, word, data);
   }
@@ -69,8 +76,8 @@ class LineBoxWindow final : public ControlWindow {
 /// original of a message as it is.
 class LinesBoxWindow final : public ControlWindow {
  public:
-  LinesBoxWindow(FormWindow& form, TextBox& box)
-      : ControlWindow(form, box, {WC_EDITW, kLinesStyle, WS_EX_CLIENTEDGE}), box_(box) {
+  LinesBoxWindow(ControlSite& site, TextBox& box)
+      : ControlWindow(site, box, {WC_EDITW, kLinesStyle, WS_EX_CLIENTEDGE}), box_(box) {
     Send(EM_SETLIMITTEXT);
     if (box.HasFixedPitch()) {
       Send(WM_SETFONT, reinterpret_cast<WPARAM>(Measures().FixedFont()));
@@ -103,11 +110,11 @@ class LinesBoxWindow final : public ControlWindow {
 
 }  // namespace
 
-std::unique_ptr<ControlWindow> MakeTextBox(FormWindow& form, Control& control) {
+std::unique_ptr<ControlWindow> MakeTextBox(ControlSite& site, Control& control) {
   auto* const box = dynamic_cast<TextBox*>(&control);
   if (!box) return nullptr;
-  if (box->IsMultiLine()) return std::make_unique<LinesBoxWindow>(form, *box);
-  return std::make_unique<LineBoxWindow>(form, *box);
+  if (box->IsMultiLine()) return std::make_unique<LinesBoxWindow>(site, *box);
+  return std::make_unique<LineBoxWindow>(site, *box);
 }
 
 }  // namespace corvessa::windows

@@ -12,6 +12,14 @@ Function* Find(const char* name) {
   return reinterpret_cast<Function*>(reinterpret_cast<void*>(address));
 }
 
+/// The system's own colours count then, which a theme need not have.
+bool IsHighContrast() {
+  HIGHCONTRASTW facts = {};
+  facts.cbSize = sizeof facts;
+  return SystemParametersInfoW(SPI_GETHIGHCONTRAST, facts.cbSize, &facts, 0) &&
+         (facts.dwFlags & HCF_HIGHCONTRASTON) != 0;
+}
+
 }  // namespace
 
 VisualStyles::VisualStyles() {
@@ -32,6 +40,7 @@ VisualStyles::~VisualStyles() {
 
 VisualStyles::Use::Use(const VisualStyles& styles) {
   const auto activate = Find<decltype(ActivateActCtx)>("ActivateActCtx");
+  if (IsHighContrast()) return;
   if (styles.context_ != INVALID_HANDLE_VALUE && activate) activate(styles.context_, &cookie_);
 }
 

@@ -13,7 +13,7 @@ class VisualStyles {
   VisualStyles(const VisualStyles&) = delete;
   VisualStyles& operator=(const VisualStyles&) = delete;
 
-  /// Windows that are made while it lives follow the theme.
+  /// Windows that are made while it lives follow the theme, but not in high contrast.
   class Use {
    public:
     explicit Use(const VisualStyles& styles);

@@ -1,6 +1,7 @@
 #include "windows/forms/window_text.h"
 
 #include <algorithm>
+#include <vector>
 
 #include "base/text.h"
 #include "win32/utf16.h"
@@ -15,14 +16,10 @@ void Wipe(std::wstring& text) {
 }  // namespace
 
 SecretString TextOf(HWND window) {
-  std::wstring wide(static_cast<std::size_t>(GetWindowTextLengthW(window)) + 1, L'\0');
-  wide.resize(
-      static_cast<std::size_t>(GetWindowTextW(window, wide.data(), static_cast<int>(wide.size()))));
-  std::string narrow = win32::ShownUtf8(wide);
-  Wipe(wide);
-  SecretString text(narrow);
-  WipeText(narrow);
-  return text;
+  std::vector<wchar_t, SecretAllocator<wchar_t>> text(
+      static_cast<std::size_t>(GetWindowTextLengthW(window)) + 1);
+  const int size = GetWindowTextW(window, text.data(), static_cast<int>(text.size()));
+  return win32::ShownUtf8Secret({text.data(), static_cast<std::size_t>(size)});
 }
 
 void SetText(HWND window, std::string_view text) {

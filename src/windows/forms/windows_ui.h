@@ -7,7 +7,7 @@
 
 #include "platform/ui.h"
 #include "windows/forms/form_window.h"
-#include "windows/forms/keyboard.h"
+#include "windows/forms/keyboard_hook.h"
 #include "windows/forms/metrics.h"
 #include "windows/forms/modality.h"
 #include "windows/forms/visual_styles.h"
