@@ -1,9 +1,9 @@
 #include <utility>
 
+#include "gallery/forms_host.h"
 #include "ui/ui_conformance.h"
 #include "win32/utf16.h"
 #include "windows/forms/common_controls.h"
-#include "windows/forms/forms_host.h"
 #include "windows/support/form_windows.h"
 
 /// The windows in the suite of all back ends, worked with by the system's own mouse and keyboard.
@@ -208,7 +208,7 @@ class WindowsDriver final : public UiDriver {
   }
 
   static inline WindowsDriver* current_ = nullptr;
-  FormsHost host_;
+  gallery::FormsHost host_;
   UINT_PTR timer_ = 0;
   ULONGLONG last_ = GetTickCount64();
 };

@@ -6,7 +6,7 @@
 
 #include "ui/form.h"
 
-namespace corvessa::testing {
+namespace corvessa::gallery {
 
 /// A form in a state that users see it in.
 struct FormCase {
@@ -24,4 +24,4 @@ const std::vector<FormCase>& FormTable();
 /// Writes the names of the brand and the addresses of its pages into the registry.
 void SetBrand(const std::string& short_name, const std::string& long_name);
 
-}  // namespace corvessa::testing
+}  // namespace corvessa::gallery

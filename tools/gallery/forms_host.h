@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <ole2.h>
 
 #include "platform/engine.h"
 #include "platform/host.h"
@@ -14,7 +15,16 @@
 #include "windows/system/registry.h"
 #include "windows/system/services.h"
 
-namespace corvessa::testing {
+namespace corvessa::gallery {
+
+/// COM with the clipboard, while it lives.
+class OleScope {
+ public:
+  OleScope() { OleInitialize(nullptr); }
+  ~OleScope() { OleUninitialize(); }
+  OleScope(const OleScope&) = delete;
+  OleScope& operator=(const OleScope&) = delete;
+};
 
 /// Installs what the add-in stands on in a process of its own, with the brand's pictures.
 class FormsHost {
@@ -37,6 +47,10 @@ class FormsHost {
   FormsHost(const FormsHost&) = delete;
   FormsHost& operator=(const FormsHost&) = delete;
 
+ private:
+  OleScope ole_;
+
+ public:
   windows::WindowsUi ui;
 
  private:
@@ -52,4 +66,4 @@ class FormsHost {
   std::unique_ptr<platform::EngineFactory> engine_ = windows::CreateComEngineFactory();
 };
 
-}  // namespace corvessa::testing
+}  // namespace corvessa::gallery

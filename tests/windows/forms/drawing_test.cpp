@@ -1,29 +1,19 @@
-#include <algorithm>
-#include <gtest/gtest.h>
 #include <optional>
-#include <utility>
+#include <set>
 #include <vector>
 
 #include "base/text.h"
+#include "gallery/high_contrast.h"
 #include "message/frm_message_status.h"
 #include "ui/controls.h"
 #include "ui/list_controls.h"
 #include "win32/utf16.h"
 #include "windows/forms/common_controls.h"
-#include "windows/forms/form_table.h"
-#include "windows/forms/forms_host.h"
-#include "windows/support/form_windows.h"
+#include "windows/forms/forms_fixture.h"
 
 /// Every form of the add-in as it is drawn.
 namespace corvessa::testing {
 namespace {
-
-constexpr auto kShort = "Corvessa";
-constexpr auto kLong = "Corvessa Professional for Outlook";
-
-const FormCase& CaseOf(const std::string& picture) {
-  return *std::ranges::find(FormTable(), picture, &FormCase::picture);
-}
 
 struct Seen {
   Control* control;
@@ -143,6 +133,8 @@ void Lengthen(Form& form) {
   }
 }
 
+constexpr auto kLong = "Corvessa Professional for Outlook";
+
 struct Variant {
   const char* name;
   const char* long_name;
@@ -150,15 +142,15 @@ struct Variant {
   bool is_longer;
 };
 
-TEST(FormsTest, EveryTextFitsNothingOverlapsAndTheTabOrderFollowsTheEye) {
+TEST(FormVariantsTest, EveryTextFitsNothingOverlapsAndTheTabOrderFollowsTheEye) {
   for (const Variant& variant :
        {Variant{"plain", kLong, 96, false}, Variant{"larger text", kLong, 144, false},
         Variant{"a long brand name", "Marrow-Guard Professional Edition for Microsoft Outlook", 96,
                 false},
         Variant{"longer texts", kLong, 96, true}}) {
-    SetBrand(kShort, variant.long_name);
-    const FormsHost host(variant.dpi);
-    for (const FormCase& one : FormTable()) {
+    gallery::SetBrand("Corvessa", variant.long_name);
+    const gallery::FormsHost host(variant.dpi);
+    for (const gallery::FormCase& one : gallery::FormTable()) {
       SCOPED_TRACE(std::string(variant.name) + ", " + one.picture);
       const FormPtr form = one.make();
       if (variant.is_longer) Lengthen(*form);
@@ -169,57 +161,74 @@ TEST(FormsTest, EveryTextFitsNothingOverlapsAndTheTabOrderFollowsTheEye) {
   }
 }
 
-/// How many objects of a kind there are, as far as their numbers tell: new ones fill the gaps.
-template <typename Make, typename Delete>
-DWORD Count(Make make, Delete remove) {
-  constexpr std::size_t kMoreThanGaps = 3000;
-  std::vector<decltype(make())> made;
-  DWORD highest = 0;
-  while (made.size() < kMoreThanGaps) {
-    made.push_back(make());
-    highest = std::max<DWORD>(highest, LOWORD(reinterpret_cast<ULONG_PTR>(made.back())));
+/// What a window shows, read off the screen.
+class Shown {
+ public:
+  explicit Shown(HWND window) {
+    const HDC source = GetDC(window);
+    GetClientRect(window, &area_);
+    BITMAPINFO format = {};
+    format.bmiHeader = {sizeof format.bmiHeader, area_.right, -area_.bottom, 1, 32, BI_RGB};
+    const HDC copy = CreateCompatibleDC(source);
+    void* bits = nullptr;
+    const HBITMAP bitmap = CreateDIBSection(source, &format, DIB_RGB_COLORS, &bits, nullptr, 0);
+    const HGDIOBJ before = SelectObject(copy, bitmap);
+    BitBlt(copy, 0, 0, area_.right, area_.bottom, source, 0, 0, SRCCOPY);
+    GdiFlush();
+    const auto* const pixels = static_cast<const DWORD*>(bits);
+    pixels_.assign(pixels, pixels + area_.right * area_.bottom);
+    SelectObject(copy, before);
+    DeleteObject(bitmap);
+    DeleteDC(copy);
+    ReleaseDC(window, source);
   }
-  std::ranges::for_each(made, remove);
-  return highest;
-}
-
-/// GDI and USER objects. Not every system counts those of a process.
-std::pair<DWORD, DWORD> SystemObjects() {
-  const DWORD gdi = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS);
-  const DWORD user = GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS);
-  if (gdi != 0 && user != 0) return {gdi, user};
-  return {Count([] { return CreateSolidBrush(0); }, DeleteObject), Count(CreateMenu, DestroyMenu)};
-}
-
-TEST(FormsTest, NoObjectOfTheSystemStaysBehindAForm) {
-  SetBrand(kShort, kLong);
-  FormsHost host;
-  const bool is_counted = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS) != 0;
-  const char* const times = std::getenv("CORVESSA_FORM_CYCLES");
-  for (const FormCase& one : FormTable()) {
-    std::pair<DWORD, DWORD> before;
-    const int cycles = times ? std::atoi(times) : 10;
-    for (int i = -5; i < cycles; ++i) {
-      if (i == 0) before = SystemObjects();
-      one.make()->Show();
-      DropLoadedForms();
-      host.ui.DoEvents();
+  std::set<COLORREF> ColoursIn(RECT place) const {
+    IntersectRect(&place, &place, &area_);
+    std::set<COLORREF> colours;
+    for (LONG y = place.top; y < place.bottom; ++y) {
+      for (LONG x = place.left; x < place.right; ++x) {
+        const DWORD pixel = pixels_[static_cast<std::size_t>(y * area_.right + x)];
+        colours.insert(RGB(pixel >> 16 & 0xFF, pixel >> 8 & 0xFF, pixel & 0xFF));
+      }
     }
-    const auto after = SystemObjects();
-    // Under Wine one GDI object stays behind with each window; whose it is has not been found.
-    const DWORD left = is_counted ? 0 : static_cast<DWORD>(cycles);
-    EXPECT_LE(after.first, before.first + left + 4) << one.picture;
-    EXPECT_LE(after.second, before.second + 4) << one.picture;
+    return colours;
+  }
+
+ private:
+  RECT area_ = {};
+  std::vector<DWORD> pixels_;
+};
+
+TEST_F(FormsTest, InHighContrastEveryControlIsDrawnInTheColoursOfTheSystem) {
+  using gallery::HighContrast;
+  for (const gallery::FormCase& one : gallery::FormTable()) {
+    const FormPtr form = one.make();
+    const HWND window = Show(*form);
+    const HighContrast contrast;
+    host.ui.DoEvents();
+    const Shown shown(window);
+    for (const Seen& seen : SeenControls(*form, window)) {
+      if (dynamic_cast<Image*>(seen.control) || seen.is_background) continue;
+      std::set<COLORREF> colours = shown.ColoursIn(seen.place);
+      const auto* const captioned = dynamic_cast<CaptionedControl*>(seen.control);
+      // The system's own disabled buttons have shadows instead of a colour.
+      if (captioned && !captioned->Caption().empty() && seen.control->IsUsable()) {
+        EXPECT_TRUE(colours.contains(HighContrast::kText)) << one.picture << " " << Name(seen);
+      }
+      for (const COLORREF known :
+           {HighContrast::kBackground, HighContrast::kText, HighContrast::kDisabled,
+            HighContrast::kFrame, HighContrast::kChosen}) {
+        colours.erase(known);
+      }
+      EXPECT_EQ(colours, std::set<COLORREF>()) << one.picture << " " << Name(seen);
+    }
+    DropLoadedForms();
   }
 }
 
-TEST(FormsTest, WhatIsShortenedIsWholeInAToolTipWithoutWhatDisguisesIt) {
-  SetBrand(kShort, kLong);
-  const FormsHost host;
-  const auto form =
-      std::dynamic_pointer_cast<frmMessageStatus>(CaseOf("message-status-long").make());
-  form->Show();
-  const HWND window = FindForm(GetCurrentThreadId(), "frmMessageStatus");
+TEST_F(FormsTest, WhatIsShortenedIsWholeInAToolTipWithoutWhatDisguisesIt) {
+  const auto form = Make<frmMessageStatus>("message-status-long");
+  const HWND window = Show(*form);
   const HWND label = FindControl(window, "lblFrom");
   EXPECT_EQ(TextOf(label), ForDisplay(form->lblFrom.Caption()));
   const HWND tips = FindWindowExW(nullptr, nullptr, TOOLTIPS_CLASSW, nullptr);
@@ -233,82 +242,6 @@ TEST(FormsTest, WhatIsShortenedIsWholeInAToolTipWithoutWhatDisguisesIt) {
   EXPECT_EQ(win32::ShownUtf8(text),
             "A name & a subject that are longer than any label, that turn the writing around and "
             "that go on and on and on until they end somewhere here");
-  DropLoadedForms();
-}
-
-HWND seen_owner;
-BOOL seen_enabled;
-
-void CALLBACK LookAtOwnerAndClose(HWND /*window*/, UINT /*message*/, UINT_PTR /*timer*/,
-                                  DWORD /*time*/) {
-  seen_owner = GetWindow(FindForm(GetCurrentThreadId(), "frmAbout"), GW_OWNER);
-  seen_enabled = IsWindowEnabled(seen_owner);
-  DropLoadedForms();
-}
-
-TEST(FormsTest, AModalFormHoldsTheForegroundWindowAndGivesTheFocusBack) {
-  SetBrand(kShort, kLong);
-  const FormsHost host;
-  const HWND outlook = CreateWindowExW(0, L"Static", L"Outlook", WS_OVERLAPPEDWINDOW | WS_VISIBLE,
-                                       0, 0, 300, 200, nullptr, nullptr, nullptr, nullptr);
-  const HWND mail = CreateWindowExW(0, L"Edit", L"", WS_CHILD | WS_VISIBLE, 0, 0, 100, 100, outlook,
-                                    nullptr, nullptr, nullptr);
-  SetForegroundWindow(outlook);
-  SetFocus(mail);
-  const UINT_PTR timer = SetTimer(nullptr, 0, 100, LookAtOwnerAndClose);
-  CaseOf("about").make()->ShowModal();
-  KillTimer(nullptr, timer);
-  EXPECT_EQ(seen_owner, outlook);
-  EXPECT_FALSE(seen_enabled);
-  EXPECT_TRUE(IsWindowEnabled(outlook));
-  EXPECT_EQ(GetFocus(), mail);
-  DestroyWindow(outlook);
-}
-
-TEST(FormsTest, TheUserSizesAWindowAndALostOneComesBack) {
-  SetBrand(kShort, kLong);
-  const FormsHost host;
-  const auto form = std::dynamic_pointer_cast<frmMessageStatus>(CaseOf("message-status").make());
-  form->Show();
-  const HWND window = FindForm(GetCurrentThreadId(), "frmMessageStatus");
-  MINMAXINFO limits = {};
-  Send(window, WM_GETMINMAXINFO, 0, reinterpret_cast<LPARAM>(&limits));
-  EXPECT_EQ(limits.ptMinTrackSize.x, 295);
-  EXPECT_EQ(limits.ptMinTrackSize.y, 336);
-  RECT before = {};
-  GetWindowRect(window, &before);
-  SetWindowPos(window, nullptr, -9000, -9000, before.right - before.left + 50,
-               before.bottom - before.top + 30, SWP_NOZORDER);
-  RECT client = {};
-  GetClientRect(window, &client);
-  const windows::Metrics metrics;
-  EXPECT_EQ(form->Width(), metrics.ModelWidth(client.right));
-  EXPECT_EQ(form->Height(), metrics.ModelHeight(client.bottom));
-  EXPECT_GT(form->Width(), 420);
-  EXPECT_EQ(form->lvwEncryption.Bounds().width - 378, form->Width() - 420);
-  EXPECT_EQ(MonitorFromWindow(window, MONITOR_DEFAULTTONULL), nullptr);
-  form->Show();
-  EXPECT_NE(MonitorFromWindow(window, MONITOR_DEFAULTTONULL), nullptr);
-  DropLoadedForms();
-}
-
-TEST(FormsTest, APassphraseStaysInItsBox) {
-  SetBrand(kShort, kLong);
-  const FormsHost host;
-  const FormPtr form = CaseOf("login").make();
-  form->Show();
-  const HWND box = FindControl(FindForm(GetCurrentThreadId(), "frmLogin"), "txtPassword");
-  Send(box, EM_REPLACESEL, TRUE, reinterpret_cast<LPARAM>(L"secret"));
-  EXPECT_EQ(form->Find<TextBox>("txtPassword")->Text(), "secret");
-  EXPECT_FALSE(Send(box, EM_CANUNDO));
-  Send(box, EM_SETSEL, 0, -1);
-  Send(box, WM_COPY);
-  EXPECT_FALSE(IsClipboardFormatAvailable(CF_UNICODETEXT));
-  EXPECT_EQ(Send(box, EM_GETPASSWORDCHAR), '*');
-  form->Find<TextBox>("txtPassword")->SetText("");
-  EXPECT_EQ(TextOf(box), "");
-  EXPECT_FALSE(Send(box, EM_CANUNDO));
-  DropLoadedForms();
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "windows/forms/form_table.h"
+#include "gallery/form_table.h"
 
 #include <memory>
 #include <utility>
@@ -17,7 +17,7 @@
 #include "settings/settings.h"
 #include "win32/utf16.h"
 
-namespace corvessa::testing {
+namespace corvessa::gallery {
 namespace {
 
 constexpr const char* kLong =
@@ -198,4 +198,4 @@ void SetBrand(const std::string& short_name, const std::string& long_name) {
   set(L"URLPassphrase", "http://www.example.org/passphrase");
 }
 
-}  // namespace corvessa::testing
+}  // namespace corvessa::gallery

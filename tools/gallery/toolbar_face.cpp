@@ -1,4 +1,4 @@
-#include "windows/forms/toolbar_face.h"
+#include "gallery/toolbar_face.h"
 
 #include "branding/customization.h"
 #include "settings/edition.h"
@@ -6,7 +6,7 @@
 #include "win32/utf16.h"
 #include "windows/forms/metrics.h"
 
-namespace corvessa::testing {
+namespace corvessa::gallery {
 namespace {
 
 constexpr int kSide = 16;
@@ -67,4 +67,4 @@ HWND ShowToolbarFace() {
   return window;
 }
 
-}  // namespace corvessa::testing
+}  // namespace corvessa::gallery
