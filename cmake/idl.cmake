@@ -2,9 +2,14 @@
 find_program(WIDL ${CORVESSA_WINDOWS_TARGET}-w64-mingw32-widl REQUIRED)
 # widl writes the time of its run into type libraries, where equal input must give equal files.
 find_program(FAKETIME faketime REQUIRED)
-# The library of the types of OLE Automation, which others build on. It comes with Wine.
-find_path(STDOLE_FOLDER stdole2.tlb REQUIRED NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH
-  PATHS /usr/lib/i386-linux-gnu/wine/i386-windows /usr/lib/x86_64-linux-gnu/wine/x86_64-windows)
+# The library of the types of OLE Automation, which others refer to.
+set(STDOLE_FOLDER ${PROJECT_BINARY_DIR}/generated/stdole)
+file(MAKE_DIRECTORY ${STDOLE_FOLDER})
+add_custom_command(
+  OUTPUT ${STDOLE_FOLDER}/stdole2.tlb
+  COMMAND ${WIDL} -t -o ${STDOLE_FOLDER}/stdole2.tlb ${PROJECT_SOURCE_DIR}/idl/system/stdole2.idl
+  DEPENDS ${PROJECT_SOURCE_DIR}/idl/system/stdole2.idl)
+add_custom_target(corvessa_stdole_files DEPENDS ${STDOLE_FOLDER}/stdole2.tlb)
 
 # corvessa_idl(name): makes "idl/name.h" and "idl/name.tlb" of idl/name.idl, for targets that link
 # corvessa_name_idl.
@@ -19,8 +24,9 @@ function(corvessa_idl name)
     COMMAND ${WIDL} ${includes} -h -o ${result}.h ${source}
     COMMAND ${CMAKE_COMMAND} -E env TZ=UTC ${FAKETIME} "2000-01-01 00:00:00"
       ${WIDL} ${includes} -L ${STDOLE_FOLDER} -t -o ${result}.tlb ${source}
-    DEPENDS ${source} ${PROJECT_SOURCE_DIR}/idl/system/oaidl.idl)
+    DEPENDS ${source} ${PROJECT_SOURCE_DIR}/idl/system/oaidl.idl ${STDOLE_FOLDER}/stdole2.tlb)
   add_custom_target(corvessa_${name}_idl_files DEPENDS ${result}.h ${result}.tlb)
+  add_dependencies(corvessa_${name}_idl_files corvessa_stdole_files)
   add_library(corvessa_${name}_idl INTERFACE)
   target_include_directories(corvessa_${name}_idl SYSTEM INTERFACE ${generated})
   add_dependencies(corvessa_${name}_idl corvessa_${name}_idl_files)
