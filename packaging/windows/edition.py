@@ -13,6 +13,8 @@ SWITCHES = ("DisableInternetMode", "DisableCorporateOrWorkgroupMode",
             "DisableAutoDecryptAttachments", "DisableKeyGen", "NoToolbarButtonText", "ADKEnabled")
 # What names the edition; a setup always writes these, and keeps all others that it finds.
 NAMES = ("AppShortName", "AppLongName")
+# What stands round each help page: the head and the menu.
+FRAME = "frame.html"
 # The add-in reads texts into a buffer of 255 bytes.
 LONGEST = 254
 
@@ -72,6 +74,7 @@ class Edition:
             raise EditionError(f"edition.ini: {problem}") from problem
         self.pages = {page.name: page for place in (self.default_pages, self.folder / "help")
                       if place.is_dir() for page in sorted(place.iterdir()) if page.is_file()}
+        self.frame = self.pages.pop(FRAME)
         self.check_names()
         self.check_values()
         self.check_pictures()
@@ -126,7 +129,12 @@ class Edition:
                 [(name, "DWORD", self.given.get(name, "0")) for name in SWITCHES])
 
     def page_text(self, path):
-        """The product's pages name the product; those of another edition name that."""
+        """A page as it is installed: in the frame that all share, unless it is whole by itself. The
+        product's pages name the product; those of another edition name that."""
         text = path.read_text(encoding="utf-8")
+        title = re.match(r"<h1>(.*?)</h1>\n", text)
+        if title:
+            frame = self.frame.read_text(encoding="utf-8")
+            text = frame.replace("@TITLE@", title[1]).replace("@CONTENT@", text)
         text = text.replace("Corvessa Professional for Outlook", self.given["AppLongName"])
         return text.replace("Corvessa", self.given["AppShortName"])

@@ -109,7 +109,12 @@ def source(edition, version, files, setup_dll):
         tag("Binary", Id="SetupDll", SourceFile=setup_dll.name) +
         tag("CustomAction", Id="CheckOutlook", BinaryKey="SetupDll",
             DllEntry="RefuseWhileOutlookRuns", Execute="immediate", Return="check") +
-        tag("InstallExecuteSequence", actions + tag("Custom", Action="CheckOutlook", Sequence=110)) +
+        tag("CustomAction", Id="ReportMissing", BinaryKey="SetupDll",
+            DllEntry="ReportMissingLibraries", Execute="immediate", Return="ignore") +
+        tag("InstallExecuteSequence",
+            actions + tag("Custom", Action="CheckOutlook", Sequence=110) +
+            # After InstallFinalize, which is number 6600.
+            tag("Custom", "NOT REMOVE", Action="ReportMissing", Sequence=6610)) +
         tag("Feature", "".join(tag("ComponentRef", Id=name) for name in [*names, "Values", "Menu"]),
             Id="All", Level=1, Title=long_name))
     return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n" + tag(

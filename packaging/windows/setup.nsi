@@ -370,17 +370,17 @@ Section
   SetErrorLevel 0
 SectionEnd
 
+!macro ReportMissingLibrary NUMBER
+  System::Call '$PLUGINSDIR\corvessa_setup.dll::MissingLibrary(i ${NUMBER}, w .r0) ? cu'
+  ${If} $0 != ""
+    ${Say} "$0"
+  ${EndIf}
+!macroend
+
 ; They come with other products; without them mail cannot be protected.
 Function ReportMissingLibraries
-  ReadRegStr $0 HKCR "SfMl.SfMailItem\CLSID" ""
-  ReadRegStr $1 HKCR "MAPI.Session\CLSID" ""
-  ClearErrors
-  ${If} $0 == ""
-    ${Say} "Installed. But the safe mail item library (SfMl.SfMailItem) is not registered on this computer: until it is, protected mail cannot be sent, and addresses from Outlook's address book are not found. Your administrator or the supplier of the edition has it."
-  ${EndIf}
-  ${If} $1 == ""
-    ${Say} "Installed. But Collaboration Data Objects 1.21 (MAPI.Session) is not registered on this computer: until it is, recipients without an Internet address are not resolved. It is an optional part of Outlook's own setup."
-  ${EndIf}
+  !insertmacro ReportMissingLibrary 0
+  !insertmacro ReportMissingLibrary 1
 FunctionEnd
 
 ; --- Removing ---

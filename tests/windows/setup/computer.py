@@ -12,7 +12,7 @@ VERSION = re.search(r"VERSION ([0-9.]+)", (TOP / "CMakeLists.txt").read_text().s
 NOISE = re.compile(r"\[(Software\\\\(Wine|Microsoft\\\\(Windows\\\\CurrentVersion\\\\(Explorer|"
                    r"Internet Settings|Installer\\\\(Folders|UserData\\\\[^\\]+$|UserData$))|"
                    r"Cryptography\\\\RNG|Windows NT\\\\CurrentVersion\\\\(Print|ProfileList)))|"
-                   r"Software\\\\Classes\\\\(SfMl|MAPI|\.html)|Volatile|System\\\\|Printers|Hardware)",
+                   r"Software\\\\Classes\\\\(SfMl|MAPI|\.html)|Console|Volatile|System\\\\|Printers|Hardware)",
                    re.I)
 
 

@@ -293,7 +293,12 @@ class Msi(PackageTest):
         before = computer.state()
         self.assertEqual(self.msi(computer, "/i", "0.9.0", "ADKENABLED=#1"), 0)
         computer.set(VERSION_KEY, "EngineLookupServer", "hkps://keys.example.org")
-        self.assertEqual(self.msi(computer, "/i", VERSION, "DISABLEAUTODECRYPTATTACHMENTS=#1"), 0)
+        self.assertEqual(self.msi(computer, "/i", VERSION, "DISABLEAUTODECRYPTATTACHMENTS=#1", "/l*v",
+                                  r"C:\log.txt"), 0)
+        log = (computer.drive / "log.txt").read_bytes().replace(b"\0", b"").decode()
+        for missing in "SfMl.SfMailItem", "MAPI.Session":
+            self.assertIn(f"({missing}) is not registered", log)
+        (computer.drive / "log.txt").unlink()
         self.assert_values(computer, (VERSION_KEY, "EngineLookupServer", "hkps://keys.example.org"),
                            (VERSION_KEY, "ADKEnabled", "0x1"),
                            (VERSION_KEY, "DisableAutoDecryptAttachments", "0x1"),
@@ -315,9 +320,33 @@ class Msi(PackageTest):
             one.endswith(r"Outlook\\Addins"))}, set())
 
 
-class Pages(unittest.TestCase):
+    def test_without_rights_it_says_so_and_changes_nothing(self):
+        # Wine takes everybody for an administrator. So an action of the test takes the rights back
+        # that Windows would not have given.
+        package = self.dist / "Corvessa-0.0.0.msi"
+        shutil.copy(self.dist / f"Corvessa-{VERSION}.msi", package)
+        for query in ("INSERT INTO `CustomAction` (`Action`, `Type`, `Source`) "
+                      "VALUES ('NoRights', 51, 'Privileged')",
+                      "INSERT INTO `InstallExecuteSequence` (`Action`, `Sequence`) "
+                      "VALUES ('NoRights', 1)"):
+            subprocess.run(["msibuild", package, "-q", query], check=True)
+        computer = self.computer()
+        before = computer.state()
+        self.assertEqual(self.msi(computer, "/i", "0.0.0"), MSI_FAILED)
+        self.assertEqual(differences(before, computer.state()), set())
+        # Windows shows and logs these; Wine only shows them.
+        said = subprocess.run(["msiinfo", "export", package, "LaunchCondition"], check=True,
+                              stdout=subprocess.PIPE, text=True).stdout
+        self.assertIn("Privileged\tCorvessa Professional for Outlook is installed for all users of "
+                      "this computer. That needs the rights of an administrator.", said)
+
+
+class Pages(PackageTest):
     def test_a_browser_shows_each_page_and_each_link_leads_to_one(self):
-        pages = sorted((TOP / "docs/help").glob("*.html"))
+        subprocess.run(["msiextract", "-C", self.place, self.dist / f"Corvessa-{VERSION}.msi"],
+                       check=True, stdout=subprocess.DEVNULL)
+        pages = sorted(next(self.place.rglob("help")).glob("*.html"))
+        self.assertEqual(len(pages), 5)
         pictures = BUILD / "help-pages"  # To be looked at.
         shutil.rmtree(pictures, ignore_errors=True)
         pictures.mkdir()
