@@ -19,6 +19,7 @@ BUILT = {
     "botan": ("BSD-2-Clause", ENGINE),
     "json-c": ("MIT", ENGINE),
     "bzip2": ("bzip2-1.0.6", ENGINE),
+    "uchardet": ("MPL-1.1 OR GPL-2.0-or-later OR LGPL-2.1-or-later", ENGINE),
 }
 # Debian's binary packages that are linked in.
 INSTALLED = {

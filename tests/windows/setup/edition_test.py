@@ -105,7 +105,8 @@ class Edition(unittest.TestCase):
             r".*?LINK_LIBRARIES = (.*?)$", (BUILD / "build.ninja").read_text(), re.M | re.S)
                   for archive in libraries.split() if archive.endswith(".a")
                   and not archive.startswith("src/")}
-        self.assertEqual(linked, {"libz.a", "librnp.a", "libbotan-2.a", "libjson-c.a", "libbz2.a"})
+        self.assertEqual(linked, {"libz.a", "librnp.a", "libbotan-2.a", "libjson-c.a", "libbz2.a",
+                                  "libuchardet.a"})
         page = (inside / "help/index.html").read_text()
         self.assertIn("Harbor Mail for Outlook signs and encrypts", page)
         self.assertNotIn("Corvessa", page)
