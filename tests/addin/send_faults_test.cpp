@@ -2,6 +2,7 @@
 #include <functional>
 
 #include "accounts/nimbra_account.h"
+#include "base/text.h"
 #include "crypto/frm_timer.h"
 #include "crypto/temp_files.h"
 #include "forms/dialogs.h"

@@ -4,6 +4,7 @@
 #include "accounts/registry_handlers.h"
 #include "addin/frm_send_from_external_application.h"
 #include "addin/outlook_support.h"
+#include "base/text.h"
 #include "crypto/crypto_operations.h"
 #include "crypto/temp_files.h"
 #include "forms/dialogs.h"

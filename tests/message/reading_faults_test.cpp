@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "base/text.h"
 #include "forms/frm_progress.h"
 #include "message/mail_item_node.h"
 #include "settings/settings.h"

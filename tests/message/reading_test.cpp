@@ -1,6 +1,7 @@
 #include <functional>
 #include <gmock/gmock.h>
 
+#include "base/text.h"
 #include "crypto/stored_files.h"
 #include "forms/dialogs.h"
 #include "forms/frm_progress.h"

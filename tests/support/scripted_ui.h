@@ -1,10 +1,8 @@
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <gtest/gtest.h>
 #include <map>
 #include <set>
 #include <string>
@@ -12,7 +10,6 @@
 #include <utility>
 #include <vector>
 
-#include "base/text.h"
 #include "platform/ui.h"
 #include "ui/controls.h"
 #include "ui/form.h"
@@ -72,16 +69,7 @@ class ScriptedUi final : public platform::Ui {
   const std::vector<std::string>& Shown() const { return shown_; }
   void ClearShown() { shown_.clear(); }
   /// Fails the test for each form or box that was expected and never came; forgets them.
-  void FailOnMissing() {
-    for (const auto& [name, answers] : std::exchange(expected_, {})) {
-      if (!answers.empty()) {
-        ADD_FAILURE() << "form " << name << " was to be shown " << answers.size() << " times more";
-      }
-    }
-    for (const Box& box : std::exchange(boxes_, {})) {
-      ADD_FAILURE() << "a message box was to be shown: " << box.text;
-    }
-  }
+  void FailOnMissing();
 
   /// Runs in every DoEvents, with the number of the call from 1.
   std::function<void(int)> on_do_events;
@@ -89,102 +77,24 @@ class ScriptedUi final : public platform::Ui {
   std::function<void(std::string_view)> before_call;
 
   /// That much time passes: the timers that run tick.
-  void Elapse(std::int32_t milliseconds) {
-    for (std::int32_t passed = 0; passed < milliseconds; ++passed) {
-      // A copy, because a tick may start and stop timers.
-      for (const auto& [timer, left] : std::map(timers_)) {
-        const auto running = timers_.find(timer);
-        if (running == timers_.end() || --running->second > 0) continue;
-        running->second = timer->Interval();
-        timer->Tick();
-      }
-    }
-  }
+  void Elapse(std::int32_t milliseconds);
   /// Fails the test for each change of the form that was not reported.
-  void ExpectReported(const Form& form) {
-    for (const auto& [control, shown] : copies_[&form]) {
-      EXPECT_EQ(shown, control ? control->Dump() : WindowOf(form)) << "not reported";
-    }
-  }
+  void ExpectReported(const Form& form);
 
-  std::int32_t ShowBox(std::string_view text, std::string_view title, std::int32_t flags) override {
-    Announce("Ui::ShowBox");
-    const bool can_cancel = (flags & platform::kBoxOkCancel) != 0;
-    std::int32_t answer = can_cancel ? answer_to_the_rest_ : platform::kAnswerOk;
-    const auto expected = std::find_if(boxes_.begin(), boxes_.end(),
-                                       [&](const Box& box) { return box.text == text; });
-    if (expected == boxes_.end()) {
-      if (!everything_allowed_) ADD_FAILURE() << "unexpected message box: " << text;
-    } else {
-      EXPECT_EQ(flags, expected->flags) << text;
-      EXPECT_EQ(title, "Corvessa Professional for Outlook") << text;
-      answer = expected->answer;
-      boxes_.erase(expected);
-    }
-    shown_.push_back("box " + std::string(text));
-    return answer;
-  }
-  void ShowForm(Form& form) override {
-    Announce("Ui::ShowForm");
-    ExpectReported(form);
-    // Nothing for a user to see or to answer.
-    if (form.IsOffScreen()) return;
-    if (!on_screen_.insert(&form).second) {
-      shown_.push_back(form.Name() + " forward");
-      return;
-    }
-    shown_.push_back(form.Name());
-    if (!Answer(form)) CloseUnanswered(form, "unexpected form");
-  }
-  void RunModal(Form& form, Form* /*owner*/) override {
-    Announce("Ui::RunModal");
-    ExpectReported(form);
-    on_screen_.insert(&form);
-    shown_.push_back(form.Name() + " modal");
-    const bool is_answered = Answer(form);
-    if (form.IsVisible() || !is_answered) {
-      CloseUnanswered(form, is_answered ? "left open by its answer" : "unexpected form");
-    }
-    // A form that refuses to close would hold up the test for ever.
-    if (form.IsVisible()) form.Hide();
-  }
-  void FormLoaded(Form& form) noexcept override {
-    copies_[&form][nullptr] = WindowOf(form);
-    for (const Control* control : form.Controls()) copies_[&form][control] = control->Dump();
-  }
-  void FormHidden(Form& form) noexcept override {
-    ExpectReported(form);
-    on_screen_.erase(&form);
-  }
-  void FormUnloaded(Form& form) noexcept override {
-    ExpectReported(form);
-    copies_.erase(&form);
-  }
-  void FormChanged(Form& form, platform::FormChange /*change*/) noexcept override {
-    copies_[&form][nullptr] = WindowOf(form);
-  }
+  std::int32_t ShowBox(std::string_view text, std::string_view title, std::int32_t flags) override;
+  void ShowForm(Form& form) override;
+  void RunModal(Form& form, Form* /*owner*/) override;
+  void FormLoaded(Form& form) noexcept override;
+  void FormHidden(Form& form) noexcept override;
+  void FormUnloaded(Form& form) noexcept override;
+  void FormChanged(Form& form, platform::FormChange /*change*/) noexcept override;
   void ControlChanged(Form& form, Control& control,
-                      platform::ControlChange change) noexcept override {
-    // A long log is not looked at again for each of its lines.
-    if (change == platform::ControlChange::kAppended) {
-      copies_[&form].erase(&control);
-    } else {
-      copies_[&form][&control] = control.Dump();
-    }
-  }
+                      platform::ControlChange change) noexcept override;
   void TimerStarted(Timer& timer) noexcept override { timers_[&timer] = timer.Interval(); }
   void TimerStopped(Timer& timer) noexcept override { timers_.erase(&timer); }
   /// Six pixels a character, none for a combining mark from U+0300 on.
-  int TextWidth(std::string_view text) override {
-    Announce("Ui::TextWidth");
-    const auto marks = std::count(text.begin(), text.end(), '\xCC');
-    return (static_cast<int>(Length(text)) - static_cast<int>(marks)) * 6;
-  }
-  void DoEvents() override {
-    Announce("Ui::DoEvents");
-    ++do_events_calls_;
-    if (on_do_events) on_do_events(do_events_calls_);
-  }
+  int TextWidth(std::string_view text) override;
+  void DoEvents() override;
 
  private:
   struct Box {
@@ -193,32 +103,11 @@ class ScriptedUi final : public platform::Ui {
     std::int32_t answer;
   };
 
-  static std::string WindowOf(const Form& form) {
-    const platform::PicturePtr& icon = form.Icon();
-    return std::string(form.Dump(), 0, form.Dump().find('\n')) + (icon ? icon->source : "") + " " +
-           (form.Focus() ? form.Focus()->Name() : "");
-  }
+  static std::string WindowOf(const Form& form);
 
-  void Announce(std::string_view call) const {
-    if (before_call) before_call(call);
-  }
-  bool Answer(Form& form) {
-    if (auto& queue = expected_[form.Name()]; !queue.empty()) {
-      const FormAnswer answer = std::move(queue.front());
-      queue.pop_front();
-      if (answer) answer(form);
-      return true;
-    }
-    const auto allowed = allowed_.find(form.Name());
-    if (allowed == allowed_.end()) return false;
-    // A copy, because the answer may change what is allowed.
-    if (const FormAnswer answer = allowed->second) answer(form);
-    return true;
-  }
-  void CloseUnanswered(Form& form, std::string_view what) const {
-    if (!everything_allowed_) ADD_FAILURE() << what << ":\n" << form.Dump();
-    form.PressCloseBox();
-  }
+  void Announce(std::string_view call) const;
+  bool Answer(Form& form);
+  void CloseUnanswered(Form& form, std::string_view what) const;
 
   std::map<std::string, std::deque<FormAnswer>> expected_;
   std::map<std::string, FormAnswer> allowed_;
