@@ -1,4 +1,6 @@
 """The add-in inside the stand-in Outlook, with gpg as the other side of every mail."""
+import email.message
+import email.policy
 import functools
 import http.server
 import itertools
@@ -47,8 +49,11 @@ class Scenarios(OutlookCase):
             for body, text, *shown in rows:
                 original = "\r\n".join(body.decode().splitlines())
                 opened = self.open(body, files)
-                self.assertEqual((opened["body"].strip(), captions(opened)["Corvessa Status"]),
+                buttons = captions(opened)["Corvessa Status"]
+                self.assertEqual((opened["body"].strip(), [*buttons[:2], buttons[-1]]),
                                  ((text or original).strip(), [*shown, "Show original message"]))
+                # What failed says why.
+                self.assertEqual(len(buttons) > 3, shown[0] == FAILED or shown[1] == FORGED)
                 if shown[1] == SIGNED:
                     self.assertIn(BOB, opened["bars"][0]["buttons"][1]["tooltip"])
                 window = opened["window"]
@@ -57,6 +62,50 @@ class Scenarios(OutlookCase):
                     self.do(do="save-attachment", window=window, index=1, to=str(saved))
                     self.assertEqual(saved.read_text(), "eggs")
                 self.assertEqual(self.do(do="close", window=window)["body"].strip(), original.strip())
+        self.play_in_versions(play)
+
+    def test_pgp_mime_opens_and_is_put_back(self):
+        inside = email.message.EmailMessage(policy=email.policy.SMTP)
+        inside["Subject"] = "Prüfung " + CANARY
+        inside.set_content("Grüße\n" + TEXT, charset="iso-8859-1")
+        inside.add_attachment(CANARY.encode(), "application", "octet-stream", filename="Ü.bin")
+        entity = inside.as_bytes()
+        signature = self.gpg("--armor", "--detach-sign", "-u", BOB, data=entity)
+        armour = self.gpg("--armor", "--encrypt", "--sign", "-u", BOB, "-r", ALICE, data=entity)
+        head = f"From: Bob <{BOB}>\r\nTo: {ALICE}\r\nSubject: ...\r\n".encode()
+        encrypted = self.write("encrypted.eml", head + (
+            b"Content-Type: multipart/encrypted; boundary=b\r\n\r\n"
+            b"--b\r\nContent-Type: application/pgp-encrypted\r\n\r\nVersion: 1\r\n"
+            b"--b\r\nContent-Type: application/octet-stream; name=encrypted.asc\r\n\r\n") +
+            armour + b"\r\n--b--\r\n")
+        signed = self.write("signed.eml", head + (
+            b"Content-Type: multipart/signed; boundary=b\r\n\r\n--b\r\n") + entity + (
+            b"\r\n--b\r\nContent-Type: application/pgp-signature; name=signature.asc\r\n\r\n") +
+            signature + b"\r\n--b--\r\n")
+
+        def play():
+            self.do(**LOGIN)
+            opened = self.do(do="open", eml=encrypted)
+            window = opened["window"]
+            self.assertEqual((opened["body"].replace("\r\n", "\n"), opened["subject"]),
+                             ("Grüße\n" + TEXT, "Prüfung " + CANARY))
+            self.assertEqual(captions(opened)["Corvessa Status"], [
+                ENCRYPTED, SIGNED, "The subject is the protected one.", "Show original message"])
+            self.assertEqual([one["name"] for one in opened["attachments"]], ["Ü.bin"])
+            self.do(do="save-attachment", window=window, index=1, to=str(self.folder / "saved"))
+            self.assertEqual((self.folder / "saved").read_text(), CANARY)
+            (self.folder / "saved").unlink()
+            reply = self.do(do="reply", window=window)
+            self.assertEqual(reply["subject"], "RE: ...")
+            closed = self.do(do="close", window=window)
+            self.assertEqual((closed["body"].strip(), closed["subject"]), ("", "..."))
+            self.assertEqual([one["name"] for one in closed["attachments"]][1:], ["encrypted.asc"])
+            opened = self.do(do="open", eml=signed)
+            self.assertIn("The signature of this PGP/MIME mail cannot be checked, because Outlook "
+                          "does not keep the mail as it was sent.",
+                          captions(opened)["Corvessa Status"])
+            self.assertEqual(captions(opened)["Corvessa Status"][:2], [CLEAR, UNSIGNED])
+            self.do(do="close", window=opened["window"])
         self.play_in_versions(play)
 
     def test_without_the_passphrase_a_mail_stays_encrypted_and_none_is_sent(self):
