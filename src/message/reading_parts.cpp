@@ -123,6 +123,8 @@ void ReadingPass::DecryptPart(const platform::MailItemPtr& item, std::string& te
     Raise(kInvalidArgument, "The attachments of this message have changed.");
   }
   AttachmentNode& node = *outer_attachments_[*parts_.message];
+  original_armour_ = std::make_shared<const std::string>(
+      platform::Host().files.Read(node.sFilename));
   m_lDecryptStatus = crypto->DecryptMessageFile(node);
   failure_ = crypto->LastFailure();
   m_lSignStatus = sign_status::kNone;

@@ -23,7 +23,10 @@ class ReadingPass {
  public:
   /// The text to put back and to show as the original: that of the item as it was received.
   void KeepOriginal(platform::MailItem& item);
-  const platform::SharedText& Original() const { return m_sOriginalBody; }
+  /// To be shown; the armour of a PGP/MIME mail, whose own text is empty.
+  const platform::SharedText& Original() const {
+    return original_armour_ ? original_armour_ : m_sOriginalBody;
+  }
 
   /// A new opening: nothing is known yet.
   void Reset();
@@ -113,6 +116,7 @@ class ReadingPass {
   bool attachments_replaced_ = false;
 
   OpenPgpParts parts_;
+  platform::SharedText original_armour_;
   /// The item's own attachments, when those shown came from inside one of them.
   AttachmentNodes outer_attachments_;
   /// The item's text before it was replaced by that of a part.

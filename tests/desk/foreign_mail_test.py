@@ -168,6 +168,18 @@ class ForeignMail(DeskCase):
         self.assertEqual((report["signStatus"], report["body"], report["subject"]), (2, "", "..."))
         self.assertTrue(report["reason"])
 
+    def test_the_passphrase_asked_for_is_that_of_the_address_it_is_encrypted_to(self):
+        shutil.copytree(self.template / "rita", self.folder / "two")
+        for arguments in (("key", "generate", "anna@example.net", "--name", "Anna", "--passphrase-file",
+                           self.passphrase_file), ("account", "add", "anna@example.net")):
+            self.assertEqual(self.at(self.folder / "two", *arguments).code, 0)
+        for name in ("gpg-encrypted.eml", "below-text.eml"):
+            opened = self.at(self.folder / "two", "open", CORPUS / name, "--json",
+                             "--passphrase", f"anna@example.net={self.passphrase_file}",
+                             "--passphrase", f"{RITA}={self.passphrase_file}").json()
+            self.assertEqual((self.status(opened), [box["name"] for box in opened["boxes"]].count("frmLogin")),
+                             (SEALED, 1))
+
     def test_the_rest_is_named(self):
         forwarded = mail(multipart(b"multipart/mixed", text_part(b"see"),
                                    b'Content-Type: application/pkcs7-mime; name="smime.p7m"\r\n\r\nx'))

@@ -159,11 +159,22 @@ TEST_F(ReadingMail, AnEmbeddedItemWithoutAFileStopsThePass) {
   ExpectNoTraces(*item);
 }
 
+class FailingReading : public MailFixture, public ::testing::WithParamInterface<bool> {};
+INSTANTIATE_TEST_SUITE_P(TextAndMime, FailingReading, ::testing::Bool());
+
 /// A message is opened and closed once for each platform call of that, which then fails.
-TEST_F(ReadingMail, NoFailingCallWhileReadingLosesOrLeaksAnything) {
-  const std::string armour = Encrypted(Signed("canary body\r\n"));
-  const NamedFiles attachments = {{"report.pdf", EncryptedFile(kReport)},
-                                  {"report.pdf.sig", SignatureOf(kReport)}};
+TEST_P(FailingReading, NoCallLosesOrLeaksAnything) {
+  const std::string entity =
+      "Content-Type: multipart/mixed; boundary=b\r\nSubject: canary subject\r\n\r\n"
+      "--b\r\n\r\ncanary body\r\n\r\n--b\r\n"
+      "Content-Type: application/pdf; name=report.pdf\r\n\r\n" +
+      std::string(kReport) + "\r\n--b--\r\n";
+  const bool is_mime = GetParam();
+  const std::string armour = is_mime ? "" : Encrypted(Signed("canary body\r\n"));
+  const NamedFiles attachments =
+      is_mime ? NamedFiles{{"ATT00001.dat", "Version: 1"}, {"encrypted.asc", Encrypted(entity)}}
+              : NamedFiles{{"report.pdf", EncryptedFile(kReport)},
+                           {"report.pdf.sig", SignatureOf(kReport)}};
   const auto item = Received(armour, attachments);
   ConnectAddIn();
   ExpectLogin(kPassphrase);
@@ -181,6 +192,7 @@ TEST_F(ReadingMail, NoFailingCallWhileReadingLosesOrLeaksAnything) {
     SCOPED_TRACE(failed);
     EXPECT_EQ(*item->Stored()->body, armour);
     EXPECT_EQ(AttachmentsOf(*item), attachments);
+    EXPECT_EQ(item->Data().subject, "Plans");
     EXPECT_FALSE(ProgressWindow()->IsLoaded());
     // What could not be deleted is known to the queue, and goes with its next round.
     for (const std::string& path : std::vector<std::string>(g_colTempFiles)) DeleteOrQueue(path);
@@ -192,6 +204,12 @@ TEST_F(ReadingMail, NoFailingCallWhileReadingLosesOrLeaksAnything) {
   EXPECT_GT(swept, 150U);
   const auto window = outlook.Open(item);
   EXPECT_EQ(*item->Data().body, "canary body\r\n");
+  EXPECT_THAT(AttachmentsOf(*item).front(), Pair("report.pdf", kReport));
+  EXPECT_EQ(item->Data().subject, is_mime ? "canary subject" : "Plans");
+  // What the user saves is what came, whatever is shown meanwhile.
+  outlook.Close(window, desk::OutlookModel::Closing::kSave);
+  EXPECT_EQ(AttachmentsOf(*item), attachments);
+  EXPECT_EQ(item->Stored()->subject, "Plans");
 }
 
 }  // namespace

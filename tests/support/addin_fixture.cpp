@@ -96,7 +96,7 @@ void AddInFixture::InstallHostWith(platform::Ui& back_end) {
   const platform::ProductInfo product{1, 0, 0, std::string(kProductFolder)};
   platform::InstallHost({*faulty_cdo_, clipboard, clock, *faulty_engine_, *faulty_files_, inet,
                          pictures_, *faulty_redemption_, *faulty_registry_, shell, back_end,
-                         product, &observer});
+                         product, &observer, &mime});
 }
 
 engine::EngineConfig AddInFixture::EngineSetup() {

@@ -17,6 +17,7 @@
 #include "desk/profile/registry_file.h"
 #include "desk/profile/system_services.h"
 #include "engine/engine.h"
+#include "mime/mime_reader.h"
 #include "support/fault_injector.h"
 #include "support/recording_observer.h"
 #include "support/scripted_engine.h"
@@ -124,6 +125,7 @@ class AddInFixture : public ::testing::Test {
   TestClock clock;
   TestShell shell;
   ScriptedInet inet;
+  mime::MimeReader mime;
   ScriptedEngineFactory scripted_engine;
   FaultInjector faults;
   RecordingObserver observer;
