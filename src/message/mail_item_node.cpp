@@ -155,7 +155,7 @@ void MailItemNode::m_oMailItem_AttachmentRead(const platform::AttachmentPtr& att
       return;
     if (attachment->ParentTypeName() != platform::kMailItemType) return;
     m_bAttachmentNoticeShown = true;
-    if (!g_bDisableAutoDecryptAttachments) return;
+    if (!g_bDisableAutoDecryptAttachments || pass_.HasReadParts()) return;
     ShowGeneric(
         "This message appears to contain encrypted and/or signed attachments.\r\n\r\n"
         "To decrypt and verify attachments using " +

@@ -1,5 +1,6 @@
 #include "message/openpgp_parts.h"
 
+#include <algorithm>
 #include <array>
 
 #include "base/error.h"
@@ -82,6 +83,7 @@ OpenPgpParts FindOpenPgpParts(platform::MailItem& item, std::string_view body) {
   const auto list = item.Attachments();
   const std::int32_t count = list->Count();
   std::vector<std::size_t> messages;
+  std::vector<std::string> signatures;
   int examined = 0;
   for (std::int32_t i = 1; i <= count; ++i) {
     const auto attachment = list->Item(i);
@@ -95,8 +97,14 @@ OpenPgpParts FindOpenPgpParts(platform::MailItem& item, std::string_view body) {
     const Kind kind = KindOf(*attachment);
     if (kind == Kind::kMessage) messages.push_back(place);
     if (kind == Kind::kVersion) parts.version = place;
-    if (kind == Kind::kSignature) parts.has_signature = true;
+    if (kind == Kind::kSignature) signatures.push_back(name);
   }
+  // "report.pdf.asc" beside "report.pdf" is the signature of that file.
+  parts.has_signature = std::ranges::any_of(signatures, [&](const std::string& signature) {
+    return std::ranges::none_of(parts.names, [&](const std::string& name) {
+      return signature == LCase(name) + ".asc";
+    });
+  });
   if (messages.empty()) return parts;
   const bool has_text = !Trim(body, kBlanks).empty();
   const bool is_text_part = IsNameless(LCase(parts.names[messages.front()])) &&

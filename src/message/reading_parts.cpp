@@ -67,7 +67,8 @@ bool ReadingPass::FindProtectedParts(platform::MailItem& item) {
   // While the item holds what an earlier pass made, that pass knows best.
   if (attachments_replaced_ || body_replaced_) return parts_.Any() || marks_unprotected_;
   const platform::SharedText body = item.Body();
-  parts_ = platform::Host().mime ? FindOpenPgpParts(item, *body) : OpenPgpParts();
+  const bool is_armoured = IsPGPMessage(*body) || IsPGPSignedMessage(*body);
+  parts_ = platform::Host().mime && !is_armoured ? FindOpenPgpParts(item, *body) : OpenPgpParts();
   not_read_ = parts_.not_read;
   return parts_.Any() || FindLaterBlock(*body).has_value();
 }
@@ -117,6 +118,7 @@ void ReadingPass::DecryptPart(const platform::MailItemPtr& item, std::string& te
   PutBackEarlier(item, attachments);
   crypto->KillAllFiles(attachments);
   crypto->KillAllFiles(outer_attachments_);
+  m_lDecryptStatus = m_lSignStatus = kGivenUp;
   if (!crypto->StoreAllAttachments(item, outer_attachments_, false)) return;
   if (!IsStillOpen()) return;
   if (outer_attachments_.size() != parts_.names.size()) {

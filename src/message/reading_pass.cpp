@@ -117,10 +117,13 @@ void ReadingPass::ShowText(platform::MailItem& item, const std::string& text) {
 }
 
 void ReadingPass::HideSubject(platform::MailItem& response) const {
-  if (!outer_subject_ || !inner_subject_ || inner_subject_->empty()) return;
+  if (!outer_subject_) return;
+  // "RE: ", in the user's language.
+  constexpr std::size_t kLongestPrefix = 8;
   const std::string subject = response.Subject();
-  const std::string hidden = Replace(subject, *inner_subject_, *outer_subject_);
-  if (hidden != subject) response.SetSubject(hidden);
+  const std::size_t colon = subject.find(": ");
+  const bool has_prefix = colon < kLongestPrefix && !inner_subject_->starts_with(subject);
+  response.SetSubject((has_prefix ? subject.substr(0, colon + 2) : "") + *outer_subject_);
 }
 
 void ReadingPass::DecryptVerifyBody(const platform::MailItemPtr& item, std::string& text,

@@ -35,6 +35,8 @@ class ReadingPass {
   bool FindProtectedParts(platform::MailItem& item);
   /// The message is neither encrypted nor signed.
   void SetPlain();
+  /// The message was found among the attachments.
+  bool HasReadParts() const { return parts_.Any(); }
   /// Decrypts and verifies an armoured message, or what FindProtectedParts has found, and, unless
   /// they are left to their button, its attachments, which the item gets in place of its own when
   /// `received`: in one that is being composed nothing changes. `text` receives what was read.
