@@ -487,6 +487,7 @@ class Scenarios(OutlookCase):
                 ('{"do":"nothing"}', "unknown command"), ('{"do":"open"}', "missing 'eml'"),
                 ('{"do":"open","eml":"nowhere"}',
                  "FileNotFoundError: [Errno 2] No such file or directory: 'nowhere'"),
+                ('{"do":"result","later":7}', "ValueError: no such command"),
                 ('{"do":"send","window":1}', "not connected"),
                 ('{"do":"set","name":"none"}', "no such setting"),
                 ('{"do":"answer","form":"\\ud800"}', None), ('{"do":4}', None),
