@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <utility>
 
 #include "ui/controls.h"
 #include "ui/list_controls.h"
@@ -31,7 +32,11 @@ class TabStripWindow final : public ControlWindow {
   }
   bool IsBackground() const override { return true; }
   HBRUSH PageBrush() override {
-    if (!page_) page_ = MakePageBrush();
+    // Drawing the page asks for what is under it, and so comes back here.
+    if (!page_ && !std::exchange(is_drawing_page_, true)) {
+      page_ = MakePageBrush();
+      is_drawing_page_ = false;
+    }
     return page_.get();
   }
 
@@ -70,6 +75,7 @@ class TabStripWindow final : public ControlWindow {
 
   TabStrip& tabs_;
   GdiObject<HBRUSH> page_;
+  bool is_drawing_page_ = false;
 };
 
 class ProgressBarWindow final : public ControlWindow {

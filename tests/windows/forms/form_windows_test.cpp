@@ -56,6 +56,23 @@ TEST_F(FormsTest, NoObjectOfTheSystemStaysBehindAForm) {
   }
 }
 
+int drawn_pages;
+
+LRESULT CALLBACK CountPages(int code, WPARAM word, LPARAM data) {
+  const auto& sent = *reinterpret_cast<const CWPSTRUCT*>(data);
+  if (sent.message == WM_PRINTCLIENT && ClassOf(sent.hwnd) == L"SysTabControl32") ++drawn_pages;
+  return CallNextHookEx(nullptr, code, word, data);
+}
+
+TEST_F(FormsTest, ThePageUnderTheControlsOfATabIsDrawnOnce) {
+  const HHOOK hook = SetWindowsHookExW(WH_CALLWNDPROC, CountPages, nullptr, GetCurrentThreadId());
+  const FormPtr form = Make("settings");
+  Show(*form);
+  host.ui.DoEvents();
+  UnhookWindowsHookEx(hook);
+  EXPECT_EQ(drawn_pages, 1);
+}
+
 struct SeenOwner {
   std::string name;
   LONG extended_style;
