@@ -95,7 +95,7 @@ void MailItemNode::OpenItem() {
     return;
   }
   if (g_bDisableAutoDecryptAndVerify) {
-    if (bars_.AddDecryptNow(pass_.FindProtectedParts(*m_oMailItem)))
+    if (bars_.AddDecryptNow(pass_.FindProtectedParts(*m_oMailItem, *m_oMailItem->Body())))
       ReportFacts(platform::MessageFacts::State::kLeftToButton);
     return;
   }
@@ -111,7 +111,7 @@ void MailItemNode::DecryptVerifyMail(const platform::MailItemPtr& item,
   Guarded("MailItemNode:DecryptVerifyMail - ", [&] {
     const platform::SharedText body = item->Body();
     if (IsPGPMessage(*body) || IsPGPSignedMessage(*body) ||
-        (WasReceived() && pass_.FindProtectedParts(*item))) {
+        (WasReceived() && pass_.FindProtectedParts(*item, *body))) {
       Debug_Info::TraceLog("DecryptVerifyMailItem (Encrypted or signed)");
       DecryptVerifyProtected(item, attachments, headers);
       return;

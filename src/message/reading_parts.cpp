@@ -63,14 +63,13 @@ std::optional<std::string> SubjectOf(const platform::MimeMessage& message) {
 
 }  // namespace
 
-bool ReadingPass::FindProtectedParts(platform::MailItem& item) {
+bool ReadingPass::FindProtectedParts(platform::MailItem& item, std::string_view body) {
   // While the item holds what an earlier pass made, that pass knows best.
   if (attachments_replaced_ || body_replaced_) return parts_.Any() || marks_unprotected_;
-  const platform::SharedText body = item.Body();
-  const bool is_armoured = IsPGPMessage(*body) || IsPGPSignedMessage(*body);
-  parts_ = platform::Host().mime && !is_armoured ? FindOpenPgpParts(item, *body) : OpenPgpParts();
+  const bool is_armoured = IsPGPMessage(body) || IsPGPSignedMessage(body);
+  parts_ = platform::Host().mime && !is_armoured ? FindOpenPgpParts(item, body) : OpenPgpParts();
   not_read_ = parts_.not_read;
-  return parts_.Any() || FindLaterBlock(*body).has_value();
+  return parts_.Any() || FindLaterBlock(body).has_value();
 }
 
 void ReadingPass::DeleteFiles() {
@@ -125,8 +124,8 @@ void ReadingPass::DecryptPart(const platform::MailItemPtr& item, std::string& te
     Raise(kInvalidArgument, "The attachments of this message have changed.");
   }
   AttachmentNode& node = *outer_attachments_[*parts_.message];
-  original_armour_ = std::make_shared<const std::string>(
-      platform::Host().files.Read(node.sFilename));
+  original_armour_ =
+      std::make_shared<const std::string>(platform::Host().files.Read(node.sFilename));
   m_lDecryptStatus = crypto->DecryptMessageFile(node);
   failure_ = crypto->LastFailure();
   m_lSignStatus = sign_status::kNone;

@@ -32,7 +32,7 @@ class ReadingPass {
   void Reset();
   /// Looks for an encrypted message or a signature among the attachments (PGP/MIME) and for a block
   /// below other text; whether there is anything for Run to do.
-  bool FindProtectedParts(platform::MailItem& item);
+  bool FindProtectedParts(platform::MailItem& item, std::string_view body);
   /// The message is neither encrypted nor signed.
   void SetPlain();
   /// The message was found among the attachments.
