@@ -12,10 +12,19 @@ namespace corvessa {
 namespace {
 
 /// Otherwise the user would learn of it only when a message is to be signed or read.
-void TellOfMissingKey(const CommandContext& context, UserData& data, const std::string& address) {
+void TellOfUnusableKey(const CommandContext& context, UserData& data, const std::string& address) {
   std::vector<engine::KeyInfo> keys;
   data.OpenEngine()->FindKeys(address, keys);
-  if (std::ranges::any_of(keys, &engine::KeyInfo::secret)) return;
+  const auto is_usable = [](const engine::KeyInfo& key) {
+    return key.secret && !key.expired && !key.revoked;
+  };
+  if (std::ranges::any_of(keys, is_usable)) return;
+  const auto own = std::ranges::find_if(keys, &engine::KeyInfo::secret);
+  if (own != keys.end()) {
+    context.Tell("the key of " + address + " " + (own->revoked ? "was revoked" : "has expired") +
+                 "; create a new one with \"key generate " + address + "\"");
+    return;
+  }
   context.Tell("no own key for " + address + " yet; create one with \"key generate " + address +
                "\"");
 }
@@ -35,7 +44,7 @@ Outcome Add(CommandContext& context, const std::string& address, bool signs) {
   } else {
     context.out << ForDisplay(normal) << " is already secured.\n";
   }
-  TellOfMissingKey(context, *data, normal);
+  TellOfUnusableKey(context, *data, normal);
   return Outcome::kDone;
 }
 

@@ -22,12 +22,17 @@ class App;
 /// and ends with an Outcome or by throwing CommandError or Error.
 namespace corvessa {
 
+struct ProgramResult {
+  int exit_code = 0;   ///< as a shell gives it: 127 if there is no such program
+  std::string output;  ///< of its standard output
+};
+
 /// A program at work on one command line.
 class CommandContext {
  public:
   /// All must outlive it; `program` begins every line to the user.
   CommandContext(std::string_view program_name, std::ostream& result, std::ostream& lines,
-                 SecretPrompt& secrets, Passphrases& given)
+                 UserPrompt& secrets, Passphrases& given)
       : program(program_name), out(result), messages(lines), prompt(secrets), passphrases(given) {}
   virtual ~CommandContext() = default;
   CommandContext(const CommandContext&) = delete;
@@ -55,9 +60,12 @@ class CommandContext {
   const std::string_view program;
   std::ostream& out;
   std::ostream& messages;
-  SecretPrompt& prompt;
+  UserPrompt& prompt;
   Passphrases& passphrases;
 
+  /// Runs another program to its end: its name and arguments, which no shell reads. Null where the
+  /// host does not offer that.
+  std::function<ProgramResult(const std::vector<std::string>& arguments)> run_program;
   /// The arguments of --passphrase.
   std::vector<std::string> passphrase_arguments;
   /// The chosen command.

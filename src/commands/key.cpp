@@ -1,30 +1,15 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <chrono>
-#include <cstdio>
 #include <memory>
-#include <optional>
 #include <ostream>
-#include <set>
-#include <system_error>
-#include <tuple>
 
 #include "base/error.h"
 #include "base/secret_string.h"
 #include "base/text.h"
-#include "commands/columns.h"
-#include "commands/command_context.h"
+#include "commands/key_commands.h"
 
 namespace corvessa {
 namespace {
-
-struct KeyOptions {
-  std::string address;
-  std::string name;
-  std::string passphrase_file;
-  std::vector<std::string> files;
-  bool secret = false;
-};
 
 SecretString ReadPassphrase(const std::string& file) {
   Passphrases from_file;
@@ -38,14 +23,14 @@ SecretString ReadPassphrase(const std::string& file) {
   return from_file.UsePassphrase("new", "");
 }
 
-SecretString AskPassphrase(SecretPrompt& user, const std::string& prompt) {
+SecretString AskPassphrase(UserPrompt& user, const std::string& prompt) {
   SecretString typed;
   switch (user.ReadSecret(prompt, typed)) {
-    case SecretPrompt::SecretResult::kRead:
+    case UserPrompt::SecretResult::kRead:
       return typed;
-    case SecretPrompt::SecretResult::kTooLong:
+    case UserPrompt::SecretResult::kTooLong:
       throw CommandError{Outcome::kWrongUse, "the passphrase is too long"};
-    case SecretPrompt::SecretResult::kAborted:
+    case UserPrompt::SecretResult::kAborted:
       break;
   }
   throw CommandError{Outcome::kRefused, "no passphrase given; no key was made"};
@@ -54,7 +39,7 @@ SecretString AskPassphrase(SecretPrompt& user, const std::string& prompt) {
 /// The passphrase for a new key: from the first line of `file` if one is named, from --passphrase,
 /// or typed twice at the terminal.
 SecretString ChoosePassphrase(std::string_view address, const std::string& file, Passphrases& given,
-                              SecretPrompt& user) {
+                              UserPrompt& user) {
   if (!file.empty()) return ReadPassphrase(file);
   if (const auto known = given.ChooseAddress({std::string(address)}, "")) {
     return given.UsePassphrase(*known, "");
@@ -72,62 +57,6 @@ SecretString ChoosePassphrase(std::string_view address, const std::string& file,
   return first;
 }
 
-/// The passphrase of an existing key: from --passphrase for one of its addresses, or typed at the
-/// terminal. Nothing without either.
-std::optional<SecretString> FindPassphrase(const std::vector<std::string>& addresses,
-                                           const std::string& prompt, Passphrases& given,
-                                           SecretPrompt& user) {
-  if (const auto known = given.ChooseAddress(addresses, prompt)) {
-    return given.UsePassphrase(*known, prompt);
-  }
-  SecretString typed;
-  const bool read =
-      user.IsThere() && user.ReadSecret(prompt, typed) == SecretPrompt::SecretResult::kRead;
-  return read ? std::optional(typed) : std::nullopt;
-}
-
-void CheckStatus(platform::EngineStatus status, const std::string& reason) {
-  if (status == 0) return;
-  namespace answer = platform::engine_status;
-  const bool is_environment = status == answer::kKeyStoreTrouble || status == answer::kIoTrouble;
-  const Outcome outcome = status == answer::kInvalidKey ? Outcome::kWrongUse
-                          : is_environment              ? Outcome::kEnvironment
-                                                        : Outcome::kRefused;
-  throw CommandError{outcome, reason};
-}
-
-/// Throws CommandError with the engine's error text.
-void Check(platform::EngineStatus status, platform::IEngine& engine) {
-  CheckStatus(status, status == 0 ? std::string() : WithoutFullStop(engine.GetEngineLastError()));
-}
-
-std::string FormatDate(std::int64_t seconds) {
-  using namespace std::chrono;
-  const year_month_day date(floor<days>(sys_seconds(std::chrono::seconds(seconds))));
-  char text[32];
-  const int size = std::snprintf(text, sizeof text, "%04d-%02u-%02u", int{date.year()},
-                                 unsigned{date.month()}, unsigned{date.day()});
-  return {text, static_cast<std::size_t>(size)};
-}
-
-std::string DescribeValidity(const engine::KeyInfo& key) {
-  if (key.revoked) return "revoked";
-  if (key.expired) return "expired";
-  const std::string validity =
-      key.expires == 0 ? "valid" : "valid until " + FormatDate(key.expires);
-  return key.encrypts ? validity : validity + ", cannot encrypt";
-}
-
-void Print(const CommandContext& context, const engine::KeyInfo& key) {
-  std::ostream& out = context.out;
-  out << key.fingerprint << "  " << (key.secret ? "own" : "public")
-      << (key.open ? ", without passphrase" : "") << "  " << key.algorithm << "  "
-      << FormatDate(key.created) << "  " << DescribeValidity(key) << "\n";
-  for (const std::string& user : key.user_ids) {
-    PrintField(out, "    ", FieldText(user), context.OutputColumns(), 6);
-  }
-}
-
 /// Mail encrypted to an older key stays readable, but needs its passphrase.
 void TellOfOlderKeys(const CommandContext& context, engine::OpenPgpEngine& engine,
                      const engine::KeyInfo& made) {
@@ -141,81 +70,30 @@ void TellOfOlderKeys(const CommandContext& context, engine::OpenPgpEngine& engin
   }
 }
 
+/// A second key of an own address is rarely meant: mail goes to it from now on.
+void AskAboutOtherKey(CommandContext& context, engine::OpenPgpEngine& engine,
+                      const KeyOptions& options) {
+  std::vector<engine::KeyInfo> keys;
+  Check(engine.FindKeys(options.address, keys), engine);
+  const auto own = std::ranges::find_if(keys, &engine::KeyInfo::secret);
+  if (own == keys.end()) return;
+  if (!Confirm(context, options,
+               options.address + " has the key " + own->fingerprint + ". Create another?")) {
+    throw CommandError{Outcome::kRefused, "no key was made"};
+  }
+}
+
 Outcome Generate(CommandContext& context, const KeyOptions& options) {
   const auto data = context.OpenUserData();
   const auto engine = data->OpenEngine();
+  AskAboutOtherKey(context, *engine, options);
   const SecretString passphrase = ChoosePassphrase(options.address, options.passphrase_file,
                                                    context.passphrases, context.prompt);
   engine::KeyInfo made;
   Check(engine->GenerateKey(options.name, options.address, passphrase.View(), made), *engine);
+  KeyNotes(data->KeysFolder()).SetSource(made.fingerprint, "created here on " + Today());
   Print(context, made);
   TellOfOlderKeys(context, *engine, made);
-  return Outcome::kDone;
-}
-
-/// The one of an address's keys that mail is encrypted to: own ones first, then the newest.
-const engine::KeyInfo& EncryptionKey(const std::vector<engine::KeyInfo>& keys) {
-  const auto rank = [&](const engine::KeyInfo& key) {
-    return std::tuple(!key.revoked && !key.expired, key.secret, key.created);
-  };
-  return *std::ranges::max_element(keys, {}, rank);
-}
-
-/// A key can contain any address; only the user can tell whether it belongs to that person. Reports
-/// each address once that an imported key has gained and that another key of the rings has.
-void TellOfSharedAddresses(const CommandContext& context, engine::OpenPgpEngine& engine,
-                           const std::vector<engine::KeyInfo>& imported) {
-  std::set<std::string> told;
-  for (const engine::KeyInfo& key : imported) {
-    for (const std::string& address : key.new_addresses) {
-      std::vector<engine::KeyInfo> keys;
-      Check(engine.FindKeys(address, keys), engine);
-      const auto other = std::ranges::find_if(
-          keys, [&](const engine::KeyInfo& found) { return found.fingerprint != key.fingerprint; });
-      if (other == keys.end() || !told.insert(address).second) continue;
-      context.Tell("the key " + key.fingerprint + " contains " + address +
-                   ", which also has the key " + other->fingerprint + "; mail is encrypted to " +
-                   EncryptionKey(keys).fingerprint);
-    }
-  }
-}
-
-void ImportFile(CommandContext& context, engine::OpenPgpEngine& engine, const std::string& file,
-                const std::string& content) {
-  bool lacks_passphrase = false;
-  const auto ask = [&](const std::string& fingerprint, const std::vector<std::string>& addresses) {
-    auto passphrase =
-        FindPassphrase(addresses, "Passphrase of the secret key " + fingerprint + ": ",
-                       context.passphrases, context.prompt);
-    lacks_passphrase = !passphrase;
-    return passphrase;
-  };
-  std::vector<engine::KeyInfo> imported;
-  const auto status = engine.ImportKeys(content, ask, imported);
-  const std::string reason = file + ": " + WithoutFullStop(engine.GetEngineLastError());
-  for (const engine::KeyInfo& key : imported) {
-    Print(context, key);
-    if (!key.open) continue;
-    context.Tell("the secret key " + key.fingerprint +
-                 " has no passphrase: anyone who can read the profile can use it. The add-in still "
-                 "asks for one; type anything");
-  }
-  TellOfSharedAddresses(context, engine, imported);
-  if (status != 0 && lacks_passphrase) {
-    throw CommandError{Outcome::kRefused,
-                       reason + "; give it with --passphrase ADDRESS=FILE or at a terminal"};
-  }
-  CheckStatus(status, reason);
-}
-
-Outcome Import(CommandContext& context, const KeyOptions& options) {
-  std::vector<std::string> contents;
-  for (const std::string& file : options.files) contents.push_back(ReadWholeFile(file));
-  const auto data = context.OpenUserData();
-  const auto engine = data->OpenEngine();
-  for (std::size_t i = 0; i < contents.size(); ++i) {
-    ImportFile(context, *engine, options.files[i], contents[i]);
-  }
   return Outcome::kDone;
 }
 
@@ -264,6 +142,14 @@ void AddKeyCommands(CLI::App& app, CommandContext& context) {
           [&context, options, operation] { return operation(context, *options); });
     return command;
   };
+  const auto add_yes = [&](CLI::App* command) {
+    command->add_flag("--yes", options->yes, "do not ask");
+  };
+  const auto add_who = [&](CLI::App* command) {
+    command->add_option("who", options->address, "an email address or a fingerprint")
+        ->required()
+        ->type_name("ADDRESS|FINGERPRINT");
+  };
   const auto add_address = [&](CLI::App* command) { AddAddressOption(*command, options->address); };
 
   auto* const generate = add("generate", "make a key pair for an address", Generate);
@@ -273,10 +159,23 @@ void AddKeyCommands(CLI::App& app, CommandContext& context) {
       ->add_option("--passphrase-file", options->passphrase_file,
                    "a file whose first line is the passphrase")
       ->type_name("FILE");
-  auto* const import = add("import", "import keys into the rings", Import);
+  add_yes(generate);
+  auto* const import = add("import", "import keys into the rings", ImportKeys);
   import->add_option("files", options->files, "key files, armoured or binary; - for standard input")
-      ->required()
       ->type_name("FILE");
+  if (context.run_program) {
+    import->add_flag("--from-gpg", options->from_gpg,
+                     "import the keys of gpg, from its home folder if one is named");
+    import->add_flag("--secret", options->secret, "with --from-gpg, import the secret keys as well");
+  }
+  add_who(add("show", "show all that is known of a key", ShowKeys));
+  auto* const verify = add("verify", "compare a key with the fingerprint its owner told you", VerifyKey);
+  add_address(verify);
+  verify->add_option("fingerprint", options->fingerprint, "the fingerprint")->type_name("FINGERPRINT");
+  auto* const remove = add("remove", "remove keys from the rings", RemoveKeys);
+  add_who(remove);
+  add_yes(remove);
+  remove->add_flag("--secret", options->secret, "with --yes, remove own keys as well");
   auto* const exported = add("export", "write the public keys of an address", Export);
   add_address(exported);
   exported->add_flag("--secret", options->secret,

@@ -40,16 +40,18 @@ class SecretLine {
   SecretBytes bytes_;
 };
 
-/// Where a user can be asked for a passphrase: a terminal or console.
-class SecretPrompt {
+/// Where a user can be asked: a terminal or console.
+class UserPrompt {
  public:
   enum class SecretResult { kRead, kTooLong, kAborted };
 
-  virtual ~SecretPrompt() = default;
+  virtual ~UserPrompt() = default;
   /// Whether there is a user to ask.
   virtual bool IsThere() const = 0;
   /// Reads a line without echo, at most 4,000 bytes; aborted by the end of the input.
   virtual SecretResult ReadSecret(std::string_view prompt, SecretString& secret) = 0;
+  /// Reads a line as it is typed, without its end; nothing at the end of the input.
+  virtual std::optional<std::string> ReadLine(std::string_view prompt) = 0;
 };
 
 /// Passphrases by address. Addresses are compared trimmed and in lower case.

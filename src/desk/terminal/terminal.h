@@ -20,7 +20,7 @@ inline constexpr std::string_view kProgram = "corvessa-desk";
 ///
 /// A caught signal (CaughtSignals) ends the input: the keyboard's interrupt only for the current
 /// question, the others for good.
-class Terminal final : public SecretPrompt {
+class Terminal final : public UserPrompt {
  public:
   /// While one lives, the user is being asked something and no status line is drawn. May be nested.
   class Question {
@@ -55,7 +55,7 @@ class Terminal final : public SecretPrompt {
   void ClearStatus();
 
   /// Without the line break; nothing at the end of the input.
-  std::optional<std::string> ReadLine(std::string_view prompt);
+  std::optional<std::string> ReadLine(std::string_view prompt) override;
   /// Asks again after the process was stopped.
   SecretResult ReadSecret(std::string_view prompt, SecretString& secret) override;
   /// Waits for a byte; -1 at the end of the input.

@@ -68,7 +68,7 @@ Console::Console()
       output_(GetStdHandle(STD_ERROR_HANDLE)),
       is_there_(IsConsole(input_) && IsConsole(output_)) {}
 
-SecretPrompt::SecretResult Console::ReadSecret(std::string_view prompt, SecretString& secret) {
+UserPrompt::SecretResult Console::ReadSecret(std::string_view prompt, SecretString& secret) {
   const EchoOff mute(input_);
   Write(output_, prompt);
   TypedLine typed;
@@ -82,6 +82,14 @@ SecretPrompt::SecretResult Console::ReadSecret(std::string_view prompt, SecretSt
   if (line.IsTooLong()) return SecretResult::kTooLong;
   secret.Assign(line.View());
   return SecretResult::kRead;
+}
+
+std::optional<std::string> Console::ReadLine(std::string_view prompt) {
+  Write(output_, prompt);
+  TypedLine typed;
+  auto line = typed.Read(input_) ? win32::Utf8(typed.View()) : std::nullopt;
+  if (line && line->ends_with('\r')) line->pop_back();
+  return line;
 }
 
 int Console::OutputColumns() {

@@ -7,7 +7,7 @@
 namespace corvessa::windows {
 
 /// The user's console.
-class Console final : public SecretPrompt {
+class Console final : public UserPrompt {
  public:
   /// Standard input and standard error, so that standard output is free for results. A user is
   /// there if both are consoles.
@@ -16,6 +16,7 @@ class Console final : public SecretPrompt {
   bool IsThere() const override { return is_there_; }
   /// Also aborted by Ctrl+Z at the start of the line.
   SecretResult ReadSecret(std::string_view prompt, SecretString& secret) override;
+  std::optional<std::string> ReadLine(std::string_view prompt) override;
 
   /// The width of standard output's window; kUnlimitedColumns if it is not a console.
   static int OutputColumns();

@@ -1,0 +1,96 @@
+#include "commands/key_notes.h"
+
+#include "base/text.h"
+#include "system/files.h"
+
+namespace corvessa {
+namespace {
+
+// A line is "KIND<tab>SUBJECT<tab>REST": "source", a fingerprint and a phrase, or "compared", an
+// address, and a fingerprint with the date behind another tab.
+constexpr std::string_view kSource = "source\t";
+constexpr std::string_view kCompared = "compared\t";
+
+std::filesystem::path NotesPath(const std::filesystem::path& folder) {
+  return folder / "keys.notes";
+}
+
+/// The text up to the separator, which `rest` loses with it.
+std::string_view TakeUpTo(std::string_view& rest, char separator) {
+  const std::size_t end = rest.find(separator);
+  const std::string_view taken = rest.substr(0, end);
+  rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
+  return taken;
+}
+
+std::string LineKey(std::string_view kind, std::string_view subject) {
+  return std::string(kind).append(subject);
+}
+
+}  // namespace
+
+KeyNotes::KeyNotes(const std::filesystem::path& keys_folder) : folder_(keys_folder) {
+  Load();
+}
+
+void KeyNotes::Load() {
+  lines_.clear();
+  comparisons_.clear();
+  auto file = system::File::OpenIfThere(NotesPath(folder_));
+  if (!file) return;
+  const std::string text = file.ReadAll();
+  for (std::string_view left = text; !left.empty();) {
+    std::string_view rest = TakeUpTo(left, '\n');
+    const std::string kind = std::string(TakeUpTo(rest, '\t')) + "\t";
+    const std::string_view subject = TakeUpTo(rest, '\t');
+    lines_.insert_or_assign(LineKey(kind, subject), std::string(rest));
+    if (kind != kCompared) continue;
+    const std::string_view fingerprint = TakeUpTo(rest, '\t');
+    comparisons_.insert_or_assign(std::string(subject),
+                                  Comparison{std::string(fingerprint), std::string(rest)});
+  }
+}
+
+void KeyNotes::Change(const std::string& key, const std::string& value) {
+  system::MakePrivateFolder(folder_, system::File::Links::kFollow);
+  const auto lock = system::FileLock::Wait(folder_ / "keys.notes.lock");
+  Load();
+  if (value.empty()) {
+    lines_.erase(key);
+  } else {
+    lines_.insert_or_assign(key, value);
+  }
+  system::AtomicFile file(NotesPath(folder_));
+  for (const auto& [subject, rest] : lines_) file.Write(subject + "\t" + rest + "\n");
+  file.CommitDurably();
+  Load();
+}
+
+std::string KeyNotes::Source(std::string_view fingerprint) const {
+  const auto found = lines_.find(LineKey(kSource, fingerprint));
+  return found == lines_.end() ? std::string() : found->second;
+}
+
+const Comparison* KeyNotes::FindComparison(std::string_view address) const {
+  const auto found = comparisons_.find(address);
+  return found == comparisons_.end() ? nullptr : &found->second;
+}
+
+bool KeyNotes::IsCompared(std::string_view address, std::string_view fingerprint) const {
+  const Comparison* const comparison = FindComparison(address);
+  return comparison && comparison->fingerprint == fingerprint;
+}
+
+void KeyNotes::SetSource(std::string_view fingerprint, std::string_view phrase) {
+  Change(LineKey(kSource, fingerprint), ForDisplay(phrase));
+}
+
+void KeyNotes::SetCompared(std::string_view address, const Comparison& comparison) {
+  Change(LineKey(kCompared, address), comparison.fingerprint + "\t" + comparison.date);
+}
+
+void KeyNotes::ForgetSource(std::string_view fingerprint) {
+  Change(LineKey(kSource, fingerprint), "");
+}
+
+}  // namespace corvessa

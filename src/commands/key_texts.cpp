@@ -1,0 +1,95 @@
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <ostream>
+#include <tuple>
+
+#include "base/error.h"
+#include "base/text.h"
+#include "commands/columns.h"
+#include "commands/key_commands.h"
+
+namespace corvessa {
+
+void CheckStatus(platform::EngineStatus status, const std::string& reason) {
+  if (status == 0) return;
+  namespace answer = platform::engine_status;
+  const bool is_environment = status == answer::kKeyStoreTrouble || status == answer::kIoTrouble;
+  const Outcome outcome = status == answer::kInvalidKey ? Outcome::kWrongUse
+                          : is_environment              ? Outcome::kEnvironment
+                                                        : Outcome::kRefused;
+  throw CommandError{outcome, reason};
+}
+
+void Check(platform::EngineStatus status, platform::IEngine& engine) {
+  CheckStatus(status, status == 0 ? std::string() : WithoutFullStop(engine.GetEngineLastError()));
+}
+
+std::vector<engine::KeyInfo> RequireKeys(const CommandContext& context, UserData& data,
+                                         engine::OpenPgpEngine& engine, const std::string& who) {
+  std::vector<engine::KeyInfo> keys;
+  Check(engine.FindKeys(who, keys), engine);
+  if (!keys.empty()) return keys;
+  context.TellKeyTrouble(data.KeysFolder());
+  throw CommandError{Outcome::kRefused, "no key of " + who + "; see \"key list\""};
+}
+
+const engine::KeyInfo& EncryptionKey(const std::vector<engine::KeyInfo>& keys) {
+  const auto rank = [&](const engine::KeyInfo& key) {
+    return std::tuple(!key.revoked && !key.expired, key.secret, key.created);
+  };
+  return *std::ranges::max_element(keys, {}, rank);
+}
+
+bool Confirm(CommandContext& context, const KeyOptions& options, const std::string& question) {
+  if (options.yes) return true;
+  if (!context.prompt.IsThere()) {
+    throw CommandError{Outcome::kWrongUse, "no terminal to ask; use --yes"};
+  }
+  const auto answer = context.prompt.ReadLine(question + " [y/N] ");
+  const std::string word = LCase(Trim(answer.value_or("")));
+  return word == "y" || word == "yes";
+}
+
+std::string FormatDate(std::int64_t seconds) {
+  using namespace std::chrono;
+  const year_month_day date(floor<days>(sys_seconds(std::chrono::seconds(seconds))));
+  char text[32];
+  const int size = std::snprintf(text, sizeof text, "%04d-%02u-%02u", int{date.year()},
+                                 unsigned{date.month()}, unsigned{date.day()});
+  return {text, static_cast<std::size_t>(size)};
+}
+
+std::string Today() {
+  using namespace std::chrono;
+  return FormatDate(floor<seconds>(system_clock::now()).time_since_epoch().count());
+}
+
+std::string DescribeValidity(const engine::KeyInfo& key) {
+  if (key.revoked) return "revoked";
+  if (key.expired) return "expired";
+  const std::string validity =
+      key.expires == 0 ? "valid" : "valid until " + FormatDate(key.expires);
+  return key.encrypts ? validity : validity + ", cannot encrypt";
+}
+
+std::string InGroups(const std::string& fingerprint) {
+  std::string grouped;
+  for (std::size_t i = 0; i < fingerprint.size(); i += 4) {
+    if (i != 0) grouped += i == fingerprint.size() / 2 ? "  " : " ";
+    grouped += fingerprint.substr(i, 4);
+  }
+  return grouped;
+}
+
+void Print(const CommandContext& context, const engine::KeyInfo& key) {
+  std::ostream& out = context.out;
+  out << key.fingerprint << "  " << (key.secret ? "own" : "public")
+      << (key.open ? ", without passphrase" : "") << "  " << key.algorithm << "  "
+      << FormatDate(key.created) << "  " << DescribeValidity(key) << "\n";
+  for (const std::string& user : key.user_ids) {
+    PrintField(out, "    ", FieldText(user), context.OutputColumns(), 6);
+  }
+}
+
+}  // namespace corvessa
