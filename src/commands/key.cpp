@@ -166,12 +166,15 @@ void AddKeyCommands(CLI::App& app, CommandContext& context) {
   if (context.run_program) {
     import->add_flag("--from-gpg", options->from_gpg,
                      "import the keys of gpg, from its home folder if one is named");
-    import->add_flag("--secret", options->secret, "with --from-gpg, import the secret keys as well");
+    import->add_flag("--secret", options->secret,
+                     "with --from-gpg, import the secret keys as well");
   }
   add_who(add("show", "show all that is known of a key", ShowKeys));
-  auto* const verify = add("verify", "compare a key with the fingerprint its owner told you", VerifyKey);
+  auto* const verify =
+      add("verify", "compare a key with the fingerprint its owner told you", VerifyKey);
   add_address(verify);
-  verify->add_option("fingerprint", options->fingerprint, "the fingerprint")->type_name("FINGERPRINT");
+  verify->add_option("fingerprint", options->fingerprint, "the fingerprint")
+      ->type_name("FINGERPRINT");
   auto* const remove = add("remove", "remove keys from the rings", RemoveKeys);
   add_who(remove);
   add_yes(remove);

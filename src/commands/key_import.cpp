@@ -48,8 +48,8 @@ class Import {
       return context_.passphrases.UsePassphrase(*known, prompt);
     }
     SecretString typed;
-    const bool read = context_.prompt.IsThere() && context_.prompt.ReadSecret(prompt, typed) ==
-                                                       UserPrompt::SecretResult::kRead;
+    const bool read = context_.prompt.IsThere() &&
+                      context_.prompt.ReadSecret(prompt, typed) == UserPrompt::SecretResult::kRead;
     return read ? std::optional(typed) : std::nullopt;
   }
 

@@ -13,7 +13,8 @@ constexpr std::size_t kFingerprintDigits = 40;
 
 std::string DescribeSource(const KeyNotes& notes, const engine::KeyInfo& key) {
   const std::string source = notes.Source(key.fingerprint);
-  return source.empty() ? "not recorded (found by a look-up, or taken by an older version)" : source;
+  return source.empty() ? "not recorded (found by a look-up, or taken by an older version)"
+                        : source;
 }
 
 /// What the user knows of a key's owner by one of its addresses.
@@ -33,8 +34,8 @@ void ShowKey(const CommandContext& context, const KeyNotes& notes, const engine:
   context.out << InGroups(key.fingerprint) << "\n";
   for (const std::string& user : key.user_ids) print("    ", user);
   print("  Kind:       ", !key.secret ? "public key"
-                          : key.open ? "own key, without passphrase"
-                                     : "own key, protected by a passphrase");
+                          : key.open  ? "own key, without passphrase"
+                                      : "own key, protected by a passphrase");
   print("  Algorithm:  ", key.algorithm);
   print("  Created:    ", FormatDate(key.created));
   print("  Validity:   ", DescribeValidity(key));
@@ -56,9 +57,10 @@ std::string ToFingerprint(std::string_view text) {
   const bool is_one = digits.size() == kFingerprintDigits &&
                       digits.find_first_not_of("0123456789ABCDEF") == std::string::npos;
   if (is_one) return digits;
-  throw CommandError{Outcome::kWrongUse,
-                     "a fingerprint has 40 digits from 0 to 9 and A to F; a shorter key ID does not "
-                     "identify a key"};
+  throw CommandError{
+      Outcome::kWrongUse,
+      "a fingerprint has 40 digits from 0 to 9 and A to F; a shorter key ID does not "
+      "identify a key"};
 }
 
 std::string AskFingerprint(CommandContext& context, const std::string& address) {
@@ -80,7 +82,8 @@ void TellOfAccountsWithoutKey(const CommandContext& context, UserData& data,
     std::vector<engine::KeyInfo> keys;
     Check(engine.FindKeys(account.address, keys), engine);
     if (std::ranges::any_of(keys, &engine::KeyInfo::secret)) continue;
-    context.Tell(account.address + " is secured but has no own key; create one with \"key generate " +
+    context.Tell(account.address +
+                 " is secured but has no own key; create one with \"key generate " +
                  account.address + "\" or end it with \"account remove " + account.address + "\"");
   }
 }
@@ -105,9 +108,9 @@ Outcome VerifyKey(CommandContext& context, const KeyOptions& options) {
   const std::string given = ToFingerprint(
       options.fingerprint.empty() ? AskFingerprint(context, address) : options.fingerprint);
   if (given != key.fingerprint) {
-    throw CommandError{Outcome::kRefused,
-                       "the fingerprints differ: the key of " + address + " here has " +
-                           InGroups(key.fingerprint) + "; do not use it until you know why"};
+    throw CommandError{Outcome::kRefused, "the fingerprints differ: the key of " + address +
+                                              " here has " + InGroups(key.fingerprint) +
+                                              "; do not use it until you know why"};
   }
   KeyNotes(data->KeysFolder()).SetCompared(address, {key.fingerprint, Today()});
   context.out << "The key of " << address << " was compared: " << InGroups(key.fingerprint) << "\n";
@@ -122,7 +125,8 @@ Outcome RemoveKeys(CommandContext& context, const KeyOptions& options) {
   const bool is_secret = std::ranges::any_of(keys, &engine::KeyInfo::secret);
   // One word must not end what can never be read again.
   if (options.yes && is_secret && !options.secret) {
-    throw CommandError{Outcome::kWrongUse, "to remove an own key without a question, use --secret too"};
+    throw CommandError{Outcome::kWrongUse,
+                       "to remove an own key without a question, use --secret too"};
   }
   const std::string count = keys.size() == 1 ? "this key" : "these keys";
   const bool agreed =

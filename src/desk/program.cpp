@@ -14,8 +14,6 @@
 namespace corvessa::desk {
 namespace {
 
-/// As a shell reports that a program could not be started.
-constexpr int kNotFound = 127;
 constexpr int kBySignal = 128;
 
 std::vector<char*> Pointers(std::vector<std::string>& arguments) {
@@ -57,7 +55,7 @@ ProgramResult RunProgram(std::vector<std::string> arguments, const std::string_v
     if (input) dup2(static_cast<int>(input_file.Native()), STDIN_FILENO);
     dup2(writing.Get(), STDOUT_FILENO);
     execvp(pointers[0], pointers.data());
-    _exit(kNotFound);
+    _exit(kProgramNotFound);
   }
   writing = posix::FileDescriptor();
   ProgramResult result;

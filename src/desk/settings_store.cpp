@@ -4,28 +4,38 @@
 #include <charconv>
 #include <limits>
 #include <optional>
+#include <span>
 
 #include "base/text.h"
 #include "commands/account_store.h"
 #include "commands/command_error.h"
+#include "desk/delivery.h"
 #include "settings/registry_values.h"
 #include "settings/settings.h"
 
 namespace corvessa::desk {
 namespace {
 
+constexpr std::string_view kDeskKey =
+    R"(Software\Nimbra Communications\Corvessa Professional\Desk)";
+
 /// With its terminating byte it fills the add-in's buffer.
 constexpr std::size_t kLongestText = kStringBufferBytes - 1;
 
+/// What the desk keeps beside the add-in's values.
+constexpr StoredSetting kOwnSettings[] = {
+    {kDeliveryCommand, SettingRoot::kCurrentUser, kDeskKey, SettingKind::kText}};
+
 const StoredSetting& FindSetting(std::string_view name) {
   const std::string lower = LCase(name);
-  const auto found = std::ranges::find_if(
-      StoredSettings(), [&](const StoredSetting& setting) { return LCase(setting.name) == lower; });
-  if (found == StoredSettings().end()) {
-    throw CommandError{Outcome::kWrongUse,
-                       "unknown setting \"" + ForDisplay(name) + "\"; \"get\" lists all settings"};
+  for (const std::span<const StoredSetting> settings :
+       {StoredSettings(), std::span<const StoredSetting>(kOwnSettings)}) {
+    const auto found = std::ranges::find(
+        settings, lower, [](const StoredSetting& setting) { return LCase(setting.name); });
+    if (found != settings.end()) return *found;
   }
-  return *found;
+  throw CommandError{Outcome::kWrongUse,
+                     "unknown setting \"" + ForDisplay(name) + "\"; \"get\" lists all settings"};
 }
 
 platform::RegistryKey& FindRoot(RegistryFile& registry, SettingRoot root) {
@@ -92,6 +102,7 @@ void CheckText(const StoredSetting& setting, std::string_view text) {
 std::vector<std::string_view> SettingsStore::Names() {
   std::vector<std::string_view> names;
   for (const StoredSetting& setting : StoredSettings()) names.push_back(setting.name);
+  for (const StoredSetting& setting : kOwnSettings) names.push_back(setting.name);
   return names;
 }
 

@@ -1,11 +1,13 @@
 """The commands that need no mail, and the demo."""
 
 import http.server
+import os
 import pathlib
 import re
 import shlex
 import subprocess
 import threading
+import time
 import unittest
 import urllib.parse
 
@@ -30,7 +32,9 @@ class Keys(DeskCase):
         gpg.run("--pinentry-mode", "loopback", "--passphrase-file", self.passphrase_file,
                 "--import", data=secret.out.encode())
         fingerprint = listed.out.split()[0]
-        second = self.alice("key", "generate", ALICE, "--passphrase-file", self.passphrase_file)
+        another = ["key", "generate", ALICE, "--passphrase-file", self.passphrase_file]
+        self.assertDone(self.alice(*another), 2, "", "corvessa-desk: no terminal to ask; use --yes\n")
+        second = self.alice(*another, "--yes")
         self.assertEqual((second.err, second.code),
                          (f"corvessa-desk: {ALICE} already had the key {fingerprint}; mail "
                           "is encrypted to the new key from now on\n", 0))
@@ -55,6 +59,53 @@ class Keys(DeskCase):
         self.assertDone(self.alice("key", "import", self.passphrase_file), 1, "",
                         f"corvessa-desk: {self.passphrase_file}: There is no OpenPGP key in this\n")
         self.assertIn(fingerprint.encode(), gpg.run("--list-secret-keys", "--with-colons").stdout)
+
+    def test_a_key_is_shown_compared_with_its_owner_and_removed(self):
+        key = self.bob("key", "list").out.split("\n")[0][:40]
+        groups = " ".join(key[i:i + 4] for i in range(0, 40, 4))
+        groups = groups[:24] + " " + groups[24:]
+        shown = self.alice("key", "show", BOB)
+        self.assertDone(shown)
+        self.assertRegex(shown.out, rf"\A{groups}\n    Bob <{BOB}>\n  Kind:       public key\n  Algorithm:  EDDSA\n"
+                         r"  Created:    \S+\n  Validity:   valid\n  Source:     imported from \S+bob\.asc on \S+\n"
+                         rf'  Compared:   {BOB}: not compared; see "key verify {BOB}"\n\Z')
+        self.assertIn("Source:     created here on", self.alice("key", "show", ALICE).out)
+        self.assertDone(self.alice("key", "verify", BOB, "F" * 40), 1, "", "corvessa-desk: the fingerprints differ: "
+                        f"the key of {BOB} here has {groups}; do not use it until you know why\n")
+        self.assertEqual(self.alice("key", "verify", BOB, key[-16:]).code, 2)
+        self.assertDone(self.alice("key", "verify", BOB, f"0x{groups.lower()}"),
+                        out=f"The key of {BOB} was compared: {groups}\n")
+        self.assertRegex(self.alice("key", "show", key).out, rf"{BOB}: compared on [-\d]+\n\Z")
+        other = self.folder / "other"
+        self.at(other, "key", "generate", BOB, "--passphrase-file", self.passphrase_file)
+        another = self.alice("key", "import", self.write("other.asc", self.at(other, "key", "export", BOB).out))
+        self.assertRegex(another.err, rf"\Acorvessa-desk: you compared another key of {BOB} on [-\d]+; compare the "
+                         rf'new one with "key verify {BOB}"\n')
+        self.assertRegex(self.alice("key", "show", another.out[:40]).out, f"you compared another key, {key}")
+        self.assertEqual(self.alice("key", "verify", BOB, key).code, 1)
+        self.assertDone(self.alice("key", "remove", BOB), 2, None, "corvessa-desk: no terminal to ask; use --yes\n")
+        self.assertDone(self.alice("key", "remove", BOB, "--yes"))
+        self.assertDone(self.alice("key", "show", BOB), 1, "", f'corvessa-desk: no key of {BOB}; see "key list"\n')
+        self.assertEqual(self.alice("key", "remove", ALICE, "--yes").code, 2)
+        removed = self.alice("key", "remove", ALICE, "--yes", "--secret")
+        self.assertRegex(removed.out, rf"\A[0-9A-F]{{40}}  own  .*\n    Alice <{ALICE}>\nThe key was removed\.\n\Z")
+        self.assertEqual(removed.err, f'corvessa-desk: {ALICE} is secured but has no own key; create one with '
+                         f'"key generate {ALICE}" or end it with "account remove {ALICE}"\n')
+        self.assertEqual(self.alice("key", "list").out, "")
+
+    def test_keys_are_taken_from_gpg(self):
+        gpg = Gpg(self)
+        self.assertDone(self.alice("key", "import", "--from-gpg", self.passphrase_file), 2, "",
+                        "corvessa-desk: --from-gpg takes one folder, gpg's home, or none\n")
+        self.assertRegex(self.alice("key", "import", "--from-gpg", gpg.home).out, rf"\A[0-9A-F]{{40}}  public  .*\n    Gina <{GINA}>\n\Z")
+        own = self.alice("key", "import", "--from-gpg", "--secret", env=os.environ | {"GNUPGHOME": str(gpg.home)})
+        self.assertIn("  own, without passphrase  ", own.out)
+        self.assertDone(self.alice("account", "add", GINA))
+        gpg.run("--quick-set-expire", own.out[:40], "seconds=1")
+        time.sleep(1.1)
+        self.alice("key", "import", "--from-gpg", gpg.home)
+        self.assertDone(self.alice("account", "add", GINA), 0, f"{GINA} is already secured.\n",
+                        f'corvessa-desk: the key of {GINA} has expired; create a new one with "key generate {GINA}"\n')
 
     def test_publishing_reaches_the_key_server(self):
         posted = []

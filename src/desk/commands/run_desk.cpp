@@ -36,9 +36,7 @@ int RunDesk(int argument_count, const char* const* arguments, Terminal& terminal
             std::ostream& messages) {
   Answers answers;
   DeskContext context(out, messages, terminal, answers);
-  context.run_program = [](const std::vector<std::string>& program) {
-    return RunProgram(program);
-  };
+  context.run_program = [](const std::vector<std::string>& program) { return RunProgram(program); };
   CLI::App app{"Plays Outlook for the add-in over real mail files.", std::string(kProgram)};
   app.set_help_flag("-h,--help", "print this help and exit");
   app.set_version_flag("--version", std::string(kProgram) + " " CORVESSA_VERSION,

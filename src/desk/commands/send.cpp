@@ -7,6 +7,7 @@
 #include "commands/account_store.h"
 #include "desk/commands/command.h"
 #include "desk/commands/received_message.h"
+#include "desk/delivery.h"
 #include "desk/desk_host.h"
 #include "desk/mail/mail_io.h"
 #include "desk/printing.h"
@@ -18,6 +19,8 @@ namespace {
 struct SendOptions {
   MessageOptions message;
   std::string out_file;
+  std::string sent_folder;
+  bool deliver = false;
   SendChoices choices;
   int outlook = 9;
 };
@@ -48,9 +51,10 @@ void PrintJson(DeskContext& context, DeskHost& host, const SendOptions& options,
   json["encrypted"] = sent.encrypted;
   json["signed"] = sent.is_signed;
   json["recipients"] = ListAddresses(sent.mail);
-  if (options.out_file.empty()) {
+  json["delivered"] = options.deliver;
+  if (options.out_file.empty() && !options.deliver) {
     json["message"] = mail::FormatMail(sent.mail, mail::MailPurpose::kTravel);
-  } else {
+  } else if (!options.out_file.empty()) {
     json["file"] = options.out_file;
   }
   AddBoxes(json, host.Ui().Boxes());
@@ -58,13 +62,20 @@ void PrintJson(DeskContext& context, DeskHost& host, const SendOptions& options,
 }
 
 void Print(DeskContext& context, const SendOptions& options, const SentMail& sent) {
+  if (options.deliver) {
+    context.out << "Delivered " << ProtectionText(sent) << "\n";
+    return;
+  }
   if (const std::string text = BlindCopyText(sent); !text.empty()) context.Tell(text);
   if (options.out_file.empty()) return;
   context.out << "Sent " << ProtectionText(sent) << ": " << ForDisplay(options.out_file) << "\n";
 }
 
-void Deliver(DeskContext& context, const SendOptions& options, const mail::Mail& mail) {
-  if (!options.out_file.empty()) {
+void HandOver(DeskContext& context, Profile& profile, const SendOptions& options,
+              const mail::Mail& mail) {
+  if (options.deliver) {
+    DeliverMail(profile, mail);
+  } else if (!options.out_file.empty()) {
     mail::WriteMail(mail, options.out_file, mail::MailPurpose::kTravel);
   } else if (!context.json) {
     context.out << mail::FormatMail(mail, mail::MailPurpose::kTravel) << std::flush;
@@ -89,8 +100,9 @@ Outcome Send(DeskContext& context, const SendOptions& options) {
       {.outlook_version = options.outlook, .owner = sender, .trace = options.message.trace});
   const auto send = [&] {
     const SentMail sent = SendDraft(host, draft, options.choices, [&](const mail::Mail& mail) {
-      Deliver(context, options, mail);
+      HandOver(context, profile, options, mail);
     });
+    if (!options.sent_folder.empty()) KeepCopy(sent.mail, options.sent_folder);
     if (context.json) {
       PrintJson(context, host, options, sent);
     } else {
@@ -113,7 +125,13 @@ void AddSendCommand(CLI::App& app, DeskContext& context) {
   AddMessageOptions(*send, context, options->message);
   send->add_option("--out", options->out_file,
                    "write the sent message to this file instead of standard output")
-      ->type_name("FILE");
+      ->type_name("FILE")
+      ->excludes(send->add_flag("--deliver", options->deliver,
+                                "hand the sent message to the system's sendmail or the command in "
+                                "the setting DeliveryCommand"));
+  send->add_option("--sent", options->sent_folder,
+                   "keep a copy of the sent message in this folder or Maildir")
+      ->type_name("FOLDER");
   send->add_flag("--no-encrypt", options->choices.no_encrypt,
                  "do not encrypt: release \"Encrypt on send\"");
   send->add_flag("--no-sign", options->choices.no_sign, "do not sign: release \"Sign on send\"");

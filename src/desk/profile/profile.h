@@ -15,6 +15,7 @@ namespace corvessa::desk {
 ///
 ///   registry.reg   the settings      drive_c/   drive C, with the trace log and temporary files
 ///   keys/          the key rings     adk.txt    additional decryption addresses (optional)
+///   unsent/        sent mail that could not be handed to the delivery command
 ///   lock           locked by the process that uses the profile
 class Profile {
  public:
@@ -42,6 +43,8 @@ class Profile {
   std::filesystem::path TemporaryFolder();
   /// The engine creates it when it first needs it.
   std::filesystem::path KeysFolder() const { return folder_ / "keys"; }
+  /// Made when it is first needed.
+  std::filesystem::path UnsentFolder() const { return folder_ / "unsent"; }
   std::filesystem::path AdkFile() const { return folder_ / "adk.txt"; }
 
  private:
