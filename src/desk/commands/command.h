@@ -52,6 +52,7 @@ class DeskContext final : public CommandContext {
 
 void AddSettingsCommands(CLI::App& app, DeskContext& context);
 void AddOpenCommand(CLI::App& app, DeskContext& context);
+void AddListCommand(CLI::App& app, DeskContext& context);
 void AddSendCommand(CLI::App& app, DeskContext& context);
 void AddResponseCommands(CLI::App& app, DeskContext& context);
 void AddShellCommand(CLI::App& app, DeskContext& context);

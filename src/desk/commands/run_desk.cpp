@@ -25,6 +25,7 @@ void AddCommands(CLI::App& app, DeskContext& context) {
   AddAccountCommands(app, context);
   AddSettingsCommands(app, context);
   AddOpenCommand(app, context);
+  AddListCommand(app, context);
   AddSendCommand(app, context);
   AddResponseCommands(app, context);
   AddShellCommand(app, context);

@@ -1,0 +1,121 @@
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <ostream>
+
+#include "base/error.h"
+#include "base/guard.h"
+#include "base/text.h"
+#include "commands/columns.h"
+#include "desk/commands/command.h"
+#include "desk/mail/mailbox.h"
+#include "message/message_operations.h"
+#include "system/files.h"
+
+namespace corvessa::desk {
+namespace {
+
+constexpr int kStatusColumns = 10;
+
+/// How a mail is protected as far as it can be seen from outside. Nothing is decrypted, and a
+/// signature may be bad.
+std::string_view ProtectionOf(const mail::Mail& mail) {
+  if (IsPGPMessage(mail.body_text)) return "encrypted";
+  if (IsPGPSignedMessage(mail.body_text)) return "signed";
+  static constexpr std::array<std::pair<std::string_view, std::string_view>, 5> kTypes{
+      {{"application/pgp-encrypted", "encrypted"},
+       {"application/pgp-signature", "signed"},
+       {"application/pkcs7-mime", "S/MIME"},
+       {"application/x-pkcs7-mime", "S/MIME"},
+       {"application/pkcs7-signature", "S/MIME"}}};
+  for (const mail::Attachment& attachment : mail.attachments) {
+    for (const auto& [type, protection] : kTypes) {
+      if (attachment.content_type == type) return protection;
+    }
+  }
+  return "plain";
+}
+
+std::string DateText(const mail::Mail& mail) {
+  if (!mail.date) return {};
+  std::tm fields{};
+  char text[64];
+  if (!localtime_r(&*mail.date, &fields)) return {};
+  return {text, std::strftime(text, sizeof text, "%Y-%m-%d %H:%M", &fields)};
+}
+
+void PrintLine(const CommandContext& context, std::size_t number, std::string_view status,
+               const mail::Mail& mail) {
+  const std::string author = mail.from.name.empty() ? mail.from.address : mail.from.name;
+  std::string line =
+      PadToColumns(Decimal(static_cast<std::int64_t>(number)), 5) + " " +
+      PadToColumns(std::string(status), kStatusColumns) + " " + PadToColumns(DateText(mail), 16) +
+      "  " + PadToColumns(CutToColumns(FieldText(author), 24), 24) + "  " + FieldText(mail.subject);
+  const int columns = context.OutputColumns();
+  if (columns != kUnlimitedColumns) line = CutToColumns(line, columns);
+  context.out << line << "\n";
+}
+
+nlohmann::json Describe(const mail::MailPlace& place, std::size_t number) {
+  return {{"number", number}, {"file", system::PathText(place.file)}};
+}
+
+void WriteObject(DeskContext& context, const mail::MailPlace& place, std::size_t number,
+                 std::string_view status, const mail::Mail& mail) {
+  nlohmann::json json = Describe(place, number);
+  json["status"] = status;
+  json["from"] = {{"name", mail.from.name}, {"address", mail.from.address}};
+  json["subject"] = mail.subject;
+  json["date"] = mail.date ? nlohmann::json(*mail.date) : nlohmann::json();
+  context.WriteJson(json);
+}
+
+/// One mail that cannot be read does not hide the others.
+bool ListMail(DeskContext& context, const mail::MailPlace& place, std::size_t number) {
+  mail::Mail mail;
+  const Error error = Attempt([&] { mail = mail::LoadMail(place); });
+  if (error.number == 0) {
+    const std::string_view status = mail.incomplete ? "damaged" : ProtectionOf(mail);
+    if (context.json) {
+      WriteObject(context, place, number, status, mail);
+    } else {
+      PrintLine(context, number, status, mail);
+    }
+    return true;
+  }
+  context.Tell(WithoutFullStop(error.description));
+  if (context.json) {
+    nlohmann::json json = Describe(place, number);
+    json["error"] = WithoutFullStop(error.description);
+    context.WriteJson(json);
+  }
+  return false;
+}
+
+Outcome List(DeskContext& context, const std::vector<std::string>& paths) {
+  Outcome outcome = Outcome::kDone;
+  std::size_t number = 0;
+  for (const std::string& path : paths) {
+    for (const mail::MailPlace& place : mail::FindMails(system::PathOf(path))) {
+      if (!ListMail(context, place, ++number)) outcome = Outcome::kEnvironment;
+    }
+  }
+  return outcome;
+}
+
+}  // namespace
+
+void AddListCommand(CLI::App& app, DeskContext& context) {
+  const auto paths = std::make_shared<std::vector<std::string>>();
+  auto* const list = app.add_subcommand(
+      "list", "list mails and how they are protected, without decrypting or verifying");
+  list->add_option("path", *paths, "mail files, mbox files, Maildirs or folders of mail files")
+      ->required()
+      ->type_name("PATH");
+  list->add_flag("--json", context.json, "write one JSON object a mail");
+  OnRun(*list, context, [&context, paths] { return List(context, *paths); });
+}
+
+}  // namespace corvessa::desk
