@@ -1,6 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <ostream>
 #include <vector>
 
@@ -62,7 +63,11 @@ Outcome Remove(CommandContext& context, const std::string& address) {
 Outcome List(CommandContext& context) {
   const auto data = context.OpenUserData();
   for (const AccountEntry& entry : AccountStore(data->Registry()).Accounts()) {
-    context.out << ForDisplay(entry.address) << (entry.signs ? "  signs\n" : "\n");
+    if (context.json) {
+      context.WriteJson({{"address", entry.address}, {"signs", entry.signs}});
+    } else {
+      context.out << ForDisplay(entry.address) << (entry.signs ? "  signs\n" : "\n");
+    }
   }
   return Outcome::kDone;
 }

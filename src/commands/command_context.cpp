@@ -1,6 +1,7 @@
 #include "commands/command_context.h"
 
 #include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 #include <ostream>
 #include <system_error>
 #include <utility>
@@ -75,6 +76,19 @@ void CommandContext::Tell(std::string_view line) const {
   messages << program << ": " << ForDisplay(line) << std::endl;
 }
 
+void CommandContext::TellError(const CommandError& error) {
+  Tell(error.message);
+  if (!json || has_written_json) return;
+  WriteJson({{"resultCode", static_cast<int>(error.outcome)}, {"error", error.message}});
+  out.flush();
+}
+
+void CommandContext::WriteJson(const nlohmann::json& report) {
+  // Escapes everything but ASCII: control characters and direction marks would reach a terminal.
+  out << report.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace) << "\n";
+  has_written_json = true;
+}
+
 void CommandContext::ReadArguments() {
   for (const std::string& argument : passphrase_arguments) passphrases.AddPassphrase(argument);
 }
@@ -107,6 +121,10 @@ int RunProgram(CLI::App& app, CommandContext& context, int argument_count,
     return static_cast<int>(Outcome::kWrongUse);
   }
   return static_cast<int>(Run(context));
+}
+
+void AddJsonOption(CLI::App& app, CommandContext& context) {
+  app.add_flag("--json", context.json, "write JSON objects instead of text, one a line");
 }
 
 void AddPassphraseOption(CLI::App& app, CommandContext& context) {

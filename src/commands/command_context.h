@@ -4,6 +4,7 @@
 #include <functional>
 #include <iosfwd>
 #include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,8 +44,11 @@ class CommandContext {
   virtual int OutputColumns() const = 0;
   /// Writes one line to the user.
   virtual void Tell(std::string_view line) const;
-  /// Reports why the command failed.
-  virtual void TellError(const CommandError& error) { Tell(error.message); }
+  /// Reports why the command failed. With --json also by an object (resultCode, error), unless one
+  /// has been written.
+  void TellError(const CommandError& error);
+  /// Writes an object of --json in a line of printable ASCII. Invalid UTF-8 is replaced.
+  void WriteJson(const nlohmann::json& report);
   /// Reads the files that arguments name. Throws Error 5 for a malformed one.
   virtual void ReadArguments();
   /// Tells of arguments that nothing has used: they may be misspelt.
@@ -68,6 +72,9 @@ class CommandContext {
   std::function<ProgramResult(const std::vector<std::string>& arguments)> run_program;
   /// The arguments of --passphrase.
   std::vector<std::string> passphrase_arguments;
+  /// --json was given: results are objects, one a line, instead of text.
+  bool json = false;
+  bool has_written_json = false;
   /// The chosen command.
   std::function<Outcome()> run;
 
@@ -79,6 +86,7 @@ class CommandContext {
 int RunProgram(CLI::App& app, CommandContext& context, int argument_count,
                const char* const* arguments);
 
+void AddJsonOption(CLI::App& app, CommandContext& context);
 /// --passphrase.
 void AddPassphraseOption(CLI::App& app, CommandContext& context);
 void AddAddressOption(CLI::App& command, std::string& address);

@@ -1,6 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <ostream>
 
 #include "base/error.h"
@@ -104,7 +105,11 @@ Outcome Export(CommandContext& context, const KeyOptions& options) {
   Check(options.secret ? engine->ExportSecretKeys(options.address, armoured)
                        : engine->ExportPublicKeys(options.address, armoured),
         *engine);
-  context.out << armoured;
+  if (context.json) {
+    context.WriteJson({{"keys", armoured}});
+  } else {
+    context.out << armoured;
+  }
   return Outcome::kDone;
 }
 

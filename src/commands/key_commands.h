@@ -53,7 +53,10 @@ std::string Today();
 std::string DescribeValidity(const engine::KeyInfo& key);
 /// A fingerprint in groups of four digits, for people to compare.
 std::string InGroups(const std::string& fingerprint);
-/// A line for the key and one for each of its user IDs.
-void Print(const CommandContext& context, const engine::KeyInfo& key);
+/// A line for the key and one for each of its user IDs, or with --json an object.
+void Print(CommandContext& context, const engine::KeyInfo& key);
+/// fingerprint, userIDs, addresses, algorithm, created, expires (seconds since 1970, null for
+/// never), secret, withoutPassphrase, revoked, expired, encrypts.
+nlohmann::json DescribeKey(const engine::KeyInfo& key);
 
 }  // namespace corvessa

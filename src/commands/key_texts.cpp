@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <nlohmann/json.hpp>
 #include <ostream>
 #include <tuple>
 
@@ -82,7 +83,22 @@ std::string InGroups(const std::string& fingerprint) {
   return grouped;
 }
 
-void Print(const CommandContext& context, const engine::KeyInfo& key) {
+nlohmann::json DescribeKey(const engine::KeyInfo& key) {
+  return {{"fingerprint", key.fingerprint},
+          {"userIDs", key.user_ids},
+          {"addresses", key.addresses},
+          {"algorithm", key.algorithm},
+          {"created", key.created},
+          {"expires", key.expires == 0 ? nlohmann::json() : nlohmann::json(key.expires)},
+          {"secret", key.secret},
+          {"withoutPassphrase", key.open},
+          {"revoked", key.revoked},
+          {"expired", key.expired},
+          {"encrypts", key.encrypts}};
+}
+
+void Print(CommandContext& context, const engine::KeyInfo& key) {
+  if (context.json) return context.WriteJson(DescribeKey(key));
   std::ostream& out = context.out;
   out << key.fingerprint << "  " << (key.secret ? "own" : "public")
       << (key.open ? ", without passphrase" : "") << "  " << key.algorithm << "  "

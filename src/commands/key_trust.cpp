@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <ostream>
 
 #include "base/text.h"
@@ -27,7 +28,21 @@ std::string DescribeComparison(const KeyNotes& notes, const std::string& address
          comparison->fingerprint;
 }
 
-void ShowKey(const CommandContext& context, const KeyNotes& notes, const engine::KeyInfo& key) {
+/// As DescribeKey, with source and, by address, the date of the comparison or null.
+nlohmann::json Describe(const KeyNotes& notes, const engine::KeyInfo& key) {
+  nlohmann::json json = DescribeKey(key);
+  json["source"] = notes.Source(key.fingerprint);
+  json["compared"] = nlohmann::json::object();
+  for (const std::string& address : key.addresses) {
+    const bool is_compared = notes.IsCompared(address, key.fingerprint);
+    json["compared"][address] =
+        is_compared ? nlohmann::json(notes.FindComparison(address)->date) : nlohmann::json();
+  }
+  return json;
+}
+
+void ShowKey(CommandContext& context, const KeyNotes& notes, const engine::KeyInfo& key) {
+  if (context.json) return context.WriteJson(Describe(notes, key));
   const auto print = [&](std::string_view label, const std::string& text) {
     PrintField(context.out, label, FieldText(text), context.OutputColumns(), 14);
   };
@@ -113,7 +128,12 @@ Outcome VerifyKey(CommandContext& context, const KeyOptions& options) {
                                               "; do not use it until you know why"};
   }
   KeyNotes(data->KeysFolder()).SetCompared(address, {key.fingerprint, Today()});
-  context.out << "The key of " << address << " was compared: " << InGroups(key.fingerprint) << "\n";
+  if (context.json) {
+    context.WriteJson({{"fingerprint", key.fingerprint}, {"address", address}});
+  } else {
+    context.out << "The key of " << address << " was compared: " << InGroups(key.fingerprint)
+                << "\n";
+  }
   return Outcome::kDone;
 }
 
@@ -138,7 +158,9 @@ Outcome RemoveKeys(CommandContext& context, const KeyOptions& options) {
   Check(engine->RemoveKeys(options.address), *engine);
   KeyNotes notes(data->KeysFolder());
   for (const engine::KeyInfo& key : keys) notes.ForgetSource(key.fingerprint);
-  context.out << (keys.size() == 1 ? "The key was removed.\n" : "The keys were removed.\n");
+  if (!context.json) {
+    context.out << (keys.size() == 1 ? "The key was removed.\n" : "The keys were removed.\n");
+  }
   TellOfAccountsWithoutKey(context, *data, *engine);
   return Outcome::kDone;
 }

@@ -165,9 +165,4 @@ void AddBoxes(json& report, std::span<const ShownBox> boxes) {
   }
 }
 
-std::string JsonLine(const json& report) {
-  // Escapes everything but ASCII: control characters and direction marks would reach a terminal.
-  return report.dump(-1, ' ', true, json::error_handler_t::replace) + "\n";
-}
-
 }  // namespace corvessa::desk

@@ -44,7 +44,4 @@ void AddBars(nlohmann::json& report, const Bars& bars);
 /// Adds boxes: every form and message box shown (name, caption, text, answer).
 void AddBoxes(nlohmann::json& report, std::span<const ShownBox> boxes);
 
-/// The object as one line of printable ASCII. Invalid UTF-8 is replaced.
-std::string JsonLine(const nlohmann::json& report);
-
 }  // namespace corvessa::desk

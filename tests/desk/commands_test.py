@@ -152,7 +152,8 @@ class Settings(DeskCase):
             self.assertDone(self.alice("get", name), out=kept + "\n")
         registry = (self.folder / "alice/registry.reg").read_text()
         self.assertIn('"LogDebuggingInfo"=dword:ffffffff', registry)
-        self.assertEqual(len(self.alice("get").out.splitlines()), 32)
+        self.assertEqual(len(self.alice("get").out.splitlines()), 33)
+        self.assertEqual(len(self.alice("get", "--json").json()), 33)
         for name, value, complaint in (
                 ("Nothing", "1", 'unknown setting "Nothing"; "get" lists all settings'),
                 ("ADKEnabled", "maybe", "ADKEnabled takes 1 or 0"),
@@ -200,7 +201,7 @@ class Settings(DeskCase):
                 (["set", "enginelookupserver", "http://a.example; keys.example.org"],
                  "\"keys.example.org\" is no http or https address of a key server"),
                 (["get", "--profile", ""], "--profile: is empty; see corvessa-desk get --help"),
-                (["key", "generate", ALICE, "--name", "n" * 200, "--passphrase-file", self.passphrase_file],
+                (["key", "generate", BOB, "--name", "n" * 200, "--passphrase-file", self.passphrase_file],
                  "A name for a key takes, with the address, at most 128 bytes"),
                 (["account", "add", "no address"], f'"no address" {no_address}'),
                 (["account", "add", "x@y"], f'"x@y" {no_address}'),

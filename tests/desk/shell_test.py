@@ -175,6 +175,9 @@ class Shell(DeskCase):
     def test_a_new_key_asks_twice_without_echo(self):
         for second, code in ((PASSPHRASE, 0), ("other", 1)):
             child = self.spawn("new", "key", "generate", BOB)
+            if second != PASSPHRASE:
+                child.expect_exact("Create another? [y/N] ")
+                child.sendline("y")
             child.expect_exact("Passphrase for the new key: ")
             child.sendline(PASSPHRASE)
             child.expect_exact("Repeat the passphrase: ")

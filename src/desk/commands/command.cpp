@@ -47,13 +47,6 @@ void DeskContext::Tell(std::string_view line) const {
   CommandContext::Tell(line);
 }
 
-void DeskContext::TellError(const CommandError& error) {
-  Tell(error.message);
-  if (!json || has_written_json) return;
-  WriteJson({{"resultCode", static_cast<int>(error.outcome)}, {"error", error.message}});
-  out.flush();
-}
-
 void DeskContext::ReadArguments() {
   for (const std::string& argument : given_answers) answers.AddAnswer(argument);
   CommandContext::ReadArguments();
@@ -63,17 +56,20 @@ void DeskContext::TellOfUnused() const {
   for (const std::string& answer : answers.Unused()) Tell("unused answer: " + answer);
 }
 
-void DeskContext::WriteJson(const nlohmann::json& report) {
-  out << JsonLine(report);
-  has_written_json = true;
-}
-
-void AddMessageOptions(CLI::App& command, DeskContext& context, MessageOptions& options) {
+void AddFileOption(CLI::App& command, MessageOptions& options) {
   command.add_option("file", options.file, "the mail file; - for standard input")
       ->required()
       ->type_name("FILE");
-  command.add_flag("--json", context.json, "write one JSON object instead of text");
+}
+
+void AddTraceOption(CLI::App& command, MessageOptions& options) {
   command.add_flag("--trace", options.trace, "write the add-in's trace to standard error");
+}
+
+void AddNumberOption(CLI::App& command, MessageOptions& options) {
+  command.add_option("--message", options.number, "the mail of an mbox or folder, from 1")
+      ->check(CLI::PositiveNumber.description(""))
+      ->type_name("N");
 }
 
 void AddOutlookOption(CLI::App& command, int& version) {

@@ -31,23 +31,16 @@ class DeskContext final : public CommandContext {
   std::unique_ptr<UserData> OpenUserData() const override;
   int OutputColumns() const override { return Terminal::OutputColumns(); }
   void Tell(std::string_view line) const override;
-  /// With --json also by an object (resultCode, error), unless one has been written.
-  void TellError(const CommandError& error) override;
   void ReadArguments() override;
   void TellOfUnused() const override;
 
   /// Opens the profile of --profile, or the user's default one.
   Profile OpenProfile() const;
-  /// Writes the one JSON object of --json.
-  void WriteJson(const nlohmann::json& report);
 
   Terminal& terminal;
   Answers& answers;
   std::filesystem::path profile_folder;
   std::vector<std::string> given_answers;
-  /// --json was given.
-  bool json = false;
-  bool has_written_json = false;
 };
 
 void AddSettingsCommands(CLI::App& app, DeskContext& context);
@@ -57,12 +50,17 @@ void AddSendCommand(CLI::App& app, DeskContext& context);
 void AddResponseCommands(CLI::App& app, DeskContext& context);
 void AddShellCommand(CLI::App& app, DeskContext& context);
 
-/// The options of every command that works on one message; --json goes into the context.
+/// The options of every command that works on messages.
 struct MessageOptions {
   std::string file;
+  /// Of the mails of an mbox or folder, from 1; 0 for the only one.
+  std::size_t number = 0;
   bool trace = false;
 };
-void AddMessageOptions(CLI::App& command, DeskContext& context, MessageOptions& options);
+void AddFileOption(CLI::App& command, MessageOptions& options);
+void AddTraceOption(CLI::App& command, MessageOptions& options);
+/// --message: which mail of an mbox or folder.
+void AddNumberOption(CLI::App& command, MessageOptions& options);
 /// --outlook: the version of Outlook that the desk plays.
 void AddOutlookOption(CLI::App& command, int& version);
 

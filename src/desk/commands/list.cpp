@@ -10,6 +10,7 @@
 #include "base/text.h"
 #include "commands/columns.h"
 #include "desk/commands/command.h"
+#include "desk/commands/received_message.h"
 #include "desk/mail/mailbox.h"
 #include "message/message_operations.h"
 #include "system/files.h"
@@ -94,18 +95,15 @@ bool ListMail(DeskContext& context, const mail::MailPlace& place, std::size_t nu
   return false;
 }
 
-Outcome List(DeskContext& context, const std::vector<std::string>& paths) {
+}  // namespace
+
+Outcome ListMails(DeskContext& context, const std::vector<mail::MailPlace>& places) {
   Outcome outcome = Outcome::kDone;
-  std::size_t number = 0;
-  for (const std::string& path : paths) {
-    for (const mail::MailPlace& place : mail::FindMails(system::PathOf(path))) {
-      if (!ListMail(context, place, ++number)) outcome = Outcome::kEnvironment;
-    }
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    if (!ListMail(context, places[i], i + 1)) outcome = Outcome::kEnvironment;
   }
   return outcome;
 }
-
-}  // namespace
 
 void AddListCommand(CLI::App& app, DeskContext& context) {
   const auto paths = std::make_shared<std::vector<std::string>>();
@@ -114,8 +112,7 @@ void AddListCommand(CLI::App& app, DeskContext& context) {
   list->add_option("path", *paths, "mail files, mbox files, Maildirs or folders of mail files")
       ->required()
       ->type_name("PATH");
-  list->add_flag("--json", context.json, "write one JSON object a mail");
-  OnRun(*list, context, [&context, paths] { return List(context, *paths); });
+  OnRun(*list, context, [&context, paths] { return ListMails(context, FindMails(*paths)); });
 }
 
 }  // namespace corvessa::desk

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <ostream>
 
+#include "base/error.h"
 #include "base/text.h"
 #include "desk/attachment_saving.h"
 #include "desk/commands/command.h"
@@ -11,12 +12,14 @@
 #include "desk/message_report.h"
 #include "desk/printing.h"
 #include "message/message_operations.h"
+#include "system/files.h"
 
 namespace corvessa::desk {
 namespace {
 
 struct OpenOptions {
   MessageOptions message;
+  std::vector<std::string> files;
   std::string save_folder;
   bool original = false;
 };
@@ -88,8 +91,8 @@ void PrintJson(DeskContext& context, ReceivedMessage& message, const OpenResult&
   context.WriteJson(json);
 }
 
-Outcome Open(DeskContext& context, const OpenOptions& options) {
-  ReceivedMessage message(context, options.message);
+Outcome OpenMail(DeskContext& context, const OpenOptions& options, const mail::MailPlace& place) {
+  ReceivedMessage message(context, place, options.message.trace);
   return ReportingErrors(context, message.Host(), [&] {
     const OpenResult opened = ReadOpenMessage(message.Host(), message.Window(), options);
     for (const std::string& complaint : opened.saving.complaints) context.Tell(complaint);
@@ -105,12 +108,50 @@ Outcome Open(DeskContext& context, const OpenOptions& options) {
   });
 }
 
+/// One mail that cannot be read does not hide the others.
+Outcome OpenMails(DeskContext& context, const OpenOptions& options,
+                  const std::vector<mail::MailPlace>& places) {
+  Outcome outcome = Outcome::kDone;
+  for (const mail::MailPlace& place : places) {
+    if (!context.json) {
+      context.out << (&place == &places.front() ? "" : "\n")
+                  << "== " << ForDisplay(system::PathText(place.file)) << "\n";
+    }
+    context.has_written_json = false;
+    try {
+      outcome = std::max(outcome, OpenMail(context, options, place));
+    } catch (const CommandError& error) {
+      context.TellError(error);
+      outcome = std::max(outcome, error.outcome);
+    } catch (const Error& error) {
+      context.TellError({Outcome::kEnvironment, WithoutFullStop(error.description)});
+      outcome = Outcome::kEnvironment;
+    }
+  }
+  return outcome;
+}
+
+Outcome Open(DeskContext& context, const OpenOptions& options) {
+  const auto places = FindMails(options.files);
+  if (options.message.number != 0 || places.size() == 1) {
+    return OpenMail(context, options, ChooseMail(places, options.message.number));
+  }
+  // An mbox or a folder: the user chooses from the list.
+  if (places.size() != options.files.size()) return ListMails(context, places);
+  return OpenMails(context, options, places);
+}
+
 }  // namespace
 
 void AddOpenCommand(CLI::App& app, DeskContext& context) {
   const auto options = std::make_shared<OpenOptions>();
-  auto* const open = app.add_subcommand("open", "open a received message and show it");
-  AddMessageOptions(*open, context, options->message);
+  auto* const open = app.add_subcommand("open", "open received messages and show them");
+  open->add_option("file", options->files,
+                   "mail files, an mbox file or a Maildir; - for standard input")
+      ->required()
+      ->type_name("FILE");
+  AddNumberOption(*open, options->message);
+  AddTraceOption(*open, options->message);
   open->add_option("--save-attachments", options->save_folder,
                    "save the attachments in this folder")
       ->type_name("DIR");

@@ -35,9 +35,32 @@ ItemPtr CreateResponse(OutlookModel& outlook, const ItemPtr& original, Response 
 
 }  // namespace
 
-mail::Mail LoadReceived(const DeskContext& context, const std::string& file) {
-  mail::Mail mail = mail::LoadMail(file);
-  if (mail.incomplete) context.Tell(file + " is truncated or damaged; showing what is there");
+std::vector<mail::MailPlace> FindMails(const std::vector<std::string>& paths) {
+  std::vector<mail::MailPlace> places;
+  for (const std::string& path : paths) {
+    for (mail::MailPlace& place : mail::FindMails(system::PathOf(path))) {
+      places.push_back(std::move(place));
+    }
+  }
+  return places;
+}
+
+mail::MailPlace ChooseMail(const std::vector<mail::MailPlace>& places, std::size_t number) {
+  const std::string count = Decimal(static_cast<std::int64_t>(places.size()));
+  if (number > places.size()) {
+    throw CommandError{Outcome::kWrongUse, "there are only " + count + " mails"};
+  }
+  if (number == 0 && places.size() != 1) {
+    throw CommandError{Outcome::kWrongUse, "there are " + count + " mails; choose with --message"};
+  }
+  return places[number == 0 ? 0 : number - 1];
+}
+
+mail::Mail LoadReceived(const DeskContext& context, const mail::MailPlace& place) {
+  mail::Mail mail = mail::LoadMail(place);
+  if (mail.incomplete) {
+    context.Tell(system::PathText(place.file) + " is truncated or damaged; showing what is there");
+  }
   return mail;
 }
 
@@ -67,11 +90,11 @@ void TellOfHiddenText(const DeskContext& context, const MessageReport& report) {
   }
 }
 
-ReceivedMessage::ReceivedMessage(DeskContext& context, const MessageOptions& options)
-    : mail_(LoadReceived(context, options.file)),
+ReceivedMessage::ReceivedMessage(DeskContext& context, const mail::MailPlace& place, bool trace)
+    : mail_(LoadReceived(context, place)),
       profile_(context.OpenProfile()),
       host_(profile_, context.terminal, context.answers, context.messages,
-            {.owner = FindOwner(mail_, AccountStore(profile_.Registry())), .trace = options.trace}),
+            {.owner = FindOwner(mail_, AccountStore(profile_.Registry())), .trace = trace}),
       window_(OpenReceived(host_, mail_)) {}
 
 void RefuseToQuote(const MessageReport& report) {

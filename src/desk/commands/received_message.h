@@ -1,19 +1,28 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <vector>
 
 #include "commands/account_store.h"
 #include "desk/commands/command.h"
 #include "desk/desk_host.h"
-#include "desk/mail/mail.h"
+#include "desk/mail/mailbox.h"
 
 /// A received message, opened in the mailbox of its recipient, and the replies to it.
 namespace corvessa::desk {
 
 struct MessageReport;
 
-/// Loads a mail file and tells the user if it is truncated.
-mail::Mail LoadReceived(const DeskContext& context, const std::string& file);
+/// The mails of all the paths, see mail::FindMails.
+std::vector<mail::MailPlace> FindMails(const std::vector<std::string>& paths);
+/// One of them by its number, or the only one. Throws CommandError (wrong use).
+mail::MailPlace ChooseMail(const std::vector<mail::MailPlace>& places, std::size_t number);
+/// Prints a line a mail, or with --json an object.
+Outcome ListMails(DeskContext& context, const std::vector<mail::MailPlace>& places);
+
+/// Loads a mail and tells the user if it is truncated.
+mail::Mail LoadReceived(const DeskContext& context, const mail::MailPlace& place);
 
 /// The recipient of the mail whose mailbox it lies in: the secured address it was sent to, else the
 /// address that signs, else the first; empty without secured addresses.
@@ -29,7 +38,7 @@ void TellOfHiddenText(const DeskContext& context, const MessageReport& report);
 /// The message that a command works on, open while this lives.
 class ReceivedMessage {
  public:
-  ReceivedMessage(DeskContext& context, const MessageOptions& options);
+  ReceivedMessage(DeskContext& context, const mail::MailPlace& place, bool trace);
   ReceivedMessage(const ReceivedMessage&) = delete;
   ReceivedMessage& operator=(const ReceivedMessage&) = delete;
 

@@ -47,7 +47,9 @@ Outcome Run(DeskContext& context, const ResponseOptions& options, Response respo
   RefuseToReplace(options.out_file, {options.message.file, options.text_file});
   const std::string text =
       options.text_file.empty() ? std::string() : ReadWholeFile(options.text_file);
-  ReceivedMessage message(context, options.message);
+  ReceivedMessage message(context,
+                          ChooseMail(FindMails({options.message.file}), options.message.number),
+                          options.message.trace);
   return ReportingErrors(context, message.Host(), [&] {
     const MessageReport report = ReadMessage(message.Host(), message.Window()->ShownItem());
     RefuseToQuote(report);
@@ -62,7 +64,9 @@ Outcome Run(DeskContext& context, const ResponseOptions& options, Response respo
 CLI::App* AddCommand(CLI::App& app, DeskContext& context, const char* name, const char* help,
                      const std::shared_ptr<ResponseOptions>& options, Response response) {
   auto* const command = app.add_subcommand(name, help);
-  AddMessageOptions(*command, context, options->message);
+  AddFileOption(*command, options->message);
+  AddNumberOption(*command, options->message);
+  AddTraceOption(*command, options->message);
   command
       ->add_option("--text", options->text_file,
                    "a file with text to insert above; - for standard input")

@@ -11,6 +11,7 @@ void AddGlobalOptions(CLI::App& app, DeskContext& context) {
   app.add_option("--profile", context.profile_folder,
                  "the profile folder; by default, corvessa in the user's data folder")
       ->type_name("DIR");
+  AddJsonOption(app, context);
   AddPassphraseOption(app, context);
   app.add_option("--answer", context.given_answers,
                  "answer a prompt by pressing this control, a message box by OK or Cancel")

@@ -122,7 +122,8 @@ Outcome Send(DeskContext& context, const SendOptions& options) {
 void AddSendCommand(CLI::App& app, DeskContext& context) {
   const auto options = std::make_shared<SendOptions>();
   auto* const send = app.add_subcommand("send", "compose a draft in a window and send it");
-  AddMessageOptions(*send, context, options->message);
+  AddFileOption(*send, options->message);
+  AddTraceOption(*send, options->message);
   send->add_option("--out", options->out_file,
                    "write the sent message to this file instead of standard output")
       ->type_name("FILE")

@@ -1,5 +1,6 @@
 #include <CLI/CLI.hpp>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <ostream>
 
 #include "base/error.h"
@@ -15,6 +16,15 @@ namespace {
 Outcome Get(DeskContext& context, const std::string& name) {
   Profile profile = context.OpenProfile();
   const SettingsStore settings(profile.Registry());
+  if (context.json) {
+    auto json = nlohmann::json::object();
+    for (const std::string_view each : SettingsStore::Names()) {
+      if (name.empty() || LCase(name) == LCase(each)) json[std::string(each)] = settings.Get(each);
+    }
+    if (json.empty()) settings.Get(name);
+    context.WriteJson(json);
+    return Outcome::kDone;
+  }
   if (!name.empty()) {
     context.out << ForDisplay(settings.Get(name)) << "\n";
     return Outcome::kDone;

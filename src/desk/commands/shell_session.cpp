@@ -20,6 +20,7 @@
 #include "desk/sending.h"
 #include "desk/terminal/choices.h"
 #include "system/errors.h"
+#include "system/files.h"
 
 namespace corvessa::desk {
 namespace {
@@ -122,7 +123,7 @@ void ShellSession::PrintOpen(const InspectorWindowPtr& window) {
 
 void ShellSession::Open(const Arguments& arguments) {
   read_files_.push_back(arguments[0]);
-  const mail::Mail mail = LoadReceived(context_, arguments[0]);
+  const mail::Mail mail = LoadReceived(context_, {system::PathOf(arguments[0])});
   const auto window = OpenReceived(host_, mail);
   PrintOpen(window);
   if (mail.incomplete) outcome_ = Outcome::kRefused;

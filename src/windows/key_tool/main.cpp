@@ -59,6 +59,7 @@ int Run(int argument_count, const char* const* arguments) {
   app.set_help_flag("-h,--help", "print this help and exit");
   app.set_version_flag("--version", std::string(kProgram) + " " CORVESSA_VERSION,
                        "print the version and exit");
+  AddJsonOption(app, context);
   AddPassphraseOption(app, context);
   app.require_subcommand(1);
   app.fallthrough();
