@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <string>
@@ -9,6 +8,7 @@
 #include <utility>
 
 #include "base/error.h"
+#include "desk/mail/gmime_stream.h"
 #include "desk/mail/parts.h"
 #include "system/errors.h"
 
@@ -20,118 +20,36 @@ int Descriptor(const system::File& file) {
   return static_cast<int>(file.Native());
 }
 
-// A stream over the file, in GObject's terms. GMime's own reads 4 KiB at a time, each with a seek.
-
-struct MailStream {
-  GMimeStream parent;
-  std::shared_ptr<const system::File>* file;
-  std::string* piece;
-  gint64 start_of_piece;
-  gboolean is_at_end;
-};
-
 constexpr std::size_t kPieceSize = 64 * 1024;
 
-MailStream* Self(GMimeStream* stream) {
-  return reinterpret_cast<MailStream*>(stream);
-}
+/// Reads large pieces. GMime's own stream reads 4 KiB at a time, each with a seek.
+class FileReader final : public StreamObject {
+ public:
+  explicit FileReader(std::shared_ptr<const system::File> file) : file_(std::move(file)) {}
 
-/// What the file holds at the stream's position.
-std::string_view PieceAt(MailStream& stream) {
-  const auto offset = static_cast<std::size_t>(stream.parent.position - stream.start_of_piece);
-  if (stream.parent.position >= stream.start_of_piece && offset < stream.piece->size()) {
-    return std::string_view(*stream.piece).substr(offset);
+  std::size_t Read(gint64 position, char* buffer, std::size_t size) override {
+    return PieceAt(position).copy(buffer, size);
   }
-  stream.piece->resize(kPieceSize);
-  stream.start_of_piece = stream.parent.position;
-  stream.piece->resize((*stream.file)
-                           ->ReadAt(static_cast<std::uint64_t>(stream.start_of_piece),
-                                    stream.piece->data(), kPieceSize));
-  return *stream.piece;
-}
+  bool MoveTo(gint64 /*position*/) override { return true; }
+  gint64 Length() override { return static_cast<gint64>(file_->Stamp().size); }
+  std::unique_ptr<StreamObject> Share() override { return std::make_unique<FileReader>(file_); }
 
-// No exception may pass through GMime.
-ssize_t ReadMail(GMimeStream* stream, char* buffer, size_t size) {
-  try {
-    if (stream->bound_end >= 0) {
-      const auto left = std::max<gint64>(stream->bound_end - stream->position, 0);
-      size = std::min(size, static_cast<size_t>(left));
+ private:
+  std::string_view PieceAt(gint64 position) {
+    const auto offset = static_cast<std::size_t>(position - start_of_piece_);
+    if (position >= start_of_piece_ && offset < piece_.size()) {
+      return std::string_view(piece_).substr(offset);
     }
-    const std::size_t got = size == 0 ? 0 : PieceAt(*Self(stream)).copy(buffer, size);
-    Self(stream)->is_at_end = got == 0;
-    stream->position += static_cast<gint64>(got);
-    return static_cast<ssize_t>(got);
-  } catch (...) {
-    errno = EIO;
-    return -1;
+    piece_.resize(kPieceSize);
+    start_of_piece_ = position;
+    piece_.resize(file_->ReadAt(static_cast<std::uint64_t>(position), piece_.data(), kPieceSize));
+    return piece_;
   }
-}
 
-gint64 LengthOf(GMimeStream* stream) {
-  try {
-    const auto end = stream->bound_end >= 0
-                         ? stream->bound_end
-                         : static_cast<gint64>((*Self(stream)->file)->Stamp().size);
-    return end - stream->bound_start;
-  } catch (...) {
-    return -1;
-  }
-}
-
-gint64 Seek(GMimeStream* stream, gint64 offset, GMimeSeekWhence whence) {
-  gint64 position = offset;
-  if (whence == GMIME_STREAM_SEEK_CUR) position += stream->position;
-  if (whence == GMIME_STREAM_SEEK_END) position += stream->bound_start + LengthOf(stream);
-  if (position < stream->bound_start || (stream->bound_end >= 0 && position > stream->bound_end)) {
-    errno = EINVAL;
-    return -1;
-  }
-  Self(stream)->is_at_end = FALSE;
-  return stream->position = position;
-}
-
-GType MailStreamType();
-
-GMimeStream* NewStream(std::shared_ptr<const system::File> file, gint64 start, gint64 end) {
-  auto* const stream = GMIME_STREAM(g_object_new(MailStreamType(), nullptr));
-  g_mime_stream_construct(stream, start, end);
-  Self(stream)->file = new std::shared_ptr(std::move(file));
-  Self(stream)->piece = new std::string;
-  return stream;
-}
-
-void FinalizeStream(GObject* object) {
-  auto* const stream = reinterpret_cast<MailStream*>(object);
-  delete stream->piece;
-  delete stream->file;
-  G_OBJECT_CLASS(g_type_class_peek_parent(G_OBJECT_GET_CLASS(object)))->finalize(object);
-}
-
-void InitialiseClass(gpointer klass, gpointer /*data*/) {
-  G_OBJECT_CLASS(klass)->finalize = FinalizeStream;
-  auto* const stream = static_cast<GMimeStreamClass*>(klass);
-  stream->read = ReadMail;
-  stream->close = [](GMimeStream*) { return 0; };
-  stream->eos = [](GMimeStream* self) -> gboolean {
-    return self->bound_end >= 0 ? self->position >= self->bound_end : Self(self)->is_at_end;
-  };
-  stream->reset = [](GMimeStream* self) {
-    return Seek(self, self->bound_start, GMIME_STREAM_SEEK_SET) < 0 ? -1 : 0;
-  };
-  stream->seek = Seek;
-  stream->tell = [](GMimeStream* self) { return self->position; };
-  stream->length = LengthOf;
-  stream->substream = [](GMimeStream* self, gint64 start, gint64 end) {
-    return NewStream(*Self(self)->file, start, end);
-  };
-}
-
-GType MailStreamType() {
-  static const GType type = g_type_register_static_simple(
-      GMIME_TYPE_STREAM, "CorvessaMailStream", sizeof(GMimeStreamClass), InitialiseClass,
-      sizeof(MailStream), nullptr, static_cast<GTypeFlags>(0));
-  return type;
-}
+  std::shared_ptr<const system::File> file_;
+  std::string piece_;
+  gint64 start_of_piece_ = 0;
+};
 
 /// A duplicate, so that closing it leaves the standard input open.
 system::File StandardInput() {
@@ -169,7 +87,8 @@ std::shared_ptr<const MailFile> MailFile::Open(const std::filesystem::path& path
 MailFile::MailFile(std::filesystem::path path, system::File file)
     : path_(std::move(path)),
       file_(std::make_shared<system::File>(std::move(file))),
-      stream_(NewStream(file_, lseek(Descriptor(*file_), 0, SEEK_CUR), -1)),
+      stream_(
+          NewStream(std::make_unique<FileReader>(file_), lseek(Descriptor(*file_), 0, SEEK_CUR))),
       stamp_(file_->Stamp()) {}
 
 void MailFile::CheckUnchanged() const {

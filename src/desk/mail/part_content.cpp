@@ -1,10 +1,10 @@
 #include <array>
-#include <cerrno>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "base/error.h"
+#include "desk/mail/gmime_stream.h"
 #include "desk/mail/parts.h"
 
 namespace corvessa::desk::mail {
@@ -225,73 +225,24 @@ class Part final : public Content {
   std::shared_ptr<const MailFile> file_;
 };
 
-// A stream over a content, in GObject's terms.
+/// A content as a stream, which starts again from its beginning only.
+class ContentStream final : public StreamObject {
+ public:
+  explicit ContentStream(ContentPtr content)
+      : content_(std::move(content)), reader_(content_->Open()) {}
 
-struct ContentStream {
-  GMimeStream parent;
-  ContentPtr* content;
-  std::unique_ptr<ContentReader>* reader;
-  gboolean is_at_end;
+  std::size_t Read(gint64 /*position*/, char* buffer, std::size_t size) override {
+    return reader_->Read(buffer, size);
+  }
+  bool MoveTo(gint64 position) override {
+    if (position == 0) reader_ = content_->Open();
+    return position == 0;
+  }
+
+ private:
+  ContentPtr content_;
+  std::unique_ptr<ContentReader> reader_;
 };
-
-ContentStream* Self(GMimeStream* stream) {
-  return reinterpret_cast<ContentStream*>(stream);
-}
-
-// No exception may pass through GMime.
-ssize_t ReadContent(GMimeStream* stream, char* buffer, size_t size) {
-  try {
-    const std::size_t got = (*Self(stream)->reader)->Read(buffer, size);
-    Self(stream)->is_at_end = got == 0;
-    stream->position += static_cast<gint64>(got);
-    return static_cast<ssize_t>(got);
-  } catch (...) {
-    errno = EIO;
-    return -1;
-  }
-}
-
-int ResetContent(GMimeStream* stream) {
-  if (stream->position == 0) return 0;
-  try {
-    *Self(stream)->reader = (*Self(stream)->content)->Open();
-  } catch (...) {
-    errno = EIO;
-    return -1;
-  }
-  stream->position = 0;
-  Self(stream)->is_at_end = FALSE;
-  return 0;
-}
-
-void FinalizeContent(GObject* object) {
-  auto* const stream = reinterpret_cast<ContentStream*>(object);
-  delete stream->reader;
-  delete stream->content;
-  G_OBJECT_CLASS(g_type_class_peek_parent(G_OBJECT_GET_CLASS(object)))->finalize(object);
-}
-
-void InitialiseClass(gpointer klass, gpointer /*data*/) {
-  G_OBJECT_CLASS(klass)->finalize = FinalizeContent;
-  auto* const stream = static_cast<GMimeStreamClass*>(klass);
-  stream->read = ReadContent;
-  stream->write = [](GMimeStream*, const char*, size_t) -> ssize_t { return -1; };
-  stream->flush = [](GMimeStream*) { return 0; };
-  stream->close = [](GMimeStream*) { return 0; };
-  stream->eos = [](GMimeStream* self) -> gboolean { return Self(self)->is_at_end; };
-  stream->reset = ResetContent;
-  stream->seek = [](GMimeStream*, gint64, GMimeSeekWhence) -> gint64 { return -1; };
-  stream->tell = [](GMimeStream* self) { return self->position; };
-  stream->length = [](GMimeStream*) -> gint64 { return -1; };
-  stream->substream = [](GMimeStream*, gint64, gint64) -> GMimeStream* { return nullptr; };
-}
-
-GType ContentStreamType() {
-  static const GType type = g_type_register_static_simple(
-      GMIME_TYPE_STREAM, "CorvessaContentStream", sizeof(GMimeStreamClass), InitialiseClass,
-      sizeof(ContentStream), nullptr, static_cast<GTypeFlags>(0));
-  return type;
-}
 
 /// The first character of a line tells the number of bytes in it.
 bool IsUuencodedLine(std::string_view line) {
@@ -323,15 +274,8 @@ bool HoldsUuencodedLines(const Content& undecoded) {
 }
 
 Handle<GMimeStream> StreamOf(ContentPtr content) {
-  ParserOptions();
   if (!content) content = MemoryContent("");
-  auto reader = content->Open();
-  Handle<GMimeStream> stream(GMIME_STREAM(g_object_new(ContentStreamType(), nullptr)));
-  g_mime_stream_construct(stream.get(), 0, -1);
-  auto* const self = Self(stream.get());
-  self->content = new ContentPtr(std::move(content));
-  self->reader = new std::unique_ptr<ContentReader>(std::move(reader));
-  return stream;
+  return NewStream(std::make_unique<ContentStream>(std::move(content)));
 }
 
 }  // namespace corvessa::desk::mail

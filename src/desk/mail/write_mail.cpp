@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "base/error.h"
-#include "desk/mail/gmime_handle.h"
+#include "desk/mail/gmime_stream.h"
 #include "desk/mail/header_fields.h"
 #include "desk/mail/mail.h"
 #include "desk/mail/mail_io.h"
@@ -112,62 +112,26 @@ std::error_code Write(const Prepared& mail, GMimeStream* stream) {
   return errno != 0 ? posix::LastError() : std::make_error_code(std::errc::io_error);
 }
 
-// A stream to a file, in GObject's terms. GMime's own writes 4 KiB at a time.
-
-struct FileStream {
-  GMimeStream parent;
-  system::AtomicFile* file;
-  std::string* pending;
-};
-
 constexpr std::size_t kAtOnce = 256 * 1024;
 
-FileStream* Self(GMimeStream* stream) {
-  return reinterpret_cast<FileStream*>(stream);
-}
+/// Writes large pieces. GMime's own stream writes 4 KiB at a time.
+class FileWriter final : public StreamObject {
+ public:
+  explicit FileWriter(system::AtomicFile& file) : file_(file) { pending_.reserve(2 * kAtOnce); }
 
-// No exception may pass through GMime.
-int WritePending(GMimeStream* stream) {
-  try {
-    Self(stream)->file->Write(*Self(stream)->pending);
-    Self(stream)->pending->clear();
-    return 0;
-  } catch (const std::system_error& error) {
-    errno = error.code().value();
-    return -1;
+  void Write(std::string_view bytes) override {
+    pending_.append(bytes);
+    if (pending_.size() >= kAtOnce) Flush();
   }
-}
+  void Flush() override {
+    file_.Write(pending_);
+    pending_.clear();
+  }
 
-ssize_t WriteBytes(GMimeStream* stream, const char* bytes, size_t size) {
-  Self(stream)->pending->append(bytes, size);
-  stream->position += static_cast<gint64>(size);
-  if (Self(stream)->pending->size() >= kAtOnce && WritePending(stream) != 0) return -1;
-  return static_cast<ssize_t>(size);
-}
-
-void InitialiseClass(gpointer klass, gpointer /*data*/) {
-  auto* const stream = static_cast<GMimeStreamClass*>(klass);
-  stream->write = WriteBytes;
-  stream->flush = WritePending;
-  stream->close = [](GMimeStream*) { return 0; };
-}
-
-GType FileStreamType() {
-  static const GType type = g_type_register_static_simple(
-      GMIME_TYPE_STREAM, "CorvessaFileStream", sizeof(GMimeStreamClass), InitialiseClass,
-      sizeof(FileStream), nullptr, static_cast<GTypeFlags>(0));
-  return type;
-}
-
-std::error_code WriteTo(system::AtomicFile& file, const Prepared& mail) {
-  std::string pending;
-  pending.reserve(2 * kAtOnce);
-  const Handle<GMimeStream> stream(GMIME_STREAM(g_object_new(FileStreamType(), nullptr)));
-  g_mime_stream_construct(stream.get(), 0, -1);
-  Self(stream.get())->file = &file;
-  Self(stream.get())->pending = &pending;
-  return Write(mail, stream.get());
-}
+ private:
+  system::AtomicFile& file_;
+  std::string pending_;
+};
 
 std::string Domain(const std::string& address) {
   const auto at = address.rfind('@');
@@ -187,7 +151,8 @@ void StampMail(Mail& mail) {
 void WriteMail(const Mail& mail, const std::filesystem::path& path, MailPurpose purpose) {
   const auto prepared = Prepare(mail, purpose);
   system::WriteFile(path, [&](system::AtomicFile& file) {
-    if (const auto failure = WriteTo(file, prepared)) system::Throw(failure);
+    const auto stream = NewStream(std::make_unique<FileWriter>(file));
+    if (const auto failure = Write(prepared, stream.get())) system::Throw(failure);
     file.CommitDurably();
   });
 }
