@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "base/debug_info.h"
@@ -61,6 +62,19 @@ void StoreAll(const ListedAttachments& listed, AttachmentNodes& nodes) {
   }
 }
 
+using FileNames = std::unordered_set<std::string>;
+
+/// The names of the nodes' files, in lower case.
+FileNames FileNamesOf(const AttachmentNodes& nodes) {
+  FileNames names;
+  for (const AttachmentNodePtr& node : nodes) names.insert(LCase(FileNameOf(node->sFilename)));
+  return names;
+}
+
+bool IsSignatureOfOne(std::string_view path, const FileNames& names) {
+  return HasSignatureName(path) && names.contains(LCase(SignedName(FileNameOf(path))));
+}
+
 /// Empty if the original of a file is asked for that did not come from the item.
 const std::string& PathToInsert(const AttachmentNode& node, bool originals) {
   return originals ? node.original_filename : node.sFilename;
@@ -83,8 +97,10 @@ bool CryptoOperations::StoreAllAttachments(const SafeItem& item, AttachmentNodes
   TraceStage("1");
   const Error error = Attempt([&] {
     StoreAll(item.TakeAttachments(), attachments);
+    const auto names = FileNamesOf(attachments);
     for (const AttachmentNodePtr& node : attachments) {
-      node->bDetachedSig = IsSignature(node->sFilename, attachments, item.Item()) &&
+      node->bDetachedSig = (IsSignatureOfOne(node->sFilename, names) ||
+                            IsSignature(node->sFilename, attachments, item.Item())) &&
                            HoldsReadableSignature(node->sFilename);
     }
   });

@@ -30,8 +30,27 @@ void LimitedSink::Write(std::string_view bytes) {
   sink_.Write(bytes);
 }
 
-Stream::Stream(Source& source, Sink& sink) : source_(source), sink_(sink) {
-  input_ = Create<Input>(rnp_input_from_callback, &Stream::Read, nullptr, this);
+InputStream::InputStream(Source& source) : source_(source) {
+  input_ = Create<Input>(rnp_input_from_callback, &InputStream::Read, nullptr, this);
+}
+
+void InputStream::Rethrow() const {
+  if (thrown_) std::rethrow_exception(thrown_);
+}
+
+// The library is C at its border, so nothing may be thrown through it.
+bool InputStream::Read(void* self, void* buffer, std::size_t size, std::size_t* read) {
+  auto& stream = *static_cast<InputStream*>(self);
+  try {
+    *read = stream.source_.Read(static_cast<char*>(buffer), size);
+    return true;
+  } catch (...) {
+    stream.thrown_ = std::current_exception();
+    return false;
+  }
+}
+
+Stream::Stream(Source& source, Sink& sink) : InputStream(source), sink_(sink) {
   output_ = Create<Output>(rnp_output_to_callback, &Stream::Write, nullptr, this);
 }
 
@@ -41,22 +60,6 @@ void Stream::Finish(rnp_result_t result) const {
   const auto flushed = rnp_output_finish(output_.get());
   Rethrow();
   Check(flushed);
-}
-
-void Stream::Rethrow() const {
-  if (thrown_) std::rethrow_exception(thrown_);
-}
-
-// The library is C at its border, so nothing may be thrown through it.
-bool Stream::Read(void* self, void* buffer, std::size_t size, std::size_t* read) {
-  auto& stream = *static_cast<Stream*>(self);
-  try {
-    *read = stream.source_.Read(static_cast<char*>(buffer), size);
-    return true;
-  } catch (...) {
-    stream.thrown_ = std::current_exception();
-    return false;
-  }
 }
 
 bool Stream::Write(void* self, const void* buffer, std::size_t size) {

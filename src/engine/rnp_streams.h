@@ -64,30 +64,42 @@ class LimitedSink final : public Sink {
   std::uint64_t left_;
 };
 
-/// Runs one library operation between a source and a sink. A EngineFailure thrown by either reaches
-/// the caller of `Rethrow` instead of the library, which only sees a failed read or write.
-class Stream {
+/// What one library operation reads from a source. An EngineFailure thrown by it reaches the caller
+/// of `Rethrow` instead of the library, which only sees a failed read.
+class InputStream {
  public:
-  Stream(Source& source, Sink& sink);
-  Stream(const Stream&) = delete;
-  Stream& operator=(const Stream&) = delete;
+  explicit InputStream(Source& source);
+  InputStream(const InputStream&) = delete;
+  InputStream& operator=(const InputStream&) = delete;
 
   rnp_input_t input() const { return input_.get(); }
+  /// Throws what the source, or the sink of a Stream, threw so far, if anything.
+  void Rethrow() const;
+
+ protected:
+  std::exception_ptr thrown_;
+
+ private:
+  static bool Read(void* self, void* buffer, std::size_t size, std::size_t* read);
+
+  Source& source_;
+  Input input_;
+};
+
+/// Runs one library operation between a source and a sink.
+class Stream final : public InputStream {
+ public:
+  Stream(Source& source, Sink& sink);
+
   rnp_output_t output() const { return output_.get(); }
   /// To be called after the operation with its result: throws what the source or the sink threw, or
   /// EngineFailure for a result that is no success; then flushes the sink.
   void Finish(rnp_result_t result) const;
-  /// Throws what the source or the sink threw so far, if anything.
-  void Rethrow() const;
 
  private:
-  static bool Read(void* self, void* buffer, std::size_t size, std::size_t* read);
   static bool Write(void* self, const void* buffer, std::size_t size);
 
-  Source& source_;
   Sink& sink_;
-  std::exception_ptr thrown_;
-  Input input_;
   Output output_;
 };
 

@@ -138,8 +138,10 @@ std::string NamedSigner(rnp_signature_handle_t signature) {
 std::string SignerOf(rnp_key_handle_t primary, rnp_signature_handle_t signature,
                      const std::string& key_id) {
   const auto addresses = ValidAddresses(primary);
-  const auto named = std::ranges::find(addresses, AddressOf(NamedSigner(signature)));
-  if (named != addresses.end()) return *named;
+  if (addresses.size() > 1) {
+    const auto named = std::ranges::find(addresses, AddressOf(NamedSigner(signature)));
+    if (named != addresses.end()) return *named;
+  }
   return addresses.empty() ? key_id : addresses.front();
 }
 
@@ -287,9 +289,8 @@ void KeyProvider::Provide(rnp_ffi_t, void* self, const char* kind, const char* i
 Verdict Verify(KeyStore& keys, const FindSigner& find_signer, Source& content,
                std::string_view signature, bool text_only) {
   TextSource signature_source(signature);
-  TextSink nothing;
-  const Stream content_stream(content, nothing);
-  const Stream signature_stream(signature_source, nothing);
+  const InputStream content_stream(content);
+  const InputStream signature_stream(signature_source);
   const KeyProvider provider(keys, find_signer);
   const auto op = Create<VerifyOp>(rnp_op_verify_detached_create, keys.ffi(),
                                    content_stream.input(), signature_stream.input());
