@@ -88,6 +88,9 @@ struct EngineConfig {
   std::function<bool()> may_commit = {};
   /// How long key servers may take to answer one operation, all of them together.
   std::chrono::milliseconds key_server_time = std::chrono::seconds(10);
+  /// Bytes hashed for each guess at the passphrase of a key that is made here: about 40 ms a
+  /// packet.
+  std::uint32_t passphrase_work = 16U << 20;
 };
 
 /// The engine as the add-in sees it, with the upkeep of its keys beside it. One thread uses it.

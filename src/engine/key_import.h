@@ -18,8 +18,10 @@
 namespace corvessa::engine {
 
 /// Makes a key in the store: ed25519 to certify and sign, a cv25519 subkey to encrypt, both
-/// protected by the passphrase. Returns the primary key.
-Key GenerateKeyPair(rnp_ffi_t ffi, const std::string& user_id, const SecretString& passphrase);
+/// protected by the passphrase, with that many bytes hashed for each guess (the library would
+/// measure the machine for every key). Returns the primary key.
+Key GenerateKeyPair(rnp_ffi_t ffi, const std::string& user_id, const SecretString& passphrase,
+                    std::uint32_t work);
 
 /// A key, alone in a key store of the library.
 struct MergedKey {

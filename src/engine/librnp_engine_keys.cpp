@@ -130,7 +130,8 @@ EngineStatus LibrnpEngine::GenerateKey(std::string_view name, std::string_view a
     const std::string user_id = UserIdFor(name, address);
     if (passphrase.empty()) Fail(kWrongPassphrase, "A secret key needs a passphrase.");
     const Ffi scratch = MakeFfi();
-    const auto key = GenerateKeyPair(scratch.get(), user_id, SecretString(passphrase));
+    const auto key =
+        GenerateKeyPair(scratch.get(), user_id, SecretString(passphrase), config_.passphrase_work);
     std::vector<KeyRings::NewKey> keys;
     AddForRings(scratch.get(), key.get(), keys);
     RequireCaller();

@@ -31,6 +31,9 @@ class Keys(DeskCase):
         secret = self.alice("key", "export", ALICE, "--secret")
         gpg.run("--pinentry-mode", "loopback", "--passphrase-file", self.passphrase_file,
                 "--import", data=secret.out.encode())
+        # So many bytes are hashed for each guess at its passphrase.
+        packets = gpg.run("--list-packets", data=secret.out.encode()).stdout
+        self.assertEqual(packets.count(b"protect count: 16777216 "), 2)
         fingerprint = listed.out.split()[0]
         another = ["key", "generate", ALICE, "--passphrase-file", self.passphrase_file]
         self.assertDone(self.alice(*another), 2, "", "corvessa-desk: no terminal to ask; use --yes\n")

@@ -238,7 +238,7 @@ TEST_F(KeyServerTest, AServersKeyForAKnownAddressIsNotBelieved) {
                {"alice@example.org, mallory", "mallory@evil.net", mallory}};
   for (const auto& [first, second, verified] : cases) {
     const Ffi ffi = MakeFfi();
-    const auto key = GenerateKeyPair(ffi.get(), first, SecretString("secret"));
+    const auto key = GenerateKeyPair(ffi.get(), first, SecretString("secret"), 1U << 16);
     rnp_key_unlock(key.get(), "secret");
     ASSERT_EQ(rnp_key_add_uid(key.get(), second, "SHA512", 0, 0, false), RNP_SUCCESS);
     Profile sender;

@@ -155,6 +155,7 @@ class Profile {
       return nullptr;
     };
     config.may_commit = [this] { return may_commit; };
+    config.passphrase_work = 1U << 16;  // keys are made and opened for nearly every test
     return config;
   }
 };

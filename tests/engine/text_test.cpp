@@ -108,7 +108,8 @@ TEST_F(TextTest, KeysAreLockedUntilTheirPassphraseIsGiven) {
 
 TEST_F(TextTest, APassphraseOpensOnlyThePartsOfAKeyThatAreItsOwn) {
   const Ffi ffi = MakeFfi();
-  const auto key = GenerateKeyPair(ffi.get(), "carol@example.org", SecretString("signing"));
+  const auto key =
+      GenerateKeyPair(ffi.get(), "carol@example.org", SecretString("signing"), 1U << 16);
   const auto subkey = Make<Key>(rnp_key_get_subkey_at, key.get(), std::size_t{0});
   rnp_key_unlock(subkey.get(), "signing");
   rnp_key_protect(subkey.get(), "reading", nullptr, nullptr, nullptr, 0);

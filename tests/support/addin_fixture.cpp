@@ -103,7 +103,8 @@ engine::EngineConfig AddInFixture::EngineSetup() {
   return {.rings_folder = profile / "keys",
           .adk_file = profile / "adk.txt",
           .local_path = [this](std::string_view path) { return files.LocalPath(path); },
-          .new_temporary_path = [this] { return files.FreshTemporaryPath(); }};
+          .new_temporary_path = [this] { return files.FreshTemporaryPath(); },
+          .passphrase_work = 1U << 16};
 }
 
 engine::OpenPgpEngine& AddInFixture::Keys() {

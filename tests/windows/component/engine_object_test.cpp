@@ -23,7 +23,7 @@ class EngineObjectTest : public ::testing::Test {
   void SetUp() override {
     ASSERT_TRUE(SUCCEEDED(CoInitialize(nullptr)));
     const auto config = [this] {
-      engine::EngineConfig made{.rings_folder = folder / "keys"};
+      engine::EngineConfig made{.rings_folder = folder / "keys", .passphrase_work = 1U << 16};
       made.watch_decryption = [is_endless = is_endless](std::uint64_t) -> std::shared_ptr<void> {
         while (*is_endless) {
         }

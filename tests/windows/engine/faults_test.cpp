@@ -149,6 +149,7 @@ class FaultsTest : public ::testing::Test {
     user.Generate(kAlice);
     engine::EngineConfig config = UserEngineConfig();
     config.rings_folder = user.folder / "carol";
+    config.passphrase_work = 1U << 16;
     const auto donor = engine::CreateOpenPgpEngine(config);
     engine::KeyInfo made;
     ASSERT_EQ(donor->GenerateKey("", kCarol, "secret", made), 0);

@@ -51,8 +51,11 @@ std::shared_ptr<engine::OpenPgpEngine> RegisteredEngine::OpenDirectly() {
 }
 
 void RegisteredEngine::Generate(const std::string& address) {
+  engine::EngineConfig config = UserEngineConfig();
+  config.passphrase_work = 1U << 16;
   engine::KeyInfo made;
-  Require(OpenUserEngine()->GenerateKey("", address, "secret", made) == 0, "no key was made");
+  Require(engine::CreateOpenPgpEngine(config)->GenerateKey("", address, "secret", made) == 0,
+          "no key was made");
 }
 
 }  // namespace corvessa::windows

@@ -99,6 +99,7 @@ class RingsTest : public ::testing::Test {
   void SetUp() override {
     engine::EngineConfig config = UserEngineConfig();
     config.rings_folder = user.folder / "donor";
+    config.passphrase_work = 1U << 16;
     const auto donor = engine::CreateOpenPgpEngine(config);
     user.Generate("kept@example.org");
     all.insert("kept@example.org");

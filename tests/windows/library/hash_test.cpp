@@ -22,7 +22,7 @@ TEST(HashTest, SignaturesDetectACollisionOfSha1) {
   // The library as it is built for Windows, with a patch to its integrity code.
   const QuietLibrary quiet;
   const Ffi ffi = MakeFfi();
-  const Key key = GenerateKeyPair(ffi.get(), "alice@example.org", SecretString("secret"));
+  const Key key = GenerateKeyPair(ffi.get(), "alice@example.org", SecretString("secret"), 1U << 16);
   ASSERT_EQ(rnp_key_unlock(key.get(), "secret"), RNP_SUCCESS);
   const auto sign = [&](std::string_view content, const char* hash) {
     TextSource source(content);
