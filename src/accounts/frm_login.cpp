@@ -101,6 +101,36 @@ void frmLogin::CancelLogin() {
   platform::Host().ui.DoEvents();
 }
 
+frmPassphrase::frmPassphrase() : BrandedForm("frmPassphrase", "Open Encrypted Message", 400, 153) {
+  cmdOK.SetDefault(true);
+  cmdOK.SetEnabled(false);
+  cmdCancel.SetCancel(true);
+  txtPassword.OnChange = [this] { cmdOK.SetEnabled(!txtPassword.Text().empty()); };
+  cmdOK.OnClick = [this] {
+    accepted_ = true;
+    Hide();
+  };
+  cmdCancel.OnClick = [this] { Hide(); };
+}
+
+std::optional<SecretString> frmPassphrase::Ask(bool was_wrong) {
+  const UnloadAtEnd unload(*this);
+  const WipeAtEnd wipe(txtPassword);
+  Load();
+  accepted_ = false;
+  txtPrompt1.SetCaption(was_wrong
+                            ? "You entered an incorrect passphrase.  Please try again."
+                            : "This message is encrypted with a passphrase of its own.  Its sender "
+                              "can tell you which.");
+  ShowModalForm(*this);
+  if (!accepted_) return std::nullopt;
+  return SecretString(txtPassword.Text());
+}
+
+void frmPassphrase::Form_Activate() {
+  SetFocus(txtPassword);
+}
+
 NimbraAccountPtr UserManagement::GetLoginAccount(LoginReason reason, std::string_view address,
                                                  bool list_all, std::string_view encrypted_to) {
   return Guarded(":DoLogin - ", NimbraAccountPtr(), [&]() -> NimbraAccountPtr {

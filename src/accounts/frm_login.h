@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -51,6 +52,27 @@ class frmLogin final : public BrandedForm {
 
   bool accepted_ = false;
   std::string encrypted_to_;
+};
+
+/// Asks for the passphrase that a message itself is encrypted with, which belongs to no address.
+class frmPassphrase final : public BrandedForm {
+ public:
+  frmPassphrase();
+
+  /// The typed passphrase; nothing when cancelled.
+  std::optional<SecretString> Ask(bool was_wrong);
+
+  Label txtPrompt1{*this, "txtPrompt1", {7, 62, 386, 26}};
+  Label txtPrompt3{*this, "txtPrompt3", {7, 98, 98, 13}, "Passphrase:"};
+  TextBox txtPassword{*this, "txtPassword", {112, 95, 281, 21}, TextBox::Kind::kPassword};
+  CommandButton cmdOK{*this, "cmdOK", {236, 123, 75, 23}, "&Ok"};
+  CommandButton cmdCancel{*this, "cmdCancel", {318, 123, 75, 23}, "&Cancel"};
+  Image imgLogoImage{*this, "imgLogoImage", {7, 7, 386, 48}};
+
+ private:
+  void Form_Activate() override;
+
+  bool accepted_ = false;
 };
 
 namespace UserManagement {

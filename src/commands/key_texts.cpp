@@ -69,6 +69,7 @@ std::string Today() {
 std::string DescribeValidity(const engine::KeyInfo& key) {
   if (key.revoked) return "revoked";
   if (key.expired) return "expired";
+  if (key.unnamed) return "no valid user ID";
   const std::string validity =
       key.expires == 0 ? "valid" : "valid until " + FormatDate(key.expires);
   return key.encrypts ? validity : validity + ", cannot encrypt";

@@ -93,6 +93,10 @@ class CryptoOperations {
   std::string VerifyAttachment(AttachmentNode& data, AttachmentNode& signature);
 
   // Not part of the interface that callers bind to by position, so they stand at its end.
+  /// Tells the engine the charset that the mail declares for its text.
+  void DeclareCharset(const platform::MailItemPtr& item);
+  /// Puts a message that is signed and not encrypted into clear-signed form; leaves any other text.
+  void OpenSignedText(std::string& body);
   /// The last value passed to SetAnonymous.
   bool IsAnonymous() const { return anonymous_; }
   /// Decrypts a stored file that is a whole message, asking for passphrases as DecryptMailItem
@@ -111,6 +115,9 @@ class CryptoOperations {
 
  private:
   using Decryption = std::function<platform::EngineStatus()>;
+  /// After a failure, asks for the passphrase of a message that is encrypted with one, three times
+  /// at most. Nothing when that is not why it failed, else whether it could be decrypted.
+  std::optional<bool> DecryptWithPassphrase(const Decryption& decrypt);
   /// Asks for accounts, three attempts at most, until one unlocks the key that `decrypt` needs;
   /// null when given up.
   NimbraAccountPtr LoginAndDecrypt(const Decryption& decrypt);
@@ -121,6 +128,9 @@ class CryptoOperations {
   FailureDetails FailureOf(const platform::IEngineStringVector* unknown_signers = nullptr);
   /// Decrypts a node's file, keeping the original.
   platform::EngineStatus DecryptAttachment(AttachmentNode& node);
+  /// Sets the node's signature status to that of a signature inside the message that its file was
+  /// decrypted from.
+  void ReadInnerSignature(AttachmentNode& node);
   std::int32_t DecryptAllAttachments(AttachmentNodes& attachments);
   std::int32_t VerifyAllAttachments(AttachmentNodes& attachments);
   /// Whether the engine finds a signature in the file, and nothing else. A name can say anything:

@@ -49,6 +49,35 @@ std::int32_t CryptoOperations::DecryptMailItem(const platform::MailItemPtr& /*it
   });
 }
 
+void CryptoOperations::DeclareCharset(const platform::MailItemPtr& item) {
+  Guarded("CryptoOperations::DeclareCharset - ",
+          [&] { Engine()->SetDeclaredCharset(item->BodyCharset()); });
+}
+
+void CryptoOperations::OpenSignedText(std::string& body) {
+  Guarded("CryptoOperations::OpenSignedText - ", [&] {
+    if (!IsPGPMessage(body)) return;
+    std::string opened;
+    if (Engine()->OpenSignedText(StripLeadingBlankLines(body), opened) == 0) {
+      body = std::move(opened);
+    }
+  });
+}
+
+std::optional<bool> CryptoOperations::DecryptWithPassphrase(const Decryption& decrypt) {
+  for (int attempts = 0; attempts < kPassphraseAttempts; ++attempts) {
+    if (Engine()->GetTrouble().reason != platform::engine_trouble::kPassphraseNeeded) {
+      return attempts == 0 ? std::nullopt : std::optional(false);
+    }
+    const auto passphrase = std::make_shared<frmPassphrase>()->Ask(attempts > 0);
+    if (!passphrase) return false;
+    Engine()->SetMessagePassphrase(passphrase->View());
+    if (decrypt() == 0) return true;
+    Debug_Info::TraceLog(Engine()->GetEngineLastError());
+  }
+  return false;
+}
+
 FailureDetails CryptoOperations::FailureOf(const platform::IEngineStringVector* unknown_signers) {
   platform::EngineTrouble trouble = Engine()->GetTrouble();
   FailureDetails failure{
@@ -59,6 +88,10 @@ FailureDetails CryptoOperations::FailureOf(const platform::IEngineStringVector* 
 
 bool CryptoOperations::DecryptWithLogin(const Decryption& decrypt) {
   failure_ = FailureOf();
+  if (const auto decrypted = DecryptWithPassphrase(decrypt)) {
+    if (*decrypted) failure_ = {};
+    return *decrypted;
+  }
   const auto account = LoginAndDecrypt(decrypt);
   if (!account) return false;
   Debug_Info::TraceLog("V2 Decrypt success");

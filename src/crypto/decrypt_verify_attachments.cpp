@@ -55,8 +55,21 @@ platform::EngineStatus CryptoOperations::DecryptAttachment(AttachmentNode& node)
         SetAsideBeforeDecrypting(node);
         const platform::EngineStatus status = Engine()->DecryptFileEx(node.sFilename, nullptr);
         if (status != platform::engine_status::kDone) DropCopy(node);
+        if (status == platform::engine_status::kDone) ReadInnerSignature(node);
         return status;
       });
+}
+
+void CryptoOperations::ReadInnerSignature(AttachmentNode& node) {
+  node.lSignStatus = platform::engine_status::kUnexpected;
+  Guarded("CryptoOperations:ReadInnerSignature - ", [&] {
+    const auto known = platform::Host().engine.CreateStringVector();
+    const auto unknown = platform::Host().engine.CreateStringVector();
+    const auto status = Engine()->VerifyFile(node.sFilename, "", *known, *unknown);
+    node.sSigners = VectorToString(*known);
+    node.lSignStatus =
+        status == platform::engine_status::kBadFormat ? sign_status::kNone : SignStatusOf(status);
+  });
 }
 
 std::int32_t CryptoOperations::DecryptAllAttachments(AttachmentNodes& attachments) {

@@ -86,6 +86,7 @@ ItemData ItemOf(const mail::Mail& source) {
   // Some programs put a blank text beside the HTML.
   const bool is_blank = source.body_text.find_first_not_of(" \t\r\n") == std::string::npos;
   if (!is_blank || source.body_html.empty()) item.body = Share(source.body_text);
+  item.body_charset = source.body_charset;
   item.html = Share(source.body_html);
   for (const mail::Attachment& attachment : source.attachments) {
     item.attachments.push_back(std::make_shared<const AttachmentData>(DataOf(attachment)));

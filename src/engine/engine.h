@@ -27,6 +27,7 @@ struct KeyInfo {
   bool open = false;         ///< and some of it without a passphrase
   bool revoked = false;
   bool expired = false;
+  bool unnamed = false;                         ///< no user ID of it is valid
   bool encrypts = false;                        ///< mail can be encrypted to it now
   std::vector<std::string> new_addresses = {};  ///< those that an import has added
   bool operator==(const KeyInfo&) const = default;

@@ -140,12 +140,12 @@ KeyFacts FactsOf(rnp_key_handle_t primary) {
 }
 
 std::string BinaryKeys(std::string_view data) {
-  if (IsBinary(data)) return std::string(data);
+  if (IsBinary(data)) return WithoutIgnoredPackets(data);
   std::string keys;
   for (const auto* kind : {"PUBLIC KEY BLOCK", "PRIVATE KEY BLOCK"}) {
     auto rest = data;
     while (const auto found = FindArmour(rest, kind)) {
-      keys += Dearmour(found->block);
+      keys += WithoutIgnoredPackets(Dearmour(found->block));
       rest = found->after;
     }
   }

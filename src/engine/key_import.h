@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,7 +34,11 @@ struct MergedKey {
 struct LeftOut {
   std::size_t keys = 0;
   std::size_t subkeys = 0;  ///< of the keys that it understands
+  std::set<int> versions;   ///< of such keys, other than those that it knows
 };
+
+/// "Keys of version 6 are not supported."; empty when it is not their versions.
+std::string VersionTrouble(const LeftOut& left_out);
 
 struct MergedKeys {
   std::vector<MergedKey> keys;

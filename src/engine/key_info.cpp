@@ -17,6 +17,7 @@ constexpr char kSeparator = '\t';
 constexpr char kSecret = 's';
 constexpr char kOpen = 'o';
 constexpr char kRevoked = 'r';
+constexpr char kUnnamed = 'n';
 
 std::string AlgorithmOf(rnp_key_handle_t primary) {
   const std::string algorithm = Text(rnp_key_get_alg, primary);
@@ -100,6 +101,7 @@ KeyInfo InfoOf(rnp_ffi_t ffi, rnp_key_handle_t primary) {
   info.open = HasOpenSecretPart(keys);
   info.revoked = Get<bool>(rnp_key_is_revoked, primary);
   info.expired = Get<bool>(rnp_key_is_expired, primary);
+  info.unnamed = !HasValidUserId(primary);
   info.encrypts = UsableFor(ffi, primary, "encrypt") != nullptr;
   return info;
 }
@@ -116,6 +118,7 @@ std::string FormatInfo(rnp_ffi_t ffi, rnp_key_handle_t primary, bool secret) {
   if (secret && info.secret) flags += kSecret;
   if (secret && info.open) flags += kOpen;
   if (info.revoked) flags += kRevoked;
+  if (info.unnamed) flags += kUnnamed;
   std::string text;
   for (const auto number : {info.created, info.expires, EncryptsUntil(ffi, primary)}) {
     text += std::to_string(number) + kSeparator;
@@ -139,6 +142,7 @@ std::optional<KeyInfo> ReadInfo(const RingEntry& entry) {
   info.secret = flags.find(kSecret) != std::string_view::npos;
   info.open = flags.find(kOpen) != std::string_view::npos;
   info.revoked = flags.find(kRevoked) != std::string_view::npos;
+  info.unnamed = flags.find(kUnnamed) != std::string_view::npos;
   info.algorithm = Take(text);
   while (!text.empty()) info.user_ids.push_back(Unescaped(Take(text)));
   return info;

@@ -96,6 +96,9 @@ void NewKeys::Add(const std::string& piece) {
   const auto loaded = LoadKeys(scratch.get(), piece);
   if (loaded.empty()) {
     ++left_out.keys;
+    constexpr int kLastKnown = 4;
+    const auto body = FirstBody(piece);
+    if (!body.empty() && body[0] > kLastKnown) left_out.versions.insert(body[0]);
     return;
   }
   const auto facts = FactsOf(FindKey(scratch.get(), loaded.front()).get());
@@ -137,6 +140,7 @@ NewKeys KeysIn(const KeyRings& rings, std::string_view data) {
   }
   AddRevocations(rings, bytes, found);
   if (found.keys.empty()) {
+    if (!found.left_out.versions.empty()) Fail(kBadFormat, VersionTrouble(found.left_out));
     Fail(kBadFormat, revocations.empty() ? "There is no OpenPGP key in this."
                                          : "This revokes a key that is not in the rings.");
   }
@@ -299,6 +303,15 @@ std::string WithoutClaims(const KeyRings& rings, const RingEntry& entry,
     }
   }
   return kept;
+}
+
+std::string VersionTrouble(const LeftOut& left_out) {
+  std::string text;
+  for (const int version : left_out.versions) {
+    if (!text.empty()) text += ' ';
+    text += "Keys of version " + std::to_string(version) + " are not supported.";
+  }
+  return text;
 }
 
 }  // namespace corvessa::engine

@@ -327,6 +327,16 @@ std::optional<KeyPart::Kind> PartThatBegins(int tag) {
 
 }  // namespace
 
+std::string WithoutIgnoredPackets(std::string_view packets) {
+  std::string rest;
+  std::size_t read = 0;
+  ForEachPacket(packets, [&](int tag, std::string_view packet, std::string_view) {
+    if (!IsIgnored(tag)) rest += packet;
+    read += packet.size();
+  });
+  return rest.append(packets.substr(read));
+}
+
 std::vector<KeyPart> SplitKey(std::string_view key) {
   std::vector<KeyPart> parts;
   ForEachPacket(key, [&](int tag, std::string_view packet, std::string_view) {

@@ -69,6 +69,9 @@ bool RevealRecipients(std::string& message_start, const EncryptedMessageStart& s
 /// signature is a document, which must not travel in clear.
 bool AreSignatures(std::string_view bytes);
 
+/// Packets without those that say nothing: markers, padding, private and other uncritical ones.
+std::string WithoutIgnoredPackets(std::string_view packets);
+
 /// One transferable key of a key ring: its primary key packet and all that belongs to it.
 struct RingPiece {
   std::size_t offset = 0;

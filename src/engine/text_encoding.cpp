@@ -58,7 +58,12 @@ std::optional<Charset> Detect(std::string_view bytes) {
   const std::string_view name = uchardet_get_charset(detector.get());
   if (name.empty() && LooksChinese(bytes)) return Charset::kGb18030;
   // It knows no Ukrainian, whose letters KOI8-R has frames for.
-  return name == "KOI8-R" ? Charset::kKoi8U : FindCharset(name);
+  const auto charset = name == "KOI8-R" ? Charset::kKoi8U : FindCharset(name);
+  // A few accents tell little; most such texts are western.
+  constexpr std::ptrdiff_t kTelling = 8;
+  const bool is_guess =
+      charset && system::IsLatin(*charset) && std::ranges::count_if(bytes, IsHigh) < kTelling;
+  return is_guess ? std::nullopt : charset;
 }
 
 /// What is valid UTF-8 by chance is so in pairs: in the charsets of two bytes a character.

@@ -129,6 +129,8 @@ void ReadingPass::HideSubject(platform::MailItem& response) const {
 void ReadingPass::DecryptVerifyBody(const platform::MailItemPtr& item, std::string& text,
                                     AttachmentNodes& attachments) {
   const auto crypto = Crypto();
+  crypto->DeclareCharset(item);
+  crypto->OpenSignedText(text);
   const std::string armour = text;
   m_lDecryptStatus = crypto->DecryptMailItem(item, text, attachments);
   failure_ = crypto->LastFailure();

@@ -146,6 +146,9 @@ class MailItem {
   virtual void SetHTMLBody(std::string_view html) = 0;
   /// Outlook 2002 and later; an error before.
   virtual void SetBodyFormat(std::int32_t format) = 0;
+  /// The charset that the mail declares for its text, by its name in MIME or as "cp1252"; empty
+  /// when it is unknown.
+  virtual std::string BodyCharset() = 0;
   virtual std::string Subject() = 0;
   virtual void SetSubject(std::string_view subject) = 0;
   virtual std::string EntryID() = 0;

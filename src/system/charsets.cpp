@@ -97,6 +97,15 @@ const std::vector<Charset>& EarlierCharsets() {
   return charsets;
 }
 
+bool IsLatin(Charset charset) {
+  static constexpr Charset kLatin[] = {
+      Charset::kWindows1252, Charset::kLatin9,     Charset::kWindows1250, Charset::kLatin2,
+      Charset::kWindows1254, Charset::kIso9,       Charset::kWindows1257, Charset::kIso13,
+      Charset::kIso4,        Charset::kLatin3,     Charset::kIso10,       Charset::kIso14,
+      Charset::kIso16,       Charset::kWindows1258};
+  return std::ranges::count(kLatin, charset) > 0;
+}
+
 bool HasPairs(Charset charset) {
   return charset >= Charset::kGb18030 && charset <= Charset::kEucKr;
 }

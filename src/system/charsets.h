@@ -51,6 +51,8 @@ enum class Charset {
 std::optional<Charset> FindCharset(std::string_view name);
 /// All but UTF-8, the commonest first.
 const std::vector<Charset>& EarlierCharsets();
+/// Its letters are Latin ones with accents.
+bool IsLatin(Charset charset);
 /// Its letters outside ASCII take two bytes or more.
 bool HasPairs(Charset charset);
 /// What the systems call it.

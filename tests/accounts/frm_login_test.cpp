@@ -48,6 +48,20 @@ TEST_F(Login, TakesThePassphraseOfTheChosenAddressAndLeavesNoCopy) {
   EXPECT_THAT(FilesHolding("canary"), IsEmpty());
 }
 
+TEST_F(Login, AsksForThePassphraseOfAMessageItselfAndLeavesNoCopy) {
+  for (const bool is_given : {true, false}) {
+    ui.Expect<frmPassphrase>("frmPassphrase", [&](frmPassphrase& form) {
+      if (is_given) ExpectGoldenForm("frmPassphrase", form);
+      form.txtPassword.Type("canary");
+      (is_given ? form.cmdOK : form.cmdCancel).Press();
+    });
+    const auto form = std::make_shared<frmPassphrase>();
+    const auto passphrase = form->Ask(!is_given);
+    EXPECT_EQ(passphrase ? passphrase->View() : "none", is_given ? "canary" : "none");
+    EXPECT_EQ(form->txtPassword.Text(), "");
+  }
+}
+
 TEST_F(Login, OffersTheGivenAddressFirstAndTheOthersThatAreLocked) {
   g_colAccounts[2]->SetAuthenticated(true);
   const auto offered = [&](std::string_view address, bool list_all) {

@@ -342,6 +342,31 @@ class Opening(DeskCase):
         signed = gpg.run("--armor", "--clearsign", data=text.encode()).stdout
         both = gpg.run("--armor", "--encrypt", "-r", ALICE, data=signed).stdout
         sealed = gpg.run("--armor", "--encrypt", "-r", ALICE, data=text.encode()).stdout
+        in_one_step = gpg.run("--armor", "--sign", "--encrypt", "-r", ALICE, data=text.encode()).stdout
+        opaque = gpg.run("--armor", "--sign", data=text.encode()).stdout
+        in_koi8 = gpg.run("--armor", "--sign", "--encrypt", "-r", ALICE,
+                          data="Привет, как дела?".encode("koi8-r")).stdout
+        with_passphrase = gpg.run("--armor", "--symmetric", "--pinentry-mode", "loopback",
+                                  "--passphrase", "open sesame", data=text.encode()).stdout
+        own = self.write("own", "open sesame\n")
+        for armour, decrypted, signature, signers, shown in (
+                (in_one_step, 0, 0, [GINA], text), (opaque, 1, 0, [GINA], text),
+                (in_koi8, 0, 0, [GINA], "Привет, как дела?"), (with_passphrase, 0, 2, [], text)):
+            inner = gpg.run("--sign", "--encrypt", "-r", ALICE, data=b"inner").stdout
+            mail = EmailMessage(policy=policy.SMTP)
+            mail["From"], mail["To"] = GINA, ALICE
+            mail.set_content(armour.decode())
+            mail.add_attachment(inner, "application", "octet-stream", filename="inner.bin")
+            for file in (mail.as_bytes(), armour):
+                report = self.alice("--passphrase", f"message={own}", "open",
+                                    self.write("g.eml", file), "--json").json()
+                self.assertEqual((report["decryptStatus"], report["signStatus"], report["signers"],
+                                  report["body"].strip()),
+                                 (decrypted, signature, signers, shown.strip()))
+                if decrypted == 0:
+                    self.assertEqual([(entry["decryptStatus"], entry["signStatus"], entry["signers"])
+                                      for entry in report["attachments"]],
+                                     [] if file is armour else [(0, 0, [GINA])])
         content = bytes([0x80]) * 100_000
         files = {"report.bin": gpg.run("--encrypt", "-r", ALICE, data=content).stdout,
                  "report.bin.sig": gpg.run("--detach-sign", data=content).stdout,

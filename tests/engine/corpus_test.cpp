@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "engine/armour.h"
+#include "engine/packets.h"
 #include "engine/profile.h"
 
 namespace corvessa::engine {
@@ -84,6 +85,36 @@ TEST_F(CorpusTest, WhatIsOnlySignedIsOpenedAndVerified) {
   }
   for (const auto* const name : {"gpg-stored.asc", "gpg-encrypted.asc", "alice.key"}) {
     EXPECT_EQ(alice.engine->OpenSignedText(Corpus(name), text), -9) << name;
+  }
+}
+
+TEST_F(CorpusTest, NothingButWhatWasSignedIsShownAsSigned) {
+  const std::string whole = Dearmour(Corpus("gpg-signed-uncompressed.asc"));
+  const std::string start(FirstPacket(whole));
+  const std::string literal(FirstPacket(whole.substr(start.size())));
+  const std::string signature = whole.substr(start.size() + literal.size());
+  const std::string evil(
+      "\xcb\x0a"
+      "b\0\0\0\0\0evil",
+      12);
+  std::string changed = whole;
+  changed[changed.find("item")] = 'I';
+  std::string other_signature = whole;
+  other_signature.back() ^= 1;
+  const auto outcome = [&](const std::string& packets) {
+    std::string text;
+    const auto status = alice.engine->OpenSignedText(Armour(packets, "message", {}), text);
+    return status == 0 ? alice.VerifyText(text) : std::to_string(status);
+  };
+  EXPECT_EQ(outcome(whole), "1 [gina@example.org] [] " + kText);
+  EXPECT_EQ(outcome(changed), "0 [gina@example.org] [] ");
+  EXPECT_EQ(outcome(other_signature), "0 [gina@example.org] [] ");
+  for (const auto& packets :
+       {evil + whole, start + evil + literal + signature, start + literal + evil + signature,
+        start + evil + signature, literal + signature, whole + evil, whole + whole}) {
+    const auto read = outcome(packets);
+    const bool is_what_was_signed = read == "1 [gina@example.org] [] " + kText;
+    EXPECT_TRUE(is_what_was_signed || !read.starts_with("1 ")) << read;
   }
 }
 

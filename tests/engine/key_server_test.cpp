@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 #include <thread>
 
+#include "base/error.h"
 #include "base/text.h"
 #include "engine/armour.h"
 #include "engine/key_facts.h"
 #include "engine/key_import.h"
+#include "engine/key_servers.h"
 #include "engine/profile.h"
 #include "support/gpg.h"
 #include "support/http_server.h"
@@ -116,6 +118,39 @@ TEST_F(KeyServerTest, FindsAndPublishesOnARealServer) {
   const auto armoured = stranger.EncryptText(To({kAlice}), "x").second;
   EXPECT_EQ(alice->DecryptText(armoured), Outcome(0, "x"));
   EXPECT_EQ(stranger.EncryptText(To({kAlice, "bob@example.org"}), "x").first, -13);
+}
+
+TEST_F(KeyServerTest, ADirectoryIsAskedFirstAndForTheAddressOnly) {
+  EXPECT_EQ(DirectoryUrls("joe.doe@example.org", ""),
+            (std::vector<std::string>{
+                "https://openpgpkey.example.org/.well-known/openpgpkey/example.org/hu/"
+                "iy9q119eutrkn8s1mk4r39qejnbu3n5q?l=joe.doe",
+                "https://example.org/.well-known/openpgpkey/hu/"
+                "iy9q119eutrkn8s1mk4r39qejnbu3n5q?l=joe.doe"}));
+  for (const auto* no_domain : {"0x1234567812345678", "joe@example.org:8080", "joe@x/y"}) {
+    EXPECT_EQ(DirectoryUrls(no_domain, ""), std::vector<std::string>()) << no_domain;
+  }
+  Profile mallory;
+  mallory.Generate("mallory@example.org");
+  const auto binary = Says(Dearmour(AlicesKeys()));
+  const std::string found = "0, 0, -13";
+  const std::string none = kNone;
+  const HttpServer hkp(Says(mallory.PublicKeys("mallory@example.org")));
+  for (const auto& [answer, outcome, asks_others] :
+       {std::tuple(binary, found, false), std::tuple(Says(AlicesKeys()), found, false),
+        std::tuple(Says(Dearmour(mallory.PublicKeys("mallory@example.org"))), none, false),
+        std::tuple(Replies("404 No\r\n\r\n"), none, true),
+        std::tuple(Says("<html>"), none, true)}) {
+    const HttpServer directory(answer);
+    const auto before = hkp.Requests().size();
+    EXPECT_EQ(AskingFor("wkd=" + directory.Url() + ", " + hkp.Url()), outcome);
+    // The signer's key ID is a question for key servers only.
+    EXPECT_EQ(hkp.Requests().size() - before, asks_others ? 3U : 1U);
+    EXPECT_EQ(directory.Requests().at(0).substr(0, 59),
+              "GET /.well-known/openpgpkey/example.org/hu/kei1q4tipxxu1yj79");
+  }
+  EXPECT_EQ(AskingFor("wkd=" + DeadAddress()), kUnreachable);
+  EXPECT_THROW(alice->engine->SetOption("lookupKeyservers", "wkd=ftp://keys"), Error);
 }
 
 TEST_F(KeyServerTest, AServersNewNameOnAKnownKeyIsNotBelieved) {

@@ -6,6 +6,7 @@
 
 #include "base/text.h"
 #include "engine/armour.h"
+#include "engine/packets.h"
 
 namespace corvessa::engine {
 namespace {
@@ -161,6 +162,22 @@ TEST_F(RingsTest, NoPassphraseIsOnDisk) {
   for (const auto& entry : std::filesystem::directory_iterator(profile.folder / "keys")) {
     EXPECT_EQ(ContentOf(entry).find("horse"), std::string::npos) << entry;
   }
+}
+
+TEST_F(RingsTest, PacketsThatSayNothingAreSkippedAndLaterVersionsNamed) {
+  const std::string key = Dearmour(donor->PublicKeys(Address(0)));
+  const std::string noise("\xca\x03PGP\xd5\x02xx\xfc\x03prv", 14);
+  const auto first = FirstPacket(key).size();
+  Profile profile;
+  profile.Import(noise + key.substr(0, first) + noise + key.substr(first) + noise);
+  EXPECT_EQ(Dearmour(profile.PublicKeys(Address(0))), key);
+  const std::string later("\xc6\x05\x06\0\0\0\0", 7);
+  EXPECT_EQ(profile.ImportStatus(later), -9);
+  EXPECT_EQ(profile.engine->GetEngineLastError(), "Keys of version 6 are not supported.");
+  EXPECT_EQ(profile.ImportStatus(key + later), -9);
+  EXPECT_EQ(profile.engine->GetEngineLastError(),
+            "Keys of version 6 are not supported. What is of a kind unknown here was left out "
+            "(keys: 1, subkeys: 0); the rest was taken.");
 }
 
 }  // namespace

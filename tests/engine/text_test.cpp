@@ -215,6 +215,81 @@ TEST_F(TextTest, WhatIsNoMessageOrIsDamagedGivesItsStatusAndNoText) {
   }
 }
 
+TEST_F(TextTest, TextsInCharsetsOfMailAreReadAndTheirSignaturesHold) {
+  const struct {
+    const char* charset;
+    std::string bytes, text;
+  } cases[] = {{"iso-8859-1", "Gr\xfc\xdf", "Grüß"},
+               {"ISO-8859-2", "P\xf8\xed\xb9", "Příš"},
+               {"iso-8859-3", "\xa1o", "Ħo"},
+               {"iso-8859-4", "\xe0", "ā"},
+               {"iso-8859-5", "\xbf\xe0\xd8\xd2\xd5\xe2", "Привет"},
+               {"iso-8859-6", "\xe5\xd1", "مر"},
+               {"iso-8859-7", "\xca\xe1\xeb\xe7", "Καλη"},
+               {"iso-8859-8-i", "\xf9\xec\xe5\xed", "שלום"},
+               {"iso-8859-9", "\xde\xfd", "Şı"},
+               {"iso-8859-10", "\xe0", "ā"},
+               {"iso-8859-11", "\xca\xc7\xd1", "สวั"},
+               {"iso-8859-13", "\xe0\xe8i\xfb", "ąčiū"},
+               {"iso-8859-14", "\xf0", "ŵ"},
+               {"iso-8859-15", "\xa4 5", "€ 5"},
+               {"iso-8859-16", "\xba\xfe", "șț"},
+               {"windows-1250", "\x8a\x9e", "Šž"},
+               {"cp1251", "\xcf\xf0\xe8", "При"},
+               {"windows-1253", "\xc1\xa2", "ΑΆ"},
+               {"windows-1254", "\xde\x80", "Ş€"},
+               {"windows-1255", "\xf9\xec", "של"},
+               {"windows-1256", "\xe3\xd1", "مر"},
+               {"windows-1257", "\xe0\xe8", "ąč"},
+               {"windows-1258", "\xfe", "₫"},
+               {"koi8-r", "\xf0\xd2\xc9\xd7\xc5\xd4", "Привет"},
+               {"KOI8-U", "\xf0\xd2\xc9\xd7\xa6\xd4", "Привіт"},
+               {"gb2312", "\xc4\xe3\xba\xc3", "你好"},
+               {"gbk", "\xc4\xe3\xba\xc3", "你好"},
+               {"gb18030", "\xc4\xe3\xa2\xe3", "你€"},
+               {"big5", "\xa7\x41\xa6\x6e", "你好"},
+               {"shift_jis", "\x93\xfa\x96\x7b", "日本"},
+               {"euc-jp", "\xc6\xfc\xcb\xdc", "日本"},
+               {"iso-2022-jp", "\x1b$BF|K\\\x1b(B", "日本"},
+               {"euc-kr", "\xbe\xc8\xb3\xe7", "안녕"}};
+  for (const auto& [charset, bytes, text] : cases) {
+    bob->engine->SetDeclaredCharset(charset);
+    EXPECT_EQ(bob->DecryptText(Encrypted(bytes)), Outcome(0, text)) << charset;
+    // As the host has read the mail, whether it declares the charset or not.
+    std::string block = Signed(bytes);
+    block.replace(block.find(bytes), bytes.size(), text);
+    EXPECT_EQ(bob->VerifyText(block), "1 [alice@example.org] [] " + text) << charset;
+    bob->engine->SetDeclaredCharset("");
+    EXPECT_EQ(bob->VerifyText(block), "1 [alice@example.org] [] " + text) << charset;
+    std::string with_header = Encrypted(bytes);
+    with_header.insert(with_header.find("\r\n") + 2, std::string("Charset: ") + charset + "\r\n");
+    EXPECT_EQ(bob->DecryptText(with_header), Outcome(0, text)) << charset;
+  }
+  const std::string replaced =
+      "[This text is in an unknown charset. Characters that cannot be read are shown as \uFFFD.]"
+      "\r\n\r\n\uFFFD1 €\r\n";
+  const std::pair<const char*, std::pair<std::string, std::string>> others[] = {
+      {"utf-8", {"Gr\xfc\xdf", "Grüß"}},
+      {"us-ascii", {"Grüß", "Grüß"}},
+      {"iso-8859-1", {"Grüß", "Grüß"}},
+      {"",
+       {"Espa\xf1"
+        "a",
+        "España"}},
+      {"big5", {"日本", "日本"}},
+      {"utf-7", {"+AGE-", "+AGE-"}},
+      {"", {"\xf0\xd2\xc9\xd7\xc5\xd4, \xcb\xc1\xcb \xc4\xc5\xcc\xc1?", "Привет, как дела?"}},
+      {"windows-1252",
+       {"\x81"
+        "1 \x80\r\n",
+        replaced}}};
+  for (const auto& [charset, texts] : others) {
+    bob->engine->SetDeclaredCharset(charset);
+    EXPECT_EQ(bob->DecryptText(Encrypted(texts.first)), Outcome(0, texts.second)) << charset;
+  }
+  bob->engine->SetDeclaredCharset("");
+}
+
 TEST_F(TextTest, OnlyWhatWasSignedIsReturned) {
   const std::string good = Signed("one\n-two\nthree");
   const auto changed = [&](std::string_view from, std::string_view to) {

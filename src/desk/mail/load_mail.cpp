@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -96,6 +97,14 @@ Handle<GMimeMessage> ParseCutHeader(GMimeStream* stream) {
   Raise(kInvalidArgument, title + " holds a header field that cannot be read.");
 }
 
+bool NamesContentType(GMimeMessage* message) {
+  auto* const headers = g_mime_object_get_header_list(GMIME_OBJECT(message));
+  if (g_mime_header_list_get_header(headers, "Content-Type")) return true;
+  // GMime gives a part's own fields to the part.
+  auto* const root = g_mime_message_get_mime_part(message);
+  return root && g_mime_header_list_get_header(g_mime_object_get_header_list(root), "Content-Type");
+}
+
 Mail ReadMail(GMimeStream* stream, const std::shared_ptr<const MailFile>& file,
               const std::string& title) {
   const auto fault = FindFieldFault(stream);
@@ -106,7 +115,8 @@ Mail ReadMail(GMimeStream* stream, const std::shared_ptr<const MailFile>& file,
     message = ParseCutHeader(stream);
     mail.incomplete = true;
   }
-  if (!message || !ReadHeader(message.get(), mail)) {
+  // Some programs keep only what stands between the boundaries of a mail.
+  if (!message || (!ReadHeader(message.get(), mail) && !NamesContentType(message.get()))) {
     Raise(kInvalidArgument, title + " is not a mail message.");
   }
   if (fault == FieldFault::kNul) RaiseUnreadable(title);
@@ -125,12 +135,15 @@ Handle<GMimeStream> SkipByteOrderMark(GMimeStream* stream) {
                    : AddReference(stream);
 }
 
-bool NamesContentType(GMimeMessage* message) {
-  auto* const headers = g_mime_object_get_header_list(GMIME_OBJECT(message));
-  if (g_mime_header_list_get_header(headers, "Content-Type")) return true;
-  // GMime gives a part's own fields to the part.
-  auto* const root = g_mime_message_get_mime_part(message);
-  return root && g_mime_header_list_get_header(g_mime_object_get_header_list(root), "Content-Type");
+/// A text that begins with armour is all that was kept of a mail.
+bool IsBareArmour(GMimeStream* stream) {
+  constexpr std::string_view kMarks[] = {"-----BEGIN PGP MESSAGE-----",
+                                         "-----BEGIN PGP SIGNED MESSAGE-----"};
+  char start[64] = {};
+  const auto count = g_mime_stream_read(stream, start, sizeof start);
+  g_mime_stream_reset(stream);
+  const std::string_view text(start, static_cast<std::size_t>(std::max<gssize>(count, 0)));
+  return std::ranges::any_of(kMarks, [&](auto mark) { return text.starts_with(mark); });
 }
 
 }  // namespace
@@ -169,6 +182,13 @@ Mail LoadMail(const std::filesystem::path& path) {
   const auto file = MailFile::Open(path);
   const std::string title = path == "-" ? "The input" : path.string();
   if (file->Size() == 0) Raise(kInvalidArgument, title + " is empty, not a mail message.");
+  if (const auto stream = SkipByteOrderMark(file->Stream()); IsBareArmour(stream.get())) {
+    Mail mail;
+    mail.source = PartContent(file->Stream(), {}, file);
+    mail.body_text =
+        WithLineEnds(BodyToUtf8(PartContent(stream.get(), {}, file)->Bytes(), ""), "\r\n");
+    return mail;
+  }
   Mail mail = ReadMail(SkipByteOrderMark(file->Stream()).get(), file, title);
   mail.source = PartContent(file->Stream(), {}, file);
   return mail;

@@ -82,6 +82,8 @@ struct Mail {
   /// missing. Each is empty when the mail has no such body; neither is derived from the other.
   std::string body_text;
   std::string body_html;
+  /// What the mail declares for the text, as it stands there.
+  std::string body_charset;
 
   std::vector<Attachment> attachments;
 

@@ -187,6 +187,7 @@ class PartReader {
         TextOrEmpty(g_mime_object_get_content_type_parameter(GMIME_OBJECT(part), "charset"));
     SetBody(is_html ? mail_.body_html : mail_.body_text, is_html ? has_html_ : has_text_,
             ContentOf(part)->Bytes(), label);
+    if (!is_html) mail_.body_charset = label;
   }
 
   void SetBody(std::string& body, bool& is_set, const std::string& bytes,

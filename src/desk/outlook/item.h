@@ -89,6 +89,7 @@ class Item final : public platform::MailItem, public std::enable_shared_from_thi
   platform::SharedText Body() override;
   void SetBody(std::string_view text) override;
   platform::SharedText HTMLBody() override;
+  std::string BodyCharset() override { return live_.body_charset; }
   void SetHTMLBody(std::string_view html) override;
   void SetBodyFormat(std::int32_t format) override;
   std::string Subject() override;

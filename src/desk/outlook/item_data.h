@@ -80,6 +80,8 @@ struct ItemData {
   std::vector<RecipientData> recipients;
   std::string subject;
   platform::SharedText body = EmptyText();
+  /// What the mail declared for it.
+  std::string body_charset;
   /// Empty for a plain-text item.
   platform::SharedText html = EmptyText();
   /// As text; empty for an unsent item.

@@ -53,7 +53,8 @@ struct GivenResult {
 };
 
 /// Answers a form that has just been shown. A passphrase prompt (frmLogin) gets the passphrase of
-/// an address that it offers. Then the form's answers are used until it closes or none is left.
+/// an address that it offers; that of a message's own one (frmPassphrase) the one given for
+/// "message". Then the form's answers are used until it closes or none is left.
 /// Each names a control to press ("cmdOK", "optRemember(1)"), or is CONTROL:TEXT for a row or tab
 /// to choose, a line to type or a check box to set ("on" or "off").
 GivenResult GiveAnswers(Form& form, Answers& answers);

@@ -17,6 +17,9 @@ namespace corvessa::desk {
 namespace {
 
 constexpr std::string_view kLogin = "frmLogin";
+constexpr std::string_view kPassphrase = "frmPassphrase";
+/// Stands for an address where a message has a passphrase of its own.
+constexpr const char* kMessage = "message";
 
 /// Returns the name of the button pressed; empty if there is no passphrase for an offered address.
 std::string GivePassphrase(Form& form, Answers& answers) {
@@ -38,6 +41,19 @@ std::string GivePassphrase(Form& form, Answers& answers) {
     if (users->Row(row) == *address) users->ClickRow(row);
   }
   password->Type(answers.UsePassphrase(*address, prompt->Caption()).View());
+  ok->Press();
+  return AnswerName(*ok);
+}
+
+/// The same for the passphrase of a message itself.
+std::string GiveMessagePassphrase(Form& form, Answers& answers) {
+  auto* password = form.Find<TextBox>("txtPassword");
+  auto* ok = form.Find<CommandButton>("cmdOK");
+  auto* prompt = form.Find<Label>("txtPrompt1");
+  if (!password || !ok || !prompt) return {};
+  const auto key = answers.ChooseAddress({kMessage}, prompt->Caption());
+  if (!key) return {};
+  password->Type(answers.UsePassphrase(*key, prompt->Caption()).View());
   ok->Press();
   return AnswerName(*ok);
 }
@@ -117,6 +133,7 @@ GivenResult GiveAnswers(Form& form, Answers& answers) {
   const FormPtr held = form.shared_from_this();
   GivenResult result;
   if (form.Name() == kLogin) result.answer = GivePassphrase(form, answers);
+  if (form.Name() == kPassphrase) result.answer = GiveMessagePassphrase(form, answers);
   while (form.IsVisible() && answers.HasAnswers(form.Name())) {
     const std::string given = answers.NextAnswer(form.Name());
     const std::string control(ControlIn(given));

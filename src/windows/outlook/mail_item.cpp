@@ -71,6 +71,14 @@ class LateBoundItem final : public LateBound<platform::MailItem> {
   }
   void SetHTMLBody(std::string_view html) override { Put("HTMLBody", html); }
   void SetBodyFormat(std::int32_t format) override { Put("BodyFormat", format); }
+  /// Outlook 2002 and later; the text of older ones tells no more than their own code page.
+  std::string BodyCharset() override {
+    try {
+      return "cp" + std::to_string(Number("InternetCodepage"));
+    } catch (const Error&) {
+      return {};
+    }
+  }
   std::string Subject() override { return Text("Subject"); }
   void SetSubject(std::string_view subject) override { Put("Subject", subject); }
   std::string EntryID() override { return Text("EntryID"); }
