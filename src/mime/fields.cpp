@@ -96,7 +96,7 @@ std::string FromQuotedPrintable(std::string_view text) {
 struct Word {
   std::string charset;
   std::string bytes;
-  std::size_t length;
+  std::size_t length = 0;  ///< of the encoded form; 0 for no word
 };
 
 /// The encoded word at the start of a text.
@@ -235,28 +235,28 @@ Parameters ParseParameters(std::string_view raw) {
 
 std::string DecodeWords(std::string_view raw) {
   std::string text;
-  std::optional<Word> open;
+  Word open;
   std::string_view gap;
   const auto close = [&] {
-    if (open) text += TextIn(open->bytes, open->charset);
-    open.reset();
+    if (open.length != 0) text += TextIn(open.bytes, open.charset);
+    open = {};
   };
   while (!raw.empty()) {
     if (auto word = WordAt(raw)) {
       raw.remove_prefix(word->length);
       // Blanks between words are not part of the text, and a letter may be split by them.
-      if (open && open->charset == word->charset) {
-        open->bytes += word->bytes;
+      if (open.length != 0 && open.charset == word->charset) {
+        open.bytes += word->bytes;
       } else {
         close();
-        open = std::move(word);
+        open = *std::move(word);
       }
       gap = {};
       continue;
     }
     const std::string_view plain = raw.substr(0, raw.find("=?", 1));
     raw.remove_prefix(plain.size());
-    if (open && Trim(plain, kBlanks).empty()) {
+    if (open.length != 0 && Trim(plain, kBlanks).empty()) {
       gap = plain;
       continue;
     }
