@@ -16,6 +16,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr std::string_view kDefaultDeliveryCommand = "/usr/sbin/sendmail";
+
 std::vector<std::string> SplitAtBlanks(std::string_view text) {
   std::vector<std::string> words;
   for (std::size_t at = 0; at < text.size();) {

@@ -9,11 +9,6 @@ namespace corvessa::desk {
 
 class Profile;
 
-/// The program that takes sent mail: its name and arguments, separated by blanks. It is called as
-/// "sendmail" is, see DeliverMail.
-inline constexpr std::string_view kDeliveryCommand = "DeliveryCommand";
-inline constexpr std::string_view kDefaultDeliveryCommand = "/usr/sbin/sendmail";
-
 /// Hands the mail to the delivery command of the profile, which reads it from its standard input
 /// and gets "-i -f SENDER -- RECIPIENT…" as its last arguments, the blind-copy recipients among
 /// them, whom the mail does not name. Throws CommandError if that fails; the mail is kept in the

@@ -9,7 +9,6 @@
 #include "base/text.h"
 #include "commands/account_store.h"
 #include "commands/command_error.h"
-#include "desk/delivery.h"
 #include "settings/registry_values.h"
 #include "settings/settings.h"
 

@@ -8,6 +8,10 @@
 
 namespace corvessa::desk {
 
+/// The desk's own setting: the program that takes sent mail, with its arguments, separated by
+/// blanks. It is called as "sendmail" is, see DeliverMail.
+inline constexpr std::string_view kDeliveryCommand = "DeliveryCommand";
+
 /// Reads and changes the add-in's registry values without the add-in. Every change is
 /// on disk when its call returns. Throws CommandError for wrong use and Error if the registry
 /// cannot be written.

@@ -101,9 +101,8 @@ OpenPgpParts FindOpenPgpParts(platform::MailItem& item, std::string_view body) {
   }
   // "report.pdf.asc" beside "report.pdf" is the signature of that file.
   parts.has_signature = std::ranges::any_of(signatures, [&](const std::string& signature) {
-    return std::ranges::none_of(parts.names, [&](const std::string& name) {
-      return signature == LCase(name) + ".asc";
-    });
+    return std::ranges::none_of(
+        parts.names, [&](const std::string& name) { return signature == LCase(name) + ".asc"; });
   });
   if (messages.empty()) return parts;
   const bool has_text = !Trim(body, kBlanks).empty();
