@@ -193,6 +193,7 @@ TEST_F(CryptoOperationsTest, WordsWhatBecameOfAnAttachment) {
   AttachmentNode data;
   data.sDisplayName = "a.txt";
   AttachmentNode signature;
+  signature.sFilename = "c:\\a.txt.sig";
   std::vector<std::string> told;
   const auto verify = [&](std::int32_t status, std::vector<std::string> unknown = {}) {
     Engine().Always("VerifyFile",

@@ -356,14 +356,15 @@ class Opening(DeskCase):
             mail = EmailMessage(policy=policy.SMTP)
             mail["From"], mail["To"] = GINA, ALICE
             mail.set_content(armour.decode())
-            mail.add_attachment(inner, "application", "octet-stream", filename="inner.bin")
+            if armour is not with_passphrase:  # which unlocks nobody's key
+                mail.add_attachment(inner, "application", "octet-stream", filename="inner.bin")
             for file in (mail.as_bytes(), armour):
                 report = self.alice("--passphrase", f"message={own}", "open",
                                     self.write("g.eml", file), "--json").json()
                 self.assertEqual((report["decryptStatus"], report["signStatus"], report["signers"],
                                   report["body"].strip()),
                                  (decrypted, signature, signers, shown.strip()))
-                if decrypted == 0:
+                if armour in (in_one_step, in_koi8):
                     self.assertEqual([(entry["decryptStatus"], entry["signStatus"], entry["signers"])
                                       for entry in report["attachments"]],
                                      [] if file is armour else [(0, 0, [GINA])])
