@@ -245,7 +245,8 @@ void DeleteStoredFiles(AttachmentNodes& attachments) noexcept {
   const AttachmentNodes nodes = std::exchange(attachments, {});
   EmptiedFolders folders;
   for (const AttachmentNodePtr& node : nodes) {
-    if (node->message_folder.empty()) continue;
+    // Part of a mail that was only verified: it has no file.
+    if (node->sDir.empty()) continue;
     DeleteOrQueue(node->sFilename, folders);
     if (node->original_filename != node->sFilename) DeleteOrQueue(node->original_filename, folders);
     folders.Add(node->sDir);

@@ -146,7 +146,7 @@ TEST_F(KeyServerTest, ADirectoryIsAskedFirstAndForTheAddressOnly) {
     EXPECT_EQ(AskingFor("wkd=" + directory.Url() + ", " + hkp.Url()), outcome);
     // The signer's key ID is a question for key servers only.
     EXPECT_EQ(hkp.Requests().size() - before, asks_others ? 3U : 1U);
-    EXPECT_EQ(directory.Requests().at(0).substr(0, 59),
+    EXPECT_EQ(directory.Requests().at(0).substr(0, 60),
               "GET /.well-known/openpgpkey/example.org/hu/kei1q4tipxxu1yj79");
   }
   EXPECT_EQ(AskingFor("wkd=" + DeadAddress()), kUnreachable);

@@ -237,7 +237,7 @@ TEST_F(TextTest, TextsInCharsetsOfMailAreReadAndTheirSignaturesHold) {
                {"windows-1250", "\x8a\x9e", "Šž"},
                {"cp1251", "\xcf\xf0\xe8", "При"},
                {"windows-1253", "\xc1\xa2", "ΑΆ"},
-               {"windows-1254", "\xde\x80", "Ş€"},
+               {"windows-1254", "\xde\xfd\x80", "Şı€"},
                {"windows-1255", "\xf9\xec", "של"},
                {"windows-1256", "\xe3\xd1", "مر"},
                {"windows-1257", "\xe0\xe8", "ąč"},
