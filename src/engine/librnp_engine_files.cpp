@@ -133,8 +133,10 @@ std::string SignatureIn(std::string_view path, const std::filesystem::path& file
   std::string bytes = ReadWholeFile(file, kMaxSignatureFile);
   const auto armour = FindArmour(bytes, "SIGNATURE");
   if (armour && IsOnlyArmour(*armour)) {
-    bytes = Dearmour(armour->block);
-    if (!HoldsOnly(armour->block, bytes)) FailDamagedArmour(path);
+    std::string binary = Dearmour(armour->block);
+    // The block is a part of `bytes`.
+    if (!HoldsOnly(armour->block, binary)) FailDamagedArmour(path);
+    bytes = std::move(binary);
   }
   if (!AreSignatures(bytes)) Fail(kBadFormat, std::string(path) + " holds no signature.");
   return bytes;

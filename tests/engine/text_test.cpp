@@ -246,7 +246,7 @@ TEST_F(TextTest, TextsInCharsetsOfMailAreReadAndTheirSignaturesHold) {
                {"KOI8-U", "\xf0\xd2\xc9\xd7\xa6\xd4", "Привіт"},
                {"gb2312", "\xc4\xe3\xba\xc3", "你好"},
                {"gbk", "\xc4\xe3\xba\xc3", "你好"},
-               {"gb18030", "\xc4\xe3\xa2\xe3", "你€"},
+               {"gb18030", "\xc4\xe3\xba\xc3", "你好"},
                {"big5", "\xa7\x41\xa6\x6e", "你好"},
                {"shift_jis", "\x93\xfa\x96\x7b", "日本"},
                {"euc-jp", "\xc6\xfc\xcb\xdc", "日本"},

@@ -67,7 +67,7 @@ class Scenarios(OutlookCase):
     def test_pgp_mime_opens_and_is_put_back(self):
         inside = email.message.EmailMessage(policy=email.policy.SMTP)
         inside["Subject"] = "Prüfung " + CANARY
-        inside.set_content("Grüße\n" + TEXT, charset="iso-8859-1")
+        inside.set_content("Grüße\n" + TEXT, charset="utf-8")
         inside.add_attachment(CANARY.encode(), "application", "octet-stream", filename="Ü.bin")
         entity = inside.as_bytes()
         signature = self.gpg("--armor", "--detach-sign", "-u", BOB, data=entity)

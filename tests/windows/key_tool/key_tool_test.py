@@ -65,7 +65,9 @@ class KeyTool(unittest.TestCase):
                          (0, f"{ALICE} was removed; its keys remain.\n", ""))
         for arguments, code, complaint in (
                 ([], 2, "A subcommand is required; see corvessa-key --help"),
-                (generate[:3], 2, "no terminal to ask for a passphrase; use --passphrase-file"),
+                (generate[:3], 2, "no terminal to ask; use --yes"),
+                (["key", "generate", "new@example.org"], 2,
+                 "no terminal to ask for a passphrase; use --passphrase-file"),
                 (["key", "export", "n@example.org"], 1, "No key for n@example.org")):
             self.assertEqual(self.run_tool(*arguments), (code, "", f"corvessa-key: {complaint}\n"))
         self.assertEqual(self.run_tool("key", "import", self.folder / "missing")[0], 3)
