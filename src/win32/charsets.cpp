@@ -44,6 +44,12 @@ std::optional<std::wstring> Decode(std::string_view bytes, UINT page) {
   return text;
 }
 
+/// Where GB18030 has no code page, that of its older part, which holds all but rare characters.
+UINT PageOf(Charset charset) {
+  const UINT page = CodePage(charset);
+  return charset == Charset::kGb18030 && !IsValidCodePage(page) ? CodePage(Charset::kGbk) : page;
+}
+
 std::optional<std::string> Encode(std::wstring_view text, UINT page) {
   std::string bytes(text.size() * 4, '\0');
   if (text.empty()) return bytes;
@@ -148,11 +154,11 @@ std::optional<std::wstring> ToUtf16(std::string_view bytes, Charset from) {
   std::optional<std::wstring> text;
   if (from == Charset::kIso2022Jp) {
     const auto euc = EucFromIso2022(bytes);
-    if (euc) text = Decode(*euc, CodePage(Charset::kEucJp));
+    if (euc) text = Decode(*euc, PageOf(Charset::kEucJp));
   } else {
-    text = Decode(bytes, CodePage(from));
+    text = Decode(bytes, PageOf(from));
   }
-  const bool is_of_windows = CodePage(from) < kFirstOfOthers;
+  const bool is_of_windows = PageOf(from) < kFirstOfOthers;
   return text && is_of_windows && HasLateControls(*text) ? std::nullopt : text;
 }
 
@@ -160,11 +166,11 @@ std::optional<std::string> FromUtf16(std::wstring_view text, Charset to) {
   if (to == Charset::kUtf8) return win32::Utf8(text);
   if (const auto* upper = UpperHalf(to)) return EncodeUpper(text, *upper);
   if (to == Charset::kIso2022Jp) {
-    const auto euc = Encode(text, CodePage(Charset::kEucJp));
+    const auto euc = Encode(text, PageOf(Charset::kEucJp));
     return euc ? Iso2022FromEuc(*euc) : std::nullopt;
   }
-  if (CodePage(to) < kFirstOfOthers && HasLateControls(text)) return std::nullopt;
-  return Encode(text, CodePage(to));
+  if (PageOf(to) < kFirstOfOthers && HasLateControls(text)) return std::nullopt;
+  return Encode(text, PageOf(to));
 }
 
 }  // namespace

@@ -88,7 +88,7 @@ class Scenarios(OutlookCase):
             opened = self.do(do="open", eml=encrypted)
             window = opened["window"]
             self.assertEqual((opened["body"].replace("\r\n", "\n"), opened["subject"]),
-                             ("Grüße\n" + TEXT, "Prüfung " + CANARY))
+                             ("Grüße\n" + TEXT.replace("\r\n", "\n"), "Prüfung " + CANARY))
             self.assertEqual(captions(opened)["Corvessa Status"], [
                 ENCRYPTED, SIGNED, "The subject is the protected one.", "Show original message"])
             self.assertEqual([one["name"] for one in opened["attachments"]], ["Ü.bin"])
