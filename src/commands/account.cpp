@@ -5,6 +5,7 @@
 #include <ostream>
 #include <vector>
 
+#include "base/address.h"
 #include "base/text.h"
 #include "commands/account_store.h"
 #include "commands/command_context.h"
@@ -30,13 +31,23 @@ void TellOfUnusableKey(const CommandContext& context, UserData& data, const std:
                "\"");
 }
 
+bool Signs(const AccountStore& accounts, const std::string& address) {
+  return std::ranges::any_of(accounts.Accounts(), [&](const AccountEntry& entry) {
+    return entry.signs && entry.address == address;
+  });
+}
+
 Outcome Add(CommandContext& context, const std::string& address, bool signs) {
   const auto data = context.OpenUserData();
   const std::string normal = AccountStore::AccountAddress(address);
   AccountStore accounts(data->Registry());
   const auto before = accounts.Accounts();
-  if (accounts.AddAccount(normal, signs)) {
-    data->SaveRegistry();
+  const bool has_changed = accounts.AddAccount(normal, signs);
+  if (has_changed) data->SaveRegistry();
+  if (context.json) {
+    context.WriteJson(
+        {{"address", normal}, {"signs", Signs(accounts, normal)}, {"changed", has_changed}});
+  } else if (has_changed) {
     context.out << ForDisplay(normal) << (signs ? " is secured and signs.\n" : " is secured.\n");
     for (const AccountEntry& entry : before) {
       if (!signs || !entry.signs || entry.address == normal) continue;
@@ -56,7 +67,11 @@ Outcome Remove(CommandContext& context, const std::string& address) {
                        address + " is not a secured address; see \"account list\""};
   }
   data->SaveRegistry();
-  context.out << ForDisplay(address) << " was removed; its keys remain.\n";
+  if (context.json) {
+    context.WriteJson({{"address", NormalAddress(address)}, {"removed", true}});
+  } else {
+    context.out << ForDisplay(address) << " was removed; its keys remain.\n";
+  }
   return Outcome::kDone;
 }
 
@@ -64,7 +79,7 @@ Outcome List(CommandContext& context) {
   const auto data = context.OpenUserData();
   for (const AccountEntry& entry : AccountStore(data->Registry()).Accounts()) {
     if (context.json) {
-      context.WriteJson({{"address", entry.address}, {"signs", entry.signs}});
+      context.ListJson({{"address", entry.address}, {"signs", entry.signs}});
     } else {
       context.out << ForDisplay(entry.address) << (entry.signs ? "  signs\n" : "\n");
     }

@@ -76,17 +76,23 @@ void CommandContext::Tell(std::string_view line) const {
   messages << program << ": " << ForDisplay(line) << std::endl;
 }
 
-void CommandContext::TellError(const CommandError& error) {
+void CommandContext::TellError(const CommandError& error, const std::string& file) {
   Tell(error.message);
   if (!json || has_written_json) return;
-  WriteJson({{"resultCode", static_cast<int>(error.outcome)}, {"error", error.message}});
+  nlohmann::json report{{"resultCode", static_cast<int>(error.outcome)}, {"error", error.message}};
+  if (!file.empty()) report["file"] = file;
+  WriteJson(report);
   out.flush();
 }
 
 void CommandContext::WriteJson(const nlohmann::json& report) {
+  ListJson(report);
+  has_written_json = true;
+}
+
+void CommandContext::ListJson(const nlohmann::json& report) {
   // Escapes everything but ASCII: control characters and direction marks would reach a terminal.
   out << report.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace) << "\n";
-  has_written_json = true;
 }
 
 void CommandContext::ReadArguments() {

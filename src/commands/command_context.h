@@ -44,11 +44,13 @@ class CommandContext {
   virtual int OutputColumns() const = 0;
   /// Writes one line to the user.
   virtual void Tell(std::string_view line) const;
-  /// Reports why the command failed. With --json also by an object (resultCode, error), unless one
-  /// has been written.
-  void TellError(const CommandError& error);
-  /// Writes an object of --json in a line of printable ASCII. Invalid UTF-8 is replaced.
+  /// Reports why the command failed. With --json also by an object (resultCode, error and, unless
+  /// empty, file), if WriteJson has written none.
+  void TellError(const CommandError& error, const std::string& file = {});
+  /// Writes the object of --json in a line of printable ASCII. Invalid UTF-8 is replaced.
   void WriteJson(const nlohmann::json& report);
+  /// Writes one of several objects, after which that of an error may follow.
+  void ListJson(const nlohmann::json& report);
   /// Reads the files that arguments name. Throws Error 5 for a malformed one.
   virtual void ReadArguments();
   /// Tells of arguments that nothing has used: they may be misspelt.

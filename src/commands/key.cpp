@@ -131,7 +131,11 @@ Outcome Publish(CommandContext& context, const KeyOptions& options) {
   }
   const auto engine = data->OpenEngine();
   Check(engine->PublishKeys(options.address), *engine);
-  context.out << "The public key of " << ForDisplay(options.address) << " was published.\n";
+  if (context.json) {
+    context.WriteJson({{"address", options.address}, {"published", true}});
+  } else {
+    context.out << "The public key of " << ForDisplay(options.address) << " was published.\n";
+  }
   return Outcome::kDone;
 }
 

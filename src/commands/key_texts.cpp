@@ -99,7 +99,7 @@ nlohmann::json DescribeKey(const engine::KeyInfo& key) {
 }
 
 void Print(CommandContext& context, const engine::KeyInfo& key) {
-  if (context.json) return context.WriteJson(DescribeKey(key));
+  if (context.json) return context.ListJson(DescribeKey(key));
   std::ostream& out = context.out;
   out << key.fingerprint << "  " << (key.secret ? "own" : "public")
       << (key.open ? ", without passphrase" : "") << "  " << key.algorithm << "  "

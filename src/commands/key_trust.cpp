@@ -42,7 +42,7 @@ nlohmann::json Describe(const KeyNotes& notes, const engine::KeyInfo& key) {
 }
 
 void ShowKey(CommandContext& context, const KeyNotes& notes, const engine::KeyInfo& key) {
-  if (context.json) return context.WriteJson(Describe(notes, key));
+  if (context.json) return context.ListJson(Describe(notes, key));
   const auto print = [&](std::string_view label, const std::string& text) {
     PrintField(context.out, label, FieldText(text), context.OutputColumns(), 14);
   };
@@ -141,7 +141,11 @@ Outcome RemoveKeys(CommandContext& context, const KeyOptions& options) {
   const auto data = context.OpenUserData();
   const auto engine = data->OpenEngine();
   const auto keys = RequireKeys(context, *data, *engine, options.address);
-  for (const engine::KeyInfo& key : keys) Print(context, key);
+  // For a script, an object is a key that was removed.
+  const auto print_keys = [&] {
+    for (const engine::KeyInfo& key : keys) Print(context, key);
+  };
+  if (!context.json) print_keys();
   const bool is_secret = std::ranges::any_of(keys, &engine::KeyInfo::secret);
   // One word must not end what can never be read again.
   if (options.yes && is_secret && !options.secret) {
@@ -158,7 +162,9 @@ Outcome RemoveKeys(CommandContext& context, const KeyOptions& options) {
   Check(engine->RemoveKeys(options.address), *engine);
   KeyNotes notes(data->KeysFolder());
   for (const engine::KeyInfo& key : keys) notes.ForgetSource(key.fingerprint);
-  if (!context.json) {
+  if (context.json) {
+    print_keys();
+  } else {
     context.out << (keys.size() == 1 ? "The key was removed.\n" : "The keys were removed.\n");
   }
   TellOfAccountsWithoutKey(context, *data, *engine);

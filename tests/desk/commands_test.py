@@ -5,6 +5,7 @@ import os
 import pathlib
 import re
 import shlex
+import shutil
 import subprocess
 import threading
 import time
@@ -130,6 +131,30 @@ class Keys(DeskCase):
             self.assertDone(self.alice("key", "publish", ALICE), out=f"The public key of {ALICE} was published.\n")
         self.assertEqual(posted, [("/pks/add", "-----BEGIN PGP PUBLIC KEY BLOCK-----")])
         self.assertEqual(self.alice("key", "publish", ALICE).code, 3)
+
+    def test_every_command_answers_in_the_documented_shape(self):
+        """desk_case.py checks each line against the schema."""
+        sent, out, form = self.sent(), self.folder / "out.eml", "frmManageUserKeys"
+        fingerprint = self.alice("key", "show", ALICE, "--json").json()["fingerprint"]
+        password = ("--passphrase", f"{BOB}={self.passphrase_file}")
+        new = ("x@example.org", "--passphrase-file", self.passphrase_file)
+        for before in (True, False):
+            profile = shutil.copytree(self.folder / "bob", self.folder / f"{before}" / "bob")
+            for code, lines, *arguments in (
+                    (0, 2, "key", "list"), (0, 1, "key", "generate", *new), (2, 1, "key", "generate", *new),
+                    (0, 1, "key", "show", ALICE), (1, 1, "key", "verify", ALICE, "F" * 40), (0, 1, "key", "verify", ALICE, fingerprint),
+                    (0, 1, "key", "show", fingerprint), (0, 1, "key", "export", BOB), (1, 1, "key", "publish", BOB),
+                    (1, 2, "key", "import", self.template / "alice.asc", self.passphrase_file), (2, 1, "key", "remove", ALICE),
+                    (0, 1, "key", "remove", ALICE, "--yes"), (1, 1, "key", "show", ALICE), (0, 1, "key", "import", self.template / "alice.asc"),
+                    (0, 1, "account", "add", "y@example.org"), (0, 2, "account", "list"), (0, 1, "account", "remove", "y@example.org"),
+                    (1, 1, "account", "remove", "y@example.org"), (0, 1, "get"), (0, 1, "get", "URLMain"), (2, 1, "get", "Nothing"),
+                    (0, 1, "set", "passphrasememory", "5"), (2, 1, "set", "PassphraseMemory", "x"),
+                    (0, 1, "settings", "--answer", f"{form}=cmdOK"), (0, 2, "open", sent, "--original", sent), (3, 1, "open", self.folder / "none"),
+                    (0, 1, "reply", sent), (0, 1, "forward", sent, "--out", out), (0, 1, "list", sent), (3, 1, "list", self.folder / "none"),
+                    (2, 1, "send", sent, "--out", sent), (0, 1, "send", self.draft(to=ALICE), "--out", out), (2, 1, "shell")):
+                with self.subTest(arguments, before=before):
+                    done = self.at(profile, *password, *(("--json", *arguments) if before else (*arguments, "--json")))
+                    self.assertEqual((done.code, len(done.out.splitlines())), (code, lines), done.err + done.out)
 
 
 class Settings(DeskCase):

@@ -11,6 +11,8 @@ import unittest
 from email import policy
 from email.message import EmailMessage
 
+import jsonschema
+
 DESK = os.environ["CORVESSA_DESK"]
 ALICE, BOB, GINA = "alice@example.org", "bob@example.com", "gina@example.net"
 CANARY = "canary-7f3a"
@@ -18,11 +20,27 @@ TEXT = f"Dear Bob,\n\n– {CANARY} – ünïcode\n- a dash\nFrom here on\n"
 FILES = {"Übersicht für 2026.pdf": bytes(range(256)) * 40, "t.csv": b"a;b\n1;2\n", "empty.bin": b""}
 
 
+SCHEMA = json.loads((pathlib.Path(__file__).parents[2] / "docs/json.schema.json").read_text())
+COMMANDS = {reference["$ref"].split("/")[-1] for reference in SCHEMA["anyOf"]}
+
+
+def require_schema(arguments, out):
+    """Fails unless each line is an object of the command's documented shape."""
+    words = list(map(str, arguments))
+    names = [name for word, after in zip(words, words[1:] + [""]) for name in (word, f"{word}-{after}") if name in COMMANDS]
+    command = {name: definition for name, definition in SCHEMA.items() if name != "anyOf"} | {"$ref": f"#/$defs/{names[0]}"}
+    validator = jsonschema.Draft202012Validator(command)
+    for line in out.splitlines():
+        validator.validate(json.loads(line))
+
+
 class Done:
     def __init__(self, process):
         self.code = process.returncode
         self.out = process.stdout.decode()
         self.err = process.stderr.decode()
+        if "--json" in process.args:
+            require_schema(process.args, self.out)
 
     def json(self):
         return json.loads(self.out)

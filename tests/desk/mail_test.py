@@ -217,7 +217,7 @@ class Opening(DeskCase):
         self.assertIn("Original message:\n-----BEGIN PGP MESSAGE-----", opened.out)
         self.assertEqual(sent.read_bytes(), before)
         with subprocess.Popen(["cat", sent], stdout=subprocess.PIPE) as cat:
-            self.assertEqual(self.bob("open", "-", "--json", stdin=cat.stdout).out, date.out)
+            self.assertEqual(self.bob("open", "-", "--json", stdin=cat.stdout).json() | {"file": str(sent)}, date.json())
 
         report = date.json()
         expected = {"decryptStatus": 0, "signStatus": 0, "signers": [ALICE], "body": CRLF_TEXT, "resultCode": 0,

@@ -70,7 +70,7 @@ void WriteObject(DeskContext& context, const mail::MailPlace& place, std::size_t
   json["from"] = {{"name", mail.from.name}, {"address", mail.from.address}};
   json["subject"] = mail.subject;
   json["date"] = mail.date ? nlohmann::json(*mail.date) : nlohmann::json();
-  context.WriteJson(json);
+  context.ListJson(json);
 }
 
 /// One mail that cannot be read does not hide the others.
@@ -90,7 +90,7 @@ bool ListMail(DeskContext& context, const mail::MailPlace& place, std::size_t nu
   if (context.json) {
     nlohmann::json json = Describe(place, number);
     json["error"] = WithoutFullStop(error.description);
-    context.WriteJson(json);
+    context.ListJson(json);
   }
   return false;
 }

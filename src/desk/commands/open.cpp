@@ -75,9 +75,8 @@ Outcome ResultOutcome(const OpenResult& opened, const mail::Mail& mail) {
 }
 
 void PrintJson(DeskContext& context, ReceivedMessage& message, const OpenResult& opened,
-               Outcome outcome) {
+               Outcome outcome, nlohmann::json json) {
   const Item& item = *message.Window()->ShownItem();
-  nlohmann::json json;
   AddMessage(json, opened.report);
   AddRemarks(json, opened.report);
   AddHeader(json, item.Data());
@@ -93,19 +92,21 @@ void PrintJson(DeskContext& context, ReceivedMessage& message, const OpenResult&
 
 Outcome OpenMail(DeskContext& context, const OpenOptions& options, const mail::MailPlace& place) {
   ReceivedMessage message(context, place, options.message.trace);
-  return ReportingErrors(context, message.Host(), [&] {
+  const nlohmann::json source{{"file", system::PathText(place.file)}};
+  const auto open = [&] {
     const OpenResult opened = ReadOpenMessage(message.Host(), message.Window(), options);
     for (const std::string& complaint : opened.saving.complaints) context.Tell(complaint);
     TellOfHiddenText(context, opened.report);
     const Outcome outcome = context.FinalOutcome(ResultOutcome(opened, message.Source()));
     if (context.json) {
-      PrintJson(context, message, opened, outcome);
+      PrintJson(context, message, opened, outcome, source);
     } else {
       Print(context, opened, message.Window()->ShownItem()->Data());
     }
     message.Close();
     return outcome;
-  });
+  };
+  return ReportingErrors(context, message.Host(), open, source);
 }
 
 /// One mail that cannot be read does not hide the others.
@@ -121,10 +122,11 @@ Outcome OpenMails(DeskContext& context, const OpenOptions& options,
     try {
       outcome = std::max(outcome, OpenMail(context, options, place));
     } catch (const CommandError& error) {
-      context.TellError(error);
+      context.TellError(error, system::PathText(place.file));
       outcome = std::max(outcome, error.outcome);
     } catch (const Error& error) {
-      context.TellError({Outcome::kEnvironment, WithoutFullStop(error.description)});
+      context.TellError({Outcome::kEnvironment, WithoutFullStop(error.description)},
+                        system::PathText(place.file));
       outcome = Outcome::kEnvironment;
     }
   }

@@ -8,21 +8,27 @@
 #include "desk/commands/command.h"
 #include "desk/desk_host.h"
 #include "desk/engine_setup.h"
+#include "desk/printing.h"
 #include "desk/settings_store.h"
 
 namespace corvessa::desk {
 namespace {
 
+/// One setting by its name in any case, or all of them without a name.
+nlohmann::json Describe(const SettingsStore& settings, const std::string& name) {
+  auto json = nlohmann::json::object();
+  for (const std::string_view each : SettingsStore::Names()) {
+    if (name.empty() || LCase(name) == LCase(each)) json[std::string(each)] = settings.Get(each);
+  }
+  if (json.empty()) settings.Get(name);
+  return json;
+}
+
 Outcome Get(DeskContext& context, const std::string& name) {
   Profile profile = context.OpenProfile();
   const SettingsStore settings(profile.Registry());
   if (context.json) {
-    auto json = nlohmann::json::object();
-    for (const std::string_view each : SettingsStore::Names()) {
-      if (name.empty() || LCase(name) == LCase(each)) json[std::string(each)] = settings.Get(each);
-    }
-    if (json.empty()) settings.Get(name);
-    context.WriteJson(json);
+    context.WriteJson(Describe(settings, name));
     return Outcome::kDone;
   }
   if (!name.empty()) {
@@ -40,23 +46,32 @@ Outcome Set(DeskContext& context, const std::string& name, const std::string& va
   SettingsStore settings(profile.Registry());
   const std::string earlier = settings.Get(name);
   settings.Set(name, value);
-  if (!LCase(name).starts_with("engine")) return Outcome::kDone;
-  try {
-    OpenEngine(profile);
-  } catch (const Error& error) {
-    // With this value the add-in could not start.
-    settings.Set(name, earlier);
-    throw CommandError{Outcome::kWrongUse, WithoutFullStop(error.description)};
+  if (LCase(name).starts_with("engine")) {
+    try {
+      OpenEngine(profile);
+    } catch (const Error& error) {
+      // With this value the add-in could not start.
+      settings.Set(name, earlier);
+      throw CommandError{Outcome::kWrongUse, WithoutFullStop(error.description)};
+    }
   }
+  if (context.json) context.WriteJson(Describe(settings, name));
   return Outcome::kDone;
 }
 
 Outcome RunSettings(DeskContext& context) {
   Profile profile = context.OpenProfile();
   DeskHost host(profile, context.terminal, context.answers, context.messages);
-  host.RunSettings();
-  profile.Registry().Save();
-  return Outcome::kDone;
+  return ReportingErrors(context, host, [&] {
+    host.RunSettings();
+    profile.Registry().Save();
+    if (context.json) {
+      nlohmann::json json{{"resultCode", static_cast<int>(Outcome::kDone)}};
+      AddBoxes(json, host.Ui().Boxes());
+      context.WriteJson(json);
+    }
+    return Outcome::kDone;
+  });
 }
 
 }  // namespace

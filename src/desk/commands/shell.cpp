@@ -38,6 +38,10 @@ Outcome ExecuteLine(DeskContext& context, ShellSession& session, const std::stri
 
 /// A person has seen what failed; a script gets the first failure as the exit code.
 Outcome RunShell(DeskContext& context, const ShellOptions& options) {
+  if (context.json) {
+    throw CommandError{Outcome::kWrongUse,
+                       "the shell writes text only; use --json with other commands"};
+  }
   Profile profile = context.OpenProfile();
   const Person owner = FindOwner({}, AccountStore(profile.Registry()));
   DeskHost host(profile, context.terminal, context.answers, context.messages,
