@@ -50,6 +50,10 @@ struct MergedKeys {
 /// place of what the rings hold does not prove itself.
 MergedKeys MergedWithRings(const KeyRings& rings, std::string_view data, const AskPassphrase& ask);
 
+/// What a key server has of a key that the rings hold, to be loaded on top of `held`: no names but
+/// those, and of these only what the key's own signatures prove.
+std::string WithoutNewNames(std::string_view looked_up, std::string_view held);
+
 /// EngineFailure when one of the keys lacks a proven name or a subkey that the rings hold of it:
 /// another program wrote there what the library does not know, and it would be lost.
 void RefuseLosses(const KeyRings& rings, const std::vector<KeyRings::NewKey>& keys);

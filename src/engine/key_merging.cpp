@@ -244,6 +244,22 @@ MergedKeys MergedWithRings(const KeyRings& rings, std::string_view data, const A
   return merged;
 }
 
+std::string WithoutNewNames(std::string_view looked_up, std::string_view held) {
+  std::set<std::string_view> names;
+  for (const auto& part : SplitKey(held)) {
+    if (part.kind == KeyPart::Kind::kUserId) names.insert(FirstBody(part.bytes));
+  }
+  std::string kept;
+  for (const auto& part : SplitKey(looked_up)) {
+    if (part.kind == KeyPart::Kind::kUserId &&
+        (!names.contains(FirstBody(part.bytes)) || !IsProven(FirstPacket(looked_up), part))) {
+      continue;
+    }
+    kept += part.bytes;
+  }
+  return kept;
+}
+
 namespace {
 
 /// The part of a held key is among those of the public key that is to take its place. A secret key

@@ -193,18 +193,36 @@ Key KeyStore::PrimaryOf(rnp_key_handle_t key) const {
                  Text(is_primary ? rnp_key_get_fprint : rnp_key_get_primary_fprint, key));
 }
 
-void KeyStore::AddLookedUp(std::string_view data, Use use,
-                           const std::function<bool(rnp_key_handle_t)>& wanted) {
+void KeyStore::AddLookedUp(std::string_view data, Use use, const Wanted& wanted) {
   const Ffi scratch = MakeFfi();
   for (const auto& fingerprint : LoadKeys(scratch.get(), data)) {
     const auto key = FindKey(scratch.get(), fingerprint);
-    if (!rings_.FindByFingerprint(fingerprint).empty() || !wanted(key.get()) ||
+    const auto entries = rings_.FindByFingerprint(fingerprint);
+    if (!entries.empty()) {
+      Update(*entries.front(), ExportPublic(key.get()), wanted);
+      continue;
+    }
+    // A key without names is an update for those who know whose it is.
+    if (Get<std::size_t>(rnp_key_get_uid_count, key.get()) == 0 || !wanted(key.get()) ||
         !ClaimedKey(rings_, FactsOf(key.get())).empty()) {
       continue;
     }
     LoadKeys(ffi_.get(), ExportPublic(key.get()));
     (use == Use::kVerify ? for_verifying_ : looked_up_).insert(fingerprint);
   }
+}
+
+void KeyStore::Update(const RingEntry& entry, std::string_view looked_up, const Wanted& wanted) {
+  const std::string fingerprint(entry.fingerprint);
+  if (IsOwn(fingerprint) || IsContested(rings_, entry)) return;
+  const std::string held = ReadPublic(entry);
+  const Ffi scratch = MakeFfi();
+  LoadKeys(scratch.get(), held);
+  LoadKeys(scratch.get(), WithoutNewNames(looked_up, held));
+  const auto key = FindKey(scratch.get(), fingerprint);
+  if (!key || !wanted(key.get()) || !ClaimedKey(rings_, FactsOf(key.get())).empty()) return;
+  Load(entry);
+  LoadKeys(ffi_.get(), ExportPublic(key.get()));
 }
 
 bool KeyStore::IsOnlyLookedUp(const std::string& fingerprint) const {

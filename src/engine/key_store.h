@@ -64,11 +64,11 @@ class KeyStore {
     kEncryptAndVerify,
     kVerify,  ///< fetched because a mail named its ID: the sender of the mail chose the key
   };
+  using Wanted = std::function<bool(rnp_key_handle_t)>;
   /// Takes the public half of a key from a key server into this session if it is what was wanted.
-  /// It is never put into a ring, and a key of the rings is never changed by it: its owner could
-  /// give it somebody else's name there.
-  void AddLookedUp(std::string_view data, Use use,
-                   const std::function<bool(rnp_key_handle_t)>& wanted);
+  /// It is never put into a ring. A key of the rings gets the subkeys and signatures that are new,
+  /// but no name: its owner could give it somebody else's there.
+  void AddLookedUp(std::string_view data, Use use, const Wanted& wanted);
   /// The key came from a key server and is in no ring.
   bool IsOnlyLookedUp(const std::string& fingerprint) const;
 
@@ -105,6 +105,8 @@ class KeyStore {
   /// With the subkeys that another key claims as well: they are loaded apart, one for each key.
   LoadedKey LoadWhole(const RingEntry& entry);
   std::vector<LoadedKey> PublicKeys(std::string_view address);
+  /// Takes what a key server has of a key of the rings.
+  void Update(const RingEntry& entry, std::string_view looked_up, const Wanted& wanted);
   /// To be called when the rings have changed: what is loaded may be another key by now, or none.
   void ForgetLoaded();
   void Unload(const std::string& fingerprint);

@@ -126,17 +126,28 @@ EngineStatus LibrnpEngine::SignText(std::string_view text, const platform::Engin
 }
 
 std::vector<bool> LibrnpEngine::LookUpAddresses(const std::vector<std::string>& addresses) {
+  std::vector<std::string> searches = addresses;
+  std::vector<std::string> wanted = addresses;
+  for (const auto& address : addresses) {
+    // A key that has expired, say. Some servers know it by its fingerprint only.
+    for (const auto* entry : keys_.rings().FindByAddress(address)) {
+      if (entry->secret) continue;
+      searches.push_back("0x" + std::string(entry->fingerprint));
+      wanted.push_back(address);
+    }
+  }
   std::vector<bool> could_tell;
   auto allowance = servers_.NewAllowance();
-  const auto answers = servers_.LookUp(addresses, allowance);
-  for (std::size_t i = 0; i < addresses.size(); ++i) {
+  const auto answers = servers_.LookUp(searches, allowance);
+  for (std::size_t i = 0; i < searches.size(); ++i) {
     // Key servers match words, so a key that came need not be one that was asked for.
-    const auto carries = [&](rnp_key_handle_t key) { return CarriesAddress(key, addresses[i]); };
+    const auto carries = [&](rnp_key_handle_t key) { return CarriesAddress(key, wanted[i]); };
     for (const auto& data : answers[i].keys) {
       keys_.AddLookedUp(data, KeyStore::Use::kEncryptAndVerify, carries);
     }
     could_tell.push_back(answers[i].reached);
   }
+  could_tell.resize(addresses.size());
   return could_tell;
 }
 

@@ -9,6 +9,7 @@
 #include "engine/key_facts.h"
 #include "engine/key_import.h"
 #include "engine/key_servers.h"
+#include "engine/packets.h"
 #include "engine/profile.h"
 #include "support/gpg.h"
 #include "support/http_server.h"
@@ -162,12 +163,49 @@ TEST_F(KeyServerTest, AServersNewNameOnAKnownKeyIsNotBelieved) {
   reader.Generate("bob@example.org");
   reader.Import(gpg.Make("--export " + key));
   gpg.Make("--quick-add-uid " + key + " bob@example.org");
+  gpg.Make("--quick-add-uid " + key + " carol@example.org");
   gpg.Make("--quick-add-key " + key + " ed25519 sign never");
   const HttpServer server(Says(gpg.Make("--armor --export mallory@example.org")));
   reader.engine->SetOption("lookupKeyservers", server.Url());
   const std::string text = gpg.Make("--armor --clearsign", "x");
-  EXPECT_EQ(reader.VerifyText(text).substr(0, 3), "-13");
+  EXPECT_EQ(reader.VerifyText(text), "1 [mallory@example.org] [] x");
   EXPECT_EQ(reader.QueryKeyPair("bob@example.org"), 0);
+  EXPECT_EQ(reader.QueryKeyPair("carol@example.org"), -13);
+}
+
+TEST_F(KeyServerTest, AKeyWithoutNamesUpdatesAKnownKeyAndAddsNone) {
+  const std::string gina = "gina@example.org";
+  testing::Gpg gpg;
+  const std::string then = "--faked-system-time 20200101T000000 ";
+  gpg.Make(then + "--quick-gen-key 'Test <" + gina + ">' ed25519 cert,sign never");
+  const std::string key = gpg.Fingerprint(gina);
+  gpg.Make(then + "--quick-add-key " + key + " cv25519 encr 1y");
+  const std::string expired = gpg.PublicKey(gina);
+  gpg.Make("--quick-add-key " + key + " cv25519 encr never");
+  gpg.Make("--quick-add-key " + key + " ed25519 sign never");
+  std::string nameless;
+  const std::string whole = gpg.PublicKey(gina);
+  for (const auto& part : SplitKey(whole)) {
+    if (part.kind != KeyPart::Kind::kUserId) nameless += part.bytes;
+  }
+  const HttpServer server([&](int socket, const std::string& path) {
+    const bool is_known = path.find("search=0x") != std::string::npos;
+    (is_known ? Says(Armour(nameless, "public key", {})) : Replies("404 No\r\n\r\n"))(socket, path);
+  });
+  const std::string text = gpg.Make("--armor --clearsign", "x");
+  Profile reader(server.Url());
+  reader.Import(expired);
+  const std::string ring = ContentOf(reader.folder / "keys/public.ring");
+  EXPECT_EQ(reader.VerifyText(text), "1 [gina@example.org] [] x");
+  EXPECT_EQ(reader.QueryKeyPair(gina), 0);
+  EXPECT_EQ(gpg.Make("--decrypt", reader.EncryptText(To({gina}), "y").second), "y");
+  EXPECT_EQ(ContentOf(reader.folder / "keys/public.ring"), ring);
+  Profile offline;
+  offline.Import(expired);
+  EXPECT_EQ(offline.QueryKeyPair(gina), -13);
+  Profile stranger(server.Url());
+  EXPECT_EQ(stranger.QueryKeyPair(gina), -13);
+  EXPECT_EQ(stranger.VerifyText(text).substr(0, 3), "-13");
 }
 
 TEST_F(KeyServerTest, AServerThatCannotBeReachedIsTold) {
