@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "commands/command_context.h"
+#include "commands/command_help.h"
 #include "desk/profile/profile.h"
 #include "desk/terminal/answers.h"
 #include "desk/terminal/terminal.h"
@@ -42,6 +43,11 @@ class DeskContext final : public CommandContext {
   std::filesystem::path profile_folder;
   std::vector<std::string> given_answers;
 };
+
+/// Adds the whole command line to `app`, see RunDesk.
+void AddCommandLine(CLI::App& app, DeskContext& context);
+/// What to say about the desk's commands, those for keys and accounts included.
+std::vector<CommandHelp> DeskHelp();
 
 void AddSettingsCommands(CLI::App& app, DeskContext& context);
 void AddOpenCommand(CLI::App& app, DeskContext& context);

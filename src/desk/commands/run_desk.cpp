@@ -34,17 +34,24 @@ void AddCommands(CLI::App& app, DeskContext& context) {
 
 }  // namespace
 
-int RunDesk(int argument_count, const char* const* arguments, Terminal& terminal, std::ostream& out,
-            std::ostream& messages) {
-  Answers answers;
-  DeskContext context(out, messages, terminal, answers);
+void AddCommandLine(CLI::App& app, DeskContext& context) {
   context.run_program = [](const std::vector<std::string>& program) { return RunProgram(program); };
-  CLI::App app{"Plays Outlook for the add-in over real mail files.", std::string(kProgram)};
+  app.name(std::string(kProgram));
+  app.description("sign, encrypt, decrypt and verify mail files, as Outlook with the add-in does");
   app.set_help_flag("-h,--help", "print this help and exit");
   app.set_version_flag("--version", std::string(kProgram) + " " CORVESSA_VERSION,
                        "print the version and exit");
   AddGlobalOptions(app, context);
   AddCommands(app, context);
+  AddHelp(app, DeskHelp());
+}
+
+int RunDesk(int argument_count, const char* const* arguments, Terminal& terminal, std::ostream& out,
+            std::ostream& messages) {
+  Answers answers;
+  DeskContext context(out, messages, terminal, answers);
+  CLI::App app;
+  AddCommandLine(app, context);
   return RunProgram(app, context, argument_count, arguments);
 }
 

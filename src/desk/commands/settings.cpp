@@ -86,11 +86,11 @@ void AddSettingsCommands(CLI::App& app, DeskContext& context) {
   const auto options = std::make_shared<Options>();
 
   auto* const set = app.add_subcommand("set", "change a setting");
-  set->add_option("name", options->name, "the setting")->required()->type_name("NAME");
+  set->add_option("name", options->name, "the setting")->required()->type_name("SETTING");
   set->add_option("value", options->value, "its value")->required()->type_name("VALUE");
   OnRun(*set, context, [&context, options] { return Set(context, options->name, options->value); });
   auto* const get = app.add_subcommand("get", "show a setting, or all of them");
-  get->add_option("name", options->name, "the setting")->type_name("NAME");
+  get->add_option("name", options->name, "the setting")->type_name("SETTING");
   OnRun(*get, context, [&context, options] { return Get(context, options->name); });
 }
 
