@@ -7,13 +7,14 @@ packages_demo=(python3)
 packages_build=(g++ cmake ninja-build pkg-config librnp-dev libbotan-2-dev libuchardet-dev
   libgmime-3.0-dev libcurl4-openssl-dev libcli11-dev nlohmann-json3-dev libedit-dev libgtest-dev libgmock-dev libbenchmark-dev)
 packages_lint=(clang-format clang-tidy)
+packages_deb=(dpkg-dev xz-utils python3)
 packages_test=(gnupg gpg-agent openssl sks python3 python3-jsonschema python3-pexpect python3-aiosmtpd msmtp
-  procps)
+  procps dpkg-dev lintian desktop-file-utils man-db zsh fish)
 packages_windows=(g++-mingw-w64-i686-posix mingw-w64-tools libz-mingw-w64-dev dpkg-dev make python3
   googletest fonts-wine faketime xvfb xdotool imagemagick)
 packages_windows_x86_64=(g++-mingw-w64-x86-64-posix wine wine64)
 packages_package=(nsis wixl msitools)
-packages_package_test=(chromium)
+packages_package_test=(chromium mmdebstrap)
 packages_wine32=(wine wine32:i386)
 
 installed() {

@@ -108,7 +108,8 @@ def write_control(root, work, version):
         f"Package: {PACKAGE}\nVersion: {version}\nArchitecture: {architecture}\n"
         f"Maintainer: {MAINTAINER}\nInstalled-Size: {size}\n"
         f"Depends: {library_dependencies(work, root / 'usr/bin' / PACKAGE)}\n"
-        "Recommends: default-mta | mail-transport-agent\nSuggests: gpg, python3\n"
+        # The program loads libcurl only when it asks a key server.
+        "Recommends: libcurl4, default-mta | mail-transport-agent\nSuggests: gpg, python3\n"
         f"Section: mail\nPriority: optional\nDescription: {short}\n{long}")
     (control / "md5sums").write_text("".join(
         f"{hashlib.md5(path.read_bytes()).hexdigest()}  {path.relative_to(root)}\n"

@@ -95,7 +95,7 @@ std::string ZshAction(const OptionEntry& option) {
   }
 }
 
-/// Text within a specification of _arguments, where brackets and colons mean something.
+/// Text within an argument of _arguments, where brackets and colons mean something.
 std::string ZshText(std::string text) {
   for (const char* special : {"\\", "[", "]", ":"}) {
     text = Replace(text, special, std::string("\\") + special);
@@ -183,8 +183,9 @@ void WriteFishCommand(std::ostream& out, const CommandEntry& command) {
         << QuoteForShell(each.description) << "\n";
   }
   for (const OptionEntry& option : command.options) {
-    // The program's own may stand behind every command, but only its help there is another.
-    const bool everywhere = key.empty() && !option.argument.empty();
+    // The program's own options may stand behind every command.
+    const std::string& name = option.names.empty() ? option.argument : option.names.back();
+    const bool everywhere = key.empty() && name != "--help" && name != "--version";
     WriteFishOption(out, everywhere ? "" : here, option);
   }
 }
