@@ -29,8 +29,7 @@ CommandEntry ReadCommand(const CLI::App& app, std::vector<std::string> path,
   entry.description = app.get_description();
   const std::string name = Join({path.begin() + 1, path.end()}, " ");
   const auto help = std::ranges::find(texts, name, &CommandHelp::command);
-  if (help == texts.end()) throw std::logic_error("no help text for \"" + name + "\"");
-  entry.help = *help;
+  if (help != texts.end()) entry.help = *help;
   for (const CLI::Option* option : app.get_options()) entry.options.push_back(ReadOption(*option));
   for (const CLI::App* command : app.get_subcommands({})) {
     entry.commands.push_back(ReadCommand(*command, path, texts));
