@@ -130,7 +130,13 @@ class FreshSystem(unittest.TestCase):
             package = pathlib.Path(run(TOP / "packaging/linux/make.py", "--build", BUILD, "--output",
                                        place).stdout.strip())
             script = pathlib.Path(__file__).with_name("use_installed.sh")
-            done = run("mmdebstrap", "--variant=apt", f"--customize-hook=copy-in {package} {script} /opt",
+            made, install = re.search(r"^```sh install\n(.*)\nsudo (.*)\n```$",
+                                      (TOP / "docs/guide.md").read_text(), re.M).groups()
+            self.assertEqual(made, "./package --deb")
+            (pathlib.Path(place) / "install.sh").write_text(install + " --yes --no-install-recommends\n")
+            done = run("mmdebstrap", "--variant=apt", "--customize-hook=mkdir $1/opt/dist",
+                       f"--customize-hook=copy-in {package} /opt/dist",
+                       f"--customize-hook=copy-in {place}/install.sh {script} /opt",
                        f'--customize-hook=chroot "$1" sh /opt/{script.name}', "bookworm", "/dev/null",
                        "/etc/apt/sources.list.d/debian.sources")
             self.assertEqual(done.returncode, 0, done.stdout)

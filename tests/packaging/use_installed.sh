@@ -1,11 +1,12 @@
 #!/bin/sh
-# In a new Debian system, as root: installs the package beside this script, uses it as a user with a
+# In a new Debian system, as root: installs the package as the guide says, uses it as a user with a
 # friend who has gpg, and removes it.
 set -eux
 export DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8
 # A minimal system may leave out manual pages.
 rm -f /etc/dpkg/dpkg.cfg.d/*
-apt-get install -y -qq --no-install-recommends /opt/corvessa-desk_*.deb >/dev/null
+cd /opt
+sh -eux install.sh >/dev/null
 apt-get install -y -qq --no-install-recommends gpg gpg-agent man-db bash-completion zsh fish >/dev/null
 useradd --create-home --shell /bin/bash you
 
