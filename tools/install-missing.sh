@@ -4,6 +4,7 @@
 
 packages_run=(librnp0 libbotan-2-19 libuchardet0 libgmime-3.0-0 libcurl4 libedit2)
 packages_demo=(python3)
+packages_picture=(python3 python3-pexpect python3-pyte gpg)
 packages_build=(g++ cmake ninja-build pkg-config librnp-dev libbotan-2-dev libuchardet-dev
   libgmime-3.0-dev libcurl4-openssl-dev libcli11-dev nlohmann-json3-dev libedit-dev libgtest-dev libgmock-dev libbenchmark-dev)
 packages_lint=(clang-format clang-tidy)

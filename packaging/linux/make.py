@@ -126,6 +126,8 @@ def make(build, output):
         root = work / "root"
         run("cmake", "--install", build, "--prefix", "/usr", "--strip", stdout=subprocess.DEVNULL,
             env={**os.environ, "DESTDIR": str(root)})
+        # Debian's zsh looks for the completions of packages there.
+        (root / "usr/share/zsh/site-functions").rename(root / "usr/share/zsh/vendor-completions")
         add_debian_documents(root)
         architecture = write_control(root, work, f"{version}-{REVISION}")
         for path in [root, *root.rglob("*")]:
