@@ -14,10 +14,10 @@
 namespace corvessa {
 namespace {
 
+constexpr const char* kWrongPassphrase = "You entered an incorrect passphrase.  Please try again.";
+
 std::string PromptFor(LoginReason reason) {
-  if (reason == LoginReason::kWrongPassphrase) {
-    return "You entered an incorrect passphrase.  Please try again.";
-  }
+  if (reason == LoginReason::kWrongPassphrase) return kWrongPassphrase;
   if (reason == LoginReason::kCannotDecrypt) {
     return "Unable to decrypt email.  Please select a different email address.";
   }
@@ -102,6 +102,8 @@ void frmLogin::CancelLogin() {
 }
 
 frmPassphrase::frmPassphrase() : BrandedForm("frmPassphrase", "Open Encrypted Message", 400, 153) {
+  txtPrompt1.SetCaption(
+      "This message is encrypted with a passphrase of its own.  Its sender can tell you which.");
   cmdOK.SetDefault(true);
   cmdOK.SetEnabled(false);
   cmdCancel.SetCancel(true);
@@ -118,10 +120,7 @@ std::optional<SecretString> frmPassphrase::Ask(bool was_wrong) {
   const WipeAtEnd wipe(txtPassword);
   Load();
   accepted_ = false;
-  txtPrompt1.SetCaption(was_wrong
-                            ? "You entered an incorrect passphrase.  Please try again."
-                            : "This message is encrypted with a passphrase of its own.  Its sender "
-                              "can tell you which.");
+  if (was_wrong) txtPrompt1.SetCaption(kWrongPassphrase);
   ShowModalForm(*this);
   if (!accepted_) return std::nullopt;
   return SecretString(txtPassword.Text());

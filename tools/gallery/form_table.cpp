@@ -137,6 +137,9 @@ const std::vector<FormCase>& FormTable() {
          return Login("You entered an incorrect passphrase.  Please try again.",
                       {"alice@example.org", "office@example.org"});
        }},
+      {"passphrase",
+       "Asks for a message's own passphrase; appears when its sender chose one instead of a key.",
+       [] { return Loaded<frmPassphrase>(); }},
       {"settings", "Lists the secured addresses; opened by the add-in's toolbar button.",
        [] { return Settings(1); }},
       {"settings-options", "Holds the preferences; the second tab of the settings.",
