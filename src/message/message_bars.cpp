@@ -31,9 +31,8 @@ void RemoveBar(const platform::MailItemPtr& item, std::string_view name) {
 }
 
 platform::CommandBarControlsPtr AddBar(platform::MailItem& item, std::string_view name) {
-  const auto bar = item.GetInspector()->CommandBars()->Add(name, true);
+  const auto bar = item.GetInspector()->CommandBars()->Add(name, platform::kBarTop, true);
   bar->SetVisible(true);
-  bar->SetPosition(platform::kBarTop);
   return bar->Controls();
 }
 

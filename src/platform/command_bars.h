@@ -38,8 +38,9 @@ class CommandBars {
   virtual CommandBarPtr Item(std::int32_t index) = 0;
   /// Throws Error when no bar has the name.
   virtual CommandBarPtr ItemByName(std::string_view name) = 0;
-  /// A temporary one is not kept by Outlook between sessions.
-  virtual CommandBarPtr Add(std::string_view name, bool temporary) = 0;
+  /// An invisible one at this position (kBarTop). Outlook does not keep a temporary one between
+  /// sessions.
+  virtual CommandBarPtr Add(std::string_view name, std::int32_t position, bool temporary) = 0;
 };
 
 class CommandBar {
@@ -47,7 +48,6 @@ class CommandBar {
   virtual ~CommandBar() = default;
   virtual std::string Name() = 0;
   virtual void SetVisible(bool visible) = 0;
-  virtual void SetPosition(std::int32_t position) = 0;
   virtual CommandBarControlsPtr Controls() = 0;
   virtual void Delete() = 0;
 };

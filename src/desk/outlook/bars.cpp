@@ -128,11 +128,11 @@ platform::Subscription Button::Subscribe(platform::CommandBarButtonEvents& sink)
   return sinks_.Add(sink);
 }
 
-Bar::Bar(WorldPtr world, std::string name, bool temporary, bool visible)
+Bar::Bar(WorldPtr world, std::string name, std::int32_t position, bool temporary)
     : Connected(std::move(world)),
       name_(std::move(name)),
-      temporary_(temporary),
-      visible_(visible) {}
+      position_(position),
+      temporary_(temporary) {}
 
 void Bar::DropDeleted() {
   std::erase_if(controls_,
@@ -180,11 +180,6 @@ void Bar::SetVisible(bool visible) {
   visible_ = visible;
 }
 
-void Bar::SetPosition(std::int32_t position) {
-  RequireConnected();
-  position_ = position;
-}
-
 platform::CommandBarControlsPtr Bar::Controls() {
   RequireConnected();
   return shared_from_this();
@@ -229,7 +224,7 @@ Bars::Bars(WorldPtr world, Window window) : Connected(std::move(world)) {
 }
 
 BarPtr Bars::AddOwnBar(std::string_view name) {
-  const auto bar = std::make_shared<Bar>(world_, std::string(name), false, true);
+  const auto bar = std::make_shared<Bar>(world_, std::string(name), platform::kBarTop, false);
   bars_.push_back(bar);
   return bar;
 }
@@ -292,11 +287,11 @@ platform::CommandBarPtr Bars::ItemByName(std::string_view name) {
   return bar;
 }
 
-platform::CommandBarPtr Bars::Add(std::string_view name, bool temporary) {
+platform::CommandBarPtr Bars::Add(std::string_view name, std::int32_t position, bool temporary) {
   RequireConnected();
   if (Find(name)) Raise(kInvalidArgument);
   bars_ = All();
-  bars_.push_back(std::make_shared<Bar>(world_, std::string(name), temporary, false));
+  bars_.push_back(std::make_shared<Bar>(world_, std::string(name), position, temporary));
   return bars_.back();
 }
 

@@ -75,7 +75,7 @@ class Bar final : public platform::CommandBar,
                   public std::enable_shared_from_this<Bar>,
                   public Connected {
  public:
-  Bar(WorldPtr world, std::string name, bool temporary, bool visible);
+  Bar(WorldPtr world, std::string name, std::int32_t position, bool temporary);
 
   bool IsVisible() const { return visible_; }
   bool IsTemporary() const { return temporary_; }
@@ -90,7 +90,6 @@ class Bar final : public platform::CommandBar,
 
   std::string Name() override;
   void SetVisible(bool visible) override;
-  void SetPosition(std::int32_t position) override;
   platform::CommandBarControlsPtr Controls() override;
   void Delete() override;
   std::int32_t Count() override;
@@ -102,10 +101,10 @@ class Bar final : public platform::CommandBar,
   ButtonPtr NewButton(ButtonProperties properties);
 
   std::string name_;
+  std::int32_t position_;
   bool temporary_;
-  bool visible_;
-  /// Outlook docks its own bars at the top; a bar that a program adds floats (msoBarFloating).
-  std::int32_t position_ = temporary_ ? 4 : platform::kBarTop;
+  /// Outlook's own bars are; a program shows what it adds itself.
+  bool visible_ = !temporary_;
   /// Null for a control that is not a button.
   std::vector<ButtonPtr> controls_;
 };
@@ -132,7 +131,8 @@ class Bars final : public platform::CommandBars, public Connected {
   std::int32_t Count() override;
   platform::CommandBarPtr Item(std::int32_t index) override;
   platform::CommandBarPtr ItemByName(std::string_view name) override;
-  platform::CommandBarPtr Add(std::string_view name, bool temporary) override;
+  platform::CommandBarPtr Add(std::string_view name, std::int32_t position,
+                              bool temporary) override;
 
  private:
   BarPtr AddOwnBar(std::string_view name);

@@ -115,7 +115,6 @@ class LateBoundBar final : public LateBound<platform::CommandBar> {
 
   std::string Name() override { return Text("Name"); }
   void SetVisible(bool visible) override { Put("Visible", visible); }
-  void SetPosition(std::int32_t position) override { Put("Position", position); }
   platform::CommandBarControlsPtr Controls() override {
     return std::make_shared<LateBoundControls>(object_.GetObjectProperty("Controls"));
   }
@@ -148,12 +147,15 @@ class LateBoundBars final : public LateBound<platform::CommandBars> {
     missing_.erase(missing_.find(name));
     return bar;
   }
-  platform::CommandBarPtr Add(std::string_view name, bool temporary) override {
+  platform::CommandBarPtr Add(std::string_view name, std::int32_t position,
+                              bool temporary) override {
     AddedBars().emplace(name);
     missing_.clear();
     // Name, Position, MenuBar, Temporary.
     return std::make_shared<LateBoundBar>(
-        object_.Call("Add", {Variant(name).Get(), Missing(), Missing(), Variant(temporary).Get()})
+        object_
+            .Call("Add", {Variant(name).Get(), Variant(position).Get(), Missing(),
+                          Variant(temporary).Get()})
             .Object());
   }
 

@@ -134,21 +134,21 @@ DispatchPtr ServeControls(const platform::CommandBarControlsPtr& c) {
 DispatchPtr ServeBar(const platform::CommandBarPtr& b) {
   return Serve("CommandBar", {Get("Name", [b] { return b->Name(); }),
                               Put("Visible", 'b', [b](auto& a) { b->SetVisible(a.Flag(0)); }),
-                              Put("Position", 'n', [b](auto& a) { b->SetPosition(a.Number(0)); }),
                               Get("Controls", [b] { return ServeControls(b->Controls()); }),
                               Method("Delete", "", [b](auto&) { b->Delete(); })});
 }
 
 DispatchPtr ServeBars(const platform::CommandBarsPtr& b) {
-  return Serve("CommandBars",
-               {Get("Count", [b] { return b->Count(); }),
-                Function("Item", kGet, "v",
-                         [b](auto& a) {
-                           return ServeBar(a[0].Get().vt == VT_BSTR ? b->ItemByName(a.Text(0))
-                                                                    : b->Item(a.Number(0)));
-                         }),
-                Function("Add", kCall, "SNBB",
-                         [b](auto& a) { return ServeBar(b->Add(a.Text(0), a.Flag(3))); })});
+  return Serve("CommandBars", {Get("Count", [b] { return b->Count(); }),
+                               Function("Item", kGet, "v",
+                                        [b](auto& a) {
+                                          return ServeBar(a[0].Get().vt == VT_BSTR
+                                                              ? b->ItemByName(a.Text(0))
+                                                              : b->Item(a.Number(0)));
+                                        }),
+                               Function("Add", kCall, "SNBB", [b](auto& a) {
+                                 return ServeBar(b->Add(a.Text(0), a.Number(1), a.Flag(3)));
+                               })});
 }
 
 DispatchPtr ServeExplorer(const platform::ExplorerPtr& e) {
