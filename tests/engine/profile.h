@@ -50,6 +50,8 @@ class Profile {
 
   /// A second engine over the same rings, as another session would open them.
   Opened Reopened() { return open_engine(Config()); }
+  /// The same in this process, for texts of any bytes, which COM does not carry.
+  Opened ReopenedDirectly() { return OpenDirectly(Config()); }
   /// Makes a key whose passphrase is `passphrase` and unlocks nothing. Returns its fingerprint.
   std::string Generate(const std::string& address, const std::string& passphrase = "secret") {
     KeyInfo made;
@@ -145,7 +147,7 @@ class Profile {
     EngineConfig config;
     config.rings_folder = folder / "keys";
     config.adk_file = folder / "adks.txt";
-    config.key_server_time = std::chrono::milliseconds(1500);
+    config.key_server_time = std::chrono::seconds(3);
     config.local_path = [](std::string_view path) { return std::filesystem::path(path); };
     config.new_temporary_path = [base = folder / "temporary", count = 0]() mutable {
       return base.string() + std::to_string(++count) + ".sig";

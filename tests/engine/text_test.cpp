@@ -216,6 +216,8 @@ TEST_F(TextTest, WhatIsNoMessageOrIsDamagedGivesItsStatusAndNoText) {
 }
 
 TEST_F(TextTest, TextsInCharsetsOfMailAreReadAndTheirSignaturesHold) {
+  const auto usual_engine = std::exchange(alice->engine, alice->ReopenedDirectly().engine);
+  alice->Unlock("alice@example.org");
   const struct {
     const char* charset;
     std::string bytes, text;
@@ -288,6 +290,7 @@ TEST_F(TextTest, TextsInCharsetsOfMailAreReadAndTheirSignaturesHold) {
     EXPECT_EQ(bob->DecryptText(Encrypted(texts.first)), Outcome(0, texts.second)) << charset;
   }
   bob->engine->SetDeclaredCharset("");
+  alice->engine = usual_engine;
 }
 
 TEST_F(TextTest, OnlyWhatWasSignedIsReturned) {
