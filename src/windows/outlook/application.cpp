@@ -62,7 +62,10 @@ class LateBoundInspector final : public LateBound<platform::Inspector>,
   }
   /// A window has the same ones as long as it is open.
   platform::CommandBarsPtr CommandBars() override {
-    if (!bars_) bars_ = WrapCommandBars(object_.GetObjectProperty("CommandBars"), opened_now_);
+    if (bars_) return bars_;
+    DispatchPtr bars = object_.GetObjectProperty("CommandBars");
+    bars_ = opened_now_ ? WrapBarsOfNewInspector(std::move(bars), object_.Get())
+                        : WrapCommandBars(std::move(bars));
     return bars_;
   }
   bool IsWordMail() override { return object_.Call("IsWordMail").Flag(); }

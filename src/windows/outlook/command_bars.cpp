@@ -3,6 +3,7 @@
 #include <string>
 
 #include "base/error.h"
+#include "base/guard.h"
 #include "windows/com/entry.h"
 #include "windows/com/event_sink.h"
 #include "windows/com/variant.h"
@@ -121,8 +122,7 @@ class LateBoundBar final : public LateBound<platform::CommandBar> {
   void Delete() override { object_.Call("Delete"); }
 };
 
-/// Names of the bars that were added. Word shares its bars between windows, so they are kept for
-/// all.
+/// Names of the bars that were added in any window.
 std::set<std::string, std::less<>>& AddedBars() {
   static std::set<std::string, std::less<>> names;
   return names;
@@ -130,15 +130,15 @@ std::set<std::string, std::less<>>& AddedBars() {
 
 class LateBoundBars final : public LateBound<platform::CommandBars> {
  public:
-  LateBoundBars(DispatchPtr bars, bool only_ours)
-      : LateBound(std::move(bars)), only_ours_(only_ours) {}
+  LateBoundBars(DispatchPtr bars, DispatchPtr new_inspector)
+      : LateBound(std::move(bars)), new_inspector_(std::move(new_inspector)) {}
 
   std::int32_t Count() override { return Number("Count"); }
   platform::CommandBarPtr Item(std::int32_t index) override {
     return std::make_shared<LateBoundBar>(ItemOf(object_, index));
   }
   platform::CommandBarPtr ItemByName(std::string_view name) override {
-    if (only_ours_ && !AddedBars().contains(name)) Raise(kInvalidArgument);
+    if (new_inspector_ && !MayHave(name)) Raise(kInvalidArgument);
     // An opening asks twice for the bar that it builds, to remove an old one.
     if (std::exchange(asked_, com::EntryCount()) != com::EntryCount()) missing_.clear();
     if (!missing_.emplace(name).second) Raise(kInvalidArgument);
@@ -150,6 +150,7 @@ class LateBoundBars final : public LateBound<platform::CommandBars> {
   platform::CommandBarPtr Add(std::string_view name, std::int32_t position,
                               bool temporary) override {
     AddedBars().emplace(name);
+    added_.emplace(name);
     missing_.clear();
     // Name, Position, MenuBar, Temporary.
     return std::make_shared<LateBoundBar>(
@@ -160,7 +161,23 @@ class LateBoundBars final : public LateBound<platform::CommandBars> {
   }
 
  private:
-  const bool only_ours_;
+  bool MayHave(std::string_view name) {
+    return added_.contains(name) || (AddedBars().contains(name) && SharesBars());
+  }
+  /// Word shares its bars between windows.
+  bool SharesBars() {
+    if (!shares_bars_) {
+      shares_bars_ = true;
+      Ignoring([&] { shares_bars_ = com::Dispatch(new_inspector_).Call("IsWordMail").Flag(); });
+    }
+    return *shares_bars_;
+  }
+
+  /// Null for windows that may have bars of an earlier session.
+  const DispatchPtr new_inspector_;
+  /// Unknown before it is asked; taken for true when the question fails.
+  std::optional<bool> shares_bars_;
+  std::set<std::string, std::less<>> added_;
   /// As far as this call into the add-in has asked for them.
   std::set<std::string, std::less<>> missing_;
   unsigned long asked_ = 0;
@@ -168,8 +185,12 @@ class LateBoundBars final : public LateBound<platform::CommandBars> {
 
 }  // namespace
 
-platform::CommandBarsPtr WrapCommandBars(DispatchPtr bars, bool only_ours) {
-  return std::make_shared<LateBoundBars>(std::move(bars), only_ours);
+platform::CommandBarsPtr WrapCommandBars(DispatchPtr bars) {
+  return std::make_shared<LateBoundBars>(std::move(bars), nullptr);
+}
+
+platform::CommandBarsPtr WrapBarsOfNewInspector(DispatchPtr bars, DispatchPtr inspector) {
+  return std::make_shared<LateBoundBars>(std::move(bars), std::move(inspector));
 }
 
 }  // namespace corvessa::windows

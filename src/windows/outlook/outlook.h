@@ -13,8 +13,10 @@ platform::InspectorPtr WrapInspector(DispatchPtr inspector, bool opened_now = fa
 /// `window` is the item's if it is known.
 platform::MailItemPtr WrapItem(DispatchPtr item,
                                const std::weak_ptr<platform::Inspector>& window = {});
-/// `only_ours`: a bar that did not come with Outlook was added through a result of this routine.
-platform::CommandBarsPtr WrapCommandBars(DispatchPtr bars, bool only_ours = false);
+platform::CommandBarsPtr WrapCommandBars(DispatchPtr bars);
+/// Those of an inspector that was opened while the add-in was there: a bar that did not come with
+/// Outlook was added through a result of this routine.
+platform::CommandBarsPtr WrapBarsOfNewInspector(DispatchPtr bars, DispatchPtr inspector);
 
 /// Outlook's own object of an item, for a library that works on it.
 DispatchPtr ObjectOf(const platform::MailItemPtr& item);
