@@ -276,7 +276,8 @@ EngineStatus LibrnpEngine::OpenSignedText(std::string_view armoured, std::string
     const std::string binary = Dearmour(found.block);
     if (!BeginsUnencrypted(binary)) Fail(kBadFormat, "The message is not only signed.");
     const auto watch = WatchDecryption(binary.size());
-    TextSource source(binary);
+    const std::string message = WithoutIgnoredPackets(binary);
+    TextSource source(message);
     TextSink sink(MaxTextFrom(binary.size()));
     auto signatures = ReadSignedMessage(keys_, SignerFinder(), source, sink);
     signed_text = Presented(std::move(sink.text), found.block, std::move(signatures));

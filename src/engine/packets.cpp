@@ -228,6 +228,21 @@ std::optional<EncryptedMessageStart> ReadEncryptedMessageStart(std::string_view 
   }
 }
 
+bool BeginsWithSessionKey(std::string_view bytes) {
+  for (;;) {
+    const auto header = ReadPacketHeader(bytes);
+    if (!header || !header->body_length || *header->body_length > bytes.size() - header->length) {
+      return false;
+    }
+    const auto packet = bytes.substr(0, header->length + *header->body_length);
+    EncryptedMessageStart start;
+    if (!IsIgnored(header->tag)) {
+      return TakeSessionKey(*header, packet, start) && !start.has_unknown_method;
+    }
+    bytes.remove_prefix(packet.size());
+  }
+}
+
 bool BeginsUnencrypted(std::string_view bytes) {
   constexpr int kOnePassSignaturePacket = 4;
   constexpr int kCompressedPacket = 8;

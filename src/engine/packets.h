@@ -42,6 +42,10 @@ inline constexpr std::size_t kMaxMessageStart = std::size_t{1} << 20;
 /// ordinary files do not look like that by chance.
 std::optional<EncryptedMessageStart> ReadEncryptedMessageStart(std::string_view bytes);
 
+/// The bytes begin with a whole session key packet of a known kind: this is an encrypted message,
+/// however damaged the rest is.
+bool BeginsWithSessionKey(std::string_view bytes);
+
 /// The bytes begin like a message that is only signed or compressed, or not even that.
 bool BeginsUnencrypted(std::string_view bytes);
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "engine/armour.h"
+#include "engine/key_facts.h"
 #include "engine/packets.h"
 #include "engine/profile.h"
 
@@ -69,6 +70,78 @@ TEST_F(CorpusTest, MessagesOfOtherProgramsAreReadAndTheirSignaturesVerified) {
     // What was found belongs to these very bytes in this very place.
     EXPECT_EQ(alice.VerifyFile(alice.Write("copy", ContentOf(path)), ""), "-9 [] []") << name;
     EXPECT_EQ(alice.VerifyFile(alice.Write("file", ContentOf(path) + "\n"), ""), "-9 [] []");
+  }
+}
+
+TEST_F(CorpusTest, DamagedMessagesGiveNoTextAndAreNeverCalledUnencrypted) {
+  for (const auto* const name : {"rnp-ocb", "rnp-eax", "gpg-encrypted"}) {
+    const std::string armoured = Corpus(std::string(name) + ".asc");
+    const std::string good = Read(armoured);
+    const std::string whole = Dearmour(armoured);
+    const auto data = ReadEncryptedMessageStart(whole)->length;
+    const auto data_body = whole.size() - FirstBody(whole.substr(data)).size();
+    const auto read = [&](const std::string& bytes) {
+      const auto text = Read(Armour(bytes, "message", {}));
+      const auto path = alice.Write("file", bytes);
+      const auto file = alice.engine->DecryptFileEx(path, nullptr);
+      // Some bits of headers and session keys do not matter.
+      EXPECT_TRUE(text == good || text.starts_with("-")) << text;
+      EXPECT_EQ(file == 0, text == good);
+      EXPECT_TRUE(ContentOf(path) == (file == 0 ? kText : bytes));
+      return file;
+    };
+    constexpr std::size_t kTag = 16;
+    for (std::size_t at = 0; at < whole.size(); ++at) {
+      const bool is_content = at > data_body + kTag && at + 2 * kTag < whole.size();
+      if (is_content && at % 8 != 0) continue;
+      SCOPED_TRACE(name + std::string(", byte ") + std::to_string(at));
+      std::string changed = whole;
+      changed[at] ^= 1;
+      const auto flipped = read(changed);
+      const auto cut = read(whole.substr(0, at));
+      // The first bytes of a header could be those of any file.
+      if (at > 1) {
+        EXPECT_NE(flipped, -9);
+      }
+      EXPECT_EQ(cut == -9, at < data);
+      EXPECT_NE(cut, 0);
+      if (at >= data_body) {
+        EXPECT_NE(flipped, 0);
+      }
+    }
+  }
+}
+
+TEST_F(CorpusTest, PacketsThatSayNothingArePassedOver) {
+  const std::string by_gina = "0 1 [gina@example.org] [] " + kText;
+  const std::string whole = Dearmour(Corpus("gpg-signed-encrypted.asc"));
+  const auto data = ReadEncryptedMessageStart(whole)->length;
+  const std::string signed_whole = Dearmour(Corpus("gpg-signed-uncompressed.asc"));
+  const std::string keys = BinaryKeys(Corpus("signers.key"));
+  const auto primary = FirstPacket(keys).size();
+  for (const std::string packet :
+       {"\xca\3PGP", "\xd5\4zzzz", "\xfc\2zz", "\xfd\1z", "\xfe\1z", "\xff\1z", "\xe8\1z"}) {
+    SCOPED_TRACE(static_cast<int>(packet[0] & 63));
+    for (const auto at : {std::size_t{0}, data}) {
+      std::string message = whole;
+      message.insert(at, packet);
+      EXPECT_EQ(Read(Armour(message, "message", {})), by_gina) << at;
+      const auto path = alice.Write("file", message);
+      EXPECT_EQ(alice.engine->DecryptFileEx(path, nullptr), 0) << at;
+      EXPECT_EQ(ContentOf(path), kText);
+    }
+    std::string text;
+    EXPECT_EQ(alice.engine->OpenSignedText(Armour(packet + signed_whole, "message", {}), text), 0);
+    EXPECT_EQ(alice.VerifyText(text), "1 [gina@example.org] [] " + kText);
+    for (const auto at : {std::size_t{0}, primary, keys.size()}) {
+      std::string changed = keys;
+      changed.insert(at, packet);
+      Profile other;
+      other.Import(changed);
+      EXPECT_EQ(other.QueryKeyPair("gina@example.org"), 0) << at;
+      EXPECT_EQ(other.QueryKeyPair("rita@example.org"), -13);
+      EXPECT_TRUE(other.VerifyText(text).starts_with("-10 ")) << "no memory of another engine's";
+    }
   }
 }
 

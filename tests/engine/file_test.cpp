@@ -149,7 +149,8 @@ TEST_F(FileTest, SignsAndVerifiesFiles) {
   for (const auto& [file, content, verified] :
        {Case{plain, armoured, good}, Case{plain, binary, good}, Case{plain, binary + binary, good},
         Case{other, armoured, bad}, Case{plain, binary + of_other, bad},
-        Case{plain, "x", "-9 [] []"}, Case{plain, armoured.substr(0, 90), "-3 [] []"}}) {
+        Case{plain, of_other + binary, bad}, Case{plain, "x", "-9 [] []"},
+        Case{plain, armoured.substr(0, 90), "-3 [] []"}}) {
     EXPECT_EQ(alice.VerifyFile(file, alice.Write("signature", content)), verified) << content;
   }
   EXPECT_EQ(alice.VerifyFile(plain, plain + "?"), "-8 [] []");
