@@ -29,6 +29,9 @@ void ReadMessage(std::string message) {
   Require(!AreSignatures(message) || !start);
   Require(!BeginsUnencrypted(message) || !start);
   const bool is_all_known = start && start->known.size() == start->length;
+  Require(!BeginsWithSessionKey(message) || !BeginsUnencrypted(message));
+  const std::string kept = WithoutIgnoredPackets(message);
+  Require(kept.size() <= message.size() && WithoutIgnoredPackets(kept) == kept);
   Require(HideRecipients(message) == is_all_known);
   if (!start) return;
   Require(start->length < message.size() && start->known.size() <= start->length);
