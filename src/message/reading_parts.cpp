@@ -87,7 +87,7 @@ void ReadingPass::MarkAround(std::string_view before, std::string& text, std::st
   const std::string marked_after = MarkedAsUnprotected(after);
   if (marked_before.empty() && marked_after.empty()) return;
   if (!marked_before.empty()) text.insert(0, marked_before + "\r\n");
-  if (!marked_after.empty()) text += (text.ends_with("\r\n") ? "\r\n" : "\r\n\r\n") + marked_after;
+  if (!marked_after.empty()) text += (text.ends_with('\n') ? "\r\n" : "\r\n\r\n") + marked_after;
   marks_unprotected_ = true;
   if (m_lSignStatus != sign_status::kGood) return;
   part_signers_ = Split(std::exchange(m_sSigners, {}), ", ");
@@ -136,7 +136,7 @@ void ReadingPass::DecryptPart(const platform::MailItemPtr& item, std::string& te
     return;
   }
   body_decrypted_ = true;
-  const Verdict inside = crypto->VerifyDecryptedFile(node);
+  const Verdict inside{node.lSignStatus, node.sSigners, node.failure};
   const std::string content = TakeDecrypted(node);
   if (IsStillOpen()) ReadDecrypted(item, content, inside, text, attachments);
 }

@@ -3,13 +3,14 @@
 corpus/ holds mails from Sam to Rita, made with gpg 2.2, sq 0.27 and OpenPGP.js 6 round parts that
 Python's email library wrote; Rita's key has no passphrase."""
 
+import base64
 import pathlib
 import re
 import shutil
 import tempfile
 import unittest
 
-from desk_case import DeskCase
+from desk_case import GINA, DeskCase, Gpg
 
 CORPUS = pathlib.Path(__file__).parent / "corpus"
 RITA, SAM = "rita@example.net", "sam@example.net"
@@ -73,6 +74,19 @@ def part(name):
     return b"\r\n\r\n".join(body_of(name))
 
 
+def joined(*texts, bad=None):
+    """One armoured block with the signatures at the ends of texts, that of one text made a bad one."""
+    packets = b""
+    for text in texts:
+        block = text[text.index(b"-----BEGIN PGP SIGNATURE-----"):].replace(b"\r", b"")
+        lines = block.split(b"\n\n", 1)[1].split(b"\n-----END")[0].split(b"\n")
+        packets += base64.b64decode(b"".join(line for line in lines if not line.startswith(b"=")))
+        if text is bad:
+            packets = packets[:-1] + bytes([packets[-1] ^ 1])
+    return (b"-----BEGIN PGP SIGNATURE-----\r\n\r\n" + base64.encodebytes(packets) +
+            b"-----END PGP SIGNATURE-----\r\n").replace(b"\r", b"").replace(b"\n", b"\r\n")
+
+
 class ForeignMail(DeskCase):
     @classmethod
     def setUpClass(cls):
@@ -123,6 +137,7 @@ class ForeignMail(DeskCase):
         changed = signed.replace(b"safe", b"sofa")
         signature = signed[signed.index(b"Content-Type: application/pgp-signature"):]
         signature = signature[:signature.index(b"\r\n--sig--")]
+        before = signed[:signed.index(b"-----BEGIN PGP SIGNATURE")]
         forgeries = {
             "a letter changed": (changed, 1),
             "signed text behind another": (multipart(b"multipart/mixed", text_part(), signed), 2),
@@ -142,6 +157,10 @@ class ForeignMail(DeskCase):
             "a bad one inside": (multipart(b"multipart/signed", changed, signature), 1),
             "the boundary of another part": (
                 multipart(b"multipart/mixed", text_part(), signed, boundary=b"sig"), 2),
+            "a bad signature beside the good one": (
+                before + joined(signed, other, bad=other) + b"--sig--\r\n", 1),
+            "the good signature beside a bad one": (
+                before + joined(other, signed, bad=other) + b"--sig--\r\n", 1),
             "signed by sq beside a text": (multipart(b"multipart/mixed", text_part(), other), 2),
         }
         for name, (content, status) in forgeries.items():
@@ -167,6 +186,54 @@ class ForeignMail(DeskCase):
         self.assertNotEqual(report["decryptStatus"], 0)
         self.assertEqual((report["signStatus"], report["body"], report["subject"]), (2, "", "..."))
         self.assertTrue(report["reason"])
+
+    def test_no_text_round_a_block_is_called_signed(self):
+        gpg = Gpg(self)
+        gpg.run("--import", CORPUS / "rita.asc")
+        shutil.copytree(self.template / "rita", self.folder / "rita")
+        self.at(self.folder / "rita", "key", "import", self.write("gina.asc", gpg.public_key()))
+
+        def clear_signed(text):
+            return gpg.run("--clearsign", data=text).stdout
+
+        pay, wrong, bob = b"Pay Mallory.\n\n", b"\nPay Mallory, too.\n", "Pay Bob."
+        signed, other = clear_signed(b"Pay Bob.\n"), clear_signed(b"Pay Eve.\n")
+        head = signed[:signed.index(b"-----BEGIN PGP SIGNATURE")]
+        sealed = gpg.run("--armor", "--sign", "--encrypt", "-r", RITA, data=b"Pay Bob.\n").stdout
+        fake = gpg.run("--armor", "--encrypt", "-r", RITA, data=signed.replace(b"Bob", b"Eve")).stdout
+        above = f"{NOT_PROTECTED}| Pay Mallory.\r\n\r\n"
+        below = f"\r\n{NOT_PROTECTED}| Pay Mallory, too.\r\n"
+        cases = {
+            "above and below": (pay + signed + wrong, PLAIN, [GINA], above + bob + "\r\n" + below),
+            "below the first line": (signed + wrong, (1, 0, [GINA]), [], bob),
+            "a second block": (pay + signed + other, PLAIN, [GINA], None),
+            "a changed block": (pay + signed.replace(b"Bob", b"Eve"), (1, 1, []), [], None),
+            "a bad signature beside the good one": (
+                pay + head + joined(signed, other), (1, 1, []), [], None),
+            "the good signature beside a bad one": (head + joined(other, signed), (1, 1, []), [], None),
+            "a block in a signed text": (clear_signed(pay + signed), (1, 0, [GINA]), [],
+                                         (pay + signed).decode().strip().replace("\n", "\r\n")),
+            "a block in an unsigned one": (pay + head + signed, None, [], None),
+            "a quoted block": (pay + signed.replace(b"\n", b"\n> ").replace(b"--", b"> --", 1), PLAIN, [],
+                               None),
+            "the words for what is not protected": (
+                NOT_PROTECTED.encode() + pay + signed, PLAIN, [GINA],
+                f"{NOT_PROTECTED}| {NOT_PROTECTED}| Pay Mallory.\r\n\r\n{bob}"),
+            "encrypted below": (pay + sealed + wrong, SEALED, [GINA], above + bob + "\n" + below),
+            "encrypted with a changed block": (pay + fake, (0, 1, []), [], None),
+        }
+        for name, (content, status, signers, body) in cases.items():
+            with self.subTest(name):
+                path = self.write("spoof.eml", mail(b"Content-Type: text/plain\r\n\r\n" + content))
+                report = self.at(self.folder / "rita", "--passphrase", f"{RITA}={self.passphrase_file}",
+                                 "open", path, "--json").json()
+                if status:
+                    self.assertEqual(self.status(report), status, report)
+                self.assertEqual(report["partSigners"], signers)
+                if body:
+                    self.assertEqual(report["body"], body)
+                elif "Mallory" in report["body"]:
+                    self.assertNotEqual(report["signStatus"], 0, report)
 
     def test_the_passphrase_asked_for_is_that_of_the_address_it_is_encrypted_to(self):
         shutil.copytree(self.template / "rita", self.folder / "two")

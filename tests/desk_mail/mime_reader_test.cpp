@@ -1,13 +1,12 @@
 #include "desk/mail/mime_reader.h"
 
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "base/text.h"
+#include "engine/profile.h"
 #include "mime/mime_reader.h"
 
 namespace corvessa::testing {
@@ -47,20 +46,42 @@ std::string Mail(const std::string& text) {
   return WithCrLf(text);
 }
 
-TEST(MimeReaders, ReadTheCorpusAlike) {
+void ExpectReadAlike(const std::string& mail) {
+  EXPECT_EQ(ReadWithoutLibrary(mail), ReadByLibrary(mail));
+  // Some systems deliver mail with bare line feeds; what is signed has CRLF all the same.
+  const std::string on_unix = Replace(mail, "\r\n", "\n");
+  EXPECT_EQ(ReadWithoutLibrary(on_unix), ReadByLibrary(on_unix));
+}
+
+/// What the encrypted part of a mail holds; nothing for a mail without one.
+std::string Decrypted(engine::Profile& reader, const platform::MimeMessage& mail) {
+  for (const auto& part : mail.files) {
+    const auto path = reader.Write("part", part.bytes);
+    if (reader.engine->DecryptFileEx(path, nullptr) == 0) return ContentOf(path);
+  }
+  return {};
+}
+
+TEST(MimeReaders, ReadTheCorpusAlikeOutsideAndInside) {
+  const std::filesystem::path folder = CORVESSA_MAIL_CORPUS;
+  engine::Profile rita;
+  rita.Import(ContentOf(folder / "rita.asc"));
+  rita.Unlock("rita@example.net");
   int mails = 0;
-  for (const auto& entry : std::filesystem::directory_iterator(CORVESSA_MAIL_CORPUS)) {
+  int insides = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
     if (entry.path().extension() != ".eml") continue;
     SCOPED_TRACE(entry.path().filename());
-    std::ifstream file(entry.path(), std::ios::binary);
-    const std::string mail{std::istreambuf_iterator<char>(file), {}};
-    EXPECT_EQ(ReadWithoutLibrary(mail), ReadByLibrary(mail));
-    // Some systems deliver mail with bare line feeds; what is signed has CRLF all the same.
-    const std::string on_unix = Replace(mail, "\r\n", "\n");
-    EXPECT_EQ(ReadWithoutLibrary(on_unix), ReadByLibrary(on_unix));
+    const std::string mail = ContentOf(entry.path());
+    ExpectReadAlike(mail);
     ++mails;
+    const std::string inside = Decrypted(rita, mime::MimeReader().Read(mail));
+    if (inside.empty()) continue;
+    ExpectReadAlike(inside);
+    ++insides;
   }
   EXPECT_GE(mails, 10);
+  EXPECT_GE(insides, 9);
 }
 
 TEST(MimeReaders, ReadEachFormAlike) {
