@@ -101,10 +101,8 @@ class CryptoOperations {
   bool IsAnonymous() const { return anonymous_; }
   /// Decrypts a stored file that is a whole message, asking for passphrases as DecryptMailItem
   /// does: decrypt_status::kNotEncrypted or kDone (the file replaced), kGivenUp, else an engine
-  /// status.
+  /// status. The node has the status of a signature inside.
   std::int32_t DecryptMessageFile(AttachmentNode& node);
-  /// The signature inside what DecryptMessageFile has just made of the file.
-  Verdict VerifyDecryptedFile(const AttachmentNode& node);
   /// A detached signature over a part of a message.
   Verdict VerifyPart(std::string_view content, std::string_view signature);
   /// Why the last DecryptMailItem, DecryptMessageFile or VerifyMailItem failed.
@@ -131,6 +129,9 @@ class CryptoOperations {
   /// Sets the node's signature status to that of a signature inside the message that its file was
   /// decrypted from.
   void ReadInnerSignature(AttachmentNode& node);
+  /// The file was not encrypted in the way that the text was: the one with a passphrase, the other
+  /// to a key. With a key for both, logging in for the text is enough.
+  bool NeedsOtherUnlocking(platform::EngineStatus status);
   std::int32_t DecryptAllAttachments(AttachmentNodes& attachments);
   std::int32_t VerifyAllAttachments(AttachmentNodes& attachments);
   /// Whether the engine finds a signature in the file, and nothing else. A name can say anything:
@@ -178,6 +179,7 @@ class CryptoOperations {
 
   platform::EnginePtr m_oNimbraCrypto;
   bool anonymous_ = false;
+  bool has_message_passphrase_ = false;  ///< the engine has one to try
   FailureDetails failure_;
 };
 

@@ -72,6 +72,7 @@ std::optional<bool> CryptoOperations::DecryptWithPassphrase(const Decryption& de
     const auto passphrase = std::make_shared<frmPassphrase>()->Ask(attempts > 0);
     if (!passphrase) return false;
     Engine()->SetMessagePassphrase(passphrase->View());
+    has_message_passphrase_ = true;
     if (decrypt() == 0) return true;
     Debug_Info::TraceLog(Engine()->GetEngineLastError());
   }

@@ -1,5 +1,6 @@
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "base/debug_info.h"
 #include "base/guard.h"
@@ -50,35 +51,47 @@ std::string OutcomeText(platform::EngineStatus status, const std::string& signer
 
 platform::EngineStatus CryptoOperations::DecryptAttachment(AttachmentNode& node) {
   // After a call that threw, the state of the file is unknown, so the copy stays.
-  return Guarded(
-      "CryptoOperations:DecryptAllAttachments - ", platform::engine_status::kUnexpected, [&] {
-        SetAsideBeforeDecrypting(node);
-        const platform::EngineStatus status = Engine()->DecryptFileEx(node.sFilename, nullptr);
-        if (status != platform::engine_status::kDone) DropCopy(node);
-        if (status == platform::engine_status::kDone) ReadInnerSignature(node);
-        return status;
-      });
+  return Guarded("CryptoOperations:DecryptAllAttachments - ", platform::engine_status::kUnexpected,
+                 [&] {
+                   SetAsideBeforeDecrypting(node);
+                   bool is_signed = false;
+                   const platform::EngineStatus status =
+                       Engine()->DecryptSignedFile(node.sFilename, nullptr, is_signed);
+                   if (status != platform::engine_status::kDone) DropCopy(node);
+                   if (is_signed) ReadInnerSignature(node);
+                   return status;
+                 });
+}
+
+bool CryptoOperations::NeedsOtherUnlocking(platform::EngineStatus status) {
+  if (status != platform::engine_status::kNoKey &&
+      status != platform::engine_status::kWrongPassphrase) {
+    return false;
+  }
+  const std::string reason = Engine()->GetTrouble().reason;
+  return reason == platform::engine_trouble::kPassphraseNeeded ||
+         (has_message_passphrase_ && reason == platform::engine_trouble::kKeyLocked);
 }
 
 void CryptoOperations::ReadInnerSignature(AttachmentNode& node) {
-  node.lSignStatus = platform::engine_status::kUnexpected;
-  Guarded("CryptoOperations:ReadInnerSignature - ", [&] {
-    const auto known = platform::Host().engine.CreateStringVector();
-    const auto unknown = platform::Host().engine.CreateStringVector();
-    const auto status = Engine()->VerifyFile(node.sFilename, "", *known, *unknown);
-    node.sSigners = VectorToString(*known);
-    node.lSignStatus =
-        status == platform::engine_status::kBadFormat ? sign_status::kNone : SignStatusOf(status);
-  });
+  Verdict verdict{kLocalFailure};
+  Guarded("CryptoOperations:ReadInnerSignature - ", [&] { verdict = Verify(node.sFilename, ""); });
+  node.lSignStatus = verdict.status;
+  node.sSigners = std::move(verdict.signers);
+  node.failure = std::move(verdict.failure);
 }
 
 std::int32_t CryptoOperations::DecryptAllAttachments(AttachmentNodes& attachments) {
   std::int32_t result = decrypt_status::kDone;
+  bool given_up = false;
   Guarded("CryptoOperations:DecryptAllAttachments - ", [&] {
     ForEachAttachment(attachments, "Decrypting attachments", [&](const AttachmentNodePtr& node) {
       node->examined = true;
       if (node->bDetachedSig) return;
-      const platform::EngineStatus status = DecryptAttachment(*node);
+      platform::EngineStatus status = DecryptAttachment(*node);
+      if (!given_up && NeedsOtherUnlocking(status)) {
+        given_up = !DecryptWithLogin([&] { return status = DecryptAttachment(*node); });
+      }
       node->lDecryptStatus = DecryptStatusOf(status);
       if (status != platform::engine_status::kDone &&
           status != platform::engine_status::kBadFormat) {

@@ -81,6 +81,7 @@ void CryptoOperations::SetAnonymous(bool anonymous) {
 
 void CryptoOperations::Init() {
   Engine()->InitEngine();
+  has_message_passphrase_ = false;
 }
 
 std::string CryptoOperations::GetLastError() {

@@ -46,16 +46,6 @@ std::int32_t CryptoOperations::DecryptMessageFile(AttachmentNode& node) {
   });
 }
 
-Verdict CryptoOperations::VerifyDecryptedFile(const AttachmentNode& node) {
-  Verdict verdict{kLocalFailure};
-  Guarded("CryptoOperations::VerifyDecryptedFile - ", [&] {
-    verdict = Verify(node.sFilename, "");
-    // No signature inside.
-    if (verdict.status == platform::engine_status::kBadFormat) verdict = {};
-  });
-  return verdict;
-}
-
 Verdict CryptoOperations::VerifyPart(std::string_view content, std::string_view signature) {
   Verdict verdict{kLocalFailure};
   Guarded("CryptoOperations::VerifyPart - ", [&] {

@@ -53,6 +53,8 @@ class LibrnpEngine final : public OpenPgpEngine {
   void SetDeclaredCharset(std::string_view charset) override { declared_charset_ = charset; }
   void SetMessagePassphrase(std::string_view passphrase) override;
   EngineStatus OpenSignedText(std::string_view armoured, std::string& signed_text) override;
+  EngineStatus DecryptSignedFile(std::string_view path, const platform::EngineAccount* account,
+                                 bool& is_signed) override;
   platform::EngineTrouble GetTrouble() override { return trouble_; }
 
   EngineStatus GenerateKey(std::string_view name, std::string_view address,

@@ -48,6 +48,11 @@ bool HideRecipientsOf(FileSink& file) {
   Fail(kBadFormat, std::string(path) + " is no encrypted file.");
 }
 
+[[noreturn]] void FailDamagedMessage(std::string_view path) {
+  Fail(kBadContent, "The OpenPGP message in " + std::string(path) + " is damaged.",
+       {trouble::kDamaged, {}, {}});
+}
+
 [[noreturn]] void FailDamagedArmour(std::string_view path) {
   Fail(kBadContent, "The armour of " + std::string(path) + " is damaged.",
        {trouble::kDamaged, {}, {}});
@@ -66,10 +71,10 @@ LocalFile Dearmoured(const LocalFile& armoured, const std::filesystem::path& fol
   LocalFile reopened = binary.OpenWritten();
   const std::string start = reopened.ReadAt(0, kMaxMessageStart);
   if (!ReadEncryptedMessageStart(start)) {
+    if (BeginsWithSessionKey(start)) FailDamagedMessage(path);
     // A text that only looks like armour at its start is an ordinary file.
     if (!reader.IsWhole() || start.empty() || BeginsUnencrypted(start)) FailNoMessage(path);
-    Fail(kBadContent, "The OpenPGP message in " + std::string(path) + " is damaged.",
-         {trouble::kDamaged, {}, {}});
+    FailDamagedMessage(path);
   }
   if (!reader.IsWhole()) FailDamagedArmour(path);
   return reopened;
@@ -177,6 +182,14 @@ EngineStatus LibrnpEngine::EncryptFileToFile(const platform::IEngineStringVector
 
 EngineStatus LibrnpEngine::DecryptFileEx(std::string_view path,
                                          const platform::EngineAccount* account) {
+  bool ignored = false;
+  return DecryptSignedFile(path, account, ignored);
+}
+
+EngineStatus LibrnpEngine::DecryptSignedFile(std::string_view path,
+                                             const platform::EngineAccount* account,
+                                             bool& is_signed) {
+  is_signed = false;
   return Attempt([&] {
     const auto local = config_.local_path(path);
     const auto original = LocalFile::OpenForReading(local);
@@ -187,6 +200,7 @@ EngineStatus LibrnpEngine::DecryptFileEx(std::string_view path,
       dearmoured = Dearmoured(original, local.parent_path(), path);
       start = dearmoured.ReadAt(0, kMaxMessageStart);
     } else if (!ReadEncryptedMessageStart(start)) {
+      if (BeginsWithSessionKey(start)) FailDamagedMessage(path);
       FailNoMessage(path);
     }
     const LocalFile& binary = dearmoured.IsOpen() ? dearmoured : original;
@@ -210,6 +224,7 @@ EngineStatus LibrnpEngine::DecryptFileEx(std::string_view path,
     output.CommitDurably();
     auto id = FileId(path, hashing.Finish());
     files_.Forget(id);
+    is_signed = signatures.has_value();
     if (signatures) files_.Add(std::move(id), std::move(signatures->verdict));
     return kDone;
   });

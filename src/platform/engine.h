@@ -140,7 +140,7 @@ class IEngine {
                                         IEngineStringVector& addresses) = 0;
 
   // Beside the operations of the component's first interface. One that has only those does nothing
-  // and answers -9 and no trouble.
+  // and answers -9 and no trouble; a file it decrypts all the same.
 
   /// The charset that the mail declares for the texts that follow, by its name in MIME or as
   /// "cp1252"; none when it is empty or unknown.
@@ -150,6 +150,10 @@ class IEngine {
   /// The text of an armoured message that is signed and not encrypted, in clear-signed armour as of
   /// DecryptTextEx. -9: it is no such message.
   virtual EngineStatus OpenSignedText(std::string_view armoured, std::string& signed_text) = 0;
+  /// DecryptFileEx that also says whether a signature was inside, so that VerifyFile need be asked
+  /// only then.
+  virtual EngineStatus DecryptSignedFile(std::string_view path, const EngineAccount* account,
+                                         bool& is_signed) = 0;
   /// Why the last operation that failed did so.
   virtual EngineTrouble GetTrouble() = 0;
 };

@@ -67,6 +67,10 @@ bool Clear(double* number) {
   return Set(number, 0.0);
 }
 
+bool Clear(VARIANT_BOOL* flag) {
+  return Set(flag, VARIANT_BOOL{VARIANT_FALSE});
+}
+
 bool Clear(NimbraKeyFlags* flags) {
   return Set(flags, NimbraKeyFlags{});
 }

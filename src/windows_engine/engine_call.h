@@ -27,6 +27,7 @@ struct EngineCall {
   std::optional<platform::EngineAccount> account;
   platform::EngineStringVectorPtr recipients;
   std::string result;
+  bool is_signed = false;
   platform::EngineStringVectorPtr items = engine::CreateStringVector();
   platform::EngineStringVectorPtr second_items = engine::CreateStringVector();
   std::vector<engine::KeyInfo> keys;
@@ -49,6 +50,7 @@ void Give(std::string_view text, BSTR* result);
 bool Clear(LONG* status);
 bool Clear(BSTR* text);
 bool Clear(double* number);
+bool Clear(VARIANT_BOOL* flag);
 bool Clear(NimbraKeyFlags* flags);
 bool Clear(IEngineStringVector** vector);
 

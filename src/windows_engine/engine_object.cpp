@@ -1,8 +1,5 @@
 #include "windows_engine/engine_object.h"
 
-#include <filesystem>
-#include <system_error>
-
 #include "windows/com/bstr.h"
 #include "windows_engine/engine_call.h"
 #include "windows_engine/local_paths.h"
@@ -12,13 +9,6 @@ namespace {
 
 using engine::OpenPgpEngine;
 using namespace platform::engine_status;
-
-/// 0 for one that cannot be found; the engine will say so.
-std::uint64_t SizeOf(std::string_view path) {
-  std::error_code failure;
-  const auto size = std::filesystem::file_size(LocalPath(path), failure);
-  return failure ? 0 : size;
-}
 
 /// Nothing was written that may be read when the engine did not come back.
 void GiveItems(const EngineCall& call, platform::EngineStatus status, IEngineStringVector* vector,
@@ -69,7 +59,7 @@ HRESULT EngineObject::SignFile(BSTR path, BSTR* signature_path, LONG* status) no
   if (!ClearAll(signature_path, status)) return E_POINTER;
   return EngineMethod([&] {
     const auto call = MakeCall(path);
-    *status = session_.Perform(SizeOf(call->text), [call](OpenPgpEngine& engine) {
+    *status = session_.Perform(FileSize(call->text), [call](OpenPgpEngine& engine) {
       return engine.SignFile(call->text, call->result);
     });
     if (*status == kDone) Give(call->result, signature_path);
@@ -107,7 +97,7 @@ HRESULT EngineObject::DecryptFileEx(BSTR path, IDispatch* account, LONG* status)
   return EngineMethod([&] {
     const auto call = MakeCall(path);
     call->account = AccountOf(account);
-    *status = session_.Perform(SizeOf(call->text), [call](OpenPgpEngine& engine) {
+    *status = session_.Perform(FileSize(call->text), [call](OpenPgpEngine& engine) {
       return engine.DecryptFileEx(call->text, call->Account());
     });
   });
@@ -145,7 +135,7 @@ HRESULT EngineObject::VerifyFile(BSTR path, BSTR signature_path, IEngineStringVe
   if (!ClearAll(signers, unknown_signers, status)) return E_POINTER;
   return EngineMethod([&] {
     const auto call = MakeCall(path, signature_path);
-    *status = session_.Perform(SizeOf(call->text), [call](OpenPgpEngine& engine) {
+    *status = session_.Perform(FileSize(call->text), [call](OpenPgpEngine& engine) {
       return engine.VerifyFile(call->text, call->second_text, *call->items, *call->second_items);
     });
     GiveItems(*call, *status, *signers, *unknown_signers);
@@ -165,7 +155,7 @@ HRESULT EngineObject::EncryptFileToFile(IEngineStringVector* recipients, BSTR pa
     call->recipients = RecipientsOf(recipients);
     const bool has_place = !call->second_text.empty();
     if (!has_place) call->second_text = NewTemporaryPath();
-    *status = session_.Perform(SizeOf(call->text), [call](OpenPgpEngine& engine) {
+    *status = session_.Perform(FileSize(call->text), [call](OpenPgpEngine& engine) {
       return engine.EncryptFileToFile(*call->recipients, call->text, call->second_text);
     });
     if (*status == kDone && !has_place) Give(call->second_text, encrypted_path);

@@ -72,6 +72,9 @@ class EngineObject final
                                            LONG* status) noexcept override;
   HRESULT STDMETHODCALLTYPE GetTrouble(BSTR* reason, IEngineStringVector** key_ids,
                                        BSTR* address) noexcept override;
+  HRESULT STDMETHODCALLTYPE DecryptSignedFile(BSTR path, IDispatch* account,
+                                              VARIANT_BOOL* is_signed,
+                                              LONG* status) noexcept override;
 
  private:
   /// Runs a method that may let in other calls, one of which may release this object.

@@ -1,6 +1,7 @@
 #include "windows_engine/local_paths.h"
 
 #include <ole2.h>
+#include <system_error>
 
 #include "windows/com/errors.h"
 
@@ -10,6 +11,12 @@ namespace fs = std::filesystem;
 
 fs::path LocalPath(std::string_view path) {
   return fs::path(std::u8string(path.begin(), path.end()));
+}
+
+std::uint64_t FileSize(std::string_view path) {
+  std::error_code failure;
+  const auto size = fs::file_size(LocalPath(path), failure);
+  return failure ? 0 : size;
 }
 
 std::string NewTemporaryPath() {

@@ -1,6 +1,7 @@
 #include "windows/com/bstr.h"
 #include "windows_engine/engine_call.h"
 #include "windows_engine/engine_object.h"
+#include "windows_engine/local_paths.h"
 
 namespace corvessa::windows {
 
@@ -47,6 +48,20 @@ HRESULT EngineObject::GetTrouble(BSTR* reason, IEngineStringVector** key_ids,
     Give(trouble.reason, reason);
     AddItems(**key_ids, trouble.key_ids);
     Give(trouble.address, address);
+  });
+}
+
+HRESULT EngineObject::DecryptSignedFile(BSTR path, IDispatch* account, VARIANT_BOOL* is_signed,
+                                        LONG* status) noexcept {
+  if (!ClearAll(is_signed, status)) return E_POINTER;
+  return ReadingMethod([&] {
+    const auto call = MakeCall(path);
+    call->account = AccountOf(account);
+    *status = session_.Perform(FileSize(call->text), [call](OpenPgpEngine& engine) {
+      return engine.DecryptSignedFile(call->text, call->Account(), call->is_signed);
+    });
+    // What an operation that did not come back has written may not be read.
+    if (*status == kDone && call->is_signed) *is_signed = VARIANT_TRUE;
   });
 }
 

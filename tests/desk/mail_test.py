@@ -346,28 +346,32 @@ class Opening(DeskCase):
         opaque = gpg.run("--armor", "--sign", data=text.encode()).stdout
         in_koi8 = gpg.run("--armor", "--sign", "--encrypt", "-r", ALICE,
                           data="Привет, как дела?".encode("koi8-r")).stdout
-        with_passphrase = gpg.run("--armor", "--symmetric", "--pinentry-mode", "loopback",
-                                  "--passphrase", "open sesame", data=text.encode()).stdout
+        symmetric = ("--symmetric", "--pinentry-mode", "loopback", "--passphrase", "open sesame")
+        with_passphrase = gpg.run("--armor", *symmetric, data=text.encode()).stdout
+        inner = {"inner.bin": gpg.run("--sign", "--encrypt", "-r", ALICE, data=b"inner").stdout,
+                 "own.bin": gpg.run(*symmetric, data=b"own").stdout}
+        contents = {"inner.bin": (0, 0, [GINA]), "own.bin": (0, 2, [])}
         own = self.write("own", "open sesame\n")
         for armour, decrypted, signature, signers, shown in (
                 (in_one_step, 0, 0, [GINA], text), (opaque, 1, 0, [GINA], text),
                 (in_koi8, 0, 0, [GINA], "Привет, как дела?"), (with_passphrase, 0, 2, [], text)):
-            inner = gpg.run("--sign", "--encrypt", "-r", ALICE, data=b"inner").stdout
             mail = EmailMessage(policy=policy.SMTP)
             mail["From"], mail["To"] = GINA, ALICE
             mail.set_content(armour.decode())
-            if armour is not with_passphrase:  # which unlocks nobody's key
-                mail.add_attachment(inner, "application", "octet-stream", filename="inner.bin")
-            for file in (mail.as_bytes(), armour):
+            for name, content in inner.items():
+                mail.add_attachment(content, "application", "octet-stream", filename=name)
+            for file in (mail.as_bytes(), armour,
+                         b"Content-Type: text/plain; charset=utf-8\r\n\r\n" + armour):
                 report = self.alice("--passphrase", f"message={own}", "open",
                                     self.write("g.eml", file), "--json").json()
                 self.assertEqual((report["decryptStatus"], report["signStatus"], report["signers"],
                                   report["body"].strip()),
                                  (decrypted, signature, signers, shown.strip()))
-                if armour in (in_one_step, in_koi8):
-                    self.assertEqual([(entry["decryptStatus"], entry["signStatus"], entry["signers"])
-                                      for entry in report["attachments"]],
-                                     [] if file is armour else [(0, 0, [GINA])])
+                if armour is not opaque:
+                    self.assertEqual({entry["name"]: (entry["decryptStatus"], entry["signStatus"],
+                                                      entry["signers"])
+                                      for entry in report["attachments"]},
+                                     contents if b"own.bin" in file else {})
         content = bytes([0x80]) * 100_000
         files = {"report.bin": gpg.run("--encrypt", "-r", ALICE, data=content).stdout,
                  "report.bin.sig": gpg.run("--detach-sign", data=content).stdout,

@@ -149,10 +149,16 @@ TEST_F(GpgTest, ExchangesFilesAndDetachedSignatures) {
     ASSERT_EQ(alice->engine->EncryptFileToFile(To({"rita@example.org"}), plain, encrypted), 0);
     ExpectSame(gpg->Run("--decrypt", ContentOf(encrypted)), content, gpg->said);
     for (const std::string armour : {"", "--armor "}) {
-      const auto message =
-          alice->Write("message", gpg->Make(armour + "--encrypt -r alice@example.org", content));
-      EXPECT_EQ(alice->engine->DecryptFileEx(message, nullptr), 0);
-      ExpectSame(ContentOf(message), content, armour);
+      for (const std::string sign : {"", "--sign -u rita@example.org "}) {
+        const auto message = alice->Write(
+            "message", gpg->Make(armour + sign + "--encrypt -r alice@example.org", content));
+        bool is_signed = sign.empty();
+        EXPECT_EQ(alice->engine->DecryptSignedFile(message, nullptr, is_signed), 0);
+        ExpectSame(ContentOf(message), content, armour);
+        EXPECT_EQ(is_signed, !sign.empty());
+        EXPECT_EQ(alice->VerifyFile(message, ""),
+                  is_signed ? "1 [rita@example.org] []" : "-9 [] []");
+      }
       const auto signature =
           alice->Write("sig", gpg->Make(armour + "--detach-sign -u rita@example.org", content));
       EXPECT_EQ(alice->VerifyFile(plain, signature), "1 [rita@example.org] []");

@@ -103,8 +103,6 @@ class ScriptedEngine final : public platform::IEngine {
   }
   Status VerifyFile(View path, View signature_path, Vector& signers,
                     Vector& unknown_signers) override {
-    // Nothing that is decrypted was signed inside.
-    if (signature_path.empty()) return platform::engine_status::kBadFormat;
     return Play("VerifyFile", {path, signature_path}, nullptr, &signers, &unknown_signers);
   }
   std::string GetEngineLastError() override {
@@ -131,6 +129,10 @@ class ScriptedEngine final : public platform::IEngine {
     if (opened_text.empty()) return platform::engine_status::kBadFormat;
     signed_text = opened_text;
     return 0;
+  }
+  Status DecryptSignedFile(View path, const Account* account, bool& is_signed) override {
+    is_signed = false;
+    return DecryptFileEx(path, account);
   }
   platform::EngineTrouble GetTrouble() override { return trouble; }
 

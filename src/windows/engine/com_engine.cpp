@@ -195,6 +195,19 @@ platform::EngineStatus ComEngine::OpenSignedText(std::string_view armoured,
   return status;
 }
 
+platform::EngineStatus ComEngine::DecryptSignedFile(std::string_view path,
+                                                    const platform::EngineAccount* account,
+                                                    bool& is_signed) {
+  is_signed = false;
+  if (!reading_) return DecryptFileEx(path, account);
+  VARIANT_BOOL found = VARIANT_FALSE;
+  LONG status = 0;
+  const auto object = AccountObjectOf(account);
+  CheckReading(reading_->DecryptSignedFile(Bstr(path).Get(), object.Get(), &found, &status));
+  is_signed = found != VARIANT_FALSE;
+  return status;
+}
+
 platform::EngineTrouble ComEngine::GetTrouble() {
   platform::EngineTrouble trouble;
   if (!reading_) return trouble;

@@ -49,6 +49,8 @@ class ComEngine final : public platform::IEngine {
   void SetDeclaredCharset(std::string_view charset) override;
   void SetMessagePassphrase(std::string_view passphrase) override;
   EngineStatus OpenSignedText(std::string_view armoured, std::string& signed_text) override;
+  EngineStatus DecryptSignedFile(std::string_view path, const platform::EngineAccount* account,
+                                 bool& is_signed) override;
   platform::EngineTrouble GetTrouble() override;
 
  private:

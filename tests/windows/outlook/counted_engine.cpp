@@ -12,19 +12,24 @@ namespace {
 using Microsoft::WRL::ComPtr;
 
 // NOLINTBEGIN(cppcoreguidelines-macro-usage): only the preprocessor makes names.
-#define CORVESSA_COUNTED(operation, parameters, arguments)           \
-  HRESULT STDMETHODCALLTYPE operation parameters noexcept override { \
-    const HRESULT planned = TheLedger().Note("Engine." #operation);  \
-    return FAILED(planned) ? planned : engine_->operation arguments; \
+#define CORVESSA_COUNTED_OF(object, operation, parameters, arguments) \
+  HRESULT STDMETHODCALLTYPE operation parameters noexcept override {  \
+    const HRESULT planned = TheLedger().Note("Engine." #operation);   \
+    return FAILED(planned) ? planned : object->operation arguments;   \
   }
+#define CORVESSA_COUNTED(operation, parameters, arguments) \
+  CORVESSA_COUNTED_OF(engine_, operation, parameters, arguments)
 // NOLINTEND(cppcoreguidelines-macro-usage)
 
-class Counted final : public com::Object<Counted, windows::ReservedPlaces> {
+class Counted final
+    : public com::Object<Counted, windows::ReservedPlaces, com::Dual<INimbraMailReading>> {
  public:
   static constexpr auto kProgId = L"NimbraEncryptionEngine.Engine";
   using Vector = IEngineStringVector;
 
-  explicit Counted(ComPtr<INimbraEncryptionEngine> engine) : engine_(std::move(engine)) {}
+  explicit Counted(ComPtr<INimbraEncryptionEngine> engine) : engine_(std::move(engine)) {
+    com::Check(engine_.As(&reading_));
+  }
 
   CORVESSA_COUNTED(SetOption, (BSTR name, BSTR value), (name, value))
   CORVESSA_COUNTED(InitEngine, (LONG * status), (status))
@@ -51,9 +56,19 @@ class Counted final : public com::Object<Counted, windows::ReservedPlaces> {
   CORVESSA_COUNTED(SetAnonymousMode, (VARIANT_BOOL anonymous), (anonymous))
   CORVESSA_COUNTED(GetAddressADKs, (BSTR who, Vector** found, LONG* status), (who, found, status))
   CORVESSA_COUNTED(GetRecipientADKs, (BSTR who, Vector** found, LONG* status), (who, found, status))
+  CORVESSA_COUNTED_OF(reading_, SetDeclaredCharset, (BSTR charset), (charset))
+  CORVESSA_COUNTED_OF(reading_, SetMessagePassphrase, (BSTR passphrase), (passphrase))
+  CORVESSA_COUNTED_OF(reading_, OpenSignedText, (BSTR text, BSTR* opened, LONG* status),
+                      (text, opened, status))
+  CORVESSA_COUNTED_OF(reading_, GetTrouble, (BSTR * reason, Vector** key_ids, BSTR* address),
+                      (reason, key_ids, address))
+  CORVESSA_COUNTED_OF(reading_, DecryptSignedFile,
+                      (BSTR path, IDispatch* account, VARIANT_BOOL* is_signed, LONG* status),
+                      (path, account, is_signed, status))
 
  private:
   ComPtr<INimbraEncryptionEngine> engine_;
+  ComPtr<INimbraMailReading> reading_;
 };
 
 /// In front of the class's own factory.
