@@ -7,6 +7,7 @@
 #include <windows.h>
 
 #include "commands/command_context.h"
+#include "commands/command_help.h"
 #include "win32/utf16.h"
 #include "windows/key_tool/console.h"
 #include "windows/system/registry.h"
@@ -65,6 +66,7 @@ int Run(int argument_count, const char* const* arguments) {
   app.fallthrough();
   AddKeyCommands(app, context);
   AddAccountCommands(app, context);
+  AddHelp(app, KeyAndAccountHelp());
   return RunProgram(app, context, argument_count, arguments);
 }
 
