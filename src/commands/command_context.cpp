@@ -56,8 +56,10 @@ Outcome Run(CommandContext& context) {
     const Outcome outcome = context.FinalOutcome(context.run());
     context.TellOfUnused();
     context.out.flush();
-    if (!context.out) throw CommandError{Outcome::kEnvironment, "cannot write the output"};
+    context.RequireOutput();
     return outcome;
+  } catch (const ClosedOutput&) {
+    return Outcome::kEnvironment;
   } catch (const CommandError& error) {
     context.TellError(error);
     if (error.outcome == Outcome::kRefused) context.TellOfUnused();
@@ -71,6 +73,12 @@ Outcome Run(CommandContext& context) {
 }
 
 }  // namespace
+
+void CommandContext::RequireOutput() const {
+  if (out) return;
+  if (IsOutputClosed()) throw ClosedOutput{};
+  throw CommandError{Outcome::kEnvironment, "cannot write the output"};
+}
 
 void CommandContext::Tell(std::string_view line) const {
   messages << program << ": " << ForDisplay(line) << std::endl;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "commands/command_error.h"
+#include "commands/output_style.h"
 #include "commands/passphrases.h"
 #include "commands/user_data.h"
 
@@ -28,6 +29,9 @@ struct ProgramResult {
   std::string output;  ///< of its standard output
 };
 
+/// Nobody reads the output any more: the program ends without a word.
+struct ClosedOutput {};
+
 /// A program at work on one command line.
 class CommandContext {
  public:
@@ -42,6 +46,10 @@ class CommandContext {
   virtual std::unique_ptr<UserData> OpenUserData() const = 0;
   /// The width of the window that `out` is shown in; kUnlimitedColumns if it is in none.
   virtual int OutputColumns() const = 0;
+  /// Whether the reader of `out` has gone, as `head` does, so that there is nobody to tell.
+  virtual bool IsOutputClosed() const { return false; }
+  /// Throws unless all that was printed so far could be written: ClosedOutput or CommandError.
+  void RequireOutput() const;
   /// Writes one line to the user.
   virtual void Tell(std::string_view line) const;
   /// Reports why the command failed. With --json also by an object (resultCode, error and, unless
@@ -68,6 +76,7 @@ class CommandContext {
   std::ostream& messages;
   UserPrompt& prompt;
   Passphrases& passphrases;
+  OutputStyle style;
 
   /// Runs another program to its end: its name and arguments, which no shell reads. Null where the
   /// host does not offer that.

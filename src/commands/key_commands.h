@@ -46,11 +46,11 @@ const engine::KeyInfo& EncryptionKey(const std::vector<engine::KeyInfo>& keys);
 /// asking if the user has agreed beforehand. Throws CommandError (wrong use) without a user.
 bool Confirm(CommandContext& context, const KeyOptions& options, const std::string& question);
 
-/// As "2026-11-22", in UTC.
-std::string FormatDate(std::int64_t seconds);
+/// As FormatDate.
 std::string Today();
 /// "valid", "valid until 2027-01-01", "revoked" and so on.
-std::string DescribeValidity(const engine::KeyInfo& key);
+std::string DescribeValidity(const OutputStyle& style, const engine::KeyInfo& key);
+Mark ValidityMark(const engine::KeyInfo& key);
 /// A fingerprint in groups of four digits, for people to compare.
 std::string InGroups(const std::string& fingerprint);
 /// A line for the key and one for each of its user IDs, or with --json an object.

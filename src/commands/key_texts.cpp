@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <nlohmann/json.hpp>
 #include <ostream>
 #include <tuple>
@@ -49,16 +48,11 @@ bool Confirm(CommandContext& context, const KeyOptions& options, const std::stri
   }
   const auto answer = context.prompt.ReadLine(question + " [y/N] ");
   const std::string word = LCase(Trim(answer.value_or("")));
+  if (word == "?") {
+    context.Tell("y or yes agrees; anything else is no, and nothing changes");
+    return Confirm(context, options, question);
+  }
   return word == "y" || word == "yes";
-}
-
-std::string FormatDate(std::int64_t seconds) {
-  using namespace std::chrono;
-  const year_month_day date(floor<days>(sys_seconds(std::chrono::seconds(seconds))));
-  char text[32];
-  const int size = std::snprintf(text, sizeof text, "%04d-%02u-%02u", int{date.year()},
-                                 unsigned{date.month()}, unsigned{date.day()});
-  return {text, static_cast<std::size_t>(size)};
 }
 
 std::string Today() {
@@ -66,12 +60,17 @@ std::string Today() {
   return FormatDate(floor<seconds>(system_clock::now()).time_since_epoch().count());
 }
 
-std::string DescribeValidity(const engine::KeyInfo& key) {
+Mark ValidityMark(const engine::KeyInfo& key) {
+  if (key.revoked || key.expired || key.unnamed) return Mark::kBad;
+  return key.encrypts ? Mark::kGood : Mark::kWarning;
+}
+
+std::string DescribeValidity(const OutputStyle& style, const engine::KeyInfo& key) {
   if (key.revoked) return "revoked";
   if (key.expired) return "expired";
   if (key.unnamed) return "no valid user ID";
   const std::string validity =
-      key.expires == 0 ? "valid" : "valid until " + FormatDate(key.expires);
+      key.expires == 0 ? "valid" : "valid until " + style.DateText(key.expires);
   return key.encrypts ? validity : validity + ", cannot encrypt";
 }
 
@@ -103,7 +102,8 @@ void Print(CommandContext& context, const engine::KeyInfo& key) {
   std::ostream& out = context.out;
   out << key.fingerprint << "  " << (key.secret ? "own" : "public")
       << (key.open ? ", without passphrase" : "") << "  " << key.algorithm << "  "
-      << FormatDate(key.created) << "  " << DescribeValidity(key) << "\n";
+      << context.style.DateText(key.created) << "  "
+      << context.style.Marked(ValidityMark(key), DescribeValidity(context.style, key)) << "\n";
   for (const std::string& user : key.user_ids) {
     PrintField(out, "    ", FieldText(user), context.OutputColumns(), 6);
   }

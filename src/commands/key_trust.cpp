@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <ostream>
+#include <utility>
 
 #include "base/text.h"
 #include "commands/account_store.h"
@@ -19,13 +20,15 @@ std::string DescribeSource(const KeyNotes& notes, const engine::KeyInfo& key) {
 }
 
 /// What the user knows of a key's owner by one of its addresses.
-std::string DescribeComparison(const KeyNotes& notes, const std::string& address,
-                               const std::string& fingerprint) {
+std::pair<Mark, std::string> DescribeComparison(const KeyNotes& notes, const std::string& address,
+                                                const std::string& fingerprint) {
   const Comparison* const comparison = notes.FindComparison(address);
-  if (!comparison) return "not compared; see \"key verify " + address + "\"";
-  if (comparison->fingerprint == fingerprint) return "compared on " + comparison->date;
-  return "not compared; on " + comparison->date + " you compared another key, " +
-         comparison->fingerprint;
+  if (!comparison) return {Mark::kWarning, "not compared; see \"key verify " + address + "\""};
+  if (comparison->fingerprint == fingerprint) {
+    return {Mark::kGood, "compared on " + comparison->date};
+  }
+  return {Mark::kBad, "not compared; on " + comparison->date + " you compared another key, " +
+                          comparison->fingerprint};
 }
 
 /// As DescribeKey, with source and, by address, the date of the comparison or null.
@@ -43,21 +46,24 @@ nlohmann::json Describe(const KeyNotes& notes, const engine::KeyInfo& key) {
 
 void ShowKey(CommandContext& context, const KeyNotes& notes, const engine::KeyInfo& key) {
   if (context.json) return context.ListJson(Describe(notes, key));
-  const auto print = [&](std::string_view label, const std::string& text) {
-    PrintField(context.out, label, FieldText(text), context.OutputColumns(), 14);
+  const auto print = [&](std::string_view label, const std::string& text, Mark mark = Mark::kNone) {
+    context.style.PrintField(context.out, label, mark, FieldText(text), context.OutputColumns());
   };
   context.out << InGroups(key.fingerprint) << "\n";
-  for (const std::string& user : key.user_ids) print("    ", user);
+  for (const std::string& user : key.user_ids) {
+    PrintField(context.out, "    ", FieldText(user), context.OutputColumns(), 14);
+  }
   print("  Kind:       ", !key.secret ? "public key"
                           : key.open  ? "own key, without passphrase"
                                       : "own key, protected by a passphrase");
   print("  Algorithm:  ", key.algorithm);
-  print("  Created:    ", FormatDate(key.created));
-  print("  Validity:   ", DescribeValidity(key));
+  print("  Created:    ", context.style.DateText(key.created));
+  print("  Validity:   ", DescribeValidity(context.style, key), ValidityMark(key));
   print("  Source:     ", DescribeSource(notes, key));
   if (key.secret) return;
   for (const std::string& address : key.addresses) {
-    print("  Compared:   ", address + ": " + DescribeComparison(notes, address, key.fingerprint));
+    const auto [mark, text] = DescribeComparison(notes, address, key.fingerprint);
+    print("  Compared:   ", address + ": " + text, mark);
   }
 }
 

@@ -63,6 +63,8 @@ class Passphrases {
   void AddPassphrase(std::string_view argument);
   void SetPassphrase(std::string_view address, std::string_view passphrase);
 
+  void ForgetPassphrases() { passphrases_.clear(); }
+
   /// Begins a new operation, in which every passphrase may be tried again.
   void BeginRound();
   /// The offered address whose passphrase to try next: the first one not tried in this round, else

@@ -6,6 +6,7 @@
 
 #include "base/text.h"
 #include "commands/columns.h"
+#include "commands/command_context.h"
 #include "desk/mail_bridge.h"
 #include "desk/message_report.h"
 #include "message/attachment_node.h"
@@ -37,6 +38,25 @@ std::string DescribeAttachment(const AttachmentReport& attachment) {
   return "\"" + name + "\", " + std::to_string(attachment.size) + " bytes: " + status;
 }
 
+Mark DecryptMark(const platform::Protection& protection) {
+  if (protection.DecryptionFailed()) return Mark::kBad;
+  return protection.decrypt_status == platform::decrypt_status::kDone ? Mark::kGood
+                                                                      : Mark::kNeutral;
+}
+
+Mark SignMark(const platform::Protection& protection) {
+  if (protection.SignatureFailed()) return Mark::kBad;
+  return protection.sign_status == platform::sign_status::kGood ? Mark::kGood : Mark::kNeutral;
+}
+
+Mark AttachmentMark(const AttachmentReport& attachment) {
+  if (!attachment.protection) return Mark::kNeutral;
+  if (attachment.protection->Failed()) return Mark::kBad;
+  const bool is_protected = DecryptMark(*attachment.protection) == Mark::kGood ||
+                            SignMark(*attachment.protection) == Mark::kGood;
+  return is_protected ? Mark::kGood : Mark::kNeutral;
+}
+
 using nlohmann::json;
 
 void AddProtection(json& object, const std::optional<platform::Protection>& protection) {
@@ -63,16 +83,34 @@ json RecipientsJson(const ItemData& item, RecipientKind kind) {
   return people;
 }
 
+/// Continued lines are indented further than any line of the program begins.
+void PrintAttachment(const CommandContext& context, const AttachmentReport& attachment) {
+  constexpr std::size_t kIndent = 6;
+  const std::string line = context.style.Marked(AttachmentMark(attachment), "");
+  PrintField(context.out, "  " + line, DescribeAttachment(attachment), context.OutputColumns(),
+             kIndent);
+}
+
 }  // namespace
 
-void PrintMessage(std::ostream& out, const ItemData& item, const MessageReport& report,
-                  int columns) {
+void PrintMessage(const CommandContext& context, const ItemData& item,
+                  const MessageReport& report) {
+  std::ostream& out = context.out;
+  const int columns = context.OutputColumns();
+  const auto print_status = [&](std::string_view label, Mark mark, const std::string& text) {
+    context.style.PrintField(out, label, mark, ForDisplay(text), columns);
+  };
   const auto print = [&](std::string_view label, const std::string& text) {
     if (!text.empty()) PrintField(out, label, text, columns, label.size());
   };
   // Above everything that the sender chose.
-  for (const std::string& line : StatusLines(report)) print("Status:  ", ForDisplay(line));
-  for (const std::string& remark : RemarksOn(report.facts)) print("         ", ForDisplay(remark));
+  if (const std::vector<std::string> lines = StatusLines(report); !lines.empty()) {
+    print_status("Status:  ", DecryptMark(*report.protection), lines.front());
+    print_status("Status:  ", SignMark(*report.protection), lines.back());
+  }
+  for (const std::string& remark : RemarksOn(report.facts)) {
+    print_status("         ", Mark::kWarning, remark);
+  }
   print("From:    ", FieldText(Shown(item.sender)));
   print("To:      ", RecipientList(item, RecipientKind::kTo));
   print("Cc:      ", RecipientList(item, RecipientKind::kCc));
@@ -80,25 +118,24 @@ void PrintMessage(std::ostream& out, const ItemData& item, const MessageReport& 
   print("Subject: ", FieldText(item.subject));
   if (!report.attachments.empty()) out << "Attachments:\n";
   for (const AttachmentReport& attachment : report.attachments) {
-    PrintField(out, "  ", DescribeAttachment(attachment), columns, 6);
+    PrintAttachment(context, attachment);
     print("    saved as ", ForDisplay(attachment.saved_as));
   }
   const std::string text = ForDisplayLines(*item.body);
   out << "\n" << text << (text.ends_with('\n') || text.empty() ? "" : "\n");
 }
 
-void PrintBars(std::ostream& out, const Bars& bars) {
+void PrintBars(const CommandContext& context, const Bars& bars) {
   for (const BarPtr& bar : bars.All()) {
     if (!bar->IsTemporary() || !bar->IsVisible()) continue;
-    out << ForDisplay(bar->NameText()) << ":";
-    const char* separator = " ";
+    std::string text;
     for (const ButtonPtr& button : bar->Buttons()) {
       const ButtonProperties& look = button->Properties();
       const std::string caption = StateMark(look) + ForDisplay(Replace(look.caption, "&", ""));
-      out << separator << (look.enabled ? caption : "(" + caption + ")");
-      separator = ", ";
+      text += (text.empty() ? "" : ", ") + (look.enabled ? caption : "(" + caption + ")");
     }
-    out << "\n";
+    const std::string label = ForDisplay(bar->NameText()) + (text.empty() ? ":" : ": ");
+    PrintField(context.out, label, text, context.OutputColumns(), label.size());
   }
 }
 

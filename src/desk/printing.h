@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <iosfwd>
 #include <nlohmann/json_fwd.hpp>
 #include <span>
 #include <string>
@@ -10,6 +9,10 @@
 #include "desk/outlook/item.h"
 #include "desk/outlook/item_data.h"
 #include "desk/terminal/terminal_ui.h"
+
+namespace corvessa {
+class CommandContext;
+}
 
 /// What the desk prints of a message: as text for people, as JSON for scripts.
 ///
@@ -21,11 +24,10 @@ namespace corvessa::desk {
 struct MessageReport;
 
 /// Prints the open message: status, header, attachments, text.
-void PrintMessage(std::ostream& out, const ItemData& item, const MessageReport& report,
-                  int columns);
+void PrintMessage(const CommandContext& context, const ItemData& item, const MessageReport& report);
 
 /// Prints the add-in's bars of a window, one a line: "Corvessa Options: [x] Encrypt on send, …".
-void PrintBars(std::ostream& out, const Bars& bars);
+void PrintBars(const CommandContext& context, const Bars& bars);
 
 /// Adds decryptStatus, signStatus (both null if the add-in did not check), signers, statusText and
 /// attachments (name, size, decryptStatus, signStatus, signers, savedAs); reason, reasonCode and

@@ -2,10 +2,12 @@
 
 import json
 import mailbox
+import signal
+import subprocess
 import unittest
 from email.message import EmailMessage
 
-from desk_case import ALICE, BOB, CANARY, TEXT, DeskCase
+from desk_case import ALICE, BOB, CANARY, DESK, TEXT, DeskCase
 
 
 class Mailboxes(DeskCase):
@@ -37,6 +39,13 @@ class Mailboxes(DeskCase):
         self.assertEqual(damaged.code, 3)
         self.assertEqual([sorted(json.loads(line)) for line in damaged.out.splitlines()].count(["error", "file", "number"]), 1)
         self.assertEqual(len(damaged.out.splitlines()), 7)
+
+    def test_a_reader_that_has_seen_enough_ends_a_list_quietly(self):
+        self.fill(mailbox.mbox(self.folder / "box"))
+        with subprocess.Popen([DESK, "--profile", self.folder / "bob", "list", self.folder / "box"],
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE) as child:
+            child.stdout.close()
+            self.assertEqual((child.stderr.read(), child.wait()), (b"", -signal.SIGPIPE))
 
     def test_mails_of_a_box_are_opened_one_by_one_and_files_together(self):
         box = self.folder / "box"

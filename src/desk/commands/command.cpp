@@ -42,6 +42,12 @@ Profile DeskContext::OpenProfile() const {
   return Profile(ProfileFolder(*this));
 }
 
+bool DeskContext::IsOutputClosed() const {
+  if (!Terminal::IsOutputClosed()) return false;
+  terminal.EndBy(SIGPIPE);
+  return true;
+}
+
 void DeskContext::Tell(std::string_view line) const {
   terminal.ClearStatus();
   CommandContext::Tell(line);

@@ -31,6 +31,8 @@ class DeskContext final : public CommandContext {
 
   std::unique_ptr<UserData> OpenUserData() const override;
   int OutputColumns() const override { return Terminal::OutputColumns(); }
+  /// The program then ends as other tools do, by the signal of a broken pipe.
+  bool IsOutputClosed() const override;
   void Tell(std::string_view line) const override;
   void ReadArguments() override;
   void TellOfUnused() const override;

@@ -27,7 +27,8 @@ std::vector<CommandHelp> DeskHelp() {
           {"2", "wrong usage"},
           {"3", "trouble with a file, the profile, the disk or the network"}}},
         {"Environment",
-         {{"XDG_DATA_HOME", "the folder of the default profile, instead of ~/.local/share"}}},
+         {{"XDG_DATA_HOME", "the folder of the default profile, instead of ~/.local/share"},
+          {"NO_COLOR", "not empty: no colours on the terminal, only signs"}}},
         {"Files",
          {{"~/.local/share/corvessa",
            "the profile: the key rings, the settings in registry.reg, and in unsent the mails "
@@ -82,8 +83,8 @@ std::vector<CommandHelp> DeskHelp() {
        "of the attachments of a protected message."},
       {"shell",
        "Stays connected: several windows, buttons, and passphrases that are remembered. \"help\" "
-       "lists "
-       "its commands."}};
+       "lists its commands, Tab completes them, files and buttons, and \"forget\" forgets the "
+       "passphrases. \"?\" at a prompt says what can be typed."}};
   for (CommandHelp& help : KeyAndAccountHelp()) texts.push_back(std::move(help));
   return texts;
 }

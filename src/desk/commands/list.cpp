@@ -12,6 +12,7 @@
 #include "desk/commands/command.h"
 #include "desk/commands/received_message.h"
 #include "desk/mail/mailbox.h"
+#include "desk/profile/system_services.h"
 #include "message/message_operations.h"
 #include "system/files.h"
 
@@ -19,6 +20,7 @@ namespace corvessa::desk {
 namespace {
 
 constexpr int kStatusColumns = 10;
+constexpr std::string_view kDamaged = "damaged";
 
 /// How a mail is protected as far as it can be seen from outside. Nothing is decrypted, and a
 /// signature may be bad.
@@ -39,12 +41,21 @@ std::string_view ProtectionOf(const mail::Mail& mail) {
   return "plain";
 }
 
-std::string DateText(const mail::Mail& mail) {
+/// For a person in the locale's order, for a script always in this one.
+std::string DateText(const CommandContext& context, const mail::Mail& mail) {
   if (!mail.date) return {};
+  if (context.style.local_date) return ShortDateTimeText(*mail.date);
   std::tm fields{};
   char text[64];
   if (!localtime_r(&*mail.date, &fields)) return {};
   return {text, std::strftime(text, sizeof text, "%Y-%m-%d %H:%M", &fields)};
+}
+
+std::string MarkedStatus(const CommandContext& context, std::string_view status) {
+  const bool is_marked = status == kDamaged && context.style.has_signs;
+  const int columns = kStatusColumns - (is_marked ? kSignColumns : 0);
+  return context.style.Marked(is_marked ? Mark::kBad : Mark::kNone,
+                              PadToColumns(std::string(status), columns));
 }
 
 void PrintLine(const CommandContext& context, std::size_t number, std::string_view status,
@@ -52,8 +63,8 @@ void PrintLine(const CommandContext& context, std::size_t number, std::string_vi
   const std::string author = mail.from.name.empty() ? mail.from.address : mail.from.name;
   std::string line =
       PadToColumns(Decimal(static_cast<std::int64_t>(number)), 5) + " " +
-      PadToColumns(std::string(status), kStatusColumns) + " " + PadToColumns(DateText(mail), 16) +
-      "  " + PadToColumns(CutToColumns(FieldText(author), 24), 24) + "  " + FieldText(mail.subject);
+      MarkedStatus(context, status) + " " + PadToColumns(DateText(context, mail), 16) + "  " +
+      PadToColumns(CutToColumns(FieldText(author), 24), 24) + "  " + FieldText(mail.subject);
   const int columns = context.OutputColumns();
   if (columns != kUnlimitedColumns) line = CutToColumns(line, columns);
   context.out << line << "\n";
@@ -78,7 +89,7 @@ bool ListMail(DeskContext& context, const mail::MailPlace& place, std::size_t nu
   mail::Mail mail;
   const Error error = Attempt([&] { mail = mail::LoadMail(place); });
   if (error.number == 0) {
-    const std::string_view status = mail.incomplete ? "damaged" : ProtectionOf(mail);
+    const std::string_view status = mail.incomplete ? kDamaged : ProtectionOf(mail);
     if (context.json) {
       WriteObject(context, place, number, status, mail);
     } else {
@@ -100,6 +111,7 @@ bool ListMail(DeskContext& context, const mail::MailPlace& place, std::size_t nu
 Outcome ListMails(DeskContext& context, const std::vector<mail::MailPlace>& places) {
   Outcome outcome = Outcome::kDone;
   for (std::size_t i = 0; i < places.size(); ++i) {
+    context.RequireOutput();
     if (!ListMail(context, places[i], i + 1)) outcome = Outcome::kEnvironment;
   }
   return outcome;

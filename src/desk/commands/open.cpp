@@ -63,7 +63,7 @@ OpenResult ReadOpenMessage(DeskHost& host, const InspectorWindowPtr& window,
 }
 
 void Print(DeskContext& context, const OpenResult& opened, const ItemData& item) {
-  PrintMessage(context.out, item, opened.report, Terminal::OutputColumns());
+  PrintMessage(context, item, opened.report);
   if (opened.original) {
     context.out << "\nOriginal message:\n" << ForDisplayLines(*opened.original) << "\n";
   }
@@ -74,53 +74,87 @@ Outcome ResultOutcome(const OpenResult& opened, const mail::Mail& mail) {
   return std::max(opened.saving.outcome, failed ? Outcome::kRefused : Outcome::kDone);
 }
 
-void PrintJson(DeskContext& context, ReceivedMessage& message, const OpenResult& opened,
-               Outcome outcome, nlohmann::json json) {
-  const Item& item = *message.Window()->ShownItem();
+/// A message in its window.
+struct OpenMessage {
+  DeskHost& host;
+  const mail::Mail& source;
+  InspectorWindowPtr window;
+  std::string file;
+};
+
+void PrintJson(DeskContext& context, const OpenMessage& message, const OpenResult& opened,
+               Outcome outcome) {
+  const Item& item = *message.window->ShownItem();
+  nlohmann::json json{{"file", message.file}};
   AddMessage(json, opened.report);
   AddRemarks(json, opened.report);
   AddHeader(json, item.Data());
   json["body"] = *item.Data().body;
   json["goesOn"] = opened.report.shows_part;
-  json["endsEarly"] = message.Source().incomplete;
+  json["endsEarly"] = message.source.incomplete;
   if (opened.original) json["original"] = *opened.original;
   json["resultCode"] = static_cast<int>(outcome);
-  AddBars(json, message.Window()->Bars());
-  AddBoxes(json, message.Host().Ui().Boxes());
+  AddBars(json, message.window->Bars());
+  AddBoxes(json, message.host.Ui().Boxes());
   context.WriteJson(json);
+}
+
+Outcome ShowMessage(DeskContext& context, const OpenOptions& options, const OpenMessage& message) {
+  const auto show = [&] {
+    const OpenResult opened = ReadOpenMessage(message.host, message.window, options);
+    for (const std::string& complaint : opened.saving.complaints) context.Tell(complaint);
+    TellOfHiddenText(context, opened.report);
+    const Outcome outcome = context.FinalOutcome(ResultOutcome(opened, message.source));
+    if (context.json) {
+      PrintJson(context, message, opened, outcome);
+    } else {
+      Print(context, opened, message.window->ShownItem()->Data());
+    }
+    message.host.Outlook().Close(message.window);
+    return outcome;
+  };
+  return ReportingErrors(context, message.host, show, {{"file", message.file}});
 }
 
 Outcome OpenMail(DeskContext& context, const OpenOptions& options, const mail::MailPlace& place) {
   ReceivedMessage message(context, place, options.message.trace);
-  const nlohmann::json source{{"file", system::PathText(place.file)}};
-  const auto open = [&] {
-    const OpenResult opened = ReadOpenMessage(message.Host(), message.Window(), options);
-    for (const std::string& complaint : opened.saving.complaints) context.Tell(complaint);
-    TellOfHiddenText(context, opened.report);
-    const Outcome outcome = context.FinalOutcome(ResultOutcome(opened, message.Source()));
-    if (context.json) {
-      PrintJson(context, message, opened, outcome, source);
-    } else {
-      Print(context, opened, message.Window()->ShownItem()->Data());
-    }
-    message.Close();
-    return outcome;
-  };
-  return ReportingErrors(context, message.Host(), open, source);
+  return ShowMessage(
+      context, options,
+      {message.Host(), message.Source(), message.Window(), system::PathText(place.file)});
 }
 
-/// One mail that cannot be read does not hide the others.
+Outcome OpenNext(DeskContext& context, const OpenOptions& options, DeskHost& host,
+                 const mail::MailPlace& place) {
+  const mail::Mail mail = LoadReceived(context, place);
+  host.Ui().StartBoxes();
+  return ShowMessage(context, options,
+                     {host, mail, OpenReceived(host, mail), system::PathText(place.file)});
+}
+
+/// Closes what a failure has left open.
+void CloseWindows(DeskHost& host) {
+  const auto windows = host.Outlook().Inspectors();
+  for (const InspectorWindowPtr& window : windows) host.Outlook().Close(window);
+}
+
+/// One mail that cannot be read does not hide the others. The add-in stays connected, so that it
+/// asks for a passphrase once.
 Outcome OpenMails(DeskContext& context, const OpenOptions& options,
                   const std::vector<mail::MailPlace>& places) {
+  Profile profile = context.OpenProfile();
+  DeskHost host(
+      profile, context.terminal, context.answers, context.messages,
+      {.owner = FindOwner({}, AccountStore(profile.Registry())), .trace = options.message.trace});
   Outcome outcome = Outcome::kDone;
   for (const mail::MailPlace& place : places) {
+    context.RequireOutput();
     if (!context.json) {
       context.out << (&place == &places.front() ? "" : "\n")
                   << "== " << ForDisplay(system::PathText(place.file)) << "\n";
     }
     context.has_written_json = false;
     try {
-      outcome = std::max(outcome, OpenMail(context, options, place));
+      outcome = std::max(outcome, OpenNext(context, options, host, place));
     } catch (const CommandError& error) {
       context.TellError(error, system::PathText(place.file));
       outcome = std::max(outcome, error.outcome);
@@ -129,6 +163,8 @@ Outcome OpenMails(DeskContext& context, const OpenOptions& options,
                         system::PathText(place.file));
       outcome = Outcome::kEnvironment;
     }
+    CloseWindows(host);
+    if (host.IsInterrupted()) return std::max(outcome, Outcome::kRefused);
   }
   return outcome;
 }

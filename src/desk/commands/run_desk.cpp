@@ -1,7 +1,10 @@
 #include <CLI/CLI.hpp>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "desk/commands/command.h"
+#include "desk/profile/system_services.h"
 #include "desk/program.h"
 
 namespace corvessa::desk {
@@ -19,6 +22,29 @@ void AddGlobalOptions(CLI::App& app, DeskContext& context) {
       ->allow_extra_args(false);
 }
 
+/// What --help prints of the command that the words name, or of the program.
+Outcome ShowHelp(DeskContext& context, CLI::App& app, const std::vector<std::string>& words) {
+  CLI::App* command = &app;
+  std::string name = app.get_name();
+  for (const std::string& word : words) {
+    try {
+      command = command->get_subcommand(word);
+    } catch (const CLI::OptionNotFound&) {
+      throw CommandError{Outcome::kWrongUse, "unknown command \"" + word + "\""};
+    }
+    name += " " + word;
+  }
+  context.out << app.get_formatter()->make_help(command, name, CLI::AppFormatMode::Normal);
+  return Outcome::kDone;
+}
+
+void AddHelpCommand(CLI::App& app, DeskContext& context) {
+  const auto words = std::make_shared<std::vector<std::string>>();
+  auto* const help = app.add_subcommand("help", "show the help of a command");
+  help->add_option("command", *words, "such as send or key import")->type_name("COMMAND");
+  OnRun(*help, context, [&context, &app, words] { return ShowHelp(context, app, *words); });
+}
+
 void AddCommands(CLI::App& app, DeskContext& context) {
   app.require_subcommand(1);
   app.fallthrough();
@@ -30,6 +56,7 @@ void AddCommands(CLI::App& app, DeskContext& context) {
   AddSendCommand(app, context);
   AddResponseCommands(app, context);
   AddShellCommand(app, context);
+  AddHelpCommand(app, context);
 }
 
 }  // namespace
@@ -50,6 +77,8 @@ int RunDesk(int argument_count, const char* const* arguments, Terminal& terminal
             std::ostream& messages) {
   Answers answers;
   DeskContext context(out, messages, terminal, answers);
+  context.style = Terminal::StyleOfOutput();
+  if (context.style.has_signs) context.style.local_date = DateText;
   CLI::App app;
   AddCommandLine(app, context);
   return RunProgram(app, context, argument_count, arguments);

@@ -63,12 +63,14 @@ void PrintJson(DeskContext& context, DeskHost& host, const SendOptions& options,
 
 void Print(DeskContext& context, const SendOptions& options, const SentMail& sent) {
   if (options.deliver) {
-    context.out << "Delivered " << ProtectionText(sent) << "\n";
+    context.out << context.style.Marked(ProtectionMark(sent), "Delivered " + ProtectionText(sent))
+                << "\n";
     return;
   }
   if (const std::string text = BlindCopyText(sent); !text.empty()) context.Tell(text);
   if (options.out_file.empty()) return;
-  context.out << "Sent " << ProtectionText(sent) << ": " << ForDisplay(options.out_file) << "\n";
+  context.out << context.style.Marked(ProtectionMark(sent), "Sent " + ProtectionText(sent)) << ": "
+              << ForDisplay(options.out_file) << "\n";
 }
 
 void HandOver(DeskContext& context, Profile& profile, const SendOptions& options,

@@ -20,14 +20,26 @@ locale_t DateLocale() {
   return users ? users.get() : classic.get();
 }
 
-}  // namespace
-
-std::string DateTimeText(std::time_t time) {
+std::string Format(std::time_t time, const char* format) {
   struct tm local {};
   localtime_r(&time, &local);
   std::array<char, 200> text;
-  const std::size_t length = strftime_l(text.data(), text.size(), "%x %X", &local, DateLocale());
+  const std::size_t length = strftime_l(text.data(), text.size(), format, &local, DateLocale());
   return {text.data(), length};
+}
+
+}  // namespace
+
+std::string DateTimeText(std::time_t time) {
+  return Format(time, "%x %X");
+}
+
+std::string DateText(std::time_t time) {
+  return Format(time, "%x");
+}
+
+std::string ShortDateTimeText(std::time_t time) {
+  return Format(time, "%x %R");
 }
 
 std::string SystemClock::DateTimeText() {

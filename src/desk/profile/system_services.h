@@ -20,6 +20,12 @@ namespace corvessa::desk {
 /// A time in the user's time zone and in the date and time format of the user's locale.
 std::string DateTimeText(std::time_t time);
 
+/// The same of the date alone.
+std::string DateText(std::time_t time);
+
+/// The date, and the time to the minute.
+std::string ShortDateTimeText(std::time_t time);
+
 class SystemClock final : public platform::Clock {
  public:
   std::string DateTimeText() override;

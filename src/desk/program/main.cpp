@@ -41,6 +41,9 @@ int main(int argument_count, char** arguments) {
   auto terminal = corvessa::desk::Terminal::Standard();
   const int result =
       corvessa::desk::RunDesk(argument_count, arguments, terminal, std::cout, std::cerr);
-  if (terminal.EndingSignal() != 0) std::raise(terminal.EndingSignal());
+  if (const int signal = terminal.EndingSignal(); signal != 0) {
+    if (signal == SIGPIPE) std::signal(SIGPIPE, SIG_DFL);
+    std::raise(signal);
+  }
   return result;
 }

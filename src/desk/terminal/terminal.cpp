@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <termios.h>
@@ -68,6 +69,22 @@ int Terminal::Columns() const {
 
 int Terminal::OutputColumns() {
   return isatty(STDOUT_FILENO) != 0 ? ColumnsOfWindow(STDOUT_FILENO) : kUnlimitedColumns;
+}
+
+OutputStyle Terminal::StyleOfOutput() {
+  const auto variable = [](const char* name) {
+    const char* const value = std::getenv(name);
+    return std::string_view(value ? value : "");
+  };
+  OutputStyle style;
+  style.has_signs = isatty(STDOUT_FILENO) != 0;
+  style.has_colours = style.has_signs && variable("NO_COLOR").empty() && variable("TERM") != "dumb";
+  return style;
+}
+
+bool Terminal::IsOutputClosed() {
+  pollfd output{STDOUT_FILENO, POLLOUT, 0};
+  return poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
 }
 
 void Terminal::WriteRaw(std::string_view text) const {

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "commands/output_style.h"
 #include "commands/passphrases.h"
 #include "desk/terminal/signals.h"
 
@@ -48,6 +49,12 @@ class Terminal final : public UserPrompt {
   /// The width of standard output's window; kUnlimitedColumns if it is not a terminal.
   static int OutputColumns();
 
+  /// Signs and colours if standard output is a terminal; no colours if NO_COLOR is set or the
+  /// terminal has none.
+  static OutputStyle StyleOfOutput();
+  /// Whether standard output is a pipe that nobody reads any more.
+  static bool IsOutputClosed();
+
   /// Clears the status line first. Writes nothing without a user.
   void Write(std::string_view text);
   /// Redraws the status line, cut to the width; not while a question is open.
@@ -69,6 +76,8 @@ class Terminal final : public UserPrompt {
   int Interrupts() const { return interrupts_; }
   /// The signal that should end the process, which raises it after cleaning up; 0 for none.
   int EndingSignal() const;
+  /// Makes that signal end the process.
+  void EndBy(int signal) { ending_signal_ = signal; }
 
   /// Runs during a wait for input; returns how long to wait until it must run again.
   std::function<std::chrono::milliseconds()> idle;

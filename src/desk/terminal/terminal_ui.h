@@ -5,6 +5,7 @@
 #include <functional>
 #include <iosfwd>
 #include <map>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -71,8 +72,9 @@ class TerminalUi final : public platform::Ui {
   /// Writes a line to the user.
   void Report(std::string_view line);
 
-  /// Every form and box shown so far, in order.
-  const std::vector<ShownBox>& Boxes() const { return boxes_; }
+  /// Every form and box shown so far, or since StartBoxes, in order.
+  std::span<const ShownBox> Boxes() const { return std::span(boxes_).subspan(first_box_); }
+  void StartBoxes() { first_box_ = boxes_.size(); }
 
  private:
   std::size_t Record(Form& form);
@@ -91,6 +93,7 @@ class TerminalUi final : public platform::Ui {
   TerminalUiOptions options_;
   TimerDriver timers_;
   std::vector<ShownBox> boxes_;
+  std::size_t first_box_ = 0;
   /// The visible forms and their indexes in boxes_.
   std::map<const Form*, std::size_t> on_screen_;
 };
