@@ -2,14 +2,18 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 #include <set>
 
 #include "base/text.h"
 #include "commands/command_error.h"
+#include "commands/key_commands.h"
 #include "desk/desk_host.h"
+#include "desk/engine_setup.h"
 #include "desk/mail/mail_io.h"
 #include "desk/mail_bridge.h"
 #include "desk/terminal/answers.h"
+#include "desk/terminal/terminal.h"
 
 namespace corvessa::desk {
 namespace {
@@ -59,6 +63,41 @@ void RequireAttachments(const ItemData& before, const ItemData& travelling) {
                                             " is missing from the outgoing message"};
 }
 
+/// Whether mail to the address is encrypted to another key than the one that was compared.
+std::optional<engine::KeyInfo> FindOtherKey(engine::OpenPgpEngine& engine,
+                                            const std::string& address,
+                                            const Comparison& comparison) {
+  std::vector<engine::KeyInfo> keys;
+  Check(engine.FindKeys(address, keys), engine);
+  if (keys.empty()) return std::nullopt;
+  const engine::KeyInfo& key = EncryptionKey(keys);
+  if (key.secret || key.fingerprint == comparison.fingerprint) return std::nullopt;
+  return key;
+}
+
+/// Someone may have slipped in a key of their own under the address of a person whose key the user
+/// has compared.
+void RequireComparedKeys(DeskHost& host, const std::vector<std::string>& addresses) {
+  const KeyNotes notes(host.UsedProfile().KeysFolder());
+  std::shared_ptr<engine::OpenPgpEngine> engine;
+  for (const std::string& address : addresses) {
+    const Comparison* const comparison = notes.FindComparison(LCase(address));
+    if (!comparison) continue;
+    if (!engine) engine = OpenEngine(host.UsedProfile());
+    const auto other = FindOtherKey(*engine, address, *comparison);
+    if (!other) continue;
+    const std::int32_t answer = host.Ui().ShowBox(
+        "The key of " + address + " is not the one that you compared on " + comparison->date +
+            ". It has the fingerprint " + InGroups(other->fingerprint) +
+            ".\nAsk its owner whether that is right.\n\nSend anyway?",
+        kProgram, platform::kBoxError | platform::kBoxOkCancel);
+    if (answer == platform::kAnswerOk) continue;
+    throw CommandError{Outcome::kRefused, "not sent: the key of " + address +
+                                              " was not compared; see \"key verify " + address +
+                                              "\""};
+  }
+}
+
 void RequireRecipients(const ItemData& item) {
   const auto has_address = [](const RecipientData& one) { return !one.address.empty(); };
   if (std::ranges::any_of(item.recipients, has_address)) return;
@@ -84,6 +123,10 @@ void AnswerExternalForm(const SendChoices& choices, Answers& answers) {
 std::string ProtectionText(const SentMail& sent) {
   if (sent.encrypted) return sent.is_signed ? "encrypted and signed" : "encrypted, not signed";
   return sent.is_signed ? "signed, not encrypted" : "neither encrypted nor signed";
+}
+
+Mark ProtectionMark(const SentMail& sent) {
+  return sent.encrypted ? Mark::kGood : Mark::kWarning;
 }
 
 std::string BlindCopyText(const SentMail& sent) {
@@ -127,6 +170,7 @@ SentMail SendItem(DeskHost& host, const ItemPtr& item, const mail::Mail& base,
       throw CommandError{Outcome::kRefused, "not sent: its text is not what was to leave"};
     }
     RequireAttachments(before, travelling);
+    RequireComparedKeys(host, facts.encrypted_for);
     sent.mail = MailOf(travelling, WithSender(base, host.Owner()));
     mail::StampMail(sent.mail);
     deliver(sent.mail);

@@ -3,6 +3,7 @@
 #include <functional>
 #include <string>
 
+#include "commands/output_style.h"
 #include "desk/mail/mail.h"
 #include "desk/outlook/item.h"
 
@@ -28,6 +29,9 @@ struct SentMail {
 
 /// "encrypted and signed" and so on.
 std::string ProtectionText(const SentMail& sent);
+
+/// Good only if it is encrypted.
+Mark ProtectionMark(const SentMail& sent);
 
 /// A line that names the blind-copy recipients, who are not in the sent message; empty without any.
 std::string BlindCopyText(const SentMail& sent);

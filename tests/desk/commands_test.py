@@ -86,6 +86,9 @@ class Keys(DeskCase):
         self.assertRegex(another.err, rf"\Acorvessa-desk: you compared another key of {BOB} on [-\d]+; compare the "
                          rf'new one with "key verify {BOB}"\n')
         self.assertRegex(self.alice("key", "show", another.out[:40]).out, f"you compared another key, {key}")
+        self.assertRegex(self.alice("send", self.draft()).err, r'closed MessageBox "The key of bob@example\.com is not the one that '
+                         rf'you compared on .*\n.*: not sent: the key of {BOB} was not compared; see "key verify {BOB}"\n\Z')
+        self.assertDone(self.alice("send", self.draft(), "--answer", "MessageBox=OK"))
         self.assertEqual(self.alice("key", "verify", BOB, key).code, 1)
         self.assertDone(self.alice("key", "remove", BOB), 2, None, "corvessa-desk: no terminal to ask; use --yes\n")
         self.assertDone(self.alice("key", "remove", BOB, "--yes"))
@@ -240,6 +243,9 @@ class Settings(DeskCase):
                                 f"corvessa-desk: {complaint}\n")
         self.assertDone(self.alice("get", "EngineLookupServer"), out="\n")
         self.assertIn("--outlook 9|10|11 ", self.alice("send", "--help").out)
+        self.assertEqual(self.alice("help", "key", "import").out, self.alice("key", "import", "--help").out)
+        self.assertEqual(self.alice("help").out, self.alice("--help").out)
+        self.assertDone(self.alice("help", "opne"), 2, "", 'corvessa-desk: unknown command "opne"\n')
         self.assertIn("Subcommands:\n", subprocess.run([DESK, "--help"], capture_output=True,
                                                        text=True, check=True).stdout)
 
