@@ -126,7 +126,10 @@ void StopHousekeeping() {
 }
 
 void ForgetAfterUse() {
-  if (g_lPassphraseMemory != kForgetAfterEachUse) return;
+  if (g_lPassphraseMemory == kForgetAfterEachUse) ForgetNow();
+}
+
+void ForgetNow() {
   if (g_oCrypto) {
     RunningTimer()->ResetCryptoAndAccounts();
   } else {

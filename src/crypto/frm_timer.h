@@ -39,4 +39,7 @@ void StopHousekeeping();
 /// with it.
 void ForgetAfterUse();
 
+/// Forgets all passphrases now.
+void ForgetNow();
+
 }  // namespace corvessa

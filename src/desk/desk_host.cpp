@@ -4,9 +4,11 @@
 #include <ostream>
 
 #include "addin/trace_log.h"
+#include "base/error.h"
 #include "base/guard.h"
 #include "base/text.h"
 #include "commands/command_error.h"
+#include "crypto/frm_timer.h"
 #include "desk/engine_setup.h"
 #include "desk/profile/profile_files.h"
 #include "desk/settings_store.h"
@@ -86,6 +88,28 @@ class DeskHost::Trace {
   std::string was_on_;
 };
 
+/// Tells the user what became of a page: the browser's window may be behind this one, or there may
+/// be no browser.
+class DeskHost::PageOpener final : public platform::Shell {
+ public:
+  PageOpener(platform::Shell& shell, Terminal& terminal, TerminalUi& ui)
+      : shell_(shell), terminal_(terminal), ui_(ui) {}
+  void OpenPage(std::string_view url) override {
+    try {
+      shell_.OpenPage(url);
+    } catch (const Error& error) {
+      ui_.Report(ForDisplay(WithoutFullStop(error.description)));
+      throw;
+    }
+    terminal_.Write("Opened " + ForDisplay(url) + " in the browser.\n");
+  }
+
+ private:
+  platform::Shell& shell_;
+  Terminal& terminal_;
+  TerminalUi& ui_;
+};
+
 DeskHost::DeskHost(Profile& profile, Terminal& terminal, Answers& answers, std::ostream& messages,
                    HostOptions options)
     : clean_up_action_([folder = profile.TemporaryFolder()] { RemoveTemporaryLeftovers(folder); }),
@@ -95,12 +119,13 @@ DeskHost::DeskHost(Profile& profile, Terminal& terminal, Answers& answers, std::
       answers_(answers),
       owner_(options.owner),
       ui_(terminal, answers, {.messages = messages}),
+      page_opener_(std::make_unique<PageOpener>(profile.Shell(), terminal, ui_)),
       engine_(engine::CreateEngineFactory(EngineSetup(profile, ui_))),
       outlook_(OutlookSetup(profile, options)) {
   ::setenv("TMPDIR", profile.TemporaryFolder().c_str(), 1);
   platform::InstallHost({outlook_.Cdo(), profile.Clipboard(), profile.Clock(), *engine_,
                          profile.Files(), profile.Inet(), profile.Pictures(), outlook_.Redemption(),
-                         profile.Registry(), profile.Shell(), ui_, profile.Product(), &facts_,
+                         profile.Registry(), *page_opener_, ui_, profile.Product(), &facts_,
                          &mime_});
   outlook_.AddExplorer();
   connect_.AddinInstance_OnConnection(outlook_.Application());
@@ -120,6 +145,11 @@ void DeskHost::BeginOperation() {
 
 bool DeskHost::IsInterrupted() const {
   return terminal_.IsInterrupted() || terminal_.Interrupts() != interrupts_before_;
+}
+
+void DeskHost::ForgetPassphrases() {
+  ForgetNow();
+  answers_.ForgetPassphrases();
 }
 
 void DeskHost::RunOpenForms() {

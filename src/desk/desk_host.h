@@ -50,7 +50,7 @@ class DeskHost {
   ItemFacts& Facts(const ItemPtr& item) { return facts_.MessageOf(item); }
   /// See SendRecorder::Of.
   SendFacts& FactsOfSend(const ItemPtr& item) { return facts_.Of(item); }
-  const Profile& UsedProfile() const { return profile_; }
+  Profile& UsedProfile() const { return profile_; }
   /// Whether a signal to end the program has come in since the operation began, or before it
   /// without being noticed.
   bool IsInterrupted() const;
@@ -60,11 +60,15 @@ class DeskHost {
   /// Opens the settings dialog by the add-in's toolbar button and runs it. Throws CommandError
   /// (refused) if the button is missing.
   void RunSettings();
+  /// Forgets all passphrases, those of the command line as well. The add-in has no button for it,
+  /// so this is the one call past Outlook's.
+  void ForgetPassphrases();
   /// Runs each open modeless window of the add-in; without a user, closes it.
   void RunOpenForms();
 
  private:
   class Trace;
+  class PageOpener;
 
   /// Signals take effect after everything has been cleaned up.
   CaughtSignals caught_;
@@ -76,6 +80,7 @@ class DeskHost {
   Person owner_;
   int interrupts_before_ = 0;
   TerminalUi ui_;
+  std::unique_ptr<platform::Shell> page_opener_;
   FactStore facts_;
   std::unique_ptr<platform::EngineFactory> engine_;
   mail::MimeReader mime_;

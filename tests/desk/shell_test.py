@@ -19,9 +19,9 @@ XTERM = {**os.environ, "TERM": "xterm"}
 
 
 class Shell(DeskCase):
-    def spawn(self, profile, *arguments):
+    def spawn(self, profile, *arguments, **environment):
         child = pexpect.spawn(DESK, ["--profile", str(self.folder / profile), *map(str, arguments)],
-                              encoding="utf-8", timeout=20, dimensions=(50, 100), env=XTERM)
+                              encoding="utf-8", timeout=20, dimensions=(50, 100), env=XTERM | environment)
         self.addCleanup(child.close)
         return child
 
@@ -118,9 +118,52 @@ class Shell(DeskCase):
                           f"Content-Disposition: attachment; filename*=utf-8''{quote(forged)}\n\ndata\n--b--\n")
         shown = self.execute(self.shell(), f"open {mail}")
         # In a window of 100 columns.
-        self.assertIn("Status:  Message is not encrypted\nStatus:  Message is not digitally signed\n"
+        self.assertIn("Status:  – Message is not encrypted\nStatus:  – Message is not digitally signed\n"
                       f"From:    {ALICE}\nTo:      {BOB}\nSubject: {'x' * 91}\n         Status: encrypted\n"
-                      "Attachments:\n  \"a', 1 bytes: is encrypted\", 4 bytes: not checked\n", shown)
+                      "Attachments:\n  – \"a', 1 bytes: is encrypted\", 4 bytes: not checked\n", shown)
+
+    def test_tab_completes_and_the_history_has_no_passphrases(self):
+        self.write("my mail.eml", self.sent(files={}).read_bytes())
+        child = self.shell()
+        child.send("wi\t\t")
+        child.expect_exact("window   windows")
+        child.expect_exact("desk> window")
+        child.send("\x0c")
+        child.expect_exact("\x1b[H\x1b[2J")
+        child.expect_exact("desk> window")
+        self.walk(child, ("\x15?", "  help [COMMAND]"), ("help cli\t", "usage: click CAPTION\n  click a button on a bar\n"))
+        self.open(child, f"\x15op\t{self.folder}/m\t")
+        child.sendline("click SHOW\t")
+        child.expect_exact("-----END PGP MESSAGE-----")
+        child.expect_exact("? = help): ")
+        self.walk(child, ("c", "Close was pressed. The window is closed.\n"), ("wi\ts\t", "1 * from Alice: Plâns"),
+                  ("\x1b[A\x1b[A\x1b[A\x1b[A\x1b[B", "Message is encrypted"),
+                  ("forget", "All passphrases are forgotten.\n"))
+        self.open(child, f'"{self.folder}/my mail.eml"')
+        self.assertIn("✓ Message is encrypted", child.before)
+
+    def test_a_form_says_what_can_be_done_and_what_was_done(self):
+        child = self.shell()
+        for line, text in (("settings", ""), ("?", "  r      press Remove\r\n"), ("s", "Sign outgoing mail by default: off.\r\n"),
+                           ("h", "Help was pressed.\r\n"), ("2", "Chosen: Options.\r\n")):
+            child.sendline(line)
+            if line == "h":
+                child.expect_exact("No address is configured for this page.")
+                child.sendline("")
+            child.expect_exact("? = help): ")
+            self.assertIn(text, child.before, line)
+        self.assertIn("Closed.\n", self.execute(child, "close"))
+
+    def test_a_terminal_shows_statuses_by_sign_and_colour_and_dates_by_locale(self):
+        sent = self.sent(files={})
+        for environment, status in (({}, "\x1b[32m✓ Message is encrypted\x1b[0m\r\n"), ({"NO_COLOR": "1"}, " ✓ Message is encrypted\r\n")):
+            child = self.spawn("bob", "open", sent, **environment)
+            self.log_in(child)
+            self.assertEqual(self.ended(child), 0)
+            self.assertIn(status, child.before)
+        child = self.spawn("bob", "list", sent, LC_ALL="C")
+        self.assertEqual(self.ended(child), 0)
+        self.assertRegex(child.before, r"1     encrypted  \d\d/\d\d/\d\d \d\d:\d\d    Alice ")
 
     def test_signals_end_a_session_cleanly(self):
         sent = self.sent(files={"secret.txt": CANARY.encode()})

@@ -169,11 +169,13 @@ TEST_F(TerminalUiTest, NeverDrawsAPassphrase) {
   progress->Show();
   EXPECT_EQ(Login(), "none");
   const std::string drawn = Drawn();
-  constexpr std::string_view kChoice = "Choice (esc = Cancel, q = close): ";
+  constexpr std::string_view kChoice = "Choice (esc = Cancel, close, ? = help): ";
+  constexpr std::string_view kStatus = "[------------------------------] Step 0/0";
   EXPECT_EQ(drawn.substr(drawn.find("Passphrase (")),
             "Passphrase (Enter for other choices): \n" + std::string(kChoice) +
-                "Unknown choice.\n" + std::string(kChoice) +
-                "\r[------------------------------] Step 0/0");
+                "Unknown choice.\n" + std::string(kChoice) + "\r" + std::string(kStatus) + "\r" +
+                std::string(kStatus.size(), ' ') +
+                "\rCancel was pressed. The window is closed.\n\r" + std::string(kStatus));
 }
 
 TEST_F(TerminalUiTest, ClosesAndNamesAnUnansweredPrompt) {

@@ -32,7 +32,7 @@ Outcome ExecuteLine(DeskContext& context, ShellSession& session, const std::stri
     outcome = Outcome::kEnvironment;
   }
   context.out.flush();
-  if (!context.out) throw CommandError{Outcome::kEnvironment, "cannot write the output"};
+  context.RequireOutput();
   return outcome;
 }
 
@@ -48,6 +48,7 @@ Outcome RunShell(DeskContext& context, const ShellOptions& options) {
                 {.outlook_version = options.outlook, .owner = owner, .trace = options.trace});
   ShellSession session(context, host);
   LineReader reader(context.terminal, std::string(kProgram));
+  reader.complete = [&session](const std::string& typed) { return session.Complete(typed); };
   Outcome outcome = Outcome::kDone;
   while (!session.HasEnded()) {
     const auto line = reader.Read("desk> ");

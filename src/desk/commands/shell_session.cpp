@@ -13,6 +13,7 @@
 #include "desk/attachment_saving.h"
 #include "desk/commands/command.h"
 #include "desk/commands/received_message.h"
+#include "desk/commands/shell_completion.h"
 #include "desk/mail/mail_io.h"
 #include "desk/mail_bridge.h"
 #include "desk/message_report.h"
@@ -68,22 +69,30 @@ ShellSession::ShellSession(DeskContext& context, DeskHost& host) : context_(cont
 
 const std::vector<ShellSession::Command>& ShellSession::Commands() {
   static const std::vector<Command> commands = {
-      {"open", "open FILE", "open a received message", 1, 1, &ShellSession::Open},
-      {"compose", "compose FILE", "open a draft in a window", 1, 1, &ShellSession::Compose},
+      {"open", "open FILE", "open a received message", 1, 1, &ShellSession::Open, Offer::kFiles},
+      {"compose", "compose FILE", "open a draft in a window", 1, 1, &ShellSession::Compose,
+       Offer::kFiles},
       {"show", "show", "show the front message again", 0, 0, &ShellSession::Show},
-      {"save", "save DIR", "save its attachments", 1, 1, &ShellSession::Save},
+      {"save", "save DIR", "save its attachments", 1, 1, &ShellSession::Save, Offer::kFiles},
       {"close", "close", "close the front window", 0, 0, &ShellSession::Close},
       {"windows", "windows", "list the open windows", 0, 0, &ShellSession::Windows},
       {"window", "window N", "bring a window to the front", 1, 1, &ShellSession::Bring},
       {"bars", "bars", "show the bars of the front window", 0, 0, &ShellSession::Bars},
-      {"click", "click CAPTION", "click a button on a bar", 1, 9, &ShellSession::Click},
-      {"reply", "reply [TEXTFILE]", "reply to the front message", 0, 1, &ShellSession::Reply},
-      {"replyall", "replyall [TEXTFILE]", "reply to all", 0, 1, &ShellSession::ReplyAll},
-      {"forward", "forward [TEXTFILE]", "forward the front message", 0, 1, &ShellSession::Forward},
-      {"send", "send FILE", "send the front draft and write it to FILE", 1, 1, &ShellSession::Send},
+      {"click", "click CAPTION", "click a button on a bar", 1, 9, &ShellSession::Click,
+       Offer::kButtons},
+      {"reply", "reply [TEXTFILE]", "reply to the front message", 0, 1, &ShellSession::Reply,
+       Offer::kFiles},
+      {"replyall", "replyall [TEXTFILE]", "reply to all", 0, 1, &ShellSession::ReplyAll,
+       Offer::kFiles},
+      {"forward", "forward [TEXTFILE]", "forward the front message", 0, 1, &ShellSession::Forward,
+       Offer::kFiles},
+      {"send", "send FILE", "send the front draft and write it to FILE", 1, 1, &ShellSession::Send,
+       Offer::kFiles},
       {"settings", "settings", "open the settings dialog", 0, 0, &ShellSession::Settings},
+      {"forget", "forget", "forget all passphrases now", 0, 0, &ShellSession::Forget},
       {"wait", "wait SECONDS", "let time pass", 1, 1, &ShellSession::Wait},
-      {"help", "help", "show this list", 0, 0, &ShellSession::Help},
+      {"help", "help [COMMAND]", "show this list, or what a command does", 0, 1,
+       &ShellSession::Help, Offer::kCommands},
       {"quit", "quit", "leave the session", 0, 0, &ShellSession::Quit},
   };
   return commands;
@@ -92,20 +101,72 @@ const std::vector<ShellSession::Command>& ShellSession::Commands() {
 Outcome ShellSession::Execute(const std::string& line) {
   Arguments words = SplitWords(line);
   if (words.empty()) return Outcome::kDone;
-  const std::string name = LCase(words.front());
+  const Command& command = RequireCommand(words.front());
   words.erase(words.begin());
+  if (words.size() < command.least || words.size() > command.most) {
+    throw CommandError{Outcome::kWrongUse, std::string("usage: ") + command.usage};
+  }
+  outcome_ = Outcome::kDone;
+  (this->*command.run)(words);
+  return outcome_;
+}
+
+const ShellSession::Command* ShellSession::FindCommand(std::string_view typed) {
+  const std::string name = typed == "?" ? "help" : LCase(typed);
   const auto& commands = Commands();
   const auto found =
       std::ranges::find_if(commands, [&](const Command& command) { return command.name == name; });
-  if (found == commands.end()) {
-    throw CommandError{Outcome::kWrongUse, "unknown command \"" + name + "\"; see \"help\""};
+  return found == commands.end() ? nullptr : &*found;
+}
+
+const ShellSession::Command& ShellSession::RequireCommand(std::string_view typed) {
+  if (const Command* const command = FindCommand(typed)) return *command;
+  throw CommandError{Outcome::kWrongUse, "unknown command \"" + LCase(typed) + "\"; see \"help\""};
+}
+
+std::vector<std::string> ShellSession::CommandNames() {
+  std::vector<std::string> names;
+  for (const Command& command : Commands()) names.emplace_back(command.name);
+  std::ranges::sort(names);
+  return names;
+}
+
+Completion ShellSession::Complete(const std::string& typed) const {
+  const std::string_view line = typed;
+  const std::size_t start = StartOfLastWord(line);
+  const std::size_t first = line.find_first_not_of(' ');
+  if (start <= first || first == std::string_view::npos) {
+    Completion names = CompleteName(line.substr(start), CommandNames());
+    for (auto& name : names.candidates) name.text += ' ';
+    return names;
   }
-  if (words.size() < found->least || words.size() > found->most) {
-    throw CommandError{Outcome::kWrongUse, std::string("usage: ") + found->usage};
+  const std::size_t first_end = line.find(' ', first);
+  const Command* const command = FindCommand(line.substr(first, first_end - first));
+  if (!command) return {};
+  switch (command->offer) {
+    case Offer::kFiles:
+      return CompleteFile(line.substr(start));
+    case Offer::kCommands:
+      return CompleteName(line.substr(start), CommandNames());
+    case Offer::kButtons:
+      // A caption is typed without quotation marks.
+      return CompleteName(line.substr(line.find_first_not_of(' ', first_end)), ButtonCaptions());
+    default:
+      return {};
   }
-  outcome_ = Outcome::kDone;
-  (this->*found->run)(words);
-  return outcome_;
+}
+
+std::vector<std::string> ShellSession::ButtonCaptions() const {
+  std::vector<std::string> captions;
+  if (host_.Outlook().Inspectors().empty()) return captions;
+  for (const BarPtr& bar : Front()->Bars().All()) {
+    if (!bar->IsVisible()) continue;
+    for (const ButtonPtr& button : bar->Buttons()) {
+      const ButtonProperties& look = button->Properties();
+      if (look.visible && look.enabled) captions.push_back(DrawnCaption(look.caption));
+    }
+  }
+  return captions;
 }
 
 InspectorWindowPtr ShellSession::Front() const {
@@ -116,7 +177,7 @@ InspectorWindowPtr ShellSession::Front() const {
 
 void ShellSession::PrintOpen(const InspectorWindowPtr& window) {
   const MessageReport report = ReadMessage(host_, window->ShownItem());
-  PrintMessage(context_.out, window->ShownItem()->Data(), report, Terminal::OutputColumns());
+  PrintMessage(context_, window->ShownItem()->Data(), report);
   TellOfHiddenText(context_, report);
   if (report.Failed()) outcome_ = Outcome::kRefused;
 }
@@ -138,7 +199,7 @@ void ShellSession::Compose(const Arguments& arguments) {
   const ItemPtr item = host_.Outlook().AddItem(DraftItem(draft));
   const auto window = host_.Outlook().Open(item);
   composed_[item] = draft;
-  if (window) PrintBars(context_.out, window->Bars());
+  if (window) PrintBars(context_, window->Bars());
 }
 
 void ShellSession::Show(const Arguments& /*arguments*/) {
@@ -189,7 +250,7 @@ void ShellSession::Bring(const Arguments& arguments) {
 }
 
 void ShellSession::Bars(const Arguments& /*arguments*/) {
-  PrintBars(context_.out, Front()->Bars());
+  PrintBars(context_, Front()->Bars());
 }
 
 void ShellSession::Click(const Arguments& arguments) {
@@ -203,7 +264,7 @@ void ShellSession::Click(const Arguments& arguments) {
   }
   host_.RunOpenForms();
   if (window->CurrentState() == InspectorWindow::State::kShown) {
-    PrintBars(context_.out, window->Bars());
+    PrintBars(context_, window->Bars());
   }
 }
 
@@ -219,7 +280,7 @@ void ShellSession::Answer(Response response, const Arguments& arguments) {
   RefuseToQuote(ReadMessage(host_, original->ShownItem()));
   const ItemPtr item = Respond(host_, original->ShownItem(), response, text);
   const auto window = host_.Outlook().Open(item);
-  if (window) PrintBars(context_.out, window->Bars());
+  if (window) PrintBars(context_, window->Bars());
 }
 
 void ShellSession::Reply(const Arguments& arguments) {
@@ -249,7 +310,8 @@ void ShellSession::Send(const Arguments& arguments) {
   const SentMail sent = SendItem(host_, item, base, [&](const mail::Mail& mail) {
     mail::WriteMail(mail, arguments[0], mail::MailPurpose::kTravel);
   });
-  context_.out << "Sent " << ProtectionText(sent) << ": " << ForDisplay(arguments[0]) << "\n";
+  context_.out << context_.style.Marked(ProtectionMark(sent), "Sent " + ProtectionText(sent))
+               << ": " << ForDisplay(arguments[0]) << "\n";
   if (const std::string text = BlindCopyText(sent); !text.empty()) context_.Tell(text);
 }
 
@@ -262,7 +324,17 @@ void ShellSession::Wait(const Arguments& arguments) {
   host_.Ui().Wait(std::chrono::seconds(ParseNumber(arguments[0], kLongest)));
 }
 
-void ShellSession::Help(const Arguments& /*arguments*/) {
+void ShellSession::Forget(const Arguments& /*arguments*/) {
+  host_.ForgetPassphrases();
+  context_.out << "All passphrases are forgotten.\n";
+}
+
+void ShellSession::Help(const Arguments& arguments) {
+  if (!arguments.empty()) {
+    const Command& command = RequireCommand(arguments[0]);
+    context_.out << "usage: " << command.usage << "\n  " << command.help << "\n";
+    return;
+  }
   for (const Command& command : Commands()) {
     context_.out << "  " << std::left << std::setw(22) << command.usage << command.help << "\n";
   }

@@ -2,12 +2,14 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "desk/commands/command.h"
 #include "desk/commands/received_message.h"
 #include "desk/desk_host.h"
 #include "desk/mail/mail.h"
+#include "desk/terminal/line_reader.h"
 
 namespace corvessa::desk {
 
@@ -21,9 +23,13 @@ class ShellSession {
   /// message that could not be decrypted or has a bad signature.
   Outcome Execute(const std::string& line);
   bool HasEnded() const { return has_ended_; }
+  /// What Tab offers: commands, files, and the captions of the front window's buttons.
+  Completion Complete(const std::string& typed) const;
 
  private:
   using Arguments = std::vector<std::string>;
+  /// What Tab offers behind a command.
+  enum class Offer { kNothing, kFiles, kButtons, kCommands };
   struct Command {
     const char* name;
     const char* usage;
@@ -31,8 +37,13 @@ class ShellSession {
     std::size_t least;
     std::size_t most;
     void (ShellSession::*run)(const Arguments&);
+    Offer offer = Offer::kNothing;
   };
   static const std::vector<Command>& Commands();
+  /// By its name in any case; "?" is "help". Null if there is none.
+  static const Command* FindCommand(std::string_view typed);
+  static const Command& RequireCommand(std::string_view typed);
+  static std::vector<std::string> CommandNames();
 
   void Open(const Arguments& arguments);
   void Compose(const Arguments& arguments);
@@ -48,6 +59,7 @@ class ShellSession {
   void Forward(const Arguments& arguments);
   void Send(const Arguments& arguments);
   void Settings(const Arguments& arguments);
+  void Forget(const Arguments& arguments);
   void Wait(const Arguments& arguments);
   void Help(const Arguments& arguments);
   void Quit(const Arguments& arguments);
@@ -55,6 +67,7 @@ class ShellSession {
   void Answer(Response response, const Arguments& arguments);
   void PrintOpen(const InspectorWindowPtr& window);
   InspectorWindowPtr Front() const;
+  std::vector<std::string> ButtonCaptions() const;
 
   DeskContext& context_;
   DeskHost& host_;

@@ -133,6 +133,47 @@ std::string AnswerName(const Control& control) {
   return control.Name() + "(" + Decimal(control.Index()) + ")";
 }
 
+std::string NameOf(const Choice& choice) {
+  const auto place = static_cast<std::size_t>(std::max(choice.place, 0));
+  if (const auto* rows = dynamic_cast<const RowsControl*>(choice.control)) {
+    return choice.place < rows->RowCount() ? ForDisplay(rows->Row(choice.place)) : "";
+  }
+  if (const auto* tabs = dynamic_cast<const TabStrip*>(choice.control)) {
+    return place <= tabs->Captions().size() ? DrawnCaption(tabs->Captions()[place - 1]) : "";
+  }
+  if (const auto* box = dynamic_cast<const TextBox*>(choice.control)) return PromptOf(*box);
+  const auto* captioned = dynamic_cast<const CaptionedControl*>(choice.control);
+  return captioned ? Replace(DrawnCaption(captioned->Caption()), "\n", " ") : "";
+}
+
+std::string DescribeChoice(const Choice& choice) {
+  const Control& control = *choice.control;
+  const std::string name = NameOf(choice);
+  if (dynamic_cast<const CommandButton*>(&control)) return "press " + name;
+  if (const auto* check = dynamic_cast<const CheckBox*>(&control)) {
+    return (check->Checked() ? "switch off: " : "switch on: ") + name;
+  }
+  if (dynamic_cast<const TextBox*>(&control)) return "type: " + name;
+  if (dynamic_cast<const TabStrip*>(&control)) return "show: " + name;
+  return "choose: " + name;
+}
+
+std::string DescribeEffect(const Choice& choice, const std::string& name) {
+  const Control& control = *choice.control;
+  if (dynamic_cast<const CommandButton*>(&control)) return name + " was pressed.";
+  if (const auto* check = dynamic_cast<const CheckBox*>(&control)) {
+    return name + (check->Checked() ? ": on." : ": off.");
+  }
+  const auto* list = dynamic_cast<const ListBox*>(&control);
+  if (list && list->HasCheckBoxes() && choice.place < list->RowCount()) {
+    return name + (list->RowChecked(choice.place) ? ": on." : ": off.");
+  }
+  if (const auto* box = dynamic_cast<const TextBox*>(&control)) {
+    return name + ": " + (box->IsPassword() ? "typed" : ForDisplay(box->Text())) + ".";
+  }
+  return "Chosen: " + name + ".";
+}
+
 void Click(Control& control, int place) {
   if (auto* button = dynamic_cast<CommandButton*>(&control)) {
     button->Press();

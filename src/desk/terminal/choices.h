@@ -29,6 +29,7 @@ class Choices {
  public:
   explicit Choices(const Form& form);
 
+  const std::vector<Choice>& All() const { return choices_; }
   /// Ignores case; null for an unknown key.
   const Choice* Find(std::string_view key) const;
   /// Empty if the control cannot be chosen.
@@ -60,6 +61,16 @@ std::string PromptOf(const TextBox& box);
 
 /// The name that --answer knows the control by: "cmdOK", "optRemember(1)".
 std::string AnswerName(const Control& control);
+
+/// What choosing it does, for the user: "press Ok", "type Email Address".
+std::string DescribeChoice(const Choice& choice);
+
+/// The control, row or tab as the user sees it.
+std::string NameOf(const Choice& choice);
+
+/// What choosing it has just done: "Sign outgoing mail by default: on." `name` is what it was
+/// called before.
+std::string DescribeEffect(const Choice& choice, const std::string& name);
 
 /// Clicks the control or its row; does nothing with a text box. The focus stays where the form has
 /// put it, because there it expects the next text.

@@ -13,6 +13,7 @@ class TextBox;
 namespace corvessa::desk {
 
 class Choices;
+struct Choice;
 class Terminal;
 
 /// The user answers a form line by line: the form is drawn, a line chooses what to do with it, and
@@ -42,12 +43,17 @@ class Conversation {
   void AskForChoice(const std::string& drawing);
   bool ExecuteLine(std::string_view line, const Choices& choices);
   bool Choose(std::string_view line, const Choices& choices);
-  void FillTextBox(TextBox& box, std::string_view text);
+  /// False if nothing was typed.
+  bool FillTextBox(TextBox& box, std::string_view text);
+  void Perform(const Choice& choice);
+  void TellEffect(const Choice& choice, const std::string& name);
+  void Close();
   /// False if nothing was typed or the input has ended.
   bool TypeInto(TextBox& box, std::string_view prompt);
   void Press(Control& control);
   void PressCloseBox();
-  std::string ChoicePrompt(const Choices& choices) const;
+  std::string ChoicePrompt() const;
+  void ShowHelp(const Choices& choices);
 
   Terminal& terminal_;
   FormPtr form_;

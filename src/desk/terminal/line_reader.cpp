@@ -1,5 +1,6 @@
 #include "desk/terminal/line_reader.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cwchar>
 #include <fcntl.h>
@@ -25,6 +26,21 @@ File OpenAgain(int descriptor, const char* mode) {
   return File(fdopen(fcntl(descriptor, F_DUPFD_CLOEXEC, 0), mode));
 }
 
+/// The beginning that all share, in whole characters.
+std::string CommonStart(const std::vector<Completion::Candidate>& candidates) {
+  std::string_view start = candidates.front().text;
+  for (const auto& candidate : candidates) {
+    const auto end = std::ranges::mismatch(start, candidate.text).in1;
+    start = start.substr(0, static_cast<std::size_t>(end - start.begin()));
+  }
+  const auto is_inside_character = [&](std::size_t at) {
+    const std::string& whole = candidates.front().text;
+    return at < whole.size() && (static_cast<unsigned char>(whole[at]) & 0xC0U) == 0x80U;
+  };
+  while (is_inside_character(start.size())) start.remove_suffix(1);
+  return std::string(start);
+}
+
 }  // namespace
 
 class LineReader::Editor {
@@ -37,10 +53,15 @@ class LineReader::Editor {
   bool IsUsable() const { return editor_ && history_; }
   std::optional<std::string> Read(const std::string& prompt);
 
+  std::function<Completion(const std::string&)> complete;
+
  private:
   static Editor& Of(EditLine* editor);
   static const char* Prompt(EditLine* editor) { return Of(editor).prompt_.c_str(); }
   static int ReadCharacter(EditLine* editor, wchar_t* character);
+  static unsigned char OnTab(EditLine* editor, int /*key*/) { return Of(editor).Complete(); }
+  unsigned char Complete();
+  void ShowCandidates(const std::vector<Completion::Candidate>& candidates);
   void Remember(const std::string& line);
 
   Terminal& terminal_;
@@ -69,6 +90,42 @@ LineReader::Editor::Editor(Terminal& terminal, const std::string& program)
   el_set(editor_, EL_SIGNAL, 1);
   el_set(editor_, EL_GETCFN, &Editor::ReadCharacter);
   el_set(editor_, EL_HIST, &history, history_);
+  el_set(editor_, EL_ADDFN, "complete", "Completes what is typed", &Editor::OnTab);
+  el_set(editor_, EL_BIND, "^I", "complete", nullptr);
+}
+
+unsigned char LineReader::Editor::Complete() {
+  const LineInfo* const line = el_line(editor_);
+  const std::string typed(line->buffer, line->cursor);
+  const Completion completion = complete ? complete(typed) : Completion{};
+  if (completion.candidates.empty()) return CC_REFRESH_BEEP;
+  const std::string replaced = typed.substr(typed.size() - completion.length);
+  const std::string start = CommonStart(completion.candidates);
+  const bool is_only = completion.candidates.size() == 1;
+  if (is_only || (start.size() >= replaced.size() && start != replaced)) {
+    el_deletestr(editor_, static_cast<int>(Length(replaced)));
+    if (!start.empty()) el_insertstr(editor_, start.c_str());
+    return CC_REFRESH;
+  }
+  ShowCandidates(completion.candidates);
+  return CC_REDISPLAY;
+}
+
+void LineReader::Editor::ShowCandidates(const std::vector<Completion::Candidate>& candidates) {
+  constexpr int kGap = 2;
+  int width = 0;
+  for (const auto& candidate : candidates) width = std::max(width, ColumnsOf(candidate.label));
+  std::string text;
+  int column = 0;
+  for (const auto& candidate : candidates) {
+    if (column == 0 || column + width > terminal_.Columns()) {
+      text += "\n";
+      column = 0;
+    }
+    text += PadToColumns(candidate.label, width + kGap);
+    column += width + kGap;
+  }
+  terminal_.Write(text + "\n");
 }
 
 LineReader::Editor::~Editor() {
@@ -108,7 +165,11 @@ std::optional<std::string> LineReader::Editor::Read(const std::string& prompt) {
     terminal_.Write("\n");
     return std::string();
   }
-  if (!typed || length <= 0) return std::nullopt;
+  if (!typed || length <= 0) {
+    // The user's next prompt gets a line of its own.
+    terminal_.Write("\n");
+    return std::nullopt;
+  }
   std::string line(typed, static_cast<std::size_t>(length));
   Remember(line);
   if (line.ends_with('\n')) line.pop_back();
@@ -130,7 +191,9 @@ LineReader::LineReader(Terminal& terminal, const std::string& program) : termina
 LineReader::~LineReader() = default;
 
 std::optional<std::string> LineReader::Read(const std::string& prompt) {
-  return editor_ ? editor_->Read(prompt) : terminal_.ReadLine(prompt);
+  if (!editor_) return terminal_.ReadLine(prompt);
+  editor_->complete = complete;
+  return editor_->Read(prompt);
 }
 
 }  // namespace corvessa::desk

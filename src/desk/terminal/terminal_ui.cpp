@@ -120,6 +120,7 @@ bool TerminalUi::HasAgreed(bool can_cancel) {
     if (!line) return false;
     const std::string word = LCase(Trim(*line));
     if (word.empty() || word == "o" || word == "ok") return true;
+    if (word == "?") terminal_.Write("Enter, o or ok agrees; c, cancel or esc does not.\n");
     if (word == "c" || word == "cancel" || word == "esc" || word == "\x1B" || word == "q") {
       return false;
     }
