@@ -15,7 +15,7 @@ packages_windows=(g++-mingw-w64-i686-posix mingw-w64-tools libz-mingw-w64-dev dp
   googletest fonts-wine faketime xvfb xdotool imagemagick)
 packages_windows_x86_64=(g++-mingw-w64-x86-64-posix wine wine64)
 packages_package=(nsis wixl msitools)
-packages_package_test=(chromium mmdebstrap)
+packages_package_test=(chromium mmdebstrap thunderbird xvfb xauth)
 packages_wine32=(wine wine32:i386)
 
 installed() {

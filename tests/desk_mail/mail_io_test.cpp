@@ -258,7 +258,7 @@ TEST(WriteMail, ArmourIsKeptAsItIsAndOtherTextDecodesToTheSameBytes) {
   const std::string armour =
       "-----BEGIN PGP MESSAGE-----\r\nComment: a\r\n\r\nhQEMA\r\n=abcd\r\n-----END PGP "
       "MESSAGE-----\r\n";
-  const std::string header = "MIME-Version: 1.0\r\nContent-Type: text/plain; charset=us-ascii\r\n";
+  const std::string header = "MIME-Version: 1.0\r\nContent-Type: text/plain; charset=utf-8\r\n";
   Mail mail;
   mail.from = {"", "a@b.org"};
   mail.body_text = armour;

@@ -59,14 +59,14 @@ std::string WithEndangeredLinesEncoded(const std::string& text) {
 
 Handle<GMimeObject> TextPart(std::string_view text, const char* subtype) {
   auto lines = WithLineEnds(text, "\n");
-  const bool is_ascii = IsAscii(lines);
   auto encoding = GMIME_CONTENT_ENCODING_7BIT;
   if (!AllLines(lines, IsSafeLine)) {
     encoding = GMIME_CONTENT_ENCODING_QUOTEDPRINTABLE;
     lines = WithEndangeredLinesEncoded(QuotedPrintable(lines));
   }
   Handle<GMimeObject> part(GMIME_OBJECT(g_mime_part_new_with_type("text", subtype)));
-  g_mime_object_set_content_type_parameter(part.get(), "charset", is_ascii ? "us-ascii" : "utf-8");
+  // Even for armour, which is ASCII: Thunderbird decodes the decrypted text by this label.
+  g_mime_object_set_content_type_parameter(part.get(), "charset", "utf-8");
   const Handle<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(lines.data(), lines.size()));
   // Content and part declare the same encoding, so GMime writes the lines unchanged.
   const Handle<GMimeDataWrapper> content(
