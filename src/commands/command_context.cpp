@@ -1,6 +1,7 @@
 #include "commands/command_context.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <ostream>
 #include <system_error>
@@ -130,8 +131,12 @@ int RunProgram(CLI::App& app, CommandContext& context, int argument_count,
     app.exit(help, context.out, context.messages);
     return static_cast<int>(Outcome::kDone);
   } catch (const CLI::ParseError& error) {
-    context.Tell(DescribeParseError(app, error) + "; see " + std::string(context.program) + " " +
-                 HelpOption(app));
+    // The parser has not set what follows the mistake.
+    context.json = std::any_of(arguments, arguments + argument_count,
+                               [](std::string_view argument) { return argument == "--json"; });
+    context.TellError({Outcome::kWrongUse, DescribeParseError(app, error) + "; see " +
+                                               std::string(context.program) + " " +
+                                               HelpOption(app)});
     return static_cast<int>(Outcome::kWrongUse);
   }
   return static_cast<int>(Run(context));

@@ -90,6 +90,10 @@ std::string AskFingerprint(CommandContext& context, const std::string& address) 
   }
   const auto typed =
       context.prompt.ReadLine("Fingerprint that the owner of " + address + " told you: ");
+  if (typed && Trim(*typed) == "?") {
+    context.Tell("type the 40 digits that the owner reads to you, with or without blanks");
+    return AskFingerprint(context, address);
+  }
   if (!typed || Trim(*typed).empty()) {
     throw CommandError{Outcome::kRefused, "no fingerprint given; nothing was compared"};
   }

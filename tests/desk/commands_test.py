@@ -242,6 +242,8 @@ class Settings(DeskCase):
                 self.assertDone(self.at(self.folder / "alice", *arguments), 2, "",
                                 f"corvessa-desk: {complaint}\n")
         self.assertDone(self.alice("get", "EngineLookupServer"), out="\n")
+        for wrong in (["--json", "opne"], ["open", "--json"], ["open", "--none", "--json"]):
+            self.assertEqual(self.alice(*wrong).json()["resultCode"], 2)
         self.assertIn("--outlook 9|10|11 ", self.alice("send", "--help").out)
         self.assertEqual(self.alice("help", "key", "import").out, self.alice("key", "import", "--help").out)
         self.assertEqual(self.alice("help").out, self.alice("--help").out)

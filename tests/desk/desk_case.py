@@ -28,7 +28,7 @@ def require_schema(arguments, out):
     """Fails unless each line is an object of the command's documented shape."""
     words = list(map(str, arguments))
     names = [name for word, after in zip(words, words[1:] + [""]) for name in (word, f"{word}-{after}") if name in COMMANDS]
-    command = {name: definition for name, definition in SCHEMA.items() if name != "anyOf"} | {"$ref": f"#/$defs/{names[0]}"}
+    command = {name: definition for name, definition in SCHEMA.items() if name != "anyOf"} | {"$ref": f"#/$defs/{names[0] if names else 'error'}"}
     validator = jsonschema.Draft202012Validator(command)
     for line in out.splitlines():
         validator.validate(json.loads(line))
