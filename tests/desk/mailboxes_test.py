@@ -50,7 +50,8 @@ class Mailboxes(DeskCase):
     def test_mails_of_a_box_are_opened_one_by_one_and_files_together(self):
         box = self.folder / "box"
         self.fill(mailbox.mbox(box))
-        self.assertEqual(self.bob("open", box).out, self.bob("list", box).out)
+        for form in ((), ("--json",)):
+            self.assertEqual(self.bob("open", box, *form).out, self.bob("list", box, *form).out)
         first = self.bob("open", box, "--message", "1", "--json").json()
         self.assertEqual((first["decryptStatus"], first["signStatus"], first["body"].replace("\r\n", "\n")), (0, 0, TEXT))
         self.assertEqual(self.bob("open", box, "--message", "2", "--json").json()["signStatus"], 0)

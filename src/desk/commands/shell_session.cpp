@@ -163,7 +163,9 @@ std::vector<std::string> ShellSession::ButtonCaptions() const {
     if (!bar->IsVisible()) continue;
     for (const ButtonPtr& button : bar->Buttons()) {
       const ButtonProperties& look = button->Properties();
-      if (look.visible && look.enabled) captions.push_back(DrawnCaption(look.caption));
+      const std::string caption = DrawnCaption(look.caption);
+      const bool is_line = caption.find('\n') == std::string::npos;
+      if (look.visible && look.enabled && is_line) captions.push_back(caption);
     }
   }
   return captions;
