@@ -84,7 +84,10 @@ std::vector<CommandHelp> DeskHelp() {
       {"shell",
        "Stays connected: several windows, buttons, and passphrases that are remembered. \"help\" "
        "lists its commands, Tab completes them, files and buttons, and \"forget\" forgets the "
-       "passphrases. \"?\" at a prompt says what can be typed."}};
+       "passphrases. \"?\" at a prompt says what can be typed."},
+      {"help",
+       "Says the same as --help after the command.",
+       {{"help key import", "explains \"key import\""}}}};
   for (CommandHelp& help : KeyAndAccountHelp()) texts.push_back(std::move(help));
   return texts;
 }
