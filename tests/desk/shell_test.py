@@ -165,6 +165,17 @@ class Shell(DeskCase):
         self.assertEqual(self.ended(child), 0)
         self.assertRegex(child.before, r"1     encrypted  \d\d/\d\d/\d\d \d\d:\d\d    Alice ")
 
+    def test_several_messages_ask_for_the_passphrase_once(self):
+        sent = self.sent(files={})
+        child = self.spawn("bob", "open", sent, sent)
+        self.log_in(child)
+        self.assertEqual(self.ended(child), 0)
+        self.assertEqual(child.before.count(CANARY), 2)
+        child = self.spawn("bob", "open", sent, sent)
+        child.expect_exact(ASKED)
+        child.sendintr()
+        self.assertEqual((self.ended(child), child.before.count("== ")), (1, 1))
+
     def test_signals_end_a_session_cleanly(self):
         sent = self.sent(files={"secret.txt": CANARY.encode()})
         child = self.shell()
