@@ -156,7 +156,8 @@ std::vector<KeyStore::LoadedKey> KeyStore::PublicKeys(std::string_view address) 
   for (const auto* entry : rings_.FindByAddress(address)) keys.push_back(LoadWhole(*entry));
   // Whom the user has a key of, usable or not, no key server speaks for.
   if (keys.empty()) {
-    for (const auto& fingerprint : looked_up_) {
+    for (const auto& [fingerprint, addresses] : looked_up_) {
+      if (!addresses.contains(std::string(address))) continue;
       keys.push_back({ffi_.get(), FindKey(ffi_.get(), fingerprint)});
     }
   }
@@ -193,7 +194,8 @@ Key KeyStore::PrimaryOf(rnp_key_handle_t key) const {
                  Text(is_primary ? rnp_key_get_fprint : rnp_key_get_primary_fprint, key));
 }
 
-void KeyStore::AddLookedUp(std::string_view data, Use use, const Wanted& wanted) {
+void KeyStore::AddLookedUp(std::string_view data, const std::string& address,
+                           const Wanted& wanted) {
   const Ffi scratch = MakeFfi();
   for (const auto& fingerprint : LoadKeys(scratch.get(), data)) {
     const auto key = FindKey(scratch.get(), fingerprint);
@@ -208,7 +210,8 @@ void KeyStore::AddLookedUp(std::string_view data, Use use, const Wanted& wanted)
       continue;
     }
     LoadKeys(ffi_.get(), ExportPublic(key.get()));
-    (use == Use::kVerify ? for_verifying_ : looked_up_).insert(fingerprint);
+    auto& addresses = looked_up_[fingerprint];
+    if (!address.empty()) addresses.insert(address);
   }
 }
 
@@ -226,8 +229,7 @@ void KeyStore::Update(const RingEntry& entry, std::string_view looked_up, const 
 }
 
 bool KeyStore::IsOnlyLookedUp(const std::string& fingerprint) const {
-  return (looked_up_.contains(fingerprint) || for_verifying_.contains(fingerprint)) &&
-         rings_.FindByFingerprint(fingerprint).empty();
+  return looked_up_.contains(fingerprint) && rings_.FindByFingerprint(fingerprint).empty();
 }
 
 void KeyStore::Unlock(std::string_view address, const SecretString& passphrase) {

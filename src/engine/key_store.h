@@ -59,16 +59,13 @@ class KeyStore {
   /// The primary key that a loaded key belongs to, or is; empty when that is not loaded.
   Key PrimaryOf(rnp_key_handle_t key) const;
 
-  /// What a key from a key server may be used for.
-  enum class Use {
-    kEncryptAndVerify,
-    kVerify,  ///< fetched because a mail named its ID: the sender of the mail chose the key
-  };
   using Wanted = std::function<bool(rnp_key_handle_t)>;
-  /// Takes the public half of a key from a key server into this session if it is what was wanted.
-  /// It is never put into a ring. A key of the rings gets the subkeys and signatures that are new,
-  /// but no name: its owner could give it somebody else's there.
-  void AddLookedUp(std::string_view data, Use use, const Wanted& wanted);
+  /// Takes the public half of a key from a key server into this session if it is what was wanted,
+  /// to encrypt to that address, whatever other names its owner gave it. Without an address it only
+  /// verifies: the sender of a mail chose the key. It is never put into a ring. A key of the rings
+  /// gets the subkeys and signatures that are new, but no name: its owner could give it somebody
+  /// else's there.
+  void AddLookedUp(std::string_view data, const std::string& address, const Wanted& wanted);
   /// The key came from a key server and is in no ring.
   bool IsOnlyLookedUp(const std::string& fingerprint) const;
 
@@ -115,8 +112,7 @@ class KeyStore {
   Ffi ffi_;
   std::set<std::string> loaded_;
   std::map<std::string, Ffi> apart_;
-  std::set<std::string> looked_up_;
-  std::set<std::string> for_verifying_;
+  std::map<std::string, std::set<std::string>> looked_up_;  ///< the addresses asked for, by key
   std::vector<UnlockedKey> unlocked_;
   std::set<std::string> expected_;
 };

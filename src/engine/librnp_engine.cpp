@@ -143,7 +143,7 @@ std::vector<bool> LibrnpEngine::LookUpAddresses(const std::vector<std::string>& 
     // Key servers match words, so a key that came need not be one that was asked for.
     const auto carries = [&](rnp_key_handle_t key) { return CarriesAddress(key, wanted[i]); };
     for (const auto& data : answers[i].keys) {
-      keys_.AddLookedUp(data, KeyStore::Use::kEncryptAndVerify, carries);
+      keys_.AddLookedUp(data, wanted[i], carries);
     }
     could_tell.push_back(answers[i].reached);
   }
@@ -162,7 +162,7 @@ FindSigner LibrnpEngine::SignerFinder() {
     };
     const auto answers = servers_.LookUp({"0x" + key_id}, *allowance);
     for (const auto& data : answers.front().keys) {
-      keys_.AddLookedUp(data, KeyStore::Use::kVerify, has_id);
+      keys_.AddLookedUp(data, {}, has_id);
     }
   };
 }

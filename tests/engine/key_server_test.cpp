@@ -328,6 +328,22 @@ TEST_F(KeyServerTest, AServersKeyForAKnownAddressIsNotBelieved) {
   }
 }
 
+TEST_F(KeyServerTest, AKeyServesOnlyTheAddressItWasAskedFor) {
+  const std::string gina = "gina@example.org";
+  const std::string carol = "carol@example.org";
+  testing::Gpg gpg;
+  gpg.Generate(gina, "ed25519");
+  gpg.Make("--quick-add-uid " + gpg.Fingerprint(gina) + " " + carol);
+  const auto key = Says(gpg.Make("--armor --export " + gina));
+  const HttpServer server([&](int socket, const std::string& path) {
+    (path.ends_with("gina%40example.org") ? key : Replies("404 No\r\n\r\n"))(socket, path);
+  });
+  Profile bob(server.Url());
+  EXPECT_EQ(bob.EncryptText(To({gina}), "x").first, 0);
+  EXPECT_EQ(bob.EncryptText(To({carol}), "x").first, -13);
+  EXPECT_EQ(bob.QueryKeyPair(carol), -13);
+}
+
 TEST_F(KeyServerTest, AKeyThatAMailAskedForIsNotEncryptedTo) {
   const HttpServer server(Says(AlicesKeys()));
   Profile bob(server.Url());
