@@ -34,11 +34,12 @@ struct MergedKey {
 struct LeftOut {
   std::size_t keys = 0;
   std::size_t subkeys = 0;  ///< of the keys that it understands
-  std::set<int> versions;   ///< of such keys, other than those that it knows
+  /// What such keys are of, where that is why: "version 6", "algorithm 99", "20000 bits".
+  std::set<std::string> kinds;
 };
 
-/// "Keys of version 6 are not supported."; empty when it is not their versions.
-std::string VersionTrouble(const LeftOut& left_out);
+/// "Keys of version 6 are not supported."; empty when nothing is known.
+std::string KindTrouble(const LeftOut& left_out);
 
 struct MergedKeys {
   std::vector<MergedKey> keys;

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdint>
 #include <functional>
 #include <iterator>
 #include <map>
@@ -91,14 +92,35 @@ struct NewKeys {
   void Add(const std::string& piece);
 };
 
+/// What a primary key packet is of that the library does not know; empty for anything else.
+std::string UnknownKind(std::string_view body) {
+  constexpr int kLastVersion = 4;
+  constexpr int kMostBits = 16384;
+  if (body.empty()) return {};
+  const auto number_at = [&](std::size_t at) { return int{static_cast<std::uint8_t>(body[at])}; };
+  if (number_at(0) > kLastVersion) return "version " + std::to_string(number_at(0));
+  // Before version 4 the time of expiry comes before the algorithm.
+  const std::size_t algorithm_at = number_at(0) == kLastVersion ? 5 : 7;
+  if (body.size() < algorithm_at + 3) return {};
+  const int algorithm = number_at(algorithm_at);
+  static constexpr int kOfBits[] = {1, 2, 3, 16, 17, 20};  // RSA, ElGamal, DSA
+  static constexpr int kOfCurves[] = {18, 19, 22};
+  if (std::ranges::find(kOfBits, algorithm) != std::end(kOfBits)) {
+    const int bits = number_at(algorithm_at + 1) << 8 | number_at(algorithm_at + 2);
+    return bits > kMostBits ? std::to_string(bits) + " bits" : std::string();
+  }
+  const bool is_known = std::ranges::find(kOfCurves, algorithm) != std::end(kOfCurves);
+  return is_known ? std::string() : "algorithm " + std::to_string(algorithm);
+}
+
 void NewKeys::Add(const std::string& piece) {
   Ffi scratch = MakeFfi();
   const auto loaded = LoadKeys(scratch.get(), piece);
   if (loaded.empty()) {
     ++left_out.keys;
-    constexpr int kLastKnown = 4;
-    const auto body = FirstBody(piece);
-    if (!body.empty() && body[0] > kLastKnown) left_out.versions.insert(body[0]);
+    if (auto kind = UnknownKind(FirstBody(piece)); !kind.empty()) {
+      left_out.kinds.insert(std::move(kind));
+    }
     return;
   }
   const auto facts = FactsOf(FindKey(scratch.get(), loaded.front()).get());
@@ -140,7 +162,7 @@ NewKeys KeysIn(const KeyRings& rings, std::string_view data) {
   }
   AddRevocations(rings, bytes, found);
   if (found.keys.empty()) {
-    if (!found.left_out.versions.empty()) Fail(kBadFormat, VersionTrouble(found.left_out));
+    if (!found.left_out.kinds.empty()) Fail(kBadFormat, KindTrouble(found.left_out));
     Fail(kBadFormat, revocations.empty() ? "There is no OpenPGP key in this."
                                          : "This revokes a key that is not in the rings.");
   }
@@ -321,11 +343,11 @@ std::string WithoutClaims(const KeyRings& rings, const RingEntry& entry,
   return kept;
 }
 
-std::string VersionTrouble(const LeftOut& left_out) {
+std::string KindTrouble(const LeftOut& left_out) {
   std::string text;
-  for (const int version : left_out.versions) {
+  for (const auto& kind : left_out.kinds) {
     if (!text.empty()) text += ' ';
-    text += "Keys of version " + std::to_string(version) + " are not supported.";
+    text += "Keys of " + kind + " are not supported.";
   }
   return text;
 }

@@ -47,7 +47,7 @@ void AddForRings(rnp_ffi_t ffi, rnp_key_handle_t primary, std::vector<KeyRings::
 
 void TellOfLeftOut(const LeftOut& left_out) {
   if (left_out.keys == 0 && left_out.subkeys == 0) return;
-  std::string trouble = VersionTrouble(left_out);
+  std::string trouble = KindTrouble(left_out);
   if (!trouble.empty()) trouble += ' ';
   Fail(kBadFormat, trouble + "What is of a kind unknown here was left out (keys: " +
                        std::to_string(left_out.keys) +

@@ -254,6 +254,19 @@ TEST_F(OwnKeysTest, WhatIsCutOffIsRefusedAndWhatIsUnknownIsToldOf) {
       "subkeys: 1); the rest was taken.");
   EXPECT_EQ(imported.size(), 1U);
   EXPECT_EQ(profile.QueryKeyPair(kBob), 0);
+  const std::string head("\4time", 5);
+  for (const auto& [body, trouble] :
+       {std::pair(version_5.substr(2), "Keys of version 5 are not supported."),
+        std::pair(head + "\x63key", "Keys of algorithm 99 are not supported."),
+        std::pair(head + "\1\x40\1" + std::string(2049, 'n') + std::string("\0\2\3", 3),
+                  "Keys of 16385 bits are not supported."),
+        std::pair(head + "\x16key", "There is no OpenPGP key in this.")}) {
+    const auto size = static_cast<char>(body.size() & 0xFF);
+    EXPECT_EQ(profile.ImportStatus("\x99" + std::string{static_cast<char>(body.size() >> 8), size} +
+                                   body),
+              -9);
+    EXPECT_EQ(profile.engine->GetEngineLastError(), trouble);
+  }
 }
 
 TEST_F(OwnKeysTest, SecretPacketsInThePublicRingStayInIt) {
