@@ -89,9 +89,11 @@ std::int32_t CryptoOperations::DecryptAllAttachments(AttachmentNodes& attachment
       node->examined = true;
       if (node->bDetachedSig) return;
       platform::EngineStatus status = DecryptAttachment(*node);
-      if (!given_up && NeedsOtherUnlocking(status)) {
+      // An error here must not make it pass for one that is not encrypted.
+      Guarded("CryptoOperations:DecryptAllAttachments - ", [&] {
+        if (given_up || !NeedsOtherUnlocking(status)) return;
         given_up = !DecryptWithLogin([&] { return status = DecryptAttachment(*node); });
-      }
+      });
       node->lDecryptStatus = DecryptStatusOf(status);
       if (status != platform::engine_status::kDone &&
           status != platform::engine_status::kBadFormat) {
