@@ -81,9 +81,6 @@ std::vector<CommandHelp> DeskHelp() {
        "Quotes the message that was received. The draft is clear text until it is sent, and has "
        "none "
        "of the attachments of a protected message."},
-      {"help",
-       "Prints what --help of the command prints.",
-       {{"help key import", "shows the help of \"key import\""}}},
       {"shell",
        "Stays connected: several windows, buttons, and passphrases that are remembered. \"help\" "
        "lists its commands, Tab completes them, files and buttons, and \"forget\" forgets the "
