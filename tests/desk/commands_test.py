@@ -89,6 +89,8 @@ class Keys(DeskCase):
         self.assertRegex(self.alice("send", self.draft()).err, r'closed MessageBox "The key of bob@example\.com is not the one that '
                          rf'you compared on .*\n.*: not sent: the key of {BOB} was not compared; see "key verify {BOB}"\n\Z')
         self.assertDone(self.alice("send", self.draft(), "--answer", "MessageBox=OK"))
+        self.assertDone(self.alice("key", "verify", BOB, another.out[:40]))
+        self.assertDone(self.alice("send", self.draft()))
         self.assertEqual(self.alice("key", "verify", BOB, key).code, 1)
         self.assertDone(self.alice("key", "remove", BOB), 2, None, "corvessa-desk: no terminal to ask; use --yes\n")
         self.assertDone(self.alice("key", "remove", BOB, "--yes"))

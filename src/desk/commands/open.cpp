@@ -150,7 +150,7 @@ Outcome OpenMails(DeskContext& context, const OpenOptions& options,
     context.RequireOutput();
     if (!context.json) {
       context.out << (&place == &places.front() ? "" : "\n")
-                  << "== " << ForDisplay(system::PathText(place.file)) << "\n";
+                  << "== " << ForDisplay(system::PathText(place.file)) << std::endl;
     }
     context.has_written_json = false;
     try {
