@@ -271,7 +271,7 @@ class Scenarios(OutlookCase):
             self.do(**LOGIN)
             reply = self.do(do="reply", window=self.open(armour)["window"])["window"]
             self.assertFalse(self.send(reply)["cancelled"])
-        self.play(play, times=100 if IN_FULL else 20)
+        self.play(play, times=200 if IN_FULL else 20)
 
     def test_outlook_of_another_version_is_left_alone(self):
         self.play(lambda: self.assertEqual(self.open(self.encrypted(TEXT))["bars"], []),
