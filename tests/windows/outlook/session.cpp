@@ -62,6 +62,7 @@ void Session::Start() {
   const auto held = add_in;
   NoteError(held->OnConnection(application.Get(), 1, nullptr, nullptr));
   // It may quit while the add-in asks something.
+  if (add_in) NoteError(held->OnAddInsUpdate(nullptr));
   if (add_in) NoteError(held->OnStartupComplete(nullptr));
 }
 
@@ -69,6 +70,7 @@ void Session::End() {
   if (!add_in) return;
   const auto open = model.Inspectors();
   for (const auto& window : open) model.Close(window);
+  NoteError(add_in->OnAddInsUpdate(nullptr));
   NoteError(add_in->OnBeginShutdown(nullptr));
   NoteError(add_in->OnDisconnection(0, nullptr));
   add_in.Reset();
