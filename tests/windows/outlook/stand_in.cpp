@@ -1,5 +1,8 @@
 #include "windows/outlook/stand_in.h"
 
+#include <algorithm>
+#include <array>
+#include <span>
 #include <windows.h>
 // After what it needs.
 #include <psapi.h>
@@ -30,6 +33,22 @@ Json Remains() {
           {"loaded", GetModuleHandleW(L"CorvessaPro_OL.dll") != nullptr}};
 }
 
+/// Bytes of all heaps that are in use.
+std::size_t BytesInUse() {
+  std::array<HANDLE, 64> heaps{};
+  const DWORD count = GetProcessHeaps(heaps.size(), heaps.data());
+  std::size_t bytes = 0;
+  for (const HANDLE heap : std::span(heaps).first(std::min<std::size_t>(count, heaps.size()))) {
+    PROCESS_HEAP_ENTRY entry = {};
+    HeapLock(heap);
+    while (HeapWalk(heap, &entry)) {
+      if (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) bytes += entry.cbData;
+    }
+    HeapUnlock(heap);
+  }
+  return bytes;
+}
+
 Json Stats(const Json& /*command*/) {
   Ledger& ledger = TheLedger();
   PROCESS_MEMORY_COUNTERS memory = {};
@@ -41,6 +60,7 @@ Json Stats(const Json& /*command*/) {
           {"references", ledger.references},
           {"objects", ledger.objects},
           {"failed", ledger.failed},
+          {"heap", BytesInUse()},
           {"memory", memory.PagefileUsage}};
 }
 
