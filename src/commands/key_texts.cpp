@@ -35,8 +35,9 @@ std::vector<engine::KeyInfo> RequireKeys(const CommandContext& context, UserData
 }
 
 const engine::KeyInfo& EncryptionKey(const std::vector<engine::KeyInfo>& keys) {
+  // The first of equals, as the engine takes it.
   const auto rank = [&](const engine::KeyInfo& key) {
-    return std::tuple(!key.revoked && !key.expired, key.secret, key.created);
+    return std::tuple(key.encrypts, !key.revoked && !key.expired, key.secret, key.created);
   };
   return *std::ranges::max_element(keys, {}, rank);
 }

@@ -155,10 +155,10 @@ void Conversation::AskForChoice(const std::string& drawing) {
     if (!line || !form_->IsVisible()) return;
     if (Trim(*line) == kHelp) {
       ShowHelp(choices);
-      continue;
+    } else {
+      if (ExecuteLine(Trim(*line), choices)) return;
+      terminal_.Write(UnknownChoice(*form_, *line));
     }
-    if (ExecuteLine(Trim(*line), choices)) return;
-    terminal_.Write(UnknownChoice(*form_, *line));
     // A timer may have changed the form since it was drawn: the user must see what there is now.
     if (Drawing() != drawing) return;
   }
