@@ -4,8 +4,6 @@
 #include <array>
 #include <span>
 #include <windows.h>
-// After what it needs.
-#include <psapi.h>
 
 #include "base/error.h"
 #include "windows/outlook/other_program.h"
@@ -51,8 +49,6 @@ std::size_t BytesInUse() {
 
 Json Stats(const Json& /*command*/) {
   Ledger& ledger = TheLedger();
-  PROCESS_MEMORY_COUNTERS memory = {};
-  K32GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory);
   int total = 0;
   for (const auto& [call, count] : ledger.calls) total += count;
   return {{"calls", std::exchange(ledger.calls, {})},
@@ -60,8 +56,7 @@ Json Stats(const Json& /*command*/) {
           {"references", ledger.references},
           {"objects", ledger.objects},
           {"failed", ledger.failed},
-          {"heap", BytesInUse()},
-          {"memory", memory.PagefileUsage}};
+          {"heap", BytesInUse()}};
 }
 
 Json Fail(const Json& command) {
