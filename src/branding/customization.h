@@ -33,8 +33,8 @@ void OpenMainPage();
 void OpenHelpPage();
 void OpenHelpAddInstructionsPage();
 void OpenToolsPage();
-/// Opens an http or https address, one without a scheme as http, or "help:PAGE.html" as that page in
-/// the folder "help" beside the add-in's file. Anything else, and an address with control
+/// Opens an http or https address, one without a scheme as http, or "help:PAGE.html" as that page
+/// in the folder "help" beside the add-in's file. Anything else, and an address with control
 /// characters, is not opened; a box says so.
 void OpenURL(std::string_view url);
 
