@@ -40,6 +40,8 @@ sed -n '/BEGIN PGP MESSAGE/,$p' sent.eml | gpg --decrypt | grep 'Only for you.'
 exec=$(sed -n 's/^Exec=\(.*\) %F$/\1/p' /usr/share/applications/corvessa-desk.desktop)
 corvessa-desk open received.eml --passphrase you@example.org=passphrase | grep 'Only for you, too.'
 echo | "$exec" received.eml | grep 'Press Enter to close'
+# Its sockets would vanish while the system is removed.
+gpgconf --kill all
 END
 su you -c 'sh /opt/as_you.sh'
 
