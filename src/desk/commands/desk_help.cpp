@@ -6,13 +6,10 @@ std::vector<CommandHelp> DeskHelp() {
   std::vector<CommandHelp> texts{
       {"",
        "Signs and encrypts mail before it is sent, and decrypts and verifies mail that was "
-       "received. "
-       "It writes OpenPGP, which Thunderbird, gpg and many other programs read. Mail comes and "
-       "goes "
-       "as files, as every mail program can save and send them.\n"
-       "Prompts are shown on the terminal. Without one, a prompt is closed unless --answer names "
-       "what "
-       "to press in it, which never consents to anything.",
+       "received. It writes OpenPGP, which Thunderbird, gpg and many other programs read. Mail "
+       "comes and goes as files, as every mail program can save and send them.\n"
+       "Prompts are shown on the terminal. Without one, a prompt is closed, which consents to "
+       "nothing, unless --answer names what to press in it.",
        {{"key generate you@example.org --name \"Your Name\"", "makes your key pair"},
         {"account add you@example.org --sign", "secures your address and signs with it"},
         {"key import friend.asc", "takes a friend's public key"},
