@@ -23,11 +23,11 @@ struct SecretAllocator {
 
   SecretAllocator() = default;
   template <typename Other>
-  SecretAllocator(const SecretAllocator<Other>&) {}  // NOLINT(google-explicit-constructor)
+  SecretAllocator(const SecretAllocator<Other>& /*other*/) {}
 
   T* allocate(std::size_t count) { return static_cast<T*>(AllocateSecret(count * sizeof(T))); }
   void deallocate(T* memory, std::size_t count) noexcept { FreeSecret(memory, count * sizeof(T)); }
-  bool operator==(const SecretAllocator&) const { return true; }
+  bool operator==(const SecretAllocator& /*other*/) const { return true; }
 };
 using SecretBytes = std::vector<char, SecretAllocator<char>>;
 
