@@ -262,7 +262,48 @@ class Scenarios(OutlookCase):
                 self.assertEqual(captions(opened)["Corvessa Status"][0], CLEAR)
                 self.assertEqual(len(opened["attachments"]), attachments, content)
             self.assertEqual(len(self.open("hello\n", many)["attachments"]), 100)
-        self.play(play, times=1)
+        self.play(play)
+
+    def test_nothing_is_sent_while_the_key_ring_is_in_trouble(self):
+        ring, = self.prefix.glob("drive_c/users/*/AppData/Roaming/*/*/keys/public.ring")
+        whole, armour = ring.read_bytes(), self.encrypted(TEXT)
+        kept = ring.with_name("public.ring.damaged")
+        self.addCleanup(ring.write_bytes, whole)
+        self.addCleanup(kept.unlink, missing_ok=True)
+
+        def play():
+            self.do(**LOGIN)
+            sent = self.send(self.compose())
+            self.assertEqual((sent["cancelled"], sent["mail"]["body"]), (True, TEXT))
+            self.assertEqual([one["form"] for one in sent["boxes"]][1:], ["frmLogin", "MessageBox"])
+            self.assertIn(trouble, sent["boxes"][-1]["text"])
+            # Which needs the secret ring only.
+            self.assertEqual(self.open(armour)["body"], TEXT)
+        for content, trouble in ((b"X" + whole[1:], "was damaged"), (b"", "is empty")):
+            kept.unlink(missing_ok=True)
+            ring.write_bytes(content)
+            self.play(play)
+
+    def test_the_settings_are_changed_in_their_dialog(self):
+        def change(is_signed):
+            answers = [("frmManageUserKeys", "cmdProperties"), ("frmAliasOptions", "cmdOK"),
+                       ("frmManageUserKeys", "cmdOK")]
+            for form, press in answers:
+                value = {"chkSign": "on" if is_signed else "off"} if form == "frmAliasOptions" else {}
+                self.do(do="answer", form=form, press=press, set=value)
+            self.do(do="click", button="Corvessa")
+            answered = []
+            while len(answered) < len(answers):
+                answered += forms(self.do(do="stats"))
+            self.assertEqual(answered, answers)
+
+        def play():
+            self.do(**LOGIN)
+            for is_signed in (False, True):
+                change(is_signed)
+                self.assertFalse(self.send(self.compose())["cancelled"])
+                self.check_sent(is_signed=is_signed)
+        self.play(play)
 
     def test_many_connections_leave_nothing_behind(self):
         armour = self.encrypted(TEXT)
@@ -271,7 +312,7 @@ class Scenarios(OutlookCase):
             self.do(**LOGIN)
             reply = self.do(do="reply", window=self.open(armour)["window"])["window"]
             self.assertFalse(self.send(reply)["cancelled"])
-        self.play(play, times=200 if IN_FULL else 20)
+        self.play(play, times=100 if IN_FULL else 20)
 
     def test_outlook_of_another_version_is_left_alone(self):
         self.play(lambda: self.assertEqual(self.open(self.encrypted(TEXT))["bars"], []),
