@@ -69,7 +69,7 @@ void RequireStatus(platform::IEngine& engine, int status, int wanted) {
 
 /// A million bytes at a time, so that the parent of the measured processes stays small.
 std::string WriteRandomFile(const Profile& profile, std::size_t mebibytes) {
-  const auto path = (profile.folder / "big").string();
+  auto path = (profile.folder / "big").string();
   std::ofstream stream(path, std::ios::binary);
   std::mt19937_64 random(1);
   std::vector<std::uint64_t> block((1U << 20) / sizeof(std::uint64_t));

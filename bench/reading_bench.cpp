@@ -58,7 +58,7 @@ class Reading final : public MailFixture {
 
   void PlainMessage() {
     const auto small = Received(std::string(1024, 'x'));
-    const auto large = Received(std::string(1024 * 1024, 'x'));
+    const auto large = Received(std::string(1U << 20U, 'x'));
     const double bare = Microseconds(200, [&] { OpenAndClose(large); });
     ConnectAddIn();
     Require(outlook.Open(large)->Bars().Find("Corvessa Status") != nullptr, "watching");
@@ -105,7 +105,7 @@ class Reading final : public MailFixture {
   }
 
   void ManyAttachments() {
-    const std::string cipher = EncryptedFile(std::string(4 * 1024 * 1024, 'x'));
+    const std::string cipher = EncryptedFile(std::string(4U << 20U, 'x'));
     const double before = PeakMebibytes();
     OpenAndClose(Received(Encrypted("x"), Copies(5, cipher)));
     const double few = PeakMebibytes();
@@ -135,7 +135,7 @@ class Reading final : public MailFixture {
   }
 
   desk::ItemPtr WithAttachments(int count) {
-    const auto item = outlook.NewMail();
+    auto item = outlook.NewMail();
     const auto content = outlook.Keep("x");
     for (int i = 0; i < count; ++i) {
       const std::string name = "attachment " + std::to_string(i);
@@ -147,6 +147,7 @@ class Reading final : public MailFixture {
   static std::vector<std::pair<std::string, std::string>> Copies(int count,
                                                                  const std::string& content) {
     std::vector<std::pair<std::string, std::string>> copies;
+    copies.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) copies.emplace_back(std::to_string(i) + ".bin", content);
     return copies;
   }

@@ -78,7 +78,7 @@ std::optional<std::uint32_t> NumericReference(std::string_view digits) {
 
 std::optional<std::uint32_t> Reference(std::string_view name) {
   if (!name.empty() && name[0] == '#') return NumericReference(name.substr(1));
-  const auto latin = std::ranges::find(kLatin1, name);
+  const auto* const latin = std::ranges::find(kLatin1, name);
   if (latin != kLatin1.end()) return 0xA0 + static_cast<std::uint32_t>(latin - kLatin1.begin());
   for (const auto& [known, code] : kOthers) {
     if (known == name) return code;
@@ -214,11 +214,9 @@ class TextOfHtml {
     rest_.remove_prefix(1);
     if (pre_ && c == '\n') {
       ++breaks_;
-    } else if (pre_ && c != '\r') {
-      Put({&c, 1});
     } else if (!pre_ && IsSpace(c)) {
       blank_ = !text_.empty() && breaks_ == 0;
-    } else if (!pre_) {
+    } else if (!pre_ || c != '\r') {
       Put({&c, 1});
     }
   }

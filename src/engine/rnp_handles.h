@@ -64,7 +64,7 @@ template <typename Function, typename... Arguments>
 std::string Text(Function function, Arguments... arguments) {
   char* text = nullptr;
   Check(function(arguments..., &text));
-  const std::string copy = text ? text : "";
+  std::string copy = text ? text : "";
   rnp_buffer_destroy(text);
   return copy;
 }

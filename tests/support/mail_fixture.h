@@ -120,7 +120,7 @@ class MailFixture : public AddInFixture {
   }
   /// Opens a draft to Bob in a window with the options bar.
   desk::ItemPtr Draft(std::string_view text) {
-    const auto item = outlook.NewMail();
+    auto item = outlook.NewMail();
     item->EditSubject("Greetings");
     item->EditBody(text);
     SendTo(item, "Bob", "Bob@Example.org");

@@ -125,7 +125,7 @@ class ScriptedEngine final : public platform::IEngine {
   // Not recorded: most tests are about the operations.
   void SetDeclaredCharset(View charset) override { declared_charset = charset; }
   void SetMessagePassphrase(View passphrase) override { message_passphrase = passphrase; }
-  Status OpenSignedText(View, std::string& signed_text) override {
+  Status OpenSignedText(View /*text*/, std::string& signed_text) override {
     if (opened_text.empty()) return platform::engine_status::kBadFormat;
     signed_text = opened_text;
     return 0;
@@ -159,7 +159,7 @@ class ScriptedEngineFactory final : public platform::EngineFactory {
  public:
   platform::EnginePtr CreateEngine() override {
     ++engines_created;
-    if (refusal) throw *refusal;
+    if (refusal) throw Error(*refusal);
     return engine;
   }
   platform::EngineStringVectorPtr CreateStringVector() override {

@@ -38,8 +38,8 @@ class ScriptedUi final : public platform::Ui {
   }
   /// The same with the form's own type: Expect<frmLogin>("frmLogin", [](frmLogin& form) { … }).
   template <typename FormType, typename Answer>
-  void Expect(std::string name, Answer answer) {
-    ExpectForm(std::move(name), [answer](Form& form) { answer(dynamic_cast<FormType&>(form)); });
+  void Expect(const std::string& name, Answer answer) {
+    ExpectForm(name, [answer](Form& form) { answer(dynamic_cast<FormType&>(form)); });
   }
   /// Forms of that name may be shown any number of times, or never.
   void AllowForm(std::string name, FormAnswer answer = {}) {
