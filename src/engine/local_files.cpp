@@ -22,6 +22,9 @@ auto Try(const char* what, const std::filesystem::path& path, Work work) {
   }
 }
 
+/// In place of a name that an open file no longer has.
+const std::filesystem::path kOpenFile = "the file";
+
 }  // namespace
 
 LocalFile LocalFile::OpenForReading(const std::filesystem::path& path) {
@@ -33,7 +36,7 @@ LocalFile LocalFile::OpenIfThere(const std::filesystem::path& path) {
 }
 
 system::FileStamp LocalFile::Stamp() const {
-  return Try("read", "the file", [&] { return file_.Stamp(); });
+  return Try("read", kOpenFile, [&] { return file_.Stamp(); });
 }
 
 std::string LocalFile::ReadAt(std::uint64_t offset, std::size_t size) const {
@@ -46,7 +49,7 @@ std::string LocalFile::ReadAt(std::uint64_t offset, std::size_t size) const {
 }
 
 std::size_t LocalFile::ReadAt(std::uint64_t offset, char* buffer, std::size_t size) const {
-  return Try("read", "the file", [&] { return file_.ReadAt(offset, buffer, size); });
+  return Try("read", kOpenFile, [&] { return file_.ReadAt(offset, buffer, size); });
 }
 
 FileSource::FileSource(const LocalFile& file, std::string_view replacement, std::size_t replaced)
@@ -102,11 +105,14 @@ void FileSink::Commit() {
 
 std::string ReadWholeFile(const std::filesystem::path& path, std::size_t limit) {
   const auto file = LocalFile::OpenForReading(path);
-  if (file.Size() > limit) {
+  const std::uint64_t size = file.Size();
+  if (size > limit) {
     Fail(kIoTrouble,
          system::PathText(path) + " is too large: more than " + std::to_string(limit) + " bytes.");
   }
-  return file.ReadAt(0, static_cast<std::size_t>(file.Size()));
+  std::string bytes(static_cast<std::size_t>(size), '\0');
+  bytes.resize(file.ReadAt(0, bytes.data(), bytes.size()));
+  return bytes;
 }
 
 }  // namespace corvessa::engine

@@ -1,8 +1,8 @@
 #include "system/files.h"
 
+#include <array>
 #include <cerrno>
 #include <fcntl.h>
-#include <random>
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/file.h>
@@ -76,9 +76,9 @@ std::string ProcessPath(int file) {
 
 /// Nothing where the file system or the lack of /proc does not allow it.
 File TryCreateNameless(const fs::path& folder) {
-  File file(open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, kPrivateFile));
-  return file && access(ProcessPath(Number(file.Native())).c_str(), F_OK) == 0 ? std::move(file)
-                                                                               : File();
+  static const bool has_process_paths = access("/proc/self/fd", X_OK) == 0;
+  if (!has_process_paths) return {};
+  return File(open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, kPrivateFile));
 }
 
 bool TryLink(int file, const fs::path& path) {
@@ -89,12 +89,12 @@ bool TryLink(int file, const fs::path& path) {
 /// Gives a file without a name a temporary one.
 fs::path LinkTemporarily(int file, const fs::path& folder) {
   constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
-  std::random_device random;
   for (;;) {
+    std::array<unsigned char, kReplaced.size()> random{};
+    Check(getentropy(random.data(), random.size()) == 0);
     std::string name = TemporaryPattern(folder);
-    for (auto at = name.size() - kReplaced.size(); at < name.size(); ++at) {
-      name[at] = kLetters[random() % kLetters.size()];
-    }
+    name.resize(name.size() - kReplaced.size());
+    for (const auto one : random) name += kLetters[one % kLetters.size()];
     if (TryLink(file, name)) return name;
     Check(errno == EEXIST);
   }
@@ -233,7 +233,11 @@ File AtomicFile::OpenWritten() const {
 }
 
 void AtomicFile::Commit() {
-  if (temporary_.empty()) temporary_ = LinkTemporarily(Number(Native()), FolderOf(path_));
+  if (temporary_.empty()) {
+    // Most files are new.
+    if (TryLink(Number(Native()), path_)) return file_.Close();
+    temporary_ = LinkTemporarily(Number(Native()), FolderOf(path_));
+  }
   file_.Close();
   Check(rename(temporary_.c_str(), path_.c_str()) == 0);
   temporary_.clear();

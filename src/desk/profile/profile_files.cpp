@@ -91,14 +91,14 @@ std::optional<fs::path> ProfileFiles::PathOnDriveC(std::string_view windows_path
                           IsSeparator(windows_path[2]);
   if (!on_drive_c || windows_path.find('\0') != std::string_view::npos) return std::nullopt;
   windows_path.remove_prefix(3);
-  fs::path local = drive_c_;
+  std::string local = drive_c_.native();
   while (!windows_path.empty()) {
     const auto end = std::ranges::find_if(windows_path, IsSeparator);
     const auto length = static_cast<std::size_t>(end - windows_path.begin());
     const std::string_view name = windows_path.substr(0, length);
     windows_path.remove_prefix(std::min(length + 1, windows_path.size()));
     if (name == "..") return std::nullopt;
-    if (!name.empty() && name != ".") local /= name;
+    if (!name.empty() && name != ".") (local += '/') += name;
   }
   return local;
 }

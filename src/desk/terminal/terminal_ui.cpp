@@ -203,6 +203,7 @@ void TerminalUi::DoEvents() {
 }
 
 void TerminalUi::RefreshStatus() {
+  if (!terminal_.IsThere()) return;
   const Form* newest = nullptr;
   const std::vector<FormPtr> forms = LoadedForms();
   for (const FormPtr& form : forms) {
