@@ -1,3 +1,7 @@
+#include <botan/block_cipher.h>
+#include <botan/hash.h>
+#include <botan/hex.h>
+#include <cstdint>
 #include <gtest/gtest.h>
 #include <string>
 
@@ -41,6 +45,37 @@ TEST(HashTest, SignaturesDetectACollisionOfSha1) {
   EXPECT_EQ(sign("x", "SHA1"), RNP_SUCCESS);
   EXPECT_NE(sign(colliding, "SHA1"), RNP_SUCCESS);
   EXPECT_EQ(sign(colliding, "SHA256"), RNP_SUCCESS);
+}
+
+#ifdef __i386__
+/// Runs some work on a stack as 32-bit Windows gives it to a program: aligned to 4 bytes only.
+void OnBareStack(void (*work)()) {
+  asm volatile("subl $4, %%esp\n\tcall *%0\n\taddl $4, %%esp"
+               :
+               : "r"(work)
+               : "eax", "ecx", "edx", "memory", "cc");
+}
+#else
+void OnBareStack(void (*work)()) {
+  work();
+}
+#endif
+
+TEST(CipherTest, AesIsTheProcessorsOwnOnAnyStack) {
+  OnBareStack([] {
+    const auto aes = Botan::BlockCipher::create_or_throw("AES-256");
+    EXPECT_EQ(aes->provider(), __builtin_cpu_supports("aes") ? "aesni" : "base");
+    // The example of FIPS 197.
+    std::uint8_t key[32];
+    std::uint8_t block[16];
+    for (std::uint8_t i = 0; i < 32; ++i) key[i] = i;
+    for (std::uint8_t i = 0; i < 16; ++i) block[i] = static_cast<std::uint8_t>(i * 0x11);
+    aes->set_key(key, sizeof key);
+    aes->encrypt(block);
+    EXPECT_EQ(Botan::hex_encode(block, sizeof block), "8EA2B7CA516745BFEAFC49904B496089");
+    EXPECT_EQ(Botan::hex_encode(Botan::HashFunction::create_or_throw("SHA-1")->process("abc")),
+              "A9993E364706816ABA3E25717850C26C9CD0D89D");
+  });
 }
 
 }  // namespace
