@@ -1,5 +1,7 @@
 #include "commands/key_notes.h"
 
+#include <utility>
+
 #include "base/text.h"
 #include "system/files.h"
 
@@ -29,7 +31,7 @@ std::string LineKey(std::string_view kind, std::string_view subject) {
 
 }  // namespace
 
-KeyNotes::KeyNotes(const std::filesystem::path& keys_folder) : folder_(keys_folder) {
+KeyNotes::KeyNotes(std::filesystem::path keys_folder) : folder_(std::move(keys_folder)) {
   Load();
 }
 
@@ -61,7 +63,8 @@ void KeyNotes::Change(const std::string& key, const std::string& value) {
     lines_.insert_or_assign(key, value);
   }
   system::AtomicFile file(NotesPath(folder_));
-  for (const auto& [subject, rest] : lines_) file.Write(subject + "\t" + rest + "\n");
+  for (const auto& [subject, rest] : lines_)
+    file.Write(std::string(subject).append("\t").append(rest) + "\n");
   file.CommitDurably();
   Load();
 }
@@ -78,7 +81,7 @@ const Comparison* KeyNotes::FindComparison(std::string_view address) const {
 
 bool KeyNotes::IsCompared(std::string_view address, std::string_view fingerprint) const {
   const Comparison* const comparison = FindComparison(address);
-  return comparison && comparison->fingerprint == fingerprint;
+  return comparison != nullptr && comparison->fingerprint == fingerprint;
 }
 
 void KeyNotes::SetSource(std::string_view fingerprint, std::string_view phrase) {

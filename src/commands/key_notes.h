@@ -20,7 +20,7 @@ struct Comparison {
 /// the file cannot be read or written. A line that cannot be understood is kept as it is.
 class KeyNotes {
  public:
-  explicit KeyNotes(const std::filesystem::path& keys_folder);
+  explicit KeyNotes(std::filesystem::path keys_folder);
 
   /// A phrase such as "imported from bob.asc on 2026-11-22"; empty if nothing is known.
   std::string Source(std::string_view fingerprint) const;

@@ -167,13 +167,10 @@ bool CryptoOperations::IsSignature(std::string_view path, const AttachmentNodes&
 }
 
 bool CryptoOperations::HasEncryptedOrSignedAttachments(const AttachmentNodes& attachments) {
-  for (const AttachmentNodePtr& node : attachments) {
-    if (node->lDecryptStatus != decrypt_status::kNotEncrypted ||
-        node->lSignStatus != sign_status::kNone) {
-      return true;
-    }
-  }
-  return false;
+  return std::ranges::any_of(attachments, [](const AttachmentNodePtr& node) {
+    return node->lDecryptStatus != decrypt_status::kNotEncrypted ||
+           node->lSignStatus != sign_status::kNone;
+  });
 }
 
 }  // namespace corvessa

@@ -15,6 +15,7 @@ bool ForEachAttachment(const AttachmentNodes& attachments, std::string_view step
     ShowCountedStep(step, CheckedNarrow<std::int16_t>(i + 1), count);
     if (i >= attachments.size()) return false;
     // Held, because the list may let go of it while it is worked on.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
     const AttachmentNodePtr node = attachments[i];
     use(node);
   }

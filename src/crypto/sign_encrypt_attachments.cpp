@@ -74,7 +74,7 @@ void SetAsideOldSignature(AttachmentNode& node) {
   const Error error = Attempt([&] { Files().Copy(node.sFilename, kept); });
   if (error.number != 0) {
     RemoveFolderIfEmpty(folder);
-    throw error;
+    throw Error(error);
   }
   node.original_filename = kept;
 }
@@ -170,7 +170,7 @@ std::int32_t CryptoOperations::EncryptAttachment(AttachmentNode& node,
     platform::Host().ui.DoEvents();
   });
   if (error.number != 0 || status != 0) DropFailedOutput(folder, encrypted);
-  if (error.number != 0) throw error;
+  if (error.number != 0) throw Error(error);
   TraceLog(
       [&] { return "EncryptAllAttachments - EF2F: Encrypted error code: " + Decimal(status); });
   if (status == 0) AdoptEncrypted(node, folder, encrypted);
@@ -186,6 +186,7 @@ std::int32_t CryptoOperations::EncryptAllAttachments(
   return Guarded("CryptoOperations::EncryptAllAttachments - ", kLocalFailure, [&] {
     trace.Begin(1);
     trace("Encrypting nodes");
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): events may change the list.
     const AttachmentNodes present = attachments;
     for (const AttachmentNodePtr& node : present) {
       if (IsSignature(node->sFilename, present, item) && HoldsSignature(node->sFilename)) continue;

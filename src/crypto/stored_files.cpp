@@ -87,7 +87,7 @@ class Places {
     return {std::move(name), folder};
   }
   bool IsFree(std::string_view name, std::int32_t folder) const {
-    return taken_.count(Key(name, folder)) == 0;
+    return !taken_.contains(Key(name, folder));
   }
 
  private:

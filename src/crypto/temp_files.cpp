@@ -1,6 +1,7 @@
 #include "crypto/temp_files.h"
 
 #include <algorithm>
+#include <ranges>
 
 #include "base/guard.h"
 #include "base/paths.h"
@@ -24,9 +25,7 @@ void QueueForDeletion(std::string_view path) {
 
 // A folder sorts before those in it.
 EmptiedFolders::~EmptiedFolders() {
-  for (auto folder = folders_.rbegin(); folder != folders_.rend(); ++folder) {
-    RemoveFolderIfEmpty(*folder);
-  }
+  for (const std::string& folder : std::views::reverse(folders_)) RemoveFolderIfEmpty(folder);
 }
 
 void EmptiedFolders::Add(std::string_view folder) noexcept {

@@ -73,7 +73,7 @@ class Transfer {
   HttpAnswer TakeAnswer() { return std::move(answer_); }
 
  private:
-  static std::size_t Take(char* bytes, std::size_t, std::size_t size, void* self) {
+  static std::size_t Take(char* bytes, std::size_t /*one*/, std::size_t size, void* self) {
     auto& transfer = *static_cast<Transfer*>(self);
     std::string& body = transfer.answer_.body;
     std::size_t& bytes_left = transfer.allowance_.bytes;

@@ -85,8 +85,7 @@ fs::path KeepCopy(const mail::Mail& mail, const fs::path& folder) {
   system::MakePrivateFolder(folder, system::File::Links::kFollow);
   const bool is_maildir = fs::is_directory(folder / "cur") && fs::is_directory(folder / "new");
   // The flag S: the sender has seen it.
-  const fs::path file =
-      is_maildir ? folder / "cur" / (NameFor(mail) + ":2,S") : folder / NameFor(mail);
+  fs::path file = is_maildir ? folder / "cur" / (NameFor(mail) + ":2,S") : folder / NameFor(mail);
   mail::WriteMail(mail, file, mail::MailPurpose::kTravel);
   return file;
 }

@@ -111,7 +111,7 @@ class DeskHost::PageOpener final : public platform::Shell {
 };
 
 DeskHost::DeskHost(Profile& profile, Terminal& terminal, Answers& answers, std::ostream& messages,
-                   HostOptions options)
+                   const HostOptions& options)
     : clean_up_action_([folder = profile.TemporaryFolder()] { RemoveTemporaryLeftovers(folder); }),
       profile_(profile),
       terminal_(terminal),

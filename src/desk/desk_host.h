@@ -34,7 +34,7 @@ class DeskHost {
  public:
   /// The arguments must outlive it.
   DeskHost(Profile& profile, Terminal& terminal, Answers& answers, std::ostream& messages,
-           HostOptions options = {});
+           const HostOptions& options = {});
   ~DeskHost();
   DeskHost(const DeskHost&) = delete;
   DeskHost& operator=(const DeskHost&) = delete;

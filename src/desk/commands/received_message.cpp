@@ -116,7 +116,7 @@ void RefuseToQuote(const MessageReport& report) {
 
 ItemPtr Respond(DeskHost& host, const ItemPtr& original, Response response,
                 const std::string& text) {
-  const ItemPtr item = CreateResponse(host.Outlook(), original, response);
+  ItemPtr item = CreateResponse(host.Outlook(), original, response);
   if (!item) throw CommandError{Outcome::kRefused, "the add-in cancelled the response"};
   if (!text.empty()) InsertAbove(*item, text);
   return item;

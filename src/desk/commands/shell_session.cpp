@@ -121,7 +121,7 @@ const ShellSession::Command* ShellSession::FindCommand(std::string_view typed) {
 
 const ShellSession::Command& ShellSession::RequireCommand(std::string_view typed) {
   if (const Command* const command = FindCommand(typed)) return *command;
-  throw CommandError{Outcome::kWrongUse, "unknown command \"" + LCase(typed) + "\"; see \"help\""};
+  throw CommandError{Outcome::kWrongUse, "unknown command \"" + LCase(typed) + R"("; see "help")"};
 }
 
 std::vector<std::string> ShellSession::CommandNames() {
@@ -262,7 +262,7 @@ void ShellSession::Click(const Arguments& arguments) {
   const auto window = Front();
   const auto button = FindButtonByCaption(window->Bars(), caption);
   if (!button || !OutlookModel::Click(window->Bars(), *button)) {
-    throw CommandError{Outcome::kWrongUse, "no button \"" + caption + "\" to click; see \"bars\""};
+    throw CommandError{Outcome::kWrongUse, "no button \"" + caption + R"(" to click; see "bars")"};
   }
   host_.RunOpenForms();
   if (window->CurrentState() == InspectorWindow::State::kShown) {
@@ -322,7 +322,7 @@ void ShellSession::Settings(const Arguments& /*arguments*/) {
 }
 
 void ShellSession::Wait(const Arguments& arguments) {
-  constexpr std::size_t kLongest = 24 * 60 * 60;
+  constexpr std::size_t kLongest = std::size_t{24} * 60 * 60;
   host_.Ui().Wait(std::chrono::seconds(ParseNumber(arguments[0], kLongest)));
 }
 

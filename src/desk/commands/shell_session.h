@@ -31,12 +31,12 @@ class ShellSession {
   /// What Tab offers behind a command.
   enum class Offer { kNothing, kFiles, kButtons, kCommands };
   struct Command {
-    const char* name;
-    const char* usage;
-    const char* help;
-    std::size_t least;
-    std::size_t most;
-    void (ShellSession::*run)(const Arguments&);
+    const char* name = nullptr;
+    const char* usage = nullptr;
+    const char* help = nullptr;
+    std::size_t least = 0;
+    std::size_t most = 0;
+    void (ShellSession::*run)(const Arguments&) = nullptr;
     Offer offer = Offer::kNothing;
   };
   static const std::vector<Command>& Commands();

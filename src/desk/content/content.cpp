@@ -13,10 +13,10 @@
 namespace corvessa::desk {
 namespace {
 
-constexpr std::size_t kPieceSize = 64 * 1024;
+constexpr std::size_t kPieceSize = 64U * 1024;
 
 /// A store begins another file behind that, so that one content does not hold all others' space.
-constexpr std::uint64_t kFullFile = 64 * 1024 * 1024;
+constexpr std::uint64_t kFullFile = 64U * 1024 * 1024;
 
 /// Runs work that reports by std::system_error; `missing` is the number for what is not there.
 template <typename Work>
@@ -128,7 +128,7 @@ std::uintmax_t Content::Size() const {
 
 void Content::Provide(const PieceSink& sink) const {
   const auto reader = Open();
-  std::array<char, kPieceSize> piece;
+  std::array<char, kPieceSize> piece;  // NOLINT(cppcoreguidelines-pro-type-member-init)
   while (const std::size_t got = reader->Read(piece.data(), piece.size())) {
     sink({piece.data(), got});
   }
