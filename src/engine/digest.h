@@ -28,20 +28,4 @@ class Digest {
   std::unique_ptr<Botan::HashFunction> hash_;
 };
 
-/// Passes bytes on and hashes them.
-class HashingSink final : public Sink {
- public:
-  explicit HashingSink(Sink& sink) : sink_(sink) {}
-  void Write(std::string_view bytes) override {
-    sink_.Write(bytes);
-    digest_.Add(bytes);
-  }
-  void Restart() { digest_.Finish(); }
-  std::string Finish() { return digest_.Finish(); }
-
- private:
-  Sink& sink_;
-  Digest digest_;
-};
-
 }  // namespace corvessa::engine

@@ -116,20 +116,20 @@ bool HoldsOnly(std::string_view block, std::string_view bytes) {
   return lines == wanted || lines == wanted.substr(0, wanted.rfind('='));
 }
 
-/// A decrypted file by its path and what was written there.
-std::string FileId(std::string_view path, std::string_view digest) {
-  return std::string(path) += digest;
+/// A decrypted file by its path and what was written there; without the latter the start that all
+/// of one path have.
+std::string FileId(std::string_view path, std::string_view digest = {}) {
+  return (std::string(path) += '\0') += digest;
 }
 
-std::string FileIdOf(std::string_view path, const std::filesystem::path& local) {
-  const auto file = LocalFile::OpenForReading(local);
+std::string DigestOf(const LocalFile& file) {
   FileSource source(file);
   Digest digest;
   std::string piece(kPieceSize, '\0');
   while (const auto size = source.Read(piece.data(), piece.size())) {
     digest.Add(std::string_view(piece).substr(0, size));
   }
-  return FileId(path, digest.Finish());
+  return digest.Finish();
 }
 
 /// The binary signatures in a file of nothing else. EngineFailure -9: it is no such file; -3: its
@@ -209,21 +209,20 @@ EngineStatus LibrnpEngine::DecryptSignedFile(std::string_view path,
                                      return std::make_unique<FileSource>(binary, replacement,
                                                                          replaced);
                                    }};
-    HashingSink hashing(output);
-    LimitedSink limited(hashing, std::max(kAlwaysAllowed, original.Size() * kMaxExpansion));
+    LimitedSink limited(output, std::max(kAlwaysAllowed, original.Size() * kMaxExpansion));
     auto signatures =
         Decrypt(keys_, {AccountAddress(account), message_passphrases_, SignerFinder()}, message,
                 {limited, [&] {
                    output.Clear();
-                   hashing.Restart();
                    limited.Restart();
                  }});
     output.CopyPermissions(original);
+    // Only what is signed is read once more: hashing takes as long as decrypting.
+    auto id = FileId(path, signatures ? DigestOf(output.OpenWritten()) : std::string());
     RequireCaller();
     // The encrypted file may be the only copy of its content.
     output.CommitDurably();
-    auto id = FileId(path, hashing.Finish());
-    files_.Forget(id);
+    files_.Forget(FileId(path));
     is_signed = signatures.has_value();
     if (signatures) files_.Add(std::move(id), std::move(signatures->verdict));
     return kDone;
@@ -235,7 +234,8 @@ EngineStatus LibrnpEngine::VerifyFile(std::string_view path, std::string_view si
                                       platform::IEngineStringVector& unknown_signers) {
   return Attempt([&] {
     if (signature_path.empty()) {
-      const auto* const found = files_.Find(FileIdOf(path, config_.local_path(path)));
+      const auto* const found =
+          files_.Find(FileId(path, DigestOf(LocalFile::OpenForReading(config_.local_path(path)))));
       if (!found) Fail(kBadFormat, std::string(path) + " was not signed when it was encrypted.");
       return Report(*found, signers, unknown_signers);
     }

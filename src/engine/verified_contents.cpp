@@ -29,8 +29,8 @@ void VerifiedContents::Add(std::string digest, Verdict verdict) {
   if (findings_.size() > kept_) findings_.pop_back();
 }
 
-void VerifiedContents::Forget(std::string_view digest) {
-  std::erase_if(findings_, [&](const auto& finding) { return finding.first == digest; });
+void VerifiedContents::Forget(std::string_view start) {
+  std::erase_if(findings_, [&](const auto& finding) { return finding.first.starts_with(start); });
 }
 
 const Verdict* VerifiedContents::Find(std::string_view digest) const {

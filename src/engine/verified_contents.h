@@ -11,15 +11,15 @@
 namespace corvessa::engine {
 
 /// What was found about the signatures inside the messages that were decrypted last. Each finding
-/// belongs to the very bytes that the engine gave out, known by their digest, and to nothing else;
-/// no content is kept.
+/// belongs to the very bytes that the engine gave out, known by their digest (a file by its path,
+/// too), and to nothing else; no content is kept.
 class VerifiedContents {
  public:
   explicit VerifiedContents(std::size_t kept) : kept_(kept) {}
 
   void Add(std::string digest, Verdict verdict);
-  /// The same bytes have come out of a message that was not signed.
-  void Forget(std::string_view digest);
+  /// What begins so has come out of a message that was not signed.
+  void Forget(std::string_view start);
   /// Null for a digest of anything else.
   const Verdict* Find(std::string_view digest) const;
 

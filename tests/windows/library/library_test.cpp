@@ -64,7 +64,7 @@ void OnBareStack(void (*work)()) {
 TEST(CipherTest, AesIsTheProcessorsOwnOnAnyStack) {
   OnBareStack([] {
     const auto aes = Botan::BlockCipher::create_or_throw("AES-256");
-    EXPECT_EQ(aes->provider(), __builtin_cpu_supports("aes") ? "aesni" : "base");
+    EXPECT_EQ(aes->provider(), __builtin_cpu_supports("aes") ? "cpu" : "base");
     // The example of FIPS 197.
     std::uint8_t key[32];
     std::uint8_t block[16];
