@@ -16,7 +16,7 @@ versions=(
   uchardet=0.0.7-1
 )
 # Beside those that librnp asks for.
-botan_modules=system_rng,locking_allocator,aes_ni,sha1_sse2,sha1_x86,sha2_32_x86
+botan_modules=system_rng,locking_allocator,aes_ni,sha1_x86,sha2_32_x86
 
 target="${1:-i686}"
 triple="$target-w64-mingw32"
@@ -124,7 +124,8 @@ build_uchardet() {
 
 # The modules that librnp asks for, the system's random numbers, memory that is never swapped out, and
 # faster code for newer processors, which Botan looks for when it runs, all as Debian's own library
-# has. That code keeps vectors on the stack, where 32-bit Windows aligns to 4 bytes only.
+# has. That code keeps vectors on the stack, where 32-bit Windows aligns to 4 bytes only. SHA-1 for SSE2
+# is slower than the plain one then.
 build_botan() {
   local cpu=x86_32
   [ "$target" = i686 ] || cpu=x86_64
