@@ -30,7 +30,8 @@ class Import {
     std::vector<engine::KeyInfo> imported;
     const auto status = engine_->ImportKeys(content, ask, imported);
     const std::string reason = from + ": " + WithoutFullStop(engine_->GetEngineLastError());
-    for (const engine::KeyInfo& key : imported) Tell(key, from);
+    for (const engine::KeyInfo& key : imported) Tell(key);
+    NoteSource(imported, from);
     TellOfSharedAddresses(imported);
     if (status != 0 && lacks_passphrase) {
       throw CommandError{Outcome::kRefused,
@@ -53,12 +54,15 @@ class Import {
     return read ? std::optional(typed) : std::nullopt;
   }
 
-  void Tell(const engine::KeyInfo& key, const std::string& from) {
+  void NoteSource(const std::vector<engine::KeyInfo>& imported, const std::string& from) {
+    std::vector<std::string> fingerprints;
+    for (const engine::KeyInfo& key : imported) fingerprints.push_back(key.fingerprint);
+    const std::string name = from == "-" ? "standard input" : from;
+    notes_.AddSource(fingerprints, "imported from " + name + " on " + Today());
+  }
+
+  void Tell(const engine::KeyInfo& key) {
     Print(context_, key);
-    if (notes_.Source(key.fingerprint).empty()) {
-      const std::string name = from == "-" ? "standard input" : from;
-      notes_.SetSource(key.fingerprint, "imported from " + name + " on " + Today());
-    }
     if (!key.open) return;
     context_.Tell("the secret key " + key.fingerprint +
                   " has no passphrase: anyone who can read the profile can use it. The add-in "
@@ -87,7 +91,7 @@ class Import {
   }
 
   void TellOfComparison(const std::string& address, const engine::KeyInfo& key) {
-    const Comparison* const comparison = notes_.FindComparison(address);
+    const auto comparison = notes_.FindComparison(address);
     if (!comparison || comparison->fingerprint == key.fingerprint) return;
     context_.Tell("you compared another key of " + address + " on " + comparison->date +
                   "; compare the new one with \"key verify " + address + "\"");

@@ -1,5 +1,6 @@
 #include "commands/key_notes.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "base/text.h"
@@ -37,7 +38,6 @@ KeyNotes::KeyNotes(std::filesystem::path keys_folder) : folder_(std::move(keys_f
 
 void KeyNotes::Load() {
   lines_.clear();
-  comparisons_.clear();
   auto file = system::File::OpenIfThere(NotesPath(folder_));
   if (!file) return;
   const std::string text = file.ReadAll();
@@ -46,27 +46,19 @@ void KeyNotes::Load() {
     const std::string kind = std::string(TakeUpTo(rest, '\t')) + "\t";
     const std::string_view subject = TakeUpTo(rest, '\t');
     lines_.insert_or_assign(LineKey(kind, subject), std::string(rest));
-    if (kind != kCompared) continue;
-    const std::string_view fingerprint = TakeUpTo(rest, '\t');
-    comparisons_.insert_or_assign(std::string(subject),
-                                  Comparison{std::string(fingerprint), std::string(rest)});
   }
 }
 
-void KeyNotes::Change(const std::string& key, const std::string& value) {
+void KeyNotes::Change(const std::function<void()>& edit) {
   system::MakePrivateFolder(folder_, system::File::Links::kFollow);
   const auto lock = system::FileLock::Wait(folder_ / "keys.notes.lock");
   Load();
-  if (value.empty()) {
-    lines_.erase(key);
-  } else {
-    lines_.insert_or_assign(key, value);
-  }
+  edit();
+  std::string text;
+  for (const auto& [key, rest] : lines_) text.append(key).append("\t").append(rest).append("\n");
   system::AtomicFile file(NotesPath(folder_));
-  for (const auto& [subject, rest] : lines_)
-    file.Write(std::string(subject).append("\t").append(rest) + "\n");
+  file.Write(text);
   file.CommitDurably();
-  Load();
 }
 
 std::string KeyNotes::Source(std::string_view fingerprint) const {
@@ -74,26 +66,41 @@ std::string KeyNotes::Source(std::string_view fingerprint) const {
   return found == lines_.end() ? std::string() : found->second;
 }
 
-const Comparison* KeyNotes::FindComparison(std::string_view address) const {
-  const auto found = comparisons_.find(address);
-  return found == comparisons_.end() ? nullptr : &found->second;
+std::optional<Comparison> KeyNotes::FindComparison(std::string_view address) const {
+  const auto found = lines_.find(LineKey(kCompared, address));
+  if (found == lines_.end()) return std::nullopt;
+  std::string_view rest = found->second;
+  const std::string_view fingerprint = TakeUpTo(rest, '\t');
+  return Comparison{std::string(fingerprint), std::string(rest)};
 }
 
 bool KeyNotes::IsCompared(std::string_view address, std::string_view fingerprint) const {
-  const Comparison* const comparison = FindComparison(address);
-  return comparison != nullptr && comparison->fingerprint == fingerprint;
+  const auto comparison = FindComparison(address);
+  return comparison && comparison->fingerprint == fingerprint;
 }
 
 void KeyNotes::SetSource(std::string_view fingerprint, std::string_view phrase) {
-  Change(LineKey(kSource, fingerprint), ForDisplay(phrase));
+  Change([&] { lines_.insert_or_assign(LineKey(kSource, fingerprint), ForDisplay(phrase)); });
+}
+
+void KeyNotes::AddSource(std::span<const std::string> fingerprints, std::string_view phrase) {
+  const auto is_known = [&](const std::string& one) { return !Source(one).empty(); };
+  if (std::ranges::all_of(fingerprints, is_known)) return;
+  Change([&] {
+    for (const auto& one : fingerprints)
+      lines_.try_emplace(LineKey(kSource, one), ForDisplay(phrase));
+  });
 }
 
 void KeyNotes::SetCompared(std::string_view address, const Comparison& comparison) {
-  Change(LineKey(kCompared, address), comparison.fingerprint + "\t" + comparison.date);
+  Change([&] {
+    lines_.insert_or_assign(LineKey(kCompared, address),
+                            comparison.fingerprint + "\t" + comparison.date);
+  });
 }
 
 void KeyNotes::ForgetSource(std::string_view fingerprint) {
-  Change(LineKey(kSource, fingerprint), "");
+  Change([&] { lines_.erase(LineKey(kSource, fingerprint)); });
 }
 
 }  // namespace corvessa

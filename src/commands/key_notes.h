@@ -1,7 +1,10 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <map>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -24,12 +27,14 @@ class KeyNotes {
 
   /// A phrase such as "imported from bob.asc on 2026-11-22"; empty if nothing is known.
   std::string Source(std::string_view fingerprint) const;
-  /// The comparison for an address in lower case; null if there was none.
-  const Comparison* FindComparison(std::string_view address) const;
+  /// The comparison for an address in lower case; nothing if there was none.
+  std::optional<Comparison> FindComparison(std::string_view address) const;
   /// Whether the address has been compared and this is the key.
   bool IsCompared(std::string_view address, std::string_view fingerprint) const;
 
   void SetSource(std::string_view fingerprint, std::string_view phrase);
+  /// For those of the keys of which nothing is known.
+  void AddSource(std::span<const std::string> fingerprints, std::string_view phrase);
   void SetCompared(std::string_view address, const Comparison& comparison);
   /// Forgets where a removed key came from. Comparisons stay: a later key must not pass for the
   /// one that was compared.
@@ -37,12 +42,11 @@ class KeyNotes {
 
  private:
   void Load();
-  void Change(const std::string& key, const std::string& value);
+  void Change(const std::function<void()>& edit);
 
   std::filesystem::path folder_;
   /// From a line's first two fields to the rest, as they stand in the file.
   std::map<std::string, std::string, std::less<>> lines_;
-  std::map<std::string, Comparison, std::less<>> comparisons_;
 };
 
 }  // namespace corvessa

@@ -22,7 +22,7 @@ std::string DescribeSource(const KeyNotes& notes, const engine::KeyInfo& key) {
 /// What the user knows of a key's owner by one of its addresses.
 std::pair<Mark, std::string> DescribeComparison(const KeyNotes& notes, const std::string& address,
                                                 const std::string& fingerprint) {
-  const Comparison* const comparison = notes.FindComparison(address);
+  const auto comparison = notes.FindComparison(address);
   if (!comparison) return {Mark::kWarning, "not compared; see \"key verify " + address + "\""};
   if (comparison->fingerprint == fingerprint) {
     return {Mark::kGood, "compared on " + comparison->date};

@@ -81,7 +81,7 @@ void RequireComparedKeys(DeskHost& host, const std::vector<std::string>& address
   const KeyNotes notes(host.UsedProfile().KeysFolder());
   std::shared_ptr<engine::OpenPgpEngine> engine;
   for (const std::string& address : addresses) {
-    const Comparison* const comparison = notes.FindComparison(LCase(address));
+    const auto comparison = notes.FindComparison(LCase(address));
     if (!comparison) continue;
     if (!engine) engine = OpenEngine(host.UsedProfile());
     const auto other = FindOtherKey(*engine, address, *comparison);

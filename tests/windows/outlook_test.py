@@ -285,17 +285,21 @@ class Scenarios(OutlookCase):
             self.play(play)
 
     def test_the_settings_are_changed_in_their_dialog(self):
-        def change(is_signed):
-            answers = [("frmManageUserKeys", "cmdProperties"), ("frmAliasOptions", "cmdOK"),
-                       ("frmManageUserKeys", "cmdOK")]
-            for form, press in answers:
-                value = {"chkSign": "on" if is_signed else "off"} if form == "frmAliasOptions" else {}
-                self.do(do="answer", form=form, press=press, set=value)
-            self.do(do="click", button="Corvessa")
+        def wait_for(*answers):
             answered = []
             while len(answered) < len(answers):
                 answered += forms(self.do(do="stats"))
-            self.assertEqual(answered, answers)
+            self.assertEqual(answered, list(answers))
+
+        def change(is_signed):
+            form, alias = "frmManageUserKeys", "frmAliasOptions"
+            self.do(do="answer", form=alias, set={"chkSign": "on" if is_signed else "off"},
+                    press="cmdOK")
+            self.do(do="answer", form=form, press="cmdProperties")
+            self.do(do="click", button="Corvessa")
+            wait_for((form, "cmdProperties"), (alias, "cmdOK"))
+            self.do(do="answer", form=form, press="cmdOK")
+            wait_for((form, "cmdOK"))
 
         def play():
             self.do(**LOGIN)
