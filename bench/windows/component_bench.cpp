@@ -152,8 +152,7 @@ void MeasureFiles(engine::OpenPgpEngine& direct, const platform::IEngineStringVe
 
 }  // namespace
 
-/// With "files", measures large files instead. BOTAN_CLEAR_CPUID=aesni,intel_sha,sse2,ssse3 in the
-/// environment hides what the processor can.
+/// With "files", measures large files instead.
 int main(int argc, char**) {
   const windows::RegisteredEngine user;
   const auto direct = windows::RegisteredEngine::OpenDirectly();
